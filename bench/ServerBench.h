@@ -1,0 +1,54 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "support/DesktopSession.h"
+#include "support/Handheld.h"
+#include "support/ServerProcess.h"
+
+#include <QCoreApplication>
+#include <QSettings>
+
+#include <cstdio>
+#include <cstdlib>
+
+/// A desktop with the server in it, for programs that measure: whatever is missing ends them.
+class ServerBench
+{
+public:
+    [[noreturn]] static void giveUp(const QByteArray &why)
+    {
+        std::fprintf(stderr, "%s\n", why.constData());
+        std::exit(1);
+    }
+
+    static void require(bool isTrue, const QByteArray &what)
+    {
+        if (!isTrue)
+            giveUp("failed: " + what);
+    }
+
+    /// Received files go to that folder.
+    explicit ServerBench(const QString &downloadFolder)
+    {
+        require(m_session.problem().isEmpty(), m_session.problem());
+        QSettings(m_session.settingsFile(), QSettings::IniFormat)
+            .setValue(QStringLiteral("downloadDirectory"), downloadFolder);
+    }
+
+    /// Must be called before anything below; what the session needs beforehand is put there first.
+    void start()
+    {
+        m_server = std::make_unique<ServerProcess>(m_session);
+        require(m_server->port() != 0, "start of the server: " + m_server->errorText());
+    }
+
+    const DesktopSession &session() const { return m_session; }
+    quint16 port() const { return m_server->port(); }
+    qint64 processId() const { return m_server->processId(); }
+
+private:
+    DesktopSession m_session;
+    std::unique_ptr<ServerProcess> m_server;
+};

@@ -1,0 +1,161 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+// How long the server serves nobody else while it carries out each kind of command: one device
+// sends the command again and again, another asks for the server's information every 2 ms.
+//
+// Needs VORNA_SERVER (the server's executable) and a folder for received files as first argument.
+
+#include "Sample.h"
+#include "ServerBench.h"
+#include "support/ClipboardOwner.h"
+#include "support/RecordingOpener.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+
+#include <atomic>
+#include <functional>
+#include <thread>
+
+using std::chrono::duration;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace {
+
+constexpr milliseconds Pace{2};
+constexpr milliseconds TimeOfEach{3000};
+
+/// Asks at its pace from construction until stop().
+class Asker
+{
+public:
+    explicit Asker(quint16 port) : m_thread([this, port] { run(port); }) {}
+    ~Asker() { stop(); }
+    Asker(const Asker &) = delete;
+    Asker &operator=(const Asker &) = delete;
+
+    /// How long the answers took, in milliseconds.
+    const Sample &stop()
+    {
+        m_isOver = true;
+        if (m_thread.joinable())
+            m_thread.join();
+        return m_times;
+    }
+
+private:
+    void run(quint16 port)
+    {
+        Handheld handheld(port);
+        const QByteArray question = commandText(QStringLiteral("SERVER_INFO"));
+        while (!m_isOver) {
+            const auto start = steady_clock::now();
+            ServerBench::require(handheld.ask(question).has_value(), "a question");
+            m_times.add(duration<double, std::milli>(steady_clock::now() - start).count());
+            std::this_thread::sleep_until(start + Pace);
+        }
+    }
+
+    std::atomic_bool m_isOver = false;
+    Sample m_times;
+    std::thread m_thread; // last, so that the rest is there before it runs
+};
+
+using Step = std::function<void(Handheld &)>;
+
+void measure(const ServerBench &bench, const char *name, milliseconds pause, const Step &step)
+{
+    Handheld busy(bench.port());
+    Asker asker(bench.port());
+    const auto end = steady_clock::now() + TimeOfEach;
+    int commands = 0;
+    for (; steady_clock::now() < end; ++commands) {
+        step(busy);
+        std::this_thread::sleep_for(pause);
+    }
+    const Sample &times = asker.stop();
+    std::printf(
+        "%-34s %5d commands   others wait: median %6.2f ms   p99 %6.2f ms   longest %6.2f ms\n",
+        name, commands, times.median(), times.atShare(0.99), times.largest());
+}
+
+Step answered(const QByteArray &token)
+{
+    return [token](Handheld &handheld) {
+        ServerBench::require(handheld.ask(token).has_value(), "an answer");
+    };
+}
+
+Step unanswered(const QByteArray &token)
+{
+    return [token](Handheld &handheld) {
+        ServerBench::require(handheld.send(token) && handheld.waitUntilRead(), "a command");
+    };
+}
+
+QByteArray command(const char *name, const QString &function, const QStringList &parameters = {})
+{
+    return commandText(QLatin1String(name), {{QStringLiteral("fncCommand"), function},
+                                             {QStringLiteral("cmdParameters"), parameters}});
+}
+
+/// A file of that many bytes beyond the one that ends the transfer.
+Step file(qint64 bytes)
+{
+    return [bytes](Handheld &handheld) {
+        const QByteArray request =
+            command("FILE_TRANSFER_AND_OPEN", QString(), {"file", QString::number(bytes)});
+        ServerBench::require(handheld.ask(request).has_value(), "the request of a transfer");
+        if (bytes > 0)
+            ServerBench::require(handheld.send(QByteArray(bytes, 'x')), "sending a file");
+        ServerBench::require(handheld.answer().has_value(), "the end of a transfer");
+    };
+}
+
+void measureClipboard(const ServerBench &bench, const char *name, const QByteArray &text)
+{
+    const ClipboardOwner owner(bench.session(), text);
+    ServerBench::require(owner.isServing(), "taking the clipboard");
+    measure(bench, name, milliseconds(0), answered(command("SERVER_CLIPBOARD_REQUEST", QString())));
+}
+
+void measureAll(const ServerBench &bench)
+{
+    const milliseconds none{0};
+    const milliseconds seldom{200};
+    measure(bench, "nothing", seldom, [](Handheld &) {});
+    measure(bench, "SERVER_INFO", none, answered(command("SERVER_INFO", QString())));
+    measure(bench, "SERVER_PAIR", none, answered(command("SERVER_PAIR", QString(), {"id", "A"})));
+    measure(bench, "KEYBOARD_CMD A", none, unanswered(command("KEYBOARD_CMD", "A")));
+    measure(bench, "KEYBOARD_CMD Shift+LArrow", none,
+            unanswered(command("KEYBOARD_CMD", "Shift+LArrow")));
+    measure(bench, "KEYBOARD_CMD of an unknown key", seldom,
+            unanswered(command("KEYBOARD_CMD", "nonsense")));
+    measure(bench, "MOUSE_CMD move", none,
+            unanswered(command("MOUSE_CMD", QStringLiteral("4"), {"1", "-1"})));
+    measure(bench, "APPLICATION_CMD", none, unanswered(command("APPLICATION_CMD", "quit")));
+    measure(bench, "TEXT_TRANSFER_AND_OPEN", none,
+            answered(command("TEXT_TRANSFER_AND_OPEN", "some text")));
+    measureClipboard(bench, "SERVER_CLIPBOARD_REQUEST", "some text");
+    measureClipboard(bench, "SERVER_CLIPBOARD_REQUEST, 3 MiB", QByteArray(3 * 1024 * 1024, 'x'));
+    measure(bench, "URL_OPEN", seldom, answered(command("URL_OPEN", "http://example.org/")));
+    measure(bench, "FILE_TRANSFER_AND_OPEN, empty", seldom, file(0));
+    measure(bench, "FILE_TRANSFER_AND_OPEN, 64 MiB", none, file(64 * 1024 * 1024));
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    const QDir place(QCoreApplication::arguments().value(1));
+    const QTemporaryDir folder(place.absoluteFilePath("event-loop-gaps-XXXXXX"));
+    ServerBench::require(folder.isValid(), "a folder for the files");
+    ServerBench bench(folder.path());
+    const RecordingOpener opener(bench.session());
+    bench.start();
+    measureAll(bench);
+    std::printf("(goal: the longest at most 20 ms)\n");
+}

@@ -1,0 +1,173 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+// How fast a file comes over the loopback into the server, and beside it the same into socat, a
+// program that only copies. They take turns in one run, so that whatever else the machine does
+// bears on both. Also: how much memory the server takes for it.
+//
+// Needs VORNA_SERVER (the server's executable) and a folder on a disk as first argument; a second
+// one is the size in MiB, a third the number of rounds.
+
+#include "Sample.h"
+#include "ServerBench.h"
+#include "support/Folders.h"
+#include "support/ProcessMemory.h"
+#include "support/ProcessTables.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QTemporaryDir>
+
+using std::chrono::duration;
+using std::chrono::minutes;
+using std::chrono::steady_clock;
+
+namespace {
+
+constexpr qint64 MiB = 1024 * 1024;
+constexpr qint64 UsualSize = 1024;
+constexpr int UsualRounds = 3;
+constexpr minutes Limit{5};
+
+/// What is sent: the same to both, and no two chunks alike.
+class Content
+{
+public:
+    explicit Content(qint64 chunks) : m_chunks(chunks)
+    {
+        for (qsizetype i = 0; i < m_chunk.size(); ++i)
+            m_chunk[i] = static_cast<char>(i * 7 + i / 251);
+    }
+
+    qint64 size() const { return m_chunks * MiB; }
+
+    bool send(Handheld &receiver)
+    {
+        for (qint64 i = 0; i < m_chunks; ++i)
+            if (!receiver.send(chunk(i), Limit))
+                return false;
+        return true;
+    }
+
+    QByteArray hash(const QByteArray &head)
+    {
+        QCryptographicHash hash(QCryptographicHash::Sha1);
+        hash.addData(head);
+        for (qint64 i = 0; i < m_chunks; ++i)
+            hash.addData(chunk(i));
+        return hash.result();
+    }
+
+private:
+    const QByteArray &chunk(qint64 number)
+    {
+        m_chunk[0] = static_cast<char>(number);
+        m_chunk[1] = static_cast<char>(number >> 8);
+        return m_chunk;
+    }
+
+    qint64 m_chunks;
+    QByteArray m_chunk{MiB, Qt::Uninitialized};
+};
+
+double rateSince(steady_clock::time_point start, qint64 bytes)
+{
+    const duration<double> time = steady_clock::now() - start;
+    return static_cast<double>(bytes) / static_cast<double>(MiB) / time.count();
+}
+
+QByteArray request(const QString &name, qint64 size)
+{
+    return commandText(
+        QStringLiteral("FILE_TRANSFER_AND_OPEN"),
+        {{QStringLiteral("cmdParameters"), QStringList{name, QString::number(size)}}});
+}
+
+/// The request whose announced size only the content's last byte exceeds.
+QByteArray exactRequest(const QString &name, qint64 contentSize)
+{
+    QByteArray result = request(name, contentSize);
+    for (int round = 0; round < 3; ++round)
+        result = request(name, result.size() + contentSize - 1);
+    return result;
+}
+
+/// \return MiB a second.
+double intoServer(const ServerBench &bench, const QString &path, Content &content)
+{
+    QFile::remove(path);
+    const QByteArray head = exactRequest(path.section('/', -1), content.size());
+    Handheld handheld(bench.port());
+    ServerBench::require(handheld.ask(head).has_value(), "the request of a transfer");
+    const auto start = steady_clock::now();
+    ServerBench::require(content.send(handheld), "sending to the server");
+    ServerBench::require(handheld.answer(Limit).has_value(), "the end of a transfer");
+    const double rate = rateSince(start, content.size());
+    ServerBench::require(Folders::fileHash(path) == content.hash(head), "what was received");
+    QFile::remove(path);
+    return rate;
+}
+
+/// \return MiB a second.
+double intoSocat(const QString &path, Content &content)
+{
+    QFile::remove(path);
+    ChildProcess socat;
+    socat.start(QStringLiteral("socat"), {"-u", "-b", "65536", "TCP-LISTEN:0,bind=127.0.0.1",
+                                          QStringLiteral("OPEN:%1,creat,append").arg(path)});
+    std::optional<quint16> port;
+    ServerBench::require(waitUntil([&] {
+                             port = ProcessTables::listeningPort(socat.processId());
+                             return port.has_value();
+                         }),
+                         "start of socat");
+    Handheld sender(*port);
+    const auto start = steady_clock::now();
+    ServerBench::require(content.send(sender), "sending to socat");
+    sender.leave();
+    // It ends when all is written.
+    ServerBench::require(socat.waitForFinished(int(std::chrono::milliseconds(Limit).count())),
+                         "end of socat");
+    const double rate = rateSince(start, content.size());
+    ServerBench::require(Folders::fileHash(path) == content.hash(QByteArray()),
+                         "what socat received");
+    QFile::remove(path);
+    return rate;
+}
+
+void print(const char *name, const Sample &rates)
+{
+    std::printf("%-8s median %7.0f MiB/s   from %7.0f to %7.0f\n", name, rates.median(),
+                rates.atShare(0), rates.largest());
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    const QTemporaryDir folder(QDir(arguments.value(1)).absoluteFilePath("file-rate-XXXXXX"));
+    ServerBench::require(folder.isValid(), "a folder for the files");
+    const int size = arguments.value(2).toInt();
+    const int rounds = arguments.value(3).toInt();
+
+    Content content(size > 0 ? size : UsualSize);
+    ServerBench bench(folder.path());
+    bench.start();
+    Sample ofServer;
+    Sample ofSocat;
+    const QString path = folder.filePath(QStringLiteral("file"));
+    const qint64 before = ProcessMemory::resident(bench.processId());
+    for (int round = 0; round < (rounds > 0 ? rounds : UsualRounds); ++round) {
+        ofServer.add(intoServer(bench, path, content));
+        ofSocat.add(intoSocat(path, content));
+    }
+    print("server", ofServer);
+    print("socat", ofSocat);
+    std::printf("ratio of the medians %.2f (goal: at least 0.9)\n",
+                ofServer.median() / ofSocat.median());
+    std::printf("peak memory of the server %+.1f MiB over its memory before (goal: below 16)\n",
+                static_cast<double>(ProcessMemory::peak(bench.processId()) - before) /
+                    static_cast<double>(MiB));
+}

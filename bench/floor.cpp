@@ -1,0 +1,57 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+// The least that a remote key can cost: takes one byte over loopback TCP, and for each presses and
+// releases the key of that code by XTEST. Writes the port that it listens on to standard output.
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <initializer_list>
+
+#include <xcb/xcb.h>
+#include <xcb/xtest.h>
+
+namespace {
+
+int listenOnLoopback()
+{
+    const int listener = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    auto *generic = reinterpret_cast<sockaddr *>(&address);
+    if (bind(listener, generic, length) != 0 || listen(listener, 1) != 0 ||
+        getsockname(listener, generic, &length) != 0)
+        return -1;
+    std::printf("%d\n", ntohs(address.sin_port));
+    std::fflush(stdout);
+    return listener;
+}
+
+void tap(xcb_connection_t *display, std::uint8_t code)
+{
+    for (const int type : {XCB_KEY_PRESS, XCB_KEY_RELEASE})
+        xcb_test_fake_input(display, static_cast<std::uint8_t>(type), code, XCB_CURRENT_TIME,
+                            XCB_NONE, 0, 0, 0);
+    xcb_flush(display);
+}
+
+} // namespace
+
+int main()
+{
+    xcb_connection_t *display = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(display))
+        return 1;
+    const int client = accept(listenOnLoopback(), nullptr, nullptr);
+    std::uint8_t code = 0;
+    while (recv(client, &code, 1, 0) == 1)
+        tap(display, code);
+    xcb_disconnect(display);
+    return 0;
+}

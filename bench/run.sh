@@ -1,0 +1,30 @@
+#!/bin/sh
+# SPDX-FileCopyrightText: 2026 The VornaServer developers
+# SPDX-License-Identifier: MIT
+
+# Builds the release preset and measures it; prints what we compare. An argument names another
+# build folder, which is then taken as it is.
+set -eu
+cd "$(dirname "$0")/.."
+
+build=${1:-build/release}
+if [ $# -eq 0 ]; then
+    cmake --preset release >/dev/null
+    cmake --build --preset release --target VornaServer floor key_latency \
+        file_rate clipboard_latency event_loop_gaps
+fi
+
+VORNA_SERVER=$(readlink -f "$build/VornaServer")
+export VORNA_SERVER
+
+echo "A key, from the handheld's send to another program's event:"
+"$build/bench/key_latency" "$build/bench/floor"
+
+echo "A file of 1 GiB over the loopback, into the server and into socat by turns:"
+"$build/bench/file_rate" "$build"
+
+echo "The text of the clipboard, from the handheld's question to its answer:"
+"$build/bench/clipboard_latency"
+
+echo "How long another handheld waits while each kind of command is carried out:"
+"$build/bench/event_loop_gaps" "$build"

@@ -1,0 +1,149 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "lib/AnswerReader.h"
+
+#include "lib/RequestWriter.h"
+
+#include <QStringList>
+
+using namespace Qt::StringLiterals;
+
+namespace quillmote {
+namespace {
+
+/// Reads one answer from the start of the bytes.
+class Scanner
+{
+public:
+    explicit Scanner(QByteArrayView answer) : bytes(answer) {}
+
+    /// How many bytes the answer takes; 0 when it is not whole.
+    qsizetype scan(QHash<QString, QVariant> &entries)
+    {
+        if (!skip("{")) {
+            return 0;
+        }
+        while (!skip("}")) {
+            if (!scanEntry(entries)) {
+                return 0;
+            }
+        }
+        return position;
+    }
+
+private:
+    bool startsWith(QByteArrayView text, qsizetype at) const
+    {
+        return bytes.sliced(at).startsWith(text);
+    }
+
+    bool skip(QByteArrayView text)
+    {
+        const bool isThere = startsWith(text, position);
+        position += isThere ? text.size() : 0;
+        return isThere;
+    }
+
+    bool scanEntry(QHash<QString, QVariant> &entries)
+    {
+        const qsizetype equals = bytes.indexOf(" =", position);
+        if (equals == -1) {
+            return false;
+        }
+        const QString key = QString::fromLatin1(bytes.sliced(position, equals - position));
+        position = equals + 2;
+        const std::optional<QVariant> value = scanValue();
+        if (value) {
+            entries.insert(key, *value);
+        }
+        return value.has_value();
+    }
+
+    std::optional<QVariant> scanValue()
+    {
+        // An empty list has lost the blank in front of it.
+        if (skip("();")) {
+            return QStringList();
+        }
+        if (skip(" (\"")) {
+            const auto items = upTo("\" );");
+            return items ? std::optional<QVariant>(items->split(u"\", \""_s)) : std::nullopt;
+        }
+        if (skip(" \"")) {
+            const auto text = upTo("\";");
+            return text ? std::optional<QVariant>(*text) : std::nullopt;
+        }
+        return std::nullopt;
+    }
+
+    /// The text before the first such ending behind which an answer can go on.
+    std::optional<QString> upTo(QByteArrayView ending)
+    {
+        for (qsizetype end = bytes.indexOf(ending, position); end != -1;
+             end = bytes.indexOf(ending, end + 1)) {
+            if (isBorder(end + ending.size())) {
+                const QString text = QString::fromLatin1(bytes.sliced(position, end - position));
+                position = end + ending.size();
+                return text;
+            }
+        }
+        return std::nullopt;
+    }
+
+    /// True when the answer ends here or another entry begins.
+    bool isBorder(qsizetype at) const
+    {
+        if (startsWith("}", at)) {
+            return at + 1 == bytes.size() || startsWith("{", at + 1);
+        }
+        const qsizetype equals = bytes.indexOf(" =", at);
+        if (equals == -1 || bytes.sliced(at, equals - at).contains('"')) {
+            return false;
+        }
+        return startsWith(" \"", equals + 2) || startsWith(" (\"", equals + 2) ||
+               startsWith("();", equals + 2);
+    }
+
+    QByteArrayView bytes;
+    qsizetype position = 0;
+};
+
+} // namespace
+
+QString Answer::response() const
+{
+    return entries.value(u"serverResponse"_s).toString();
+}
+
+QStringList Answer::parameters() const
+{
+    return entries.value(u"cmdParameters"_s).toStringList();
+}
+
+quint64 Answer::tag() const
+{
+    return entries.value(tagKey()).toString().toULongLong();
+}
+
+std::optional<Answer> AnswerReader::take()
+{
+    // An answer ends with a brace; looking at less would be in vain.
+    if (!buffer.endsWith('}')) {
+        return std::nullopt;
+    }
+    Answer answer;
+    const qsizetype size = Scanner(buffer).scan(answer.entries);
+    if (size == 0) {
+        return std::nullopt;
+    }
+    buffer.remove(0, size);
+    return answer;
+}
+
+bool AnswerReader::isGarbage() const
+{
+    return buffer.size() > maximumSize || (!buffer.isEmpty() && !buffer.startsWith('{'));
+}
+
+} // namespace quillmote

@@ -1,0 +1,52 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QString>
+#include <QVariant>
+
+#include <optional>
+
+namespace quillmote {
+
+/// One token from the server: its whole map, in which an answer's own entries are "serverResponse"
+/// and, for some commands, "cmdParameters".
+struct Answer
+{
+    QHash<QString, QVariant> entries;
+
+    QString response() const;
+    QStringList parameters() const;
+    /// The tag of the newest request that the server has read; 0 when there is none.
+    quint64 tag() const;
+};
+
+/// Cuts the server's compact tokens out of the stream, in whatever pieces they arrive.
+///
+/// Nothing is escaped on the wire, so a text that looks just like the border of two entries is
+/// taken for one.
+class AnswerReader
+{
+public:
+    /// What an unfinished answer may hold; more is no answer.
+    static constexpr qsizetype maximumSize = 64 * 1024 * 1024;
+
+    void append(const QByteArray &bytes) { buffer += bytes; }
+
+    /// The first whole answer, taken out of the stream; none when more bytes are needed.
+    std::optional<Answer> take();
+
+    /// True when what has arrived cannot become an answer.
+    bool isGarbage() const;
+
+    /// Bytes of an unfinished answer, or of answers not yet taken.
+    qsizetype size() const { return buffer.size(); }
+
+private:
+    QByteArray buffer;
+};
+
+} // namespace quillmote

@@ -1,0 +1,295 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "lib/Connection.h"
+
+#include "lib/RequestWriter.h"
+
+#include <QIODevice>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace quillmote {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::duration_cast;
+using std::chrono::milliseconds;
+
+/// Bytes handed to the socket ahead of the network.
+constexpr qint64 bodyAhead = 1024 * 1024;
+constexpr qint64 bodyPiece = 256 * 1024;
+/// A person needs longer than a program.
+constexpr auto timeToDecide = 120s;
+/// When a repeatable request is sent again.
+constexpr auto repeatAfter = 1'000ms;
+
+QString readyForFile()
+{
+    return u"START_BINARY_TRANSFER"_s;
+}
+
+Pacing::Duration elapsed(const QElapsedTimer &timer)
+{
+    return duration_cast<Pacing::Duration>(std::chrono::nanoseconds(timer.nsecsElapsed()));
+}
+
+} // namespace
+
+/// One request from its sending to its end.
+struct Connection::Exchange
+{
+    Request request;
+    Done done;
+    QByteArray announcement; // for a file: what is sent instead of the request
+    std::shared_ptr<QIODevice> body;
+    Progress progress;
+    quint64 tag = 0; // the newest; only its answer ends the exchange
+    quint64 bodySent = 0;
+    int tries = 0;
+    bool isSendingBody = false;
+};
+
+Connection::Connection(QObject *parent) : QObject(parent)
+{
+    deadline.setSingleShot(true);
+    patience.setSingleShot(true);
+    patience.setTimerType(Qt::PreciseTimer);
+    connect(&socket, &QTcpSocket::connected, this, [this] {
+        deadline.stop();
+        socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        emit opened();
+        startNext();
+    });
+    connect(&socket, &QTcpSocket::readyRead, this, &Connection::receive);
+    connect(&socket, &QTcpSocket::bytesWritten, this, &Connection::pumpBody);
+    connect(&socket, &QTcpSocket::errorOccurred, this, [this] { fail(socket.errorString()); });
+    connect(&deadline, &QTimer::timeout, this, [this] {
+        if (current) {
+            finish(Outcome::Kind::TimedOut, u"The server did not answer in time."_s);
+        } else {
+            fail(u"The server could not be reached in time."_s);
+        }
+    });
+    connect(&patience, &QTimer::timeout, this, &Connection::waitPatiently);
+    // A wait shorter than any timer: asked again and again from the event loop.
+    connect(&gap, &QTimer::timeout, this, [this] {
+        if (elapsed(sinceWrite) >= pacing.gap()) {
+            gap.stop();
+            writeQuestion();
+        }
+    });
+}
+
+Connection::~Connection()
+{
+    // Nothing that the socket tells at its end is of use any more.
+    socket.disconnect(this);
+}
+
+void Connection::open(const QString &host, quint16 port)
+{
+    isLost = false;
+    deadline.start(timeout);
+    socket.connectToHost(host, port);
+}
+
+void Connection::close()
+{
+    isLost = true;
+    socket.disconnectFromHost();
+}
+
+void Connection::cancel()
+{
+    fail(u"Cancelled."_s);
+}
+
+void Connection::send(const Request &request, Done done)
+{
+    auto exchange = std::make_unique<Exchange>();
+    exchange->request = request;
+    exchange->done = std::move(done);
+    waiting.push_back(std::move(exchange));
+    // From the event loop, so that no callback comes before this returns.
+    QMetaObject::invokeMethod(this, &Connection::startNext, Qt::QueuedConnection);
+}
+
+void Connection::sendFile(const QByteArray &announcement, quint64 tag,
+                          std::shared_ptr<QIODevice> body, Progress progress, Done done)
+{
+    auto exchange = std::make_unique<Exchange>();
+    exchange->announcement = announcement;
+    exchange->tag = tag;
+    exchange->body = std::move(body);
+    exchange->progress = std::move(progress);
+    exchange->done = std::move(done);
+    waiting.push_back(std::move(exchange));
+    QMetaObject::invokeMethod(this, &Connection::startNext, Qt::QueuedConnection);
+}
+
+void Connection::startNext()
+{
+    if (current || waiting.empty()) {
+        return;
+    }
+    if (isLost) {
+        current = std::move(waiting.front());
+        waiting.pop_front();
+        finish(Outcome::Kind::Lost, u"The connection to the server is lost."_s);
+        return;
+    }
+    if (!isOpen()) {
+        return;
+    }
+    current = std::move(waiting.front());
+    waiting.pop_front();
+    deadline.start(current->request.asksUser ? std::max<milliseconds>(timeout, timeToDecide)
+                                             : timeout);
+    write();
+}
+
+void Connection::write()
+{
+    Exchange &exchange = *current;
+    if (!exchange.announcement.isEmpty()) {
+        sinceWrite.start();
+        socket.write(exchange.announcement);
+        return;
+    }
+    exchange.tag = nextTag();
+    const WrittenRequest written = writeRequest(exchange.request, exchange.tag);
+    if (written.isRefused()) {
+        finish(Outcome::Kind::Refused, written.refusal);
+        return;
+    }
+    sinceWrite.start();
+    socket.write(written.bytes);
+    if (!exchange.request.isAnswered) {
+        scheduleQuestion();
+    } else if (exchange.request.isRepeatable) {
+        patience.start(repeatAfter);
+    }
+}
+
+void Connection::scheduleQuestion()
+{
+    socket.flush();
+    sinceWrite.start();
+    gap.start(0);
+}
+
+/// Asks for what the server surely answers; the answer is of no interest but for its tag.
+void Connection::writeQuestion()
+{
+    current->tag = nextTag();
+    socket.write(writeRequest(Request::serverInfo(), current->tag).bytes);
+    socket.flush();
+    sinceWrite.start();
+    patience.start(duration_cast<milliseconds>(pacing.patience(current->tries)));
+}
+
+void Connection::waitPatiently()
+{
+    if (!current) {
+        return;
+    }
+    ++current->tries;
+    if (current->request.isAnswered) {
+        write();
+    } else {
+        pacing.noteSilence();
+        writeQuestion();
+    }
+}
+
+void Connection::receive()
+{
+    reader.append(socket.readAll());
+    while (const std::optional<Answer> answer = reader.take()) {
+        handle(*answer);
+    }
+    if (reader.isGarbage()) {
+        fail(u"What the server sent is not an answer."_s);
+    }
+}
+
+void Connection::handle(const Answer &answer)
+{
+    // An older tag belongs to something that was sent again meanwhile; that answer is still to
+    // come, and until then not all that was sent has been read.
+    if (!current || answer.tag() != current->tag) {
+        return;
+    }
+    if (current->body) {
+        handleFileAnswer(answer);
+        return;
+    }
+    if (!current->request.isAnswered && current->tries == 0) {
+        pacing.noteAnswer(elapsed(sinceWrite));
+    }
+    finish(Outcome::Kind::Done, QString(), answer);
+}
+
+void Connection::handleFileAnswer(const Answer &answer)
+{
+    if (answer.response() == readyForFile()) {
+        current->isSendingBody = true;
+        pumpBody();
+    } else {
+        finish(Outcome::Kind::Done, QString(), answer);
+    }
+}
+
+void Connection::pumpBody()
+{
+    if (!current || !current->isSendingBody) {
+        return;
+    }
+    const auto total = static_cast<quint64>(current->body->size());
+    while (socket.bytesToWrite() < bodyAhead && !current->body->atEnd()) {
+        const QByteArray piece = current->body->read(bodyPiece);
+        if (piece.isEmpty()) {
+            fail(u"The file cannot be read: %1"_s.arg(current->body->errorString()));
+            return;
+        }
+        socket.write(piece);
+        current->bodySent += static_cast<quint64>(piece.size());
+    }
+    // As long as something moves there is no reason to give up.
+    deadline.start(timeout);
+    if (current->progress) {
+        current->progress(current->bodySent - static_cast<quint64>(socket.bytesToWrite()), total);
+    }
+}
+
+void Connection::finish(Outcome::Kind kind, const QString &problem, const Answer &answer)
+{
+    deadline.stop();
+    patience.stop();
+    gap.stop();
+    const std::unique_ptr<Exchange> ended = std::move(current);
+    if (ended->done) {
+        ended->done({kind, answer, problem});
+    }
+    QMetaObject::invokeMethod(this, &Connection::startNext, Qt::QueuedConnection);
+}
+
+void Connection::fail(const QString &problem)
+{
+    if (isLost) {
+        return;
+    }
+    isLost = true;
+    deadline.stop();
+    socket.abort();
+    if (current) {
+        finish(Outcome::Kind::Lost, problem);
+    }
+    startNext();
+    emit lost(problem);
+}
+
+} // namespace quillmote

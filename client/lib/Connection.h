@@ -1,0 +1,109 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "lib/AnswerReader.h"
+#include "lib/Pacing.h"
+#include "lib/Request.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <memory>
+
+class QIODevice;
+
+namespace quillmote {
+
+/// How a request ended.
+struct Outcome
+{
+    enum class Kind {
+        Done,     ///< carried out; `answer` holds what the server said, if it answers such requests
+        Refused,  ///< not sent: the wire cannot carry it
+        TimedOut, ///< sent, and no answer came in time
+        Lost,     ///< the connection ended, or what came was no answer
+    };
+    Kind kind = Kind::Done;
+    Answer answer;
+    QString problem; ///< a sentence for the user; empty when done
+};
+
+/// A connection to one server. Requests are carried out one after the other, in the order in which
+/// they were given; each one's callback is called exactly once, from the event loop.
+///
+/// The server takes what one read brings as one token, and is silent about commands of input. So
+/// after such a command a question that is answered is sent, a little later, and nothing else until
+/// its answer has come: then all that was sent before has been read. See Pacing.
+class Connection : public QObject
+{
+    Q_OBJECT
+
+public:
+    using Done = std::function<void(const Outcome &)>;
+    /// Bytes of the file sent so far and in all.
+    using Progress = std::function<void(quint64 sent, quint64 total)>;
+
+    explicit Connection(QObject *parent = nullptr);
+    ~Connection() override;
+
+    /// How long each request may take, from when it is sent.
+    void setTimeout(std::chrono::milliseconds limit) { timeout = limit; }
+
+    /// opened() or lost() follows.
+    void open(const QString &host, quint16 port);
+    void close();
+    bool isOpen() const { return socket.state() == QAbstractSocket::ConnectedState; }
+
+    void send(const Request &request, Done done);
+    /// Sends the bytes, a request that announces a file, and once the server is ready the rest of
+    /// the body. The body must live until done. Done when the server has stored all of it.
+    void sendFile(const QByteArray &announcement, quint64 tag, std::shared_ptr<QIODevice> body,
+                  Progress progress, Done done);
+    /// A tag for an announcement of a file that is sent next.
+    quint64 nextTag() { return ++lastTag; }
+    /// Ends the request under way and those that wait; the connection is closed, since the server
+    /// goes on waiting for the rest.
+    void cancel();
+
+signals:
+    void opened();
+    /// The connection could not be made, or has ended.
+    void lost(const QString &problem);
+
+private:
+    struct Exchange;
+
+    void startNext();
+    void write();
+    void writeQuestion();
+    void scheduleQuestion();
+    void waitPatiently();
+    void receive();
+    void handle(const Answer &answer);
+    void handleFileAnswer(const Answer &answer);
+    void pumpBody();
+    void finish(Outcome::Kind kind, const QString &problem, const Answer &answer = {});
+    void fail(const QString &problem);
+
+    QTcpSocket socket;
+    AnswerReader reader;
+    Pacing pacing;
+    std::chrono::milliseconds timeout{10'000};
+    std::deque<std::unique_ptr<Exchange>> waiting;
+    std::unique_ptr<Exchange> current;
+    quint64 lastTag = 0;
+    QTimer deadline;
+    QTimer patience;
+    QTimer gap;
+    QElapsedTimer sinceWrite;
+    bool isLost = false;
+};
+
+} // namespace quillmote

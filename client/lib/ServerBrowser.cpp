@@ -1,0 +1,129 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "lib/ServerBrowser.h"
+
+#include "lib/DnsOperation.h"
+
+#include <QtEndian>
+
+using namespace Qt::StringLiterals;
+
+namespace quillmote {
+namespace {
+
+constexpr auto serviceType = "_quillmote._tcp";
+constexpr uint16_t addressRecord = 1; // type A, RFC 1035
+constexpr uint16_t internetClass = 1;
+
+} // namespace
+
+/// A server that was seen, on its way from a name to an address.
+struct ServerBrowser::Sighting : QObject
+{
+    Sighting(ServerBrowser &owner, const QString &name) : QObject(&owner), browser(owner)
+    {
+        server.name = name;
+    }
+
+    ServerBrowser &browser;
+    ServerAddress server;
+    DnsOperation *resolve = new DnsOperation(this);
+    DnsOperation *query = nullptr;
+};
+
+ServerBrowser::ServerBrowser(QObject *parent) : QObject(parent) {}
+
+ServerBrowser::~ServerBrowser() = default;
+
+void ServerBrowser::start()
+{
+    browse = new DnsOperation(this);
+    connect(browse, &DnsOperation::failed, this, &ServerBrowser::tellProblem);
+    if (!browse->watch(
+            DNSServiceBrowse(browse->reference(), 0, 0, serviceType, nullptr, browsed, this))) {
+        QMetaObject::invokeMethod(this, &ServerBrowser::tellProblem, Qt::QueuedConnection);
+    }
+}
+
+void ServerBrowser::tellProblem()
+{
+    emit failed(u"The system's service discovery (Avahi or Bonjour) is not running."_s);
+}
+
+void ServerBrowser::browsed(DNSServiceRef, DNSServiceFlags flags, uint32_t interface,
+                            DNSServiceErrorType error, const char *name, const char *type,
+                            const char *domain, void *context)
+{
+    auto *self = static_cast<ServerBrowser *>(context);
+    if (error != kDNSServiceErr_NoError) {
+        self->tellProblem();
+    } else if ((flags & kDNSServiceFlagsAdd) != 0) {
+        self->add(QString::fromUtf8(name), type, domain, interface);
+    } else {
+        self->remove(QString::fromUtf8(name));
+    }
+}
+
+/// A server is seen once an interface; the first will do.
+void ServerBrowser::add(const QString &name, const char *type, const char *domain,
+                        uint32_t interface)
+{
+    if (sightings.contains(name)) {
+        return;
+    }
+    auto *sighting = new Sighting(*this, name);
+    sightings.insert(name, sighting);
+    sighting->resolve->watch(DNSServiceResolve(sighting->resolve->reference(), 0, interface,
+                                               name.toUtf8().constData(), type, domain, resolved,
+                                               sighting));
+}
+
+void ServerBrowser::remove(const QString &name)
+{
+    if (Sighting *sighting = sightings.take(name)) {
+        sighting->deleteLater();
+        emit gone(name);
+    }
+}
+
+void ServerBrowser::resolved(DNSServiceRef, DNSServiceFlags, uint32_t interface,
+                             DNSServiceErrorType error, const char *, const char *host,
+                             uint16_t port, uint16_t, const unsigned char *, void *context)
+{
+    auto *sighting = static_cast<Sighting *>(context);
+    if (error != kDNSServiceErr_NoError) {
+        sighting->browser.remove(sighting->server.name);
+        return;
+    }
+    sighting->server.hostName = QString::fromUtf8(host);
+    sighting->server.port = qFromBigEndian(port);
+    sighting->browser.lookUpAddress(*sighting, interface);
+}
+
+/// Asked of the discovery service and not of the system's resolver, which need not know the names
+/// of the local network.
+void ServerBrowser::lookUpAddress(Sighting &sighting, uint32_t interface)
+{
+    if (sighting.query != nullptr) {
+        sighting.query->deleteLater();
+    }
+    sighting.query = new DnsOperation(&sighting);
+    sighting.query->watch(DNSServiceQueryRecord(
+        sighting.query->reference(), 0, interface, sighting.server.hostName.toUtf8().constData(),
+        addressRecord, internetClass, addressFound, &sighting));
+}
+
+void ServerBrowser::addressFound(DNSServiceRef, DNSServiceFlags flags, uint32_t,
+                                 DNSServiceErrorType error, const char *, uint16_t, uint16_t,
+                                 uint16_t length, const void *data, uint32_t, void *context)
+{
+    auto *sighting = static_cast<Sighting *>(context);
+    const bool isAddress = error == kDNSServiceErr_NoError && length == sizeof(quint32);
+    if (isAddress && (flags & kDNSServiceFlagsAdd) != 0) {
+        sighting->server.address = QHostAddress(qFromBigEndian<quint32>(data));
+        emit sighting->browser.found(sighting->server);
+    }
+}
+
+} // namespace quillmote

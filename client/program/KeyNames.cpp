@@ -1,0 +1,80 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "program/KeyNames.h"
+
+#include <QHash>
+#include <QRegularExpression>
+#include <QStringList>
+
+using namespace Qt::StringLiterals;
+
+namespace KeyNames {
+namespace {
+
+/// The wire drops blanks at the ends of a value, so the space key stands between two modifiers.
+QString spaceWith(const QStringList &modifiers)
+{
+    const QStringList around = modifiers.isEmpty() ? QStringList{u"Shift"_s} : modifiers;
+    return around.join(u'+') + u"+ +"_s + around.last();
+}
+
+bool isModifier(const QString &name)
+{
+    return name == "Cmd"_L1 || name == "Alt"_L1 || name == "Ctrl"_L1 || name == "Shift"_L1;
+}
+
+/// Written so, or so but for the letters' case.
+bool isKey(const QString &name)
+{
+    static const QRegularExpression keys(
+        uR"(^(?:[A-Za-z0-9=\-\[\]';\\,/]|[Ff](?:[1-9]|1[0-9]|20))$)"_s);
+    return keys.match(name).hasMatch();
+}
+
+/// Characters that take Shift, with the key that bears them.
+QString shiftedKey(QChar character)
+{
+    static const QHash<QChar, QChar> keys = {
+        {u'!', u'1'}, {u'@', u'2'},  {u'#', u'3'}, {u'$', u'4'},  {u'%', u'5'},
+        {u'^', u'6'}, {u'&', u'7'},  {u'*', u'8'}, {u'(', u'9'},  {u')', u'0'},
+        {u'_', u'-'}, {u'+', u'='},  {u':', u';'}, {u'"', u'\''}, {u'<', u','},
+        {u'?', u'/'}, {u'|', u'\\'}, {u'{', u'['}, {u'}', u']'}};
+    const QChar key = keys.value(character);
+    return key.isNull() ? QString() : QString(key);
+}
+
+/// Servers know the square brackets by each other's names.
+QString serverName(const QString &key)
+{
+    if (key == "["_L1) {
+        return u"]"_s;
+    }
+    return key == "]"_L1 ? u"["_s : key;
+}
+
+} // namespace
+
+std::optional<QString> forServer(const QString &shortcut)
+{
+    QStringList modifiers = shortcut.split(u'+');
+    const QString key = modifiers.takeLast();
+    if (!std::all_of(modifiers.cbegin(), modifiers.cend(), isModifier)) {
+        return std::nullopt;
+    }
+    if (key == " "_L1 || key.compare("Space"_L1, Qt::CaseInsensitive) == 0) {
+        return spaceWith(modifiers);
+    }
+    return isKey(key) ? std::optional((modifiers << serverName(key)).join(u'+')) : std::nullopt;
+}
+
+std::optional<QString> forCharacter(QChar character)
+{
+    const QString shifted = shiftedKey(character);
+    if (!shifted.isEmpty()) {
+        return forServer(u"Shift+"_s + shifted);
+    }
+    return forServer((character.isUpper() ? u"Shift+"_s : QString()) + character);
+}
+
+} // namespace KeyNames

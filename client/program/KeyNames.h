@@ -1,0 +1,22 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+/// The keys that a server can type, and how to name them to it.
+namespace KeyNames {
+
+/// The shortcut as the server takes it; none when it would not type anything.
+///
+/// Keys: letters, digits, the signs = - [ ] ' ; \ , / and F1 to F20, and "Space"; before the key
+/// any of "Cmd+", "Alt+", "Ctrl+", "Shift+".
+std::optional<QString> forServer(const QString &shortcut);
+
+/// The shortcut that types a character on a keyboard of the United States' layout.
+std::optional<QString> forCharacter(QChar character);
+
+} // namespace KeyNames

@@ -1,0 +1,70 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "program/RawTerminal.h"
+
+#include <array>
+#include <csignal>
+#include <cstring>
+#include <termios.h>
+#include <unistd.h>
+
+namespace {
+
+// Alternate screen, any mouse motion told, in decimal form (xterm's control sequences).
+constexpr auto enterSequence = "\x1b[?1049h\x1b[?1003h\x1b[?1006h\x1b[2J\x1b[H";
+constexpr auto leaveSequence = "\x1b[?1006l\x1b[?1003l\x1b[?1049l";
+
+constexpr std::array deadlySignals = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGPIPE,
+                                      SIGSEGV, SIGABRT, SIGBUS,  SIGFPE,  SIGILL};
+
+termios savedSettings{};
+
+void emitSequence(const char *sequence)
+{
+    [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, sequence, std::strlen(sequence));
+}
+
+/// Calls only what is allowed in a signal handler.
+void restore()
+{
+    emitSequence(leaveSequence);
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &savedSettings);
+}
+
+void restoreAndDie(int signal)
+{
+    restore();
+    std::signal(signal, SIG_DFL);
+    raise(signal);
+}
+
+void onDeadlySignals(void (*handler)(int))
+{
+    for (const int signal : deadlySignals) {
+        std::signal(signal, handler);
+    }
+}
+
+} // namespace
+
+RawTerminal::RawTerminal()
+{
+    if (isatty(STDIN_FILENO) != 1 || tcgetattr(STDIN_FILENO, &savedSettings) != 0) {
+        return;
+    }
+    active = true;
+    onDeadlySignals(restoreAndDie);
+    termios raw = savedSettings;
+    cfmakeraw(&raw);
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &raw);
+    emitSequence(enterSequence);
+}
+
+RawTerminal::~RawTerminal()
+{
+    if (active) {
+        restore();
+        onDeadlySignals(SIG_DFL);
+    }
+}

@@ -1,0 +1,203 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+// The command that makes the terminal the handheld.
+
+#include "program/Commands.h"
+#include "program/KeyNames.h"
+#include "program/RawTerminal.h"
+#include "program/Session.h"
+#include "program/TerminalInput.h"
+
+#include <QEventLoop>
+#include <QHostInfo>
+#include <QSocketNotifier>
+
+#include <optional>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+using quillmote::Button;
+using quillmote::Request;
+using Terminal::ExitCode;
+
+namespace {
+
+constexpr int step = 10;     // pixels an arrow moves the pointer
+constexpr int fastStep = 50; // with Shift
+constexpr int cellWidth = 8; // pixels that one column of the mouse's way stands for
+constexpr int cellHeight = 16;
+/// Requests under way beyond which pointer moves are added up instead of queued.
+constexpr int busyRequests = 2;
+
+class Remote
+{
+public:
+    explicit Remote(Session &server) : session(server) {}
+
+    ExitCode run()
+    {
+        QSocketNotifier keyboard(STDIN_FILENO, QSocketNotifier::Read);
+        QObject::connect(&keyboard, &QSocketNotifier::activated, &loop, [this] { readInput(); });
+        QObject::connect(&session.connection(), &quillmote::Connection::lost, &loop,
+                         [this](const QString &) { end(ExitCode::NoConnection); });
+        show(u"ready"_s);
+        loop.exec();
+        return code;
+    }
+
+private:
+    void readInput()
+    {
+        std::array<char, 4096> buffer{};
+        const ssize_t count = read(STDIN_FILENO, buffer.data(), buffer.size());
+        if (count <= 0) {
+            end(ExitCode::Done);
+            return;
+        }
+        unread.append(buffer.data(), count);
+        for (const TerminalInput::Event &event : TerminalInput::take(unread)) {
+            std::visit([this](const auto &what) { handle(what); }, event);
+        }
+    }
+
+    void handle(const TerminalInput::Character &typed)
+    {
+        typeKey(KeyNames::forCharacter(typed.character), typed.character);
+    }
+    void handle(const TerminalInput::ControlLetter &typed)
+    {
+        const QString shortcut = u"Ctrl+"_s + typed.letter;
+        typeKey(KeyNames::forServer(shortcut), shortcut);
+    }
+    void handle(const TerminalInput::FunctionKey &typed)
+    {
+        const QString key = u'F' + QString::number(typed.number);
+        typeKey(KeyNames::forServer(key), key);
+    }
+    void handle(const TerminalInput::Arrow &arrow)
+    {
+        const int pixels = arrow.isFast ? fastStep : step;
+        movePointer(arrow.dx * pixels, arrow.dy * pixels);
+    }
+    void handle(const TerminalInput::MouseMotion &motion)
+    {
+        if (mousePlace) {
+            movePointer((motion.column - mousePlace->column) * cellWidth,
+                        (motion.row - mousePlace->row) * cellHeight);
+        }
+        mousePlace = motion;
+    }
+    void handle(const TerminalInput::MousePress &press)
+    {
+        const Button button = press.button == 0   ? Button::Left
+                              : press.button == 1 ? Button::Center
+                                                  : Button::Right;
+        send(Request::click(button), u"click"_s);
+    }
+    void handle(const TerminalInput::Other &key)
+    {
+        show(u"servers cannot type %1"_s.arg(key.name));
+    }
+    void handle(const TerminalInput::Leave &) { end(ExitCode::Done); }
+
+    void typeKey(const std::optional<QString> &shortcut, const QString &shown)
+    {
+        if (shortcut) {
+            send(Request::key(*shortcut), u"key %1"_s.arg(shown));
+        } else {
+            show(u"servers cannot type %1"_s.arg(shown));
+        }
+    }
+
+    /// Moves that come faster than they can be sent become one.
+    void movePointer(int dx, int dy)
+    {
+        pendingX += dx;
+        pendingY += dy;
+        if (underWay < busyRequests) {
+            sendMove();
+        }
+    }
+
+    void sendMove()
+    {
+        if (pendingX != 0 || pendingY != 0) {
+            const Request move = Request::move(pendingX, pendingY);
+            const QString text = u"move %1, %2"_s.arg(pendingX).arg(pendingY);
+            pendingX = pendingY = 0;
+            send(move, text);
+        }
+    }
+
+    void send(const Request &request, const QString &shown)
+    {
+        ++underWay;
+        show(shown);
+        session.connection().send(request, [this](const quillmote::Outcome &outcome) {
+            --underWay;
+            if (outcome.kind == quillmote::Outcome::Kind::TimedOut) {
+                end(ExitCode::NoConnection);
+            } else if (outcome.kind == quillmote::Outcome::Kind::Done) {
+                sendMove();
+            }
+        });
+    }
+
+    void show(const QString &action)
+    {
+        Terminal::showStatus(
+            u"%1 | %2 | %3 | Ctrl+] leaves"_s.arg(session.serverName(), pairing, action));
+    }
+
+    void end(ExitCode how)
+    {
+        code = how;
+        loop.quit();
+    }
+
+public:
+    QString pairing;
+
+private:
+    Session &session;
+    QEventLoop loop;
+    QByteArray unread;
+    std::optional<TerminalInput::MouseMotion> mousePlace;
+    int pendingX = 0;
+    int pendingY = 0;
+    int underWay = 0;
+    ExitCode code = ExitCode::Done;
+};
+
+} // namespace
+
+ExitCode Commands::remote(const Arguments &arguments)
+{
+    if (!Terminal::errorsAreTerminal() || isatty(STDIN_FILENO) != 1) {
+        Terminal::complain(u"remote needs a terminal; in scripts use key, move and click."_s);
+        return ExitCode::Usage;
+    }
+    Session session(arguments);
+    if (!session.isOpen()) {
+        return session.exitCode();
+    }
+    const QString name = QHostInfo::localHostName();
+    const ExitCode paired = session.run(Request::pair(u"quillmote-"_s + name, name));
+    if (paired != ExitCode::Done && paired != ExitCode::ServerError) {
+        return paired;
+    }
+    ExitCode code = ExitCode::Done;
+    {
+        const RawTerminal terminal;
+        Remote remote(session);
+        remote.pairing = paired == ExitCode::Done ? u"paired"_s : u"not paired"_s;
+        code = remote.run();
+    }
+    if (code == ExitCode::NoConnection) {
+        Terminal::complain(
+            u"The connection to %1 is lost; is VornaServer still running there?"_s.arg(
+                session.serverName()));
+    }
+    return code;
+}

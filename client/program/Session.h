@@ -1,0 +1,42 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "lib/Connection.h"
+#include "program/Arguments.h"
+#include "program/Terminal.h"
+
+#include <optional>
+
+/// A connection to the server that the arguments mean, used step by step.
+class Session
+{
+public:
+    /// Finds the server and connects; when that fails the user has been told, and exitCode() is
+    /// not Done.
+    explicit Session(const Arguments &arguments);
+
+    bool isOpen() const { return code == Terminal::ExitCode::Done; }
+    Terminal::ExitCode exitCode() const { return code; }
+    quillmote::Connection &connection() { return link; }
+    /// The server's name or address, for the user.
+    QString serverName() const { return name; }
+
+    /// Sends the request and waits for its end. The user has been told of any failure.
+    Terminal::ExitCode run(const quillmote::Request &request, quillmote::Answer *answer = nullptr);
+
+    /// The exit code of an outcome; tells the user of a failure.
+    static Terminal::ExitCode report(const quillmote::Outcome &outcome);
+
+private:
+    bool findServer(const Arguments &arguments);
+    bool chooseServer(const Arguments &arguments);
+    void connectToServer(const Arguments &arguments);
+
+    quillmote::Connection link;
+    QString name;
+    QString host;
+    quint16 port = 0;
+    Terminal::ExitCode code = Terminal::ExitCode::NoConnection;
+};

@@ -1,0 +1,69 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <variant>
+#include <vector>
+
+/// What a person did at the terminal.
+namespace TerminalInput {
+
+struct Character
+{
+    QChar character;
+    bool operator==(const Character &) const = default;
+};
+/// Ctrl with a letter.
+struct ControlLetter
+{
+    QChar letter; ///< upper case
+    bool operator==(const ControlLetter &) const = default;
+};
+/// An arrow key; dx and dy are -1, 0 or 1.
+struct Arrow
+{
+    int dx = 0;
+    int dy = 0;
+    bool isFast = false; ///< with Shift
+    bool operator==(const Arrow &) const = default;
+};
+struct FunctionKey
+{
+    int number = 1;
+    bool operator==(const FunctionKey &) const = default;
+};
+/// The mouse is over that cell, counted from 1.
+struct MouseMotion
+{
+    int column = 1;
+    int row = 1;
+    bool operator==(const MouseMotion &) const = default;
+};
+/// 0 left, 1 middle, 2 right.
+struct MousePress
+{
+    int button = 0;
+    bool operator==(const MousePress &) const = default;
+};
+/// A key that servers cannot type.
+struct Other
+{
+    QString name;
+    bool operator==(const Other &) const = default;
+};
+struct Leave
+{
+    bool operator==(const Leave &) const = default;
+};
+
+using Event = std::variant<Character, ControlLetter, Arrow, FunctionKey, MouseMotion, MousePress,
+                           Other, Leave>;
+
+/// Takes the events out of the bytes; an unfinished sequence stays in them.
+std::vector<Event> take(QByteArray &bytes);
+
+} // namespace TerminalInput

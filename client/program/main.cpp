@@ -1,0 +1,26 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "program/Arguments.h"
+#include "program/CommandTable.h"
+#include "program/Terminal.h"
+
+#include <QCoreApplication>
+
+int main(int argc, char **argv)
+{
+    // The compatibility library of Avahi otherwise complains on standard error.
+    qputenv("AVAHI_COMPAT_NOWARN", "1");
+    const QCoreApplication application(argc, argv);
+    const ParsedArguments parsed = parseArguments(QCoreApplication::arguments());
+    if (!parsed.problem.isEmpty()) {
+        Terminal::complain(parsed.problem);
+        return static_cast<int>(Terminal::ExitCode::Usage);
+    }
+    if (!parsed.arguments) {
+        Terminal::print(parsed.output);
+        return static_cast<int>(Terminal::ExitCode::Done);
+    }
+    const CommandEntry *command = findCommand(parsed.arguments->command);
+    return static_cast<int>(command->run(*parsed.arguments));
+}

@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The VornaServer developers
+# SPDX-License-Identifier: MIT
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+# shellcheck source=scripts/packages.sh
+. "$root/scripts/packages.sh"
+# shellcheck source=scripts/demo.sh
+. "$root/scripts/demo.sh"
+
+usage() {
+    cat <<'END'
+Usage: ./run.sh [--demo] [--once] [--no-install] [--help]
+
+Installs what is missing, builds VornaServer and starts it. In a graphical session it appears in
+your tray. Without one it shows itself: on a desktop of its own, with nothing of yours touched, a
+small handheld types into a window, and a screenshot is taken (build/demo/screenshot.png).
+
+  --demo        show the demonstration although there is a graphical session
+  --once        show the demonstration, then end: status 0 when the typed text arrived, else 1
+  --no-install  install nothing; fail when something is missing
+  --help        this text
+
+Root is asked for (by sudo) only to install packages, after they have been listed.
+VORNA_SERVER=FILE in the environment starts that server: nothing is installed or built.
+END
+}
+
+demo=no once=no install=yes
+for option in "$@"; do
+    case $option in
+    --demo) demo=yes ;;
+    --once) demo=yes once=yes ;;
+    --no-install) install=no ;;
+    --help | -h) usage && exit 0 ;;
+    *)
+        echo "run.sh: unknown option $option" >&2
+        usage >&2
+        exit 2
+        ;;
+    esac
+done
+[ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] || demo=yes
+
+install_what_is_missing() {
+    # A demonstration must not make a service of the machine speak on its network.
+    if [ "$demo" = yes ]; then
+        mapfile -t packages < <(build_packages && demo_packages)
+        install_packages silent "${packages[@]}"
+    else
+        mapfile -t packages < <(build_packages && run_packages)
+        install_packages serving "${packages[@]}"
+    fi
+}
+
+build_release() {
+    cd "$root"
+    cmake --preset release
+    cmake --build --preset release --target VornaServer
+}
+
+server=${VORNA_SERVER:-}
+if [ -z "$server" ]; then
+    [ "$install" = no ] || install_what_is_missing
+    (build_release)
+    server=$root/build/release/VornaServer
+fi
+[ "$demo" = yes ] || exec "$server"
+run_demo "$server" "${VORNA_SCREENSHOTS:-$root/build/demo}" "$once"

@@ -1,0 +1,91 @@
+# shellcheck shell=bash
+# SPDX-FileCopyrightText: 2026 The VornaServer developers
+# SPDX-License-Identifier: MIT
+#
+# The one place that names Debian packages; sourced by run.sh and test.sh.
+
+# What the compiler and CMake ask for.
+build_packages() {
+    printf '%s\n' g++ cmake ninja-build pkg-config \
+        qt6-base-dev qt6-base-dev-tools libgl-dev \
+        libxcb1-dev libxcb-randr0-dev libxcb-xtest0-dev libxcb-xkb-dev libxcb-xinput-dev \
+        libxkbcommon-dev libxkbcommon-x11-dev \
+        libavahi-compat-libdnssd-dev
+}
+
+# What the server wants around it in a user's session. Without avahi-daemon it runs, but as its port
+# is chosen anew at each start, no handheld finds it.
+run_packages() {
+    printf '%s\n' avahi-daemon xdg-utils
+}
+
+# The desktop that the demonstration brings along.
+demo_packages() {
+    printf '%s\n' dbus fonts-dejavu-core imagemagick iproute2 openbox trayer \
+        x11-utils x11-xkb-utils x11-xserver-utils xdotool xdg-utils xkb-data xterm xvfb
+}
+
+# What the tests look with, beyond the demonstration's desktop.
+test_packages() {
+    build_packages
+    demo_packages
+    printf '%s\n' avahi-daemon avahi-utils clang clang-format-14 desktop-file-utils dex git \
+        libclang-rt-14-dev shellcheck socat wmctrl xclip
+}
+
+# Of the packages named, those that are not installed, one a line.
+missing_packages() {
+    local name
+    for name in "$@"; do
+        dpkg-query -W -f '${db:Status-Status}\n' "$name" 2>/dev/null | grep -x installed >/dev/null ||
+            printf '%s\n' "$name"
+    done
+}
+
+# as_root COMMAND...: runs it by sudo, or directly for root.
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
+}
+
+# install_packages HOW NAME...: lists what is missing of the packages, then installs it; does not ask
+# for root when nothing is missing. HOW is "serving", or "silent": then no service is started.
+install_packages() {
+    local how=$1 missing
+    shift
+    if ! command -v dpkg-query >/dev/null; then
+        echo "Packages are installed on Debian only; elsewhere give --no-install." >&2
+        return 1
+    fi
+    mapfile -t missing < <(missing_packages "$@" | sort -u)
+    [ "${#missing[@]}" -eq 0 ] && return 0
+    if [ "$(id -u)" -ne 0 ] && ! command -v sudo >/dev/null; then
+        echo "There is no sudo. As root: apt-get install --no-install-recommends ${missing[*]}" >&2
+        return 1
+    fi
+    echo "Installing: ${missing[*]}"
+    as_root bash -c "$(declare -f run_apt hold_services)"$'\nrun_apt "$@"' \
+        install "$how" "${missing[@]}"
+}
+
+# Runs as root in a shell of its own, so that its trap is its own too.
+run_apt() {
+    local how=$1
+    shift
+    set -e
+    export DEBIAN_FRONTEND=noninteractive
+    [ "$how" = serving ] || hold_services
+    apt-get update -q
+    apt-get install -q -y --no-install-recommends "$@"
+}
+
+# A machine that only tests must not begin to speak on its network: avahi-daemon would start with
+# its installation and announce the machine. Debian asks policy-rc.d before it starts a service, and
+# 101 forbids it. A machine that has a policy keeps it; ours goes when the installation ends.
+hold_services() {
+    policy=/usr/sbin/policy-rc.d
+    [ -e "$policy" ] && return 0
+    trap 'rm -f "$policy"' EXIT
+    trap 'exit 1' HUP INT TERM
+    printf '#!/bin/sh\nexit 101\n' >"$policy"
+    chmod 755 "$policy"
+}

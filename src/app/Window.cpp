@@ -1,0 +1,254 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "app/Window.h"
+
+#include "app/MessageHandler.h"
+#include "messages/Messages.h"
+#include "preferences/ConfigDialog.h"
+#include "startup/settingsManagerMac.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDesktopServices>
+#include <QIcon>
+#include <QMenu>
+#include <QMessageBox>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QThread>
+#include <QUrl>
+
+#include <chrono>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString blackLight()
+{
+    return u":/images/led_nero.png"_s;
+}
+
+QString orangeLight()
+{
+    return u":/images/led_arancio.png"_s;
+}
+
+QString greenLight()
+{
+    return u":/images/led_verde.png"_s;
+}
+
+QString redLight()
+{
+    return u":/images/led_rosso.png"_s;
+}
+
+constexpr std::chrono::milliseconds placingTime(1'000);
+constexpr std::chrono::milliseconds placingPause(5);
+
+/// Waits until a tray has taken the icon's window in, at most `placingTime`: a balloon that is
+/// shown before that points at the corner of the screen. Where the icon is not a window of ours
+/// there is no geometry, and nothing to wait for.
+void waitUntilPlaced(const QSystemTrayIcon &icon)
+{
+    const QDeadlineTimer limit(placingTime);
+    const auto isAtOrigin = [&icon] {
+        return icon.geometry().isValid() && icon.geometry().topLeft().isNull();
+    };
+    while (isAtOrigin() && !limit.hasExpired()) {
+        QCoreApplication::processEvents();
+        QThread::msleep(static_cast<unsigned long>(placingPause.count()));
+    }
+}
+
+} // namespace
+
+Window::Window() : server(nullptr)
+{
+    restoreApplicationSettings();
+    server.setParent(this);
+    connect(&server, SIGNAL(clientConnected(bool)), this, SLOT(connectionStatus(bool)));
+    createActions();
+    createTrayIcon();
+    setIcon(blackLight());
+    connect(trayIcon, SIGNAL(activated(QSystemTrayIcon::ActivationReason)), this,
+            SLOT(iconActivated(QSystemTrayIcon::ActivationReason)));
+    // Wanted: when it is off, an entry of the login list stays until the preferences are closed.
+    if (startAtLogon) {
+        updateStartupAtLogon();
+    }
+    trayIcon->setVisible(true);
+    waitUntilPlaced(*trayIcon);
+    // Wanted: the server does not learn pairNeedsApproval before the preferences are closed once.
+    startServer();
+}
+
+Window::~Window()
+{
+    messageHandler->shutdown();
+}
+
+QAction *Window::createAction(const QString &text, const QString &toolTip, const QObject *receiver,
+                              const char *slot)
+{
+    auto *action = new QAction(text, this);
+    if (!toolTip.isEmpty()) {
+        action->setToolTip(toolTip);
+    }
+    connect(action, SIGNAL(triggered()), receiver, slot);
+    return action;
+}
+
+void Window::createActions()
+{
+    aboutAction = createAction(tr("About"), QString(), this, SLOT(aboutDialog()));
+    websiteAction = createAction(tr("Support Website"), tr("Online support for the Quillmote"),
+                                 this, SLOT(openWebsite()));
+    startStopAction = createAction(tr("Stop Server"), tr("Start/Stop the Quillmote server."), this,
+                                   SLOT(startServer()));
+    startStopAction->setCheckable(true);
+    startStopAction->setChecked(true);
+    preferencesAction = createAction(tr("Preferences..."), tr("Click open the preferences dialog"),
+                                     this, SLOT(openPreferencesDialog()));
+    quitAction = createAction(tr("Quit"), tr("Click to Quit the Quillmote Server"),
+                              QCoreApplication::instance(), SLOT(quit()));
+}
+
+void Window::createTrayIcon()
+{
+    trayIconMenu = new QMenu(this);
+    trayIconMenu->addAction(aboutAction);
+    trayIconMenu->addSeparator();
+    trayIconMenu->addAction(websiteAction);
+    trayIconMenu->addAction(startStopAction);
+    trayIconMenu->addAction(preferencesAction);
+    trayIconMenu->addSeparator();
+    trayIconMenu->addAction(quitAction);
+
+    trayIcon = new QSystemTrayIcon(this);
+    trayIcon->setContextMenu(trayIconMenu);
+
+    messageHandler = MessageHandler::instance();
+    messageHandler->installMessageHandler(trayIcon);
+}
+
+void Window::setIcon(QString iconName)
+{
+    const QIcon icon(iconName);
+    trayIcon->setIcon(icon);
+    setWindowIcon(icon);
+    trayIcon->setToolTip(tr("VornaServer"));
+}
+
+void Window::startServer()
+{
+    if (serverRunning) {
+        stopServer();
+        return;
+    }
+    setIcon(orangeLight());
+    serverRunning = server.startServer();
+    if (serverRunning) {
+        setIcon(orangeLight());
+        startStopAction->setText(tr("Stop Server"));
+        Messages::warning({u"Server Started..."_s});
+    } else {
+        setIcon(blackLight());
+        startStopAction->setChecked(false);
+        setIcon(redLight());
+    }
+}
+
+void Window::stopServer()
+{
+    if (!serverRunning) {
+        return;
+    }
+    setIcon(blackLight());
+    server.stopServer();
+    serverRunning = false;
+    startStopAction->setText(tr("Start Server"));
+}
+
+void Window::connectionStatus(bool connected)
+{
+    // Wanted: whether the server still runs does not matter here.
+    setIcon(connected ? greenLight() : orangeLight());
+}
+
+void Window::iconActivated(QSystemTrayIcon::ActivationReason) {}
+
+void Window::closeEvent(QCloseEvent *event)
+{
+    if (trayIcon->isVisible()) {
+        hide();
+        event->ignore();
+    }
+}
+
+void Window::aboutDialog()
+{
+    // Wanted: this title, and a version that is not the application's.
+    QMessageBox::information(this, tr("QMessageBox::information()"), tr("Vorna Server v1.1"));
+}
+
+void Window::openWebsite()
+{
+    QDesktopServices::openUrl(QUrl(QStringLiteral(VORNA_SUPPORT_WEBSITE)));
+}
+
+void Window::updateStartupAtLogon()
+{
+    std::make_unique<settingsManagerMac>()->startAtLogon(startAtLogon);
+}
+
+void Window::update(QString paramName, QVariant value)
+{
+    // The other parameters are taken when the dialog closes.
+    if (paramName == "Logon"_L1) {
+        startAtLogon = value.toBool();
+        updateStartupAtLogon();
+    }
+}
+
+void Window::openPreferencesDialog()
+{
+    ConfigDialog dialog({{u"PairApproval"_s, pairNeedsApproval},
+                         {u"Logon"_s, startAtLogon},
+                         {u"Download"_s, downloadDirectory}});
+    connect(&dialog, SIGNAL(updateSignal(QString, QVariant)), this,
+            SLOT(update(QString, QVariant)));
+    // Wanted: however the dialog is closed, its values are taken.
+    dialog.exec();
+    const QVariantMap parameters = dialog.property("parameters").toMap();
+    pairNeedsApproval = parameters.value(u"PairApproval"_s).toBool();
+    startAtLogon = parameters.value(u"Logon"_s).toBool();
+    downloadDirectory = parameters.value(u"Download"_s).toString();
+    updateStartupAtLogon();
+    server.setNeedsPairingApproval(pairNeedsApproval);
+    storeApplicationSettings();
+}
+
+void Window::restoreApplicationSettings()
+{
+    const QSettings settings;
+    pairNeedsApproval = settings.value("pairNeedsApproval", QVariant(false)).toBool();
+    startAtLogon = settings.value("startAtLogon", QVariant(true)).toBool();
+    // Wanted: the directory of documents is asked for and not used.
+    QString directory = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    directory = QStandardPaths::writableLocation(QStandardPaths::HomeLocation) + u"/Downloads"_s;
+    downloadDirectory = settings.value("downloadDirectory", directory).toString();
+}
+
+void Window::storeApplicationSettings()
+{
+    QSettings settings;
+    settings.setValue("pairNeedsApproval", QVariant(pairNeedsApproval));
+    settings.setValue("startAtLogon", QVariant(startAtLogon));
+    settings.setValue("downloadDirectory", QVariant(downloadDirectory));
+    settings.sync();
+}

@@ -1,0 +1,65 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "server/Server.h"
+
+#include <QDialog>
+#include <QSystemTrayIcon>
+
+class MessageHandler;
+class QAction;
+class QMenu;
+
+/// The application as the user sees it: an icon in the tray whose light tells the server's state,
+/// with a menu. It is a dialog that is never shown, so that boxes have a parent.
+class Window : public QDialog
+{
+    Q_OBJECT
+
+public:
+    /// Restores the settings, shows the tray icon and starts the server.
+    Window();
+    ~Window() override;
+
+public slots:
+    /// Live changes from the preferences dialog.
+    void update(QString paramName, QVariant value);
+    void setIcon(QString iconName = ":/images/led_arancio.png");
+    /// Wanted: nothing. The tray opens the menu by itself.
+    void iconActivated(QSystemTrayIcon::ActivationReason reason);
+    void updateStartupAtLogon();
+    void aboutDialog();
+    void openWebsite();
+    /// Starts the server, or stops it when it runs.
+    void startServer();
+    void stopServer();
+    void openPreferencesDialog();
+    void connectionStatus(bool connected);
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    QAction *createAction(const QString &text, const QString &toolTip, const QObject *receiver,
+                          const char *slot);
+    void createActions();
+    void createTrayIcon();
+    void restoreApplicationSettings();
+    void storeApplicationSettings();
+
+    bool serverRunning = false;
+    bool pairNeedsApproval = false;
+    bool startAtLogon = false;
+    QString downloadDirectory;
+    Server server;
+    QAction *aboutAction = nullptr;
+    QAction *websiteAction = nullptr;
+    QAction *startStopAction = nullptr;
+    QAction *preferencesAction = nullptr;
+    QAction *quitAction = nullptr;
+    QSystemTrayIcon *trayIcon = nullptr;
+    MessageHandler *messageHandler = nullptr;
+    QMenu *trayIconMenu = nullptr;
+};

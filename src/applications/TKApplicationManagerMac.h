@@ -1,0 +1,30 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "applications/TKApplicationManagerImp.h"
+#include "platform/ScriptingBridge.h"
+
+#include <memory>
+
+/// Controls a fixed table of applications, known by their bundle identifiers. Portable; the host's
+/// scripting bridge finds, starts and activates them.
+class TKApplicationManagerMac : public TKApplicationManagerImp
+{
+public:
+    explicit TKApplicationManagerMac(
+        InteractionManager *interactionManager,
+        std::unique_ptr<platform::ScriptingBridge> bridge = platform::makeScriptingBridge());
+    ~TKApplicationManagerMac() override;
+
+    /// Silent when the start fails. An application that runs is not brought to the front.
+    void openApplication(QString name) override;
+    /// The shortcut goes to the front application without a check that activation has finished.
+    void quitApplication(QString name) override;
+    void checkAvailableApplications() override;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};

@@ -1,0 +1,36 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "messages/Messages.h"
+
+#include <QDebug>
+
+namespace Messages {
+
+QString streamed(std::initializer_list<QString> items)
+{
+    QString text;
+    for (const QString &item : items) {
+        text += item + u' ';
+    }
+    return text;
+}
+
+QString quoted(const QString &text)
+{
+    return u'"' + text + u'"';
+}
+
+// Without automatic spaces the stream hands on exactly what it was given.
+
+void warning(std::initializer_list<QString> items)
+{
+    qWarning().nospace().noquote() << streamed(items);
+}
+
+void debug(std::initializer_list<QString> items)
+{
+    qDebug().nospace().noquote() << streamed(items);
+}
+
+} // namespace Messages

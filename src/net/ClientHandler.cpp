@@ -1,0 +1,186 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "net/ClientHandler.h"
+
+#include "messages/Messages.h"
+#include "net/DownloadPath.h"
+
+#include <QDebug>
+#include <QPointer>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QTcpSocket>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Answers that a peer may leave unread before the next one closes the connection, in bytes.
+constexpr qint64 maximumUnsent = 4 * 1024 * 1024;
+
+/// A file is taken in pieces of at most so many bytes: the system may have collected 32 MiB, which
+/// would all be copied through memory that no cache of the processor holds.
+constexpr qint64 filePieceSize = 256 * 1024;
+
+QString downloadDirectory()
+{
+    const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+    return QSettings().value("downloadDirectory", desktop).toString();
+}
+
+QString nameOf(QAbstractSocket::SocketError error)
+{
+    QString name;
+    QDebug(&name).nospace() << error;
+    return name;
+}
+
+} // namespace
+
+ClientHandler::ClientHandler(QTcpSocket *acceptedSocket) : socket(acceptedSocket)
+{
+    connect(socket, SIGNAL(disconnected()), this, SLOT(disconnected()));
+    // Queued, so that no signal of the socket is on its way while a token is carried out: a pairing
+    // dialog runs an event loop there, in which this peer's next tokens must be read too, and in
+    // which the socket may be given back.
+    connect(socket, SIGNAL(readyRead()), this, SLOT(readyRead()), Qt::QueuedConnection);
+    connect(socket, SIGNAL(errorOccurred(QAbstractSocket::SocketError)), this,
+            SLOT(socketError(QAbstractSocket::SocketError)));
+}
+
+void ClientHandler::acceptPair(bool accepted)
+{
+    [[maybe_unused]] const QString response = accepted ? u"OK"_s : u"ERROR"_s;
+}
+
+bool ClientHandler::parseToken()
+{
+    const TokenText::Reading reading =
+        TokenText::read(receiveBuffer, [this](const QString &key, const QVariant &value) {
+            storeEntry(key, value);
+        });
+    switch (reading.result) {
+    case TokenText::ReadResult::NotAToken:
+        return false;
+    case TokenText::ReadResult::Reversed:
+        Messages::debug({u"Bad token : "_s, Messages::quoted(reading.text)});
+        return false;
+    case TokenText::ReadResult::TokenWithPrefix:
+        Messages::debug({u"Fix token..."_s});
+        return true;
+    case TokenText::ReadResult::Token:
+        return true;
+    }
+    return false;
+}
+
+QString ClientHandler::packageToken() const
+{
+    return TokenText::write(token);
+}
+
+void ClientHandler::sendToken()
+{
+    if (socket->bytesToWrite() > maximumUnsent) {
+        closeConnection(u"The device does not read its answers."_s);
+        return;
+    }
+    if (socket->state() == QAbstractSocket::ConnectedState) {
+        socket->write(packageToken().toLatin1());
+    }
+}
+
+void ClientHandler::setFileToTransfer(QString fileName, quint64 size)
+{
+    fileSize = size;
+    bytesRemaining = static_cast<qint64>(size);
+    const QString directory = downloadDirectory();
+    filePath = directory + u'/' + fileName;
+    Messages::debug({u"File: "_s, Messages::quoted(filePath)});
+    file.close();
+    if (isAllowedDownloadPath(filePath, directory)) {
+        file.setFileName(filePath);
+        // Unbuffered: what was taken from the network is in the file whatever happens to us.
+        file.open(QIODevice::Append | QIODevice::Unbuffered);
+    }
+    limitNextRead();
+}
+
+void ClientHandler::disconnected()
+{
+    Messages::warning({u"Device Disconnected"_s});
+    deleteLater();
+}
+
+void ClientHandler::readyRead()
+{
+    const QPointer<ClientHandler> self(this);
+    // Assigned, not appended: when this call runs inside the dispatch of an earlier token, that
+    // token has been read already.
+    receiveBuffer = socket->isOpen() ? socket->read(socket->bytesAvailable()) : QByteArray();
+    if (!isReceivingFile() && parseToken()) {
+        if (storedSize.isTooMuch()) {
+            closeConnection(u"The device has stored too much."_s);
+            return;
+        }
+        emit tokenAvailable();
+        if (self.isNull()) {
+            return;
+        }
+    }
+    // Wanted: asked again, since the dispatch may just have begun a file. Its first bytes are those
+    // of the request.
+    if (isReceivingFile() && !receiveBuffer.isEmpty()) {
+        receiveFileBytes();
+    }
+    receiveBuffer.clear();
+}
+
+void ClientHandler::socketError(QAbstractSocket::SocketError error)
+{
+    Messages::debug({tr("Socket error: "), nameOf(error)});
+}
+
+void ClientHandler::storeEntry(const QString &key, const QVariant &value)
+{
+    if (!storedSize.isTooMuch()) {
+        token.insert(key, value);
+        storedSize.store(key, value);
+    }
+}
+
+void ClientHandler::receiveFileBytes()
+{
+    // Wanted: a failed write returns -1, which raises the count.
+    bytesRemaining -= file.isOpen() ? file.write(receiveBuffer) : -1;
+    // Wanted: strictly below zero, so exactly the announced bytes do not end the transfer.
+    if (bytesRemaining < 0) {
+        finishFile();
+    }
+    limitNextRead();
+}
+
+void ClientHandler::finishFile()
+{
+    file.flush();
+    file.close();
+    emit showFile(filePath);
+    filePath.clear();
+    token.insert(u"serverResponse"_s, u"OK"_s);
+    sendToken();
+}
+
+/// Never a read that could end the transfer, or hold a token: these take all that has arrived.
+void ClientHandler::limitNextRead()
+{
+    const bool isFarFromTheEnd = isReceivingFile() && bytesRemaining >= filePieceSize;
+    socket->setReadBufferSize(isFarFromTheEnd ? filePieceSize : 0);
+}
+
+void ClientHandler::closeConnection(const QString &reason)
+{
+    Messages::debug({reason});
+    receiveBuffer.clear();
+    socket->abort();
+}

@@ -1,0 +1,76 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "net/StoredSize.h"
+#include "net/TokenText.h"
+
+#include <QAbstractSocket>
+#include <QByteArray>
+#include <QFile>
+#include <QObject>
+
+class QTcpSocket;
+
+/// One accepted connection of a handheld: turns what arrives into entries of the token map, sends
+/// the map back as the answer, and receives files.
+///
+/// One read of the socket is one token: there is no other framing. In token mode a chunk that
+/// cannot be read as a token is dropped without an answer. In file mode, from setFileToTransfer()
+/// until more bytes than announced have arrived, every chunk goes into the file.
+///
+/// Deletes itself when the peer has gone. Whoever calls into it from a slot of tokenAvailable()
+/// that runs an event loop must watch it with a QPointer.
+class ClientHandler : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The socket stays with its owner, which must keep it for as long as this object lives.
+    explicit ClientHandler(QTcpSocket *socket);
+
+    /// Requests and answers; never cleared, so every answer carries all that is in it.
+    TokenMap token;
+    /// What the device at the other end calls itself; empty until it asked to be paired.
+    QString deviceName;
+
+    /// Deliberately does nothing: the answers to pairing come from the server.
+    void acceptPair(bool accepted);
+    /// Reads the receive buffer into the map; false when it holds no token.
+    bool parseToken();
+    QString packageToken() const;
+    /// Sends the whole map. A peer that lets answers pile up unread is disconnected instead.
+    void sendToken();
+    /// Switches to file mode: what comes next is appended to the named file in the download
+    /// directory until more than `size` bytes have been written. A file that cannot be opened or
+    /// that would lie outside the directory takes nothing, and the transfer does not end.
+    void setFileToTransfer(QString fileName, quint64 size);
+
+signals:
+    /// A chunk was read as a token and is in the map.
+    void tokenAvailable();
+    /// A file has arrived; `filename` is its full path.
+    void showFile(QString filename);
+
+private slots:
+    void disconnected();
+    void readyRead();
+    void socketError(QAbstractSocket::SocketError error);
+
+private:
+    bool isReceivingFile() const { return !filePath.isEmpty(); }
+    void storeEntry(const QString &key, const QVariant &value);
+    void receiveFileBytes();
+    void finishFile();
+    void limitNextRead();
+    void closeConnection(const QString &reason);
+
+    QTcpSocket *socket;
+    QByteArray receiveBuffer; // empty between two calls of readyRead()
+    QString filePath;         // empty in token mode
+    quint64 fileSize = 0;
+    qint64 bytesRemaining = 0; // below zero once more than announced was written
+    QFile file;
+    StoredSize storedSize;
+};

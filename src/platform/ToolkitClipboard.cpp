@@ -1,0 +1,24 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "platform/ToolkitClipboard.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMimeData>
+
+namespace platform {
+
+void ToolkitClipboard::setText(const QString &text)
+{
+    QGuiApplication::clipboard()->setText(text, QClipboard::Clipboard);
+}
+
+void ToolkitClipboard::requestText(TextReceiver receiver)
+{
+    const QMimeData *data = QGuiApplication::clipboard()->mimeData(QClipboard::Clipboard);
+    const bool hasText = data != nullptr && data->hasText();
+    receiver(hasText ? std::optional(data->text()) : std::nullopt);
+}
+
+} // namespace platform

@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "platform/Clipboard.h"
+
+namespace platform {
+
+/// The clipboard as the toolkit offers it. Reads at once, so it is for hosts on which that does not
+/// wait for other programs.
+class ToolkitClipboard : public Clipboard
+{
+public:
+    void setText(const QString &text) override;
+    void requestText(TextReceiver receiver) override;
+};
+
+} // namespace platform

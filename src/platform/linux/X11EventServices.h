@@ -1,0 +1,51 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "X11Display.h"
+#include "X11Keyboard.h"
+#include "X11Pointer.h"
+#include "platform/EventServices.h"
+
+#include <QSocketNotifier>
+
+namespace platform {
+
+/// The input of an X11 session, posted through the server's XTEST extension.
+///
+/// A key or a click asks the server nothing and does not wait for it: it costs one write, in which
+/// press and release leave together, so that a process that is killed in between leaves nothing
+/// down. Only pointerLocation(), and the first press after the key map or the button mapping has
+/// changed, wait for an answer. When the connection breaks, nothing more is posted.
+///
+/// Needs a running event loop on its thread. Taps and source states have no counterpart here.
+class X11EventServices final : public EventServices
+{
+public:
+    /// The display must be one that canFakeInput().
+    explicit X11EventServices(X11Display display);
+    /// Releases the keys and buttons that are still down, and waits until the server has done so.
+    ~X11EventServices() override;
+
+    Location pointerLocation() override;
+    void postKeyboard(const KeyboardEvent &event) override;
+    /// A click happens where the pointer is: the positions of presses and releases are not looked
+    /// at.
+    void postMouse(std::optional<SourceState> source, std::span<const MouseEvent> events,
+                   EventTap tap) override;
+
+private:
+    void postMouse(const MouseEvent &event);
+    bool takeInEvents();
+    void flush();
+    void flushLater();
+
+    X11Display m_display;
+    X11Keyboard m_keyboard;
+    X11Pointer m_pointer;
+    QSocketNotifier m_notifier; ///< Of the connection; ends before it.
+    bool m_isFlushDue = false;  ///< A flush is queued in the event loop.
+};
+
+} // namespace platform

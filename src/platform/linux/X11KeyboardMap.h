@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "XkbHandles.h"
+#include "XkbKeyFinder.h"
+
+#include <optional>
+
+struct xcb_connection_t;
+
+namespace platform {
+
+/// The keys of the keyboard through which an X server plays faked events.
+///
+/// That keyboard has a key map of its own, and a faked key means what it says there. The core
+/// keyboard's map is another matter: it is a copy of the map of the keyboard that was used last, so
+/// it changes to and fro between the user's and this one.
+class X11KeyboardMap
+{
+public:
+    /// Finds the keyboard (the core one on a server that does not tell). A few round trips; the
+    /// connection must outlive the map.
+    explicit X11KeyboardMap(xcb_connection_t *connection);
+
+    /// The keyboard's XInput number, as events tell it.
+    int device() const { return m_device; }
+
+    /// To be called when the keyboard has got other keys.
+    void markStale() { m_isStale = true; }
+
+    /// The keys as they are now; null when the server does not tell them. Reads them anew, with
+    /// round trips, only when they have changed since the last question.
+    const XkbKeyFinder *finder();
+
+private:
+    xcb_connection_t *m_connection;
+    int m_device;
+    XkbContext m_context;
+    std::optional<XkbKeyFinder> m_finder;
+    bool m_isStale = true;
+};
+
+} // namespace platform

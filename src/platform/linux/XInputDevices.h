@@ -1,0 +1,21 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+struct xcb_connection_t;
+
+namespace platform {
+
+/// The X server keeps one keyboard for all that its XTEST extension presses.
+inline constexpr std::string_view XtestKeyboardName = "Virtual core XTEST keyboard";
+
+/// Number of the input device with that name; nothing when there is none or the server has no
+/// XInput 2. A few round trips.
+std::optional<std::uint16_t> inputDeviceNumber(xcb_connection_t *connection, std::string_view name);
+
+} // namespace platform

@@ -1,0 +1,32 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace platform {
+
+/// Where the desktop keeps its files (XDG Base Directory Specification 0.8), the most important
+/// directory first.
+struct XdgDirectories
+{
+    QString configHome;
+    QStringList configDirs;
+    QString dataHome;
+    QStringList dataDirs;
+    /// What the running desktop calls itself, such as "GNOME".
+    QStringList desktops;
+
+    static XdgDirectories fromEnvironment();
+
+    QStringList allConfig() const { return QStringList{configHome} + configDirs; }
+    QStringList allData() const { return QStringList{dataHome} + dataDirs; }
+
+    /// The desktop entry of that identifier, "a-b.desktop" being the file a-b.desktop or
+    /// a/b.desktop below the first data directory that has one; empty when none has.
+    QString applicationFile(const QString &desktopId) const;
+};
+
+} // namespace platform

@@ -1,0 +1,40 @@
+# SPDX-FileCopyrightText: 2026 The VornaServer developers
+# SPDX-License-Identifier: MIT
+
+# The adapters of a Linux desktop.
+target_sources(vornaserver PRIVATE
+  platform/linux/ApplicationRuntime.cpp
+  platform/linux/AvahiWatch.cpp
+  platform/linux/DBusActivation.cpp
+  platform/linux/DefaultApplication.cpp
+  platform/linux/DesktopApplication.cpp
+  platform/linux/DesktopEntry.cpp
+  platform/linux/DesktopEntryBridge.cpp
+  platform/linux/ExecLine.cpp
+  platform/linux/KeyFile.cpp
+  platform/linux/KeySigns.cpp
+  platform/linux/ModifierTracker.cpp
+  platform/linux/NullEventServices.cpp
+  platform/linux/Sockets.cpp
+  platform/linux/StatusNotifierHosts.cpp
+  platform/linux/TrayHost.cpp
+  platform/linux/WindowList.cpp
+  platform/linux/X11Atoms.cpp
+  platform/linux/X11Clipboard.cpp
+  platform/linux/X11Display.cpp
+  platform/linux/X11EventServices.cpp
+  platform/linux/X11Keyboard.cpp
+  platform/linux/X11KeyboardMap.cpp
+  platform/linux/X11Pointer.cpp
+  platform/linux/X11SelectionReader.cpp
+  platform/linux/X11TraySelection.cpp
+  platform/linux/XInputDevices.cpp
+  platform/linux/XdgAutostart.cpp
+  platform/linux/XdgDirectories.cpp
+  platform/linux/XkbKeyFinder.cpp
+  platform/linux/makeClipboard.cpp
+  platform/linux/makeEventServices.cpp
+)
+target_link_libraries(vornaserver
+  PUBLIC Qt6::DBus PkgConfig::DNS_SD
+  PRIVATE PkgConfig::XCB PkgConfig::XKBCOMMON)

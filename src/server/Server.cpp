@@ -1,0 +1,241 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "server/Server.h"
+
+#include "applications/TKApplicationManager.h"
+#include "applications/TKApplicationManagerMac.h"
+#include "interaction/InteractionManager.h"
+#include "interaction/InteractionManagerMac.h"
+#include "messages/Messages.h"
+#include "net/BonjourServiceRegister.h"
+#include "net/ClientHandler.h"
+#include "platform/AdvertisementDaemon.h"
+#include "platform/Clipboard.h"
+#include "platform/Sockets.h"
+
+#include <QCoreApplication>
+#include <QDesktopServices>
+#include <QHostAddress>
+#include <QHostInfo>
+#include <QLabel>
+#include <QMessageBox>
+#include <QNetworkProxy>
+#include <QPushButton>
+#include <QScopedValueRollback>
+#include <QSettings>
+#include <QUrl>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int maximumOpenQuestions = 16;
+/// Free descriptors below which no more connections are accepted: files, the clipboard and the
+/// desktop's own services need some too.
+constexpr int descriptorReserve = 16;
+constexpr int maximumPending = 30;
+/// Names tried when other servers on this machine have taken the host's name.
+constexpr int maximumAdvertisedNames = 9;
+
+QString pairedDeviceKey()
+{
+    return u"pairedDeviceList"_s;
+}
+
+/// The longest name of a service, in bytes (RFC 6763, section 4.1.1).
+constexpr qsizetype maximumNameBytes = 63;
+
+QString cutToBytes(QString text, qsizetype maximum)
+{
+    while (text.toUtf8().size() > maximum) {
+        text.chop(text.back().isLowSurrogate() ? 2 : 1);
+    }
+    return text;
+}
+
+QString serviceName(int attempt)
+{
+    const QString suffix = attempt == 1 ? QString() : u" #%1"_s.arg(attempt);
+    return cutToBytes(QHostInfo::localHostName(), maximumNameBytes - suffix.size()) + suffix;
+}
+
+/// A name that leaves the buttons on the screen.
+QString shortened(const QString &name)
+{
+    constexpr int maximumShown = 80;
+    return name.size() <= maximumShown ? name : name.left(maximumShown - 1) + u'…';
+}
+
+/// What a device calls itself is not taken for markup. The box has no setting for this label.
+void showAsWritten(const QMessageBox &box)
+{
+    if (auto *label = box.findChild<QLabel *>(u"qt_msgbox_informativelabel"_s)) {
+        label->setTextFormat(Qt::PlainText);
+    }
+}
+
+} // namespace
+
+Server::Server(QObject *parent) : QTcpServer(parent)
+{
+    pairedDevices = QSettings().value(pairedDeviceKey(), QVariant()).toStringList();
+    interactionManager = std::make_unique<InteractionManager>(new InteractionManagerMac);
+    applicationManager = std::make_unique<TKApplicationManager>(
+        new TKApplicationManagerMac(interactionManager.get()));
+    clipboard = platform::makeClipboard();
+    daemonWatch = platform::watchAdvertisementDaemon([this] {
+        if (isListening()) {
+            delete serviceRegister;
+            advertise();
+        }
+    });
+    // A proxy of the desktop is meant for connections to the outside.
+    setProxy(QNetworkProxy::NoProxy);
+}
+
+Server::~Server()
+{
+    QSettings settings;
+    settings.setValue(pairedDeviceKey(), QVariant(pairedDevices));
+    settings.sync();
+    endConnections();
+    interactionManager.reset();
+    applicationManager.reset();
+}
+
+bool Server::startServer()
+{
+    if (!listen(QHostAddress(QHostAddress::AnyIPv4), 0)) {
+        close();
+        return false;
+    }
+    // Wanted: connected anew at every start, so after a restart the slot runs twice.
+    connect(this, SIGNAL(newConnection()), this, SLOT(manageConnections()));
+    advertise();
+    return true;
+}
+
+void Server::stopServer()
+{
+    delete serviceRegister;
+    close();
+}
+
+void Server::advertise(int attempt)
+{
+    serviceRegister = new BonjourServiceRegister(this);
+    // Queued, since the register is replaced and may be amid its registration.
+    connect(
+        serviceRegister, &BonjourServiceRegister::error, this,
+        [this, attempt, origin = serviceRegister](DNSServiceErrorType code) {
+            // The register may have been given back meanwhile.
+            if (origin.isNull()) {
+                return;
+            }
+            Messages::debug({u"Not advertised:"_s, QString::number(code)});
+            if (code == kDNSServiceErr_NameConflict && attempt < maximumAdvertisedNames) {
+                delete serviceRegister;
+                advertise(attempt + 1);
+            }
+        },
+        Qt::QueuedConnection);
+    serviceRegister->registerService({serviceName(attempt), u"_quillmote._tcp"_s, QString()},
+                                     serverPort());
+}
+
+void Server::setNeedsPairingApproval(bool needed)
+{
+    needsPairingApproval = needed;
+}
+
+bool Server::deviceIsPresent(QString device)
+{
+    if (pairedDevices.contains(device)) {
+        return true;
+    }
+    if (needsPairingApproval) {
+        return false;
+    }
+    pairedDevices.append(device);
+    return true;
+}
+
+bool Server::pairingRequestForDevice(QString device, QString name)
+{
+    if (deviceIsPresent(device)) {
+        return true;
+    }
+    if (!askUserAboutDevice(name)) {
+        return false;
+    }
+    pairedDevices.append(device);
+    return true;
+}
+
+bool Server::askUserAboutDevice(const QString &name)
+{
+    if (openQuestions >= maximumOpenQuestions) {
+        return false;
+    }
+    const QScopedValueRollback counted(openQuestions, openQuestions + 1);
+    QMessageBox box;
+    box.setText(tr("Device pairing request."));
+    box.setInformativeText(tr("Do you want to pair with device named '%1''?").arg(shortened(name)));
+    showAsWritten(box);
+    const QPushButton *accept = box.addButton(tr("Accept"), QMessageBox::AcceptRole);
+    QPushButton *reject = box.addButton(tr("Reject"), QMessageBox::RejectRole);
+    box.setDefaultButton(reject);
+    box.setIcon(QMessageBox::Question);
+    box.exec();
+    // Asked of the button: the result of exec() is also that of Accept when the program is ended
+    // while the box is open.
+    return box.clickedButton() == accept;
+}
+
+void Server::incomingConnection(qintptr descriptor)
+{
+    platform::tuneAcceptedSocket(descriptor);
+    // The toolkit takes connections until its queue is full, and spins when the system refuses one
+    // for want of descriptors. A queue without a place makes it stop before that.
+    const bool isScarce = platform::descriptorsLeftAfter(descriptor) < descriptorReserve;
+    setMaxPendingConnections(isScarce ? 0 : maximumPending);
+    QTcpServer::incomingConnection(descriptor);
+}
+
+void Server::manageConnections()
+{
+    QTcpSocket *socket = nextPendingConnection();
+    if (socket == nullptr) {
+        return;
+    }
+    auto *handler = new ClientHandler(socket);
+    connect(handler, SIGNAL(tokenAvailable()), this, SLOT(serveClient()));
+    connect(handler, SIGNAL(showFile(QString)), this, SLOT(showFile(QString)));
+    connect(handler, SIGNAL(destroyed()), this, SLOT(clientDisconnected()));
+    connect(handler, SIGNAL(destroyed()), socket, SLOT(deleteLater()));
+    emit clientConnected(true);
+}
+
+void Server::clientDisconnected()
+{
+    if (isListening()) {
+        setMaxPendingConnections(maximumPending);
+        resumeAccepting();
+    }
+    emit clientConnected(hasPendingConnections());
+}
+
+void Server::showFile(QString filename)
+{
+    QDesktopServices::openUrl(QUrl(u"file://"_s + filename));
+}
+
+/// Files that are still arriving are closed with what they have.
+void Server::endConnections()
+{
+    for (QTcpSocket *socket : findChildren<QTcpSocket *>()) {
+        socket->abort();
+    }
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}

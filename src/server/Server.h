@@ -1,0 +1,95 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QPointer>
+#include <QStringList>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+#include <memory>
+
+class BonjourServiceRegister;
+class ClientHandler;
+class InteractionManager;
+class TKApplicationManager;
+
+namespace platform {
+class AdvertisementDaemonWatch;
+class Clipboard;
+} // namespace platform
+
+/// The listening side: accepts handhelds at a port chosen by the system, advertises it by DNS-SD,
+/// decides about pairing and carries out the commands of every connection.
+///
+/// Pairing is recognition, not protection: commands are carried out for every connection, paired or
+/// not. Everything runs on the thread of the event loop; the pairing dialog runs an event loop of
+/// its own, in which all connections are served.
+class Server : public QTcpServer
+{
+    Q_OBJECT
+
+public:
+    /// Loads the paired devices; does not listen yet.
+    explicit Server(QObject *parent);
+    /// Stores the paired devices and ends every connection.
+    ~Server() override;
+
+    /// False when the system gives no port. Must not be called while the server runs.
+    bool startServer();
+    /// Ends listening and advertising. Connections go on until their peers leave.
+    void stopServer();
+    /// Whether unknown devices need the user's word; in force from the next request on.
+    void setNeedsPairingApproval(bool needed);
+
+    /// The silent decision: known devices are accepted, and without approval unknown ones too,
+    /// which are then known.
+    bool deviceIsPresent(QString device);
+    /// The full decision: asks the user where deviceIsPresent() does not decide. At most 16
+    /// questions are open at once; further ones are answered by no.
+    bool pairingRequestForDevice(QString device, QString name);
+
+signals:
+    void error(QTcpSocket::SocketError socketError);
+    /// Wanted: false as soon as any one client leaves, even while others remain.
+    void clientConnected(bool connected);
+
+protected:
+    void incomingConnection(qintptr descriptor) override;
+
+private slots:
+    void manageConnections();
+    /// Carries out the command in the token map of the ClientHandler that emitted the signal.
+    void serveClient();
+    void showFile(QString filename);
+    void clientDisconnected();
+
+private:
+    struct Command;
+
+    void advertise(int attempt = 1);
+    bool askUserAboutDevice(const QString &name);
+    void endConnections();
+
+    static void answer(ClientHandler &client, const QString &response);
+    void servePairing(ClientHandler &client);
+    void serveUrl(ClientHandler &client);
+    void serveText(ClientHandler &client);
+    void serveClipboardRequest(ClientHandler &client);
+    void serveFile(ClientHandler &client);
+    void serveServerInfo(ClientHandler &client);
+    void serveKeyboard(ClientHandler &client);
+    void serveApplication(ClientHandler &client);
+    void serveMouse(ClientHandler &client);
+    void movePointer(const ClientHandler &client);
+
+    std::unique_ptr<TKApplicationManager> applicationManager;
+    std::unique_ptr<InteractionManager> interactionManager;
+    std::unique_ptr<platform::Clipboard> clipboard;
+    bool needsPairingApproval = false;
+    QStringList pairedDevices; // in the order in which they were accepted
+    QPointer<BonjourServiceRegister> serviceRegister;
+    std::unique_ptr<platform::AdvertisementDaemonWatch> daemonWatch;
+    int openQuestions = 0;
+};

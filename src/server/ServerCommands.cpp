@@ -1,0 +1,195 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+// What each command of a handheld does.
+
+#include "interaction/InteractionManager.h"
+#include "messages/Messages.h"
+#include "net/ClientHandler.h"
+#include "platform/Clipboard.h"
+#include "server/Server.h"
+
+#include <QDesktopServices>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QUrl>
+
+#include <array>
+#include <exception>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString text(const ClientHandler &client, const QString &key)
+{
+    return client.token.value(key).toString();
+}
+
+QString functionCommand(const ClientHandler &client)
+{
+    return text(client, u"fncCommand"_s);
+}
+
+QStringList parameters(const ClientHandler &client)
+{
+    return client.token.value(u"cmdParameters"_s).toStringList();
+}
+
+void setParameters(ClientHandler &client, const QStringList &values)
+{
+    client.token.insert(u"cmdParameters"_s, values);
+}
+
+QSize desktopSize()
+{
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    return screen == nullptr ? QSize(0, 0) : screen->virtualSize();
+}
+
+} // namespace
+
+struct Server::Command
+{
+    QLatin1StringView name;
+    void (Server::*serve)(ClientHandler &client);
+};
+
+void Server::serveClient()
+{
+    static constexpr std::array commands = {
+        Command{QLatin1StringView("SERVER_PAIR"), &Server::servePairing},
+        Command{QLatin1StringView("URL_OPEN"), &Server::serveUrl},
+        Command{QLatin1StringView("TEXT_TRANSFER_AND_OPEN"), &Server::serveText},
+        Command{QLatin1StringView("SERVER_CLIPBOARD_REQUEST"), &Server::serveClipboardRequest},
+        Command{QLatin1StringView("FILE_TRANSFER_AND_OPEN"), &Server::serveFile},
+        Command{QLatin1StringView("SERVER_INFO"), &Server::serveServerInfo},
+        Command{QLatin1StringView("KEYBOARD_CMD"), &Server::serveKeyboard},
+        Command{QLatin1StringView("APPLICATION_CMD"), &Server::serveApplication},
+        Command{QLatin1StringView("MOUSE_CMD"), &Server::serveMouse},
+    };
+    auto *client = static_cast<ClientHandler *>(sender());
+    const QString name = text(*client, u"cmdType"_s);
+    for (const Command &command : commands) {
+        if (name == command.name) {
+            (this->*command.serve)(*client);
+            return;
+        }
+    }
+}
+
+/// An answer goes into the connection's own map, so it carries the request and all that earlier
+/// messages left there.
+void Server::answer(ClientHandler &client, const QString &response)
+{
+    client.token.insert(u"serverResponse"_s, response);
+    client.sendToken();
+}
+
+void Server::servePairing(ClientHandler &client)
+{
+    const QStringList request = parameters(client);
+    client.deviceName = request.value(1);
+    // The device may leave while the user is being asked.
+    const QPointer<ClientHandler> present(&client);
+    const bool isAccepted = pairingRequestForDevice(request.value(0), request.value(1));
+    Messages::warning({isAccepted ? u"Device Connected"_s : u"Device Rejected !!"_s});
+    if (!present.isNull()) {
+        answer(*present, isAccepted ? u"OK"_s : u"ERROR"_s);
+    }
+}
+
+void Server::serveUrl(ClientHandler &client)
+{
+    const QString url = functionCommand(client);
+    Messages::warning({u"Opening URL: "_s, QString::fromLatin1(url.toLatin1())});
+    QDesktopServices::openUrl(QUrl(url));
+    answer(client, u"OK"_s);
+}
+
+void Server::serveText(ClientHandler &client)
+{
+    clipboard->setText(functionCommand(client));
+    Messages::warning({u"You have text in clipboard..."_s});
+    client.token.insert(u"fncCommand"_s, QString());
+    answer(client, u"OK"_s);
+}
+
+void Server::serveClipboardRequest(ClientHandler &client)
+{
+    // The text may come later, and the device may be gone by then.
+    clipboard->requestText([present = QPointer(&client)](const std::optional<QString> &found) {
+        if (present.isNull()) {
+            return;
+        }
+        if (found) {
+            setParameters(*present, {*found});
+        }
+        answer(*present, found ? u"OK"_s : u"ERROR"_s);
+    });
+}
+
+void Server::serveFile(ClientHandler &client)
+{
+    const QStringList request = parameters(client);
+    const QString fileName = request.value(0);
+    const quint64 size = request.value(1).toULongLong();
+    Messages::warning(
+        {tr("Received request to save file: "), fileName, tr(" of size "), QString::number(size)});
+    // Before the answer: the peer sends the file as soon as it has it.
+    client.setFileToTransfer(fileName, size);
+    Messages::debug({Messages::quoted(tr("Asked the client to start the file transfer..."))});
+    answer(client, u"START_BINARY_TRANSFER"_s);
+}
+
+void Server::serveServerInfo(ClientHandler &client)
+{
+    const QSize size = desktopSize();
+    // Wanted: the height comes first, and the platform's name is the same everywhere.
+    setParameters(client,
+                  {QString::number(size.height()), QString::number(size.width()), u"MAC-OSX"_s});
+    answer(client, u"OK"_s);
+}
+
+void Server::serveKeyboard(ClientHandler &client)
+{
+    interactionManager->keyboardTapKeyEvent(functionCommand(client));
+}
+
+/// Wanted: known, and without effect.
+void Server::serveApplication(ClientHandler &) {}
+
+/// Wanted: what is not a number reads as 0, so a command without a usable code clicks.
+void Server::serveMouse(ClientHandler &client)
+{
+    switch (functionCommand(client).toInt()) {
+    case 0:
+    case 3:
+        interactionManager->leftMouseButtonTapped();
+        break;
+    case 1:
+        interactionManager->rightMouseButtonTapped();
+        break;
+    case 2:
+        interactionManager->centerMouseButtonTapped();
+        break;
+    case 4:
+        movePointer(client);
+        break;
+    default:
+        break;
+    }
+}
+
+void Server::movePointer(const ClientHandler &client)
+{
+    const QStringList offset = parameters(client);
+    if (offset.size() != 2) {
+        return;
+    }
+    try {
+        interactionManager->moveMouseWithOffset(offset[0].toInt(), offset[1].toInt());
+    } catch (const std::exception &) {
+        Messages::debug({u"Bad parameters array..."_s});
+    }
+}

@@ -1,0 +1,26 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "platform/LoginItems.h"
+#include "startup/settingsManager.h"
+
+#include <memory>
+
+/// Keeps this program in the user's list of login items, or out of it.
+///
+/// Wanted: an entry counts as ours when its path contains the name of our bundle anywhere, in any
+/// letter case; only the first such entry counts.
+class settingsManagerMac final : public settingsManager
+{
+public:
+    explicit settingsManagerMac(
+        std::unique_ptr<platform::LoginItems> loginItems = platform::makeLoginItems());
+
+    /// Writes nothing when the list is as asked already.
+    void startAtLogon(bool enable) override;
+
+private:
+    std::unique_ptr<platform::LoginItems> items;
+};

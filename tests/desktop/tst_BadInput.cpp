@@ -1,0 +1,321 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "support/RecordingOpener.h"
+#include "support/ServerScene.h"
+
+#include <QDir>
+#include <QTest>
+
+#include <random>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+QByteArray serverInfo()
+{
+    return commandText(QStringLiteral("SERVER_INFO"));
+}
+
+/// A token that has only begun.
+QByteArray openToken(qsizetype size)
+{
+    return "{ cmdType = " + QByteArray(size, 'x');
+}
+
+} // namespace
+
+/// Whatever comes from the network, the server goes on serving.
+class tst_BadInput : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanup();
+    void cleanupTestCase();
+
+    void oddCommandIsSurvived_data();
+    void oddCommandIsSurvived();
+    void oddBytesAreSurvived_data();
+    void oddBytesAreSurvived();
+    void bytesOneAtATimeAreNoToken();
+    void tokenInHalvesIsLost();
+    void twoTokensAtOnceAreReadAsOne();
+    void hugeTokenIsSurvived();
+    void manyKeysAreSurvived();
+    void resetDuringTheDispatchIsSurvived();
+    void resetDuringAHugeTokenIsSurvived();
+    void answersThatNobodyReadsAreSurvived();
+    void randomBytesAreSurvived();
+    void manyConnectionsLeaveNothingOpen();
+    void silentConnectionsDoNotDisturb();
+    void unfinishedFileIsSurvived();
+
+private:
+    bool isServing() const;
+    int openDescriptors() const;
+
+    std::unique_ptr<ServerScene> m_scene;
+    std::unique_ptr<RecordingOpener> m_opener; ///< Keeps the machine's own programs out of this.
+};
+
+void tst_BadInput::initTestCase()
+{
+    m_scene = std::make_unique<ServerScene>();
+    QCOMPARE(m_scene->session().problem(), QByteArray());
+    m_opener = std::make_unique<RecordingOpener>(m_scene->session());
+    QVERIFY(m_scene->start());
+}
+
+void tst_BadInput::cleanup()
+{
+    QVERIFY2(m_scene->server().isRunning(), m_scene->server().errorText().constData());
+    QVERIFY2(isServing(), m_scene->server().errorText().constData());
+}
+
+void tst_BadInput::cleanupTestCase()
+{
+    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
+}
+
+/// Whether a fresh device gets its answer within two seconds.
+bool tst_BadInput::isServing() const
+{
+    Handheld handheld(m_scene->port());
+    const auto answer = handheld.ask(serverInfo(), 2s);
+    return answer && answer->value(QStringLiteral("serverResponse")) == QStringLiteral("OK");
+}
+
+int tst_BadInput::openDescriptors() const
+{
+    const QDir descriptors(QStringLiteral("/proc/%1/fd").arg(m_scene->server().processId()));
+    return int(
+        descriptors.entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size());
+}
+
+void tst_BadInput::oddCommandIsSurvived_data()
+{
+    QTest::addColumn<QByteArray>("token");
+    const QStringList commands{"SERVER_PAIR",
+                               "URL_OPEN",
+                               "TEXT_TRANSFER_AND_OPEN",
+                               "SERVER_CLIPBOARD_REQUEST",
+                               "FILE_TRANSFER_AND_OPEN",
+                               "SERVER_INFO",
+                               "KEYBOARD_CMD",
+                               "APPLICATION_CMD",
+                               "MOUSE_CMD",
+                               "server_pair",
+                               ""};
+    const std::vector<std::pair<QByteArray, std::vector<TokenEntry>>> parameters{
+        {"nothing else", {}},
+        {"no item", {{"cmdParameters", QStringList()}}},
+        {"one item", {{"cmdParameters", QStringList{"1"}}}},
+        {"three items", {{"cmdParameters", QStringList{"1", "2", "3"}}}},
+        {"a string for the list", {{"cmdParameters", "1"}}},
+        {"a list for the string", {{"fncCommand", QStringList{"4", "5"}}}},
+        {"numbers out of range",
+         {{"fncCommand", "4"}, {"cmdParameters", QStringList{"99999999999", "-99999999999"}}}},
+        {"not-ASCII text", {{"fncCommand", QString::fromLatin1("\xe4\xff\x80")}}},
+    };
+    for (const QString &command : commands)
+        for (const auto &[name, entries] : parameters)
+            QTest::newRow((command.toLatin1() + " with " + name).constData())
+                << commandText(command, entries);
+}
+
+void tst_BadInput::oddCommandIsSurvived()
+{
+    QFETCH(QByteArray, token);
+    Handheld handheld(m_scene->port());
+    QVERIFY(handheld.sendAndSettle(token));
+}
+
+void tst_BadInput::oddBytesAreSurvived_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::newRow("one NUL") << QByteArray(1, '\0');
+    QTest::newRow("NUL in a token") << QByteArray("{ cmdType = \0SERVER_INFO; }", 27);
+    QTest::newRow("NUL after a token") << QByteArray("{ cmdType = SERVER_INFO; }\0x", 28);
+    QTest::newRow("blanks") << QByteArray("  \r\n\t  ");
+    QTest::newRow("braces") << QByteArray("{ }");
+    QTest::newRow("tight braces") << QByteArray("{}");
+    QTest::newRow("reversed braces") << QByteArray(" } { ");
+    QTest::newRow("touching braces") << QByteArray("{ } }");
+    QTest::newRow("empty key") << QByteArray("{  = a; }");
+    QTest::newRow("empty value") << QByteArray("{ a = ; }");
+    QTest::newRow("only equals") << QByteArray("{ = }");
+    QTest::newRow("only semicolons") << QByteArray("{ ;;;;;; }");
+    QTest::newRow("lone list brackets") << QByteArray("{ a = (; b = ); c = (); d = ()); }");
+    QTest::newRow("lone ignore start") << QByteArray("{ a = [[[IGNORE]]];;;; }");
+    QTest::newRow("lone ignore end") << QByteArray("{ a = [[[ENDIGNORE]]];;;; }");
+    QTest::newRow("reversed ignore") << QByteArray("{ a = [[[ENDIGNORE]]];[[[IGNORE]]]; }");
+    QTest::newRow("prefix") << QByteArray("x{ a = b; }");
+    QTest::newRow("long prefix") << QByteArray("xxxxxxx { { { a = b; }");
+    QTest::newRow("prefix of a brace") << QByteArray("}{ a = b; }");
+    QTest::newRow("high bytes") << QByteArray(4096, '\xff');
+    QTest::newRow("own answer") << QByteArray("{serverResponse = \"OK\";}");
+}
+
+void tst_BadInput::oddBytesAreSurvived()
+{
+    QFETCH(QByteArray, bytes);
+    Handheld handheld(m_scene->port());
+    QVERIFY(handheld.sendAndSettle(bytes));
+}
+
+void tst_BadInput::bytesOneAtATimeAreNoToken()
+{
+    Handheld handheld(m_scene->port());
+    for (const char byte : serverInfo())
+        QVERIFY(handheld.sendAndSettle(QByteArray(1, byte)));
+    QVERIFY(!handheld.hasUnreadAnswer());
+    QVERIFY(handheld.ask(serverInfo()));
+}
+
+void tst_BadInput::tokenInHalvesIsLost()
+{
+    Handheld handheld(m_scene->port());
+    const QByteArray token = serverInfo();
+    QVERIFY(handheld.sendAndSettle(token.first(token.size() / 2)));
+    QVERIFY(handheld.sendAndSettle(token.sliced(token.size() / 2)));
+    QVERIFY(!handheld.hasUnreadAnswer());
+    QVERIFY(handheld.ask(serverInfo()));
+}
+
+void tst_BadInput::twoTokensAtOnceAreReadAsOne()
+{
+    Handheld handheld(m_scene->port());
+    const auto answer = handheld.ask("{ a = one }{ b = two; cmdType = SERVER_INFO; }");
+    QVERIFY(answer);
+    QCOMPARE(answer->value("a").toString(), QStringLiteral("one }{ b = two"));
+    QCOMPARE(answer->value("serverResponse").toString(), QStringLiteral("OK"));
+    QVERIFY(!answer->contains("b"));
+    QVERIFY(!handheld.hasUnreadAnswer());
+}
+
+void tst_BadInput::hugeTokenIsSurvived()
+{
+    constexpr qsizetype Mebibyte = 1024 * 1024;
+    Handheld handheld(m_scene->port());
+    handheld.send(openToken(16 * Mebibyte) + "; }");
+    QVERIFY(isServing());
+    Handheld again(m_scene->port());
+    again.send("{ cmdType = SERVER_INFO; " + QByteArray(16 * Mebibyte, ';') + " }");
+    QVERIFY(isServing());
+}
+
+void tst_BadInput::manyKeysAreSurvived()
+{
+    Handheld handheld(m_scene->port());
+    QByteArray token = "{ ";
+    for (int i = 0; i < 100'000; ++i)
+        token += QByteArray::number(i) + " = v;";
+    handheld.send(token + " }");
+}
+
+void tst_BadInput::resetDuringTheDispatchIsSurvived()
+{
+    for (int i = 0; i < 50; ++i) {
+        Handheld handheld(m_scene->port());
+        QVERIFY(handheld.send(serverInfo()));
+        handheld.reset();
+    }
+}
+
+void tst_BadInput::resetDuringAHugeTokenIsSurvived()
+{
+    for (int i = 0; i < 5; ++i) {
+        Handheld handheld(m_scene->port());
+        handheld.send(openToken(4'000'000));
+        handheld.reset();
+    }
+}
+
+void tst_BadInput::answersThatNobodyReadsAreSurvived()
+{
+    Handheld handheld(m_scene->port());
+    // A large value comes back in every answer; the server must not gather answers for ever.
+    QVERIFY(handheld.sendAndSettle("{ a = " + QByteArray(50'000, 'v') + "; }"));
+    for (int i = 0; i < 400; ++i)
+        if (!handheld.send(serverInfo(), 5s) || !handheld.waitUntilRead(1s))
+            break;
+}
+
+void tst_BadInput::randomBytesAreSurvived()
+{
+    const QList<QByteArray> pieces{"{ ",
+                                   " }",
+                                   "{",
+                                   "}",
+                                   " = ",
+                                   ";",
+                                   "(",
+                                   ")",
+                                   ", ",
+                                   "\"",
+                                   "[[[IGNORE]]]",
+                                   "[[[ENDIGNORE]]]",
+                                   "cmdType",
+                                   "cmdParameters",
+                                   "fncCommand",
+                                   "SERVER_INFO",
+                                   "SERVER_PAIR",
+                                   "APPLICATION_CMD",
+                                   "a",
+                                   "\n",
+                                   QByteArray(1, 0)};
+    constexpr unsigned Seed = 20'260;
+    std::mt19937 random(Seed);
+    for (int round = 0; round < 300; ++round) {
+        QByteArray bytes = round % 2 == 0 ? "{ " : "";
+        for (unsigned i = random() % 60; i > 0; --i)
+            bytes += random() % 4 == 0 ? QByteArray(1, char(random() % 256))
+                                       : pieces[random() % unsigned(pieces.size())];
+        bytes += round % 3 == 0 ? "; }" : "";
+        Handheld handheld(m_scene->port());
+        QVERIFY2(handheld.send(bytes), bytes.toPercentEncoding().constData());
+        if (round % 10 == 0)
+            QVERIFY2(isServing(), bytes.toPercentEncoding().constData());
+    }
+}
+
+void tst_BadInput::manyConnectionsLeaveNothingOpen()
+{
+    QVERIFY(waitUntil([this] { return isServing(); }));
+    int before = 0;
+    QVERIFY(
+        waitUntil([&] { return std::exchange(before, openDescriptors()) == openDescriptors(); }));
+    for (int i = 0; i < 200; ++i) {
+        Handheld handheld(m_scene->port());
+        QVERIFY(handheld.isConnected());
+    }
+    QVERIFY(isServing());
+    if (!waitUntil([&] { return openDescriptors() <= before; }))
+        QCOMPARE(openDescriptors(), before);
+}
+
+void tst_BadInput::silentConnectionsDoNotDisturb()
+{
+    std::vector<std::unique_ptr<Handheld>> silent;
+    for (int i = 0; i < 100; ++i)
+        silent.push_back(std::make_unique<Handheld>(m_scene->port()));
+    QVERIFY(isServing());
+}
+
+void tst_BadInput::unfinishedFileIsSurvived()
+{
+    Handheld handheld(m_scene->port());
+    const auto answer = handheld.ask(commandText(
+        "FILE_TRANSFER_AND_OPEN",
+        {{"cmdParameters", QStringList{"../../../../escape", "18446744073709551615"}}}));
+    QVERIFY(answer);
+    QVERIFY(handheld.send(QByteArray(100'000, 'x')));
+    handheld.reset();
+    QVERIFY(!QFile::exists(m_scene->session().path(QStringLiteral("escape"))));
+}
+
+QTEST_GUILESS_MAIN(tst_BadInput)
+#include "tst_BadInput.moc"

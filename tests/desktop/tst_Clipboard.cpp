@@ -1,0 +1,380 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "support/ClipboardOwner.h"
+#include "support/PiecewiseOwner.h"
+#include "support/ServerScene.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+
+#include <algorithm>
+
+using namespace std::chrono_literals;
+using std::chrono::milliseconds;
+
+namespace {
+
+/// How long the owner of the clipboard may be silent before the device gets its answer.
+constexpr milliseconds Patience = 1s;
+
+QString response(const std::optional<QVariantMap> &answer)
+{
+    return answer ? answer->value(QStringLiteral("serverResponse")).toString()
+                  : QStringLiteral("no answer");
+}
+
+QStringList parameters(const std::optional<QVariantMap> &answer)
+{
+    return answer ? answer->value(QStringLiteral("cmdParameters")).toStringList() : QStringList();
+}
+
+const char *inMilliseconds(milliseconds time)
+{
+    static QByteArray text;
+    text = QByteArray::number(qint64(time.count())) + " ms";
+    return text.constData();
+}
+
+QByteArray clipboardRequest(const std::vector<TokenEntry> &entries = {})
+{
+    return commandText(QStringLiteral("SERVER_CLIPBOARD_REQUEST"), entries);
+}
+
+QByteArray sentText(const QString &text)
+{
+    return commandText(QStringLiteral("TEXT_TRANSFER_AND_OPEN"),
+                       {{QStringLiteral("fncCommand"), text}});
+}
+
+} // namespace
+
+/// Text to and from the clipboard that the session's other programs use.
+class tst_Clipboard : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void textOfAnotherProgramIsSent_data();
+    void textOfAnotherProgramIsSent();
+    void emptyTextIsOneEmptyItem();
+    void longTextIsSentWhole();
+    void clipboardWithoutPlainTextIsAnErrorAndKeepsTheParameters_data();
+    void clipboardWithoutPlainTextIsAnErrorAndKeepsTheParameters();
+    void clipboardThatNobodyOwnsIsAnError();
+    void othersAreServedWhileTheOwnerIsSilent();
+    void clipboardIsReadAgainAfterASilentOwner();
+    void lateAnswerOfAnEarlierOwnerIsNotTaken();
+    void ownerThatIsKilledIsAnError();
+    void ownerThatVanishesInTheMiddleOfATextIsAnError();
+    void slowOwnerIsWaitedForPieceByPiece();
+    void deviceThatLeftMeanwhileIsForgotten();
+
+    void sentTextIsReadByOtherPrograms_data();
+    void sentTextIsReadByOtherPrograms();
+    void sentTextIsReadBack();
+    void longSentTextIsReadByOtherPrograms();
+    void otherProgramsTakeTheClipboardOver();
+
+private:
+    const DesktopSession &session() const { return m_scene->session(); }
+    QList<milliseconds> serveUntilAnswered(Handheld &waiting) const;
+
+    std::unique_ptr<ServerScene> m_scene;
+};
+
+void tst_Clipboard::init()
+{
+    m_scene = std::make_unique<ServerScene>();
+    QCOMPARE(m_scene->session().problem(), QByteArray());
+    QVERIFY(m_scene->start());
+}
+
+void tst_Clipboard::cleanup()
+{
+    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
+    m_scene.reset();
+}
+
+void tst_Clipboard::textOfAnotherProgramIsSent_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("sent");
+    const QString utf8;
+    QTest::newRow("plain") << QByteArray("hello world") << utf8 << "hello world";
+    QTest::newRow("several lines") << QByteArray("one\ntwo\n") << utf8 << "one\ntwo\n";
+    QTest::newRow("Latin-1 letters") << QByteArray("Gr\xc3\xbc\xc3\x9f"
+                                                   "e")
+                                     << utf8
+                                     << QString::fromLatin1("Gr\xfc\xdf"
+                                                            "e");
+    QTest::newRow("Latin-1 letters of an old program") << QByteArray("Gr\xfc\xdf"
+                                                                     "e")
+                                                       << "STRING"
+                                                       << QString::fromLatin1("Gr\xfc\xdf"
+                                                                              "e");
+    QTest::newRow("beyond Latin-1")
+        << QByteArray("5 \xe2\x82\xac, \xce\xb1\xce\xb2") << utf8 << "5 ?, ??";
+    QTest::newRow("beyond the basic plane") << QByteArray("a\xf0\x9f\x98\x80z") << utf8 << "a??z";
+}
+
+void tst_Clipboard::textOfAnotherProgramIsSent()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, target);
+    QFETCH(QString, sent);
+    const ClipboardOwner owner(session(), content, target);
+    QVERIFY(owner.isServing());
+    Handheld handheld(m_scene->port());
+    QCOMPARE(handheld.ask(clipboardRequest()),
+             std::optional(QVariantMap{{"cmdType", "SERVER_CLIPBOARD_REQUEST"},
+                                       {"cmdParameters", QStringList{sent}},
+                                       {"serverResponse", "OK"}}));
+}
+
+void tst_Clipboard::emptyTextIsOneEmptyItem()
+{
+    const ClipboardOwner owner(session(), QByteArray());
+    QVERIFY(owner.isServing());
+    Handheld handheld(m_scene->port());
+    const auto answer = handheld.ask(clipboardRequest());
+    QCOMPARE(response(answer), QStringLiteral("OK"));
+    QCOMPARE(parameters(answer), QStringList{QString()});
+}
+
+/// Beyond what one property of the X server takes, so the owner gives it in pieces.
+void tst_Clipboard::longTextIsSentWhole()
+{
+    constexpr int Lines = 3 * 1024 * 1024 / 16;
+    QByteArray content;
+    for (int line = 0; line < Lines; ++line)
+        content += QByteArray::number(line).rightJustified(15, '.') + '\n';
+    const ClipboardOwner owner(session(), content);
+    QVERIFY(owner.isServing());
+    Handheld handheld(m_scene->port());
+    const auto answer = handheld.ask(clipboardRequest());
+    QCOMPARE(response(answer), QStringLiteral("OK"));
+    QVERIFY(parameters(answer) == QStringList{QString::fromLatin1(content)});
+}
+
+void tst_Clipboard::clipboardWithoutPlainTextIsAnErrorAndKeepsTheParameters_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("target");
+    QTest::newRow("HTML only") << QByteArray("<b>bold</b>") << "text/html";
+    QTest::newRow("an image") << QByteArray("\x89PNG\r\n\x1a\n and so on") << "image/png";
+}
+
+void tst_Clipboard::clipboardWithoutPlainTextIsAnErrorAndKeepsTheParameters()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, target);
+    const ClipboardOwner owner(session(), content, target);
+    QVERIFY(owner.isServing());
+    Handheld handheld(m_scene->port());
+    const QStringList kept{"what", "was", "here"};
+    const auto answer = handheld.ask(clipboardRequest({{QStringLiteral("cmdParameters"), kept}}));
+    QCOMPARE(response(answer), QStringLiteral("ERROR"));
+    QCOMPARE(parameters(answer), kept);
+}
+
+void tst_Clipboard::clipboardThatNobodyOwnsIsAnError()
+{
+    Handheld handheld(m_scene->port());
+    const auto answer = handheld.ask(clipboardRequest());
+    QCOMPARE(response(answer), QStringLiteral("ERROR"));
+    QVERIFY(!answer->contains(QStringLiteral("cmdParameters")));
+}
+
+/// How long each question of another device took until the waiting one had its answer.
+QList<milliseconds> tst_Clipboard::serveUntilAnswered(Handheld &waiting) const
+{
+    QList<milliseconds> times;
+    Handheld other(m_scene->port());
+    while (!waiting.hasUnreadAnswer() && times.size() < 100'000) {
+        QElapsedTimer time;
+        time.start();
+        if (!other.ask(commandText(QStringLiteral("SERVER_INFO"))))
+            return {};
+        times.append(milliseconds(time.elapsed()));
+    }
+    return times;
+}
+
+void tst_Clipboard::othersAreServedWhileTheOwnerIsSilent()
+{
+    ClipboardOwner owner(session(), "never told");
+    QVERIFY(owner.isServing());
+    owner.halt();
+    Handheld handheld(m_scene->port());
+    QElapsedTimer time;
+    time.start();
+    QVERIFY(handheld.send(clipboardRequest()));
+    QList<milliseconds> times = serveUntilAnswered(handheld);
+    const milliseconds answered(time.elapsed());
+    QCOMPARE(response(handheld.answer()), QStringLiteral("ERROR"));
+    // Neither early nor late; a busy machine may add to it.
+    QVERIFY2(answered > Patience * 9 / 10 && answered < Patience * 2, inMilliseconds(answered));
+
+    QVERIFY(!times.isEmpty());
+    std::sort(times.begin(), times.end());
+    QVERIFY2(times[times.size() / 2] < 100ms, inMilliseconds(times.last()));
+    // Had the server waited for the owner, one of them would have taken all the time.
+    QVERIFY2(times.last() < Patience / 2, inMilliseconds(times.last()));
+}
+
+void tst_Clipboard::clipboardIsReadAgainAfterASilentOwner()
+{
+    ClipboardOwner silent(session(), "never told");
+    QVERIFY(silent.isServing());
+    silent.halt();
+    Handheld handheld(m_scene->port());
+    QCOMPARE(response(handheld.ask(clipboardRequest())), QStringLiteral("ERROR"));
+    const ClipboardOwner next(session(), "told");
+    QVERIFY(next.isServing());
+    const auto answer = handheld.ask(clipboardRequest());
+    QCOMPARE(response(answer), QStringLiteral("OK"));
+    QCOMPARE(parameters(answer), QStringList{"told"});
+}
+
+void tst_Clipboard::lateAnswerOfAnEarlierOwnerIsNotTaken()
+{
+    ClipboardOwner late(session(), "<i>late</i>", QStringLiteral("text/html"));
+    QVERIFY(late.isServing());
+    late.halt();
+    Handheld handheld(m_scene->port());
+    QCOMPARE(response(handheld.ask(clipboardRequest())), QStringLiteral("ERROR"));
+
+    PiecewiseOwner next(session().display());
+    QVERIFY(handheld.send(clipboardRequest()));
+    QVERIFY(handheld.waitUntilRead());
+    // It answers what it was asked before, and ends since it owns the clipboard no more.
+    QVERIFY(late.resumeUntilItEnds());
+    QVERIFY(next.offerText());
+    QVERIFY(next.announcePieces());
+    QVERIFY(next.sendPiece("in time"));
+    QVERIFY(next.sendPiece(QByteArray()));
+    const auto answer = handheld.answer();
+    QCOMPARE(response(answer), QStringLiteral("OK"));
+    QCOMPARE(parameters(answer), QStringList{"in time"});
+}
+
+void tst_Clipboard::ownerThatIsKilledIsAnError()
+{
+    ClipboardOwner owner(session(), "never told");
+    QVERIFY(owner.isServing());
+    owner.halt();
+    Handheld handheld(m_scene->port());
+    QVERIFY(handheld.sendAndSettle(clipboardRequest()));
+    owner.kill();
+    QCOMPARE(response(handheld.answer(Patience * 2)), QStringLiteral("ERROR"));
+    QCOMPARE(response(handheld.ask(clipboardRequest())), QStringLiteral("ERROR"));
+}
+
+void tst_Clipboard::ownerThatVanishesInTheMiddleOfATextIsAnError()
+{
+    PiecewiseOwner owner(session().display());
+    Handheld handheld(m_scene->port());
+    QVERIFY(handheld.send(clipboardRequest()));
+    QVERIFY(owner.offerText());
+    QVERIFY(owner.announcePieces());
+    QVERIFY(owner.sendPiece("the first half"));
+    owner.vanish();
+    const auto answer = handheld.answer(Patience * 2);
+    QCOMPARE(response(answer), QStringLiteral("ERROR"));
+    QVERIFY(!answer->contains(QStringLiteral("cmdParameters")));
+    QCOMPARE(response(handheld.ask(clipboardRequest())), QStringLiteral("ERROR"));
+}
+
+void tst_Clipboard::slowOwnerIsWaitedForPieceByPiece()
+{
+    PiecewiseOwner owner(session().display());
+    Handheld handheld(m_scene->port());
+    QVERIFY(handheld.send(clipboardRequest()));
+    QVERIFY(owner.offerText());
+    QVERIFY(owner.announcePieces());
+    // Longer than its patience in all, but never silent for so long.
+    for (const char *piece : {"one ", "two ", "three"}) {
+        QVERIFY(owner.sendPiece(piece));
+        QVERIFY(!waitUntil([&] { return handheld.hasUnreadAnswer(); }, Patience / 2));
+    }
+    QVERIFY(owner.sendPiece(QByteArray()));
+    const auto answer = handheld.answer();
+    QCOMPARE(response(answer), QStringLiteral("OK"));
+    QCOMPARE(parameters(answer), QStringList{"one two three"});
+}
+
+void tst_Clipboard::deviceThatLeftMeanwhileIsForgotten()
+{
+    PiecewiseOwner owner(session().display());
+    Handheld leaving(m_scene->port());
+    QVERIFY(leaving.send(clipboardRequest()));
+    QVERIFY(owner.offerText());
+    leaving.reset();
+    Handheld staying(m_scene->port());
+    QVERIFY(staying.ask(commandText(QStringLiteral("SERVER_INFO"))));
+    QVERIFY(owner.announcePieces());
+    QVERIFY(owner.sendPiece("nobody's"));
+    QVERIFY(owner.sendPiece(QByteArray()));
+    QVERIFY(staying.ask(commandText(QStringLiteral("SERVER_INFO"))));
+}
+
+void tst_Clipboard::sentTextIsReadByOtherPrograms_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("plain") << "hello";
+    QTest::newRow("Latin-1 letters") << QString::fromLatin1("Gr\xfc\xdf"
+                                                            "e, \xbfqu\xe9?");
+    QTest::newRow("empty") << QString();
+}
+
+void tst_Clipboard::sentTextIsReadByOtherPrograms()
+{
+    QFETCH(QString, text);
+    const ClipboardOwner before(session(), "replaced");
+    QVERIFY(before.isServing());
+    Handheld handheld(m_scene->port());
+    QCOMPARE(handheld.ask(sentText(text)),
+             std::optional(QVariantMap{{"cmdType", "TEXT_TRANSFER_AND_OPEN"},
+                                       {"fncCommand", QString()},
+                                       {"serverResponse", "OK"}}));
+    QCOMPARE(ClipboardOwner::read(session(), QStringLiteral("UTF8_STRING")),
+             std::optional(text.toUtf8()));
+}
+
+void tst_Clipboard::sentTextIsReadBack()
+{
+    Handheld handheld(m_scene->port());
+    for (const QString &text : {QStringLiteral("hello"), QString(), QStringLiteral("again")}) {
+        QCOMPARE(response(handheld.ask(sentText(text))), QStringLiteral("OK"));
+        const auto answer = handheld.ask(clipboardRequest());
+        QCOMPARE(response(answer), QStringLiteral("OK"));
+        QCOMPARE(parameters(answer), QStringList{text});
+    }
+}
+
+void tst_Clipboard::longSentTextIsReadByOtherPrograms()
+{
+    // One token must come in one read of the server, which this size on the loopback does.
+    const QString text(20'000, QLatin1Char('x'));
+    Handheld handheld(m_scene->port());
+    QCOMPARE(response(handheld.ask(sentText(text))), QStringLiteral("OK"));
+    QCOMPARE(ClipboardOwner::read(session()), std::optional(text.toLatin1()));
+}
+
+void tst_Clipboard::otherProgramsTakeTheClipboardOver()
+{
+    Handheld handheld(m_scene->port());
+    QCOMPARE(response(handheld.ask(sentText(QStringLiteral("ours")))), QStringLiteral("OK"));
+    const ClipboardOwner other(session(), "theirs");
+    QVERIFY(other.isServing());
+    const auto answer = handheld.ask(clipboardRequest());
+    QCOMPARE(parameters(answer), QStringList{"theirs"});
+}
+
+QTEST_GUILESS_MAIN(tst_Clipboard)
+#include "tst_Clipboard.moc"

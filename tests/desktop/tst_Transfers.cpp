@@ -1,0 +1,521 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "support/Confinement.h"
+#include "support/Folders.h"
+#include "support/ProcessMemory.h"
+#include "support/RecordingOpener.h"
+#include "support/ServerScene.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFileInfo>
+#include <QTest>
+
+#include <sys/stat.h>
+
+namespace {
+
+QString response(const std::optional<QVariantMap> &answer)
+{
+    return answer ? answer->value(QStringLiteral("serverResponse")).toString()
+                  : QStringLiteral("no answer");
+}
+
+QByteArray fileRequest(const QString &name, const QString &size)
+{
+    return commandText(QStringLiteral("FILE_TRANSFER_AND_OPEN"),
+                       {{QStringLiteral("cmdParameters"), QStringList{name, size}}});
+}
+
+QByteArray fileRequest(const QString &name, qint64 size)
+{
+    return fileRequest(name, QString::number(size));
+}
+
+/// The request with the size that is exceeded by the content's last byte and not before. The
+/// request's own bytes count, and their number depends on the size that they announce.
+QByteArray exactRequest(const QString &name, qint64 contentSize)
+{
+    QByteArray request = fileRequest(name, contentSize);
+    for (int round = 0; round < 3; ++round)
+        request = fileRequest(name, request.size() + contentSize - 1);
+    return request;
+}
+
+} // namespace
+
+/// Files that a handheld sends: what is stored of them, where, and how a transfer ends.
+class tst_Transfers : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void fileBeginsWithItsRequestAndIsOpened_data();
+    void fileBeginsWithItsRequestAndIsOpened();
+    void fileNotLargerThanItsRequestIsCompleteAtOnce_data();
+    void fileNotLargerThanItsRequestIsCompleteAtOnce();
+    void exactlyTheAnnouncedBytesDoNotEndTheTransfer();
+    void bytesInTheSameReadAreAllKept();
+    void tokensDuringATransferGoIntoTheFile();
+    void filesFollowOneAnotherOnOneConnection();
+    void filesOfSeveralDevicesArriveAtOnce();
+    void existingFileIsAppendedTo();
+    void withoutASettingFilesGoToTheDesktop();
+    void largeFileTakesNoMemory();
+
+    void existingFolderInTheNameIsUsed();
+    void nameThatCannotBeStoredTakesNothing_data();
+    void nameThatCannotBeStoredTakesNothing();
+    void missingDownloadFolderIsNotMade();
+    void namedPipeDoesNotStopTheServer();
+    void linkOfTheUserIsFollowed();
+    void fullDiskKeepsWhatFitted();
+    void folderWithoutPermissionTakesNothing();
+
+    void bytesOfADeviceThatLeftAreKept_data();
+    void bytesOfADeviceThatLeftAreKept();
+    void bytesAreKeptWhenTheServerEnds_data();
+    void bytesAreKeptWhenTheServerEnds();
+
+private:
+    QString received(const QString &name = {}) const;
+    bool beginTransfer(Handheld &handheld, const QByteArray &request) const;
+    bool servesOthers() const;
+
+    std::unique_ptr<ServerScene> m_scene;
+    std::unique_ptr<RecordingOpener> m_opener;
+};
+
+void tst_Transfers::init()
+{
+    m_scene = std::make_unique<ServerScene>();
+    QCOMPARE(m_scene->session().problem(), QByteArray());
+    m_opener = std::make_unique<RecordingOpener>(m_scene->session());
+    QVERIFY(QDir().mkpath(received()));
+    m_scene->storeSetting(QStringLiteral("downloadDirectory"), received());
+}
+
+void tst_Transfers::cleanup()
+{
+    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
+    m_scene.reset();
+}
+
+/// A path in the download folder.
+QString tst_Transfers::received(const QString &name) const
+{
+    const QString folder = m_scene->session().home() + QStringLiteral("/received");
+    return name.isEmpty() ? folder : folder + QLatin1Char('/') + name;
+}
+
+bool tst_Transfers::beginTransfer(Handheld &handheld, const QByteArray &request) const
+{
+    return response(handheld.ask(request)) == QStringLiteral("START_BINARY_TRANSFER");
+}
+
+bool tst_Transfers::servesOthers() const
+{
+    Handheld other(m_scene->port());
+    return response(other.ask(commandText(QStringLiteral("SERVER_INFO")))) == QStringLiteral("OK");
+}
+
+void tst_Transfers::fileBeginsWithItsRequestAndIsOpened_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("content");
+    QTest::newRow("text") << "photo.txt"
+                          << "Some text that is not a token.\n";
+    QTest::newRow("one byte") << "one"
+                              << "1";
+    QTest::newRow("blanks in the name") << "photo of Ann.txt"
+                                        << "text";
+    QTest::newRow("letters beyond ASCII") << QString::fromLatin1("Gr\xfc\xdf"
+                                                                 "e.txt")
+                                          << "text";
+    QTest::newRow("a token's text") << "token"
+                                    << "{ cmdType = \"SERVER_INFO\"; }";
+}
+
+void tst_Transfers::fileBeginsWithItsRequestAndIsOpened()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, content);
+    QVERIFY(m_scene->start());
+    const QByteArray request = exactRequest(name, content.size());
+    const QString size = QString::number(request.size() + content.size() - 1);
+    QVariantMap answer{{"cmdType", "FILE_TRANSFER_AND_OPEN"},
+                       {"cmdParameters", QStringList{name, size}},
+                       {"serverResponse", "START_BINARY_TRANSFER"}};
+    Handheld handheld(m_scene->port());
+    QCOMPARE(handheld.ask(request), std::optional(answer));
+    QVERIFY(handheld.send(content.toLatin1()));
+    answer["serverResponse"] = "OK";
+    QCOMPARE(handheld.answer(), std::optional(answer));
+    QCOMPARE(Folders::fileBytes(received(name)), request + content.toLatin1());
+    QVERIFY(waitUntil([&] { return m_opener->opened() == QStringList{received(name)}; }));
+}
+
+void tst_Transfers::fileNotLargerThanItsRequestIsCompleteAtOnce_data()
+{
+    QTest::addColumn<QString>("size");
+    QTest::newRow("empty") << "0";
+    QTest::newRow("one byte") << "1";
+    QTest::newRow("ten bytes") << "10";
+    QTest::newRow("one byte less than the request")
+        << QString::number(fileRequest(QStringLiteral("small"), 10).size() - 1);
+    QTest::newRow("not a number") << "abc";
+    QTest::newRow("below zero") << "-5";
+    QTest::newRow("more than 64 bits") << "99999999999999999999";
+}
+
+void tst_Transfers::fileNotLargerThanItsRequestIsCompleteAtOnce()
+{
+    QFETCH(QString, size);
+    QVERIFY(m_scene->start());
+    const QByteArray request = fileRequest(QStringLiteral("small"), size);
+    Handheld handheld(m_scene->port());
+    QVERIFY(beginTransfer(handheld, request));
+    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
+    QCOMPARE(Folders::fileBytes(received("small")), request);
+    QVERIFY(waitUntil([&] { return m_opener->opened() == QStringList{received("small")}; }));
+    // Read as a token again.
+    QCOMPARE(response(handheld.ask(commandText(QStringLiteral("SERVER_INFO")))),
+             QStringLiteral("OK"));
+    QCOMPARE(Folders::fileBytes(received("small")), request);
+}
+
+void tst_Transfers::exactlyTheAnnouncedBytesDoNotEndTheTransfer()
+{
+    QVERIFY(m_scene->start());
+    const QByteArray request = exactRequest(QStringLiteral("strict"), 6);
+    Handheld handheld(m_scene->port());
+    QVERIFY(beginTransfer(handheld, request));
+    QVERIFY(handheld.sendAndSettle("12345"));
+    QVERIFY(!handheld.hasUnreadAnswer());
+    QCOMPARE(Folders::fileBytes(received("strict")), request + "12345");
+    QVERIFY(m_opener->opened().isEmpty());
+
+    QVERIFY(handheld.send("6"));
+    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
+    QCOMPARE(Folders::fileBytes(received("strict")), request + "123456");
+}
+
+void tst_Transfers::bytesInTheSameReadAreAllKept()
+{
+    QVERIFY(m_scene->start());
+    // Behind the last " }" of the read, so they do not disturb the request.
+    const QByteArray all = fileRequest(QStringLiteral("early"), 10) + QByteArray(1000, 'x');
+    Handheld handheld(m_scene->port());
+    QVERIFY(beginTransfer(handheld, all));
+    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
+    QCOMPARE(Folders::fileBytes(received("early")), all);
+}
+
+void tst_Transfers::tokensDuringATransferGoIntoTheFile()
+{
+    QVERIFY(m_scene->start());
+    const QByteArray token = commandText(QStringLiteral("SERVER_INFO"));
+    const QByteArray request = exactRequest(QStringLiteral("mixed"), token.size() + 1);
+    Handheld handheld(m_scene->port());
+    QVERIFY(beginTransfer(handheld, request));
+    QVERIFY(handheld.sendAndSettle(token));
+    QVERIFY(!handheld.hasUnreadAnswer());
+    QVERIFY(handheld.send("!"));
+    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
+    QCOMPARE(Folders::fileBytes(received("mixed")), request + token + '!');
+}
+
+void tst_Transfers::filesFollowOneAnotherOnOneConnection()
+{
+    QVERIFY(m_scene->start());
+    Handheld handheld(m_scene->port());
+    for (const char *name : {"first", "second"}) {
+        const QByteArray request = exactRequest(QLatin1String(name), 7);
+        QVERIFY(beginTransfer(handheld, request));
+        QVERIFY(handheld.send("content"));
+        QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
+        QCOMPARE(Folders::fileBytes(received(name)), request + "content");
+    }
+    QVERIFY(waitUntil([&] { return m_opener->opened().size() == 2; }));
+}
+
+void tst_Transfers::filesOfSeveralDevicesArriveAtOnce()
+{
+    QVERIFY(m_scene->start());
+    Handheld one(m_scene->port());
+    Handheld two(m_scene->port());
+    const QByteArray requestOne = exactRequest(QStringLiteral("one"), 4);
+    const QByteArray requestTwo = exactRequest(QStringLiteral("two"), 4);
+    QVERIFY(beginTransfer(one, requestOne));
+    QVERIFY(beginTransfer(two, requestTwo));
+    QVERIFY(one.sendAndSettle("11"));
+    QVERIFY(two.sendAndSettle("22"));
+    QVERIFY(one.send("11"));
+    QVERIFY(two.send("22"));
+    QCOMPARE(response(one.answer()), QStringLiteral("OK"));
+    QCOMPARE(response(two.answer()), QStringLiteral("OK"));
+    QCOMPARE(Folders::fileBytes(received("one")), requestOne + "1111");
+    QCOMPARE(Folders::fileBytes(received("two")), requestTwo + "2222");
+}
+
+void tst_Transfers::existingFileIsAppendedTo()
+{
+    QVERIFY(m_scene->start());
+    QFile existing(received("notes"));
+    QVERIFY(existing.open(QIODevice::WriteOnly));
+    QVERIFY(existing.write("what was there\n") > 0);
+    existing.close();
+    const QByteArray request = exactRequest(QStringLiteral("notes"), 3);
+    Handheld handheld(m_scene->port());
+    QVERIFY(beginTransfer(handheld, request));
+    QVERIFY(handheld.send("new"));
+    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
+    QCOMPARE(Folders::fileBytes(received("notes")), "what was there\n" + request + "new");
+}
+
+/// Until the preferences were closed once, although these then show another folder.
+void tst_Transfers::withoutASettingFilesGoToTheDesktop()
+{
+    QVERIFY(QFile::remove(m_scene->session().settingsFile()));
+    const QString desktop = m_scene->session().home() + QStringLiteral("/Desktop");
+    QVERIFY(QDir().mkpath(desktop));
+    QVERIFY(m_scene->start());
+    const QByteArray request = exactRequest(QStringLiteral("plain"), 2);
+    Handheld handheld(m_scene->port());
+    QVERIFY(beginTransfer(handheld, request));
+    QVERIFY(handheld.send("ok"));
+    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
+    QCOMPARE(Folders::fileBytes(desktop + QStringLiteral("/plain")), request + "ok");
+}
+
+/// On the disk of the build folder, since /tmp may be memory itself.
+void tst_Transfers::largeFileTakesNoMemory()
+{
+    constexpr qint64 MiB = 1024 * 1024;
+    constexpr qint64 Chunks = 256;
+    constexpr qint64 MostGrowth = 16 * MiB;
+    const QTemporaryDir folder(QFileInfo(qEnvironmentVariable("VORNA_SERVER")).absolutePath() +
+                               QStringLiteral("/large-XXXXXX"));
+    m_scene->storeSetting(QStringLiteral("downloadDirectory"), folder.path());
+    // The sanitizer keeps freed memory to find late uses of it.
+    const QByteArray sanitizer = qgetenv("ASAN_OPTIONS");
+    qputenv("ASAN_OPTIONS", sanitizer + ":quarantine_size_mb=1:thread_local_quarantine_size_kb=64");
+    m_scene->launch();
+    qputenv("ASAN_OPTIONS", sanitizer);
+    QVERIFY(m_scene->port() != 0);
+    const qint64 process = m_scene->server().processId();
+
+    const QByteArray request = exactRequest(QStringLiteral("large"), Chunks * MiB);
+    Handheld handheld(m_scene->port());
+    QVERIFY(beginTransfer(handheld, request));
+    QCryptographicHash hash(QCryptographicHash::Sha1);
+    hash.addData(request);
+    QVERIFY(ProcessMemory::forgetPeak(process));
+    const qint64 before = ProcessMemory::resident(process);
+    for (qint64 i = 0; i < Chunks; ++i) {
+        const QByteArray chunk(MiB, static_cast<char>(i));
+        hash.addData(chunk);
+        QVERIFY(handheld.send(chunk));
+    }
+    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
+    const qint64 growth = ProcessMemory::peak(process) - before;
+    qInfo("Memory grew by %lld KiB", static_cast<long long>(growth / 1024));
+    QVERIFY(growth < MostGrowth);
+    const QString path = folder.filePath(QStringLiteral("large"));
+    QCOMPARE(QFileInfo(path).size(), request.size() + Chunks * MiB);
+    QCOMPARE(Folders::fileHash(path), hash.result());
+}
+
+void tst_Transfers::existingFolderInTheNameIsUsed()
+{
+    QVERIFY(QDir().mkpath(received("trip/day one")));
+    QVERIFY(m_scene->start());
+    const QString name = QStringLiteral("trip/../trip/day one/photo");
+    const QByteArray request = exactRequest(name, 2);
+    Handheld handheld(m_scene->port());
+    QVERIFY(beginTransfer(handheld, request));
+    QVERIFY(handheld.send("ok"));
+    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
+    QCOMPARE(Folders::fileBytes(received("trip/day one/photo")), request + "ok");
+}
+
+void tst_Transfers::nameThatCannotBeStoredTakesNothing_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("of a missing folder") << "missing/photo";
+    QTest::newRow("one folder up") << "../photo";
+    QTest::newRow("several folders up") << "../../../../../../../../tmp/vornaserver-photo";
+    QTest::newRow("up in the middle") << "there/../../photo";
+    QTest::newRow("up in the middle, absolute") << "/there/../../photo";
+    QTest::newRow("into the neighbour of the same beginning") << "../received-too/photo";
+    QTest::newRow("absolute") << "/etc/vornaserver-photo";
+    QTest::newRow("absolute, of what is there") << "/etc/passwd";
+    QTest::newRow("of a folder") << "there";
+    QTest::newRow("the folder itself") << ".";
+    QTest::newRow("the folder above") << "..";
+    QTest::newRow("empty") << "";
+    QTest::newRow("of 300 letters") << QString(300, QLatin1Char('n'));
+    QTest::newRow("of 5000 letters") << QString(5000, QLatin1Char('n'));
+    QTest::newRow("below a file") << "file/photo";
+}
+
+void tst_Transfers::nameThatCannotBeStoredTakesNothing()
+{
+    QFETCH(QString, name);
+    QVERIFY(QDir().mkpath(received("there")));
+    QVERIFY(QDir().mkpath(received() + QStringLiteral("-too")));
+    QFile file(received("file"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(m_scene->start());
+    QVERIFY(servesOthers());
+    const QString everything = m_scene->session().path(QString());
+    const auto before = Folders::listing(everything);
+
+    Handheld handheld(m_scene->port());
+    QVERIFY(beginTransfer(handheld, fileRequest(name, 10)));
+    QVERIFY(handheld.sendAndSettle(QByteArray(100'000, 'x')));
+    QVERIFY(handheld.sendAndSettle(commandText(QStringLiteral("SERVER_INFO"))));
+    QVERIFY(!handheld.hasUnreadAnswer());
+    handheld.leave();
+    QVERIFY(servesOthers());
+    QCOMPARE(Folders::differences(before, Folders::listing(everything)), QStringList());
+    QVERIFY(!QFile::exists(QStringLiteral("/tmp/vornaserver-photo")));
+    QVERIFY(!QFile::exists(QStringLiteral("/etc/vornaserver-photo")));
+    QVERIFY(m_opener->opened().isEmpty());
+}
+
+void tst_Transfers::missingDownloadFolderIsNotMade()
+{
+    QVERIFY(QDir().rmdir(received()));
+    QVERIFY(m_scene->start());
+    Handheld handheld(m_scene->port());
+    QVERIFY(beginTransfer(handheld, fileRequest(QStringLiteral("photo"), 10)));
+    QVERIFY(handheld.sendAndSettle("some bytes"));
+    QVERIFY(!handheld.hasUnreadAnswer());
+    QVERIFY(!QFileInfo::exists(received()));
+}
+
+/// Opened for writing it would wait for a reader for ever.
+void tst_Transfers::namedPipeDoesNotStopTheServer()
+{
+    QCOMPARE(::mkfifo(received("pipe").toUtf8().constData(), 0600), 0);
+    QVERIFY(m_scene->start());
+    Handheld handheld(m_scene->port());
+    QVERIFY(beginTransfer(handheld, fileRequest(QStringLiteral("pipe"), 10)));
+    QVERIFY(handheld.sendAndSettle("some bytes"));
+    QVERIFY(!handheld.hasUnreadAnswer());
+    QVERIFY(servesOthers());
+}
+
+void tst_Transfers::linkOfTheUserIsFollowed()
+{
+    const QString elsewhere = m_scene->session().home() + QStringLiteral("/elsewhere");
+    QVERIFY(QDir().mkpath(elsewhere));
+    QVERIFY(QFile::link(elsewhere, received("link")));
+    QVERIFY(m_scene->start());
+    const QByteArray request = exactRequest(QStringLiteral("link/photo"), 2);
+    Handheld handheld(m_scene->port());
+    QVERIFY(beginTransfer(handheld, request));
+    QVERIFY(handheld.send("ok"));
+    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
+    QCOMPARE(Folders::fileBytes(elsewhere + QStringLiteral("/photo")), request + "ok");
+}
+
+void tst_Transfers::fullDiskKeepsWhatFitted()
+{
+    constexpr qint64 Room = 1024 * 1024;
+    m_scene->launch(Confinement::smallDisk(received(), Room));
+    QVERIFY2(m_scene->port() != 0, m_scene->server().errorText().constData());
+    const QString seen = Confinement::insideOf(m_scene->server().processId(), received("large"));
+    Handheld handheld(m_scene->port());
+    const QByteArray request = exactRequest(QStringLiteral("large"), 3 * Room);
+    QVERIFY(beginTransfer(handheld, request));
+    const QByteArray content(3 * Room, 'x');
+    QVERIFY(handheld.sendAndSettle(content));
+    QVERIFY(!handheld.hasUnreadAnswer());
+    QCOMPARE(QFileInfo(seen).size(), Room);
+    QCOMPARE(Folders::fileBytes(seen), (request + content).left(Room));
+    QVERIFY(servesOthers());
+
+    // With room again, what comes next is stored.
+    QVERIFY(QFile::resize(seen, 0));
+    QVERIFY(handheld.sendAndSettle("further"));
+    QCOMPARE(Folders::fileBytes(seen), QByteArray("further"));
+    handheld.leave();
+    QVERIFY(servesOthers());
+    QVERIFY(m_opener->opened().isEmpty());
+}
+
+void tst_Transfers::folderWithoutPermissionTakesNothing()
+{
+    QCOMPARE(::chmod(received().toUtf8().constData(), 0555), 0);
+    m_scene->launch(Confinement::heedsPermissions());
+    QVERIFY2(m_scene->port() != 0, m_scene->server().errorText().constData());
+    Handheld handheld(m_scene->port());
+    QVERIFY(beginTransfer(handheld, fileRequest(QStringLiteral("photo"), 10)));
+    QVERIFY(handheld.sendAndSettle("some bytes"));
+    QVERIFY(!handheld.hasUnreadAnswer());
+    QVERIFY(!QFileInfo::exists(received("photo")));
+    QVERIFY(servesOthers());
+    QCOMPARE(::chmod(received().toUtf8().constData(), 0755), 0);
+}
+
+void tst_Transfers::bytesOfADeviceThatLeftAreKept_data()
+{
+    QTest::addColumn<bool>("inOrder");
+    QTest::newRow("in order") << true;
+    QTest::newRow("by a reset") << false;
+}
+
+void tst_Transfers::bytesOfADeviceThatLeftAreKept()
+{
+    QFETCH(bool, inOrder);
+    QVERIFY(m_scene->start());
+    const QByteArray request = fileRequest(QStringLiteral("half"), 1'000'000);
+    const QByteArray half(500'000, 'h');
+    Handheld handheld(m_scene->port());
+    QVERIFY(beginTransfer(handheld, request));
+    QVERIFY(handheld.sendAndSettle(half));
+    if (inOrder)
+        handheld.leave();
+    else
+        handheld.reset();
+    QVERIFY(servesOthers());
+    QCOMPARE(Folders::fileBytes(received("half")), request + half);
+    // The next device's bytes come behind them.
+    Handheld next(m_scene->port());
+    const QByteArray again = exactRequest(QStringLiteral("half"), 3);
+    QVERIFY(beginTransfer(next, again));
+    QVERIFY(next.send("end"));
+    QCOMPARE(response(next.answer()), QStringLiteral("OK"));
+    QCOMPARE(Folders::fileBytes(received("half")), request + half + again + "end");
+    QVERIFY(waitUntil([&] { return m_opener->opened() == QStringList{received("half")}; }));
+}
+
+void tst_Transfers::bytesAreKeptWhenTheServerEnds_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::newRow("in order") << SIGTERM;
+    QTest::newRow("killed") << SIGKILL;
+}
+
+void tst_Transfers::bytesAreKeptWhenTheServerEnds()
+{
+    QFETCH(int, signal);
+    QVERIFY(m_scene->start());
+    const QByteArray request = fileRequest(QStringLiteral("half"), 1'000'000);
+    Handheld handheld(m_scene->port());
+    QVERIFY(beginTransfer(handheld, request));
+    // Odd sizes, so that no buffer happens to be full at the end.
+    QVERIFY(handheld.sendAndSettle(QByteArray(12'345, 'a')));
+    QVERIFY(handheld.sendAndSettle("b"));
+    QCOMPARE(m_scene->server().end(signal).has_value(), signal != SIGKILL);
+    QCOMPARE(Folders::fileBytes(received("half")), request + QByteArray(12'345, 'a') + 'b');
+}
+
+QTEST_GUILESS_MAIN(tst_Transfers)
+#include "tst_Transfers.moc"

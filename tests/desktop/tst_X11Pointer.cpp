@@ -1,0 +1,258 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "X11Scene.h"
+
+#include <limits>
+
+using namespace platform;
+
+namespace {
+
+// What the X protocol calls the buttons.
+constexpr int MainButton = 1;
+constexpr int MiddleButton = 2;
+constexpr int SecondButton = 3;
+
+constexpr Location Somewhere{120, 80};
+
+} // namespace
+
+/// Moves the pointer and clicks on a real display and looks at what another client gets.
+class X11PointerTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void thePointerGoesWhereItIsSent_data();
+    void thePointerGoesWhereItIsSent();
+    void theLocationIsThatOfThePointer();
+    void eachMoveIsPosted();
+    void aClickPressesAndReleasesWhereThePointerIs_data();
+    void aClickPressesAndReleasesWhereThePointerIs();
+    void aButtonKeepsItsMeaningForLeftHanders_data();
+    void aButtonKeepsItsMeaningForLeftHanders();
+    void aButtonThatWasTakenAwayIsNotPressed();
+    void aButtonThatIsDownGoesUpAfterTheMappingChanged();
+    void aReleaseWithoutAPressReleases();
+    void clicksArePostedWithoutWaitingForTheServer();
+    void destructionReleasesWhatIsDown();
+
+private:
+    void moveTo(const Location &position);
+    void post(MouseEventType type, MouseButton button = MouseButton::Left);
+    bool setMapping(const char *mapping);
+    bool waitForButtons(std::size_t count);
+
+    std::unique_ptr<X11Scene> m_scene;
+};
+
+void X11PointerTest::init()
+{
+    m_scene = std::make_unique<X11Scene>();
+    QVERIFY(m_scene->isReady());
+    moveTo(Somewhere);
+    QTRY_COMPARE(m_scene->watcher.pointerPosition(), QPoint(120, 80));
+    m_scene->watcher.clear();
+}
+
+void X11PointerTest::cleanup()
+{
+    m_scene->services.reset();
+    m_scene->watcher.sync();
+    QVERIFY(m_scene->isNothingDown());
+    m_scene.reset();
+}
+
+void X11PointerTest::moveTo(const Location &position)
+{
+    m_scene->services->postMouse({}, std::vector{MouseEvent{.position = position}}, EventTap::Hid);
+}
+
+void X11PointerTest::post(MouseEventType type, MouseButton button)
+{
+    // The position is another one on purpose: a click does not move the pointer.
+    m_scene->services->postMouse(SourceState::HidSystem,
+                                 std::vector{MouseEvent{type, {1, 2}, button}}, EventTap::Hid);
+}
+
+bool X11PointerTest::setMapping(const char *mapping)
+{
+    const bool isSet = m_scene->server.run(
+        "xmodmap", {"-e", QStringLiteral("pointer = %1").arg(QLatin1String(mapping))});
+    m_scene->letServicesLearn();
+    return isSet;
+}
+
+bool X11PointerTest::waitForButtons(std::size_t count)
+{
+    return waitUntil([&] { return m_scene->watcher.buttons().size() >= count; });
+}
+
+void X11PointerTest::thePointerGoesWhereItIsSent_data()
+{
+    QTest::addColumn<double>("x");
+    QTest::addColumn<double>("y");
+    QTest::addColumn<QPoint>("position");
+    const double infinity = std::numeric_limits<double>::infinity();
+    QTest::newRow("a pixel") << 10. << 20. << QPoint(10, 20);
+    QTest::newRow("within a pixel") << 12.7 << 30.2 << QPoint(12, 30);
+    QTest::newRow("the last pixel") << 799. << 599. << QPoint(799, 599);
+    QTest::newRow("beyond the corner") << 800. << 600. << QPoint(799, 599);
+    QTest::newRow("before the screen") << -5000. << -5000. << QPoint(0, 0);
+    QTest::newRow("beyond 16 bits") << 70000. << 70000. << QPoint(799, 599);
+    QTest::newRow("before 16 bits") << -70000. << 40. << QPoint(0, 40);
+    QTest::newRow("at infinity") << infinity << -infinity << QPoint(799, 0);
+    QTest::newRow("nowhere") << std::numeric_limits<double>::quiet_NaN() << 7. << QPoint(0, 7);
+}
+
+void X11PointerTest::thePointerGoesWhereItIsSent()
+{
+    QFETCH(double, x);
+    QFETCH(double, y);
+    moveTo({x, y});
+    QTRY_VERIFY(!m_scene->watcher.raw().empty());
+    QTEST(m_scene->watcher.pointerPosition(), "position");
+}
+
+void X11PointerTest::theLocationIsThatOfThePointer()
+{
+    QCOMPARE(m_scene->services->pointerLocation(), Somewhere);
+    moveTo({799, 0});
+    QCOMPARE(m_scene->services->pointerLocation(), (Location{799, 0}));
+}
+
+void X11PointerTest::eachMoveIsPosted()
+{
+    const std::vector<MouseEvent> moves(3, {.position = Somewhere});
+    m_scene->services->postMouse({}, moves, EventTap::Hid);
+    QTRY_COMPARE(m_scene->watcher.raw().size(), std::size_t{3});
+    QCOMPARE(m_scene->watcher.raw().back().kind, RawInput::Kind::Motion);
+}
+
+void X11PointerTest::aClickPressesAndReleasesWhereThePointerIs_data()
+{
+    QTest::addColumn<int>("pressType");
+    QTest::addColumn<int>("releaseType");
+    QTest::addColumn<int>("button");
+    QTest::addColumn<int>("meaning");
+    QTest::newRow("left") << int(MouseEventType::LeftDown) << int(MouseEventType::LeftUp)
+                          << int(MouseButton::Left) << MainButton;
+    QTest::newRow("right") << int(MouseEventType::RightDown) << int(MouseEventType::RightUp)
+                           << int(MouseButton::Right) << SecondButton;
+    QTest::newRow("centre") << int(MouseEventType::OtherDown) << int(MouseEventType::OtherUp)
+                            << int(MouseButton::Center) << MiddleButton;
+}
+
+void X11PointerTest::aClickPressesAndReleasesWhereThePointerIs()
+{
+    QFETCH(int, pressType);
+    QFETCH(int, releaseType);
+    QFETCH(int, button);
+    const std::vector<MouseEvent> click = {
+        {MouseEventType(pressType), {1, 2}, MouseButton(button)},
+        {MouseEventType(releaseType), {1, 2}, MouseButton(button)}};
+    m_scene->services->postMouse(SourceState::HidSystem, click, EventTap::Hid);
+    QVERIFY(waitForButtons(2));
+    const auto buttons = m_scene->watcher.buttons();
+    QVERIFY(buttons[0].isDown);
+    QVERIFY(!buttons[1].isDown);
+    for (const ButtonInput &input : buttons) {
+        QTEST(input.button, "meaning");
+        QCOMPARE(input.position, QPoint(120, 80));
+    }
+    QCOMPARE(m_scene->watcher.raw().size(), std::size_t{2}); // No motion.
+}
+
+void X11PointerTest::aButtonKeepsItsMeaningForLeftHanders_data()
+{
+    QTest::addColumn<QByteArray>("mapping");
+    QTest::newRow("as delivered") << QByteArray("1 2 3 4 5 6 7 8 9 10");
+    QTest::newRow("left-handed") << QByteArray("3 2 1 4 5 6 7 8 9 10");
+    QTest::newRow("all exchanged") << QByteArray("2 3 1 4 5 6 7 8 9 10");
+}
+
+void X11PointerTest::aButtonKeepsItsMeaningForLeftHanders()
+{
+    QFETCH(QByteArray, mapping);
+    QVERIFY(setMapping(mapping.constData()));
+    post(MouseEventType::LeftDown);
+    post(MouseEventType::LeftUp);
+    post(MouseEventType::RightDown, MouseButton::Right);
+    post(MouseEventType::RightUp, MouseButton::Right);
+    post(MouseEventType::OtherDown, MouseButton::Center);
+    post(MouseEventType::OtherUp, MouseButton::Center);
+    QVERIFY(waitForButtons(6));
+    std::vector<int> meanings;
+    for (const ButtonInput &input : m_scene->watcher.buttons())
+        meanings.push_back(input.isDown ? input.button : -input.button);
+    QCOMPARE(meanings, (std::vector{1, -1, 3, -3, 2, -2}));
+
+    // Services that start on such a display know it too.
+    m_scene->services = m_scene->makeServices();
+    m_scene->watcher.clear();
+    post(MouseEventType::LeftDown);
+    post(MouseEventType::LeftUp);
+    QVERIFY(waitForButtons(2));
+    QCOMPARE(m_scene->watcher.buttons().front().button, MainButton);
+}
+
+void X11PointerTest::aButtonThatWasTakenAwayIsNotPressed()
+{
+    QVERIFY(setMapping("1 0 3 4 5 6 7 8 9 10"));
+    post(MouseEventType::OtherDown, MouseButton::Center);
+    post(MouseEventType::OtherUp, MouseButton::Center);
+    post(MouseEventType::LeftDown);
+    post(MouseEventType::LeftUp);
+    QVERIFY(waitForButtons(2));
+    QCOMPARE(m_scene->watcher.raw().size(), std::size_t{2});
+}
+
+void X11PointerTest::aButtonThatIsDownGoesUpAfterTheMappingChanged()
+{
+    post(MouseEventType::LeftDown);
+    QVERIFY(waitForButtons(1));
+    // The mapping of a pressed button cannot be changed, but where others are is free.
+    QVERIFY(m_scene->server.run("xmodmap", {"-e", "pointer = 1 3 2 4 5 6 7 8 9 10"}));
+    m_scene->letServicesLearn();
+    post(MouseEventType::LeftUp);
+    QTRY_VERIFY(m_scene->isNothingDown());
+}
+
+void X11PointerTest::aReleaseWithoutAPressReleases()
+{
+    post(MouseEventType::RightDown, MouseButton::Right);
+    QVERIFY(waitForButtons(1));
+    const auto others = m_scene->makeServices();
+    others->postMouse({}, std::vector{MouseEvent{MouseEventType::RightUp, {}, MouseButton::Right}},
+                      EventTap::Hid);
+    QTRY_VERIFY(m_scene->isNothingDown());
+}
+
+void X11PointerTest::clicksArePostedWithoutWaitingForTheServer()
+{
+    m_scene->haltServer();
+    for (int count = 0; count < 10; ++count) {
+        post(MouseEventType::LeftDown);
+        post(MouseEventType::LeftUp);
+        moveTo(Somewhere);
+    }
+    QVERIFY(m_scene->watcher.buttons().empty());
+    m_scene->server.resume();
+    QVERIFY(waitForButtons(20));
+}
+
+void X11PointerTest::destructionReleasesWhatIsDown()
+{
+    post(MouseEventType::LeftDown);
+    post(MouseEventType::OtherDown, MouseButton::Center);
+    QVERIFY(waitForButtons(2));
+    m_scene->services.reset();
+    QTRY_VERIFY(m_scene->isNothingDown());
+}
+
+QTEST_GUILESS_MAIN(X11PointerTest)
+#include "tst_X11Pointer.moc"

@@ -1,0 +1,25 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QStringList>
+#include <QSystemTrayIcon>
+
+#include <vector>
+
+/// The balloons that a test linked with RecordedBalloons.cpp has shown so far: there the toolkit's
+/// operation writes down instead of showing, since without a tray it would show nothing.
+struct RecordedBalloon
+{
+    const QSystemTrayIcon *trayIcon = nullptr;
+    QString title;
+    QString text;
+    QSystemTrayIcon::MessageIcon icon = QSystemTrayIcon::NoIcon;
+    int milliseconds = 0;
+};
+
+std::vector<RecordedBalloon> &recordedBalloons();
+
+/// The texts of the balloons in their order.
+QStringList balloonTexts();

@@ -1,0 +1,58 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "interaction/KeyTable.h"
+
+#include <QLatin1StringView>
+#include <QStringList>
+
+#include <utility>
+#include <vector>
+
+/// What the layouts of the tests bear, read off their drawings (xkb-data's symbols, model pc105).
+namespace LayoutSigns {
+
+/// Keys that today's kernels have under other names: the layouts call the key F13 "Tools", and so
+/// on. They are found by position everywhere.
+inline QStringList namesOfLateFunctionKeys()
+{
+    return {"F13", "F14", "F15", "F16", "F17", "F18", "F19", "F20"};
+}
+
+/// Names of the key table whose sign no key of the layout bears.
+inline QStringList namesNotBorne(const QString &layout)
+{
+    QStringList names = namesOfLateFunctionKeys();
+    if (layout == QLatin1StringView("fr") || layout == QLatin1StringView("de"))
+        names << "RAlt"; // It is AltGr there.
+    if (layout == QLatin1StringView("ru")) {
+        names << "["
+              << "]"
+              << "'";
+        for (char letter = 'A'; letter <= 'Z'; ++letter)
+            names << QString(QLatin1Char(letter));
+    }
+    return names;
+}
+
+/// Names that mean nothing here at all.
+inline QStringList namesWithoutMeaning()
+{
+    return {"Fn", "UArrow"};
+}
+
+/// Every row of the key table that means something here, with whether the layout bears its sign.
+inline std::vector<std::pair<KeyTable::Row, bool>> rowsOf(const QString &layout)
+{
+    std::vector<std::pair<KeyTable::Row, bool>> rows;
+    const QStringList notBorne = namesNotBorne(layout);
+    for (const KeyTable::Row &row : KeyTable::rows()) {
+        if (!namesWithoutMeaning().contains(row.name))
+            rows.emplace_back(row, !notBorne.contains(row.name));
+    }
+    return rows;
+}
+
+} // namespace LayoutSigns

@@ -1,0 +1,172 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "NotificationDesk.h"
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusVariant>
+
+namespace {
+
+const QString ItemPath = QStringLiteral("/StatusNotifierItem");
+const QString ItemInterface = QStringLiteral("org.kde.StatusNotifierItem");
+const QString MenuInterface = QStringLiteral("com.canonical.dbusmenu");
+
+/// An item and those below it, as com.canonical.dbusmenu lays them out: (ia{sv}av).
+struct LayoutItem
+{
+    int number = 0;
+    QVariantMap properties;
+    QVariantList children;
+};
+
+LayoutItem readLayout(const QDBusArgument &argument)
+{
+    LayoutItem item;
+    argument.beginStructure();
+    argument >> item.number >> item.properties >> item.children;
+    argument.endStructure();
+    return item;
+}
+
+PublishedItem publishedItem(const LayoutItem &item)
+{
+    const QVariantMap &properties = item.properties;
+    return {item.number, properties.value(QStringLiteral("label")).toString(),
+            properties.value(QStringLiteral("toggle-type")) == QStringLiteral("checkmark"),
+            properties.value(QStringLiteral("toggle-state")).toInt() == 1,
+            properties.value(QStringLiteral("type")) == QStringLiteral("separator")};
+}
+
+} // namespace
+
+/// Where icons register; that a host shows them is what the toolkit asks first.
+class WatcherAdaptor : public QDBusAbstractAdaptor
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
+    Q_PROPERTY(bool IsStatusNotifierHostRegistered READ isHostRegistered)
+    Q_PROPERTY(QStringList RegisteredStatusNotifierItems READ items)
+    Q_PROPERTY(int ProtocolVersion READ protocolVersion)
+
+public:
+    explicit WatcherAdaptor(NotificationDesk *desk) : QDBusAbstractAdaptor(desk), m_desk(desk) {}
+
+    bool isHostRegistered() const { return true; }
+    QStringList items() const { return m_desk->icons(); }
+    int protocolVersion() const { return 0; }
+
+public slots:
+    void RegisterStatusNotifierItem(const QString &service) { m_desk->m_icons.append(service); }
+
+private:
+    NotificationDesk *m_desk;
+};
+
+/// The desktop notifications' interface, as its specification names the parameters.
+class NotificationsAdaptor : public QDBusAbstractAdaptor
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+
+public:
+    explicit NotificationsAdaptor(NotificationDesk *desk) : QDBusAbstractAdaptor(desk), m_desk(desk)
+    {
+    }
+
+public slots:
+    uint Notify(const QString &, uint, const QString &, const QString &summary, const QString &body,
+                const QStringList &, const QVariantMap &, int timeout)
+    {
+        m_desk->m_notifications.append({summary, body, timeout});
+        return uint(m_desk->m_notifications.size());
+    }
+
+    QStringList GetCapabilities() const { return {QStringLiteral("body")}; }
+
+private:
+    NotificationDesk *m_desk;
+};
+
+NotificationDesk::NotificationDesk(const QString &busAddress)
+    : m_bus(QDBusConnection::connectToBus(busAddress, busAddress))
+{
+    new WatcherAdaptor(this);
+    new NotificationsAdaptor(this);
+    m_isReady = m_bus.registerObject(QStringLiteral("/StatusNotifierWatcher"), this) &&
+                m_bus.registerObject(QStringLiteral("/org/freedesktop/Notifications"), this) &&
+                m_bus.registerService(QStringLiteral("org.freedesktop.Notifications")) &&
+                m_bus.registerService(QStringLiteral("org.kde.StatusNotifierWatcher"));
+}
+
+NotificationDesk::~NotificationDesk()
+{
+    QDBusConnection::disconnectFromBus(m_bus.name());
+}
+
+QVariant NotificationDesk::property(const QString &icon, const QString &name) const
+{
+    auto call = QDBusMessage::createMethodCall(
+        icon, ItemPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    call << ItemInterface << name;
+    const QDBusMessage reply = m_bus.call(call);
+    return reply.arguments().value(0).value<QDBusVariant>().variant();
+}
+
+QString NotificationDesk::menuPath(const QString &icon) const
+{
+    return property(icon, QStringLiteral("Menu")).value<QDBusObjectPath>().path();
+}
+
+QString NotificationDesk::toolTip(const QString &icon) const
+{
+    const QVariant value = property(icon, QStringLiteral("ToolTip"));
+    if (!value.canConvert<QDBusArgument>())
+        return {};
+    // An icon's name, its pictures (width, height, bytes), the title and a description.
+    const auto argument = value.value<QDBusArgument>();
+    QString iconName;
+    QString title;
+    argument.beginStructure();
+    argument >> iconName;
+    argument.beginArray();
+    while (!argument.atEnd()) {
+        int width = 0;
+        int height = 0;
+        QByteArray pixels;
+        argument.beginStructure();
+        argument >> width >> height >> pixels;
+        argument.endStructure();
+    }
+    argument.endArray();
+    QString description;
+    argument >> title >> description;
+    argument.endStructure();
+    return title;
+}
+
+QList<PublishedItem> NotificationDesk::menu(const QString &icon) const
+{
+    auto call = QDBusMessage::createMethodCall(icon, menuPath(icon), MenuInterface,
+                                               QStringLiteral("GetLayout"));
+    call << 0 << -1 << QStringList();
+    const QVariant layout = m_bus.call(call).arguments().value(1);
+    QList<PublishedItem> items;
+    if (!layout.canConvert<QDBusArgument>())
+        return items;
+    for (const QVariant &child : readLayout(layout.value<QDBusArgument>()).children)
+        items.append(publishedItem(readLayout(child.value<QDBusArgument>())));
+    return items;
+}
+
+void NotificationDesk::click(const QString &icon, int itemNumber) const
+{
+    auto call = QDBusMessage::createMethodCall(icon, menuPath(icon), MenuInterface,
+                                               QStringLiteral("Event"));
+    call << itemNumber << QStringLiteral("clicked") << QVariant::fromValue(QDBusVariant(0)) << 0U;
+    m_bus.call(call, QDBus::NoBlock);
+}
+
+#include "NotificationDesk.moc"

@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QtGlobal>
+
+#include <optional>
+
+/// What the kernel tells about other processes, read from /proc.
+namespace ProcessTables {
+
+/// The IPv4 TCP port that the process listens on; nothing while it listens on none.
+std::optional<quint16> listeningPort(qint64 processId);
+
+/// How many bytes wait unread at the end `localPort` of the connection from `remotePort`; nothing
+/// when there is no such connection.
+std::optional<qint64> unreadBytes(quint16 localPort, quint16 remotePort);
+
+/// Processor time that the process has used, in clock ticks.
+qint64 processorTicks(qint64 processId);
+
+} // namespace ProcessTables

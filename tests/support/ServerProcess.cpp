@@ -1,0 +1,72 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "ServerProcess.h"
+
+#include "ProcessTables.h"
+
+#include <QFile>
+
+#include <sys/types.h>
+
+ServerProcess::ServerProcess(const DesktopSession &session, std::function<void()> lastPreparation)
+    : m_errorFile(session.path(QStringLiteral("server.log")))
+{
+    m_process.setProcessEnvironment(session.environment());
+    m_process.setWorkingDirectory(session.home());
+    m_process.setStandardInputFile(QProcess::nullDevice());
+    m_process.setStandardErrorFile(m_errorFile, QIODevice::Append);
+    m_process.setLastPreparation(std::move(lastPreparation));
+    m_process.start(qEnvironmentVariable("VORNA_SERVER"), {});
+    m_process.waitForStarted();
+}
+
+quint16 ServerProcess::port(std::chrono::milliseconds limit) const
+{
+    // The kernel takes some milliseconds for each look at its table.
+    constexpr std::chrono::milliseconds Pause{50};
+    std::optional<quint16> port;
+    waitUntil(
+        [&] {
+            port = ProcessTables::listeningPort(processId());
+            return port.has_value() || !isRunning();
+        },
+        limit, Pause);
+    return port.value_or(0);
+}
+
+bool ServerProcess::isListening() const
+{
+    return ProcessTables::listeningPort(processId()).has_value();
+}
+
+std::optional<int> ServerProcess::end(int signal)
+{
+    if (isRunning())
+        ::kill(static_cast<pid_t>(processId()), signal);
+    return waitForEnd();
+}
+
+std::optional<int> ServerProcess::waitForEnd(std::chrono::milliseconds limit)
+{
+    const bool hasEnded = waitUntil([this] { return !isRunning(); }, limit);
+    if (!hasEnded || m_process.exitStatus() != QProcess::NormalExit)
+        return std::nullopt;
+    return m_process.exitCode();
+}
+
+QByteArray ServerProcess::errorText() const
+{
+    QFile file(m_errorFile);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QByteArray ServerProcess::complaints() const
+{
+    QByteArray found;
+    for (const QByteArray &line : errorText().split('\n'))
+        for (const char *sign : {"Sanitizer", "runtime error:", "QObject::", "ASSERT"})
+            if (line.contains(sign))
+                found += line + '\n';
+    return found;
+}

@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "ChildProcess.h"
+#include "DesktopSession.h"
+
+#include <csignal>
+#include <functional>
+#include <optional>
+
+/// The server's executable, named by VORNA_SERVER, running in a desktop session.
+class ServerProcess
+{
+public:
+    /// Starts it; `lastPreparation` runs in the child before the program does, and only system
+    /// calls are safe in it.
+    explicit ServerProcess(
+        const DesktopSession &session, std::function<void()> lastPreparation = [] {});
+
+    qint64 processId() const { return m_process.processId(); }
+    bool isRunning() const { return m_process.state() == QProcess::Running; }
+
+    /// The port it listens on, once it does; 0 when the limit passed first.
+    quint16 port(std::chrono::milliseconds limit = GenerousLimit) const;
+    bool isListening() const;
+
+    /// Sends the signal and waits for the end.
+    /// \return the exit status; nothing when it crashed or did not end in time.
+    std::optional<int> end(int signal = SIGTERM);
+
+    /// \return the exit status; nothing when it crashed or did not end in time.
+    std::optional<int> waitForEnd(std::chrono::milliseconds limit = GenerousLimit);
+
+    /// Everything it wrote to its standard error.
+    QByteArray errorText() const;
+
+    /// The lines of the error text that no sound run writes: the sanitizers' reports and broken
+    /// signal connections.
+    QByteArray complaints() const;
+
+private:
+    QString m_errorFile;
+    ChildProcess m_process;
+};

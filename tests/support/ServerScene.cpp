@@ -1,0 +1,81 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "ServerScene.h"
+
+#include "Pictures.h"
+
+#include <QSettings>
+
+ServerScene::ServerScene(DesktopSession::Parts parts) : m_session(parts) {}
+
+void ServerScene::storeSetting(const QString &key, const QVariant &value) const
+{
+    QSettings(m_session.settingsFile(), QSettings::IniFormat).setValue(key, value);
+}
+
+QVariant ServerScene::storedSetting(const QString &key) const
+{
+    return QSettings(m_session.settingsFile(), QSettings::IniFormat).value(key);
+}
+
+void ServerScene::launch(std::function<void()> lastPreparation)
+{
+    m_server = std::make_unique<ServerProcess>(m_session, std::move(lastPreparation));
+}
+
+bool ServerScene::start()
+{
+    launch();
+    return m_server->port() != 0 &&
+           waitUntil([this] { return view().trayIcon(m_server->processId()).has_value(); });
+}
+
+bool ServerScene::showsLight(StatusLight light) const
+{
+    return waitUntil([&] {
+        const auto icon = view().trayIcon(m_server->processId());
+        return icon && lightIn(view().picture(*icon)) == light;
+    });
+}
+
+std::optional<SeenWindow> ServerScene::waitForDialog(const QString &title) const
+{
+    std::optional<SeenWindow> dialog;
+    const bool isThere = waitUntil([&] {
+        dialog = view().dialog(m_server->processId(), title);
+        return dialog && view().activeWindow() == dialog->id;
+    });
+    return isThere ? dialog : std::nullopt;
+}
+
+bool ServerScene::waitUntilGone(const SeenWindow &dialog) const
+{
+    return waitUntil([&] {
+        for (const SeenWindow &window : view().dialogs(m_server->processId()))
+            if (window.id == dialog.id)
+                return false;
+        return true;
+    });
+}
+
+bool ServerScene::clickButton(const SeenWindow &dialog, int index) const
+{
+    const QList<QRect> buttons = Pictures::lowestButtons(view().settledPicture(dialog.place));
+    if (index >= buttons.size())
+        return false;
+    return user().click(dialog.place.topLeft() + buttons[index].center());
+}
+
+QByteArray ServerScene::problemAtEnd()
+{
+    if (!m_server)
+        return {};
+    const bool wasRunning = m_server->isRunning();
+    const std::optional<int> status = m_server->end();
+    QByteArray problem = m_server->complaints();
+    if (wasRunning && status != 0)
+        problem +=
+            "exit status " + (status ? QByteArray::number(*status) : "none: crashed or hung");
+    return problem.isEmpty() ? problem : problem + '\n' + m_server->errorText();
+}

@@ -1,0 +1,58 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "DesktopSession.h"
+#include "Handheld.h"
+#include "ServerProcess.h"
+#include "StatusLight.h"
+#include "TrayMenu.h"
+
+#include <QVariantMap>
+
+#include <memory>
+
+/// A desktop session with the server in it: what most whole-program tests begin with.
+class ServerScene
+{
+public:
+    explicit ServerScene(DesktopSession::Parts parts = DesktopSession::Tray);
+
+    /// Writes to the settings store as an earlier run of the server would have.
+    void storeSetting(const QString &key, const QVariant &value) const;
+    /// What the settings store holds now.
+    QVariant storedSetting(const QString &key) const;
+
+    /// Starts the server without waiting for anything.
+    void launch(std::function<void()> lastPreparation = [] {});
+
+    /// Starts the server and waits until it listens and its icon is in the tray.
+    bool start();
+
+    /// Waits until the tray icon shows that light.
+    bool showsLight(StatusLight light) const;
+
+    /// Waits until a window with that title stands on the screen and gets the keys.
+    std::optional<SeenWindow> waitForDialog(const QString &title) const;
+    bool waitUntilGone(const SeenWindow &dialog) const;
+
+    /// Clicks a push button in the lowest row of a dialog; they count from 0 at the left.
+    bool clickButton(const SeenWindow &dialog, int index) const;
+
+    /// Ends the server if it still runs, and tells what was wrong with its end and with what it
+    /// wrote; empty when all was well.
+    QByteArray problemAtEnd();
+
+    const DesktopSession &session() const { return m_session; }
+    const DesktopView &view() const { return m_session.view(); }
+    const DesktopUser &user() const { return m_session.user(); }
+    DesktopSession &mutableSession() { return m_session; }
+    ServerProcess &server() const { return *m_server; }
+    TrayMenu menu() const { return TrayMenu(m_session, *m_server); }
+    quint16 port() const { return m_server->port(); }
+
+private:
+    DesktopSession m_session;
+    std::unique_ptr<ServerProcess> m_server;
+};

@@ -1,0 +1,48 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "StatusLight.h"
+
+#include "Pictures.h"
+
+namespace {
+
+constexpr int LargestDistance = 40; ///< Scaling an image down to the tray blurs its colour a bit.
+
+QString imageOf(StatusLight light)
+{
+    switch (light) {
+    case StatusLight::Black:
+        return QStringLiteral(":/images/led_nero.png");
+    case StatusLight::Orange:
+        return QStringLiteral(":/images/led_arancio.png");
+    case StatusLight::Green:
+        return QStringLiteral(":/images/led_verde.png");
+    case StatusLight::Red:
+        return QStringLiteral(":/images/led_rosso.png");
+    }
+    return {};
+}
+
+} // namespace
+
+QColor colourOf(StatusLight light)
+{
+    return Pictures::middleColour(QImage(imageOf(light)));
+}
+
+std::optional<StatusLight> lightIn(const QImage &picture)
+{
+    const QColor seen = Pictures::middleColour(picture);
+    std::optional<StatusLight> nearest;
+    int nearestDistance = LargestDistance;
+    for (const auto light :
+         {StatusLight::Black, StatusLight::Orange, StatusLight::Green, StatusLight::Red}) {
+        const int distance = Pictures::distance(seen, colourOf(light));
+        if (distance < nearestDistance) {
+            nearest = light;
+            nearestDistance = distance;
+        }
+    }
+    return nearest;
+}

@@ -1,0 +1,86 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "XServer.h"
+
+#include "Waiting.h"
+
+#include <csignal>
+#include <sys/prctl.h>
+
+namespace {
+
+constexpr auto LimitInMilliseconds = static_cast<int>(GenerousLimit.count());
+
+/// The rest of the line that the server writes when it is ready; empty when it ends before that.
+QString readDisplayNumber(QProcess &process)
+{
+    while (!process.canReadLine()) {
+        if (!process.waitForReadyRead(LimitInMilliseconds))
+            return {};
+    }
+    return QString::fromLatin1(process.readLine().trimmed());
+}
+
+} // namespace
+
+XServer::XServer(QSize screen, const QStringList &arguments)
+{
+    const QString geometry = QStringLiteral("%1x%2x24").arg(screen.width()).arg(screen.height());
+    m_process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
+    m_process.setStandardErrorFile(QProcess::nullDevice());
+    m_process.start(QStringLiteral("Xvfb"), QStringList{"-displayfd", "1", "-screen", "0", geometry,
+                                                        "-nolisten", "tcp", "-noreset"} +
+                                                arguments);
+    const QString number = readDisplayNumber(m_process);
+    if (!number.isEmpty())
+        m_display = QLatin1Char(':') + number;
+}
+
+XServer::~XServer()
+{
+    end();
+}
+
+void XServer::end()
+{
+    resume();
+    m_process.terminate();
+    if (!m_process.waitForFinished(LimitInMilliseconds))
+        m_process.kill();
+    m_process.waitForFinished();
+}
+
+bool XServer::isRunning() const
+{
+    return !m_display.isEmpty() && m_process.state() == QProcess::Running;
+}
+
+QProcessEnvironment XServer::environment() const
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DISPLAY"), m_display);
+    return environment;
+}
+
+bool XServer::run(const QString &program, const QStringList &arguments) const
+{
+    QProcess process;
+    process.setProcessEnvironment(environment());
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    process.start(program, arguments);
+    return process.waitForFinished(LimitInMilliseconds) &&
+           process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+}
+
+void XServer::halt()
+{
+    if (isRunning())
+        kill(static_cast<pid_t>(m_process.processId()), SIGSTOP);
+}
+
+void XServer::resume()
+{
+    if (isRunning())
+        kill(static_cast<pid_t>(m_process.processId()), SIGCONT);
+}

@@ -1,0 +1,190 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "app/MessageHandler.h"
+
+#include "doubles/RecordedBalloons.h"
+#include "support/MessageRecorder.h"
+#include "support/Waiting.h"
+
+#include <QTest>
+#include <QThread>
+
+#include <memory>
+#include <type_traits>
+
+class tst_MessageHandler : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void thereIsOneHandler();
+    void withoutAnIconNothingHappens();
+    void aWarningIsABalloonOfTenSeconds();
+    void theTextIsShownAsItCame_data();
+    void theTextIsShownAsItCame();
+    void otherMessagesAreSwallowed_data();
+    void otherMessagesAreSwallowed();
+    void theEarlierHandlerIsNotCalledMeanwhile();
+    void afterShutdownTheEarlierHandlerIsBack();
+    void installingAgainReplacesTheIcon();
+    void installingTwiceStillGivesTheEarlierHandlerBack();
+    void anIconThatIsGoneShowsNothing();
+    void aWarningOfAnotherThreadIsShownByTheIconsThread();
+
+private:
+    static MessageHandler &handler() { return *MessageHandler::instance(); }
+
+    std::unique_ptr<MessageRecorder> earlier;
+    std::unique_ptr<QSystemTrayIcon> icon;
+};
+
+void tst_MessageHandler::init()
+{
+    recordedBalloons().clear();
+    earlier = std::make_unique<MessageRecorder>();
+    icon = std::make_unique<QSystemTrayIcon>();
+}
+
+void tst_MessageHandler::cleanup()
+{
+    icon.reset();
+    earlier.reset();
+}
+
+void tst_MessageHandler::thereIsOneHandler()
+{
+    QVERIFY(MessageHandler::instance() != nullptr);
+    QCOMPARE(MessageHandler::instance(), MessageHandler::instance());
+    static_assert(!std::is_polymorphic_v<MessageHandler>);
+    QVERIFY(handler().trayIcon() == nullptr);
+}
+
+void tst_MessageHandler::withoutAnIconNothingHappens()
+{
+    MessageHandlerOutput(QtWarningMsg, QMessageLogContext(), "text");
+    QVERIFY(recordedBalloons().empty());
+    QCOMPARE(earlier->all(), QStringList());
+}
+
+void tst_MessageHandler::aWarningIsABalloonOfTenSeconds()
+{
+    handler().installMessageHandler(icon.get());
+    qWarning("text");
+    handler().shutdown();
+    QCOMPARE(recordedBalloons().size(), 1U);
+    const RecordedBalloon &balloon = recordedBalloons().front();
+    QCOMPARE(balloon.trayIcon, icon.get());
+    QCOMPARE(balloon.title, QString("VornaServer"));
+    QCOMPARE(balloon.text, QString("text"));
+    QCOMPARE(balloon.icon, QSystemTrayIcon::Information);
+    QCOMPARE(balloon.milliseconds, 10'000);
+}
+
+void tst_MessageHandler::theTextIsShownAsItCame_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("blank at the end") << "Server Started... ";
+    QTest::newRow("empty") << "";
+    QTest::newRow("quotes and markers") << "\"a\" %1 &b <b>\n";
+    QTest::newRow("letters beyond ASCII") << QStringLiteral("\u00e9 \u2603 \U0001f600");
+}
+
+void tst_MessageHandler::theTextIsShownAsItCame()
+{
+    QFETCH(QString, text);
+    handler().installMessageHandler(icon.get());
+    MessageHandlerOutput(QtWarningMsg, QMessageLogContext(), text);
+    handler().shutdown();
+    QCOMPARE(balloonTexts(), QStringList{text});
+}
+
+void tst_MessageHandler::otherMessagesAreSwallowed_data()
+{
+    QTest::addColumn<QtMsgType>("type");
+    QTest::newRow("debug") << QtDebugMsg;
+    QTest::newRow("information") << QtInfoMsg;
+    QTest::newRow("critical") << QtCriticalMsg;
+    QTest::newRow("fatal") << QtFatalMsg;
+}
+
+void tst_MessageHandler::otherMessagesAreSwallowed()
+{
+    QFETCH(QtMsgType, type);
+    handler().installMessageHandler(icon.get());
+    MessageHandlerOutput(type, QMessageLogContext(), "text");
+    handler().shutdown();
+    QVERIFY(recordedBalloons().empty());
+    QCOMPARE(earlier->all(), QStringList());
+}
+
+void tst_MessageHandler::theEarlierHandlerIsNotCalledMeanwhile()
+{
+    qWarning("before");
+    handler().installMessageHandler(icon.get());
+    qDebug("debug");
+    qWarning("warning");
+    qCritical("critical");
+    handler().shutdown();
+    QCOMPARE(earlier->all(), QStringList{"warning: before"});
+    QCOMPARE(balloonTexts(), QStringList{"warning"});
+}
+
+void tst_MessageHandler::afterShutdownTheEarlierHandlerIsBack()
+{
+    handler().installMessageHandler(icon.get());
+    handler().shutdown();
+    qWarning("after");
+    QCOMPARE(earlier->all(), QStringList{"warning: after"});
+    QVERIFY(recordedBalloons().empty());
+    QCOMPARE(handler().trayIcon(), icon.get());
+}
+
+void tst_MessageHandler::installingAgainReplacesTheIcon()
+{
+    QSystemTrayIcon other;
+    handler().installMessageHandler(icon.get());
+    handler().installMessageHandler(&other);
+    qWarning("text");
+    handler().shutdown();
+    QCOMPARE(recordedBalloons().size(), 1U);
+    QCOMPARE(recordedBalloons().front().trayIcon, &other);
+}
+
+void tst_MessageHandler::installingTwiceStillGivesTheEarlierHandlerBack()
+{
+    handler().installMessageHandler(icon.get());
+    handler().installMessageHandler(icon.get());
+    handler().shutdown();
+    qWarning("after");
+    QCOMPARE(earlier->all(), QStringList{"warning: after"});
+    QVERIFY(recordedBalloons().empty());
+}
+
+void tst_MessageHandler::anIconThatIsGoneShowsNothing()
+{
+    handler().installMessageHandler(icon.get());
+    icon.reset();
+    qWarning("text");
+    handler().shutdown();
+    QVERIFY(recordedBalloons().empty());
+}
+
+void tst_MessageHandler::aWarningOfAnotherThreadIsShownByTheIconsThread()
+{
+    handler().installMessageHandler(icon.get());
+    const std::unique_ptr<QThread> thread(QThread::create([] { qWarning("from elsewhere"); }));
+    thread->start();
+    QVERIFY(thread->wait(GenerousLimit));
+    QVERIFY(recordedBalloons().empty());
+    const bool isShown = waitUntil([] { return !recordedBalloons().empty(); });
+    handler().shutdown();
+    QVERIFY(isShown);
+    QCOMPARE(balloonTexts(), QStringList{"from elsewhere"});
+}
+
+QTEST_MAIN(tst_MessageHandler)
+#include "tst_MessageHandler.moc"

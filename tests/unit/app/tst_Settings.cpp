@@ -1,0 +1,318 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "app/Window.h"
+
+#include "doubles/RecordedBalloons.h"
+#include "doubles/RecordingDnsSd.h"
+#include "doubles/RecordingPlatform.h"
+#include "support/DialogVisitor.h"
+#include "support/MessageRecorder.h"
+#include "support/PrivateHome.h"
+#include "support/ServedPeer.h"
+
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QTest>
+
+#include <functional>
+#include <memory>
+
+namespace {
+
+LoginItemRecord &loginItems()
+{
+    return PlatformRecord::current().loginItems;
+}
+
+} // namespace
+
+/// The settings as the whole application restores and stores them.
+class tst_Settings : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { Q_INIT_RESOURCE(VornaServer); }
+    void init();
+    void cleanup();
+
+    void anEmptyStoreGivesTheDefaults();
+    void theDefaultDirectoryIsNotMade();
+    void storedValuesAreRestored_data();
+    void storedValuesAreRestored();
+    void oddValuesAreConverted_data();
+    void oddValuesAreConverted();
+    void closingThePreferencesStoresAllThree();
+    void theValuesAreInTheStoreAtOnce();
+    void everyWayOfClosingStores_data();
+    void everyWayOfClosingStores();
+    void changesWaitForTheClose();
+    void logonIsAppliedBeforeItIsStored();
+    void theNextDialogShowsWhatWasTaken();
+    void nothingElseIsStoredAtTheEnd();
+    void aDirectoryIsStoredUnchecked_data();
+    void aDirectoryIsStoredUnchecked();
+    void untilTheDialogWasClosedFilesGoToTheDesktop();
+
+private:
+    /// Opens the preferences and closes them after the visit.
+    void openPreferences(const std::function<void(QDialog &)> &visit = [](QDialog &) {});
+    QVariantMap shownPreferences();
+    static QVariant stored(const char *key) { return QSettings().value(key); }
+
+    std::unique_ptr<PrivateHome> home;
+    std::unique_ptr<MessageRecorder> messages;
+    std::unique_ptr<Window> window;
+};
+
+void tst_Settings::init()
+{
+    home = std::make_unique<PrivateHome>();
+    messages = std::make_unique<MessageRecorder>();
+    DnsSdRecord::current().reset();
+    PlatformRecord::current().reset();
+    recordedBalloons().clear();
+}
+
+void tst_Settings::cleanup()
+{
+    window.reset();
+    messages.reset();
+    QSettings().clear();
+    home.reset();
+}
+
+void tst_Settings::openPreferences(const std::function<void(QDialog &)> &visit)
+{
+    const DialogVisitor<QDialog> visitor([&](QDialog &dialog) {
+        visit(dialog);
+        dialog.close();
+    });
+    window->openPreferencesDialog();
+    QCOMPARE(visitor.visited(), 1);
+}
+
+QVariantMap tst_Settings::shownPreferences()
+{
+    QVariantMap shown;
+    openPreferences([&](QDialog &dialog) {
+        for (const char *key : {"PairApproval", "Logon"}) {
+            shown[key] = dialog.findChild<QCheckBox *>(key)->isChecked();
+        }
+        shown["Download"] = dialog.findChild<QLineEdit *>("Download")->text();
+    });
+    return shown;
+}
+
+// ---- Restoring ----------------------------------------------------------------------------------
+
+void tst_Settings::anEmptyStoreGivesTheDefaults()
+{
+    window = std::make_unique<Window>();
+    QCOMPARE(QSettings().allKeys(), QStringList());
+    QCOMPARE(shownPreferences(), QVariantMap({{"PairApproval", false},
+                                              {"Logon", true},
+                                              {"Download", home->path() + "/Downloads"}}));
+}
+
+void tst_Settings::theDefaultDirectoryIsNotMade()
+{
+    window = std::make_unique<Window>();
+    openPreferences();
+    window.reset();
+    QVERIFY(!QFile::exists(home->path("Downloads")));
+}
+
+void tst_Settings::storedValuesAreRestored_data()
+{
+    QTest::addColumn<bool>("needsApproval");
+    QTest::addColumn<bool>("startsAtLogon");
+    QTest::addColumn<QString>("directory");
+    QTest::newRow("both off") << false << false << "/a b";
+    QTest::newRow("approval") << true << false << "";
+    QTest::newRow("logon") << false << true << "relative";
+    QTest::newRow("both on") << true << true << QStringLiteral("/\u00e9\u2603, \"x\"");
+}
+
+void tst_Settings::storedValuesAreRestored()
+{
+    QFETCH(bool, needsApproval);
+    QFETCH(bool, startsAtLogon);
+    QFETCH(QString, directory);
+    QSettings().setValue("pairNeedsApproval", needsApproval);
+    QSettings().setValue("startAtLogon", startsAtLogon);
+    QSettings().setValue("downloadDirectory", directory);
+    window = std::make_unique<Window>();
+    QCOMPARE(loginItems().entries.size(), startsAtLogon ? 1 : 0);
+    QCOMPARE(shownPreferences(), QVariantMap({{"PairApproval", needsApproval},
+                                              {"Logon", startsAtLogon},
+                                              {"Download", directory}}));
+}
+
+void tst_Settings::oddValuesAreConverted_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<bool>("isOn");
+    QTest::newRow("text false") << QVariant("false") << false;
+    QTest::newRow("text 0") << QVariant("0") << false;
+    QTest::newRow("number 1") << QVariant(1) << true;
+    QTest::newRow("any text") << QVariant("yes") << true;
+    QTest::newRow("empty text") << QVariant("") << false;
+}
+
+void tst_Settings::oddValuesAreConverted()
+{
+    QFETCH(QVariant, value);
+    QFETCH(bool, isOn);
+    QSettings().setValue("startAtLogon", value);
+    QSettings().setValue("pairNeedsApproval", value);
+    window = std::make_unique<Window>();
+    const QVariantMap shown = shownPreferences();
+    QCOMPARE(shown["Logon"].toBool(), isOn);
+    QCOMPARE(shown["PairApproval"].toBool(), isOn);
+}
+
+// ---- Storing ------------------------------------------------------------------------------------
+
+void tst_Settings::closingThePreferencesStoresAllThree()
+{
+    window = std::make_unique<Window>();
+    openPreferences([](QDialog &dialog) {
+        dialog.findChild<QCheckBox *>("PairApproval")->click();
+        dialog.findChild<QCheckBox *>("Logon")->click();
+        dialog.findChild<QLineEdit *>("Download")->setText("/else/where");
+    });
+    QCOMPARE(stored("pairNeedsApproval").toBool(), true);
+    QCOMPARE(stored("startAtLogon").toBool(), false);
+    QCOMPARE(stored("downloadDirectory").toString(), QString("/else/where"));
+    QStringList keys = QSettings().allKeys();
+    keys.sort();
+    QCOMPARE(keys, QStringList({"downloadDirectory", "pairNeedsApproval", "startAtLogon"}));
+    QVERIFY(!window->findChild<Server *>()->deviceIsPresent("device"));
+}
+
+void tst_Settings::theValuesAreInTheStoreAtOnce()
+{
+    window = std::make_unique<Window>();
+    openPreferences();
+    // Another program reads the file, not our memory.
+    const QByteArray file = contentOf(home->path("config/Ostrovane/VornaServer.conf"));
+    QVERIFY(file.contains("startAtLogon=true"));
+    QVERIFY(file.contains("pairNeedsApproval=false"));
+    QVERIFY(file.contains("downloadDirectory="));
+}
+
+void tst_Settings::everyWayOfClosingStores_data()
+{
+    QTest::addColumn<QString>("way");
+    QTest::newRow("escape") << "escape";
+    QTest::newRow("close") << "close";
+    QTest::newRow("accept") << "accept";
+    QTest::newRow("reject") << "reject";
+}
+
+void tst_Settings::everyWayOfClosingStores()
+{
+    QFETCH(QString, way);
+    window = std::make_unique<Window>();
+    openPreferences([&](QDialog &dialog) {
+        dialog.findChild<QCheckBox *>("PairApproval")->click();
+        if (way == "escape") {
+            QTest::keyClick(&dialog, Qt::Key_Escape);
+        } else if (way == "accept") {
+            dialog.accept();
+        } else if (way == "reject") {
+            dialog.reject();
+        }
+    });
+    QCOMPARE(stored("pairNeedsApproval").toBool(), true);
+}
+
+void tst_Settings::changesWaitForTheClose()
+{
+    QSettings().setValue("startAtLogon", false);
+    window = std::make_unique<Window>();
+    openPreferences([&](QDialog &dialog) {
+        dialog.findChild<QCheckBox *>("Logon")->click();
+        dialog.findChild<QCheckBox *>("PairApproval")->click();
+        dialog.findChild<QLineEdit *>("Download")->setText("/else/where");
+        QCOMPARE(loginItems().entries.size(), 0);
+        QCOMPARE(QSettings().allKeys(), QStringList{"startAtLogon"});
+        QCOMPARE(stored("startAtLogon").toBool(), false);
+        QVERIFY(window->findChild<Server *>()->deviceIsPresent("device"));
+    });
+    QCOMPARE(loginItems().entries.size(), 1);
+    QCOMPARE(stored("startAtLogon").toBool(), true);
+}
+
+void tst_Settings::logonIsAppliedBeforeItIsStored()
+{
+    window = std::make_unique<Window>();
+    QCOMPARE(loginItems().entries.size(), 1);
+    openPreferences([](QDialog &dialog) { dialog.findChild<QCheckBox *>("Logon")->click(); });
+    QCOMPARE(loginItems().entries.size(), 0);
+    openPreferences();
+    QCOMPARE(loginItems().entries.size(), 0);
+}
+
+void tst_Settings::theNextDialogShowsWhatWasTaken()
+{
+    window = std::make_unique<Window>();
+    openPreferences([](QDialog &dialog) {
+        dialog.findChild<QCheckBox *>("PairApproval")->click();
+        dialog.findChild<QLineEdit *>("Download")->setText("/else/where");
+    });
+    QCOMPARE(shownPreferences(),
+             QVariantMap({{"PairApproval", true}, {"Logon", true}, {"Download", "/else/where"}}));
+}
+
+void tst_Settings::nothingElseIsStoredAtTheEnd()
+{
+    window = std::make_unique<Window>();
+    openPreferences();
+    window->update("Logon", false);
+    window.reset();
+    QCOMPARE(stored("startAtLogon").toBool(), true);
+    QCOMPARE(stored("pairedDeviceList").toStringList(), QStringList());
+    QVERIFY(QSettings().contains("pairedDeviceList"));
+}
+
+void tst_Settings::aDirectoryIsStoredUnchecked_data()
+{
+    QTest::addColumn<QString>("directory");
+    QTest::newRow("not there") << "/nonexistent/directory";
+    QTest::newRow("relative") << "../x/";
+    QTest::newRow("blanks") << "  ";
+    QTest::newRow("signs of the file's own syntax") << "/a=b;[c], \"d\"\\e%20";
+    QTest::newRow("letters beyond Latin-1") << QStringLiteral("/\u2603");
+}
+
+void tst_Settings::aDirectoryIsStoredUnchecked()
+{
+    QFETCH(QString, directory);
+    window = std::make_unique<Window>();
+    openPreferences(
+        [&](QDialog &dialog) { dialog.findChild<QLineEdit *>("Download")->setText(directory); });
+    QCOMPARE(stored("downloadDirectory").toString(), directory);
+}
+
+void tst_Settings::untilTheDialogWasClosedFilesGoToTheDesktop()
+{
+    const QString desktop = home->subdirectory("Desktop");
+    const QString downloads = home->subdirectory("Downloads");
+    window = std::make_unique<Window>();
+    ServedPeer peer(*window->findChild<Server *>());
+    const QByteArray request =
+        "{ cmdType = FILE_TRANSFER_AND_OPEN; cmdParameters = (note, 1000); }";
+    peer.ask(request);
+    QCOMPARE(contentOf(desktop + "/note"), request);
+
+    openPreferences();
+    ServedPeer other(*window->findChild<Server *>());
+    other.ask(request);
+    QCOMPARE(contentOf(downloads + "/note"), request);
+}
+
+QTEST_MAIN(tst_Settings)
+#include "tst_Settings.moc"

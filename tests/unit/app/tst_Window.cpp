@@ -1,0 +1,569 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "app/Window.h"
+
+#include "doubles/RecordedBalloons.h"
+#include "doubles/RecordingDesktop.h"
+#include "doubles/RecordingDnsSd.h"
+#include "doubles/RecordingPlatform.h"
+#include "support/DescriptorLimit.h"
+#include "support/DialogVisitor.h"
+#include "support/MessageRecorder.h"
+#include "support/PrivateHome.h"
+#include "support/ServedPeer.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QImage>
+#include <QMenu>
+#include <QMessageBox>
+#include <QMetaMethod>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+using LoginEntries = QList<LoginItemRecord::Entry>;
+
+LoginItemRecord &loginItems()
+{
+    return PlatformRecord::current().loginItems;
+}
+
+/// The name of the light that an icon shows; empty when it is none of the four.
+QString lightOf(const QIcon &icon)
+{
+    const QImage shown = icon.pixmap(256).toImage();
+    for (const char *name : {"nero", "arancio", "verde", "rosso"}) {
+        const QIcon light(QStringLiteral(":/images/led_%1.png").arg(name));
+        if (shown == light.pixmap(256).toImage()) {
+            return name;
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+class tst_Window : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void theMetaObjectListsTheSlotsInTheirOrder();
+    void theLightsAreFourDifferentPictures();
+    void theActionsBearTheirTexts_data();
+    void theActionsBearTheirTexts();
+    void theMenuHoldsTheActionsInTheirOrder();
+    void everythingIsTheWindowsOwn();
+    void theWindowIsNotShown();
+
+    void theServerRunsAtOnce();
+    void startingIsToldByABalloon();
+    void theToggleStopsAndStarts();
+    void startingOrStoppingTwiceFollowsTheState();
+    void aFailedFirstStartIsRed();
+    void aFailedLaterStartIsRed();
+    void clientsAreShown();
+    void aClientLeavingAStoppedServerShowsOrange();
+
+    void theDefaultLightIsOrange();
+    void everyLightIsShownEverywhere_data();
+    void everyLightIsShownEverywhere();
+    void clicksOnTheIconDoNothing();
+
+    void theStoredApprovalIsNotInForceBeforeThePreferencesClose();
+    void startAtLogonIsMadeTrueAtTheStart();
+    void startAtLogonThatIsOffLeavesTheListAlone();
+    void liveChangesOfLogonAreTakenAtOnce();
+    void otherLiveChangesAreIgnored_data();
+    void otherLiveChangesAreIgnored();
+
+    void closingHidesAndGoesOn();
+    void closingWithoutATrayIconCloses();
+    void theAboutBoxSaysItsWords();
+    void theWebsiteIsOpened();
+    void quitEndsTheProgramAndClosingDoesNot();
+
+    void messagesGoToTheTrayForAsLongAsTheWindowLives();
+    void theEndStoresThePairedDevices();
+
+private:
+    /// The part that a user sees of a window that has just been made.
+    void makeWindow()
+    {
+        window = std::make_unique<Window>();
+        trayIcon = window->findChild<QSystemTrayIcon *>();
+    }
+    QAction *action(const QString &text) const
+    {
+        for (QAction *candidate : window->findChildren<QAction *>()) {
+            if (candidate->text() == text) {
+                return candidate;
+            }
+        }
+        return nullptr;
+    }
+    QString light() const
+    {
+        const QString inTray = lightOf(trayIcon->icon());
+        return lightOf(window->windowIcon()) == inTray ? inTray : "differs";
+    }
+    Server *server() const { return window->findChild<Server *>(); }
+
+    std::unique_ptr<PrivateHome> home;
+    std::unique_ptr<MessageRecorder> messages;
+    std::unique_ptr<RecordingDesktop> desktop;
+    std::unique_ptr<Window> window;
+    QSystemTrayIcon *trayIcon = nullptr;
+};
+
+void tst_Window::initTestCase()
+{
+    Q_INIT_RESOURCE(VornaServer);
+    QApplication::setQuitOnLastWindowClosed(false);
+}
+
+void tst_Window::init()
+{
+    home = std::make_unique<PrivateHome>();
+    messages = std::make_unique<MessageRecorder>();
+    desktop = std::make_unique<RecordingDesktop>();
+    DnsSdRecord::current().reset();
+    PlatformRecord::current().reset();
+    recordedBalloons().clear();
+}
+
+void tst_Window::cleanup()
+{
+    window.reset();
+    desktop.reset();
+    messages.reset();
+    QSettings().clear();
+    home.reset();
+}
+
+// ---- What there is ------------------------------------------------------------------------------
+
+void tst_Window::theMetaObjectListsTheSlotsInTheirOrder()
+{
+    const QMetaObject &meta = Window::staticMetaObject;
+    QList<QByteArray> methods;
+    for (int index = meta.methodOffset(); index < meta.methodCount(); ++index) {
+        const QMetaMethod method = meta.method(index);
+        QCOMPARE(method.methodType(), QMetaMethod::Slot);
+        methods.append(method.methodSignature() + ' ' + method.parameterNames().join(','));
+    }
+    QCOMPARE(methods, QList<QByteArray>(
+                          {"update(QString,QVariant) paramName,value", "setIcon(QString) iconName",
+                           "setIcon() ", "iconActivated(QSystemTrayIcon::ActivationReason) reason",
+                           "updateStartupAtLogon() ", "aboutDialog() ", "openWebsite() ",
+                           "startServer() ", "stopServer() ", "openPreferencesDialog() ",
+                           "connectionStatus(bool) connected"}));
+}
+
+void tst_Window::theLightsAreFourDifferentPictures()
+{
+    QList<QImage> seen;
+    for (const char *name : {"nero", "arancio", "verde", "rosso"}) {
+        const QImage light(QStringLiteral(":/images/led_%1.png").arg(name));
+        QCOMPARE(light.size(), QSize(256, 256));
+        QVERIFY(light.hasAlphaChannel());
+        QVERIFY(!seen.contains(light));
+        seen.append(light);
+    }
+}
+
+void tst_Window::theActionsBearTheirTexts_data()
+{
+    QTest::addColumn<QString>("toolTip");
+    QTest::addColumn<bool>("isCheckable");
+    // Without a tool tip of its own an action gives its text.
+    QTest::newRow("About") << "About" << false;
+    QTest::newRow("Support Website") << "Online support for the Quillmote" << false;
+    QTest::newRow("Stop Server") << "Start/Stop the Quillmote server." << true;
+    QTest::newRow("Preferences...") << "Click open the preferences dialog" << false;
+    QTest::newRow("Quit") << "Click to Quit the Quillmote Server" << false;
+}
+
+void tst_Window::theActionsBearTheirTexts()
+{
+    makeWindow();
+    const QAction *found = action(QTest::currentDataTag());
+    QVERIFY(found != nullptr);
+    QTEST(found->toolTip(), "toolTip");
+    QTEST(found->isCheckable(), "isCheckable");
+    QTEST(found->isChecked(), "isCheckable");
+    QVERIFY(found->isEnabled());
+}
+
+void tst_Window::theMenuHoldsTheActionsInTheirOrder()
+{
+    makeWindow();
+    QStringList entries;
+    for (const QAction *entry : trayIcon->contextMenu()->actions()) {
+        entries.append(entry->isSeparator() ? "-" : entry->text());
+    }
+    QCOMPARE(entries, QStringList({"About", "-", "Support Website", "Stop Server", "Preferences...",
+                                   "-", "Quit"}));
+}
+
+void tst_Window::everythingIsTheWindowsOwn()
+{
+    makeWindow();
+    QCOMPARE(trayIcon->parent(), window.get());
+    QCOMPARE(trayIcon->contextMenu()->parent(), window.get());
+    QCOMPARE(server()->parent(), window.get());
+    for (const char *text : {"About", "Support Website", "Stop Server", "Preferences...", "Quit"}) {
+        QCOMPARE(action(text)->parent(), window.get());
+    }
+    QVERIFY(window->parent() == nullptr);
+}
+
+void tst_Window::theWindowIsNotShown()
+{
+    makeWindow();
+    QVERIFY(!window->isVisible());
+    QVERIFY(trayIcon->isVisible());
+}
+
+// ---- The server ---------------------------------------------------------------------------------
+
+void tst_Window::theServerRunsAtOnce()
+{
+    makeWindow();
+    QVERIFY(server()->isListening());
+    QCOMPARE(light(), QString("arancio"));
+    QCOMPARE(trayIcon->toolTip(), QString("VornaServer"));
+}
+
+void tst_Window::startingIsToldByABalloon()
+{
+    makeWindow();
+    QCOMPARE(balloonTexts(), QStringList{"Server Started... "});
+    QCOMPARE(recordedBalloons()[0].trayIcon, trayIcon);
+}
+
+void tst_Window::theToggleStopsAndStarts()
+{
+    makeWindow();
+    QAction *toggle = action("Stop Server");
+    toggle->trigger();
+    QVERIFY(!server()->isListening());
+    QCOMPARE(light(), QString("nero"));
+    QCOMPARE(toggle->text(), QString("Start Server"));
+    QVERIFY(!toggle->isChecked());
+    QCOMPARE(trayIcon->toolTip(), QString("VornaServer"));
+    QCOMPARE(balloonTexts().size(), 1);
+
+    toggle->trigger();
+    QVERIFY(server()->isListening());
+    QCOMPARE(light(), QString("arancio"));
+    QCOMPARE(toggle->text(), QString("Stop Server"));
+    QVERIFY(toggle->isChecked());
+    QCOMPARE(balloonTexts(), QStringList({"Server Started... ", "Server Started... "}));
+}
+
+void tst_Window::startingOrStoppingTwiceFollowsTheState()
+{
+    makeWindow();
+    QAction *toggle = action("Stop Server");
+    // The slots leave the tick to the menu.
+    window->stopServer();
+    QVERIFY(toggle->isChecked());
+    QCOMPARE(light(), QString("nero"));
+    window->setIcon(":/images/led_verde.png");
+    window->stopServer();
+    QCOMPARE(light(), QString("verde"));
+    QCOMPARE(toggle->text(), QString("Start Server"));
+
+    window->startServer();
+    QVERIFY(server()->isListening());
+    window->startServer();
+    QVERIFY(!server()->isListening());
+    QCOMPARE(toggle->text(), QString("Start Server"));
+    QVERIFY(toggle->isChecked());
+}
+
+void tst_Window::aFailedFirstStartIsRed()
+{
+    {
+        const DescriptorLimit none(0);
+        makeWindow();
+    }
+    QVERIFY(!server()->isListening());
+    QCOMPARE(light(), QString("rosso"));
+    QAction *toggle = action("Stop Server");
+    QVERIFY(toggle != nullptr);
+    QVERIFY(!toggle->isChecked());
+    QCOMPARE(balloonTexts(), QStringList());
+
+    // Choosing it tries again.
+    toggle->trigger();
+    QVERIFY(server()->isListening());
+    QCOMPARE(light(), QString("arancio"));
+    QCOMPARE(toggle->text(), QString("Stop Server"));
+    QVERIFY(toggle->isChecked());
+    QCOMPARE(balloonTexts(), QStringList{"Server Started... "});
+}
+
+void tst_Window::aFailedLaterStartIsRed()
+{
+    makeWindow();
+    QAction *toggle = action("Stop Server");
+    toggle->trigger();
+    {
+        const DescriptorLimit none(0);
+        toggle->trigger();
+    }
+    QCOMPARE(light(), QString("rosso"));
+    QCOMPARE(toggle->text(), QString("Start Server"));
+    QVERIFY(!toggle->isChecked());
+}
+
+void tst_Window::clientsAreShown()
+{
+    makeWindow();
+    ServedPeer peer(*server());
+    QCOMPARE(light(), QString("verde"));
+    QVERIFY(action("Stop Server")->isChecked());
+    peer.leave();
+    QVERIFY(waitUntil([&] { return light() == "arancio"; }));
+    QCOMPARE(balloonTexts(), QStringList({"Server Started... ", "Device Disconnected "}));
+}
+
+void tst_Window::aClientLeavingAStoppedServerShowsOrange()
+{
+    makeWindow();
+    ServedPeer peer(*server());
+    action("Stop Server")->trigger();
+    QCOMPARE(light(), QString("nero"));
+    peer.leave();
+    QVERIFY(waitUntil([&] { return light() == "arancio"; }));
+    QVERIFY(!server()->isListening());
+    QCOMPARE(trayIcon->contextMenu()->actions().at(3)->text(), QString("Start Server"));
+    window->connectionStatus(true);
+    QCOMPARE(light(), QString("verde"));
+}
+
+// ---- The icon -----------------------------------------------------------------------------------
+
+void tst_Window::theDefaultLightIsOrange()
+{
+    makeWindow();
+    window->setIcon(":/images/led_rosso.png");
+    window->setIcon();
+    QCOMPARE(light(), QString("arancio"));
+    window->setIcon(":/images/led_rosso.png");
+    QVERIFY(QMetaObject::invokeMethod(window.get(), "setIcon"));
+    QCOMPARE(light(), QString("arancio"));
+}
+
+void tst_Window::everyLightIsShownEverywhere_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const char *name : {"nero", "arancio", "verde", "rosso"}) {
+        QTest::newRow(name) << QString(name);
+    }
+}
+
+void tst_Window::everyLightIsShownEverywhere()
+{
+    QFETCH(QString, name);
+    makeWindow();
+    trayIcon->setToolTip("other");
+    window->setIcon(":/images/led_" + name + ".png");
+    QCOMPARE(lightOf(trayIcon->icon()), name);
+    QCOMPARE(lightOf(window->windowIcon()), name);
+    QCOMPARE(trayIcon->toolTip(), QString("VornaServer"));
+}
+
+void tst_Window::clicksOnTheIconDoNothing()
+{
+    makeWindow();
+    recordedBalloons().clear();
+    for (const auto reason : {QSystemTrayIcon::Context, QSystemTrayIcon::DoubleClick,
+                              QSystemTrayIcon::Trigger, QSystemTrayIcon::MiddleClick}) {
+        emit trayIcon->activated(reason);
+    }
+    QVERIFY(!window->isVisible());
+    QVERIFY(server()->isListening());
+    QCOMPARE(light(), QString("arancio"));
+    QCOMPARE(balloonTexts(), QStringList());
+}
+
+// ---- Settings in force --------------------------------------------------------------------------
+
+void tst_Window::theStoredApprovalIsNotInForceBeforeThePreferencesClose()
+{
+    QSettings().setValue("pairNeedsApproval", true);
+    makeWindow();
+    QVERIFY(server()->deviceIsPresent("early"));
+    const DialogVisitor<QDialog> visitor([&](QDialog &preferences) {
+        QVERIFY(server()->deviceIsPresent("while it is open"));
+        preferences.close();
+    });
+    action("Preferences...")->trigger();
+    QCOMPARE(visitor.visited(), 1);
+    QVERIFY(!server()->deviceIsPresent("late"));
+}
+
+void tst_Window::startAtLogonIsMadeTrueAtTheStart()
+{
+    makeWindow();
+    QCOMPARE(loginItems().entries, LoginEntries({{loginItems().applicationPath, false}}));
+}
+
+void tst_Window::startAtLogonThatIsOffLeavesTheListAlone()
+{
+    QSettings().setValue("startAtLogon", false);
+    loginItems().entries = {{loginItems().applicationPath, false}};
+    makeWindow();
+    QCOMPARE(loginItems().entries.size(), 1);
+    QCOMPARE(loginItems().saves, 0);
+}
+
+void tst_Window::liveChangesOfLogonAreTakenAtOnce()
+{
+    makeWindow();
+    QCOMPARE(loginItems().entries.size(), 1);
+    window->update("Logon", false);
+    QCOMPARE(loginItems().entries.size(), 0);
+    window->update("Logon", true);
+    QCOMPARE(loginItems().entries.size(), 1);
+    // Stored only when the preferences close.
+    QVERIFY(!QSettings().contains("startAtLogon"));
+}
+
+void tst_Window::otherLiveChangesAreIgnored_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QVariant>("value");
+    QTest::newRow("approval") << "PairApproval" << QVariant(true);
+    QTest::newRow("directory") << "Download" << QVariant("/else/where");
+    QTest::newRow("other letter case") << "logon" << QVariant(false);
+    QTest::newRow("unknown") << "Other" << QVariant(false);
+    QTest::newRow("empty") << "" << QVariant();
+}
+
+void tst_Window::otherLiveChangesAreIgnored()
+{
+    QFETCH(QString, name);
+    QFETCH(QVariant, value);
+    makeWindow();
+    const int saves = loginItems().saves;
+    window->update(name, value);
+    QCOMPARE(loginItems().saves, saves);
+    QCOMPARE(loginItems().entries.size(), 1);
+    QVERIFY(server()->deviceIsPresent("device"));
+    QCOMPARE(QSettings().allKeys(), QStringList());
+    const DialogVisitor<QDialog> visitor([&](QDialog &preferences) {
+        const QVariantMap shown = preferences.property("parameters").toMap();
+        preferences.close();
+        QCOMPARE(shown, QVariantMap({{"PairApproval", false},
+                                     {"Logon", true},
+                                     {"Download", home->path("Downloads")}}));
+    });
+    window->openPreferencesDialog();
+    QCOMPARE(visitor.visited(), 1);
+}
+
+// ---- Boxes, and the end -------------------------------------------------------------------------
+
+void tst_Window::closingHidesAndGoesOn()
+{
+    makeWindow();
+    window->show();
+    QVERIFY(!window->close());
+    QVERIFY(!window->isVisible());
+    QVERIFY(server()->isListening());
+    QCloseEvent event;
+    QCoreApplication::sendEvent(window.get(), &event);
+    QVERIFY(!event.isAccepted());
+}
+
+void tst_Window::closingWithoutATrayIconCloses()
+{
+    makeWindow();
+    trayIcon->hide();
+    window->show();
+    QVERIFY(window->close());
+    QCloseEvent event;
+    QCoreApplication::sendEvent(window.get(), &event);
+    QVERIFY(event.isAccepted());
+}
+
+void tst_Window::theAboutBoxSaysItsWords()
+{
+    makeWindow();
+    const DialogVisitor<QMessageBox> visitor([&](QMessageBox &box) {
+        QCOMPARE(box.windowTitle(), QString("QMessageBox::information()"));
+        QCOMPARE(box.text(), QString("Vorna Server v1.1"));
+        QCOMPARE(box.standardButtons(), QMessageBox::Ok);
+        QCOMPARE(box.icon(), QMessageBox::Information);
+        QCOMPARE(box.parent(), window.get());
+        box.accept();
+    });
+    action("About")->trigger();
+    QCOMPARE(visitor.visited(), 1);
+    QVERIFY(server()->isListening());
+}
+
+void tst_Window::theWebsiteIsOpened()
+{
+    makeWindow();
+    action("Support Website")->trigger();
+    QCOMPARE(desktop->opened, QStringList{VORNA_SUPPORT_WEBSITE});
+    QVERIFY(desktop->opened[0].startsWith("http://"));
+}
+
+void tst_Window::quitEndsTheProgramAndClosingDoesNot()
+{
+    makeWindow();
+    bool isRunningOn = false;
+    QTimer::singleShot(0, window.get(), [&] {
+        window->show();
+        window->close();
+        QTimer::singleShot(0, window.get(), [&] {
+            isRunningOn = true;
+            action("Quit")->trigger();
+        });
+    });
+    QCOMPARE(QApplication::exec(), 0);
+    QVERIFY(isRunningOn);
+    QVERIFY(server()->isListening());
+}
+
+void tst_Window::messagesGoToTheTrayForAsLongAsTheWindowLives()
+{
+    qWarning("before");
+    makeWindow();
+    qWarning("meanwhile");
+    qDebug("quiet");
+    window.reset();
+    qWarning("after");
+    QCOMPARE(messages->all(), QStringList({"warning: before", "warning: after"}));
+    QCOMPARE(balloonTexts(), QStringList({"Server Started... ", "meanwhile"}));
+}
+
+void tst_Window::theEndStoresThePairedDevices()
+{
+    makeWindow();
+    server()->deviceIsPresent("device");
+    QCOMPARE(QSettings().allKeys(), QStringList());
+    window.reset();
+    // And nothing else: the preferences are stored when their dialog closes.
+    QCOMPARE(QSettings().allKeys(), QStringList{"pairedDeviceList"});
+    QCOMPARE(DnsSdRecord::current().living, 0);
+}
+
+QTEST_MAIN(tst_Window)
+#include "tst_Window.moc"

@@ -1,0 +1,134 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "lib/AnswerReader.h"
+#include "net/TokenText.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using quillmote::Answer;
+using quillmote::AnswerReader;
+
+class tst_AnswerReader : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void readsWhatTheServerWrites_data();
+    void readsWhatTheServerWrites();
+    void readsPiecesOfAnySize_data();
+    void readsPiecesOfAnySize();
+    void takesTwoAnswersThatArriveTogether();
+    void knowsGarbage();
+    void anUnfinishedAnswerIsNone_data();
+    void anUnfinishedAnswerIsNone();
+    void tellsResponseParametersAndTag();
+};
+
+void tst_AnswerReader::readsWhatTheServerWrites_data()
+{
+    QTest::addColumn<TokenMap>("map");
+    QTest::newRow("empty") << TokenMap{};
+    QTest::newRow("one text") << TokenMap{{u"a"_s, u"b"_s}};
+    QTest::newRow("empty text") << TokenMap{{u"a"_s, QString()}};
+    QTest::newRow("empty key") << TokenMap{{QString(), u"b"_s}};
+    QTest::newRow("empty list") << TokenMap{{u"a"_s, QStringList()}, {u"b"_s, u"c"_s}};
+    QTest::newRow("lists") << TokenMap{{u"a"_s, QStringList{u"1"_s, u"2"_s}},
+                                       {u"b"_s, QStringList{QString()}},
+                                       {u"serverResponse"_s, u"OK"_s}};
+    QTest::newRow("borders inside") << TokenMap{
+        {u"a"_s, u"x\";} y"_s}, {u"b"_s, QStringList{u"p\" );q"_s, u"};{"_s}}, {u"c"_s, u"}"_s}};
+    QTest::newRow("quotes and breaks")
+        << TokenMap{{u"a"_s, u"say \"hi\"\nthere"_s}, {u"b"_s, u"\u00e9"_s}};
+    QTest::newRow("junk keys") << TokenMap{{u"}{ cmdType"_s, u"SERVER_INFO"_s}, {u"a"_s, u"b"_s}};
+}
+
+void tst_AnswerReader::readsWhatTheServerWrites()
+{
+    QFETCH(TokenMap, map);
+    AnswerReader reader;
+    reader.append(TokenText::write(map).toLatin1());
+    const auto answer = reader.take();
+    QVERIFY(answer.has_value());
+    QCOMPARE(answer->entries, map);
+    QCOMPARE(reader.size(), 0);
+    QVERIFY(!reader.take().has_value());
+}
+
+void tst_AnswerReader::readsPiecesOfAnySize_data()
+{
+    QTest::addColumn<int>("size");
+    for (const int size : {1, 2, 3, 7, 40}) {
+        QTest::addRow("%d bytes", size) << size;
+    }
+}
+
+void tst_AnswerReader::readsPiecesOfAnySize()
+{
+    QFETCH(int, size);
+    const TokenMap map = {{u"cmdParameters"_s, QStringList{u"800"_s, u"1280"_s, u"MAC-OSX"_s}},
+                          {u"serverResponse"_s, u"OK"_s},
+                          {u"cmdType"_s, u"SERVER_INFO"_s}};
+    const QByteArray bytes = TokenText::write(map).toLatin1();
+    AnswerReader reader;
+    for (qsizetype at = 0; at < bytes.size(); at += size) {
+        QVERIFY(!reader.take().has_value());
+        QVERIFY(!reader.isGarbage());
+        reader.append(bytes.mid(at, size));
+    }
+    const auto answer = reader.take();
+    QVERIFY(answer.has_value());
+    QCOMPARE(answer->entries, map);
+}
+
+void tst_AnswerReader::takesTwoAnswersThatArriveTogether()
+{
+    AnswerReader reader;
+    reader.append("{a = \"1\";}{a = (\"2\" );}");
+    QCOMPARE(reader.take()->entries.value(u"a"_s).toString(), u"1"_s);
+    QCOMPARE(reader.take()->entries.value(u"a"_s).toStringList(), QStringList{u"2"_s});
+    QVERIFY(!reader.take().has_value());
+}
+
+void tst_AnswerReader::knowsGarbage()
+{
+    AnswerReader reader;
+    QVERIFY(!reader.isGarbage());
+    reader.append("HTTP/1.1 400 Bad Request");
+    QVERIFY(!reader.take().has_value());
+    QVERIFY(reader.isGarbage());
+}
+
+void tst_AnswerReader::anUnfinishedAnswerIsNone_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    for (const char *bytes :
+         {"", "{", "}", "{}x", "{a", "{a = ", "{a = \"", "{a = \"b\"", "{a = \"b\";", "{a = b;}",
+          "{a = (\"b\");}", "{a =(", "{ a = \"b\" }", "{\"}", "{;}", "{a = \"b\";}}"}) {
+        QTest::addRow("%s", bytes) << QByteArray(bytes);
+    }
+}
+
+void tst_AnswerReader::anUnfinishedAnswerIsNone()
+{
+    QFETCH(QByteArray, bytes);
+    AnswerReader reader;
+    reader.append(bytes);
+    QVERIFY(!reader.take().has_value());
+}
+
+void tst_AnswerReader::tellsResponseParametersAndTag()
+{
+    AnswerReader reader;
+    reader.append("{quillmote = \"42\";serverResponse = \"ERROR\";cmdParameters = (\"x\" );}");
+    const auto answer = reader.take();
+    QVERIFY(answer.has_value());
+    QCOMPARE(answer->response(), u"ERROR"_s);
+    QCOMPARE(answer->parameters(), QStringList{u"x"_s});
+    QCOMPARE(answer->tag(), quint64(42));
+    QCOMPARE(Answer().tag(), quint64(0));
+}
+
+QTEST_GUILESS_MAIN(tst_AnswerReader)
+#include "tst_AnswerReader.moc"

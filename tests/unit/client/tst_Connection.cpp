@@ -1,0 +1,287 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "lib/Connection.h"
+#include "net/TokenText.h"
+
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTest>
+
+#include <functional>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using quillmote::Connection;
+using quillmote::Outcome;
+using quillmote::Request;
+using Kind = quillmote::Outcome::Kind;
+
+namespace {
+
+/// A server of the test: hands over what one read brings, and the socket to answer on.
+class StandInServer : public QTcpServer
+{
+public:
+    std::function<void(QTcpSocket &, const QByteArray &)> onRead;
+    std::function<void(QTcpSocket &)> onConnected;
+
+    StandInServer()
+    {
+        listen(QHostAddress::LocalHost);
+        connect(this, &QTcpServer::newConnection, this, [this] {
+            QTcpSocket *socket = nextPendingConnection();
+            connect(socket, &QTcpSocket::readyRead, this, [this, socket] {
+                const QByteArray bytes = socket->readAll();
+                if (onRead) {
+                    onRead(*socket, bytes);
+                }
+            });
+            if (onConnected) {
+                onConnected(*socket);
+            }
+        });
+    }
+};
+
+/// Reads tokens as a real server does, with two read as one, and counts the keys.
+struct RealisticReader
+{
+    TokenMap map;
+    QStringList keys;
+
+    void operator()(QTcpSocket &socket, const QByteArray &bytes)
+    {
+        const auto reading = TokenText::read(
+            bytes, [this](const QString &key, const QVariant &value) { map.insert(key, value); });
+        if (reading.result == TokenText::ReadResult::NotAToken) {
+            return;
+        }
+        if (map.value(u"cmdType"_s) == u"KEYBOARD_CMD"_s) {
+            keys += map.value(u"fncCommand"_s).toString();
+        } else {
+            map.insert(u"serverResponse"_s, u"OK"_s);
+            socket.write(TokenText::write(map).toLatin1());
+        }
+    }
+};
+
+} // namespace
+
+class tst_Connection : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void anAnsweredRequestIsDoneWithItsAnswer();
+    void everyKeyIsReadOnceAndInOrder();
+    void aSlowServerThatReadsTokensTogetherLosesNoKey();
+    void anAnswerInSingleBytesIsRead();
+    void aServerThatNeverAnswersTimesOut();
+    void garbageEndsTheConnection();
+    void aServerThatClosesAtOnceIsLost();
+    void aServerThatClosesAmidRequestsFailsThemAll();
+    void anEndlessAnswerTimesOut();
+    void whatTheWireCannotCarryIsRefusedAndTheRestGoesOn();
+    void noServerIsLost();
+    void aLateAnswerOfAnEarlierTryIsNotTakenForTheNewOne();
+
+private:
+    Outcome ask(const Request &request);
+    bool openConnection();
+
+    std::unique_ptr<StandInServer> server;
+    std::unique_ptr<Connection> connection;
+};
+
+void tst_Connection::init()
+{
+    connection = std::make_unique<Connection>();
+    server = std::make_unique<StandInServer>();
+    connection->setTimeout(3s);
+}
+
+bool tst_Connection::openConnection()
+{
+    QSignalSpy opened(connection.get(), &Connection::opened);
+    connection->open(u"127.0.0.1"_s, server->serverPort());
+    return opened.wait(5'000);
+}
+
+Outcome tst_Connection::ask(const Request &request)
+{
+    std::optional<Outcome> outcome;
+    connection->send(request, [&](const Outcome &end) { outcome = end; });
+    if (!QTest::qWaitFor([&] { return outcome.has_value(); }, 10'000)) {
+        qFatal("no outcome at all");
+    }
+    return *outcome;
+}
+
+void tst_Connection::anAnsweredRequestIsDoneWithItsAnswer()
+{
+    server->onRead = RealisticReader();
+    QVERIFY(openConnection());
+    const Outcome outcome = ask(Request::openUrl(u"http://x"_s));
+    QCOMPARE(outcome.kind, Kind::Done);
+    QCOMPARE(outcome.answer.response(), u"OK"_s);
+    QCOMPARE(outcome.answer.entries.value(u"fncCommand"_s).toString(), u"http://x"_s);
+}
+
+void tst_Connection::everyKeyIsReadOnceAndInOrder()
+{
+    RealisticReader reader;
+    server->onRead = std::ref(reader);
+    QVERIFY(openConnection());
+    QStringList sent;
+    int done = 0;
+    for (int number = 0; number < 500; ++number) {
+        sent += u"Shift+%1"_s.arg(number);
+        connection->send(Request::key(sent.last()),
+                         [&](const Outcome &end) { done += end.kind == Kind::Done ? 1 : 0; });
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(done, 500, 60'000);
+    QCOMPARE(reader.keys, sent);
+}
+
+void tst_Connection::aSlowServerThatReadsTokensTogetherLosesNoKey()
+{
+    // Collects for 30 ms what arrives, then reads it as one.
+    RealisticReader reader;
+    QByteArray collected;
+    QTimer rest;
+    rest.setInterval(30);
+    QTcpSocket *peer = nullptr;
+    int mergedReads = 0;
+    connect(&rest, &QTimer::timeout, this, [&] {
+        if (!collected.isEmpty()) {
+            mergedReads += collected.count("cmdType") > 1 ? 1 : 0;
+            reader(*peer, std::exchange(collected, {}));
+        }
+    });
+    rest.start();
+    server->onRead = [&](QTcpSocket &socket, const QByteArray &bytes) {
+        peer = &socket;
+        collected += bytes;
+    };
+    QVERIFY(openConnection());
+    QStringList sent;
+    int done = 0;
+    for (int number = 0; number < 20; ++number) {
+        sent += u"F%1"_s.arg(number);
+        connection->send(Request::key(sent.last()),
+                         [&](const Outcome &end) { done += end.kind == Kind::Done ? 1 : 0; });
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(done, 20, 60'000);
+    QCOMPARE(reader.keys, sent);
+    QVERIFY2(mergedReads > 0, "the test has not tried what it is for");
+}
+
+void tst_Connection::anAnswerInSingleBytesIsRead()
+{
+    server->onRead = [](QTcpSocket &socket, const QByteArray &) {
+        for (const char byte : QByteArray("{quillmote = \"1\";serverResponse = \"OK\";}")) {
+            socket.write(&byte, 1);
+            socket.flush();
+        }
+    };
+    QVERIFY(openConnection());
+    QCOMPARE(ask(Request::openUrl(u"a"_s)).kind, Kind::Done);
+}
+
+void tst_Connection::aServerThatNeverAnswersTimesOut()
+{
+    connection->setTimeout(400ms);
+    QVERIFY(openConnection());
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(ask(Request::serverInfo()).kind, Kind::TimedOut);
+    QCOMPARE(ask(Request::key(u"A"_s)).kind, Kind::TimedOut);
+    QVERIFY(timer.elapsed() < 5'000);
+}
+
+void tst_Connection::garbageEndsTheConnection()
+{
+    server->onRead = [](QTcpSocket &socket, const QByteArray &) {
+        socket.write("HTTP/1.1 400 Bad Request\r\n");
+    };
+    QVERIFY(openConnection());
+    QCOMPARE(ask(Request::serverInfo()).kind, Kind::Lost);
+    QVERIFY(!connection->isOpen());
+}
+
+void tst_Connection::aServerThatClosesAtOnceIsLost()
+{
+    server->onConnected = [](QTcpSocket &socket) { socket.abort(); };
+    QSignalSpy lost(connection.get(), &Connection::lost);
+    connection->open(u"127.0.0.1"_s, server->serverPort());
+    QVERIFY(lost.wait(5'000));
+    QCOMPARE(ask(Request::serverInfo()).kind, Kind::Lost);
+}
+
+void tst_Connection::aServerThatClosesAmidRequestsFailsThemAll()
+{
+    server->onRead = [](QTcpSocket &socket, const QByteArray &) { socket.close(); };
+    QVERIFY(openConnection());
+    int lost = 0;
+    for (int number = 0; number < 5; ++number) {
+        connection->send(Request::key(u"A"_s),
+                         [&](const Outcome &end) { lost += end.kind == Kind::Lost ? 1 : 0; });
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(lost, 5, 10'000);
+}
+
+void tst_Connection::anEndlessAnswerTimesOut()
+{
+    connection->setTimeout(700ms);
+    QTimer more;
+    server->onRead = [&](QTcpSocket &socket, const QByteArray &) {
+        socket.write("{a = \"");
+        connect(&more, &QTimer::timeout, &socket,
+                [&socket] { socket.write(QByteArray(1000, 'x')); });
+        more.start(1);
+    };
+    QVERIFY(openConnection());
+    QCOMPARE(ask(Request::openUrl(u"a"_s)).kind, Kind::TimedOut);
+}
+
+void tst_Connection::whatTheWireCannotCarryIsRefusedAndTheRestGoesOn()
+{
+    server->onRead = RealisticReader();
+    QVERIFY(openConnection());
+    const Outcome refused = ask(Request::copy(u"a\"b"_s));
+    QCOMPARE(refused.kind, Kind::Refused);
+    QVERIFY(refused.problem.contains(u"double quote"_s));
+    QCOMPARE(ask(Request::copy(u"ab"_s)).kind, Kind::Done);
+}
+
+void tst_Connection::noServerIsLost()
+{
+    server->close();
+    QSignalSpy lost(connection.get(), &Connection::lost);
+    connection->open(u"127.0.0.1"_s, 1);
+    QVERIFY(lost.wait(5'000));
+}
+
+void tst_Connection::aLateAnswerOfAnEarlierTryIsNotTakenForTheNewOne()
+{
+    // The first question is answered only after the second was sent, and the second not at once.
+    int questions = 0;
+    QTcpSocket *peer = nullptr;
+    server->onRead = [&](QTcpSocket &socket, const QByteArray &bytes) {
+        peer = &socket;
+        questions += bytes.contains("SERVER_INFO") ? 1 : 0;
+    };
+    QVERIFY(openConnection());
+    int done = 0;
+    connection->send(Request::key(u"A"_s), [&](const Outcome &) { ++done; });
+    QTRY_VERIFY(questions >= 2);
+    peer->write("{quillmote = \"2\";}");
+    QTest::qWait(50); // nothing may happen
+    QCOMPARE(done, 0);
+}
+
+QTEST_GUILESS_MAIN(tst_Connection)
+#include "tst_Connection.moc"

@@ -1,0 +1,177 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "lib/RequestWriter.h"
+#include "net/TokenText.h"
+
+#include <QRandomGenerator>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using quillmote::Request;
+using quillmote::writeRequest;
+
+namespace {
+
+/// What the server stores of the bytes.
+TokenMap storedByServer(const QByteArray &bytes)
+{
+    TokenMap stored;
+    const auto reading = TokenText::read(
+        bytes, [&](const QString &key, const QVariant &value) { stored.insert(key, value); });
+    return reading.result == TokenText::ReadResult::Token ? stored : TokenMap();
+}
+
+} // namespace
+
+class tst_RequestWriter : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void theServerStoresExactlyWhatWasGiven_data();
+    void theServerStoresExactlyWhatWasGiven();
+    void whatTheWireCannotCarryIsRefusedWithTheReason_data();
+    void whatTheWireCannotCarryIsRefusedWithTheReason();
+    void itemsOfListsAreCheckedToo_data();
+    void itemsOfListsAreCheckedToo();
+    void semicolonsInTwoValuesAreRefused();
+    void anyAcceptedTextArrivesUnchanged();
+    void everyRequestHasItsCommandFirst();
+};
+
+void tst_RequestWriter::theServerStoresExactlyWhatWasGiven_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("empty") << QString();
+    QTest::newRow("word") << u"hello"_s;
+    QTest::newRow("Latin-1") << u"caf\u00e9"_s;
+    QTest::newRow("semicolons") << u"a;b;;c;"_s;
+    QTest::newRow("only a semicolon") << u";"_s;
+    QTest::newRow("braces") << u"{ a } { b = c; }"_s;
+    QTest::newRow("equals sign") << u"a = b"_s;
+    QTest::newRow("bracket at the end") << u"a (b)"_s;
+    QTest::newRow("comma") << u"a, b"_s;
+    QTest::newRow("shortcut") << u"Shift+ +Shift"_s;
+    QTest::newRow("long") << QString(100'000, u'x');
+}
+
+void tst_RequestWriter::theServerStoresExactlyWhatWasGiven()
+{
+    QFETCH(QString, text);
+    const auto written = writeRequest(Request::copy(text), 7);
+    QCOMPARE(written.refusal, QString());
+    const TokenMap stored = storedByServer(written.bytes);
+    QCOMPARE(stored.value(u"cmdType"_s).toString(), u"TEXT_TRANSFER_AND_OPEN"_s);
+    QCOMPARE(stored.value(u"fncCommand"_s).typeId(), int(QMetaType::QString));
+    QCOMPARE(stored.value(u"fncCommand"_s).toString(), text);
+    QCOMPARE(stored.value(u"quillmote"_s).toString(), u"7"_s);
+    QCOMPARE(stored.size(), 3);
+}
+
+void tst_RequestWriter::whatTheWireCannotCarryIsRefusedWithTheReason_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("double quote") << u"a\"b"_s << u"double quote"_s;
+    QTest::newRow("outside Latin-1") << u"\u017e"_s << u"outside Latin-1"_s;
+    QTest::newRow("emoji") << u"\U0001f600"_s << u"outside Latin-1"_s;
+    QTest::newRow("line break") << u"a\nb"_s << u"line break"_s;
+    QTest::newRow("carriage return") << u"a\rb"_s << u"line break"_s;
+    QTest::newRow("tab") << u"a\tb"_s << u"white space"_s;
+    QTest::newRow("no-break space") << u"a\u00a0b"_s << u"white space"_s;
+    QTest::newRow("NUL") << QString(QChar(u'\0')) << u"NUL"_s;
+    QTest::newRow("run of blanks") << u"a  b"_s << u"run of blanks"_s;
+    QTest::newRow("blank at the start") << u" a"_s << u"at its start or end"_s;
+    QTest::newRow("blank at the end") << u"a "_s << u"at its start or end"_s;
+    QTest::newRow("a blank") << u" "_s << u"at its start or end"_s;
+    QTest::newRow("marker") << u"a[[[IGNORE]]]b"_s << u"ignore marker"_s;
+    QTest::newRow("end marker") << u"[[[ENDIGNORE]]]"_s << u"ignore marker"_s;
+    QTest::newRow("bracket at the start") << u"(a)"_s << u"bracket"_s;
+}
+
+void tst_RequestWriter::whatTheWireCannotCarryIsRefusedWithTheReason()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, reason);
+    const auto written = writeRequest(Request::copy(text), 1);
+    QVERIFY(written.isRefused());
+    QVERIFY2(written.refusal.contains(reason), qPrintable(written.refusal));
+    QVERIFY(written.bytes.isEmpty());
+}
+
+void tst_RequestWriter::itemsOfListsAreCheckedToo_data()
+{
+    QTest::addColumn<QStringList>("items");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("two words") << QStringList{u"id"_s, u"Ada's phone"_s} << QString();
+    QTest::newRow("semicolons") << QStringList{u"a;b"_s, u"c;d"_s} << QString();
+    QTest::newRow("first empty") << QStringList{QString(), u"b"_s} << QString();
+    QTest::newRow("last empty") << QStringList{u"a"_s, QString()} << u"empty"_s;
+    QTest::newRow("separator") << QStringList{u"a"_s, u"b, c"_s} << u"separates"_s;
+    QTest::newRow("comma alone") << QStringList{u"a,"_s, u"b"_s} << QString();
+    QTest::newRow("brackets") << QStringList{u"(a"_s, u"b)"_s} << QString();
+    QTest::newRow("quote") << QStringList{u"a"_s, u"\""_s} << u"double quote"_s;
+}
+
+void tst_RequestWriter::itemsOfListsAreCheckedToo()
+{
+    QFETCH(QStringList, items);
+    QFETCH(QString, reason);
+    const auto written = writeRequest(Request::pair(items[0], items[1]), 1);
+    QCOMPARE(written.isRefused(), !reason.isEmpty());
+    if (written.isRefused()) {
+        QVERIFY2(written.refusal.contains(reason), qPrintable(written.refusal));
+    } else {
+        QCOMPARE(storedByServer(written.bytes).value(u"cmdParameters"_s).toStringList(), items);
+    }
+}
+
+void tst_RequestWriter::semicolonsInTwoValuesAreRefused()
+{
+    Request request = Request::pair(u"a;b"_s, u"c"_s);
+    request.function = u"d;e"_s;
+    QVERIFY(writeRequest(request, 1).refusal.contains(u"one value only"_s));
+}
+
+void tst_RequestWriter::anyAcceptedTextArrivesUnchanged()
+{
+    const QStringList pieces = {u"a"_s, u" "_s, u";"_s, u"{"_s, u"}"_s, u"("_s,     u")"_s,
+                                u"="_s, u","_s, u"'"_s, u"["_s, u"]"_s, u"\u00e9"_s};
+    QRandomGenerator random(1);
+    int accepted = 0;
+    for (int round = 0; round < 20'000; ++round) {
+        QStringList items(2);
+        for (QString &item : items) {
+            for (int length = random.bounded(8); length > 0; --length) {
+                item += pieces[random.bounded(pieces.size())];
+            }
+        }
+        const auto list = writeRequest(Request::pair(items[0], items[1]), 1);
+        if (!list.isRefused()) {
+            QCOMPARE(storedByServer(list.bytes).value(u"cmdParameters"_s).toStringList(), items);
+            ++accepted;
+        }
+        const auto text = writeRequest(Request::copy(items[0]), 1);
+        if (!text.isRefused()) {
+            QCOMPARE(storedByServer(text.bytes).value(u"fncCommand"_s).toString(), items[0]);
+            ++accepted;
+        }
+    }
+    QVERIFY(accepted > 10'000);
+}
+
+void tst_RequestWriter::everyRequestHasItsCommandFirst()
+{
+    for (const Request &request :
+         {Request::serverInfo(), Request::pair(u"a"_s, u"b"_s), Request::openUrl(u"c"_s),
+          Request::copy(u"d"_s), Request::paste(), Request::key(u"A"_s),
+          Request::click(quillmote::Button::Right), Request::move(-3, 4),
+          Request::sendFile(u"e"_s, 5)}) {
+        QVERIFY(writeRequest(request, 1)
+                    .bytes.startsWith("{ cmdType = " + request.command.toLatin1() + ";"));
+    }
+}
+
+QTEST_GUILESS_MAIN(tst_RequestWriter)
+#include "tst_RequestWriter.moc"

@@ -1,0 +1,719 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "net/ClientHandler.h"
+
+#include "support/MessageRecorder.h"
+#include "support/PrivateHome.h"
+#include "support/SocketPair.h"
+
+#include <QMetaMethod>
+#include <QPointer>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <csignal>
+#include <memory>
+
+#include <sys/resource.h>
+#include <sys/socket.h>
+
+namespace {
+
+/// While it lives, no file of this process grows beyond the size, in bytes.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t size)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit lowered{size, before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &lowered);
+    }
+    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before); }
+    FileSizeLimit(const FileSizeLimit &) = delete;
+    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+
+private:
+    rlimit before{};
+};
+
+/// A request of exactly 40 bytes.
+QByteArray fortyByteRequest()
+{
+    return "{ cmdType = FILE_TRANSFER_AND_OPEN;    }";
+}
+
+constexpr qsizetype mebibyte = 1024 * 1024;
+
+} // namespace
+
+class tst_ClientHandler : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void theMetaObjectListsSignalsAndSlotsInTheirOrder();
+    void startsEmpty();
+
+    void aChunkThatIsATokenIsStoredAndAnnouncedOnce();
+    void twoTokensInOneChunkAreAnnouncedOnce();
+    void eachChunkIsAToken();
+    void aTokenInTwoHalvesIsLost();
+    void aTokenInSingleBytesIsLost();
+    void aKeySentAgainOverwritesAndOthersStay();
+    void anythingElseIsDroppedWithoutAWord_data();
+    void anythingElseIsDroppedWithoutAWord();
+    void aReversedTokenIsTold();
+    void aPrefixIsTold();
+    void bracesWithoutAnythingToCutAreNotTold();
+    void whatALeavingPeerSentLastIsRead();
+    void aTokenMayEndTheHandler();
+
+    void theAnswerIsTheWholeMapAndNothingElse();
+    void anAnswerIsOneByteACharacter();
+    void anAnswerToAPeerThatHasLeftGoesNowhere();
+    void acceptingAPairPutsNothingOnTheWire();
+    void moreThanFourMebibytesOfUnreadAnswersEndTheConnection();
+
+    void aMapOfTheMostKeysIsServed();
+    void oneKeyMoreEndsTheConnection();
+    void moreThanSixteenMebibytesEndTheConnection();
+    void whatTheServerStoresDoesNotCount();
+
+    void theFileIsNamedInAMessage();
+    void theRequestStandsAtTheHeadOfTheFile();
+    void theTransferEndsOnlyBeyondTheAnnouncedSize();
+    void everyFurtherChunkGoesIntoTheFile();
+    void aLastChunkIsWrittenWhole();
+    void bytesOfAFileMayComeSingly();
+    void anExistingFileIsExtended();
+    void theCompletionAnswerCarriesTheWholeMap();
+    void afterTheFileTokensAreReadAgain();
+    void anotherFileMayFollow();
+    void aSecondAnnouncementTakesTheFirstOnesPlace();
+    void aSecondAnnouncementThatIsRefusedEndsTheFirst();
+    void withoutASettingFilesGoToTheDesktop();
+    void theSettingIsReadAtEachAnnouncement();
+    void aMissingDirectoryIsNotMade();
+    void aTransferThatCannotBeOpenedNeverEnds_data();
+    void aTransferThatCannotBeOpenedNeverEnds();
+    void aFailedWriteRaisesTheCount();
+    void aPeerThatLeavesDuringATransferLeavesWhatItSent();
+
+    void aPeerThatLeavesIsToldAndEndsTheHandler();
+    void aBrokenConnectionIsToldTwiceAndEndsTheHandlerOnce();
+    void anErrorAloneEndsNothing();
+    void theSocketIsLeftToItsOwner();
+
+private:
+    /// Sends the bytes and waits until the handler has taken them.
+    void deliver(const QByteArray &bytes);
+    /// What the peer has received once nothing more is on its way.
+    QByteArray answers();
+    QString received(const QString &name) const { return home->path("received/" + name); }
+
+    std::unique_ptr<PrivateHome> home;
+    std::unique_ptr<MessageRecorder> messages;
+    std::unique_ptr<SocketPair> sockets;
+    QPointer<ClientHandler> handler;
+    std::unique_ptr<QSignalSpy> tokens;
+    std::unique_ptr<QSignalSpy> files;
+};
+
+void tst_ClientHandler::initTestCase()
+{
+    QCOMPARE(fortyByteRequest().size(), 40);
+}
+
+void tst_ClientHandler::init()
+{
+    home = std::make_unique<PrivateHome>();
+    QSettings().setValue("downloadDirectory", home->subdirectory("received"));
+    messages = std::make_unique<MessageRecorder>();
+    sockets = std::make_unique<SocketPair>();
+    QVERIFY(sockets->isConnected());
+    handler = new ClientHandler(sockets->accepted.get());
+    tokens = std::make_unique<QSignalSpy>(handler, &ClientHandler::tokenAvailable);
+    files = std::make_unique<QSignalSpy>(handler, &ClientHandler::showFile);
+}
+
+void tst_ClientHandler::cleanup()
+{
+    delete handler;
+    files.reset();
+    tokens.reset();
+    sockets.reset();
+    messages.reset();
+    QSettings().clear();
+    home.reset();
+}
+
+void tst_ClientHandler::deliver(const QByteArray &bytes)
+{
+    qsizetype arrived = 0;
+    const QSignalSpy reads(sockets->accepted.get(), &QTcpSocket::readyRead);
+    const auto counted = connect(sockets->accepted.get(), &QTcpSocket::readyRead, this,
+                                 [&] { arrived += sockets->accepted->bytesAvailable(); });
+    sockets->peer.write(bytes);
+    // The handler empties the socket in a call of its own behind the signal.
+    const bool isTaken = waitUntil(
+        [&] { return arrived >= bytes.size() && sockets->accepted->bytesAvailable() == 0; });
+    disconnect(counted);
+    QVERIFY(isTaken);
+}
+
+QByteArray tst_ClientHandler::answers()
+{
+    // The end of the connection comes behind all answers.
+    sockets->accepted->disconnectFromHost();
+    waitUntil([&] { return sockets->peer.state() == QAbstractSocket::UnconnectedState; });
+    return sockets->peer.readAll();
+}
+
+void tst_ClientHandler::theMetaObjectListsSignalsAndSlotsInTheirOrder()
+{
+    const QMetaObject &meta = ClientHandler::staticMetaObject;
+    QList<QByteArray> methods;
+    for (int index = meta.methodOffset(); index < meta.methodCount(); ++index) {
+        const QMetaMethod method = meta.method(index);
+        methods.append(method.methodSignature() + ' ' + method.parameterNames().join(','));
+    }
+    QCOMPARE(methods, QList<QByteArray>({"tokenAvailable() ", "showFile(QString) filename",
+                                         "disconnected() ", "readyRead() ",
+                                         "socketError(QAbstractSocket::SocketError) error"}));
+}
+
+void tst_ClientHandler::startsEmpty()
+{
+    QVERIFY(handler->token.isEmpty());
+    QVERIFY(handler->deviceName.isEmpty());
+    QVERIFY(handler->parent() == nullptr);
+    QVERIFY(!handler->parseToken());
+    QCOMPARE(handler->packageToken(), QString("{}"));
+}
+
+// ---- What arrives -------------------------------------------------------------------------------
+
+void tst_ClientHandler::aChunkThatIsATokenIsStoredAndAnnouncedOnce()
+{
+    deliver("{\n    cmdType = \"SERVER_PAIR\";\n    cmdParameters = (\n        \"id\",\n"
+            "        name\n    );\n}");
+    QCOMPARE(tokens->count(), 1);
+    const TokenMap expected = {{"cmdType", "SERVER_PAIR"},
+                               {"cmdParameters", QStringList{"id", "name"}}};
+    QCOMPARE(handler->token, expected);
+    QCOMPARE(messages->all(), QStringList());
+    // Nothing is left of it to be read once more.
+    QVERIFY(!handler->parseToken());
+}
+
+void tst_ClientHandler::twoTokensInOneChunkAreAnnouncedOnce()
+{
+    deliver("{ a = b; } { c = d; }");
+    QCOMPARE(tokens->count(), 1);
+    const TokenMap expected = {{"a", "b"}, {"} { c", "d"}};
+    QCOMPARE(handler->token, expected);
+}
+
+void tst_ClientHandler::eachChunkIsAToken()
+{
+    deliver("{ a = 1; }");
+    deliver("{ b = 2; }");
+    QCOMPARE(tokens->count(), 2);
+    const TokenMap expected = {{"a", "1"}, {"b", "2"}};
+    QCOMPARE(handler->token, expected);
+}
+
+void tst_ClientHandler::aTokenInTwoHalvesIsLost()
+{
+    deliver("{ cmdType = SERV");
+    deliver("ER_INFO; }");
+    QCOMPARE(tokens->count(), 0);
+    QVERIFY(handler->token.isEmpty());
+    // Neither half is kept for what comes next.
+    deliver("{ a = b; }");
+    QCOMPARE(handler->token, TokenMap({{"a", "b"}}));
+    QCOMPARE(answers(), QByteArray());
+}
+
+void tst_ClientHandler::aTokenInSingleBytesIsLost()
+{
+    for (const char byte : QByteArray("{ cmdType = SERVER_INFO; }")) {
+        deliver(QByteArray(1, byte));
+    }
+    QCOMPARE(tokens->count(), 0);
+    QVERIFY(handler->token.isEmpty());
+    QCOMPARE(messages->all(), QStringList());
+}
+
+void tst_ClientHandler::aKeySentAgainOverwritesAndOthersStay()
+{
+    deliver("{ a = 1; b = (x, y); }");
+    deliver("{ a = 2; }");
+    const TokenMap expected = {{"a", "2"}, {"b", QStringList{"x", "y"}}};
+    QCOMPARE(handler->token, expected);
+}
+
+void tst_ClientHandler::anythingElseIsDroppedWithoutAWord_data()
+{
+    QTest::addColumn<QByteArray>("chunk");
+
+    QTest::newRow("blank") << QByteArray(" ");
+    QTest::newRow("one brace") << QByteArray("{");
+    QTest::newRow("a token as the server writes it") << QByteArray("{serverResponse = \"OK\";}");
+    QTest::newRow("nul in front") << QByteArray("\0{ a = b; }", 11);
+    QTest::newRow("no end") << QByteArray("{ a = b;");
+    QTest::newRow("no beginning") << QByteArray("a = b; }");
+    QTest::newRow("all bytes") << [] {
+        QByteArray bytes;
+        for (int byte = 1; byte < 256; ++byte) {
+            bytes.append(static_cast<char>(byte));
+        }
+        return bytes;
+    }();
+}
+
+void tst_ClientHandler::anythingElseIsDroppedWithoutAWord()
+{
+    QFETCH(QByteArray, chunk);
+    deliver(chunk);
+    QCOMPARE(tokens->count(), 0);
+    QVERIFY(handler->token.isEmpty());
+    QCOMPARE(messages->all(), QStringList());
+    QCOMPARE(answers(), QByteArray());
+}
+
+void tst_ClientHandler::aReversedTokenIsTold()
+{
+    deliver("a = \"b\";\n} {\nc");
+    QCOMPARE(messages->all(), QStringList{"debug: Bad token :  \"a = \"b\"; } { c\" "});
+    QCOMPARE(tokens->count(), 0);
+    QVERIFY(handler->token.isEmpty());
+}
+
+void tst_ClientHandler::aPrefixIsTold()
+{
+    deliver("prefix{ a = b; }");
+    QCOMPARE(messages->all(), QStringList{"debug: Fix token... "});
+    QCOMPARE(tokens->count(), 1);
+    QCOMPARE(handler->token, TokenMap({{"a", "b"}}));
+}
+
+void tst_ClientHandler::bracesWithoutAnythingToCutAreNotTold()
+{
+    deliver("x{ } y{");
+    QCOMPARE(messages->all(), QStringList());
+    QCOMPARE(tokens->count(), 1);
+}
+
+void tst_ClientHandler::whatALeavingPeerSentLastIsRead()
+{
+    sockets->peer.write("{ a = b; }");
+    sockets->peer.disconnectFromHost();
+    QVERIFY(waitUntil([&] { return handler.isNull(); }));
+    QCOMPARE(tokens->count(), 1);
+}
+
+void tst_ClientHandler::aTokenMayEndTheHandler()
+{
+    connect(handler, &ClientHandler::tokenAvailable, this, [&] { delete handler; });
+    sockets->peer.write("{ a = b; }");
+    QVERIFY(waitUntil([&] { return handler.isNull(); }));
+    QCOMPARE(tokens->count(), 1);
+}
+
+// ---- Answers ------------------------------------------------------------------------------------
+
+void tst_ClientHandler::theAnswerIsTheWholeMapAndNothingElse()
+{
+    deliver("{ cmdType = X; }");
+    handler->sendToken();
+    QCOMPARE(answers(), QByteArray("{cmdType = \"X\";}"));
+}
+
+void tst_ClientHandler::anAnswerIsOneByteACharacter()
+{
+    handler->token.insert("k", QStringLiteral("\u00e9\u00ff\u2603"));
+    QCOMPARE(handler->packageToken(), QStringLiteral("{k = \"\u00e9\u00ff\u2603\";}"));
+    handler->sendToken();
+    QCOMPARE(answers(), QByteArray("{k = \"\xe9\xff?\";}"));
+}
+
+void tst_ClientHandler::anAnswerToAPeerThatHasLeftGoesNowhere()
+{
+    sockets->accepted->abort();
+    handler->sendToken();
+    // Above all no complaint of the toolkit, which would reach the user as a balloon.
+    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+}
+
+void tst_ClientHandler::acceptingAPairPutsNothingOnTheWire()
+{
+    handler->acceptPair(true);
+    handler->acceptPair(false);
+    QVERIFY(handler->token.isEmpty());
+    QCOMPARE(messages->all(), QStringList());
+    QCOMPARE(answers(), QByteArray());
+}
+
+void tst_ClientHandler::moreThanFourMebibytesOfUnreadAnswersEndTheConnection()
+{
+    // With `{k = "";}` around it the answer has exactly 4 MiB. Nothing is sent as long as the
+    // event loop does not run.
+    handler->token.insert("k", QString(4 * mebibyte - 9, u'x'));
+    handler->sendToken();
+    QCOMPARE(sockets->accepted->bytesToWrite(), 4 * mebibyte);
+    handler->sendToken();
+    QCOMPARE(sockets->accepted->bytesToWrite(), 8 * mebibyte);
+    QCOMPARE(sockets->accepted->state(), QAbstractSocket::ConnectedState);
+    QCOMPARE(messages->all(), QStringList());
+
+    handler->sendToken();
+    QCOMPARE(sockets->accepted->state(), QAbstractSocket::UnconnectedState);
+    QCOMPARE(messages->all(), QStringList({"debug: The device does not read its answers. ",
+                                           "warning: Device Disconnected "}));
+    QVERIFY(waitUntil([&] { return handler.isNull(); }));
+}
+
+// ---- What a connection may store ----------------------------------------------------------------
+
+namespace {
+
+/// A token that stores keys of these numbers, in one chunk of at most about 30 KB.
+QByteArray numberedKeys(int first, int count)
+{
+    QByteArray text = "{ ";
+    for (int key = first; key < first + count; ++key) {
+        text += QByteArray::number(key) + " = x;";
+    }
+    return text + " }";
+}
+
+} // namespace
+
+void tst_ClientHandler::aMapOfTheMostKeysIsServed()
+{
+    for (int key = 0; key < 65'536; key += 2048) {
+        deliver(numberedKeys(key, 2048));
+    }
+    QCOMPARE(tokens->count(), 32);
+    QCOMPARE(handler->token.size(), 65'536);
+    deliver("{ 0 = y; }");
+    QCOMPARE(tokens->count(), 33);
+    QCOMPARE(sockets->accepted->state(), QAbstractSocket::ConnectedState);
+}
+
+void tst_ClientHandler::oneKeyMoreEndsTheConnection()
+{
+    for (int key = 0; key < 65'536; key += 2048) {
+        deliver(numberedKeys(key, 2048));
+    }
+    sockets->peer.write(numberedKeys(100'000, 2048));
+    QVERIFY(waitUntil([&] { return handler.isNull(); }));
+    QCOMPARE(tokens->count(), 32);
+    QCOMPARE(messages->all(), QStringList({"debug: The device has stored too much. ",
+                                           "warning: Device Disconnected "}));
+}
+
+void tst_ClientHandler::moreThanSixteenMebibytesEndTheConnection()
+{
+    const QByteArray value(32 * 1024, 'x');
+    for (int key = 0; key < 511; ++key) {
+        deliver("{ " + QByteArray::number(key) + " = " + value + "; }");
+    }
+    QCOMPARE(tokens->count(), 511);
+    QCOMPARE(sockets->accepted->state(), QAbstractSocket::ConnectedState);
+    sockets->peer.write("{ last = " + value + "; }");
+    QVERIFY(waitUntil([&] { return handler.isNull(); }));
+    QCOMPARE(tokens->count(), 511);
+    QCOMPARE(messages->debugs(), QStringList{"The device has stored too much. "});
+}
+
+void tst_ClientHandler::whatTheServerStoresDoesNotCount()
+{
+    handler->token.insert("cmdParameters", QStringList{QString(20 * mebibyte, u'x')});
+    deliver("{ a = b; }");
+    QCOMPARE(tokens->count(), 1);
+    QCOMPARE(sockets->accepted->state(), QAbstractSocket::ConnectedState);
+}
+
+// ---- Files --------------------------------------------------------------------------------------
+
+void tst_ClientHandler::theFileIsNamedInAMessage()
+{
+    handler->setFileToTransfer("a b.txt", 5);
+    QCOMPARE(messages->all(), QStringList{"debug: File:  \"" + received("a b.txt") + "\" "});
+    QVERIFY(QFile::exists(received("a b.txt")));
+}
+
+void tst_ClientHandler::theRequestStandsAtTheHeadOfTheFile()
+{
+    connect(handler, &ClientHandler::tokenAvailable, handler,
+            [&] { handler->setFileToTransfer("note", 10); });
+    deliver(fortyByteRequest());
+
+    QCOMPARE(contentOf(received("note")), fortyByteRequest());
+    QCOMPARE(files->count(), 1);
+    QCOMPARE(files->at(0).at(0).toString(), received("note"));
+    QCOMPARE(handler->token.value("serverResponse").toString(), QString("OK"));
+    QVERIFY(answers().contains("serverResponse = \"OK\";"));
+}
+
+void tst_ClientHandler::theTransferEndsOnlyBeyondTheAnnouncedSize()
+{
+    connect(handler, &ClientHandler::tokenAvailable, handler,
+            [&] { handler->setFileToTransfer("note", 40); });
+    deliver(fortyByteRequest());
+    QCOMPARE(contentOf(received("note")), fortyByteRequest());
+    QCOMPARE(files->count(), 0);
+    QVERIFY(!handler->token.contains("serverResponse"));
+
+    deliver("x");
+    QCOMPARE(contentOf(received("note")), fortyByteRequest() + "x");
+    QCOMPARE(files->count(), 1);
+}
+
+void tst_ClientHandler::everyFurtherChunkGoesIntoTheFile()
+{
+    handler->setFileToTransfer("note", 10);
+    deliver("0123456789");
+    QCOMPARE(files->count(), 0);
+    QCOMPARE(sockets->peer.bytesAvailable(), 0);
+    deliver("{ a = b; }");
+    QCOMPARE(files->count(), 1);
+    QCOMPARE(contentOf(received("note")), QByteArray("0123456789{ a = b; }"));
+    QCOMPARE(tokens->count(), 0);
+    QVERIFY(!handler->token.contains("a"));
+}
+
+void tst_ClientHandler::aLastChunkIsWrittenWhole()
+{
+    handler->setFileToTransfer("note", 3);
+    deliver(QByteArray("0123\0"
+                       "56789",
+                       10));
+    QCOMPARE(contentOf(received("note")), QByteArray("0123\0"
+                                                     "56789",
+                                                     10));
+    QCOMPARE(files->count(), 1);
+}
+
+void tst_ClientHandler::bytesOfAFileMayComeSingly()
+{
+    handler->setFileToTransfer("note", 3);
+    for (int byte = 0; byte < 3; ++byte) {
+        deliver("x");
+        QCOMPARE(files->count(), 0);
+    }
+    deliver("y");
+    QCOMPARE(files->count(), 1);
+    QCOMPARE(contentOf(received("note")), QByteArray("xxxy"));
+}
+
+void tst_ClientHandler::anExistingFileIsExtended()
+{
+    QFile earlier(received("note"));
+    QVERIFY(earlier.open(QIODevice::WriteOnly));
+    earlier.write("earlier ");
+    earlier.close();
+    handler->setFileToTransfer("note", 0);
+    deliver("later");
+    QCOMPARE(contentOf(received("note")), QByteArray("earlier later"));
+    QCOMPARE(files->count(), 1);
+}
+
+void tst_ClientHandler::theCompletionAnswerCarriesTheWholeMap()
+{
+    handler->token.insert("cmdParameters", QStringList{"note", "0"});
+    handler->token.insert("serverResponse", "START_BINARY_TRANSFER");
+    handler->setFileToTransfer("note", 0);
+    deliver("x");
+    const QByteArray parameters = "cmdParameters = (\"note\", \"0\" );";
+    const QByteArray response = "serverResponse = \"OK\";";
+    const QByteArray answer = answers();
+    QVERIFY2(answer == '{' + parameters + response + '}' ||
+                 answer == '{' + response + parameters + '}',
+             answer.constData());
+}
+
+void tst_ClientHandler::afterTheFileTokensAreReadAgain()
+{
+    handler->setFileToTransfer("note", 0);
+    deliver("x");
+    deliver("{ a = b; }");
+    QCOMPARE(tokens->count(), 1);
+    QCOMPARE(contentOf(received("note")), QByteArray("x"));
+}
+
+void tst_ClientHandler::anotherFileMayFollow()
+{
+    handler->setFileToTransfer("one", 0);
+    deliver("1");
+    handler->setFileToTransfer("two", 0);
+    deliver("2");
+    QCOMPARE(contentOf(received("one")), QByteArray("1"));
+    QCOMPARE(contentOf(received("two")), QByteArray("2"));
+    QCOMPARE(files->count(), 2);
+}
+
+void tst_ClientHandler::aSecondAnnouncementTakesTheFirstOnesPlace()
+{
+    handler->setFileToTransfer("one", 100);
+    handler->setFileToTransfer("two", 0);
+    deliver("2");
+    QCOMPARE(contentOf(received("one")), QByteArray());
+    QCOMPARE(contentOf(received("two")), QByteArray("2"));
+    QCOMPARE(files->count(), 1);
+    QCOMPARE(files->at(0).at(0).toString(), received("two"));
+    QCOMPARE(messages->warnings(), QStringList());
+}
+
+void tst_ClientHandler::aSecondAnnouncementThatIsRefusedEndsTheFirst()
+{
+    handler->setFileToTransfer("one", 100);
+    handler->setFileToTransfer("../two", 0);
+    deliver("2");
+    QCOMPARE(contentOf(received("one")), QByteArray());
+    QCOMPARE(files->count(), 0);
+}
+
+void tst_ClientHandler::withoutASettingFilesGoToTheDesktop()
+{
+    QSettings().remove("downloadDirectory");
+    const QString desktop = home->subdirectory("Desktop");
+    handler->setFileToTransfer("note", 0);
+    deliver("x");
+    QCOMPARE(contentOf(desktop + "/note"), QByteArray("x"));
+    QCOMPARE(files->count(), 1);
+    QCOMPARE(files->at(0).at(0).toString(), desktop + "/note");
+}
+
+void tst_ClientHandler::theSettingIsReadAtEachAnnouncement()
+{
+    const QString elsewhere = home->subdirectory("elsewhere");
+    QSettings().setValue("downloadDirectory", elsewhere);
+    handler->setFileToTransfer("note", 0);
+    deliver("x");
+    QCOMPARE(contentOf(elsewhere + "/note"), QByteArray("x"));
+}
+
+void tst_ClientHandler::aMissingDirectoryIsNotMade()
+{
+    QSettings().setValue("downloadDirectory", home->path("missing"));
+    handler->setFileToTransfer("note", 0);
+    deliver("x");
+    QVERIFY(!QFile::exists(home->path("missing")));
+    QCOMPARE(files->count(), 0);
+}
+
+void tst_ClientHandler::aTransferThatCannotBeOpenedNeverEnds_data()
+{
+    QTest::addColumn<QString>("name");
+
+    QTest::newRow("outside the directory") << "../outside";
+    QTest::newRow("in a directory that is not there") << "missing/note";
+    QTest::newRow("a directory") << "directory";
+    QTest::newRow("a device") << "device";
+    QTest::newRow("no name") << "";
+    QTest::newRow("a name that is too long") << QString(300, u'n');
+}
+
+void tst_ClientHandler::aTransferThatCannotBeOpenedNeverEnds()
+{
+    QFETCH(QString, name);
+    home->subdirectory("received/directory");
+    QVERIFY(QFile::link("/dev/full", received("device")));
+    handler->setFileToTransfer(name, 0);
+    QCOMPARE(messages->all(), QStringList{"debug: File:  \"" + received(name) + "\" "});
+    for (int chunk = 0; chunk < 5; ++chunk) {
+        deliver("{ a = b; }");
+    }
+    // Still in file mode: nothing is read as a token, nothing is answered, nothing is written.
+    QCOMPARE(tokens->count(), 0);
+    QCOMPARE(files->count(), 0);
+    QVERIFY(!QFile::exists(home->path("outside")));
+    QVERIFY(!QFile::exists(home->path("missing")));
+    QCOMPARE(answers(), QByteArray());
+    // The toolkit does not complain of writes to a file that is not open.
+    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+}
+
+void tst_ClientHandler::aFailedWriteRaisesTheCount()
+{
+    handler->setFileToTransfer("note", 10);
+    deliver("01234567");
+    {
+        const FileSizeLimit full(8);
+        deliver("lost");
+    }
+    // 2 were missing; the failure made that 3.
+    deliver("89a");
+    QCOMPARE(files->count(), 0);
+    deliver("b");
+    QCOMPARE(files->count(), 1);
+    QCOMPARE(contentOf(received("note")), QByteArray("0123456789ab"));
+}
+
+void tst_ClientHandler::aPeerThatLeavesDuringATransferLeavesWhatItSent()
+{
+    handler->setFileToTransfer("note", 100);
+    deliver("half");
+    sockets->peer.disconnectFromHost();
+    QVERIFY(waitUntil([&] { return handler.isNull(); }));
+    QCOMPARE(contentOf(received("note")), QByteArray("half"));
+    QCOMPARE(files->count(), 0);
+}
+
+// ---- The end ------------------------------------------------------------------------------------
+
+void tst_ClientHandler::aPeerThatLeavesIsToldAndEndsTheHandler()
+{
+    const QSignalSpy ends(handler, &QObject::destroyed);
+    sockets->peer.disconnectFromHost();
+    QVERIFY(waitUntil([&] { return handler.isNull(); }));
+    QCOMPARE(ends.count(), 1);
+    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+}
+
+void tst_ClientHandler::aBrokenConnectionIsToldTwiceAndEndsTheHandlerOnce()
+{
+    const QSignalSpy ends(handler, &QObject::destroyed);
+    // Closing without lingering resets the connection.
+    const linger none{1, 0};
+    setsockopt(static_cast<int>(sockets->peer.socketDescriptor()), SOL_SOCKET, SO_LINGER, &none,
+               sizeof none);
+    sockets->peer.abort();
+    QVERIFY(waitUntil([&] { return handler.isNull(); }));
+    QCOMPARE(messages->all(),
+             QStringList({"debug: Socket error:  QAbstractSocket::RemoteHostClosedError ",
+                          "warning: Device Disconnected "}));
+    QCOMPARE(ends.count(), 1);
+}
+
+void tst_ClientHandler::anErrorAloneEndsNothing()
+{
+    QMetaObject::invokeMethod(
+        handler, "socketError",
+        Q_ARG(QAbstractSocket::SocketError, QAbstractSocket::SocketTimeoutError));
+    QCOMPARE(messages->all(),
+             QStringList{"debug: Socket error:  QAbstractSocket::SocketTimeoutError "});
+    deliver("{ a = b; }");
+    QCOMPARE(tokens->count(), 1);
+}
+
+void tst_ClientHandler::theSocketIsLeftToItsOwner()
+{
+    const QPointer<QTcpSocket> socket = sockets->accepted.get();
+    delete handler;
+    QVERIFY(!socket.isNull());
+    QCOMPARE(socket->state(), QAbstractSocket::ConnectedState);
+}
+
+QTEST_GUILESS_MAIN(tst_ClientHandler)
+#include "tst_ClientHandler.moc"

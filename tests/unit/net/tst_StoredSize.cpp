@@ -1,0 +1,88 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "net/StoredSize.h"
+
+#include <QStringList>
+#include <QTest>
+
+class tst_StoredSize : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void nothingStoredIsNotTooMuch();
+    void oneKeyMoreThanTheMaximumIsTooMuch();
+    void aKeySentAgainCountsOnce();
+    void oneByteMoreThanTheMaximumIsTooMuch();
+    void theKeyCountsToo();
+    void aListCountsItsItemsAndTheirSeparators();
+    void aSmallerValueGivesItsBytesBack();
+};
+
+void tst_StoredSize::nothingStoredIsNotTooMuch()
+{
+    QVERIFY(!StoredSize().isTooMuch());
+}
+
+void tst_StoredSize::oneKeyMoreThanTheMaximumIsTooMuch()
+{
+    StoredSize stored;
+    for (int key = 0; key < 65'536; ++key) {
+        stored.store(QString::number(key), QString());
+    }
+    QVERIFY(!stored.isTooMuch());
+    stored.store("one more", QString());
+    QVERIFY(stored.isTooMuch());
+}
+
+void tst_StoredSize::aKeySentAgainCountsOnce()
+{
+    StoredSize stored;
+    for (int time = 0; time < 70'000; ++time) {
+        stored.store("cmdType", QString(1000, u'x'));
+    }
+    QVERIFY(!stored.isTooMuch());
+}
+
+void tst_StoredSize::oneByteMoreThanTheMaximumIsTooMuch()
+{
+    constexpr qsizetype maximum = 16 * 1024 * 1024;
+    StoredSize stored;
+    stored.store("k", QString(maximum - 1, u'x'));
+    QVERIFY(!stored.isTooMuch());
+    stored.store("k", QString(maximum, u'x'));
+    QVERIFY(stored.isTooMuch());
+}
+
+void tst_StoredSize::theKeyCountsToo()
+{
+    StoredSize stored;
+    stored.store(QString(16 * 1024 * 1024 + 1, u'k'), QString());
+    QVERIFY(stored.isTooMuch());
+}
+
+void tst_StoredSize::aListCountsItsItemsAndTheirSeparators()
+{
+    // 1000 items of 14 and a separator of 2 characters: 16,000 bytes a key without the key.
+    const QStringList items(1000, QString(14, u'x'));
+    StoredSize stored;
+    int keys = 0;
+    while (!stored.isTooMuch() && keys < 2000) {
+        stored.store(QString::number(10'000 + keys), items);
+        ++keys;
+    }
+    QCOMPARE(keys, 16 * 1024 * 1024 / 16'005 + 1);
+}
+
+void tst_StoredSize::aSmallerValueGivesItsBytesBack()
+{
+    StoredSize stored;
+    stored.store("a", QString(10'000'000, u'x'));
+    stored.store("a", QString());
+    stored.store("b", QString(10'000'000, u'x'));
+    QVERIFY(!stored.isTooMuch());
+}
+
+QTEST_GUILESS_MAIN(tst_StoredSize)
+#include "tst_StoredSize.moc"

@@ -1,0 +1,77 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "platform/ToolkitClipboard.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QImage>
+#include <QMimeData>
+#include <QTest>
+
+class tst_ToolkitClipboard : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void textReplacesWhatIsThere();
+    void textIsGivenAtOnceAndOnce_data();
+    void textIsGivenAtOnceAndOnce();
+    void contentWithoutPlainTextGivesNone_data();
+    void contentWithoutPlainTextGivesNone();
+};
+
+void tst_ToolkitClipboard::textReplacesWhatIsThere()
+{
+    QGuiApplication::clipboard()->setImage(QImage(1, 1, QImage::Format_RGB32));
+    platform::ToolkitClipboard().setText(QStringLiteral("\u00e9\n\u2603"));
+    QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("\u00e9\n\u2603"));
+    QVERIFY(!QGuiApplication::clipboard()->mimeData()->hasImage());
+}
+
+void tst_ToolkitClipboard::textIsGivenAtOnceAndOnce_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("text") << QStringLiteral("\u00e9\n\u2603");
+    QTest::newRow("empty text") << "";
+}
+
+void tst_ToolkitClipboard::textIsGivenAtOnceAndOnce()
+{
+    QFETCH(QString, text);
+    QGuiApplication::clipboard()->setText(text);
+    std::vector<std::optional<QString>> given;
+    platform::ToolkitClipboard().requestText(
+        [&](const std::optional<QString> &found) { given.push_back(found); });
+    QCOMPARE(given.size(), 1U);
+    QVERIFY(given.front() == text);
+}
+
+void tst_ToolkitClipboard::contentWithoutPlainTextGivesNone_data()
+{
+    QTest::addColumn<QString>("content");
+    QTest::newRow("nothing") << "nothing";
+    QTest::newRow("image") << "image";
+    QTest::newRow("only HTML") << "html";
+}
+
+void tst_ToolkitClipboard::contentWithoutPlainTextGivesNone()
+{
+    QFETCH(QString, content);
+    QGuiApplication::clipboard()->clear();
+    auto data = std::make_unique<QMimeData>();
+    if (content == "image") {
+        data->setImageData(QImage(1, 1, QImage::Format_RGB32));
+    } else if (content == "html") {
+        data->setHtml("<b>bold</b>");
+    }
+    QGuiApplication::clipboard()->setMimeData(data.release());
+    std::vector<std::optional<QString>> given;
+    platform::ToolkitClipboard().requestText(
+        [&](const std::optional<QString> &found) { given.push_back(found); });
+    QCOMPARE(given.size(), 1U);
+    QVERIFY(!given.front().has_value());
+}
+
+QTEST_MAIN(tst_ToolkitClipboard)
+#include "tst_ToolkitClipboard.moc"

@@ -1,0 +1,530 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "server/Server.h"
+
+#include "doubles/RecordingDnsSd.h"
+#include "doubles/RecordingPlatform.h"
+#include "support/DescriptorLimit.h"
+#include "support/MessageRecorder.h"
+#include "support/PrivateHome.h"
+#include "support/ServedPeer.h"
+
+#include <QHostInfo>
+#include <QMetaMethod>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <memory>
+
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+namespace {
+
+DnsSdRecord &dnsSd()
+{
+    return DnsSdRecord::current();
+}
+
+QVariant storedDevices()
+{
+    return QSettings().value("pairedDeviceList");
+}
+
+int option(const QTcpSocket &socket, int level, int name)
+{
+    int value = 0;
+    socklen_t size = sizeof value;
+    getsockopt(static_cast<int>(socket.socketDescriptor()), level, name, &value, &size);
+    return value;
+}
+
+int openDescriptors()
+{
+    int count = 0;
+    for (int descriptor = 0; descriptor < 1024; ++descriptor) {
+        count += fcntl(descriptor, F_GETFD) != -1;
+    }
+    return count;
+}
+
+} // namespace
+
+class tst_Server : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void theMetaObjectListsSignalsAndSlotsInTheirOrder();
+
+    void anUnknownDeviceIsAcceptedAndRememberedWithoutApproval();
+    void aDeviceIsRememberedOnce();
+    void anUnknownDeviceNeedsApprovalWhenAsked();
+    void devicesAreKnownByTheirExactIdentifiers_data();
+    void devicesAreKnownByTheirExactIdentifiers();
+    void aDeviceStaysKnownWhenApprovalIsSwitchedOn();
+
+    void pairedDevicesAreStoredAsAListAtTheEndOnly();
+    void pairedDevicesAreStoredInTheOrderOfTheirAcceptance();
+    void anAbsentListIsEmpty();
+    void storedListsAreRead_data();
+    void storedListsAreRead();
+
+    void aNewServerDoesNotListen();
+    void startingListensOnAllIPv4AddressesAtAFreePort();
+    void startingAdvertisesTheHostsNameAndThePort();
+    void startingGoesOnWithoutTheDaemon();
+    void aNameThatIsTakenGetsANumber();
+    void onlyNineNamesAreTried();
+    void aDaemonThatComesBackHearsOfTheServerAgain();
+    void aDaemonThatComesBackHearsNothingOfAStoppedServer();
+    void startingFailsWithoutADescriptor();
+
+    void stoppingEndsListeningAndAdvertising();
+    void stoppingTwiceDoesNoHarm();
+    void stoppingLeavesConnectionsAlone();
+    void aRestartServesEachConnectionOnce();
+    void anEmptyQueueOfConnectionsIsNoConnection();
+
+    void connectionsAreTold();
+    void oneOfTwoClientsLeavingIsToldAsNotConnected();
+    void manyClientsAtOnceAreServed();
+    void acceptedSocketsAreTuned();
+    void aClientThatLeftLeavesNoSocket();
+    void acceptingPausesBeforeDescriptorsRunOut();
+    void destructionEndsConnectionsAndKeepsWhatArrived();
+
+private:
+    std::unique_ptr<PrivateHome> home;
+    std::unique_ptr<MessageRecorder> messages;
+    std::unique_ptr<Server> server;
+};
+
+void tst_Server::init()
+{
+    home = std::make_unique<PrivateHome>();
+    messages = std::make_unique<MessageRecorder>();
+    dnsSd().reset();
+    PlatformRecord::current().reset();
+    server = std::make_unique<Server>(nullptr);
+}
+
+void tst_Server::cleanup()
+{
+    server.reset();
+    QCOMPARE(dnsSd().living, 0);
+    messages.reset();
+    QSettings().clear();
+    home.reset();
+}
+
+void tst_Server::theMetaObjectListsSignalsAndSlotsInTheirOrder()
+{
+    const QMetaObject &meta = Server::staticMetaObject;
+    QList<QByteArray> methods;
+    for (int index = meta.methodOffset(); index < meta.methodCount(); ++index) {
+        const QMetaMethod method = meta.method(index);
+        methods.append(method.methodSignature() + ' ' + method.parameterNames().join(','));
+    }
+    QCOMPARE(methods, QList<QByteArray>({"error(QTcpSocket::SocketError) socketError",
+                                         "clientConnected(bool) connected", "manageConnections() ",
+                                         "serveClient() ", "showFile(QString) filename",
+                                         "clientDisconnected() "}));
+}
+
+// ---- Paired devices -----------------------------------------------------------------------------
+
+void tst_Server::anUnknownDeviceIsAcceptedAndRememberedWithoutApproval()
+{
+    QVERIFY(server->deviceIsPresent("device"));
+    server->setNeedsPairingApproval(true);
+    QVERIFY(server->deviceIsPresent("device"));
+    QVERIFY(server->pairingRequestForDevice("device", "name"));
+}
+
+void tst_Server::aDeviceIsRememberedOnce()
+{
+    server->deviceIsPresent("device");
+    server->deviceIsPresent("device");
+    server->pairingRequestForDevice("device", "name");
+    server.reset();
+    QCOMPARE(storedDevices().toStringList(), QStringList{"device"});
+}
+
+void tst_Server::anUnknownDeviceNeedsApprovalWhenAsked()
+{
+    server->setNeedsPairingApproval(true);
+    QVERIFY(!server->deviceIsPresent("device"));
+    QVERIFY(!server->deviceIsPresent("device"));
+    server->setNeedsPairingApproval(false);
+    QVERIFY(server->deviceIsPresent("device"));
+}
+
+void tst_Server::devicesAreKnownByTheirExactIdentifiers_data()
+{
+    QTest::addColumn<QString>("identifier");
+    QTest::addColumn<bool>("isKnown");
+
+    QTest::newRow("same") << "Device 1" << true;
+    QTest::newRow("other letter case") << "device 1" << false;
+    QTest::newRow("part") << "Device" << false;
+    QTest::newRow("blank at the end") << "Device 1 " << false;
+    QTest::newRow("empty") << "" << false;
+}
+
+void tst_Server::devicesAreKnownByTheirExactIdentifiers()
+{
+    QFETCH(QString, identifier);
+    server->deviceIsPresent("Device 1");
+    server->setNeedsPairingApproval(true);
+    QTEST(server->deviceIsPresent(identifier), "isKnown");
+}
+
+void tst_Server::aDeviceStaysKnownWhenApprovalIsSwitchedOn()
+{
+    server->deviceIsPresent("early");
+    server->setNeedsPairingApproval(true);
+    QVERIFY(server->pairingRequestForDevice("early", "name"));
+    QVERIFY(!server->deviceIsPresent("late"));
+}
+
+void tst_Server::pairedDevicesAreStoredAsAListAtTheEndOnly()
+{
+    server->deviceIsPresent("device");
+    server->startServer();
+    server->stopServer();
+    QVERIFY(!storedDevices().isValid());
+    server.reset();
+    QCOMPARE(storedDevices(), QVariant(QStringList{"device"}));
+}
+
+void tst_Server::pairedDevicesAreStoredInTheOrderOfTheirAcceptance()
+{
+    QSettings().setValue("pairedDeviceList", QStringList({"z", "y"}));
+    server = std::make_unique<Server>(nullptr);
+    server->deviceIsPresent("x");
+    server->deviceIsPresent("a");
+    server->deviceIsPresent("y");
+    server.reset();
+    QCOMPARE(storedDevices().toStringList(), QStringList({"z", "y", "x", "a"}));
+}
+
+void tst_Server::anAbsentListIsEmpty()
+{
+    server.reset();
+    QCOMPARE(storedDevices().toStringList(), QStringList());
+}
+
+void tst_Server::storedListsAreRead_data()
+{
+    QTest::addColumn<QVariant>("stored");
+    QTest::addColumn<QStringList>("devices");
+
+    QTest::newRow("list") << QVariant(QStringList{"a", "b"}) << QStringList{"a", "b"};
+    QTest::newRow("single text") << QVariant("a") << QStringList{"a"};
+    QTest::newRow("empty list") << QVariant(QStringList()) << QStringList();
+    QTest::newRow("letters beyond ASCII")
+        << QVariant(QStringList{QStringLiteral("\u00e9, \u2603\"")})
+        << QStringList{QStringLiteral("\u00e9, \u2603\"")};
+}
+
+void tst_Server::storedListsAreRead()
+{
+    QFETCH(QVariant, stored);
+    QFETCH(QStringList, devices);
+    server.reset();
+    QSettings().setValue("pairedDeviceList", stored);
+    server = std::make_unique<Server>(nullptr);
+    server->setNeedsPairingApproval(true);
+    for (const QString &device : devices) {
+        QVERIFY(server->deviceIsPresent(device));
+    }
+    QVERIFY(!server->deviceIsPresent("other"));
+    server.reset();
+    QCOMPARE(storedDevices().toStringList(), devices);
+}
+
+// ---- Start and stop -----------------------------------------------------------------------------
+
+void tst_Server::aNewServerDoesNotListen()
+{
+    QVERIFY(!server->isListening());
+    QVERIFY(dnsSd().registrations.empty());
+}
+
+void tst_Server::startingListensOnAllIPv4AddressesAtAFreePort()
+{
+    QVERIFY(server->startServer());
+    QVERIFY(server->isListening());
+    QCOMPARE(server->serverAddress(), QHostAddress(QHostAddress::AnyIPv4));
+    QVERIFY(server->serverPort() != 0);
+    QCOMPARE(messages->all(), QStringList());
+}
+
+void tst_Server::startingAdvertisesTheHostsNameAndThePort()
+{
+    QVERIFY(server->startServer());
+    QCOMPARE(dnsSd().registrations.size(), 1U);
+    const DnsSdRecord::Registration &registration = dnsSd().registrations.front();
+    QCOMPARE(registration.name, QHostInfo::localHostName().toUtf8());
+    QCOMPARE(registration.type, QByteArray("_quillmote._tcp"));
+    QVERIFY(!registration.domain.has_value());
+    const quint16 port = server->serverPort();
+    const char bytes[] = {static_cast<char>(port >> 8), static_cast<char>(port & 0xff)};
+    QCOMPARE(registration.portBytes, QByteArray(bytes, 2));
+}
+
+void tst_Server::startingGoesOnWithoutTheDaemon()
+{
+    dnsSd().registerResult = -65537;
+    QVERIFY(server->startServer());
+    QVERIFY(server->isListening());
+    QCoreApplication::processEvents();
+    // For those who look for the reason; the user is not bothered.
+    QCOMPARE(messages->warnings(), QStringList());
+    QCOMPARE(dnsSd().registrations.size(), 1U);
+    ServedPeer peer(*server);
+    QVERIFY(peer.served() != nullptr);
+}
+
+void tst_Server::aNameThatIsTakenGetsANumber()
+{
+    dnsSd().registerResult = kDNSServiceErr_NameConflict;
+    server->startServer();
+    dnsSd().registerResult = kDNSServiceErr_NoError;
+    QVERIFY(waitUntil([] { return dnsSd().living == 1; }));
+    QCOMPARE(dnsSd().registrations.size(), 2U);
+    QCOMPARE(dnsSd().registrations[1].name, QHostInfo::localHostName().toUtf8() + " #2");
+    QCOMPARE(dnsSd().registrations[1].portBytes, dnsSd().registrations[0].portBytes);
+}
+
+void tst_Server::onlyNineNamesAreTried()
+{
+    dnsSd().registerResult = kDNSServiceErr_NameConflict;
+    server->startServer();
+    QVERIFY(waitUntil([] { return dnsSd().registrations.size() == 9; }));
+    QTest::qWait(0);
+    QCoreApplication::processEvents();
+    QCOMPARE(dnsSd().registrations.size(), 9U);
+    QVERIFY(dnsSd().registrations.back().name.endsWith(" #9"));
+}
+
+void tst_Server::aDaemonThatComesBackHearsOfTheServerAgain()
+{
+    server->startServer();
+    PlatformRecord::current().daemonAppears();
+    QCOMPARE(dnsSd().registrations.size(), 2U);
+    QCOMPARE(dnsSd().living, 1);
+    QCOMPARE(dnsSd().registrations[1].name, dnsSd().registrations[0].name);
+    QCOMPARE(dnsSd().registrations[1].portBytes, dnsSd().registrations[0].portBytes);
+}
+
+void tst_Server::aDaemonThatComesBackHearsNothingOfAStoppedServer()
+{
+    PlatformRecord::current().daemonAppears();
+    QVERIFY(dnsSd().registrations.empty());
+    server->startServer();
+    server->stopServer();
+    PlatformRecord::current().daemonAppears();
+    QCOMPARE(dnsSd().registrations.size(), 1U);
+}
+
+void tst_Server::startingFailsWithoutADescriptor()
+{
+    {
+        const DescriptorLimit none(0);
+        QVERIFY(!server->startServer());
+    }
+    QVERIFY(!server->isListening());
+    QVERIFY(dnsSd().registrations.empty());
+    QCOMPARE(messages->all(), QStringList());
+    // A later attempt is not spoilt.
+    QVERIFY(server->startServer());
+}
+
+void tst_Server::stoppingEndsListeningAndAdvertising()
+{
+    server->startServer();
+    const quint16 port = server->serverPort();
+    QCOMPARE(dnsSd().living, 1);
+    server->stopServer();
+    QVERIFY(!server->isListening());
+    QCOMPARE(dnsSd().living, 0);
+    QTcpSocket peer;
+    QSignalSpy refusals(&peer, &QTcpSocket::errorOccurred);
+    peer.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
+    QVERIFY(waitUntil([&] { return !refusals.isEmpty(); }));
+    QCOMPARE(peer.error(), QAbstractSocket::ConnectionRefusedError);
+}
+
+void tst_Server::stoppingTwiceDoesNoHarm()
+{
+    server->stopServer();
+    server->startServer();
+    server->stopServer();
+    server->stopServer();
+    QCOMPARE(dnsSd().released, 1);
+    QVERIFY(server->startServer());
+}
+
+void tst_Server::stoppingLeavesConnectionsAlone()
+{
+    server->startServer();
+    ServedPeer peer(*server);
+    server->stopServer();
+    const TokenMap answer = peer.ask("{ cmdType = SERVER_INFO; }");
+    QCOMPARE(answer.value("serverResponse").toString(), QString("OK"));
+    QSignalSpy states(server.get(), &Server::clientConnected);
+    peer.leave();
+    QVERIFY(waitUntil([&] { return !states.isEmpty(); }));
+    QCOMPARE(states.at(0).at(0).toBool(), false);
+}
+
+void tst_Server::aRestartServesEachConnectionOnce()
+{
+    server->startServer();
+    server->stopServer();
+    QVERIFY(server->startServer());
+    const QSignalSpy states(server.get(), &Server::clientConnected);
+    ServedPeer peer(*server);
+    QCOMPARE(states.count(), 1);
+    peer.ask("{ cmdType = SERVER_INFO; }");
+    QCOMPARE(peer.received(), QByteArray());
+    QCOMPARE(server->findChildren<QTcpSocket *>().size(), 1);
+    QCOMPARE(dnsSd().living, 1);
+}
+
+void tst_Server::anEmptyQueueOfConnectionsIsNoConnection()
+{
+    const QSignalSpy states(server.get(), &Server::clientConnected);
+    QVERIFY(QMetaObject::invokeMethod(server.get(), "manageConnections"));
+    server->startServer();
+    QVERIFY(QMetaObject::invokeMethod(server.get(), "manageConnections"));
+    QCOMPARE(states.count(), 0);
+}
+
+// ---- Connections --------------------------------------------------------------------------------
+
+namespace {
+
+QList<bool> told(const QSignalSpy &states)
+{
+    QList<bool> values;
+    for (const auto &arguments : states) {
+        values.append(arguments.at(0).toBool());
+    }
+    return values;
+}
+
+} // namespace
+
+void tst_Server::connectionsAreTold()
+{
+    server->startServer();
+    QSignalSpy states(server.get(), &Server::clientConnected);
+    ServedPeer peer(*server);
+    QCOMPARE(told(states), QList<bool>{true});
+    peer.leave();
+    QVERIFY(waitUntil([&] { return states.count() == 2; }));
+    QCOMPARE(told(states), QList<bool>({true, false}));
+    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+}
+
+void tst_Server::oneOfTwoClientsLeavingIsToldAsNotConnected()
+{
+    server->startServer();
+    QSignalSpy states(server.get(), &Server::clientConnected);
+    ServedPeer first(*server);
+    ServedPeer second(*server);
+    first.leave();
+    QVERIFY(waitUntil([&] { return states.count() == 3; }));
+    QCOMPARE(told(states), QList<bool>({true, true, false}));
+    // The other one is served on.
+    QVERIFY(!second.ask("{ cmdType = SERVER_INFO; }").isEmpty());
+}
+
+void tst_Server::manyClientsAtOnceAreServed()
+{
+    server->startServer();
+    const QSignalSpy states(server.get(), &Server::clientConnected);
+    std::vector<std::unique_ptr<ServedPeer>> peers;
+    for (int count = 0; count < 40; ++count) {
+        peers.push_back(std::make_unique<ServedPeer>(*server));
+    }
+    QCOMPARE(states.count(), 40);
+    for (const auto &peer : peers) {
+        QCOMPARE(peer->ask("{ cmdType = SERVER_INFO; }").value("serverResponse").toString(),
+                 QString("OK"));
+    }
+}
+
+void tst_Server::acceptedSocketsAreTuned()
+{
+    server->startServer();
+    ServedPeer peer(*server);
+    const QTcpSocket &socket = *peer.served();
+    QCOMPARE(option(socket, SOL_SOCKET, SO_KEEPALIVE), 1);
+    QCOMPARE(option(socket, IPPROTO_TCP, TCP_KEEPIDLE), 15);
+    QCOMPARE(option(socket, IPPROTO_TCP, TCP_KEEPINTVL), 5);
+    QCOMPARE(option(socket, IPPROTO_TCP, TCP_KEEPCNT), 3);
+    QCOMPARE(option(socket, IPPROTO_TCP, TCP_NODELAY), 1);
+}
+
+void tst_Server::aClientThatLeftLeavesNoSocket()
+{
+    server->startServer();
+    const qsizetype before = server->findChildren<QObject *>().size();
+    for (int round = 0; round < 50; ++round) {
+        ServedPeer peer(*server);
+        QVERIFY(peer.served() != nullptr);
+        peer.leave();
+        QVERIFY(waitUntil([&] { return server->findChildren<QTcpSocket *>().isEmpty(); }));
+    }
+    QCOMPARE(server->findChildren<QObject *>().size(), before);
+}
+
+void tst_Server::acceptingPausesBeforeDescriptorsRunOut()
+{
+    server->startServer();
+    QSignalSpy states(server.get(), &Server::clientConnected);
+    // A peer takes two descriptors here: its own and the server's.
+    ServedPeer first(*server);
+    const DescriptorLimit scarce(2 + 15);
+    ServedPeer second(*server);
+    QCOMPARE(states.count(), 2);
+    QTcpSocket third;
+    third.connectToHost(QHostAddress(QHostAddress::LocalHost), server->serverPort());
+    QVERIFY(waitUntil([&] { return third.state() == QAbstractSocket::ConnectedState; }));
+    // The others are served meanwhile; the third has to wait.
+    QVERIFY(!first.ask("{ cmdType = SERVER_INFO; }").isEmpty());
+    QVERIFY(!second.ask("{ cmdType = SERVER_INFO; }").isEmpty());
+    QCOMPARE(states.count(), 2);
+
+    first.leave();
+    QVERIFY(waitUntil([&] { return states.count() == 4; }));
+    QCOMPARE(told(states), QList<bool>({true, true, false, true}));
+}
+
+void tst_Server::destructionEndsConnectionsAndKeepsWhatArrived()
+{
+    QSettings().setValue("downloadDirectory", home->subdirectory("received"));
+    const int before = openDescriptors();
+    server->startServer();
+    ServedPeer peer(*server);
+    peer.ask("{ cmdType = FILE_TRANSFER_AND_OPEN; cmdParameters = (note, 1000); }");
+    QVERIFY(peer.send("half of it"));
+    server.reset();
+    // The peer's own socket is left; the file, too, is closed by now.
+    QCOMPARE(openDescriptors(), before + 1);
+    QVERIFY(contentOf(home->path("received/note")).endsWith("half of it"));
+    QVERIFY(waitUntil([&] { return !peer.isConnected(); }));
+}
+
+QTEST_MAIN(tst_Server)
+#include "tst_Server.moc"

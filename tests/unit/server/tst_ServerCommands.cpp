@@ -1,0 +1,596 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "doubles/RecordingDesktop.h"
+#include "doubles/RecordingDnsSd.h"
+#include "doubles/RecordingPlatform.h"
+#include "server/Server.h"
+#include "support/MessageRecorder.h"
+#include "support/PrivateHome.h"
+#include "support/ServedPeer.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QImage>
+#include <QMimeData>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+EventRecord &events()
+{
+    return PlatformRecord::current().events;
+}
+
+/// The events of the pointer in their order, such as "1 3" for a press and a release.
+QString pointerEvents()
+{
+    QStringList types;
+    for (const EventRecord::MousePost &post : events().mousePosts()) {
+        for (const platform::MouseEvent &event : post.events) {
+            types.append(QString::number(static_cast<int>(event.type)));
+        }
+    }
+    return types.join(' ');
+}
+
+const char *const leftClick = "1 2";
+const char *const rightClick = "3 4";
+const char *const centerClick = "25 26";
+const char *const move = "5";
+
+QString response(const TokenMap &answer)
+{
+    return answer.value("serverResponse").toString();
+}
+
+QByteArray command(const QByteArray &type, const QByteArray &rest = QByteArray())
+{
+    return "{\n    cmdType = \"" + type + "\";\n    " + rest + "\n}";
+}
+
+} // namespace
+
+class tst_ServerCommands : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void otherCommandsAreIgnored_data();
+    void otherCommandsAreIgnored();
+    void theLastNamedCommandStaysInForce();
+
+    void pairingIsAnsweredWithItsParameters();
+    void pairingMayLackItsParameters_data();
+    void pairingMayLackItsParameters();
+
+    void serverInfoTellsHeightThenWidth();
+    void serverInfoReplacesTheParameters();
+
+    void keysAreTypedWithoutAnAnswer();
+    void keysAreTypedBeforeAnyPairing();
+    void withoutAKeyTheEmptyTextIsTyped();
+    void pointerCodesAreNumbers_data();
+    void pointerCodesAreNumbers();
+    void withoutACodeTheLeftButtonIsClicked();
+    void thePointerMovesByTwoNumbers_data();
+    void thePointerMovesByTwoNumbers();
+    void aMoveReusesEarlierParameters();
+    void applicationCommandsDoNothing();
+
+    void addressesAreOpened_data();
+    void addressesAreOpened();
+    void anEmptyAddressIsAnsweredAllTheSame();
+    void anAddressIsToldInOneByteLetters();
+
+    void textGoesToTheClipboard();
+    void theClipboardIsAnswered_data();
+    void theClipboardIsAnswered();
+    void aClipboardWithoutTextIsAnError_data();
+    void aClipboardWithoutTextIsAnError();
+    void textSentThenAskedForComesBack();
+    void aSlowClipboardHoldsNobodyUp();
+    void aSlowClipboardMayOutlastTheDevice();
+
+    void aFileIsReceivedAndOpened();
+    void aSizeThatIsNoNumberIsZero_data();
+    void aSizeThatIsNoNumberIsZero();
+    void aFileMayLackItsParameters();
+
+    void answersCarryWhatEarlierMessagesLeft();
+    void connectionsHaveMapsOfTheirOwn();
+
+private:
+    std::unique_ptr<PrivateHome> home;
+    std::unique_ptr<MessageRecorder> messages;
+    std::unique_ptr<RecordingDesktop> desktop;
+    std::unique_ptr<Server> server;
+    std::unique_ptr<ServedPeer> peer;
+};
+
+void tst_ServerCommands::init()
+{
+    home = std::make_unique<PrivateHome>();
+    QSettings().setValue("downloadDirectory", home->subdirectory("received"));
+    messages = std::make_unique<MessageRecorder>();
+    desktop = std::make_unique<RecordingDesktop>();
+    DnsSdRecord::current().reset();
+    PlatformRecord::current().reset();
+    QGuiApplication::clipboard()->clear();
+    server = std::make_unique<Server>(nullptr);
+    QVERIFY(server->startServer());
+    peer = std::make_unique<ServedPeer>(*server);
+    QVERIFY(peer->served() != nullptr);
+}
+
+void tst_ServerCommands::cleanup()
+{
+    peer.reset();
+    server.reset();
+    desktop.reset();
+    messages.reset();
+    QSettings().clear();
+    home.reset();
+}
+
+// ---- The frame ----------------------------------------------------------------------------------
+
+void tst_ServerCommands::otherCommandsAreIgnored_data()
+{
+    QTest::addColumn<QByteArray>("chunk");
+
+    for (const char *name : {"server_pair", "Server_Pair", "SERVER_PAI", "SERVER_PAIRS", "URL OPEN",
+                             "KEYBOARD", "", "OK"}) {
+        QTest::addRow("'%s'", name) << command(name, "fncCommand = A;");
+    }
+    QTest::newRow("no command") << QByteArray("{ fncCommand = A; }");
+    QTest::newRow("other key") << QByteArray("{ cmdtype = KEYBOARD_CMD; fncCommand = A; }");
+    QTest::newRow("list") << QByteArray("{ cmdType = (KEYBOARD_CMD, b); fncCommand = A; }");
+    QTest::newRow("answer") << QByteArray("{ serverResponse = OK; }");
+}
+
+void tst_ServerCommands::otherCommandsAreIgnored()
+{
+    QFETCH(QByteArray, chunk);
+    QVERIFY(peer->send(chunk));
+    QVERIFY(events().calls.empty());
+    QCOMPARE(messages->all(), QStringList());
+    peer->post(command("SERVER_INFO"));
+    QVERIFY(!peer->answer().isEmpty());
+    // That was the one answer to both.
+    QCOMPARE(peer->received(), QByteArray());
+}
+
+void tst_ServerCommands::theLastNamedCommandStaysInForce()
+{
+    QVERIFY(peer->send(command("KEYBOARD_CMD", "fncCommand = A;")));
+    QVERIFY(peer->send("{ fncCommand = B; }"));
+    const auto typed = events().keyboardEvents();
+    QCOMPARE(typed.size(), 4U);
+    QCOMPARE(typed[2].code, quint16(11));
+}
+
+// ---- SERVER_PAIR --------------------------------------------------------------------------------
+
+void tst_ServerCommands::pairingIsAnsweredWithItsParameters()
+{
+    const TokenMap answer =
+        peer->ask(command("SERVER_PAIR", "cmdParameters = (\n\"id 1\",\n\"My device\"\n);"));
+    const TokenMap expected = {{"cmdType", "SERVER_PAIR"},
+                               {"cmdParameters", QStringList{"id 1", "My device"}},
+                               {"serverResponse", "OK"}};
+    QCOMPARE(answer, expected);
+    QCOMPARE(messages->all(), QStringList{"warning: Device Connected "});
+    server->setNeedsPairingApproval(true);
+    QVERIFY(server->deviceIsPresent("id 1"));
+    QVERIFY(!server->deviceIsPresent("My device"));
+}
+
+void tst_ServerCommands::pairingMayLackItsParameters_data()
+{
+    QTest::addColumn<QByteArray>("parameters");
+    QTest::addColumn<QString>("identifier");
+
+    QTest::newRow("none") << QByteArray() << "";
+    QTest::newRow("empty list") << QByteArray("cmdParameters = ();") << "";
+    QTest::newRow("one") << QByteArray("cmdParameters = (id);") << "id";
+    QTest::newRow("text instead of a list") << QByteArray("cmdParameters = id;") << "id";
+}
+
+void tst_ServerCommands::pairingMayLackItsParameters()
+{
+    QFETCH(QByteArray, parameters);
+    QFETCH(QString, identifier);
+    const TokenMap answer = peer->ask(command("SERVER_PAIR", parameters));
+    QCOMPARE(response(answer), QString("OK"));
+    server->setNeedsPairingApproval(true);
+    QVERIFY(server->deviceIsPresent(identifier));
+}
+
+// ---- SERVER_INFO --------------------------------------------------------------------------------
+
+void tst_ServerCommands::serverInfoTellsHeightThenWidth()
+{
+    const TokenMap expected = {{"cmdType", "SERVER_INFO"},
+                               {"cmdParameters", QStringList{"1080", "1920", "MAC-OSX"}},
+                               {"serverResponse", "OK"}};
+    QCOMPARE(peer->ask(command("SERVER_INFO")), expected);
+    QCOMPARE(messages->all(), QStringList());
+}
+
+void tst_ServerCommands::serverInfoReplacesTheParameters()
+{
+    const TokenMap answer = peer->ask(command("SERVER_INFO", "cmdParameters = (a, b);"));
+    QCOMPARE(answer.value("cmdParameters").toStringList(),
+             QStringList({"1080", "1920", "MAC-OSX"}));
+}
+
+// ---- Input --------------------------------------------------------------------------------------
+
+void tst_ServerCommands::keysAreTypedWithoutAnAnswer()
+{
+    peer->ask(command("SERVER_PAIR", "cmdParameters = (id, name);"));
+    messages->clear();
+    QVERIFY(peer->send(command("KEYBOARD_CMD", "fncCommand = \"Cmd+Q\";")));
+    const std::vector<platform::KeyboardEvent> expected = {
+        {12, true, platform::Flag::Command, platform::EventTap::Session},
+        {12, false, platform::Flag::Command, platform::EventTap::Session}};
+    QVERIFY(events().keyboardEvents() == expected);
+    QCOMPARE(messages->all(), QStringList());
+    QVERIFY(!peer->ask(command("SERVER_INFO")).isEmpty());
+    QCOMPARE(peer->received(), QByteArray());
+}
+
+void tst_ServerCommands::keysAreTypedBeforeAnyPairing()
+{
+    server->setNeedsPairingApproval(true);
+    QVERIFY(peer->send(command("KEYBOARD_CMD", "fncCommand = a;")));
+    QCOMPARE(events().keyboardEvents().size(), 2U);
+}
+
+void tst_ServerCommands::withoutAKeyTheEmptyTextIsTyped()
+{
+    QVERIFY(peer->send(command("KEYBOARD_CMD")));
+    QVERIFY(events().calls.empty());
+    QCOMPARE(messages->warnings().size(), 2);
+    QVERIFY(messages->warnings().at(0).startsWith("KeyCode not vailable for "));
+    QCOMPARE(messages->warnings().at(1), QString("\"Problem executing the shortcut: \" "));
+}
+
+void tst_ServerCommands::pointerCodesAreNumbers_data()
+{
+    QTest::addColumn<QString>("events");
+
+    const auto row = [](const char *code, const char *events) { QTest::newRow(code) << events; };
+    row("0", leftClick);
+    row("1", rightClick);
+    row("2", centerClick);
+    row("3", leftClick);
+    row("5", "");
+    row("-1", "");
+    row("99", "");
+    row("2147483647", "");
+    row("abc", leftClick);
+    row("1x", leftClick);
+    row("1.0", leftClick);
+    row("0x1", leftClick);
+    row("1 2", leftClick);
+    row("2147483648", leftClick);
+    row("99999999999999999999", leftClick);
+    row("+1", rightClick);
+    row("01", rightClick);
+    row("-0", leftClick);
+    row("(1)", rightClick);
+    row("(1, 2)", leftClick);
+}
+
+void tst_ServerCommands::pointerCodesAreNumbers()
+{
+    QVERIFY(peer->send(
+        command("MOUSE_CMD", "fncCommand = " + QByteArray(QTest::currentDataTag()) + ";")));
+    QTEST(pointerEvents(), "events");
+    QCOMPARE(messages->all(), QStringList());
+    QVERIFY(!peer->ask(command("SERVER_INFO")).isEmpty());
+    QCOMPARE(peer->received(), QByteArray());
+}
+
+void tst_ServerCommands::withoutACodeTheLeftButtonIsClicked()
+{
+    QVERIFY(peer->send(command("MOUSE_CMD")));
+    QCOMPARE(pointerEvents(), QString(leftClick));
+    QVERIFY(peer->send(command("MOUSE_CMD", "fncCommand = ;")));
+    QCOMPARE(pointerEvents(), QString("1 2 1 2"));
+}
+
+void tst_ServerCommands::thePointerMovesByTwoNumbers_data()
+{
+    QTest::addColumn<QByteArray>("parameters");
+    QTest::addColumn<QList<double>>("position");
+
+    const QList<double> nowhere;
+    const auto row = [](const char *parameters, const QList<double> &position) {
+        QTest::newRow(parameters) << QByteArray(parameters) << position;
+    };
+    row("(\"10\", \"-5\")", {110, 45});
+    row("(10, -5)", {110, 45});
+    row("(0, 0)", {100, 50});
+    row("(abc, 7)", {100, 57});
+    row("(7, abc)", {107, 50});
+    row("(1.5, 2)", {100, 52});
+    row("(2147483648, 1)", {100, 51});
+    row("(, )", nowhere);
+    row("(, 3)", {100, 53});
+    row("(10)", nowhere);
+    row("(10, -5, 0)", nowhere);
+    row("()", nowhere);
+    row("10", nowhere);
+    row("", nowhere);
+}
+
+void tst_ServerCommands::thePointerMovesByTwoNumbers()
+{
+    QFETCH(QByteArray, parameters);
+    QFETCH(QList<double>, position);
+    events().location = {100, 50};
+    QVERIFY(
+        peer->send(command("MOUSE_CMD", "fncCommand = 4; cmdParameters = " + parameters + ";")));
+    QCOMPARE(pointerEvents(), QString(position.isEmpty() ? "" : move));
+    if (!position.isEmpty()) {
+        const platform::Location expected{position[0], position[1]};
+        QVERIFY(events().mousePosts()[0].events[0].position == expected);
+    }
+    QCOMPARE(messages->all(), QStringList());
+}
+
+void tst_ServerCommands::aMoveReusesEarlierParameters()
+{
+    QVERIFY(peer->send(command("MOUSE_CMD", "fncCommand = 4; cmdParameters = (10, -5);")));
+    QVERIFY(peer->send(command("MOUSE_CMD", "fncCommand = 4;")));
+    QCOMPARE(events().mousePosts().size(), 2U);
+    QVERIFY(events().mousePosts()[0] == events().mousePosts()[1]);
+}
+
+void tst_ServerCommands::applicationCommandsDoNothing()
+{
+    PlatformRecord::current().scripting.applications.insert("com.apple.finder", {true, "Files"});
+    QVERIFY(peer->send(
+        command("APPLICATION_CMD", "fncCommand = quit; cmdParameters = (Finder, Finder);")));
+    QVERIFY(events().calls.empty());
+    QCOMPARE(PlatformRecord::current().scripting.calls, QStringList());
+    QCOMPARE(messages->all(), QStringList());
+    QVERIFY(!peer->ask(command("SERVER_INFO")).isEmpty());
+    QCOMPARE(peer->received(), QByteArray());
+}
+
+// ---- Addresses ----------------------------------------------------------------------------------
+
+void tst_ServerCommands::addressesAreOpened_data()
+{
+    QTest::addColumn<QString>("url");
+
+    QTest::newRow("web") << "http://example.net/a?b=c";
+    QTest::newRow("secure web") << "https://example.net";
+    QTest::newRow("file") << "file:///etc/hostname";
+}
+
+void tst_ServerCommands::addressesAreOpened()
+{
+    QFETCH(QString, url);
+    const TokenMap answer =
+        peer->ask(command("URL_OPEN", "fncCommand = \"" + url.toLatin1() + "\";"));
+    const TokenMap expected = {
+        {"cmdType", "URL_OPEN"}, {"fncCommand", url}, {"serverResponse", "OK"}};
+    QCOMPARE(answer, expected);
+    QCOMPARE(desktop->opened, QStringList{url});
+    QCOMPARE(messages->all(), QStringList{"warning: Opening URL:  " + url + " "});
+}
+
+void tst_ServerCommands::anEmptyAddressIsAnsweredAllTheSame()
+{
+    QCOMPARE(response(peer->ask(command("URL_OPEN"))), QString("OK"));
+    QCOMPARE(response(peer->ask(command("URL_OPEN", "fncCommand = ;"))), QString("OK"));
+    QCOMPARE(messages->warnings().value(0), QString("Opening URL:   "));
+    QCOMPARE(desktop->opened, QStringList());
+}
+
+void tst_ServerCommands::anAddressIsToldInOneByteLetters()
+{
+    peer->ask(command("URL_OPEN", "fncCommand = http://example.net/\xe9;"));
+    QCOMPARE(messages->warnings(),
+             QStringList{QStringLiteral("Opening URL:  http://example.net/\u00e9 ")});
+}
+
+// ---- The clipboard ------------------------------------------------------------------------------
+
+void tst_ServerCommands::textGoesToTheClipboard()
+{
+    const TokenMap answer = peer->ask(command("TEXT_TRANSFER_AND_OPEN", "fncCommand = hello;"));
+    const TokenMap expected = {
+        {"cmdType", "TEXT_TRANSFER_AND_OPEN"}, {"fncCommand", ""}, {"serverResponse", "OK"}};
+    QCOMPARE(answer, expected);
+    QCOMPARE(QGuiApplication::clipboard()->text(), QString("hello"));
+    QCOMPARE(messages->all(), QStringList{"warning: You have text in clipboard... "});
+    QCOMPARE(desktop->opened, QStringList());
+}
+
+void tst_ServerCommands::theClipboardIsAnswered_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("text") << "hello";
+    QTest::newRow("empty text") << "";
+    QTest::newRow("Latin-1") << QStringLiteral("\u00e9\u00ff");
+}
+
+void tst_ServerCommands::theClipboardIsAnswered()
+{
+    QFETCH(QString, text);
+    QGuiApplication::clipboard()->setText(text);
+    const TokenMap expected = {{"cmdType", "SERVER_CLIPBOARD_REQUEST"},
+                               {"cmdParameters", QStringList{text}},
+                               {"serverResponse", "OK"}};
+    QCOMPARE(peer->ask(command("SERVER_CLIPBOARD_REQUEST", "cmdParameters = (a, b);")), expected);
+    QCOMPARE(messages->all(), QStringList());
+}
+
+void tst_ServerCommands::aClipboardWithoutTextIsAnError_data()
+{
+    QTest::addColumn<QString>("content");
+    QTest::newRow("nothing") << "nothing";
+    QTest::newRow("image") << "image";
+    QTest::newRow("only HTML") << "html";
+}
+
+void tst_ServerCommands::aClipboardWithoutTextIsAnError()
+{
+    QFETCH(QString, content);
+    auto *data = new QMimeData;
+    if (content == "image") {
+        data->setImageData(QImage(1, 1, QImage::Format_RGB32));
+    } else if (content == "html") {
+        data->setHtml("<b>bold</b>");
+    }
+    QGuiApplication::clipboard()->setMimeData(data);
+    const TokenMap expected = {{"cmdType", "SERVER_CLIPBOARD_REQUEST"},
+                               {"cmdParameters", QStringList{"a", "b"}},
+                               {"serverResponse", "ERROR"}};
+    QCOMPARE(peer->ask(command("SERVER_CLIPBOARD_REQUEST", "cmdParameters = (a, b);")), expected);
+}
+
+void tst_ServerCommands::textSentThenAskedForComesBack()
+{
+    peer->ask(
+        command("TEXT_TRANSFER_AND_OPEN", "fncCommand = \"[[[IGNORE]]]a;b[[[ENDIGNORE]]]\";"));
+    const TokenMap answer = peer->ask(command("SERVER_CLIPBOARD_REQUEST"));
+    QCOMPARE(QGuiApplication::clipboard()->text(), QString("a;b"));
+    QCOMPARE(response(answer), QString("OK"));
+}
+
+void tst_ServerCommands::aSlowClipboardHoldsNobodyUp()
+{
+    PlatformRecord &host = PlatformRecord::current();
+    host.isClipboardSlow = true;
+    QVERIFY(peer->send(command("SERVER_CLIPBOARD_REQUEST")));
+    QCOMPARE(host.waitingReaders.size(), 1U);
+    QVERIFY(peer->send(command("KEYBOARD_CMD", "fncCommand = A;")));
+    QCOMPARE(events().keyboardEvents().size(), 2U);
+    QCOMPARE(peer->received(), QByteArray());
+
+    host.waitingReaders.front()(QString("late"));
+    const TokenMap answer = peer->answer();
+    QCOMPARE(answer.value("cmdParameters").toStringList(), QStringList{"late"});
+    QCOMPARE(response(answer), QString("OK"));
+    host.waitingReaders.front()(std::nullopt);
+    QCOMPARE(response(peer->answer()), QString("ERROR"));
+}
+
+void tst_ServerCommands::aSlowClipboardMayOutlastTheDevice()
+{
+    PlatformRecord &host = PlatformRecord::current();
+    host.isClipboardSlow = true;
+    QVERIFY(peer->send(command("SERVER_CLIPBOARD_REQUEST")));
+    QCOMPARE(host.waitingReaders.size(), 1U);
+    peer->leave();
+    QVERIFY(waitUntil([&] { return peer->served() == nullptr; }));
+    host.waitingReaders.front()(QString("late"));
+    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+}
+
+// ---- Files --------------------------------------------------------------------------------------
+
+void tst_ServerCommands::aFileIsReceivedAndOpened()
+{
+    const QByteArray request =
+        command("FILE_TRANSFER_AND_OPEN", "cmdParameters = (\"photo.jpg\", \"2048\");");
+    const TokenMap answer = peer->ask(request);
+    const QStringList parameters = {"photo.jpg", "2048"};
+    TokenMap expected = {{"cmdType", "FILE_TRANSFER_AND_OPEN"},
+                         {"cmdParameters", parameters},
+                         {"serverResponse", "START_BINARY_TRANSFER"}};
+    QCOMPARE(answer, expected);
+    const QString path = home->path("received/photo.jpg");
+    QCOMPARE(messages->all(),
+             QStringList({"warning: Received request to save file:  photo.jpg  of size  2048 ",
+                          "debug: File:  \"" + path + "\" ",
+                          "debug: \"Asked the client to start the file transfer...\" "}));
+
+    const QByteArray content(2048, '\xff');
+    QVERIFY(peer->send(content.first(2048 - request.size())));
+    QCOMPARE(desktop->opened, QStringList());
+    QVERIFY(peer->send(content.last(request.size())));
+    expected["serverResponse"] = "OK";
+    QCOMPARE(peer->answer(), expected);
+    QCOMPARE(contentOf(path), request + content);
+    QCOMPARE(desktop->opened, QStringList{"file://" + path});
+}
+
+void tst_ServerCommands::aSizeThatIsNoNumberIsZero_data()
+{
+    QTest::addColumn<QByteArray>("size");
+    for (const char *size : {"abc", "-1", "1.5", "0x10", "18446744073709551616"}) {
+        QTest::newRow(size) << QByteArray(size);
+    }
+}
+
+void tst_ServerCommands::aSizeThatIsNoNumberIsZero()
+{
+    QFETCH(QByteArray, size);
+    // With size 0 the request itself already fills the file, so a second answer follows at once.
+    peer->post(command("FILE_TRANSFER_AND_OPEN", "cmdParameters = (photo.jpg, " + size + ");"));
+    QCOMPARE(response(peer->answer()), QString("START_BINARY_TRANSFER"));
+    QCOMPARE(response(peer->answer()), QString("OK"));
+    QCOMPARE(messages->warnings(),
+             QStringList{"Received request to save file:  photo.jpg  of size  0 "});
+    QCOMPARE(desktop->opened, QStringList{"file://" + home->path("received/photo.jpg")});
+}
+
+void tst_ServerCommands::aFileMayLackItsParameters()
+{
+    // Without a name there is no file, and the transfer never ends.
+    const TokenMap answer = peer->ask(command("FILE_TRANSFER_AND_OPEN"));
+    QCOMPARE(response(answer), QString("START_BINARY_TRANSFER"));
+    QCOMPARE(messages->warnings(), QStringList{"Received request to save file:    of size  0 "});
+    QCOMPARE(desktop->opened, QStringList());
+}
+
+// ---- The map ------------------------------------------------------------------------------------
+
+void tst_ServerCommands::answersCarryWhatEarlierMessagesLeft()
+{
+    QVERIFY(peer->send(command("MOUSE_CMD", "fncCommand = 5; extra = (x);")));
+    const TokenMap expected = {{"cmdType", "URL_OPEN"},
+                               {"fncCommand", "5"},
+                               {"extra", QStringList{"x"}},
+                               {"serverResponse", "OK"}};
+    QCOMPARE(peer->ask(command("URL_OPEN")), expected);
+}
+
+void tst_ServerCommands::connectionsHaveMapsOfTheirOwn()
+{
+    QVERIFY(peer->send(command("MOUSE_CMD", "fncCommand = 5;")));
+    ServedPeer other(*server);
+    QVERIFY(!other.ask(command("SERVER_INFO")).contains("fncCommand"));
+}
+
+/// A screen that is not a square, or height and width could not be told apart.
+int main(int argc, char **argv)
+{
+    const QTemporaryDir directory;
+    QFile screens(directory.filePath("screens.json"));
+    if (!screens.open(QIODevice::WriteOnly)) {
+        return 1;
+    }
+    screens.write(R"({"screens": [{"name": "one", "x": 0, "y": 0, "width": 1920, "height": 1080,
+                                   "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]})");
+    screens.close();
+    qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + QFile::encodeName(screens.fileName()));
+    const QApplication application(argc, argv);
+    tst_ServerCommands tests;
+    return QTest::qExec(&tests, argc, argv);
+}
+
+#include "tst_ServerCommands.moc"
