@@ -11,22 +11,30 @@
 #include <QSettings>
 
 #include <cstdio>
-#include <cstdlib>
+#include <memory>
+#include <stdexcept>
 
 /// A desktop with the server in it, for programs that measure: whatever is missing ends them.
 class ServerBench
 {
 public:
-    [[noreturn]] static void giveUp(const QByteArray &why)
+    /// Measures, and tells why when something was missing.
+    /// \return the program's exit status.
+    template <typename Measurement> static int run(Measurement measurement)
     {
-        std::fprintf(stderr, "%s\n", why.constData());
-        std::exit(1);
+        try {
+            measurement();
+            return 0;
+        } catch (const std::runtime_error &error) {
+            std::fprintf(stderr, "%s\n", error.what());
+            return 1;
+        }
     }
 
     static void require(bool isTrue, const QByteArray &what)
     {
         if (!isTrue)
-            giveUp("failed: " + what);
+            throw std::runtime_error("failed: " + what.toStdString());
     }
 
     /// Received files go to that folder.

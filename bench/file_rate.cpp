@@ -70,10 +70,15 @@ private:
     QByteArray m_chunk{MiB, Qt::Uninitialized};
 };
 
+double inMebibytes(qint64 bytes)
+{
+    return static_cast<double>(bytes) / static_cast<double>(MiB);
+}
+
 double rateSince(steady_clock::time_point start, qint64 bytes)
 {
     const duration<double> time = steady_clock::now() - start;
-    return static_cast<double>(bytes) / static_cast<double>(MiB) / time.count();
+    return inMebibytes(bytes) / time.count();
 }
 
 QByteArray request(const QString &name, qint64 size)
@@ -141,12 +146,8 @@ void print(const char *name, const Sample &rates)
                 rates.atShare(0), rates.largest());
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+void compare(const QStringList &arguments)
 {
-    QCoreApplication application(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
     const QTemporaryDir folder(QDir(arguments.value(1)).absoluteFilePath("file-rate-XXXXXX"));
     ServerBench::require(folder.isValid(), "a folder for the files");
     const int size = arguments.value(2).toInt();
@@ -168,6 +169,13 @@ int main(int argc, char **argv)
     std::printf("ratio of the medians %.2f (goal: at least 0.9)\n",
                 ofServer.median() / ofSocat.median());
     std::printf("peak memory of the server %+.1f MiB over its memory before (goal: below 16)\n",
-                static_cast<double>(ProcessMemory::peak(bench.processId()) - before) /
-                    static_cast<double>(MiB));
+                inMebibytes(ProcessMemory::peak(bench.processId()) - before));
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    return ServerBench::run([] { compare(QCoreApplication::arguments()); });
 }

@@ -30,7 +30,7 @@ test_packages() {
     build_packages
     demo_packages
     printf '%s\n' avahi-daemon avahi-utils clang clang-format-14 desktop-file-utils dex git \
-        libclang-rt-14-dev shellcheck socat wmctrl xclip
+        libclang-rt-14-dev libglib2.0-bin poppler-utils shellcheck socat tmux wmctrl xclip
 }
 
 # Of the packages named, those that are not installed, one a line.

@@ -61,6 +61,9 @@ DNSServiceErrorType DNSServiceRegister(DNSServiceRef *reference, DNSServiceFlags
     std::memcpy(portBytes.data(), &port, sizeof port);
     record.registrations.push_back({flags, interfaceIndex, name, type, copied(domain), copied(host),
                                     portBytes, textLength, text != nullptr, callback, context});
+    if (record.onRegister) {
+        record.onRegister();
+    }
     if (record.registerResult != kDNSServiceErr_NoError) {
         return record.registerResult;
     }

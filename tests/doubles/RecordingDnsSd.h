@@ -53,6 +53,7 @@ struct DnsSdRecord
     DNSServiceErrorType processResult = kDNSServiceErr_NoError;
     bool hasSocket = true;
     /// Called inside the operations of these names.
+    std::function<void()> onRegister;
     std::function<void()> onProcess;
     std::function<void()> onRelease;
 };

@@ -87,6 +87,18 @@ void DesktopSession::startWindowManager()
     m_windowManager.setStandardErrorFile(path(QStringLiteral("openbox.log")));
     m_windowManager.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
     require(waitUntil([this] { return m_view->hasWindowManager(); }), "openbox");
+    // It announces itself before it listens, and overlooks what happens in between.
+    require(waitUntil([this] { return windowManagerAnswers(); }), "answers of openbox");
+}
+
+bool DesktopSession::windowManagerAnswers() const
+{
+    ChildProcess request;
+    request.setProcessEnvironment(environment());
+    request.start(QStringLiteral("xdotool"),
+                  {QStringLiteral("set_num_desktops"), QStringLiteral("1"),
+                   QStringLiteral("get_num_desktops")});
+    return request.waitForFinished() && request.readAllStandardOutput().trimmed() == "1";
 }
 
 bool DesktopSession::startTray()

@@ -50,6 +50,7 @@ private:
     void makeFolders();
     void startBus();
     void startWindowManager();
+    bool windowManagerAnswers() const;
     void require(bool isThere, const QByteArray &what);
 
     QTemporaryDir m_folder;

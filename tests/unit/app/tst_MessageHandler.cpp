@@ -26,6 +26,7 @@ private slots:
     void aWarningIsABalloonOfTenSeconds();
     void theTextIsShownAsItCame_data();
     void theTextIsShownAsItCame();
+    void aTextThatNobodyCouldReadIsCut();
     void otherMessagesAreSwallowed_data();
     void otherMessagesAreSwallowed();
     void theEarlierHandlerIsNotCalledMeanwhile();
@@ -100,6 +101,16 @@ void tst_MessageHandler::theTextIsShownAsItCame()
     MessageHandlerOutput(QtWarningMsg, QMessageLogContext(), text);
     handler().shutdown();
     QCOMPARE(balloonTexts(), QStringList{text});
+}
+
+void tst_MessageHandler::aTextThatNobodyCouldReadIsCut()
+{
+    const QString longest(2'000, u'x');
+    handler().installMessageHandler(icon.get());
+    MessageHandlerOutput(QtWarningMsg, QMessageLogContext(), longest);
+    MessageHandlerOutput(QtWarningMsg, QMessageLogContext(), longest + u'y');
+    handler().shutdown();
+    QCOMPARE(balloonTexts(), QStringList({longest, QString(1'999, u'x') + u'\u2026'}));
 }
 
 void tst_MessageHandler::otherMessagesAreSwallowed_data()

@@ -69,6 +69,7 @@ private slots:
     void theServerRunsAtOnce();
     void startingIsToldByABalloon();
     void theToggleStopsAndStarts();
+    void theLightIsOrangeWhileTheServerStarts();
     void startingOrStoppingTwiceFollowsTheState();
     void aFailedFirstStartIsRed();
     void aFailedLaterStartIsRed();
@@ -270,6 +271,16 @@ void tst_Window::theToggleStopsAndStarts()
     QCOMPARE(toggle->text(), QString("Stop Server"));
     QVERIFY(toggle->isChecked());
     QCOMPARE(balloonTexts(), QStringList({"Server Started... ", "Server Started... "}));
+}
+
+void tst_Window::theLightIsOrangeWhileTheServerStarts()
+{
+    makeWindow();
+    window->stopServer();
+    QString seen;
+    DnsSdRecord::current().onRegister = [&] { seen = light(); };
+    window->startServer();
+    QCOMPARE(seen, QString("arancio"));
 }
 
 void tst_Window::startingOrStoppingTwiceFollowsTheState()

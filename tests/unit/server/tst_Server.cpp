@@ -395,7 +395,9 @@ void tst_Server::aRestartServesEachConnectionOnce()
     ServedPeer peer(*server);
     QCOMPARE(states.count(), 1);
     peer.ask("{ cmdType = SERVER_INFO; }");
-    QCOMPARE(peer.received(), QByteArray());
+    // A second answer to the first question would be taken for this one's.
+    const TokenMap next = peer.ask("{ cmdType = SERVER_PAIR; cmdParameters = (id, name); }");
+    QCOMPARE(next.value("cmdType").toString(), QString("SERVER_PAIR"));
     QCOMPARE(server->findChildren<QTcpSocket *>().size(), 1);
     QCOMPARE(dnsSd().living, 1);
 }
