@@ -11,10 +11,9 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     TokenMap token;
-    TokenText::read(QByteArrayView(data, static_cast<qsizetype>(size)),
-                    [&token](const QString &key, const QVariant &value) {
-                        token.insert(key, value);
-                    });
+    TokenText::read(
+        QByteArrayView(data, static_cast<qsizetype>(size)),
+        [&token](const QString &key, const QVariant &value) { token.insert(key, value); });
     TokenText::write(token);
     return 0;
 }
