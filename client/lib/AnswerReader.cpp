@@ -24,12 +24,12 @@ public:
         if (!skip("{")) {
             return 0;
         }
-        while (!skip("}")) {
+        while (!isEnd(position)) {
             if (!scanEntry(entries)) {
                 return 0;
             }
         }
-        return position;
+        return position + 1;
     }
 
 private:
@@ -91,11 +91,22 @@ private:
         return std::nullopt;
     }
 
+    /// A brace behind which nothing comes, or another answer. Keys may hold braces, but never start
+    /// with a blank.
+    bool isEnd(qsizetype at) const
+    {
+        if (!startsWith("}", at)) {
+            return false;
+        }
+        const QByteArrayView behind = bytes.sliced(at + 1);
+        return behind.isEmpty() || (behind.startsWith('{') && !behind.startsWith("{ "));
+    }
+
     /// True when the answer ends here or another entry begins.
     bool isBorder(qsizetype at) const
     {
-        if (startsWith("}", at)) {
-            return at + 1 == bytes.size() || startsWith("{", at + 1);
+        if (isEnd(at)) {
+            return true;
         }
         const qsizetype equals = bytes.indexOf(" =", at);
         if (equals == -1 || bytes.sliced(at, equals - at).contains('"')) {

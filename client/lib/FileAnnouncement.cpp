@@ -47,10 +47,11 @@ QByteArray wrappedForJpeg(const QByteArray &kept, const QByteArray &token)
     return header + comment;
 }
 
-/// Readers look for the header within the first 1024 bytes, and a comment ends with the line.
+/// Readers look for the header within the first 1024 bytes, and a comment ends with the line. The
+/// server looks for the token's brace from the third byte on.
 QByteArray wrappedForPdf(const QByteArray &, const QByteArray &token)
 {
-    return "%" + token + "\n";
+    return "%% " + token + "\n";
 }
 
 QByteArray wrappedForMarkup(const QByteArray &, const QByteArray &token)

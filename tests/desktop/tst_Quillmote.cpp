@@ -13,6 +13,7 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
+#include <QTimer>
 
 #include <xkbcommon/xkbcommon-keysyms.h>
 
@@ -164,7 +165,8 @@ void tst_Quillmote::infoTellsTheSizeOfTheDesktop()
         u"xwininfo"_s, {u"-display"_s, scene->session().display(), u"-root"_s, u"-stats"_s});
     const QByteArray width = "Width: " + QByteArray::number(told.value("width").toInt());
     const QByteArray height = "Height: " + QByteArray::number(told.value("height").toInt());
-    QVERIFY2(geometry.contains(width + '\n') && geometry.contains(height + '\n'), geometry);
+    QVERIFY2(geometry.contains(width + '\n') && geometry.contains(height + '\n'),
+             geometry.constData());
     QCOMPARE(told.value("platform").toString(), u"MAC-OSX"_s);
     QVERIFY(at({u"info"_s}).output.contains(" pixels, MAC-OSX\n"));
 }
@@ -262,7 +264,7 @@ void tst_Quillmote::receivedFilesOpenLikeTheOriginals()
     const Run run = at({u"send"_s, photo, original(u"page.pdf"_s), original(u"script.sh"_s),
                         original(u"page.html"_s)});
     QCOMPARE(run.status, 0);
-    QVERIFY2(!run.errors.contains("note:"), run.errors);
+    QVERIFY2(!run.errors.contains("note:"), run.errors.constData());
 
     QCOMPARE(outputOf(u"compare"_s,
                       {u"-metric"_s, u"AE"_s, photo, received(u"photo.jpg"_s), u"null:"_s}),
@@ -442,7 +444,8 @@ void tst_Quillmote::theRemoteTypesMovesAndRestoresTheTerminal()
           u"%1 remote --host 127.0.0.1 --port %2"_s.arg(qEnvironmentVariable("VORNA_QUILLMOTE"))
               .arg(scene->port()),
           u"Enter"_s});
-    QVERIFY2(waitUntil([&] { return screen().contains("| paired | ready |"); }), screen());
+    QVERIFY2(waitUntil([&] { return screen().contains("| paired | ready |"); }),
+             screen().constData());
     const QPoint before = watcher.pointerPosition();
     tmux({u"send-keys"_s, u"-l"_s, u"Hi!"_s});
     QVERIFY(waitUntil([&] { return watcher.typedText() == u"Hi!"_s; }));
@@ -454,7 +457,7 @@ void tst_Quillmote::theRemoteTypesMovesAndRestoresTheTerminal()
     tmux({u"send-keys"_s, u"C-]"_s});
     QVERIFY(waitUntil([&] { return screen().trimmed().endsWith("prompt>"); }));
     tmux({u"send-keys"_s, u"stty -a | tr ';' '\\n' | grep -c -- '-echo '"_s, u"Enter"_s});
-    QVERIFY2(waitUntil([&] { return screen().contains("\n0\n"); }), screen());
+    QVERIFY2(waitUntil([&] { return screen().contains("\n0\n"); }), screen().constData());
     tmux({u"kill-server"_s});
 }
 
@@ -477,7 +480,7 @@ void tst_Quillmote::theRemoteEndsWhenTheServerGoes()
           u"Enter"_s});
     QVERIFY(waitUntil([&] { return screen().contains("| ready |"); }));
     QCOMPARE(other.problemAtEnd(), QByteArray());
-    QVERIFY2(waitUntil([&] { return screen().contains("status 3"); }), screen());
+    QVERIFY2(waitUntil([&] { return screen().contains("status 3"); }), screen().constData());
     QVERIFY(screen().contains("is lost"));
     tmux({u"kill-server"_s});
 }

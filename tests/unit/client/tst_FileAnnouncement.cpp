@@ -68,7 +68,8 @@ void tst_FileAnnouncement::theServerReadsItInsideAComment_data()
     QTest::addColumn<qint64>("skipped");
     QTest::newRow("JPEG") << QByteArray("\xff\xd8\xff\xe0\x00\x10JFIF", 10) << u"JPEG"_s
                           << QByteArray("\xff\xd8\xff\xfe") << qint64(2);
-    QTest::newRow("PDF") << QByteArray("%PDF-1.7\n") << u"PDF"_s << QByteArray("%{ ") << qint64(0);
+    QTest::newRow("PDF") << QByteArray("%PDF-1.7\n") << u"PDF"_s << QByteArray("%% { ")
+                         << qint64(0);
     QTest::newRow("HTML") << QByteArray("<!DOCTYPE html><html>") << u"HTML"_s
                           << QByteArray("<!-- { ") << qint64(0);
     QTest::newRow("script") << QByteArray("#!/bin/sh\necho {\n") << u"script"_s

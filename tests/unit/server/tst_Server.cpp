@@ -10,8 +10,8 @@
 #include "support/PrivateHome.h"
 #include "support/ServedPeer.h"
 
-#include <QHostInfo>
 #include <QMetaMethod>
+#include <QNetworkProxy>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -21,6 +21,19 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+
+namespace {
+
+QByteArray hostName = "desk";
+
+} // namespace
+
+// Takes precedence over the system's, so that the host has a name of our choice.
+extern "C" int gethostname(char *name, size_t size) noexcept
+{
+    qstrncpy(name, hostName.constData(), size);
+    return 0;
+}
 
 namespace {
 
@@ -82,6 +95,10 @@ private slots:
     void startingGoesOnWithoutTheDaemon();
     void aNameThatIsTakenGetsANumber();
     void onlyNineNamesAreTried();
+    void aStoppedServerTriesNoFurtherName();
+    void aLongHostNameIsCut_data();
+    void aLongHostNameIsCut();
+    void theProxyOfTheDesktopIsNotUsed();
     void aDaemonThatComesBackHearsOfTheServerAgain();
     void aDaemonThatComesBackHearsNothingOfAStoppedServer();
     void startingFailsWithoutADescriptor();
@@ -272,7 +289,7 @@ void tst_Server::startingAdvertisesTheHostsNameAndThePort()
     QVERIFY(server->startServer());
     QCOMPARE(dnsSd().registrations.size(), 1U);
     const DnsSdRecord::Registration &registration = dnsSd().registrations.front();
-    QCOMPARE(registration.name, QHostInfo::localHostName().toUtf8());
+    QCOMPARE(registration.name, QByteArray("desk"));
     QCOMPARE(registration.type, QByteArray("_quillmote._tcp"));
     QVERIFY(!registration.domain.has_value());
     const quint16 port = server->serverPort();
@@ -300,7 +317,7 @@ void tst_Server::aNameThatIsTakenGetsANumber()
     dnsSd().registerResult = kDNSServiceErr_NoError;
     QVERIFY(waitUntil([] { return dnsSd().living == 1; }));
     QCOMPARE(dnsSd().registrations.size(), 2U);
-    QCOMPARE(dnsSd().registrations[1].name, QHostInfo::localHostName().toUtf8() + " #2");
+    QCOMPARE(dnsSd().registrations[1].name, QByteArray("desk #2"));
     QCOMPARE(dnsSd().registrations[1].portBytes, dnsSd().registrations[0].portBytes);
 }
 
@@ -312,7 +329,55 @@ void tst_Server::onlyNineNamesAreTried()
     QTest::qWait(0);
     QCoreApplication::processEvents();
     QCOMPARE(dnsSd().registrations.size(), 9U);
-    QVERIFY(dnsSd().registrations.back().name.endsWith(" #9"));
+    QVERIFY(dnsSd().registrations.back().name == "desk #9");
+}
+
+void tst_Server::aStoppedServerTriesNoFurtherName()
+{
+    dnsSd().registerResult = kDNSServiceErr_NameConflict;
+    server->startServer();
+    server->stopServer();
+    QCoreApplication::processEvents();
+    QCOMPARE(dnsSd().registrations.size(), 1U);
+}
+
+void tst_Server::aLongHostNameIsCut_data()
+{
+    QTest::addColumn<QByteArray>("host");
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<QByteArray>("secondName");
+
+    const QByteArray umlaut = "\xc3\xbc";
+    QTest::newRow("as long as allowed")
+        << QByteArray(63, 'h') << QByteArray(63, 'h') << QByteArray(60, 'h') + " #2";
+    QTest::newRow("longer") << QByteArray(64, 'h') << QByteArray(63, 'h')
+                            << QByteArray(60, 'h') + " #2";
+    QTest::newRow("between the bytes of a letter")
+        << umlaut.repeated(32) << umlaut.repeated(31) << umlaut.repeated(30) + " #2";
+}
+
+void tst_Server::aLongHostNameIsCut()
+{
+    QFETCH(QByteArray, host);
+    hostName = host;
+    dnsSd().registerResult = kDNSServiceErr_NameConflict;
+    server->startServer();
+    const bool areTwo = waitUntil([] { return dnsSd().registrations.size() >= 2; });
+    hostName = "desk";
+    QVERIFY(areTwo);
+    QTEST(dnsSd().registrations[0].name, "name");
+    QTEST(dnsSd().registrations[1].name, "secondName");
+}
+
+void tst_Server::theProxyOfTheDesktopIsNotUsed()
+{
+    QNetworkProxy::setApplicationProxy({QNetworkProxy::HttpProxy, "localhost", 9});
+    Server other(nullptr);
+    const bool isListening = other.startServer();
+    QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
+    QVERIFY(isListening);
+    ServedPeer peer(other);
+    QVERIFY(peer.served() != nullptr);
 }
 
 void tst_Server::aDaemonThatComesBackHearsOfTheServerAgain()
