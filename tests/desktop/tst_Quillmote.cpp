@@ -105,7 +105,6 @@ private slots:
     void infoTellsTheSizeOfTheDesktop();
     void pairIsAcceptedWhenNobodyIsAsked();
     void keysAreTyped();
-    void aThousandKeysAllArriveInOrder();
     void thePointerMovesAndClicks();
     void textGoesToTheClipboardAndBack();
     void copyAndPasteWorkInPipes();
@@ -186,18 +185,6 @@ void tst_Quillmote::keysAreTyped()
     QVERIFY(waitUntil([&] { return watcher.typedText().size() >= 6; }));
     QCOMPARE(watcher.typedText(), u"hi! [;"_s);
     QVERIFY(watcher.keysDown().empty());
-}
-
-void tst_Quillmote::aThousandKeysAllArriveInOrder()
-{
-    InputWatcher watcher(scene->session().display());
-    const Run run = at({u"key"_s, u"A"_s, u"B"_s, u"C"_s, u"D"_s, u"--repeat"_s, u"250"_s,
-                        u"--timeout"_s, u"60"_s});
-    QCOMPARE(run.status, 0);
-    QVERIFY(waitUntil([&] { return watcher.typedText().size() >= 1000; }));
-    watcher.sync();
-    QCOMPARE(watcher.typedText(), u"abcd"_s.repeated(250));
-    qInfo("1000 keys in %lld ms", static_cast<long long>(run.milliseconds));
 }
 
 void tst_Quillmote::thePointerMovesAndClicks()

@@ -10,6 +10,7 @@
 #include "support/PrivateHome.h"
 #include "support/ServedPeer.h"
 
+#include <QHostInfo>
 #include <QMetaMethod>
 #include <QNetworkProxy>
 #include <QSignalSpy>
@@ -28,11 +29,10 @@ QByteArray hostName = "desk";
 
 } // namespace
 
-// Takes precedence over the system's, so that the host has a name of our choice.
-extern "C" int gethostname(char *name, size_t size) noexcept
+// Takes precedence over the toolkit's, so that the host has a name of our choice.
+QString QHostInfo::localHostName()
 {
-    qstrncpy(name, hostName.constData(), size);
-    return 0;
+    return QString::fromUtf8(hostName);
 }
 
 namespace {
