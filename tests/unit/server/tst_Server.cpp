@@ -25,14 +25,14 @@
 
 namespace {
 
-QByteArray hostName = "desk";
+QByteArray ownHostName = "desk";
 
 } // namespace
 
 // Takes precedence over the toolkit's, so that the host has a name of our choice.
 QString QHostInfo::localHostName()
 {
-    return QString::fromUtf8(hostName);
+    return QString::fromUtf8(ownHostName);
 }
 
 namespace {
@@ -359,11 +359,11 @@ void tst_Server::aLongHostNameIsCut_data()
 void tst_Server::aLongHostNameIsCut()
 {
     QFETCH(QByteArray, host);
-    hostName = host;
+    ownHostName = host;
     dnsSd().registerResult = kDNSServiceErr_NameConflict;
     server->startServer();
     const bool areTwo = waitUntil([] { return dnsSd().registrations.size() >= 2; });
-    hostName = "desk";
+    ownHostName = "desk";
     QVERIFY(areTwo);
     QTEST(dnsSd().registrations[0].name, "name");
     QTEST(dnsSd().registrations[1].name, "secondName");
