@@ -265,7 +265,7 @@ void tst_Quillmote::receivedFilesOpenLikeTheOriginals()
 
 void tst_Quillmote::aFormatWithoutCommentsIsToldBefore()
 {
-    const QByteArray content("\x89PNG\r\n\x1a\n\0\0\0\rnot really", 24);
+    const QByteArray content = QByteArrayLiteral("\x89PNG\r\n\x1a\n\0\0\0\rnot really");
     writeFile(original(u"image.png"_s), content);
     const Run run = at({u"send"_s, u"--json"_s, original(u"image.png"_s)});
     QCOMPARE(run.status, 0);

@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QTest>
+#include <QUuid>
 
 #include <sys/stat.h>
 
@@ -41,6 +42,13 @@ QByteArray exactRequest(const QString &name, qint64 contentSize)
     for (int round = 0; round < 3; ++round)
         request = fileRequest(name, request.size() + contentSize - 1);
     return request;
+}
+
+/// A file name that no earlier run, of a broken server say, can have left in a shared folder.
+const QString &nameOfThisRun()
+{
+    static const QString name = QUuid::createUuid().toString(QUuid::WithoutBraces);
+    return name;
 }
 
 } // namespace
@@ -348,11 +356,11 @@ void tst_Transfers::nameThatCannotBeStoredTakesNothing_data()
     QTest::addColumn<QString>("name");
     QTest::newRow("of a missing folder") << "missing/photo";
     QTest::newRow("one folder up") << "../photo";
-    QTest::newRow("several folders up") << "../../../../../../../../tmp/vornaserver-photo";
+    QTest::newRow("several folders up") << "../../../../../../../../tmp/" + nameOfThisRun();
     QTest::newRow("up in the middle") << "there/../../photo";
     QTest::newRow("up in the middle, absolute") << "/there/../../photo";
     QTest::newRow("into the neighbour of the same beginning") << "../received-too/photo";
-    QTest::newRow("absolute") << "/etc/vornaserver-photo";
+    QTest::newRow("absolute") << "/etc/" + nameOfThisRun();
     QTest::newRow("absolute, of what is there") << "/etc/passwd";
     QTest::newRow("of a folder") << "there";
     QTest::newRow("the folder itself") << ".";
@@ -383,8 +391,8 @@ void tst_Transfers::nameThatCannotBeStoredTakesNothing()
     handheld.leave();
     QVERIFY(servesOthers());
     QCOMPARE(Folders::differences(before, Folders::listing(everything)), QStringList());
-    QVERIFY(!QFile::exists(QStringLiteral("/tmp/vornaserver-photo")));
-    QVERIFY(!QFile::exists(QStringLiteral("/etc/vornaserver-photo")));
+    QVERIFY(!QFile::exists(QStringLiteral("/tmp/") + nameOfThisRun()));
+    QVERIFY(!QFile::exists(QStringLiteral("/etc/") + nameOfThisRun()));
     QVERIFY(m_opener->opened().isEmpty());
 }
 
