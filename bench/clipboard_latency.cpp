@@ -5,9 +5,9 @@
 //
 // Needs VORNA_SERVER (the server's executable); an argument is the number of requests.
 
-#include "Sample.h"
 #include "ServerBench.h"
 #include "support/ClipboardOwner.h"
+#include "support/Sample.h"
 
 using std::chrono::duration;
 using std::chrono::steady_clock;

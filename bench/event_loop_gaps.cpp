@@ -6,19 +6,17 @@
 //
 // Needs VORNA_SERVER (the server's executable) and a folder for received files as first argument.
 
-#include "Sample.h"
 #include "ServerBench.h"
+#include "support/Asker.h"
 #include "support/ClipboardOwner.h"
 #include "support/RecordingOpener.h"
 
 #include <QDir>
 #include <QTemporaryDir>
 
-#include <atomic>
 #include <functional>
 #include <thread>
 
-using std::chrono::duration;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
@@ -27,54 +25,12 @@ namespace {
 constexpr milliseconds Pace{2};
 constexpr milliseconds TimeOfEach{3000};
 
-/// Asks at its pace from construction until stop().
-class Asker
-{
-public:
-    explicit Asker(quint16 port) : m_thread([this, port] { run(port); }) {}
-    ~Asker() { stop(); }
-    Asker(const Asker &) = delete;
-    Asker &operator=(const Asker &) = delete;
-
-    /// How long the answers took, in milliseconds.
-    const Sample &stop()
-    {
-        m_isOver = true;
-        if (m_thread.joinable())
-            m_thread.join();
-        return m_times;
-    }
-
-    bool isServed() const { return m_isServed; }
-
-private:
-    void run(quint16 port)
-    {
-        Handheld handheld(port);
-        const QByteArray question = commandText(QStringLiteral("SERVER_INFO"));
-        while (!m_isOver) {
-            const auto start = steady_clock::now();
-            if (!handheld.ask(question)) {
-                m_isServed = false;
-                return;
-            }
-            m_times.add(duration<double, std::milli>(steady_clock::now() - start).count());
-            std::this_thread::sleep_until(start + Pace);
-        }
-    }
-
-    std::atomic_bool m_isOver = false;
-    std::atomic_bool m_isServed = true;
-    Sample m_times;
-    std::thread m_thread; // last, so that the rest is there before it runs
-};
-
 using Step = std::function<void(Handheld &)>;
 
 void measure(const ServerBench &bench, const char *name, milliseconds pause, const Step &step)
 {
     Handheld busy(bench.port());
-    Asker asker(bench.port());
+    Asker asker(bench.port(), Pace);
     const auto end = steady_clock::now() + TimeOfEach;
     int commands = 0;
     for (; steady_clock::now() < end; ++commands) {

@@ -8,11 +8,11 @@
 // Needs VORNA_SERVER (the server's executable) and a folder on a disk as first argument; a second
 // one is the size in MiB, a third the number of rounds.
 
-#include "Sample.h"
 #include "ServerBench.h"
 #include "support/Folders.h"
 #include "support/ProcessMemory.h"
 #include "support/ProcessTables.h"
+#include "support/Sample.h"
 
 #include <QCryptographicHash>
 #include <QDir>

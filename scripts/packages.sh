@@ -14,14 +14,15 @@ build_packages() {
 }
 
 # What the server wants around it in a user's session. Without avahi-daemon it runs, but as its port
-# is chosen anew at each start, no handheld finds it.
+# is chosen anew at each start, no handheld finds it. Without file, and without a large desktop,
+# xdg-open cannot tell what kind of file has been received.
 run_packages() {
-    printf '%s\n' avahi-daemon xdg-utils
+    printf '%s\n' avahi-daemon file xdg-utils
 }
 
 # The desktop that the demonstration brings along.
 demo_packages() {
-    printf '%s\n' dbus fonts-dejavu-core imagemagick iproute2 openbox trayer \
+    printf '%s\n' dbus file fonts-dejavu-core imagemagick iproute2 openbox trayer \
         x11-utils x11-xkb-utils x11-xserver-utils xdotool xdg-utils xkb-data xterm xvfb
 }
 

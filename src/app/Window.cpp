@@ -138,7 +138,11 @@ void Window::createTrayIcon()
 
 void Window::setIcon(QString iconName)
 {
-    const QIcon icon(iconName);
+    // A crowd that comes and goes changes the light many times a second.
+    if (!icons.contains(iconName)) {
+        icons.insert(iconName, QIcon(iconName));
+    }
+    const QIcon icon = icons.value(iconName);
     trayIcon->setIcon(icon);
     setWindowIcon(icon);
     trayIcon->setToolTip(tr("VornaServer"));

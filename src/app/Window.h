@@ -6,6 +6,8 @@
 #include "server/Server.h"
 
 #include <QDialog>
+#include <QHash>
+#include <QIcon>
 #include <QSystemTrayIcon>
 
 class MessageHandler;
@@ -53,6 +55,8 @@ private:
     bool pairNeedsApproval = false;
     bool startAtLogon = false;
     QString downloadDirectory;
+    QHash<QString, QIcon>
+        icons; // by file name, decoded; outlives the server, which ends by signals
     Server server;
     QAction *aboutAction = nullptr;
     QAction *websiteAction = nullptr;

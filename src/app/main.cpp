@@ -3,10 +3,12 @@
 
 #include "app/CocoaInitializer.h"
 #include "app/Window.h"
+#include "platform/DescriptorLimit.h"
 #include "platform/TerminationSignals.h"
 #include "platform/TrayHost.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QMessageBox>
 #include <QSystemTrayIcon>
 
@@ -26,7 +28,10 @@ int main(int argc, char **argv)
     QCoreApplication::setOrganizationName("Ostrovane");
     QCoreApplication::setApplicationName("VornaServer");
     QCoreApplication::setApplicationVersion("1.0");
+    // Small, since every balloon is a window too and hands it to the X server.
+    QApplication::setWindowIcon(QIcon(":/images/led_arancio.png").pixmap(48));
 
+    platform::raiseDescriptorLimit();
     const platform::TerminationSignals terminationSignals;
     platform::waitForTrayHost(10s);
     if (!QSystemTrayIcon::isSystemTrayAvailable()) {

@@ -19,8 +19,12 @@ namespace {
 /// Answers that a peer may leave unread before the next one closes the connection, in bytes.
 constexpr qint64 maximumUnsent = 4 * 1024 * 1024;
 
-/// A file is taken in pieces of at most so many bytes: the system may have collected 32 MiB, which
-/// would all be copied through memory that no cache of the processor holds.
+/// What one read takes of a token: the system may have collected 32 MiB, and all the others would
+/// wait while they are taken apart. No network delivers so much in one piece.
+constexpr qint64 tokenPieceSize = 64 * 1024;
+
+/// What one read takes of a file: more would be copied through memory that no cache of the
+/// processor holds.
 constexpr qint64 filePieceSize = 256 * 1024;
 
 QString downloadDirectory()
@@ -47,6 +51,7 @@ ClientHandler::ClientHandler(QTcpSocket *acceptedSocket) : socket(acceptedSocket
     connect(socket, SIGNAL(readyRead()), this, SLOT(readyRead()), Qt::QueuedConnection);
     connect(socket, SIGNAL(errorOccurred(QAbstractSocket::SocketError)), this,
             SLOT(socketError(QAbstractSocket::SocketError)));
+    limitNextRead();
 }
 
 void ClientHandler::acceptPair(bool accepted)
@@ -171,11 +176,15 @@ void ClientHandler::finishFile()
     sendToken();
 }
 
-/// Never a read that could end the transfer, or hold a token: these take all that has arrived.
+/// Never the read that may end a transfer: it takes all that has arrived, so that the last bytes of
+/// the file are not left behind.
 void ClientHandler::limitNextRead()
 {
-    const bool isFarFromTheEnd = isReceivingFile() && bytesRemaining >= filePieceSize;
-    socket->setReadBufferSize(isFarFromTheEnd ? filePieceSize : 0);
+    if (!isReceivingFile()) {
+        socket->setReadBufferSize(tokenPieceSize);
+    } else {
+        socket->setReadBufferSize(bytesRemaining < filePieceSize ? 0 : filePieceSize);
+    }
 }
 
 void ClientHandler::closeConnection(const QString &reason)

@@ -56,43 +56,58 @@ struct IgnoreStretch
         return start != -1 && start <= position && position <= end;
     }
 
+    bool hasMarkers() const { return start != -1 || end != -1; }
+
     qsizetype start;
     qsizetype end;
 };
 
 /// A value that opens a bracket is a list, closed or not. Wanted: its last character goes whatever
 /// it is.
-QVariant valueOf(QString text)
+QVariant valueOf(QStringView text)
 {
     if (!text.startsWith(u'(')) {
-        return text;
+        return text.toString();
     }
     text.chop(1);
-    return text.mid(1).trimmed().split(itemSeparator);
+    return text.mid(1).trimmed().toString().split(itemSeparator);
 }
 
-void visitSegment(QString segment, const EntryVisitor &visit)
+void visitSegment(QStringView segment, const EntryVisitor &visit)
 {
-    segment.remove(ignoreStartMarker).remove(ignoreEndMarker);
     const qsizetype equals = segment.indexOf(equalsSign);
     // Wanted: without an equals sign the whole segment is the key, and the value starts at its
     // third character.
-    visit(segment.left(equals).trimmed(),
-          valueOf(segment.mid(equals + equalsSign.size()).trimmed()));
+    const QStringView key = equals < 0 ? segment : segment.left(equals);
+    const qsizetype valueStart = std::min(equals + equalsSign.size(), segment.size());
+    visit(key.trimmed().toString(), valueOf(segment.mid(valueStart).trimmed()));
+}
+
+QString withoutMarkers(QStringView segment)
+{
+    return segment.toString().remove(ignoreStartMarker).remove(ignoreEndMarker);
 }
 
 void visitSegments(const QString &body, const EntryVisitor &visit)
 {
     const IgnoreStretch ignored(body);
+    const auto visitOne = [&](QStringView segment) {
+        if (ignored.hasMarkers()) {
+            visitSegment(withoutMarkers(segment), visit);
+        } else {
+            visitSegment(segment, visit);
+        }
+    };
+    const QStringView text(body);
     qsizetype begin = 0;
     // Wanted: a ';' in front of everything never splits.
     for (qsizetype end = body.indexOf(u';', 1); end != -1; end = body.indexOf(u';', end + 1)) {
         if (!ignored.contains(end)) {
-            visitSegment(body.mid(begin, end - begin), visit);
+            visitOne(text.mid(begin, end - begin));
             begin = end + 1;
         }
     }
-    visitSegment(body.mid(begin), visit);
+    visitOne(text.mid(begin));
 }
 
 void appendList(QString &text, const QStringList &items)

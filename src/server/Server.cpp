@@ -35,6 +35,9 @@ constexpr int maximumOpenQuestions = 16;
 /// desktop's own services need some too.
 constexpr int descriptorReserve = 16;
 constexpr int maximumPending = 30;
+/// Connections that the system completes while nobody accepts: a crowd that comes at once would
+/// otherwise be put off for a second and more.
+constexpr int backlog = 1024;
 /// Names tried when other servers on this machine have taken the host's name.
 constexpr int maximumAdvertisedNames = 9;
 
@@ -92,6 +95,7 @@ Server::Server(QObject *parent) : QTcpServer(parent)
     });
     // A proxy of the desktop is meant for connections to the outside.
     setProxy(QNetworkProxy::NoProxy);
+    setListenBacklogSize(backlog);
 }
 
 Server::~Server()

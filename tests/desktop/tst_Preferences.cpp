@@ -9,8 +9,6 @@
 #include <QFileInfo>
 #include <QTest>
 
-extern int qInitResources_VornaServer();
-
 using Item = TrayMenu::Item;
 using namespace std::chrono_literals;
 
@@ -53,7 +51,6 @@ class tst_Preferences : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void init();
     void cleanup();
 
@@ -95,11 +92,6 @@ private:
     SeenWindow m_dialog;
     SeenWindow m_browser;
 };
-
-void tst_Preferences::initTestCase()
-{
-    qInitResources_VornaServer();
-}
 
 void tst_Preferences::init()
 {

@@ -11,8 +11,6 @@
 
 #include <sys/stat.h>
 
-extern int qInitResources_VornaServer();
-
 namespace {
 
 const QString DeviceKey = QStringLiteral("pairedDeviceList");
@@ -43,7 +41,6 @@ class tst_SettingsFile : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void init();
     void cleanup();
 
@@ -63,11 +60,6 @@ private:
 
     std::unique_ptr<ServerScene> m_scene;
 };
-
-void tst_SettingsFile::initTestCase()
-{
-    qInitResources_VornaServer();
-}
 
 void tst_SettingsFile::init()
 {

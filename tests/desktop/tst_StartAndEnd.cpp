@@ -9,8 +9,6 @@
 
 #include <unistd.h>
 
-extern int qInitResources_VornaServer();
-
 namespace {
 
 /// How long a tray may take to appear at logon, in milliseconds.
@@ -30,7 +28,6 @@ class tst_StartAndEnd : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void cleanup();
 
     void withoutATrayItRefusesToRun();
@@ -49,11 +46,6 @@ private:
 
     std::unique_ptr<ServerScene> m_scene;
 };
-
-void tst_StartAndEnd::initTestCase()
-{
-    qInitResources_VornaServer();
-}
 
 void tst_StartAndEnd::cleanup()
 {

@@ -8,8 +8,6 @@
 
 #include <sys/resource.h>
 
-extern int qInitResources_VornaServer();
-
 using Item = TrayMenu::Item;
 
 /// The icon in the tray, its menu and its balloons, as a person sees and uses them.
@@ -18,7 +16,6 @@ class tst_TrayIcon : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void init();
     void cleanup();
 
@@ -41,11 +38,6 @@ private:
 
     std::unique_ptr<ServerScene> m_scene;
 };
-
-void tst_TrayIcon::initTestCase()
-{
-    qInitResources_VornaServer();
-}
 
 void tst_TrayIcon::init()
 {

@@ -221,6 +221,13 @@ bool Handheld::hasUnreadAnswer()
     return !m_received.isEmpty() || waitFor(POLLIN, steady_clock::now());
 }
 
+bool Handheld::throwUnreadAway()
+{
+    const bool isOpen = !waitFor(POLLIN, steady_clock::now()) || receiveMore(steady_clock::now());
+    m_received.clear();
+    return isOpen;
+}
+
 bool Handheld::waitUntilClosed(milliseconds limit)
 {
     const auto end = steady_clock::now() + limit;

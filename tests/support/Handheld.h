@@ -59,6 +59,9 @@ public:
     /// Whether bytes are waiting that no answer() has taken yet.
     bool hasUnreadAnswer();
 
+    /// Throws away everything that has come so far; false when the connection has ended.
+    bool throwUnreadAway();
+
     /// Waits until the server has ended the connection.
     bool waitUntilClosed(std::chrono::milliseconds limit = GenerousLimit);
 

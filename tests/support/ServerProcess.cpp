@@ -5,6 +5,7 @@
 
 #include "ProcessTables.h"
 
+#include <QDir>
 #include <QFile>
 
 #include <sys/types.h>
@@ -53,6 +54,13 @@ std::optional<int> ServerProcess::waitForEnd(std::chrono::milliseconds limit)
     if (!hasEnded || m_process.exitStatus() != QProcess::NormalExit)
         return std::nullopt;
     return m_process.exitCode();
+}
+
+int ServerProcess::openDescriptors() const
+{
+    const QDir descriptors(QStringLiteral("/proc/%1/fd").arg(processId()));
+    const auto all = QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System;
+    return static_cast<int>(descriptors.entryList(all).size());
 }
 
 QByteArray ServerProcess::errorText() const

@@ -33,6 +33,9 @@ public:
     /// \return the exit status; nothing when it crashed or did not end in time.
     std::optional<int> waitForEnd(std::chrono::milliseconds limit = GenerousLimit);
 
+    /// How many descriptors it has open.
+    int openDescriptors() const;
+
     /// Everything it wrote to its standard error.
     QByteArray errorText() const;
 

@@ -5,6 +5,8 @@
 
 #include "Pictures.h"
 
+extern int qInitResources_VornaServer();
+
 namespace {
 
 constexpr int LargestDistance = 40; ///< Scaling an image down to the tray blurs its colour a bit.
@@ -28,6 +30,7 @@ QString imageOf(StatusLight light)
 
 QColor colourOf(StatusLight light)
 {
+    qInitResources_VornaServer();
     return Pictures::middleColour(QImage(imageOf(light)));
 }
 

@@ -1,0 +1,35 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "Asker.h"
+
+#include "Handheld.h"
+
+using std::chrono::duration;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+Asker::Asker(quint16 port, milliseconds pace) : m_thread([this, port, pace] { run(port, pace); }) {}
+
+const Sample &Asker::stop()
+{
+    m_isOver = true;
+    if (m_thread.joinable())
+        m_thread.join();
+    return m_times;
+}
+
+void Asker::run(quint16 port, milliseconds pace)
+{
+    Handheld handheld(port);
+    const QByteArray question = commandText(QStringLiteral("SERVER_INFO"));
+    while (!m_isOver) {
+        const auto start = steady_clock::now();
+        if (!handheld.ask(question)) {
+            m_isServed = false;
+            return;
+        }
+        m_times.add(duration<double, std::milli>(steady_clock::now() - start).count());
+        std::this_thread::sleep_until(start + pace);
+    }
+}

@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "Flooder.h"
+
+#include "Handheld.h"
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// Handed to the system at once, so that the flood is not held up by system calls.
+constexpr qsizetype BlockSize = 256 * 1024;
+
+} // namespace
+
+Flooder::Flooder(quint16 port, const QByteArray &token)
+    : m_thread(
+          [this, port, bytes = token.repeated(BlockSize / token.size() + 1)] { run(port, bytes); })
+{
+}
+
+qint64 Flooder::stop()
+{
+    m_isOver = true;
+    if (m_thread.joinable())
+        m_thread.join();
+    return m_sent;
+}
+
+void Flooder::run(quint16 port, const QByteArray &bytes)
+{
+    Handheld handheld(port);
+    while (!m_isOver && m_isConnected) {
+        m_isConnected = handheld.send(bytes);
+        m_sent += bytes.size();
+        while (handheld.hasUnreadAnswer() && handheld.throwUnreadAway()) {
+        }
+    }
+}

@@ -1,0 +1,34 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QByteArray>
+
+#include <atomic>
+#include <thread>
+
+/// A device that sends the same token as fast as the server takes it, from construction until
+/// stop(), and throws the answers away. It has a thread of its own.
+class Flooder
+{
+public:
+    Flooder(quint16 port, const QByteArray &token);
+    ~Flooder() { stop(); }
+    Flooder(const Flooder &) = delete;
+    Flooder &operator=(const Flooder &) = delete;
+
+    /// \return how many bytes the server took in all.
+    qint64 stop();
+
+    /// False once the server has ended the connection.
+    bool isConnected() const { return m_isConnected; }
+
+private:
+    void run(quint16 port, const QByteArray &bytes);
+
+    std::atomic_bool m_isOver = false;
+    std::atomic_bool m_isConnected = true;
+    std::atomic<qint64> m_sent = 0;
+    std::thread m_thread; // last, so that the rest is there before it runs
+};
