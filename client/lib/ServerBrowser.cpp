@@ -28,6 +28,7 @@ struct ServerBrowser::Sighting : QObject
 
     ServerBrowser &browser;
     ServerAddress server;
+    int places = 1; // interfaces, and versions of IP on them, on which it is seen
     DnsOperation *resolve = new DnsOperation(this);
     DnsOperation *query = nullptr;
 };
@@ -61,15 +62,16 @@ void ServerBrowser::browsed(DNSServiceRef, DNSServiceFlags flags, uint32_t inter
     } else if ((flags & kDNSServiceFlagsAdd) != 0) {
         self->add(QString::fromUtf8(name), type, domain, interface);
     } else {
-        self->remove(QString::fromUtf8(name));
+        self->removeOnePlace(QString::fromUtf8(name));
     }
 }
 
-/// A server is seen once an interface; the first will do.
+/// A server is seen once an interface and version of IP; the first will do.
 void ServerBrowser::add(const QString &name, const char *type, const char *domain,
                         uint32_t interface)
 {
-    if (sightings.contains(name)) {
+    if (Sighting *known = sightings.value(name)) {
+        ++known->places;
         return;
     }
     auto *sighting = new Sighting(*this, name);
@@ -77,6 +79,14 @@ void ServerBrowser::add(const QString &name, const char *type, const char *domai
     sighting->resolve->watch(DNSServiceResolve(sighting->resolve->reference(), 0, interface,
                                                name.toUtf8().constData(), type, domain, resolved,
                                                sighting));
+}
+
+void ServerBrowser::removeOnePlace(const QString &name)
+{
+    Sighting *sighting = sightings.value(name);
+    if (sighting != nullptr && --sighting->places == 0) {
+        remove(name);
+    }
 }
 
 void ServerBrowser::remove(const QString &name)

@@ -62,6 +62,7 @@ private:
                                        uint16_t length, const void *data, uint32_t timeToLive,
                                        void *context);
     void add(const QString &name, const char *type, const char *domain, uint32_t interface);
+    void removeOnePlace(const QString &name);
     void remove(const QString &name);
     void lookUpAddress(Sighting &sighting, uint32_t interface);
     void tellProblem();

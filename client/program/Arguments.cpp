@@ -28,6 +28,9 @@ void addOptions(QCommandLineParser &parser, const QString &command)
     parser.addOption(option(u"port"_s, u"The server's port, with --host."_s, u"PORT"_s));
     parser.addOption(option(u"timeout"_s, u"How long to wait, 10 if not given."_s, u"SECONDS"_s));
     parser.addOption(option(u"json"_s, u"Print results as JSON."_s));
+    if (command == "discover"_L1) {
+        parser.addOption(option(u"watch"_s, u"Go on, and tell what comes and goes."_s));
+    }
     if (command == "pair"_L1) {
         parser.addOption(option(u"name"_s, u"What this device is called."_s, u"NAME"_s));
     }
@@ -50,6 +53,7 @@ QString problemWithNumbers(const QCommandLineParser &parser, Arguments &argument
         if (!isNumber || !(seconds > 0 && seconds <= 86'400)) {
             return u"--timeout takes seconds, more than 0 and up to 86400."_s;
         }
+        arguments.isTimeoutGiven = true;
         arguments.timeout = std::chrono::milliseconds(std::lround(std::ceil(seconds * 1000)));
     }
     if (parser.isSet(u"host"_s) != parser.isSet(u"port"_s)) {
@@ -63,6 +67,7 @@ QString problemWithNumbers(const QCommandLineParser &parser, Arguments &argument
 
 QString problemWithCommandOptions(const QCommandLineParser &parser, Arguments &arguments)
 {
+    arguments.isWatch = arguments.command == "discover"_L1 && parser.isSet(u"watch"_s);
     if (arguments.command == "pair"_L1) {
         arguments.deviceName = parser.value(u"name"_s);
     }

@@ -20,11 +20,16 @@ template <size_t Size> constexpr QLatin1StringView text(const char (&characters)
 }
 
 constexpr std::array table = {
-    CommandEntry{text("discover"), text("[OPTIONS]"), text("list the servers on the local network"),
-                 text("Lists the servers that are seen within two seconds (or --timeout)."),
-                 text("  quillmote discover\n"
-                      "  quillmote discover --json --timeout 5"),
-                 0, 0, Commands::discover},
+    CommandEntry{
+        text("discover"), text("[--watch] [OPTIONS]"),
+        text("list the servers on the local network"),
+        text("Lists the servers that are seen within two seconds (or --timeout): name,\n"
+             "address and port, separated by tabs. With --watch it goes on, until Ctrl+C or\n"
+             "--timeout, and tells each server that is found and each that is gone."),
+        text("  quillmote discover\n"
+             "  quillmote discover --json --timeout 5\n"
+             "  quillmote discover --watch"),
+        0, 0, Commands::discover},
     CommandEntry{text("info"), text("[OPTIONS]"), text("tell the size of the desktop"),
                  text("Asks for the size of the server's desktop, in pixels."),
                  text("  quillmote info\n"
