@@ -29,8 +29,25 @@ struct ServerBrowser::Sighting : QObject
     ServerBrowser &browser;
     ServerAddress server;
     int places = 1; // interfaces, and versions of IP on them, on which it is seen
-    DnsOperation *resolve = new DnsOperation(this);
-    DnsOperation *query = nullptr;
+    /// The one that runs: first to resolve the name, then for the address.
+    DnsOperation *operation = nullptr;
+
+    /// No longer than needed: one that is open when the discovery service ends makes the
+    /// compatibility library of Avahi 0.8 jump to an address that it never set. Browsing is safe.
+    void endOperation()
+    {
+        if (operation != nullptr) {
+            operation->deleteLater();
+            operation = nullptr;
+        }
+    }
+
+    DNSServiceRef *startOperation()
+    {
+        endOperation();
+        operation = new DnsOperation(this);
+        return operation->reference();
+    }
 };
 
 ServerBrowser::ServerBrowser(QObject *parent) : QObject(parent) {}
@@ -76,9 +93,9 @@ void ServerBrowser::add(const QString &name, const char *type, const char *domai
     }
     auto *sighting = new Sighting(*this, name);
     sightings.insert(name, sighting);
-    sighting->resolve->watch(DNSServiceResolve(sighting->resolve->reference(), 0, interface,
-                                               name.toUtf8().constData(), type, domain, resolved,
-                                               sighting));
+    DNSServiceRef *reference = sighting->startOperation();
+    sighting->operation->watch(DNSServiceResolve(reference, 0, interface, name.toUtf8().constData(),
+                                                 type, domain, resolved, sighting));
 }
 
 void ServerBrowser::removeOnePlace(const QString &name)
@@ -115,13 +132,10 @@ void ServerBrowser::resolved(DNSServiceRef, DNSServiceFlags, uint32_t interface,
 /// of the local network.
 void ServerBrowser::lookUpAddress(Sighting &sighting, uint32_t interface)
 {
-    if (sighting.query != nullptr) {
-        sighting.query->deleteLater();
-    }
-    sighting.query = new DnsOperation(&sighting);
-    sighting.query->watch(DNSServiceQueryRecord(
-        sighting.query->reference(), 0, interface, sighting.server.hostName.toUtf8().constData(),
-        addressRecord, internetClass, addressFound, &sighting));
+    DNSServiceRef *reference = sighting.startOperation();
+    sighting.operation->watch(DNSServiceQueryRecord(
+        reference, 0, interface, sighting.server.hostName.toUtf8().constData(), addressRecord,
+        internetClass, addressFound, &sighting));
 }
 
 void ServerBrowser::addressFound(DNSServiceRef, DNSServiceFlags flags, uint32_t,
@@ -132,6 +146,7 @@ void ServerBrowser::addressFound(DNSServiceRef, DNSServiceFlags flags, uint32_t,
     const bool isAddress = error == kDNSServiceErr_NoError && length == sizeof(quint32);
     if (isAddress && (flags & kDNSServiceFlagsAdd) != 0) {
         sighting->server.address = QHostAddress(qFromBigEndian<quint32>(data));
+        sighting->endOperation();
         emit sighting->browser.found(sighting->server);
     }
 }

@@ -41,7 +41,7 @@ public:
     void start();
 
 signals:
-    /// Comes again when the address or the port of a server has changed.
+    /// A server that moves to another port is gone first, and found anew.
     void found(const quillmote::ServerAddress &server);
     void gone(const QString &name);
     void failed(const QString &problem);

@@ -21,8 +21,8 @@ struct DiscoveredServers
 /// Watches the network for that long, running an event loop.
 DiscoveredServers discoverServers(std::chrono::milliseconds duration);
 
-/// Tells of each server that comes, or comes again at another address, and of the name of each that
-/// goes, until the limit if there is one. Returns why it ended, or nothing at the limit.
+/// Tells of each server that comes and of the name of each that goes, until the limit if there is
+/// one. Returns why it ended, or nothing at the limit.
 QString watchServers(std::optional<std::chrono::milliseconds> limit,
                      const std::function<void(const quillmote::ServerAddress &)> &came,
                      const std::function<void(const QString &)> &went);
