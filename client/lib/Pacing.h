@@ -24,7 +24,8 @@ public:
     void noteReadTogether();
 
 private:
-    Duration currentGap{1'000};
+    /// The server has a new connection to take in first.
+    Duration currentGap{5'000};
     bool wasTooShort = false;
 };
 

@@ -4,6 +4,7 @@
 #include "lib/ServerBrowser.h"
 
 #include "lib/DnsOperation.h"
+#include "lib/DnsSd.h"
 
 #include <QtEndian>
 
@@ -56,10 +57,11 @@ ServerBrowser::~ServerBrowser() = default;
 
 void ServerBrowser::start()
 {
+    const DnsSd *dnsSd = DnsSd::get();
     browse = new DnsOperation(this);
     connect(browse, &DnsOperation::failed, this, &ServerBrowser::tellProblem);
-    if (!browse->watch(
-            DNSServiceBrowse(browse->reference(), 0, 0, serviceType, nullptr, browsed, this))) {
+    if (dnsSd == nullptr || !browse->watch(dnsSd->browse(browse->reference(), 0, 0, serviceType,
+                                                         nullptr, browsed, this))) {
         QMetaObject::invokeMethod(this, &ServerBrowser::tellProblem, Qt::QueuedConnection);
     }
 }
@@ -94,8 +96,8 @@ void ServerBrowser::add(const QString &name, const char *type, const char *domai
     auto *sighting = new Sighting(*this, name);
     sightings.insert(name, sighting);
     DNSServiceRef *reference = sighting->startOperation();
-    sighting->operation->watch(DNSServiceResolve(reference, 0, interface, name.toUtf8().constData(),
-                                                 type, domain, resolved, sighting));
+    sighting->operation->watch(DnsSd::get()->resolve(
+        reference, 0, interface, name.toUtf8().constData(), type, domain, resolved, sighting));
 }
 
 void ServerBrowser::removeOnePlace(const QString &name)
@@ -133,7 +135,7 @@ void ServerBrowser::resolved(DNSServiceRef, DNSServiceFlags, uint32_t interface,
 void ServerBrowser::lookUpAddress(Sighting &sighting, uint32_t interface)
 {
     DNSServiceRef *reference = sighting.startOperation();
-    sighting.operation->watch(DNSServiceQueryRecord(
+    sighting.operation->watch(DnsSd::get()->queryRecord(
         reference, 0, interface, sighting.server.hostName.toUtf8().constData(), addressRecord,
         internetClass, addressFound, &sighting));
 }

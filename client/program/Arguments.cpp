@@ -6,8 +6,8 @@
 #include "program/CommandTable.h"
 
 #include <QCommandLineParser>
-#include <QRegularExpression>
 
+#include <algorithm>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -113,22 +113,29 @@ QString commandIn(const QStringList &words)
 }
 
 /// A negative number is a value and no option; the parser sees it with another minus sign.
-QStringList withNegativeNumbersHidden(QStringList words)
+constexpr QChar hiddenMinus(0x2212);
+
+bool isNumberBehind(QChar minus, QStringView word)
 {
-    static const QRegularExpression negative(u"^-(?=[0-9]+$)"_s);
-    return words.replaceInStrings(negative, u"\u2212"_s);
+    return word.size() > 1 && word[0] == minus &&
+           std::all_of(word.begin() + 1, word.end(), [](QChar digit) { return digit.isDigit(); });
 }
 
-QStringList withNegativeNumbersShown(QStringList words)
+QStringList withMinusReplaced(QStringList words, QChar before, QChar after)
 {
-    return words.replaceInStrings(QRegularExpression(u"^\u2212(?=[0-9]+$)"_s), u"-"_s);
+    for (QString &word : words) {
+        if (isNumberBehind(before, word)) {
+            word[0] = after;
+        }
+    }
+    return words;
 }
 
 } // namespace
 
 ParsedArguments parseArguments(const QStringList &words)
 {
-    const QStringList commandLine = withNegativeNumbersHidden(words);
+    const QStringList commandLine = withMinusReplaced(words, u'-', hiddenMinus);
     Arguments arguments;
     arguments.command = commandIn(commandLine);
     const CommandEntry *entry = findCommand(arguments.command);
@@ -151,7 +158,7 @@ ParsedArguments parseArguments(const QStringList &words)
     if (!isWellFormed) {
         return problem(parser.errorText() + u" See quillmote %1 --help."_s.arg(arguments.command));
     }
-    arguments.values = withNegativeNumbersShown(parser.positionalArguments().mid(1));
+    arguments.values = withMinusReplaced(parser.positionalArguments().mid(1), hiddenMinus, u'-');
     arguments.server = parser.value(u"server"_s);
     arguments.host = parser.value(u"host"_s);
     arguments.wantsJson = parser.isSet(u"json"_s);
