@@ -45,7 +45,8 @@ struct Connection::Exchange
     QByteArray announcement; // for a file: what is sent instead of the request
     std::shared_ptr<QIODevice> body;
     Progress progress;
-    quint64 tag = 0; // of the latest try; only its answer ends the exchange
+    quint64 tag = 0;      // of the latest try; only its answer ends the exchange
+    quint64 bodySize = 0; // asked once, as it costs a system call
     quint64 bodySent = 0;
     bool isSendingBody = false;
 };
@@ -116,6 +117,7 @@ void Connection::sendFile(const QByteArray &announcement, quint64 tag,
     auto exchange = std::make_unique<Exchange>();
     exchange->announcement = announcement;
     exchange->tag = tag;
+    exchange->bodySize = static_cast<quint64>(body->size());
     exchange->body = std::move(body);
     exchange->progress = std::move(progress);
     exchange->done = std::move(done);
@@ -245,7 +247,6 @@ void Connection::pumpBody()
     if (!current || !current->isSendingBody) {
         return;
     }
-    const auto total = static_cast<quint64>(current->body->size());
     while (socket.bytesToWrite() < bodyAhead && !current->body->atEnd()) {
         const QByteArray piece = current->body->read(bodyPiece);
         if (piece.isEmpty()) {
@@ -258,7 +259,8 @@ void Connection::pumpBody()
     // As long as something moves there is no reason to give up.
     deadline.start(timeout);
     if (current->progress) {
-        current->progress(current->bodySent - static_cast<quint64>(socket.bytesToWrite()), total);
+        current->progress(current->bodySent - static_cast<quint64>(socket.bytesToWrite()),
+                          current->bodySize);
     }
 }
 
