@@ -57,7 +57,7 @@ QString problemWithNumbers(const QCommandLineParser &parser, Arguments &argument
         arguments.timeout = std::chrono::milliseconds(std::lround(std::ceil(seconds * 1000)));
     }
     if (parser.isSet(u"host"_s) != parser.isSet(u"port"_s)) {
-        return u"--host and --port go together."_s;
+        return u"--host and --port go together; give both."_s;
     }
     if (parser.isSet(u"host"_s) && parser.isSet(u"server"_s)) {
         return u"--server and --host exclude each other."_s;
@@ -100,8 +100,8 @@ ParsedArguments problem(const QString &text)
 /// The first word that is no option, or the value of one.
 QString commandIn(const QStringList &words)
 {
-    static const QStringList takingValues = {u"--server"_s, u"--host"_s, u"--port"_s,
-                                             u"--timeout"_s};
+    static const QStringList takingValues = {u"--server"_s,  u"--host"_s, u"--port"_s,
+                                             u"--timeout"_s, u"--name"_s, u"--repeat"_s};
     for (qsizetype index = 1; index < words.size(); ++index) {
         if (takingValues.contains(words[index])) {
             ++index;
@@ -112,8 +112,8 @@ QString commandIn(const QStringList &words)
     return {};
 }
 
-/// A negative number is a value and no option; the parser sees it with another minus sign.
-constexpr QChar hiddenMinus(0x2212);
+/// A negative number is a value and no option; the parser sees it with a sign that is no character.
+constexpr QChar hiddenMinus(0xfdd0);
 
 bool isNumberBehind(QChar minus, QStringView word)
 {

@@ -76,13 +76,13 @@ constexpr std::array table = {
                  text("  quillmote paste\n"
                       "  quillmote paste > notes.txt"),
                  0, 0, Commands::paste},
-    CommandEntry{
-        text("send"), text("FILE... [OPTIONS]"), text("send files"),
-        text("Sends the files, one after the other; the server saves and opens each.\n"
-             "The server stores the announcement of a file as the file's first bytes. In\n"
-             "JPEG, PDF, HTML and scripts it is made a comment, so the received file opens\n"
-             "as the original does; for other formats you are told before the sending."),
-        text("  quillmote send photo.jpg report.pdf"), 1, any, Commands::send},
+    CommandEntry{text("send"), text("FILE... [OPTIONS]"), text("send files"),
+                 text("Sends the files, one after the other; the server saves and opens each.\n"
+                      "The server stores the announcement of a file as the file's first bytes. In\n"
+                      "JPEG, PDF, HTML, XML, scripts and source text it is made a comment, so the\n"
+                      "received file opens as the original does; for other formats you are told\n"
+                      "before the sending."),
+                 text("  quillmote send photo.jpg report.pdf"), 1, any, Commands::send},
     CommandEntry{text("remote"), text("[OPTIONS]"), text("make this terminal the handheld"),
                  text("Keys typed here are typed there; arrows or the mouse move the pointer, the\n"
                       "mouse's buttons click. Ctrl+] leaves."),

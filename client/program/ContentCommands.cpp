@@ -26,6 +26,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::chrono::milliseconds discoveryTime = 2s;
+/// What surely fits into one packet of a network, with the token around it.
+constexpr qsizetype safeTextLength = 1'300;
 
 void printJson(const QJsonDocument &document)
 {
@@ -181,6 +183,10 @@ ExitCode Commands::copy(const Arguments &arguments)
     const QString text = arguments.values.isEmpty() ? textFromInput() : arguments.values[0];
     const ExitCode code = ask(arguments, Request::copy(text), answer);
     printDone(arguments, code);
+    if (code == ExitCode::NoConnection && text.size() > safeTextLength) {
+        Terminal::note(u"A text as long as this one (%1 bytes) may be cut by the network, and then "
+                       "the server drops it; send it as a file."_s.arg(text.size()));
+    }
     return code;
 }
 
