@@ -14,8 +14,9 @@ usage() {
 Usage: ./run.sh [--demo] [--once] [--no-install] [--help]
 
 Installs what is missing, builds VornaServer and starts it. In a graphical session it appears in
-your tray. Without one it shows itself: on a desktop of its own, with nothing of yours touched, a
-small handheld types into a window, and a screenshot is taken (build/demo/screenshot.png).
+your tray. Without one it shows itself: on a desktop of its own, with nothing of yours touched,
+quillmote, the handheld for the command line, types into a window, and a screenshot is taken
+(build/demo/screenshot.png).
 
   --demo        show the demonstration although there is a graphical session
   --once        show the demonstration, then end: status 0 when the typed text arrived, else 1
@@ -23,7 +24,8 @@ small handheld types into a window, and a screenshot is taken (build/demo/screen
   --help        this text
 
 Root is asked for (by sudo) only to install packages, after they have been listed.
-VORNA_SERVER=FILE in the environment starts that server: nothing is installed or built.
+VORNA_SERVER=FILE in the environment starts that server: nothing is installed or built. The quillmote
+of the demonstration lies beside it, or is named by VORNA_QUILLMOTE.
 END
 }
 
@@ -57,7 +59,7 @@ install_what_is_missing() {
 build_release() {
     cd "$root"
     cmake --preset release
-    cmake --build --preset release --target VornaServer
+    cmake --build --preset release --target VornaServer quillmote
 }
 
 server=${VORNA_SERVER:-}
@@ -67,4 +69,5 @@ if [ -z "$server" ]; then
     server=$root/build/release/VornaServer
 fi
 [ "$demo" = yes ] || exec "$server"
-run_demo "$server" "${VORNA_SCREENSHOTS:-$root/build/demo}" "$once"
+run_demo "$server" "${VORNA_QUILLMOTE:-$(dirname "$server")/quillmote}" \
+    "${VORNA_SCREENSHOTS:-$root/build/demo}" "$once"

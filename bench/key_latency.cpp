@@ -8,6 +8,7 @@
 // Needs VORNA_SERVER (the server's executable) and the bare program as first argument; a second
 // one is the number of keys.
 
+#include "KeyObserver.h"
 #include "support/DesktopSession.h"
 #include "support/Handheld.h"
 #include "support/ServerProcess.h"
@@ -15,12 +16,9 @@
 #include <QCoreApplication>
 #include <QThread>
 
-#include <xcb/xinput.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <poll.h>
 
 using std::chrono::duration;
 using std::chrono::milliseconds;
@@ -32,53 +30,7 @@ using Microseconds = duration<double, std::micro>;
 
 constexpr int UsualNumberOfKeys = 200;
 constexpr milliseconds Pause{100};
-constexpr milliseconds LongestWait{5000};
 constexpr quint8 CodeOfA = 38; ///< The key A of Xvfb's keyboard.
-
-/// Another client of the display, told of every key that any device makes.
-class KeyObserver
-{
-public:
-    explicit KeyObserver(const QString &display)
-        : m_display(xcb_connect(display.toLocal8Bit().constData(), nullptr))
-    {
-        struct
-        {
-            xcb_input_event_mask_t head;
-            uint32_t mask;
-        } wanted{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
-                 XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE};
-        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(m_display)).data->root;
-        std::free(xcb_input_xi_query_version_reply(
-            m_display, xcb_input_xi_query_version(m_display, 2, 2), nullptr));
-        xcb_input_xi_select_events(m_display, root, 1, &wanted.head);
-        // An answer proves that the selection is in force.
-        std::free(xcb_get_input_focus_reply(m_display, xcb_get_input_focus(m_display), nullptr));
-    }
-    ~KeyObserver() { xcb_disconnect(m_display); }
-    KeyObserver(const KeyObserver &) = delete;
-    KeyObserver &operator=(const KeyObserver &) = delete;
-
-    /// Waits for the next press or release (an XInput event type); false when none comes in time.
-    bool waitFor(uint16_t rawType)
-    {
-        const auto end = steady_clock::now() + LongestWait;
-        while (steady_clock::now() < end) {
-            while (xcb_generic_event_t *event = xcb_poll_for_event(m_display)) {
-                const auto type = reinterpret_cast<xcb_ge_generic_event_t *>(event)->event_type;
-                std::free(event);
-                if (type == rawType)
-                    return true;
-            }
-            pollfd waiting{xcb_get_file_descriptor(m_display), POLLIN, 0};
-            ::poll(&waiting, 1, static_cast<int>(LongestWait.count()));
-        }
-        return false;
-    }
-
-private:
-    xcb_connection_t *m_display;
-};
 
 /// The times of one of the two programs.
 struct Times

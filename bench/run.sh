@@ -11,7 +11,7 @@ build=${1:-build/release}
 if [ $# -eq 0 ]; then
     cmake --preset release >/dev/null
     cmake --build --preset release --target VornaServer floor key_latency \
-        file_rate clipboard_latency event_loop_gaps
+        file_rate clipboard_latency event_loop_gaps quillmote quillmote_keys quillmote_send
 fi
 
 VORNA_SERVER=$(readlink -f "$build/VornaServer")
@@ -22,6 +22,13 @@ echo "A key, from the handheld's send to another program's event:"
 
 echo "A file of 1 GiB over the loopback, into the server and into socat by turns:"
 "$build/bench/file_rate" "$build"
+
+echo "A key by quillmote, from its start to another program's event, and by xdotool; then 10,000 keys:"
+"$build/bench/quillmote_keys" "$build/quillmote"
+
+# In memory: the programs are compared, and not what else the disk has to do.
+echo "A file of 1 GiB by quillmote into the server, and from socat to socat:"
+"$build/bench/quillmote_send" "$build/quillmote" /dev/shm
 
 echo "The text of the clipboard, from the handheld's question to its answer:"
 "$build/bench/clipboard_latency"

@@ -2,25 +2,25 @@
 # SPDX-FileCopyrightText: 2026 The VornaServer developers
 # SPDX-License-Identifier: MIT
 #
-# A private desktop, the server in it, and a handheld that types into a window of it; sourced.
+# A private desktop, the server in it, and quillmote that types into a window of it; sourced.
 
 # shellcheck source=scripts/processes.sh
 . "${BASH_SOURCE[0]%/*}/processes.sh"
-# shellcheck source=scripts/handheld.sh
-. "${BASH_SOURCE[0]%/*}/handheld.sh"
 
 readonly demo_text="hello from the handheld"
 readonly demo_title="VornaServer demonstration"
 demo_folder=
 demo_pictures=
+demo_quillmote=
 demo_server=
 demo_port=
 
-# run_demo SERVER PICTURES ONCE: the whole demonstration; screenshot.png goes into PICTURES. Returns
+# run_demo SERVER QUILLMOTE PICTURES ONCE: the whole demonstration; screenshot.png goes into PICTURES. Returns
 # 0 when the text arrived and, when ONCE is "yes", the server ended well; otherwise it serves on until
 # it is told to end.
 run_demo() {
-    demo_pictures=$2
+    demo_quillmote=$2
+    demo_pictures=$3
     trap demo_ends EXIT
     trap 'exit 130' INT
     trap 'exit 143' TERM HUP
@@ -28,7 +28,7 @@ run_demo() {
     make_private_places
     start_desktop && start_text_window && start_server "$1" || return 1
     drive_server || return 1
-    if [ "$3" = yes ]; then
+    if [ "$4" = yes ]; then
         stop_server
     else
         serve_until_told
@@ -37,7 +37,6 @@ run_demo() {
 
 demo_ends() {
     trap '' INT TERM HUP
-    handheld_leaves 2>/dev/null || true
     stop_all
     [ -z "$demo_folder" ] || rm -rf "$demo_folder"
 }
@@ -149,12 +148,29 @@ server_listens_or_has_ended() {
 
 drive_server() {
     local arrived=yes
-    handheld_session "$demo_port" "$demo_text" || demo_fails "the server did not answer" || return 1
+    use_every_way || demo_fails "quillmote could not drive the server" || return 1
     wait_until 5 text_has_arrived || arrived=no
     echo "The window received: $(cat "$demo_folder/typed.txt")"
     take_screenshot || demo_fails "no screenshot" || return 1
     echo "Screenshot: $demo_pictures/screenshot.png"
     [ "$arrived" = yes ] || demo_fails "the text was to be: $demo_text"
+}
+
+# The typing comes last, so that the screenshot shows it.
+use_every_way() {
+    local keys=() index
+    for ((index = 0; index < ${#demo_text}; index++)); do
+        keys+=("${demo_text:index:1}")
+    done
+    handheld pair --name "Demo" && handheld info && handheld copy "see you at eight" &&
+        handheld paste && handheld key "${keys[@]/#" "/Space}"
+}
+
+# handheld ARGUMENT...: runs quillmote with them and shows what it says.
+handheld() {
+    echo "  \$ quillmote $*"
+    "$demo_quillmote" "$@" --host 127.0.0.1 --port "$demo_port" >"$demo_folder/quillmote.out" &&
+        awk '{ print "    " $0 }' "$demo_folder/quillmote.out"
 }
 
 text_has_arrived() { [ "$(cat "$demo_folder/typed.txt")" = "$demo_text" ]; }
@@ -173,17 +189,14 @@ picture_stands_still() {
 }
 
 stop_server() {
-    handheld_leaves
     stop "$demo_server" || demo_fails "the server ended with status $?"
 }
 
 serve_until_told() {
-    handheld_leaves
     trap 'exit 0' INT TERM HUP
     cat <<END
 The server goes on, reachable on port $demo_port (from your network too). Try in another terminal:
-  bash -c 'exec 3<>/dev/tcp/127.0.0.1/$demo_port
-           printf "{ cmdType = SERVER_INFO; }" >&3; timeout 1 cat <&3'
+  $demo_quillmote remote --host 127.0.0.1 --port $demo_port
 Ctrl+C ends it and everything it started.
 END
     wait "$demo_server" || demo_fails "the server ended with status $?"

@@ -30,8 +30,9 @@ demo_packages() {
 test_packages() {
     build_packages
     demo_packages
-    printf '%s\n' avahi-daemon avahi-utils clang clang-format-14 desktop-file-utils dex git \
-        libclang-rt-14-dev libglib2.0-bin poppler-utils shellcheck socat tmux wmctrl xclip
+    printf '%s\n' avahi-daemon avahi-utils clang clang-format-14 desktop-file-utils dex fish git \
+        libclang-rt-14-dev libglib2.0-bin man-db mandoc poppler-utils \
+        python3 shellcheck socat tmux wmctrl xclip zsh
 }
 
 # Of the packages named, those that are not installed, one a line.

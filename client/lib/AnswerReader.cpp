@@ -120,6 +120,11 @@ private:
     qsizetype position = 0;
 };
 
+bool isTag(const QHash<QString, QVariant> &entries, const QString &key, quint64 tag)
+{
+    return entries.value(key).toString() == QString::number(tag);
+}
+
 } // namespace
 
 QString Answer::response() const
@@ -132,9 +137,20 @@ QStringList Answer::parameters() const
     return entries.value(u"cmdParameters"_s).toStringList();
 }
 
-quint64 Answer::tag() const
+bool Answer::holds(quint64 tag) const
 {
-    return entries.value(tagKey()).toString().toULongLong();
+    return isTag(entries, tagKey(), tag) || isTag(entries, keyBehindAnotherToken(tagKey()), tag);
+}
+
+Confirmation Answer::confirmation(quint64 tag) const
+{
+    if (isTag(entries, keyBehindAnotherToken(questionKey()), tag)) {
+        return Confirmation::NotCarriedOut;
+    }
+    if (!isTag(entries, questionKey(), tag)) {
+        return Confirmation::None;
+    }
+    return holds(tag) ? Confirmation::CarriedOut : Confirmation::NotCarriedOut;
 }
 
 std::optional<Answer> AnswerReader::take()

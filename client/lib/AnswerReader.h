@@ -12,6 +12,13 @@
 
 namespace quillmote {
 
+/// What became of a request that is not answered, as the answer to the question behind it tells.
+enum class Confirmation {
+    None,         ///< the answer is to something else
+    CarriedOut,   ///< the request was read, and the question in another read
+    NotCarriedOut ///< both came in one read, which carries out the last only; or it was not read
+};
+
 /// One token from the server: its whole map, in which an answer's own entries are "serverResponse"
 /// and, for some commands, "cmdParameters".
 struct Answer
@@ -20,8 +27,10 @@ struct Answer
 
     QString response() const;
     QStringList parameters() const;
-    /// The tag of the newest request that the server has read; 0 when there is none.
-    quint64 tag() const;
+    /// Whether the request of that tag has been read.
+    bool holds(quint64 tag) const;
+    /// About a request and the question behind it, both of that tag.
+    Confirmation confirmation(quint64 tag) const;
 };
 
 /// Cuts the server's compact tokens out of the stream, in whatever pieces they arrive.

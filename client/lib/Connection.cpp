@@ -8,6 +8,7 @@
 #include <QIODevice>
 
 #include <algorithm>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -15,7 +16,6 @@ namespace quillmote {
 namespace {
 
 using namespace std::chrono_literals;
-using std::chrono::duration_cast;
 using std::chrono::milliseconds;
 
 /// Bytes handed to the socket ahead of the network.
@@ -26,14 +26,13 @@ constexpr auto timeToDecide = 120s;
 /// When a repeatable request is sent again.
 constexpr auto repeatAfter = 1'000ms;
 
+/// Timers know no shorter time; below it the thread sleeps, which leaves the processor to a server
+/// on the same machine.
+constexpr auto shortestTimer = 2ms;
+
 QString readyForFile()
 {
     return u"START_BINARY_TRANSFER"_s;
-}
-
-Pacing::Duration elapsed(const QElapsedTimer &timer)
-{
-    return duration_cast<Pacing::Duration>(std::chrono::nanoseconds(timer.nsecsElapsed()));
 }
 
 } // namespace
@@ -46,9 +45,9 @@ struct Connection::Exchange
     QByteArray announcement; // for a file: what is sent instead of the request
     std::shared_ptr<QIODevice> body;
     Progress progress;
-    quint64 tag = 0; // the newest; only its answer ends the exchange
+    quint64 tag = 0;      // of the latest try; only its answer ends the exchange
+    quint64 bodySize = 0; // asked once, as it costs a system call
     quint64 bodySent = 0;
-    int tries = 0;
     bool isSendingBody = false;
 };
 
@@ -56,7 +55,8 @@ Connection::Connection(QObject *parent) : QObject(parent)
 {
     deadline.setSingleShot(true);
     patience.setSingleShot(true);
-    patience.setTimerType(Qt::PreciseTimer);
+    gap.setSingleShot(true);
+    gap.setTimerType(Qt::PreciseTimer);
     connect(&socket, &QTcpSocket::connected, this, [this] {
         deadline.stop();
         socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
@@ -69,18 +69,12 @@ Connection::Connection(QObject *parent) : QObject(parent)
     connect(&deadline, &QTimer::timeout, this, [this] {
         if (current) {
             finish(Outcome::Kind::TimedOut, u"The server did not answer in time."_s);
-        } else {
-            fail(u"The server could not be reached in time."_s);
         }
+        // Should the answer still come, it could be taken for that of a later request.
+        fail(u"The server did not react in time."_s);
     });
-    connect(&patience, &QTimer::timeout, this, &Connection::waitPatiently);
-    // A wait shorter than any timer: asked again and again from the event loop.
-    connect(&gap, &QTimer::timeout, this, [this] {
-        if (elapsed(sinceWrite) >= pacing.gap()) {
-            gap.stop();
-            writeQuestion();
-        }
-    });
+    connect(&patience, &QTimer::timeout, this, &Connection::write);
+    connect(&gap, &QTimer::timeout, this, &Connection::ask);
 }
 
 Connection::~Connection()
@@ -123,6 +117,7 @@ void Connection::sendFile(const QByteArray &announcement, quint64 tag,
     auto exchange = std::make_unique<Exchange>();
     exchange->announcement = announcement;
     exchange->tag = tag;
+    exchange->bodySize = static_cast<quint64>(body->size());
     exchange->body = std::move(body);
     exchange->progress = std::move(progress);
     exchange->done = std::move(done);
@@ -155,7 +150,6 @@ void Connection::write()
 {
     Exchange &exchange = *current;
     if (!exchange.announcement.isEmpty()) {
-        sinceWrite.start();
         socket.write(exchange.announcement);
         return;
     }
@@ -165,44 +159,33 @@ void Connection::write()
         finish(Outcome::Kind::Refused, written.refusal);
         return;
     }
-    sinceWrite.start();
     socket.write(written.bytes);
+    // The gap counts from when the bytes have left. A connection that ends here ends the exchange.
+    socket.flush();
+    if (!current) {
+        return;
+    }
     if (!exchange.request.isAnswered) {
-        scheduleQuestion();
+        askLater();
     } else if (exchange.request.isRepeatable) {
         patience.start(repeatAfter);
     }
 }
 
-void Connection::scheduleQuestion()
+void Connection::askLater()
 {
-    socket.flush();
-    sinceWrite.start();
-    gap.start(0);
-}
-
-/// Asks for what the server surely answers; the answer is of no interest but for its tag.
-void Connection::writeQuestion()
-{
-    current->tag = nextTag();
-    socket.write(writeRequest(Request::serverInfo(), current->tag).bytes);
-    socket.flush();
-    sinceWrite.start();
-    patience.start(duration_cast<milliseconds>(pacing.patience(current->tries)));
-}
-
-void Connection::waitPatiently()
-{
-    if (!current) {
-        return;
-    }
-    ++current->tries;
-    if (current->request.isAnswered) {
-        write();
+    if (pacing.gap() < shortestTimer) {
+        std::this_thread::sleep_for(pacing.gap());
+        ask();
     } else {
-        pacing.noteSilence();
-        writeQuestion();
+        gap.start(std::chrono::ceil<milliseconds>(pacing.gap()));
     }
+}
+
+void Connection::ask()
+{
+    socket.write(writeQuestion(current->tag));
+    socket.flush();
 }
 
 void Connection::receive()
@@ -218,19 +201,35 @@ void Connection::receive()
 
 void Connection::handle(const Answer &answer)
 {
-    // An older tag belongs to something that was sent again meanwhile; that answer is still to
-    // come, and until then not all that was sent has been read.
-    if (!current || answer.tag() != current->tag) {
+    if (!current) {
         return;
     }
-    if (current->body) {
+    if (!current->request.isAnswered) {
+        handleConfirmation(answer);
+    } else if (!answer.holds(current->tag)) {
+        // An older tag belongs to what was sent again, or given up, meanwhile.
+        return;
+    } else if (current->body) {
         handleFileAnswer(answer);
-        return;
+    } else {
+        finish(Outcome::Kind::Done, QString(), answer);
     }
-    if (!current->request.isAnswered && current->tries == 0) {
-        pacing.noteAnswer(elapsed(sinceWrite));
+}
+
+void Connection::handleConfirmation(const Answer &answer)
+{
+    switch (answer.confirmation(current->tag)) {
+    case Confirmation::None:
+        break;
+    case Confirmation::CarriedOut:
+        pacing.noteReadApart();
+        finish(Outcome::Kind::Done, QString(), answer);
+        break;
+    case Confirmation::NotCarriedOut:
+        pacing.noteReadTogether();
+        write();
+        break;
     }
-    finish(Outcome::Kind::Done, QString(), answer);
 }
 
 void Connection::handleFileAnswer(const Answer &answer)
@@ -248,7 +247,6 @@ void Connection::pumpBody()
     if (!current || !current->isSendingBody) {
         return;
     }
-    const auto total = static_cast<quint64>(current->body->size());
     while (socket.bytesToWrite() < bodyAhead && !current->body->atEnd()) {
         const QByteArray piece = current->body->read(bodyPiece);
         if (piece.isEmpty()) {
@@ -261,7 +259,8 @@ void Connection::pumpBody()
     // As long as something moves there is no reason to give up.
     deadline.start(timeout);
     if (current->progress) {
-        current->progress(current->bodySent - static_cast<quint64>(socket.bytesToWrite()), total);
+        current->progress(current->bodySent - static_cast<quint64>(socket.bytesToWrite()),
+                          current->bodySize);
     }
 }
 

@@ -7,7 +7,6 @@
 #include "lib/Pacing.h"
 #include "lib/Request.h"
 
-#include <QElapsedTimer>
 #include <QObject>
 #include <QTcpSocket>
 #include <QTimer>
@@ -27,7 +26,7 @@ struct Outcome
     enum class Kind {
         Done,     ///< carried out; `answer` holds what the server said, if it answers such requests
         Refused,  ///< not sent: the wire cannot carry it
-        TimedOut, ///< sent, and no answer came in time
+        TimedOut, ///< sent, and no answer came in time; the connection is closed
         Lost,     ///< the connection ended, or what came was no answer
     };
     Kind kind = Kind::Done;
@@ -38,9 +37,15 @@ struct Outcome
 /// A connection to one server. Requests are carried out one after the other, in the order in which
 /// they were given; each one's callback is called exactly once, from the event loop.
 ///
-/// The server takes what one read brings as one token, and is silent about commands of input. So
-/// after such a command a question that is answered is sent, a little later, and nothing else until
-/// its answer has come: then all that was sent before has been read. See Pacing.
+/// The server takes what one read brings as one token, carries out only the last command in it, and
+/// is silent about commands of input. So a question that is answered follows such a command, a
+/// little later, and nothing else until its answer has come. The server sends each entry of every
+/// token back, and the question's first entry comes back spoilt when the question did not begin a
+/// read. So the answer proves one of two things:
+/// - the question was read apart: then the command was the last of its read and carried out, once;
+/// - both were read together: then only the question was, and the command is sent again.
+/// Nothing is guessed from times, and neither can a command be lost nor carried out twice. How long
+/// the question waits decides about speed only; see Pacing.
 class Connection : public QObject
 {
     Q_OBJECT
@@ -82,11 +87,11 @@ private:
 
     void startNext();
     void write();
-    void writeQuestion();
-    void scheduleQuestion();
-    void waitPatiently();
+    void askLater();
+    void ask();
     void receive();
     void handle(const Answer &answer);
+    void handleConfirmation(const Answer &answer);
     void handleFileAnswer(const Answer &answer);
     void pumpBody();
     void finish(Outcome::Kind kind, const QString &problem, const Answer &answer = {});
@@ -100,9 +105,8 @@ private:
     std::unique_ptr<Exchange> current;
     quint64 lastTag = 0;
     QTimer deadline;
-    QTimer patience;
+    QTimer patience; // for requests that may be sent again
     QTimer gap;
-    QElapsedTimer sinceWrite;
     bool isLost = false;
 };
 

@@ -3,6 +3,8 @@
 
 #include "lib/DnsOperation.h"
 
+#include "lib/DnsSd.h"
+
 #include <QSocketNotifier>
 
 namespace quillmote {
@@ -13,7 +15,7 @@ DnsOperation::~DnsOperation()
 {
     delete notifier;
     if (serviceReference != nullptr) {
-        DNSServiceRefDeallocate(serviceReference);
+        DnsSd::get()->deallocate(serviceReference);
     }
 }
 
@@ -24,10 +26,10 @@ bool DnsOperation::watch(DNSServiceErrorType result)
         return false;
     }
     auto *replies =
-        new QSocketNotifier(DNSServiceRefSockFD(serviceReference), QSocketNotifier::Read, this);
+        new QSocketNotifier(DnsSd::get()->socketOf(serviceReference), QSocketNotifier::Read, this);
     notifier = replies;
     connect(replies, &QSocketNotifier::activated, this, [this, replies] {
-        const DNSServiceErrorType error = DNSServiceProcessResult(serviceReference);
+        const DNSServiceErrorType error = DnsSd::get()->processResult(serviceReference);
         if (error != kDNSServiceErr_NoError) {
             replies->setEnabled(false);
             emit failed(error);

@@ -54,9 +54,19 @@ QByteArray wrappedForPdf(const QByteArray &, const QByteArray &token)
     return "%% " + token + "\n";
 }
 
-QByteArray wrappedForMarkup(const QByteArray &, const QByteArray &token)
+QByteArray wrappedForMarkup(const QByteArray &kept, const QByteArray &token)
 {
-    return "<!-- " + token + " -->\n";
+    return kept + "<!-- " + token + " -->\n";
+}
+
+QByteArray wrappedForBraces(const QByteArray &, const QByteArray &token)
+{
+    return "/* " + token + " */\n";
+}
+
+QByteArray wrappedForTex(const QByteArray &, const QByteArray &token)
+{
+    return "% " + token + "\n";
 }
 
 QByteArray wrappedForShell(const QByteArray &kept, const QByteArray &token)
@@ -78,7 +88,45 @@ bool startsLike(const QByteArray &head, QByteArrayView word)
     return head.trimmed().first(std::min(head.trimmed().size(), word.size())).toLower() == word;
 }
 
-Wrapping wrappingFor(const QByteArray &head)
+/// The declaration, which nothing may precede; too short to be one when there is none.
+QByteArray xmlDeclaration(const QByteArray &head)
+{
+    return head.startsWith("<?xml") ? head.first(head.indexOf("?>") + 2) : QByteArray();
+}
+
+bool isMarkup(const QByteArray &head)
+{
+    return startsLike(head, "<!doctype html") || startsLike(head, "<html");
+}
+
+bool isXml(const QByteArray &head)
+{
+    const QByteArray declaration = xmlDeclaration(head);
+    return startsLike(head, "<svg") ||
+           (declaration.size() > 2 && !declaration.contains('{') && !declaration.contains('\0'));
+}
+
+/// Text that only its name tells the language of.
+Wrapping wrappingForName(const QString &name, const QByteArray &head)
+{
+    static const QStringList hash = {u"py"_s,   u"sh"_s,  u"rb"_s,   u"pl"_s,
+                                     u"yaml"_s, u"yml"_s, u"toml"_s, u"conf"_s};
+    static const QStringList braces = {u"c"_s,   u"h"_s,  u"cpp"_s, u"hpp"_s,
+                                       u"css"_s, u"js"_s, u"ts"_s,  u"java"_s};
+    const QString suffix = name.contains(u'.') ? name.section(u'.', -1).toLower() : QString();
+    if (head.contains('\0') || head.startsWith("\xef\xbb\xbf")) {
+        return {}; // no text, or with a mark that must come first
+    }
+    if (hash.contains(suffix)) {
+        return {suffix, 0, wrappedForShell};
+    }
+    if (braces.contains(suffix)) {
+        return {suffix, 0, wrappedForBraces};
+    }
+    return suffix == "tex"_L1 ? Wrapping{suffix, 0, wrappedForTex} : Wrapping{};
+}
+
+Wrapping wrappingFor(const QString &name, const QByteArray &head)
 {
     if (head.startsWith("\xff\xd8\xff")) {
         return {u"JPEG"_s, 2, wrappedForJpeg};
@@ -89,10 +137,14 @@ Wrapping wrappingFor(const QByteArray &head)
     if (head.startsWith("#!") && !firstLine(head).isEmpty()) {
         return {u"script"_s, firstLine(head).size(), wrappedForShell};
     }
-    if (startsLike(head, "<!doctype html") || startsLike(head, "<html")) {
+    // Two dashes in the name would end the comment.
+    if (isMarkup(head) && !name.contains("--"_L1)) {
         return {u"HTML"_s, 0, wrappedForMarkup};
     }
-    return {QString(), 0, nullptr};
+    if (isXml(head) && !name.contains("--"_L1)) {
+        return {u"XML"_s, xmlDeclaration(head).size(), wrappedForMarkup};
+    }
+    return wrappingForName(name, head);
 }
 
 } // namespace
@@ -100,7 +152,7 @@ Wrapping wrappingFor(const QByteArray &head)
 FileAnnouncement FileAnnouncement::of(const QString &name, quint64 size, const QByteArray &head,
                                       quint64 tag)
 {
-    const Wrapping wrapping = wrappingFor(head);
+    const Wrapping wrapping = wrappingFor(name, head);
     FileAnnouncement announcement;
     announcement.skippedBytes = wrapping.keptBytes;
     announcement.isComment = wrapping.wrap != nullptr;

@@ -10,29 +10,23 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr Pacing::Duration shortestGap = 50us;
-constexpr Pacing::Duration longestGap = 20ms;
-constexpr Pacing::Duration shortestPatience = 3ms;
-constexpr int mostDoublings = 8;
+constexpr Pacing::Duration shortestGap = 20us;
+/// Longer than a radio sleeps, which holds packets back and then delivers them together.
+constexpr Pacing::Duration longestGap = 500ms;
 
 } // namespace
 
-Pacing::Duration Pacing::patience(int earlierTries) const
+void Pacing::noteReadApart()
 {
-    const Duration first = std::max(shortestPatience, 4 * smoothedRoundTrip);
-    return first * (1 << std::min(earlierTries, mostDoublings));
+    // Growth by half and a shrinking by 1/64 hold each other where one in thirty is too short.
+    const Duration step = currentGap / (wasTooShort ? 64 : 8);
+    currentGap = std::max(shortestGap, currentGap - std::max(step, Duration(1us)));
 }
 
-void Pacing::noteAnswer(Duration roundTrip)
+void Pacing::noteReadTogether()
 {
-    smoothedRoundTrip =
-        smoothedRoundTrip == 0us ? roundTrip : (7 * smoothedRoundTrip + roundTrip) / 8;
-    currentGap = std::max(shortestGap, currentGap * 255 / 256);
-}
-
-void Pacing::noteSilence()
-{
-    currentGap = std::min(longestGap, currentGap * 2);
+    wasTooShort = true;
+    currentGap = std::min(longestGap, currentGap * 3 / 2);
 }
 
 } // namespace quillmote

@@ -131,22 +131,36 @@ QString tagKey()
     return u"quillmote"_s;
 }
 
+QString questionKey()
+{
+    return u"question"_s;
+}
+
+QString keyBehindAnotherToken(const QString &key)
+{
+    return u"}{ "_s + key;
+}
+
 WrittenRequest writeRequest(const Request &request, quint64 tag)
 {
     const QString reason = refusalOf(request);
     if (!reason.isEmpty()) {
         return {{}, reason};
     }
-    // The command comes first: should the server read two tokens as one, the first is carried out.
-    QString text = u"{ "_s + entry(u"cmdType"_s, request.command);
+    QString text = u"{ "_s + entry(tagKey(), QString::number(tag));
+    text += entry(u"cmdType"_s, request.command);
     if (request.parameters) {
         text += entry(u"cmdParameters"_s, listText(*request.parameters));
     }
     if (request.function) {
         text += entry(u"fncCommand"_s, u'"' + guarded(*request.function) + u'"');
     }
-    text += entry(tagKey(), QString::number(tag)) + u'}';
-    return {text.toLatin1(), {}};
+    return {(text + u'}').toLatin1(), {}};
+}
+
+QByteArray writeQuestion(quint64 tag)
+{
+    return "{ question = " + QByteArray::number(tag) + "; cmdType = SERVER_INFO; }";
 }
 
 } // namespace quillmote

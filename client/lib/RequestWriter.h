@@ -21,11 +21,20 @@ struct WrittenRequest
 
 /// Writes the request in the form that the server's reader accepts.
 ///
-/// The tag is an entry of our own. The server keeps it and sends it back in each answer, so that an
-/// answer tells up to which request everything has been read.
+/// The tag comes back in each answer, since the server keeps every entry; Answer::holds() looks for
+/// it. It stands first, and so decides what a server does that takes two tokens as one: of the
+/// second token its first entry is spoilt by the braces in between, and those behind it overwrite
+/// the first token's. So it is always the last command of a read that is carried out.
 WrittenRequest writeRequest(const Request &request, quint64 tag);
 
-/// The entry of a map that holds the tag.
+/// A question that is always answered, and whose answer tells whether it was read together with
+/// what was sent just before it; see Answer::confirmation().
+QByteArray writeQuestion(quint64 tag);
+
+/// The entry of a map that holds the tag of a request, and of a question.
 QString tagKey();
+QString questionKey();
+/// The same when the token was not the first of its read.
+QString keyBehindAnotherToken(const QString &key);
 
 } // namespace quillmote

@@ -4,6 +4,7 @@
 #include "lib/ServerBrowser.h"
 
 #include "lib/DnsOperation.h"
+#include "lib/DnsSd.h"
 
 #include <QtEndian>
 
@@ -28,8 +29,26 @@ struct ServerBrowser::Sighting : QObject
 
     ServerBrowser &browser;
     ServerAddress server;
-    DnsOperation *resolve = new DnsOperation(this);
-    DnsOperation *query = nullptr;
+    int places = 1; // interfaces, and versions of IP on them, on which it is seen
+    /// The one that runs: first to resolve the name, then for the address.
+    DnsOperation *operation = nullptr;
+
+    /// No longer than needed: one that is open when the discovery service ends makes the
+    /// compatibility library of Avahi 0.8 jump to an address that it never set. Browsing is safe.
+    void endOperation()
+    {
+        if (operation != nullptr) {
+            operation->deleteLater();
+            operation = nullptr;
+        }
+    }
+
+    DNSServiceRef *startOperation()
+    {
+        endOperation();
+        operation = new DnsOperation(this);
+        return operation->reference();
+    }
 };
 
 ServerBrowser::ServerBrowser(QObject *parent) : QObject(parent) {}
@@ -38,10 +57,11 @@ ServerBrowser::~ServerBrowser() = default;
 
 void ServerBrowser::start()
 {
+    const DnsSd *dnsSd = DnsSd::get();
     browse = new DnsOperation(this);
     connect(browse, &DnsOperation::failed, this, &ServerBrowser::tellProblem);
-    if (!browse->watch(
-            DNSServiceBrowse(browse->reference(), 0, 0, serviceType, nullptr, browsed, this))) {
+    if (dnsSd == nullptr || !browse->watch(dnsSd->browse(browse->reference(), 0, 0, serviceType,
+                                                         nullptr, browsed, this))) {
         QMetaObject::invokeMethod(this, &ServerBrowser::tellProblem, Qt::QueuedConnection);
     }
 }
@@ -61,22 +81,31 @@ void ServerBrowser::browsed(DNSServiceRef, DNSServiceFlags flags, uint32_t inter
     } else if ((flags & kDNSServiceFlagsAdd) != 0) {
         self->add(QString::fromUtf8(name), type, domain, interface);
     } else {
-        self->remove(QString::fromUtf8(name));
+        self->removeOnePlace(QString::fromUtf8(name));
     }
 }
 
-/// A server is seen once an interface; the first will do.
+/// A server is seen once an interface and version of IP; the first will do.
 void ServerBrowser::add(const QString &name, const char *type, const char *domain,
                         uint32_t interface)
 {
-    if (sightings.contains(name)) {
+    if (Sighting *known = sightings.value(name)) {
+        ++known->places;
         return;
     }
     auto *sighting = new Sighting(*this, name);
     sightings.insert(name, sighting);
-    sighting->resolve->watch(DNSServiceResolve(sighting->resolve->reference(), 0, interface,
-                                               name.toUtf8().constData(), type, domain, resolved,
-                                               sighting));
+    DNSServiceRef *reference = sighting->startOperation();
+    sighting->operation->watch(DnsSd::get()->resolve(
+        reference, 0, interface, name.toUtf8().constData(), type, domain, resolved, sighting));
+}
+
+void ServerBrowser::removeOnePlace(const QString &name)
+{
+    Sighting *sighting = sightings.value(name);
+    if (sighting != nullptr && --sighting->places == 0) {
+        remove(name);
+    }
 }
 
 void ServerBrowser::remove(const QString &name)
@@ -105,13 +134,10 @@ void ServerBrowser::resolved(DNSServiceRef, DNSServiceFlags, uint32_t interface,
 /// of the local network.
 void ServerBrowser::lookUpAddress(Sighting &sighting, uint32_t interface)
 {
-    if (sighting.query != nullptr) {
-        sighting.query->deleteLater();
-    }
-    sighting.query = new DnsOperation(&sighting);
-    sighting.query->watch(DNSServiceQueryRecord(
-        sighting.query->reference(), 0, interface, sighting.server.hostName.toUtf8().constData(),
-        addressRecord, internetClass, addressFound, &sighting));
+    DNSServiceRef *reference = sighting.startOperation();
+    sighting.operation->watch(DnsSd::get()->queryRecord(
+        reference, 0, interface, sighting.server.hostName.toUtf8().constData(), addressRecord,
+        internetClass, addressFound, &sighting));
 }
 
 void ServerBrowser::addressFound(DNSServiceRef, DNSServiceFlags flags, uint32_t,
@@ -122,6 +148,7 @@ void ServerBrowser::addressFound(DNSServiceRef, DNSServiceFlags flags, uint32_t,
     const bool isAddress = error == kDNSServiceErr_NoError && length == sizeof(quint32);
     if (isAddress && (flags & kDNSServiceFlagsAdd) != 0) {
         sighting->server.address = QHostAddress(qFromBigEndian<quint32>(data));
+        sighting->endOperation();
         emit sighting->browser.found(sighting->server);
     }
 }

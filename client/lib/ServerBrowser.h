@@ -41,7 +41,7 @@ public:
     void start();
 
 signals:
-    /// Comes again when the address or the port of a server has changed.
+    /// A server that moves to another port is gone first, and found anew.
     void found(const quillmote::ServerAddress &server);
     void gone(const QString &name);
     void failed(const QString &problem);
@@ -62,6 +62,7 @@ private:
                                        uint16_t length, const void *data, uint32_t timeToLive,
                                        void *context);
     void add(const QString &name, const char *type, const char *domain, uint32_t interface);
+    void removeOnePlace(const QString &name);
     void remove(const QString &name);
     void lookUpAddress(Sighting &sighting, uint32_t interface);
     void tellProblem();

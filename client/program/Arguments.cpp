@@ -6,8 +6,8 @@
 #include "program/CommandTable.h"
 
 #include <QCommandLineParser>
-#include <QRegularExpression>
 
+#include <algorithm>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -28,6 +28,9 @@ void addOptions(QCommandLineParser &parser, const QString &command)
     parser.addOption(option(u"port"_s, u"The server's port, with --host."_s, u"PORT"_s));
     parser.addOption(option(u"timeout"_s, u"How long to wait, 10 if not given."_s, u"SECONDS"_s));
     parser.addOption(option(u"json"_s, u"Print results as JSON."_s));
+    if (command == "discover"_L1) {
+        parser.addOption(option(u"watch"_s, u"Go on, and tell what comes and goes."_s));
+    }
     if (command == "pair"_L1) {
         parser.addOption(option(u"name"_s, u"What this device is called."_s, u"NAME"_s));
     }
@@ -50,10 +53,11 @@ QString problemWithNumbers(const QCommandLineParser &parser, Arguments &argument
         if (!isNumber || !(seconds > 0 && seconds <= 86'400)) {
             return u"--timeout takes seconds, more than 0 and up to 86400."_s;
         }
+        arguments.isTimeoutGiven = true;
         arguments.timeout = std::chrono::milliseconds(std::lround(std::ceil(seconds * 1000)));
     }
     if (parser.isSet(u"host"_s) != parser.isSet(u"port"_s)) {
-        return u"--host and --port go together."_s;
+        return u"--host and --port go together; give both."_s;
     }
     if (parser.isSet(u"host"_s) && parser.isSet(u"server"_s)) {
         return u"--server and --host exclude each other."_s;
@@ -63,6 +67,7 @@ QString problemWithNumbers(const QCommandLineParser &parser, Arguments &argument
 
 QString problemWithCommandOptions(const QCommandLineParser &parser, Arguments &arguments)
 {
+    arguments.isWatch = arguments.command == "discover"_L1 && parser.isSet(u"watch"_s);
     if (arguments.command == "pair"_L1) {
         arguments.deviceName = parser.value(u"name"_s);
     }
@@ -95,8 +100,8 @@ ParsedArguments problem(const QString &text)
 /// The first word that is no option, or the value of one.
 QString commandIn(const QStringList &words)
 {
-    static const QStringList takingValues = {u"--server"_s, u"--host"_s, u"--port"_s,
-                                             u"--timeout"_s};
+    static const QStringList takingValues = {u"--server"_s,  u"--host"_s, u"--port"_s,
+                                             u"--timeout"_s, u"--name"_s, u"--repeat"_s};
     for (qsizetype index = 1; index < words.size(); ++index) {
         if (takingValues.contains(words[index])) {
             ++index;
@@ -107,23 +112,30 @@ QString commandIn(const QStringList &words)
     return {};
 }
 
-/// A negative number is a value and no option; the parser sees it with another minus sign.
-QStringList withNegativeNumbersHidden(QStringList words)
+/// A negative number is a value and no option; the parser sees it with a sign that is no character.
+constexpr QChar hiddenMinus(0xfdd0);
+
+bool isNumberBehind(QChar minus, QStringView word)
 {
-    static const QRegularExpression negative(u"^-(?=[0-9]+$)"_s);
-    return words.replaceInStrings(negative, u"\u2212"_s);
+    return word.size() > 1 && word[0] == minus &&
+           std::all_of(word.begin() + 1, word.end(), [](QChar digit) { return digit.isDigit(); });
 }
 
-QStringList withNegativeNumbersShown(QStringList words)
+QStringList withMinusReplaced(QStringList words, QChar before, QChar after)
 {
-    return words.replaceInStrings(QRegularExpression(u"^\u2212(?=[0-9]+$)"_s), u"-"_s);
+    for (QString &word : words) {
+        if (isNumberBehind(before, word)) {
+            word[0] = after;
+        }
+    }
+    return words;
 }
 
 } // namespace
 
 ParsedArguments parseArguments(const QStringList &words)
 {
-    const QStringList commandLine = withNegativeNumbersHidden(words);
+    const QStringList commandLine = withMinusReplaced(words, u'-', hiddenMinus);
     Arguments arguments;
     arguments.command = commandIn(commandLine);
     const CommandEntry *entry = findCommand(arguments.command);
@@ -146,7 +158,7 @@ ParsedArguments parseArguments(const QStringList &words)
     if (!isWellFormed) {
         return problem(parser.errorText() + u" See quillmote %1 --help."_s.arg(arguments.command));
     }
-    arguments.values = withNegativeNumbersShown(parser.positionalArguments().mid(1));
+    arguments.values = withMinusReplaced(parser.positionalArguments().mid(1), hiddenMinus, u'-');
     arguments.server = parser.value(u"server"_s);
     arguments.host = parser.value(u"host"_s);
     arguments.wantsJson = parser.isSet(u"json"_s);

@@ -18,9 +18,11 @@ struct Arguments
     QString host;       // --host
     quint16 port = 0;   // --port
     std::chrono::milliseconds timeout{10'000};
+    bool isTimeoutGiven = false;
     bool wantsJson = false;
-    QString deviceName; // --name, for pairing
-    int repeat = 1;     // --repeat, for keys
+    QString deviceName;   // --name, for pairing
+    int repeat = 1;       // --repeat, for keys
+    bool isWatch = false; // --watch, for discovery
 };
 
 /// What reading the command line has led to: arguments, or a text to show and an exit.

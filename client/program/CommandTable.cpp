@@ -20,11 +20,16 @@ template <size_t Size> constexpr QLatin1StringView text(const char (&characters)
 }
 
 constexpr std::array table = {
-    CommandEntry{text("discover"), text("[OPTIONS]"), text("list the servers on the local network"),
-                 text("Lists the servers that are seen within two seconds (or --timeout)."),
-                 text("  quillmote discover\n"
-                      "  quillmote discover --json --timeout 5"),
-                 0, 0, Commands::discover},
+    CommandEntry{
+        text("discover"), text("[--watch] [OPTIONS]"),
+        text("list the servers on the local network"),
+        text("Lists the servers that are seen within two seconds (or --timeout): name,\n"
+             "address and port, separated by tabs. With --watch it goes on, until Ctrl+C or\n"
+             "--timeout, and tells each server that is found and each that is gone."),
+        text("  quillmote discover\n"
+             "  quillmote discover --json --timeout 5\n"
+             "  quillmote discover --watch"),
+        0, 0, Commands::discover},
     CommandEntry{text("info"), text("[OPTIONS]"), text("tell the size of the desktop"),
                  text("Asks for the size of the server's desktop, in pixels."),
                  text("  quillmote info\n"
@@ -71,13 +76,13 @@ constexpr std::array table = {
                  text("  quillmote paste\n"
                       "  quillmote paste > notes.txt"),
                  0, 0, Commands::paste},
-    CommandEntry{
-        text("send"), text("FILE... [OPTIONS]"), text("send files"),
-        text("Sends the files, one after the other; the server saves and opens each.\n"
-             "The server stores the announcement of a file as the file's first bytes. In\n"
-             "JPEG, PDF, HTML and scripts it is made a comment, so the received file opens\n"
-             "as the original does; for other formats you are told before the sending."),
-        text("  quillmote send photo.jpg report.pdf"), 1, any, Commands::send},
+    CommandEntry{text("send"), text("FILE... [OPTIONS]"), text("send files"),
+                 text("Sends the files, one after the other; the server saves and opens each.\n"
+                      "The server stores the announcement of a file as the file's first bytes. In\n"
+                      "JPEG, PDF, HTML, XML, scripts and source text it is made a comment, so the\n"
+                      "received file opens as the original does; for other formats you are told\n"
+                      "before the sending."),
+                 text("  quillmote send photo.jpg report.pdf"), 1, any, Commands::send},
     CommandEntry{text("remote"), text("[OPTIONS]"), text("make this terminal the handheld"),
                  text("Keys typed here are typed there; arrows or the mouse move the pointer, the\n"
                       "mouse's buttons click. Ctrl+] leaves."),

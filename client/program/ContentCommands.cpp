@@ -25,7 +25,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto discoveryTime = 2s;
+constexpr std::chrono::milliseconds discoveryTime = 2s;
+/// What surely fits into one packet of a network, with the token around it.
+constexpr qsizetype safeTextLength = 1'300;
 
 void printJson(const QJsonDocument &document)
 {
@@ -38,6 +40,36 @@ QJsonObject asJson(const quillmote::ServerAddress &server)
             {u"host"_s, server.hostName},
             {u"address"_s, server.address.toString()},
             {u"port"_s, server.port}};
+}
+
+QString asLine(const quillmote::ServerAddress &server)
+{
+    return u"%1\t%2\t%3"_s.arg(server.name, server.address.toString()).arg(server.port);
+}
+
+ExitCode discoveryFailed(const QString &problem)
+{
+    Terminal::complain(problem + u" Start it, or use --host and --port."_s);
+    return ExitCode::NoConnection;
+}
+
+/// One line for each server that comes or goes.
+ExitCode watch(const Arguments &arguments)
+{
+    const auto tell = [&](const QString &event, const QString &line, QJsonObject object) {
+        object.insert(u"event"_s, event);
+        arguments.wantsJson ? printJson(QJsonDocument(object))
+                            : Terminal::printLine(event + u'\t' + line);
+    };
+    const QString problem = watchServers(
+        arguments.isTimeoutGiven ? std::optional(arguments.timeout) : std::nullopt,
+        [&](const quillmote::ServerAddress &server) {
+            tell(u"found"_s, asLine(server), asJson(server));
+        },
+        [&](const QString &name) {
+            tell(u"gone"_s, name, {{u"name"_s, name}});
+        });
+    return problem.isEmpty() ? ExitCode::Done : discoveryFailed(problem);
 }
 
 /// Connects, sends the one request and hands out the answer.
@@ -77,23 +109,25 @@ QString deviceIdentifier()
 
 ExitCode Commands::discover(const Arguments &arguments)
 {
-    const auto time = std::min<std::chrono::milliseconds>(discoveryTime, arguments.timeout);
-    const DiscoveredServers seen = discoverServers(time);
+    if (arguments.isWatch) {
+        return watch(arguments);
+    }
+    const DiscoveredServers seen =
+        discoverServers(arguments.isTimeoutGiven ? arguments.timeout : discoveryTime);
     if (!seen.problem.isEmpty()) {
-        Terminal::complain(seen.problem + u" Start it, or use --host and --port."_s);
-        return ExitCode::NoConnection;
+        return discoveryFailed(seen.problem);
     }
     QJsonArray all;
     for (const quillmote::ServerAddress &server : seen.servers) {
         all.append(asJson(server));
         if (!arguments.wantsJson) {
-            Terminal::printLine(
-                u"%1\t%2\t%3"_s.arg(server.name, server.address.toString()).arg(server.port));
+            Terminal::printLine(asLine(server));
         }
     }
     if (arguments.wantsJson) {
         printJson(QJsonDocument(all));
-    } else if (seen.servers.isEmpty()) {
+    }
+    if (seen.servers.isEmpty()) {
         Terminal::complain(u"No server was found; start VornaServer on the desktop."_s);
     }
     return seen.servers.isEmpty() ? ExitCode::NoConnection : ExitCode::Done;
@@ -149,6 +183,10 @@ ExitCode Commands::copy(const Arguments &arguments)
     const QString text = arguments.values.isEmpty() ? textFromInput() : arguments.values[0];
     const ExitCode code = ask(arguments, Request::copy(text), answer);
     printDone(arguments, code);
+    if (code == ExitCode::NoConnection && text.size() > safeTextLength) {
+        Terminal::note(u"A text as long as this one (%1 bytes) may be cut by the network, and then "
+                       "the server drops it; send it as a file."_s.arg(text.size()));
+    }
     return code;
 }
 

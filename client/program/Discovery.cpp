@@ -7,32 +7,49 @@
 #include <QMap>
 #include <QTimer>
 
+using quillmote::ServerAddress;
+using quillmote::ServerBrowser;
+
 namespace {
 
-/// With a name given, ends as soon as that one is there.
-DiscoveredServers watch(const QString &wanted, std::chrono::milliseconds duration)
+/// Runs the event loop with a browser in it. `came` ends it by returning true.
+QString browse(std::optional<std::chrono::milliseconds> limit,
+               const std::function<bool(const ServerAddress &)> &came,
+               const std::function<void(const QString &)> &went)
 {
-    using quillmote::ServerBrowser;
-    DiscoveredServers result;
-    QMap<QString, quillmote::ServerAddress> seen;
+    QString problem;
     QEventLoop loop;
     ServerBrowser browser;
-    QObject::connect(&browser, &ServerBrowser::found, &loop,
-                     [&](const quillmote::ServerAddress &server) {
-                         seen.insert(server.name, server);
-                         if (server.name == wanted) {
-                             loop.quit();
-                         }
-                     });
-    QObject::connect(&browser, &ServerBrowser::gone, &loop,
-                     [&](const QString &name) { seen.remove(name); });
-    QObject::connect(&browser, &ServerBrowser::failed, &loop, [&](const QString &problem) {
-        result.problem = problem;
+    QObject::connect(&browser, &ServerBrowser::found, &loop, [&](const ServerAddress &server) {
+        if (came(server)) {
+            loop.quit();
+        }
+    });
+    QObject::connect(&browser, &ServerBrowser::gone, &loop, went);
+    QObject::connect(&browser, &ServerBrowser::failed, &loop, [&](const QString &why) {
+        problem = why;
         loop.quit();
     });
-    QTimer::singleShot(duration, &loop, &QEventLoop::quit);
+    if (limit) {
+        QTimer::singleShot(*limit, &loop, &QEventLoop::quit);
+    }
     browser.start();
     loop.exec();
+    return problem;
+}
+
+/// With a name given, ends as soon as that one is there.
+DiscoveredServers collect(const QString &wanted, std::chrono::milliseconds duration)
+{
+    QMap<QString, ServerAddress> seen;
+    DiscoveredServers result;
+    result.problem = browse(
+        duration,
+        [&](const ServerAddress &server) {
+            seen.insert(server.name, server);
+            return server.name == wanted;
+        },
+        [&](const QString &name) { seen.remove(name); });
     result.servers = seen.values();
     return result;
 }
@@ -41,10 +58,23 @@ DiscoveredServers watch(const QString &wanted, std::chrono::milliseconds duratio
 
 DiscoveredServers discoverServers(std::chrono::milliseconds duration)
 {
-    return watch(QString(), duration);
+    return collect(QString(), duration);
+}
+
+QString watchServers(std::optional<std::chrono::milliseconds> limit,
+                     const std::function<void(const ServerAddress &)> &came,
+                     const std::function<void(const QString &)> &went)
+{
+    return browse(
+        limit,
+        [&](const ServerAddress &server) {
+            came(server);
+            return false;
+        },
+        went);
 }
 
 DiscoveredServers discoverServer(const QString &name, std::chrono::milliseconds limit)
 {
-    return watch(name, limit);
+    return collect(name, limit);
 }

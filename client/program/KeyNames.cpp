@@ -4,8 +4,9 @@
 #include "program/KeyNames.h"
 
 #include <QHash>
-#include <QRegularExpression>
 #include <QStringList>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -24,12 +25,21 @@ bool isModifier(const QString &name)
     return name == "Cmd"_L1 || name == "Alt"_L1 || name == "Ctrl"_L1 || name == "Shift"_L1;
 }
 
-/// Written so, or so but for the letters' case.
+bool isFunctionKey(QStringView name)
+{
+    const int number = name.mid(1).toInt();
+    return name.startsWith(u'F', Qt::CaseInsensitive) && number >= 1 && number <= 20 &&
+           name.mid(1) == QString::number(number);
+}
+
 bool isKey(const QString &name)
 {
-    static const QRegularExpression keys(
-        uR"(^(?:[A-Za-z0-9=\-\[\]';\\,/]|[Ff](?:[1-9]|1[0-9]|20))$)"_s);
-    return keys.match(name).hasMatch();
+    if (name.size() != 1) {
+        return isFunctionKey(name);
+    }
+    const QChar character = name[0];
+    const bool isAscii = character.unicode() < 0x80;
+    return isAscii && (character.isLetterOrNumber() || u"=-[]';\\,/"_s.contains(character));
 }
 
 /// Characters that take Shift, with the key that bears them.

@@ -12,6 +12,7 @@ _quillmote() {
         case " $commands " in *" $word "*) command=$word && break ;; esac
     done
     case $command in
+    discover) options+=' --watch' ;;
     pair) options+=' --name' ;;
     key) options+=' --repeat' ;;
     esac

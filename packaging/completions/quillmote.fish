@@ -19,6 +19,7 @@ complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a send -d 
 complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a remote -d 'make this terminal the handheld'
 complete -c quillmote -n '__fish_seen_subcommand_from click' -a 'left right center'
 complete -c quillmote -n '__fish_seen_subcommand_from send' -F
+complete -c quillmote -n '__fish_seen_subcommand_from discover' -l watch -d 'tell what comes and goes'
 complete -c quillmote -n '__fish_seen_subcommand_from pair' -l name -x -d 'what this device is called'
 complete -c quillmote -n '__fish_seen_subcommand_from key' -l repeat -x -d 'type them so many times'
 complete -c quillmote -l server -x -a '(quillmote discover --timeout 1 2>/dev/null | cut -f1)' -d 'use the server of that name'

@@ -65,6 +65,8 @@ cat "$output"
 check "run.sh ends with status 0, not $status" [ "$status" -eq 0 ]
 check "the text arrives in the window" \
     grep -qx 'The window received: hello from the handheld' "$output"
+check "quillmote asks and is answered" grep -q ' x .* pixels, MAC-OSX$' "$output"
+check "quillmote copies and pastes" grep -qx '    see you at eight' "$output"
 screenshot=$(sed -n 's/^Screenshot: //p' "$output")
 check "there is a screenshot" [ -s "$screenshot" ]
 check "no process is left" nothing_is_left

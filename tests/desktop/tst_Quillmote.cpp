@@ -10,10 +10,13 @@
 #include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRandomGenerator>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
 #include <QTimer>
+
+#include <csignal>
 
 #include <xkbcommon/xkbcommon-keysyms.h>
 
@@ -71,6 +74,21 @@ void writeFile(const QString &path, const QByteArray &content)
     QCOMPARE(file.write(content), content.size());
 }
 
+/// What was pressed on the letters' keys, by their places on the US keyboard of the display. Unlike
+/// what a window is told this does not depend on the focus, which balloons move.
+QString lettersPressed(InputWatcher &watcher)
+{
+    constexpr int firstKey = 24;
+    static const QString letters = u"qwertyuiop    asdfghjkl     zxcvbnm"_s;
+    QString pressed;
+    for (const RawInput &input : watcher.raw()) {
+        if (input.kind == RawInput::Kind::KeyPress) {
+            pressed += letters.mid(input.detail - firstKey, 1);
+        }
+    }
+    return pressed;
+}
+
 /// A file with one page that says so, by the rules of PDF 1.4.
 QByteArray smallPdf()
 {
@@ -105,6 +123,7 @@ private slots:
     void infoTellsTheSizeOfTheDesktop();
     void pairIsAcceptedWhenNobodyIsAsked();
     void keysAreTyped();
+    void aThousandKeysAllArriveInOrder();
     void thePointerMovesAndClicks();
     void textGoesToTheClipboardAndBack();
     void copyAndPasteWorkInPipes();
@@ -123,6 +142,7 @@ private slots:
     void aHostileServerNeverHangsIt();
     void theRemoteTypesMovesAndRestoresTheTerminal();
     void theRemoteEndsWhenTheServerGoes();
+    void theRemoteRestoresTheTerminalWhenItCrashes();
 
 private:
     Run at(const QStringList &arguments, const QByteArray &input = {}) const
@@ -187,6 +207,22 @@ void tst_Quillmote::keysAreTyped()
     QVERIFY(watcher.keysDown().empty());
 }
 
+void tst_Quillmote::aThousandKeysAllArriveInOrder()
+{
+    InputWatcher watcher(scene->session().display());
+    QRandomGenerator random(1);
+    QStringList keys;
+    for (int number = 0; number < 1000; ++number) {
+        keys += QChar(u'a' + random.bounded(26));
+    }
+    const Run run = at(QStringList{u"key"_s} + keys + QStringList{u"--timeout"_s, u"60"_s});
+    QCOMPARE(run.status, 0);
+    QVERIFY(waitUntil([&] { return lettersPressed(watcher).size() >= keys.size(); }));
+    watcher.sync();
+    QCOMPARE(lettersPressed(watcher), keys.join(QString()));
+    qInfo("1000 keys in %lld ms", static_cast<long long>(run.milliseconds));
+}
+
 void tst_Quillmote::thePointerMovesAndClicks()
 {
     InputWatcher watcher(scene->session().display(), {0, 0, 300, 300});
@@ -248,8 +284,13 @@ void tst_Quillmote::receivedFilesOpenLikeTheOriginals()
     writeFile(original(u"page.pdf"_s), smallPdf());
     writeFile(original(u"script.sh"_s), "#!/bin/sh\necho it ran\n");
     writeFile(original(u"page.html"_s), "<!DOCTYPE html><title>T</title><p>words\n");
+    writeFile(original(u"drawing.svg"_s),
+              "<?xml version=\"1.0\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\"/>\n");
+    writeFile(original(u"module.py"_s), "print('it ran too')\n");
+    writeFile(original(u"source.c"_s), "int main(void) { return 0; }\n");
     const Run run = at({u"send"_s, photo, original(u"page.pdf"_s), original(u"script.sh"_s),
-                        original(u"page.html"_s)});
+                        original(u"page.html"_s), original(u"drawing.svg"_s),
+                        original(u"module.py"_s), original(u"source.c"_s)});
     QCOMPARE(run.status, 0);
     QVERIFY2(!run.errors.contains("note:"), run.errors.constData());
 
@@ -259,7 +300,14 @@ void tst_Quillmote::receivedFilesOpenLikeTheOriginals()
     QVERIFY(outputOf(u"pdftotext"_s, {received(u"page.pdf"_s), u"-"_s})
                 .contains("Hello from the handheld"));
     QCOMPARE(outputOf(u"sh"_s, {received(u"script.sh"_s)}), QByteArray("it ran\n"));
-    QVERIFY(contentOf(received(u"page.html"_s)).startsWith("<!-- { cmdType"));
+    QCOMPARE(outputOf(u"python3"_s, {received(u"module.py"_s)}), QByteArray("it ran too\n"));
+    QCOMPARE(outputOf(u"gcc"_s, {u"-fsyntax-only"_s, received(u"source.c"_s)}), QByteArray());
+    QCOMPARE(outputOf(u"python3"_s, {u"-c"_s,
+                                     u"import sys, xml.dom.minidom as m;"
+                                     "print(m.parse(sys.argv[1]).documentElement.tagName)"_s,
+                                     received(u"drawing.svg"_s)}),
+             QByteArray("svg\n"));
+    QVERIFY(contentOf(received(u"page.html"_s)).startsWith("<!-- { quillmote"));
     QVERIFY(contentOf(received(u"page.html"_s)).endsWith("<p>words\n"));
 }
 
@@ -469,6 +517,30 @@ void tst_Quillmote::theRemoteEndsWhenTheServerGoes()
     QCOMPARE(other.problemAtEnd(), QByteArray());
     QVERIFY2(waitUntil([&] { return screen().contains("status 3"); }), screen().constData());
     QVERIFY(screen().contains("is lost"));
+    tmux({u"kill-server"_s});
+}
+
+void tst_Quillmote::theRemoteRestoresTheTerminalWhenItCrashes()
+{
+    const QString socket = scene->session().path(u"tmux-crash"_s);
+    const auto tmux = [&](const QStringList &arguments) {
+        return outputOf(u"tmux"_s, QStringList{u"-S"_s, socket} + arguments);
+    };
+    tmux({u"-f"_s, u"/dev/null"_s, u"new-session"_s, u"-d"_s, u"-x"_s, u"100"_s, u"-y"_s, u"20"_s,
+          u"env PS1='prompt> ' sh"_s});
+    const auto screen = [&] { return tmux({u"capture-pane"_s, u"-p"_s}); };
+    QVERIFY(waitUntil([&] { return screen().contains("prompt>"); }));
+    const QString pidFile = scene->session().path(u"crash.pid"_s);
+    tmux({u"send-keys"_s,
+          u"sh -c 'echo $$ >%1; exec %2 remote --host 127.0.0.1 --port %3'"_s.arg(pidFile)
+              .arg(qEnvironmentVariable("VORNA_QUILLMOTE"))
+              .arg(scene->port()),
+          u"Enter"_s});
+    QVERIFY(waitUntil([&] { return screen().contains("| ready |"); }));
+    ::kill(contentOf(pidFile).trimmed().toInt(), SIGSEGV);
+    QVERIFY(waitUntil([&] { return screen().trimmed().endsWith("prompt>"); }));
+    tmux({u"send-keys"_s, u"stty -a | tr ';' '\\n' | grep -c -- '-echo '"_s, u"Enter"_s});
+    QVERIFY2(waitUntil([&] { return screen().contains("\n0\n"); }), screen().constData());
     tmux({u"kill-server"_s});
 }
 

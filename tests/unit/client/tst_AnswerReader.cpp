@@ -9,6 +9,7 @@
 using namespace Qt::StringLiterals;
 using quillmote::Answer;
 using quillmote::AnswerReader;
+using quillmote::Confirmation;
 
 class tst_AnswerReader : public QObject
 {
@@ -24,6 +25,8 @@ private slots:
     void anUnfinishedAnswerIsNone_data();
     void anUnfinishedAnswerIsNone();
     void tellsResponseParametersAndTag();
+    void tellsWhatBecameOfARequest_data();
+    void tellsWhatBecameOfARequest();
 };
 
 void tst_AnswerReader::readsWhatTheServerWrites_data()
@@ -126,8 +129,40 @@ void tst_AnswerReader::tellsResponseParametersAndTag()
     QVERIFY(answer.has_value());
     QCOMPARE(answer->response(), u"ERROR"_s);
     QCOMPARE(answer->parameters(), QStringList{u"x"_s});
-    QCOMPARE(answer->tag(), quint64(42));
-    QCOMPARE(Answer().tag(), quint64(0));
+    QVERIFY(answer->holds(42));
+    QVERIFY(!answer->holds(41));
+    QVERIFY(!Answer().holds(0));
+}
+
+void tst_AnswerReader::tellsWhatBecameOfARequest_data()
+{
+    QTest::addColumn<TokenMap>("map");
+    QTest::addColumn<Confirmation>("expected");
+    const QString five = u"5"_s;
+    QTest::newRow("nothing") << TokenMap{} << Confirmation::None;
+    QTest::newRow("request only") << TokenMap{{u"quillmote"_s, five}} << Confirmation::None;
+    QTest::newRow("an older question")
+        << TokenMap{{u"quillmote"_s, five}, {u"question"_s, u"4"_s}, {u"}{ question"_s, u"3"_s}}
+        << Confirmation::None;
+    QTest::newRow("read apart") << TokenMap{{u"quillmote"_s, five},
+                                            {u"question"_s, five},
+                                            {u"}{ question"_s, u"4"_s}}
+                                << Confirmation::CarriedOut;
+    QTest::newRow("request read behind something older")
+        << TokenMap{{u"quillmote"_s, u"4"_s}, {u"}{ quillmote"_s, five}, {u"question"_s, five}}
+        << Confirmation::CarriedOut;
+    QTest::newRow("read together")
+        << TokenMap{{u"quillmote"_s, five}, {u"question"_s, u"4"_s}, {u"}{ question"_s, five}}
+        << Confirmation::NotCarriedOut;
+    QTest::newRow("request cut in two")
+        << TokenMap{{u"quillmote"_s, u"4"_s}, {u"question"_s, five}} << Confirmation::NotCarriedOut;
+}
+
+void tst_AnswerReader::tellsWhatBecameOfARequest()
+{
+    QFETCH(TokenMap, map);
+    QFETCH(Confirmation, expected);
+    QCOMPARE(Answer{map}.confirmation(5), expected);
 }
 
 QTEST_GUILESS_MAIN(tst_AnswerReader)

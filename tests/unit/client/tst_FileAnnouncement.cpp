@@ -32,6 +32,8 @@ private slots:
     void theTransferEndsWithTheLastByte();
     void theServerReadsItInsideAComment_data();
     void theServerReadsItInsideAComment();
+    void theNameTellsTheLanguageOfText_data();
+    void theNameTellsTheLanguageOfText();
     void lengthBytesOfJpegCommentsDoNoHarm();
     void namesThatTheWireCannotCarryAreRefused();
 };
@@ -74,6 +76,38 @@ void tst_FileAnnouncement::theServerReadsItInsideAComment_data()
                           << QByteArray("<!-- { ") << qint64(0);
     QTest::newRow("script") << QByteArray("#!/bin/sh\necho {\n") << u"script"_s
                             << QByteArray("#!/bin/sh\n# { ") << qint64(10);
+    QTest::newRow("XML") << QByteArray("<?xml version='1.0'?><a/>") << u"XML"_s
+                         << QByteArray("<?xml version='1.0'?><!-- { ") << qint64(21);
+    QTest::newRow("SVG") << QByteArray("<svg xmlns='http://www.w3.org/2000/svg'/>") << u"XML"_s
+                         << QByteArray("<!-- { ") << qint64(0);
+}
+
+void tst_FileAnnouncement::theNameTellsTheLanguageOfText_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("head");
+    QTest::addColumn<QByteArray>("start"); // empty: not made a comment
+    QTest::newRow("Python") << u"a.py"_s << QByteArray("print(1)\n") << QByteArray("# { ");
+    QTest::newRow("YAML") << u"b.YML"_s << QByteArray("a: {}\n") << QByteArray("# { ");
+    QTest::newRow("C") << u"c.c"_s << QByteArray("int x;\n") << QByteArray("/* { ");
+    QTest::newRow("TeX") << u"d.tex"_s << QByteArray("\\bye\n") << QByteArray("% { ");
+    QTest::newRow("no suffix") << u"py"_s << QByteArray("print(1)\n") << QByteArray();
+    QTest::newRow("unknown") << u"e.txt"_s << QByteArray("words\n") << QByteArray();
+    QTest::newRow("no text") << u"f.py"_s << QByteArray("a\0b", 3) << QByteArray();
+    QTest::newRow("byte order mark")
+        << u"g.c"_s << QByteArray("\xef\xbb\xbfint x;") << QByteArray();
+    QTest::newRow("dashes in the name") << u"a--b.svg"_s << QByteArray("<svg/>") << QByteArray();
+}
+
+void tst_FileAnnouncement::theNameTellsTheLanguageOfText()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, head);
+    QFETCH(QByteArray, start);
+    const auto announcement = FileAnnouncement::of(name, 1000, head, 3);
+    QCOMPARE(announcement.isComment, !start.isEmpty());
+    QVERIFY(announcement.bytes.startsWith(start));
+    QCOMPARE(announcedParameters(announcement.bytes).value(0), name);
 }
 
 void tst_FileAnnouncement::theServerReadsItInsideAComment()

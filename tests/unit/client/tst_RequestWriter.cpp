@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
+#include "lib/AnswerReader.h"
 #include "lib/RequestWriter.h"
 #include "net/TokenText.h"
 
@@ -8,7 +9,11 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using quillmote::Answer;
+using quillmote::Button;
+using quillmote::Confirmation;
 using quillmote::Request;
+using quillmote::writeQuestion;
 using quillmote::writeRequest;
 
 namespace {
@@ -37,7 +42,9 @@ private slots:
     void itemsOfListsAreCheckedToo();
     void semicolonsInTwoValuesAreRefused();
     void anyAcceptedTextArrivesUnchanged();
-    void everyRequestHasItsCommandFirst();
+    void everyRequestHasItsTagFirst();
+    void ofRequestsReadTogetherTheLastCounts();
+    void theQuestionTellsWhetherItWasReadTogether();
 };
 
 void tst_RequestWriter::theServerStoresExactlyWhatWasGiven_data()
@@ -161,7 +168,7 @@ void tst_RequestWriter::anyAcceptedTextArrivesUnchanged()
     QVERIFY(accepted > 10'000);
 }
 
-void tst_RequestWriter::everyRequestHasItsCommandFirst()
+void tst_RequestWriter::everyRequestHasItsTagFirst()
 {
     for (const Request &request :
          {Request::serverInfo(), Request::pair(u"a"_s, u"b"_s), Request::openUrl(u"c"_s),
@@ -169,8 +176,32 @@ void tst_RequestWriter::everyRequestHasItsCommandFirst()
           Request::click(quillmote::Button::Right), Request::move(-3, 4),
           Request::sendFile(u"e"_s, 5)}) {
         QVERIFY(writeRequest(request, 1)
-                    .bytes.startsWith("{ cmdType = " + request.command.toLatin1() + ";"));
+                    .bytes.startsWith("{ quillmote = 1; cmdType = " + request.command.toLatin1()));
     }
+}
+
+void tst_RequestWriter::ofRequestsReadTogetherTheLastCounts()
+{
+    const TokenMap stored = storedByServer(writeRequest(Request::key(u"A"_s), 1).bytes +
+                                           writeRequest(Request::click(Button::Right), 2).bytes +
+                                           writeRequest(Request::openUrl(u"a;b"_s), 3).bytes);
+    QCOMPARE(stored.value(u"cmdType"_s).toString(), u"URL_OPEN"_s);
+    QCOMPARE(stored.value(u"fncCommand"_s).toString(), u"a;b"_s);
+    QVERIFY(Answer{stored}.holds(3));
+}
+
+void tst_RequestWriter::theQuestionTellsWhetherItWasReadTogether()
+{
+    const QByteArray request = writeRequest(Request::key(u";"_s), 8).bytes;
+    const TokenMap together = storedByServer(request + writeQuestion(8));
+    QCOMPARE(together.value(u"cmdType"_s).toString(), u"SERVER_INFO"_s);
+    QCOMPARE(Answer{together}.confirmation(8), Confirmation::NotCarriedOut);
+
+    TokenMap apart = storedByServer(request);
+    QCOMPARE(apart.value(u"cmdType"_s).toString(), u"KEYBOARD_CMD"_s);
+    apart.insert(storedByServer(writeQuestion(8)));
+    QCOMPARE(apart.value(u"cmdType"_s).toString(), u"SERVER_INFO"_s);
+    QCOMPARE(Answer{apart}.confirmation(8), Confirmation::CarriedOut);
 }
 
 QTEST_GUILESS_MAIN(tst_RequestWriter)

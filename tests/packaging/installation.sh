@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The VornaServer developers
+# SPDX-License-Identifier: MIT
+#
+# installation.sh BUILD: what `cmake --install` puts below a folder is whole and works from there.
+set -uo pipefail
+
+build=$1
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+DESTDIR=$(mktemp -d)
+export DESTDIR
+trap 'rm -rf "$DESTDIR"' EXIT
+failures=0
+
+check() {
+    local what=$1
+    shift
+    "$@" && return
+    echo "FAIL: $what"
+    failures=$((failures + 1))
+}
+
+expected='bin/VornaServer
+bin/quillmote
+share/applications/vornaserver.desktop
+share/bash-completion/completions/quillmote
+share/fish/vendor_completions.d/quillmote.fish
+share/icons/hicolor/scalable/apps/vornaserver.svg
+share/man/man1/quillmote.1
+share/zsh/site-functions/_quillmote'
+
+check "it installs" cmake --install "$build" --prefix /usr
+installed=$(cd "$DESTDIR/usr" && find . -type f | sed 's|^\./||' | LC_ALL=C sort)
+check "exactly these files are installed" diff <(echo "$expected") <(echo "$installed")
+
+cd "$DESTDIR/usr" || exit 1
+check "the installed quillmote runs" [ "$(bin/quillmote --version)" = "quillmote 1.0" ]
+check "the server can be run" test -x bin/VornaServer
+check "the desktop entry is valid" desktop-file-validate share/applications/vornaserver.desktop
+name() { sed -n "s/^$1=//p" share/applications/vornaserver.desktop; }
+check "the desktop entry's program is there" test -x "bin/$(name Exec)"
+check "the desktop entry's icon is there" \
+    test -f "share/icons/hicolor/scalable/apps/$(name Icon).svg"
+check "the man page is the project's" \
+    cmp share/man/man1/quillmote.1 "$root/packaging/man/quillmote.1"
+exit "$((failures > 0))"

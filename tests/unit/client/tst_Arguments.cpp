@@ -1,0 +1,195 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "program/Arguments.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+ParsedArguments parse(const QStringList &words)
+{
+    return parseArguments(QStringList{u"quillmote"_s} + words);
+}
+
+} // namespace
+
+class tst_Arguments : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void defaultsLeaveTheServerToDiscovery();
+    void everyOptionIsRead();
+    void optionsMayStandAnywhere_data();
+    void optionsMayStandAnywhere();
+    void valuesAreKeptAsTheyAre_data();
+    void valuesAreKeptAsTheyAre();
+    void optionsOfOneCommandAreUnknownToTheOthers_data();
+    void optionsOfOneCommandAreUnknownToTheOthers();
+    void wrongValuesAreToldInOneSentence_data();
+    void wrongValuesAreToldInOneSentence();
+    void helpAndVersionGoToTheOutput();
+};
+
+void tst_Arguments::defaultsLeaveTheServerToDiscovery()
+{
+    const auto arguments = parse({u"info"_s}).arguments;
+    QVERIFY(arguments.has_value());
+    QCOMPARE(arguments->command, u"info"_s);
+    QVERIFY(arguments->values.isEmpty());
+    QVERIFY(arguments->server.isEmpty());
+    QVERIFY(arguments->host.isEmpty());
+    QCOMPARE(arguments->timeout, std::chrono::milliseconds(10s));
+    QVERIFY(!arguments->isTimeoutGiven);
+    QVERIFY(!arguments->wantsJson);
+    QVERIFY(!arguments->isWatch);
+    QCOMPARE(arguments->repeat, 1);
+}
+
+void tst_Arguments::everyOptionIsRead()
+{
+    const auto key = parse({u"key"_s, u"A"_s, u"--host"_s, u"den"_s, u"--port"_s, u"65535"_s,
+                            u"--timeout"_s, u"0.0005"_s, u"--json"_s, u"--repeat"_s, u"7"_s})
+                         .arguments;
+    QVERIFY(key.has_value());
+    QCOMPARE(key->host, u"den"_s);
+    QCOMPARE(key->port, quint16(65535));
+    // Never rounded down to no time at all.
+    QCOMPARE(key->timeout, 1ms);
+    QVERIFY(key->isTimeoutGiven);
+    QVERIFY(key->wantsJson);
+    QCOMPARE(key->repeat, 7);
+    const auto pair = parse({u"pair"_s, u"--name"_s, u"Ada"_s, u"--server=den"_s}).arguments;
+    QVERIFY(pair.has_value());
+    QCOMPARE(pair->deviceName, u"Ada"_s);
+    QCOMPARE(pair->server, u"den"_s);
+    QVERIFY(parse({u"discover"_s, u"--watch"_s}).arguments->isWatch);
+}
+
+void tst_Arguments::optionsMayStandAnywhere_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::newRow("before") << QStringList{u"--server"_s, u"den"_s, u"--json"_s, u"--repeat"_s,
+                                           u"2"_s,        u"key"_s, u"A"_s,      u"B"_s};
+    QTest::newRow("between") << QStringList{u"key"_s,    u"--server"_s, u"den"_s,      u"A"_s,
+                                            u"--json"_s, u"B"_s,        u"--repeat"_s, u"2"_s};
+    QTest::newRow("behind") << QStringList{u"key"_s,          u"A"_s,     u"B"_s, u"--repeat=2"_s,
+                                           u"--server=den"_s, u"--json"_s};
+}
+
+void tst_Arguments::optionsMayStandAnywhere()
+{
+    QFETCH(QStringList, words);
+    const auto parsed = parse(words);
+    QVERIFY2(parsed.arguments.has_value(), qPrintable(parsed.problem));
+    QCOMPARE(parsed.arguments->command, u"key"_s);
+    QCOMPARE(parsed.arguments->values, (QStringList{u"A"_s, u"B"_s}));
+    QCOMPARE(parsed.arguments->server, u"den"_s);
+    QCOMPARE(parsed.arguments->repeat, 2);
+    QVERIFY(parsed.arguments->wantsJson);
+}
+
+void tst_Arguments::valuesAreKeptAsTheyAre_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::addColumn<QStringList>("values");
+    QTest::newRow("negative numbers")
+        << QStringList{u"move"_s, u"-10"_s, u"-0"_s} << QStringList{u"-10"_s, u"-0"_s};
+    QTest::newRow("a text like a number")
+        << QStringList{u"copy"_s, u"-5"_s} << QStringList{u"-5"_s};
+    QTest::newRow("another minus sign")
+        << QStringList{u"copy"_s, u"\u22125"_s} << QStringList{u"\u22125"_s};
+    QTest::newRow("the minus key") << QStringList{u"key"_s, u"-"_s} << QStringList{u"-"_s};
+    QTest::newRow("behind two dashes")
+        << QStringList{u"copy"_s, u"--"_s, u"--json"_s} << QStringList{u"--json"_s};
+    QTest::newRow("a command's name")
+        << QStringList{u"copy"_s, u"paste"_s} << QStringList{u"paste"_s};
+    QTest::newRow("empty") << QStringList{u"copy"_s, QString()} << QStringList{QString()};
+}
+
+void tst_Arguments::valuesAreKeptAsTheyAre()
+{
+    QFETCH(QStringList, words);
+    QFETCH(QStringList, values);
+    const auto parsed = parse(words);
+    QVERIFY2(parsed.arguments.has_value(), qPrintable(parsed.problem));
+    QCOMPARE(parsed.arguments->values, values);
+    QVERIFY(!parsed.arguments->wantsJson);
+}
+
+void tst_Arguments::optionsOfOneCommandAreUnknownToTheOthers_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::newRow("watch") << QStringList{u"info"_s, u"--watch"_s};
+    QTest::newRow("name") << QStringList{u"info"_s, u"--name"_s, u"x"_s};
+    QTest::newRow("repeat") << QStringList{u"click"_s, u"--repeat"_s, u"2"_s};
+}
+
+void tst_Arguments::optionsOfOneCommandAreUnknownToTheOthers()
+{
+    QFETCH(QStringList, words);
+    const auto parsed = parse(words);
+    QVERIFY(!parsed.arguments.has_value());
+    QVERIFY2(parsed.problem.endsWith(u"See quillmote %1 --help."_s.arg(words[0])),
+             qPrintable(parsed.problem));
+}
+
+void tst_Arguments::wrongValuesAreToldInOneSentence_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::addColumn<QString>("problem");
+    const QString port = u"--port takes a number from 1 to 65535."_s;
+    const QString timeout = u"--timeout takes seconds, more than 0 and up to 86400."_s;
+    QTest::newRow("nothing") << QStringList{}
+                             << u"A command is missing; quillmote --help lists them."_s;
+    QTest::newRow("no command") << QStringList{u"dance"_s}
+                                << u"There is no command \"dance\"; quillmote --help lists them."_s;
+    for (const char *value : {"0", "-1", "65536", "x", ""}) {
+        QTest::addRow("port %s", value)
+            << QStringList{u"info"_s, u"--host=x"_s, u"--port=%1"_s.arg(QLatin1StringView(value))}
+            << port;
+    }
+    for (const char *value : {"0", "-1", "nan", "inf", "86401", "x"}) {
+        QTest::addRow("timeout %s", value)
+            << QStringList{u"info"_s, u"--timeout=%1"_s.arg(QLatin1StringView(value))} << timeout;
+    }
+    QTest::newRow("port alone") << QStringList{u"info"_s, u"--port=1"_s}
+                                << u"--host and --port go together; give both."_s;
+    QTest::newRow("two servers") << QStringList{u"info"_s, u"--host=x"_s, u"--port=1"_s,
+                                                u"--server=y"_s}
+                                 << u"--server and --host exclude each other."_s;
+    QTest::newRow("no repeat") << QStringList{u"key"_s, u"A"_s, u"--repeat=0"_s}
+                               << u"--repeat takes a number from 1."_s;
+    QTest::newRow("too many values")
+        << QStringList{u"paste"_s, u"x"_s} << u"Usage: quillmote paste [OPTIONS]"_s;
+}
+
+void tst_Arguments::wrongValuesAreToldInOneSentence()
+{
+    QFETCH(QStringList, words);
+    QFETCH(QString, problem);
+    const auto parsed = parse(words);
+    QVERIFY(!parsed.arguments.has_value());
+    QVERIFY(parsed.output.isEmpty());
+    QCOMPARE(parsed.problem, problem);
+}
+
+void tst_Arguments::helpAndVersionGoToTheOutput()
+{
+    for (const QStringList &words :
+         {QStringList{u"--help"_s}, QStringList{u"-h"_s}, QStringList{u"help"_s},
+          QStringList{u"key"_s, u"--help"_s}, QStringList{u"--version"_s}}) {
+        const auto parsed = parse(words);
+        QVERIFY(!parsed.arguments.has_value());
+        QVERIFY(parsed.problem.isEmpty());
+        QVERIFY(!parsed.output.isEmpty());
+    }
+    QVERIFY(parse({u"key"_s, u"--help"_s}).output.contains(u"--repeat <COUNT>"_s));
+}
+
+QTEST_APPLESS_MAIN(tst_Arguments)
+#include "tst_Arguments.moc"
