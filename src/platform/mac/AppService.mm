@@ -65,8 +65,8 @@ bool AppService::isAvailable()
 void AppService::setEnabled(bool enable, const QString & /*applicationPath*/)
 {
     @autoreleasepool {
-        id<VornaAppService> service = [static_cast<Class<VornaAppService>>(serviceClass())
-            mainAppService];
+        id<VornaAppService> service =
+            [static_cast<Class<VornaAppService>>(serviceClass()) mainAppService];
         if (service != nil && isRegistered([service status]) != enable) {
             change(service, enable);
         }
