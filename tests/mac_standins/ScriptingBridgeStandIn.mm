@@ -25,6 +25,17 @@ NSString *stringOf(const QString &text)
 
 } // namespace
 
+/// No string, though it can be read like one.
+@interface StandInOddName : NSObject
+@end
+
+@implementation StandInOddName
+- (const char *)UTF8String
+{
+    return "odd";
+}
+@end
+
 @interface StandInApplication : SBApplication {
     NSString *identifier;
 }
@@ -77,7 +88,7 @@ NSString *stringOf(const QString &text)
     if (application.isMute) {
         [self doesNotRecognizeSelector:_cmd];
     }
-    return application.hasOddName ? static_cast<id>([NSNumber numberWithInt:7])
+    return application.hasOddName ? static_cast<id>([[[StandInOddName alloc] init] autorelease])
                                   : static_cast<id>(stringOf(application.name));
 }
 

@@ -43,7 +43,7 @@ struct World
         QString name;
         /// Its dictionary has neither `run` nor `name`.
         bool isMute = false;
-        /// Answers a number when asked its name.
+        /// Answers no string when asked its name.
         bool hasOddName = false;
     };
     /// By bundle identifier.
