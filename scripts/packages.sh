@@ -26,10 +26,16 @@ demo_packages() {
         x11-utils x11-xkb-utils x11-xserver-utils xdotool xdg-utils xkb-data xterm xvfb
 }
 
+# What the adapters of macOS are compiled and exercised with, without a Mac.
+mac_check_packages() {
+    printf '%s\n' clang-14 gobjc libgnustep-base-dev libstdc++-12-dev-arm64-cross llvm-14 python3
+}
+
 # What the tests look with, beyond the demonstration's desktop.
 test_packages() {
     build_packages
     demo_packages
+    mac_check_packages
     printf '%s\n' avahi-daemon avahi-utils clang clang-format-14 desktop-file-utils dex fish git \
         libclang-rt-14-dev libglib2.0-bin man-db mandoc poppler-utils \
         python3 shellcheck socat tmux wmctrl xclip zsh

@@ -16,7 +16,7 @@ std::optional<int> firstEntryNaming(const QString &name, const platform::LoginIt
         return std::nullopt;
     }
     for (int index = 0; index < items.count(); ++index) {
-        if (items.pathAt(index).contains(name, Qt::CaseInsensitive)) {
+        if (items.pathContains(index, name)) {
             return index;
         }
     }
@@ -31,14 +31,22 @@ QString lastPart(const QString &path)
 
 } // namespace
 
-settingsManagerMac::settingsManagerMac(std::unique_ptr<platform::LoginItems> loginItems)
+settingsManagerMac::settingsManagerMac(std::unique_ptr<platform::LoginItems> loginItems,
+                                       std::unique_ptr<platform::SessionStart> start)
     : items(std::move(loginItems))
+    , sessionStart(std::move(start))
 {
 }
 
 void settingsManagerMac::startAtLogon(bool enable)
 {
     const QString path = items->applicationPath();
+    updateList(enable, path);
+    sessionStart->setEnabled(enable, path);
+}
+
+void settingsManagerMac::updateList(bool enable, const QString &path)
+{
     const auto entry = firstEntryNaming(lastPart(path), *items);
     if (entry.has_value() == enable) {
         return;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/LoginItems.h"
+#include "platform/SessionStart.h"
 #include "startup/settingsManager.h"
 
 #include <memory>
@@ -11,16 +12,21 @@
 /// Keeps this program in the user's list of login items, or out of it.
 ///
 /// Wanted: an entry counts as ours when its path contains the name of our bundle anywhere, in any
-/// letter case; only the first such entry counts.
+/// letter case; only the first such entry counts. Where the host reads that list no longer, its
+/// current means is told as well.
 class settingsManagerMac final : public settingsManager
 {
 public:
     explicit settingsManagerMac(
-        std::unique_ptr<platform::LoginItems> loginItems = platform::makeLoginItems());
+        std::unique_ptr<platform::LoginItems> loginItems = platform::makeLoginItems(),
+        std::unique_ptr<platform::SessionStart> start = platform::makeSessionStart());
 
     /// Writes nothing when the list is as asked already.
     void startAtLogon(bool enable) override;
 
 private:
+    void updateList(bool enable, const QString &path);
+
     std::unique_ptr<platform::LoginItems> items;
+    std::unique_ptr<platform::SessionStart> sessionStart;
 };

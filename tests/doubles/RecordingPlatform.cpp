@@ -56,6 +56,11 @@ std::unique_ptr<LoginItems> makeLoginItems()
     return std::make_unique<RecordingLoginItems>(PlatformRecord::current().loginItems);
 }
 
+std::unique_ptr<SessionStart> makeSessionStart()
+{
+    return std::make_unique<RecordingSessionStart>(PlatformRecord::current().sessionStart);
+}
+
 std::unique_ptr<Clipboard> makeClipboard()
 {
     return std::make_unique<SlowableClipboard>();

@@ -6,6 +6,7 @@
 #include "doubles/RecordingEventServices.h"
 #include "doubles/RecordingLoginItems.h"
 #include "doubles/RecordingScriptingBridge.h"
+#include "doubles/RecordingSessionStart.h"
 #include "platform/Clipboard.h"
 
 #include <functional>
@@ -23,6 +24,7 @@ struct PlatformRecord
     EventRecord events;
     ScriptingRecord scripting;
     LoginItemRecord loginItems;
+    SessionStartRecord sessionStart;
     /// Call it as the DNS-SD daemon appears; empty while nobody watches.
     std::function<void()> daemonAppears;
     /// While the clipboard is slow, who wants its text waits here; otherwise the toolkit's

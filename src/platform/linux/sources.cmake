@@ -15,6 +15,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/KeySigns.cpp
   platform/linux/ModifierTracker.cpp
   platform/linux/NullEventServices.cpp
+  platform/linux/SessionStart.cpp
   platform/linux/Sockets.cpp
   platform/linux/StatusNotifierHosts.cpp
   platform/linux/TrayHost.cpp

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "doubles/RecordingLoginItems.h"
+#include "doubles/RecordingSessionStart.h"
 #include "startup/settingsManagerMac.h"
 
 #include <QStringList>
@@ -28,13 +29,16 @@ private slots:
     void aPathWithoutANameMatchesNothing_data();
     void aPathWithoutANameMatchesNothing();
     void anEntryWithoutAPathIsNotOurs();
+    void theHostsCurrentMeansIsToldWhateverTheListHolds();
 
 private:
     using Entries = QList<LoginItemRecord::Entry>;
 
     void set(bool isEnabled)
     {
-        settingsManagerMac(std::make_unique<RecordingLoginItems>(record)).startAtLogon(isEnabled);
+        settingsManagerMac(std::make_unique<RecordingLoginItems>(record),
+                           std::make_unique<RecordingSessionStart>(startRecord))
+            .startAtLogon(isEnabled);
     }
     QStringList paths() const
     {
@@ -46,9 +50,14 @@ private:
     }
 
     LoginItemRecord record;
+    SessionStartRecord startRecord;
 
 private slots:
-    void init() { record = LoginItemRecord(); }
+    void init()
+    {
+        record = LoginItemRecord();
+        startRecord = SessionStartRecord();
+    }
 };
 
 void tst_settingsManager::theBaseDoesNothing()
@@ -211,6 +220,17 @@ void tst_settingsManager::anEntryWithoutAPathIsNotOurs()
     QCOMPARE(record.entries.size(), 1);
     set(true);
     QCOMPARE(record.entries.size(), 2);
+}
+
+void tst_settingsManager::theHostsCurrentMeansIsToldWhateverTheListHolds()
+{
+    const QString path = record.applicationPath;
+    set(true);
+    set(true);
+    set(false);
+    set(false);
+    QCOMPARE(startRecord.calls, (QList<SessionStartRecord::Call>{
+                                    {true, path}, {true, path}, {false, path}, {false, path}}));
 }
 
 QTEST_GUILESS_MAIN(tst_settingsManager)

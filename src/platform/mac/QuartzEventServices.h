@@ -1,0 +1,30 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "platform/EventServices.h"
+
+namespace platform {
+
+/// Posts to the window server. Keyboard events have no source; flags are set, not added, so what
+/// the user holds down has no part in them.
+class QuartzEventServices final : public EventServices
+{
+public:
+    /// Asks the user for the Accessibility permission if it is missing.
+    QuartzEventServices();
+
+    Location pointerLocation() override;
+    void postKeyboard(const KeyboardEvent &event) override;
+    void postMouse(std::optional<SourceState> source, std::span<const MouseEvent> events,
+                   EventTap tap) override;
+
+private:
+    void warnOnceWithoutPermission();
+
+    /// Nothing needs to be told any more.
+    bool isSettled;
+};
+
+} // namespace platform

@@ -1,0 +1,11 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "platform/TrayHost.h"
+
+namespace platform {
+
+// The menu bar is there before any program is.
+void waitForTrayHost(std::chrono::milliseconds /*limit*/) {}
+
+} // namespace platform

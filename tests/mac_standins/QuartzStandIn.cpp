@@ -1,0 +1,108 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "CoreFoundationStandIn.h"
+#include "StandIn.h"
+
+#include <ApplicationServices/ApplicationServices.h>
+
+using namespace standin;
+
+namespace {
+
+class Source final : public Object
+{
+public:
+    explicit Source(CGEventSourceStateID sourceState) : Object("source"), state(sourceState) {}
+    const CGEventSourceStateID state;
+};
+
+/// Begins with flags that the user's keyboard would have left in it.
+class Event final : public Object
+{
+public:
+    explicit Event(const QString &eventDescription) : Object("event"), description(eventDescription)
+    {
+    }
+    const QString description;
+    CGEventFlags flags = 0xdead;
+};
+
+QString nameOf(CGEventSourceRef source)
+{
+    return source == nullptr ? QStringLiteral("no source")
+                             : QStringLiteral("source %1").arg(checked<Source>(source).state);
+}
+
+CGEventRef makeEvent(const char *call, CGEventSourceRef source, const QString &description)
+{
+    calls().append(QLatin1String(call) + u' ' + nameOf(source) + u' ' + description);
+    return referenceTo<CGEventRef>(world().makesEvents ? new Event(description) : nullptr);
+}
+
+} // namespace
+
+const CFStringRef kAXTrustedCheckOptionPrompt = constantString("AXTrustedCheckOptionPrompt");
+
+CGEventRef CGEventCreate(CGEventSourceRef source)
+{
+    return makeEvent("CGEventCreate", source, "empty");
+}
+
+CGPoint CGEventGetLocation(CGEventRef event)
+{
+    checked<Event>(event);
+    calls().append("CGEventGetLocation");
+    return {world().pointerX, world().pointerY};
+}
+
+CGEventRef CGEventCreateKeyboardEvent(CGEventSourceRef source, CGKeyCode key, bool isDown)
+{
+    return makeEvent("CGEventCreateKeyboardEvent", source,
+                     QStringLiteral("key %1 %2").arg(key).arg(isDown ? "down" : "up"));
+}
+
+CGEventRef CGEventCreateMouseEvent(CGEventSourceRef source, CGEventType type, CGPoint position,
+                                   CGMouseButton button)
+{
+    return makeEvent("CGEventCreateMouseEvent", source,
+                     QStringLiteral("type %1 at %2,%3 button %4")
+                         .arg(type)
+                         .arg(position.x)
+                         .arg(position.y)
+                         .arg(button));
+}
+
+void CGEventSetFlags(CGEventRef event, CGEventFlags flags)
+{
+    checked<Event>(event).flags = flags;
+    calls().append(QStringLiteral("CGEventSetFlags 0x%1").arg(flags, 0, 16));
+}
+
+void CGEventPost(CGEventTapLocation tap, CGEventRef event)
+{
+    const Event &posted = checked<Event>(event);
+    calls().append(QStringLiteral("CGEventPost tap %1 flags 0x%2 %3")
+                       .arg(tap)
+                       .arg(posted.flags, 0, 16)
+                       .arg(posted.description));
+}
+
+CGEventSourceRef CGEventSourceCreate(CGEventSourceStateID state)
+{
+    calls().append(QStringLiteral("CGEventSourceCreate %1").arg(state));
+    return referenceTo<CGEventSourceRef>(new Source(state));
+}
+
+Boolean AXIsProcessTrustedWithOptions(CFDictionaryRef options)
+{
+    const bool asks = CFDictionaryGetValue(options, kAXTrustedCheckOptionPrompt) == kCFBooleanTrue;
+    calls().append(asks ? "AXIsProcessTrustedWithOptions prompt" : "AXIsProcessTrustedWithOptions");
+    return world().isTrusted;
+}
+
+Boolean AXIsProcessTrusted()
+{
+    calls().append("AXIsProcessTrusted");
+    return world().isTrusted;
+}

@@ -1,0 +1,136 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "ObjectiveC.h"
+#include "StandIn.h"
+#include "applications/TKApplicationManagerMac.h"
+#include "doubles/RecordingEventServices.h"
+#include "interaction/InteractionManager.h"
+#include "interaction/InteractionManagerMac.h"
+#include "platform/ScriptingBridge.h"
+
+#include <QTest>
+
+using standin::calls;
+using standin::world;
+
+namespace {
+
+const QString finder = QStringLiteral("com.apple.finder");
+const QString unitron = QStringLiteral("dk.Otee.Unity_Unitron");
+
+} // namespace
+
+class tst_AppleScriptingBridge : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { standin::reset(); }
+    void cleanup() { QCOMPARE(standin::liveApplications(), 0); }
+
+    void anUnknownIdentifierGivesNull();
+    void everyQuestionReachesTheApplication();
+    void anApplicationOutlivesThePoolOfItsFinding();
+    void whatAnApplicationDoesNotUnderstandIsSilent();
+    void aNameThatIsNoTextIsEmpty();
+    void startingRunsAnApplicationThatIsNotRunning();
+    void startingUnitronAsksItsName();
+    void quittingBringsTheApplicationToTheFrontThenTypes();
+};
+
+void tst_AppleScriptingBridge::anUnknownIdentifierGivesNull()
+{
+    const standin::Pool pool;
+    const auto bridge = platform::makeScriptingBridge();
+    QVERIFY(!bridge->applicationWithBundleIdentifier("org.example.missing"));
+    QCOMPARE(calls(), QStringList("applicationWithBundleIdentifier org.example.missing"));
+}
+
+void tst_AppleScriptingBridge::everyQuestionReachesTheApplication()
+{
+    const QString identifier = QString::fromUtf8("org.example.J\xc3\xb6rg");
+    world().applications[identifier] = {true, QString::fromUtf8("J\xc3\xb6rgs")};
+    const standin::Pool pool;
+    const auto bridge = platform::makeScriptingBridge();
+    const auto application = bridge->applicationWithBundleIdentifier(identifier);
+    QVERIFY(application);
+    QVERIFY(application->isRunning());
+    application->activate();
+    application->run();
+    QCOMPARE(application->name(), QString::fromUtf8("J\xc3\xb6rgs"));
+    world().applications[identifier].isRunning = false;
+    QVERIFY(!application->isRunning());
+    QCOMPARE(calls(),
+             QStringList({"applicationWithBundleIdentifier " + identifier,
+                          "isRunning " + identifier, "activate " + identifier, "run " + identifier,
+                          "name " + identifier, "isRunning " + identifier}));
+}
+
+void tst_AppleScriptingBridge::anApplicationOutlivesThePoolOfItsFinding()
+{
+    world().applications[finder] = {};
+    std::unique_ptr<platform::ScriptableApplication> application;
+    {
+        const standin::Pool pool;
+        application = platform::makeScriptingBridge()->applicationWithBundleIdentifier(finder);
+    }
+    QCOMPARE(standin::liveApplications(), 1);
+    application.reset();
+    QCOMPARE(standin::liveApplications(), 0);
+}
+
+void tst_AppleScriptingBridge::whatAnApplicationDoesNotUnderstandIsSilent()
+{
+    world().applications[finder] = {true, "Finder", true};
+    const standin::Pool pool;
+    const auto application =
+        platform::makeScriptingBridge()->applicationWithBundleIdentifier(finder);
+    application->run();
+    QCOMPARE(application->name(), QString());
+    QVERIFY(application->isRunning());
+}
+
+void tst_AppleScriptingBridge::aNameThatIsNoTextIsEmpty()
+{
+    world().applications[finder] = {true, "Finder", false, true};
+    const standin::Pool pool;
+    const auto application =
+        platform::makeScriptingBridge()->applicationWithBundleIdentifier(finder);
+    QCOMPARE(application->name(), QString());
+}
+
+void tst_AppleScriptingBridge::startingRunsAnApplicationThatIsNotRunning()
+{
+    world().applications[finder] = {};
+    const standin::Pool pool;
+    TKApplicationManagerMac(nullptr).openApplication("Finder");
+    QCOMPARE(calls(), QStringList({"applicationWithBundleIdentifier " + finder,
+                                   "isRunning " + finder, "run " + finder}));
+}
+
+void tst_AppleScriptingBridge::startingUnitronAsksItsName()
+{
+    world().applications[unitron] = {};
+    const standin::Pool pool;
+    TKApplicationManagerMac(nullptr).openApplication("Unitron");
+    QCOMPARE(calls(), QStringList({"applicationWithBundleIdentifier " + unitron,
+                                   "isRunning " + unitron, "name " + unitron}));
+}
+
+void tst_AppleScriptingBridge::quittingBringsTheApplicationToTheFrontThenTypes()
+{
+    world().applications[finder] = {true, "Finder"};
+    EventRecord record;
+    InteractionManager interaction(
+        new InteractionManagerMac(std::make_unique<RecordingEventServices>(record)));
+    const standin::Pool pool;
+    TKApplicationManagerMac(&interaction).quitApplication("Finder");
+    QCOMPARE(calls(), QStringList({"applicationWithBundleIdentifier " + finder,
+                                   "isRunning " + finder, "activate " + finder}));
+    QCOMPARE(record.keyboardEvents().size(), size_t(2));
+    QCOMPARE(record.keyboardEvents().front().flags, platform::Flag::Command);
+}
+
+QTEST_GUILESS_MAIN(tst_AppleScriptingBridge)
+#include "tst_AppleScriptingBridge.moc"

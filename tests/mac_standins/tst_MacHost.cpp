@@ -1,0 +1,115 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "platform/AdvertisementDaemon.h"
+#include "platform/Clipboard.h"
+#include "platform/Sockets.h"
+#include "platform/TrayHost.h"
+
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QTest>
+
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+int option(int socket, int level, int name)
+{
+    int value = -1;
+    socklen_t size = sizeof value;
+    getsockopt(socket, level, name, &value, &size);
+    return value;
+}
+
+bool closesOnExec(int descriptor)
+{
+    return (fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0;
+}
+
+} // namespace
+
+class tst_MacHost : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void aDeadPeerIsNoticedAndSmallAnswersLeaveAtOnce();
+    void theDescriptorsThatAreLeftAreCounted();
+    void descriptorsThatAreOpenAreKeptFromOtherPrograms();
+    void theTrayIsNotWaitedFor();
+    void theDaemonsWatchNeverCalls();
+    void theClipboardAnswersAtOnce();
+};
+
+void tst_MacHost::aDeadPeerIsNoticedAndSmallAnswersLeaveAtOnce()
+{
+    const int connection = socket(AF_INET, SOCK_STREAM, 0);
+    platform::tuneAcceptedSocket(connection);
+    QCOMPARE(option(connection, SOL_SOCKET, SO_KEEPALIVE), 1);
+    QCOMPARE(option(connection, IPPROTO_TCP, TCP_KEEPALIVE), 15);
+    QCOMPARE(option(connection, IPPROTO_TCP, TCP_KEEPINTVL), 5);
+    QCOMPARE(option(connection, IPPROTO_TCP, TCP_KEEPCNT), 3);
+    QCOMPARE(option(connection, IPPROTO_TCP, TCP_NODELAY), 1);
+    close(connection);
+}
+
+void tst_MacHost::theDescriptorsThatAreLeftAreCounted()
+{
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = 100;
+    setrlimit(RLIMIT_NOFILE, &limit);
+    QCOMPARE(platform::descriptorsLeftAfter(60), 39);
+    QCOMPARE(platform::descriptorsLeftAfter(99), 0);
+}
+
+void tst_MacHost::descriptorsThatAreOpenAreKeptFromOtherPrograms()
+{
+    const int low = dup(STDERR_FILENO);
+    const int high = fcntl(low, F_DUPFD, 90);
+    QVERIFY(!closesOnExec(low) && !closesOnExec(high));
+    const bool standardStreamCloses = closesOnExec(STDERR_FILENO);
+    platform::closeDescriptorsOnExec();
+    QVERIFY(closesOnExec(low));
+    QVERIFY(closesOnExec(high));
+    QCOMPARE(closesOnExec(STDERR_FILENO), standardStreamCloses);
+    close(high);
+    close(low);
+}
+
+void tst_MacHost::theTrayIsNotWaitedFor()
+{
+    QElapsedTimer timer;
+    timer.start();
+    platform::waitForTrayHost(1h);
+    QVERIFY(timer.elapsed() < 1000);
+}
+
+void tst_MacHost::theDaemonsWatchNeverCalls()
+{
+    bool hasCalled = false;
+    const auto watch = platform::watchAdvertisementDaemon([&] { hasCalled = true; });
+    QVERIFY(watch);
+    QCoreApplication::processEvents();
+    QVERIFY(!hasCalled);
+}
+
+void tst_MacHost::theClipboardAnswersAtOnce()
+{
+    const auto clipboard = platform::makeClipboard();
+    std::optional<QString> answer;
+    clipboard->setText("text");
+    clipboard->requestText([&](const std::optional<QString> &text) { answer = text; });
+    QCOMPARE(answer, "text");
+}
+
+QTEST_MAIN(tst_MacHost)
+#include "tst_MacHost.moc"
