@@ -41,6 +41,7 @@ public:
         if (state() != UnconnectedState) {
             setSocketState(UnconnectedState);
             incoming.clear();
+            unsent = 0;
             emit disconnected();
         }
     }

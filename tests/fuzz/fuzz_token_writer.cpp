@@ -101,12 +101,21 @@ bool isPlainKey(const QString &key)
     return isPlainText(key) && !key.contains(" =") && !looksLikeAnEnd;
 }
 
+/// An item behind another one stands behind a quote, with which its beginning may look like the end
+/// of the list.
+bool looksLikeEnds(const QStringList &items)
+{
+    return std::any_of(items.begin() + std::min<qsizetype>(items.size(), 1), items.end(),
+                       [](const QString &item) { return item.startsWith(" );"); });
+}
+
 /// True when the written form can be read in one way only.
 bool isUnambiguous(const TokenMap &map)
 {
     for (auto entry = map.cbegin(); entry != map.cend(); ++entry) {
         const QStringList texts = textsOf(*entry);
-        if (!isPlainKey(entry.key()) || !std::all_of(texts.begin(), texts.end(), isPlainText)) {
+        if (!isPlainKey(entry.key()) || looksLikeEnds(texts) ||
+            !std::all_of(texts.begin(), texts.end(), isPlainText)) {
             return false;
         }
     }
