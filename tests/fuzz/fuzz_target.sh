@@ -47,8 +47,17 @@ status=0
 "$program" "${options[@]}" "${inputs[@]}" 2>&1 | tee "$scratch/log" |
     grep -v -E '^#[0-9]+[[:space:]]+(NEW|REDUCE|pulse|RELOAD)' || status=$?
 
+# The input that the program ended with.
+faulty_input() {
+    if [ "$seconds" -eq 0 ]; then
+        sed -n 's/^Running: //p' "$scratch/log" | tail -n 1
+    else
+        find "$faults" -newer "$scratch/begin" -name "$name-*"
+    fi
+}
+
 if [ "$status" -ne 0 ]; then
-    find "$faults" -newer "$scratch/begin" -name "$name-*" | while read -r fault; do
+    faulty_input | while read -r fault; do
         printf '\nThe input, %s:\n' "$fault"
         od -A d -t x1z "$fault"
         echo "Again: QT_QPA_PLATFORM=offscreen $program $fault"

@@ -22,6 +22,7 @@ private slots:
     void takesTwoAnswersThatArriveTogether();
     void takesAnAnswerWhoseSuccessorIsNotWhole_data();
     void takesAnAnswerWhoseSuccessorIsNotWhole();
+    void takesAnAnswerWhoseLastBraceComesAlone();
     void knowsGarbage();
     void moreThanTheMaximumIsGarbage();
     void anUnfinishedAnswerIsNone_data();
@@ -125,6 +126,18 @@ void tst_AnswerReader::takesAnAnswerWhoseSuccessorIsNotWhole()
         QCOMPARE(reader.size(), rest.size());
         QVERIFY(!reader.take().has_value());
     }
+}
+
+void tst_AnswerReader::takesAnAnswerWhoseLastBraceComesAlone()
+{
+    AnswerReader reader;
+    // Has in it what might be an end, so that it is looked at.
+    reader.append("{a = \"{}\";");
+    QVERIFY(!reader.take().has_value());
+    reader.append("}");
+    const auto answer = reader.take();
+    QVERIFY(answer.has_value());
+    QCOMPARE(answer->entries, TokenMap({{u"a"_s, u"{}"_s}}));
 }
 
 void tst_AnswerReader::knowsGarbage()
