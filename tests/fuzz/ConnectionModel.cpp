@@ -7,6 +7,7 @@
 #include "unit/net/NaiveTokenReader.h"
 
 #include <algorithm>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -310,7 +311,15 @@ void ConnectionModel::closeFile()
 
 void ConnectionModel::writeToFile(const QByteArray &bytes)
 {
-    remaining -= descriptor == -1 ? -1 : writtenBytes(descriptor, bytes);
+    // Where the number's range ends, it stays there.
+    constexpr qint64 most = std::numeric_limits<qint64>::max();
+    constexpr qint64 least = std::numeric_limits<qint64>::min();
+    const qint64 written = descriptor == -1 ? -1 : writtenBytes(descriptor, bytes);
+    if (written < 0) {
+        remaining = remaining == most ? most : remaining + 1;
+    } else {
+        remaining = remaining < least + written ? least : remaining - written;
+    }
     if (remaining < 0) {
         finishFile();
     }
