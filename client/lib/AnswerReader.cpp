@@ -7,6 +7,8 @@
 
 #include <QStringList>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace quillmote {
@@ -155,17 +157,22 @@ Confirmation Answer::confirmation(quint64 tag) const
 
 std::optional<Answer> AnswerReader::take()
 {
-    // An answer ends with a brace; looking at less would be in vain.
-    if (!buffer.endsWith('}')) {
+    if (!mayHoldWholeAnswer()) {
         return std::nullopt;
     }
     Answer answer;
     const qsizetype size = Scanner(buffer).scan(answer.entries);
-    if (size == 0) {
-        return std::nullopt;
-    }
     buffer.remove(0, size);
-    return answer;
+    searched = size == 0 ? buffer.size() : 0;
+    return size == 0 ? std::nullopt : std::optional(answer);
+}
+
+/// An answer ends with its last entry and a brace. Until another such end has come, looking again
+/// would be in vain, and dear: a large answer comes in many pieces.
+bool AnswerReader::mayHoldWholeAnswer() const
+{
+    const qsizetype from = std::max<qsizetype>(searched - 1, 0);
+    return buffer.indexOf(";}", from) != -1 || buffer.indexOf("{}", from) != -1;
 }
 
 bool AnswerReader::isGarbage() const

@@ -55,7 +55,10 @@ public:
     qsizetype size() const { return buffer.size(); }
 
 private:
+    bool mayHoldWholeAnswer() const;
+
     QByteArray buffer;
+    qsizetype searched = 0; // bytes in the buffer from which no whole answer could be read
 };
 
 } // namespace quillmote

@@ -11,6 +11,9 @@
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTcpSocket>
+#include <QtNumeric>
+
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -31,6 +34,17 @@ QString downloadDirectory()
 {
     const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
     return QSettings().value("downloadDirectory", desktop).toString();
+}
+
+/// A peer may announce any size, so the count may stand at either end of its range.
+qint64 differenceWithinRange(qint64 count, qint64 bytes)
+{
+    qint64 difference = 0;
+    if (qSubOverflow(count, bytes, &difference)) {
+        using Range = std::numeric_limits<qint64>;
+        return bytes > 0 ? Range::min() : Range::max();
+    }
+    return difference;
 }
 
 QString nameOf(QAbstractSocket::SocketError error)
@@ -158,7 +172,8 @@ void ClientHandler::storeEntry(const QString &key, const QVariant &value)
 void ClientHandler::receiveFileBytes()
 {
     // Wanted: a failed write returns -1, which raises the count.
-    bytesRemaining -= file.isOpen() ? file.write(receiveBuffer) : -1;
+    const qint64 written = file.isOpen() ? file.write(receiveBuffer) : -1;
+    bytesRemaining = differenceWithinRange(bytesRemaining, written);
     // Wanted: strictly below zero, so exactly the announced bytes do not end the transfer.
     if (bytesRemaining < 0) {
         finishFile();
@@ -168,7 +183,7 @@ void ClientHandler::receiveFileBytes()
 
 void ClientHandler::finishFile()
 {
-    file.flush();
+    // Flushes too, and says nothing when the file could not be opened.
     file.close();
     emit showFile(filePath);
     filePath.clear();

@@ -1,30 +1,103 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// Any shortcut: two events of one key, or none.
+// Each line of the input is a shortcut in UTF-8, all for one manager. It types the key that the
+// naive parser names and complains as it should; what it keeps of one shortcut can be repeated and
+// has no effect on the next.
 
+#include "Finding.h"
+#include "NaiveShortcut.h"
 #include "doubles/RecordingEventServices.h"
 #include "interaction/InteractionManagerMac.h"
+#include "support/MessageRecorder.h"
+
+#include <QRegularExpression>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
-extern "C" int LLVMFuzzerInitialize(int *, char ***)
+namespace {
+
+/// The complaint of a key that is not there shows an address, which is replaced.
+QStringList withoutAddresses(QStringList messages)
 {
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
-    return 0;
+    static const QRegularExpression address("0x[0-9a-f]+ $");
+    return messages.replaceInStrings(address, "ADDRESS ");
 }
+
+QStringList complaintsOfATap(const NaiveShortcut::Result &expected)
+{
+    if (expected.isTyped) {
+        return {};
+    }
+    QStringList complaints;
+    if (expected.namesAKey) {
+        complaints.append("warning: KeyCode not vailable for  ADDRESS ");
+    }
+    return complaints << "warning: \"Problem executing the shortcut: \" ";
+}
+
+void requireEvents(const EventRecord &record, const NaiveShortcut::Result &expected,
+                   std::vector<bool> directions)
+{
+    const auto events = record.keyboardEvents();
+    Finding::requireEqual(record.calls.size(), expected.isTyped ? directions.size() : 0,
+                          "another number of events");
+    for (size_t index = 0; index < events.size(); ++index) {
+        const platform::KeyboardEvent wanted{static_cast<platform::KeyCode>(expected.code),
+                                             directions[index], expected.flags,
+                                             platform::EventTap::Session};
+        Finding::require(events[index] == wanted, "another event");
+    }
+}
+
+void tap(InteractionManagerMac &manager, EventRecord &record, const QString &shortcut,
+         const NaiveShortcut::Result &expected)
+{
+    const MessageRecorder messages;
+    record.calls.clear();
+    manager.keyboardTapKeyEvent(shortcut);
+    requireEvents(record, expected, {true, false});
+    Finding::requireEqual(withoutAddresses(messages.all()), complaintsOfATap(expected),
+                          "other complaints of a tap");
+}
+
+void repeat(InteractionManagerMac &manager, EventRecord &record,
+            const NaiveShortcut::Result &expected)
+{
+    const MessageRecorder messages;
+    record.calls.clear();
+    manager.generateKeyEvent(false);
+    requireEvents(record, expected, {false});
+    const QStringList complaints{"warning: Problem executing  Key Up "};
+    Finding::requireEqual(messages.all(), expected.isTyped ? QStringList() : complaints,
+                          "other complaints of a repeated key");
+}
+
+void compareModifiers(InteractionManagerMac &manager, const QByteArray &shortcut)
+{
+    for (const std::string &token : NaiveShortcut::tokensOf(shortcut.toStdString())) {
+        const QString name = QString::fromLatin1(QByteArray::fromStdString(token));
+        const quint64 flag = NaiveShortcut::flagOf(token);
+        Finding::requireEqual(manager.getModifier(name), flag, "another flag");
+        Finding::requireEqual(manager.isModifier(name), flag != 0, "another idea of a modifier");
+    }
+}
+
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     EventRecord record;
     InteractionManagerMac manager(std::make_unique<RecordingEventServices>(record));
-    manager.keyboardTapKeyEvent(
-        QString::fromLatin1(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size)));
-    const size_t posted = record.keyboardEvents().size();
-    if (posted != 0 && posted != 2) {
-        std::abort();
+    const QByteArray input(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
+    for (const QByteArray &line : input.split('\n')) {
+        const QString shortcut = QString::fromUtf8(line);
+        const QByteArray bytes = shortcut.toLatin1();
+        const NaiveShortcut::Result expected = NaiveShortcut::parse(bytes.toStdString());
+        tap(manager, record, shortcut, expected);
+        repeat(manager, record, expected);
+        compareModifiers(manager, bytes);
     }
     return 0;
 }

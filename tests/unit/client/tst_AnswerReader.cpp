@@ -21,7 +21,11 @@ private slots:
     void readsPiecesOfAnySize_data();
     void readsPiecesOfAnySize();
     void takesTwoAnswersThatArriveTogether();
+    void takesAnAnswerWhoseSuccessorIsNotWhole_data();
+    void takesAnAnswerWhoseSuccessorIsNotWhole();
+    void takesAnAnswerWhoseLastBraceComesAlone();
     void knowsGarbage();
+    void moreThanTheMaximumIsGarbage();
     void anUnfinishedAnswerIsNone_data();
     void anUnfinishedAnswerIsNone();
     void tellsResponseParametersAndTag();
@@ -94,11 +98,68 @@ void tst_AnswerReader::takesTwoAnswersThatArriveTogether()
     QVERIFY(!reader.take().has_value());
 }
 
+void tst_AnswerReader::takesAnAnswerWhoseSuccessorIsNotWhole_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<TokenMap>("entries");
+    QTest::addColumn<QByteArray>("rest");
+
+    const TokenMap one = {{u"a"_s, u"b"_s}};
+    QTest::newRow("empty answer") << QByteArray("{}") << TokenMap() << QByteArray("{");
+    QTest::newRow("first byte") << QByteArray("{a = \"b\";}") << one << QByteArray("{");
+    QTest::newRow("half") << QByteArray("{a = \"b\";}") << one << QByteArray("{c = \"d");
+    QTest::newRow("all but the brace")
+        << QByteArray("{a = \"b\";}") << one << QByteArray("{c = \"d\";");
+}
+
+void tst_AnswerReader::takesAnAnswerWhoseSuccessorIsNotWhole()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QByteArray, rest);
+    // In one piece, and with the brace as the last byte of a piece.
+    for (const qsizetype size : {bytes.size() + rest.size(), bytes.size(), bytes.size() - 1}) {
+        AnswerReader reader;
+        const QByteArray stream = bytes + rest;
+        reader.append(stream.first(size));
+        std::optional<Answer> answer = reader.take();
+        reader.append(stream.sliced(size));
+        answer = answer ? answer : reader.take();
+        QVERIFY(answer.has_value());
+        QTEST(answer->entries, "entries");
+        QCOMPARE(reader.size(), rest.size());
+        QVERIFY(!reader.take().has_value());
+    }
+}
+
+void tst_AnswerReader::takesAnAnswerWhoseLastBraceComesAlone()
+{
+    AnswerReader reader;
+    // Has in it what might be an end, so that it is looked at.
+    reader.append("{a = \"{}\";");
+    QVERIFY(!reader.take().has_value());
+    reader.append("}");
+    const auto answer = reader.take();
+    QVERIFY(answer.has_value());
+    QCOMPARE(answer->entries, TokenMap({{u"a"_s, u"{}"_s}}));
+}
+
 void tst_AnswerReader::knowsGarbage()
 {
     AnswerReader reader;
     QVERIFY(!reader.isGarbage());
     reader.append("HTTP/1.1 400 Bad Request");
+    QVERIFY(!reader.take().has_value());
+    QVERIFY(reader.isGarbage());
+}
+
+void tst_AnswerReader::moreThanTheMaximumIsGarbage()
+{
+    const QByteArray beginning = "{a = \"";
+    AnswerReader reader;
+    reader.append(beginning + QByteArray(AnswerReader::maximumSize - beginning.size(), 'x'));
+    QVERIFY(!reader.take().has_value());
+    QVERIFY(!reader.isGarbage());
+    reader.append("x");
     QVERIFY(!reader.take().has_value());
     QVERIFY(reader.isGarbage());
 }

@@ -10,7 +10,8 @@
 /// The rules of reading a token, written down step by step without regard to speed or beauty and
 /// without the toolkit: what the real reader is compared with.
 ///
-/// White space is the blank and the control characters 9 to 13 only.
+/// One byte a character, Latin-1. White space is the blank, the control characters 9 to 13, the
+/// next line (0x85) and the no-break space (0xa0).
 namespace NaiveTokenReader {
 
 using Position = long;
@@ -27,6 +28,8 @@ struct Result
 {
     Outcome outcome = Outcome::Silent;
     std::vector<std::pair<std::string, Value>> entries;
+    /// The chunk with its white space collapsed; a message shows it when the outcome is Bad.
+    std::string collapsedText;
 };
 
 inline Position size(const std::string &text)
@@ -36,7 +39,8 @@ inline Position size(const std::string &text)
 
 inline bool isBlank(char character)
 {
-    return character == ' ' || (character >= 9 && character <= 13);
+    return character == ' ' || (character >= 9 && character <= 13) || character == '\x85' ||
+           character == '\xa0';
 }
 
 inline Position firstFrom(const std::string &text, const std::string &part, Position from)
@@ -175,14 +179,15 @@ inline std::vector<std::pair<std::string, Value>> entriesOf(const std::string &t
 
 inline Result read(const std::string &bytes)
 {
-    std::string text = collapsed(bytes);
+    const std::string whole = collapsed(bytes);
+    std::string text = whole;
     const Position open = firstFrom(text, "{ ", 0);
     const Position close = last(text, " }");
     if (open == -1 || close == -1) {
-        return {Outcome::Silent, {}};
+        return {Outcome::Silent, {}, whole};
     }
     if (open > close) {
-        return {Outcome::Bad, {}};
+        return {Outcome::Bad, {}, whole};
     }
     Outcome outcome = Outcome::Read;
     if (open != 0) {
@@ -195,7 +200,7 @@ inline Result read(const std::string &bytes)
     text = without(text, "\"");
     text = withoutFirst(withoutLast(text));
     text = withoutLast(trimmed(text));
-    return {outcome, entriesOf(text)};
+    return {outcome, entriesOf(text), whole};
 }
 
 } // namespace NaiveTokenReader

@@ -104,6 +104,10 @@ private slots:
     void aTransferThatCannotBeOpenedNeverEnds_data();
     void aTransferThatCannotBeOpenedNeverEnds();
     void aFailedWriteRaisesTheCount();
+    void aSizeBeyondTheRangeOfTheCountEndsAtOnce_data();
+    void aSizeBeyondTheRangeOfTheCountEndsAtOnce();
+    void aFileThatCannotBeOpenedEndsInSilenceToo();
+    void theLargestCountStaysWhereItIs();
     void aPeerThatLeavesDuringATransferLeavesWhatItSent();
 
     void aPeerThatLeavesIsToldAndEndsTheHandler();
@@ -658,6 +662,45 @@ void tst_ClientHandler::aFailedWriteRaisesTheCount()
     deliver("b");
     QCOMPARE(files->count(), 1);
     QCOMPARE(contentOf(received("note")), QByteArray("0123456789ab"));
+}
+
+void tst_ClientHandler::aSizeBeyondTheRangeOfTheCountEndsAtOnce_data()
+{
+    QTest::addColumn<quint64>("size");
+
+    // As a signed number each of them is below zero, the first one as far as can be.
+    QTest::newRow("2^63") << (quint64(1) << 63);
+    QTest::newRow("2^63 + 1") << (quint64(1) << 63) + 1;
+    QTest::newRow("2^64 - 1") << ~quint64(0);
+}
+
+void tst_ClientHandler::aSizeBeyondTheRangeOfTheCountEndsAtOnce()
+{
+    QFETCH(quint64, size);
+    handler->setFileToTransfer("note", size);
+    deliver("content");
+    QCOMPARE(files->count(), 1);
+    QCOMPARE(contentOf(received("note")), QByteArray("content"));
+}
+
+void tst_ClientHandler::aFileThatCannotBeOpenedEndsInSilenceToo()
+{
+    handler->setFileToTransfer("../outside", quint64(1) << 63);
+    messages->clear();
+    deliver("lost");
+    QCOMPARE(files->count(), 1);
+    // Above all no complaint of the toolkit, which would reach the user as a balloon.
+    QCOMPARE(messages->all(), QStringList());
+    QVERIFY(!QFile::exists(home->path("outside")));
+}
+
+void tst_ClientHandler::theLargestCountStaysWhereItIs()
+{
+    handler->setFileToTransfer("../outside", (quint64(1) << 63) - 1);
+    deliver("lost");
+    deliver("{ a = b; }");
+    QCOMPARE(files->count(), 0);
+    QCOMPARE(tokens->count(), 0);
 }
 
 void tst_ClientHandler::aPeerThatLeavesDuringATransferLeavesWhatItSent()

@@ -1,0 +1,335 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "ConnectionModel.h"
+
+#include "NaiveShortcut.h"
+#include "unit/net/NaiveTokenReader.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+QString latin(const std::string &bytes)
+{
+    return QString::fromLatin1(bytes.data(), static_cast<qsizetype>(bytes.size()));
+}
+
+QVariant variant(const NaiveTokenReader::Value &value)
+{
+    QStringList texts;
+    for (const std::string &text : value.texts) {
+        texts.append(latin(text));
+    }
+    return value.isList ? QVariant(texts) : QVariant(texts.first());
+}
+
+/// The parts of an absolute path once each "." is left out and each ".." has taken one away.
+QStringList cleanParts(const QString &path)
+{
+    QStringList parts;
+    for (const QString &part : path.split('/')) {
+        if (part == "..") {
+            parts.isEmpty() ? void() : parts.removeLast();
+        } else if (!part.isEmpty() && part != ".") {
+            parts.append(part);
+        }
+    }
+    return parts;
+}
+
+bool mayBeWritten(const QString &path, const QString &directory)
+{
+    const QStringList parts = cleanParts(path);
+    const QStringList above = cleanParts(directory);
+    if (parts.size() <= above.size() || parts.first(above.size()) != above) {
+        return false;
+    }
+    struct stat status
+    {
+    };
+    const QByteArray cleanPath = ('/' + parts.join('/')).toUtf8();
+    return stat(cleanPath.constData(), &status) != 0 || S_ISREG(status.st_mode);
+}
+
+/// -1 when nothing could be written.
+qint64 writtenBytes(int descriptor, const QByteArray &bytes)
+{
+    qint64 sum = 0;
+    while (sum < bytes.size()) {
+        const ssize_t written =
+            write(descriptor, bytes.constData() + sum, static_cast<size_t>(bytes.size() - sum));
+        if (written <= 0) {
+            break;
+        }
+        sum += written;
+    }
+    return sum == 0 ? -1 : sum;
+}
+
+} // namespace
+
+ConnectionModel::ConnectionModel(QString real, QString own, QSize desktop)
+    : realDirectory(std::move(real))
+    , ownDirectory(std::move(own))
+    , desktopSize(desktop)
+{
+}
+
+ConnectionModel::~ConnectionModel()
+{
+    closeFile();
+}
+
+void ConnectionModel::begin()
+{
+    ++connection;
+    isOpen = true;
+    token.clear();
+    deviceName.clear();
+    path.clear();
+    unsent = 0;
+}
+
+void ConnectionModel::leave()
+{
+    if (isOpen) {
+        end();
+    }
+}
+
+void ConnectionModel::end()
+{
+    deeds.messages.append("warning: Device Disconnected ");
+    isOpen = false;
+    closeFile();
+}
+
+qint64 ConnectionModel::readLimit() const
+{
+    return isReceivingFile() && remaining >= filePiece ? filePiece : 0;
+}
+
+void ConnectionModel::receive(const QByteArray &bytes)
+{
+    for (qsizetype at = 0; at < bytes.size() && isOpen;) {
+        const qint64 limit = readLimit();
+        const QByteArray piece = limit == 0 ? bytes.mid(at) : bytes.mid(at, limit);
+        at += piece.size();
+        if (!isReceivingFile() && readToken(piece)) {
+            ++deeds.announcedTokens;
+            dispatch();
+        }
+        if (isOpen && isReceivingFile()) {
+            writeToFile(piece);
+        }
+    }
+}
+
+bool ConnectionModel::readToken(const QByteArray &bytes)
+{
+    using NaiveTokenReader::Outcome;
+    const NaiveTokenReader::Result result = NaiveTokenReader::read(bytes.toStdString());
+    if (result.outcome == Outcome::Bad) {
+        deeds.messages.append("debug: Bad token :  \"" + latin(result.collapsedText) + "\" ");
+    }
+    if (result.outcome == Outcome::Fixed) {
+        deeds.messages.append("debug: Fix token... ");
+    }
+    for (const auto &[key, value] : result.entries) {
+        token[latin(key)] = variant(value);
+    }
+    return result.outcome == Outcome::Read || result.outcome == Outcome::Fixed;
+}
+
+void ConnectionModel::dispatch()
+{
+    const QString command = text("cmdType");
+    if (command == "SERVER_PAIR") {
+        pair();
+    } else if (command == "URL_OPEN") {
+        openAddress();
+    } else if (command == "TEXT_TRANSFER_AND_OPEN") {
+        takeText();
+    } else if (command == "SERVER_CLIPBOARD_REQUEST" && isClipboardSlow) {
+        waitingConnections.append(connection);
+    } else if (command == "SERVER_CLIPBOARD_REQUEST") {
+        answerClipboard(clipboard);
+    } else if (command == "FILE_TRANSFER_AND_OPEN") {
+        startFile();
+    } else if (command == "SERVER_INFO") {
+        tellSize();
+    } else if (command == "KEYBOARD_CMD") {
+        typeKeys();
+    } else if (command == "MOUSE_CMD") {
+        useMouse();
+    }
+}
+
+/// A list of one is that one text; another list is no text.
+QString ConnectionModel::text(const QString &key) const
+{
+    const QVariant value = token.value(key);
+    if (value.typeId() != QMetaType::QStringList) {
+        return value.toString();
+    }
+    const QStringList items = value.toStringList();
+    return items.size() == 1 ? items.first() : QString();
+}
+
+/// A text is a list of one.
+QStringList ConnectionModel::list(const QString &key) const
+{
+    const QVariant value = token.value(key);
+    if (!value.isValid()) {
+        return {};
+    }
+    return value.typeId() == QMetaType::QStringList ? value.toStringList()
+                                                    : QStringList(value.toString());
+}
+
+void ConnectionModel::answer(const QString &response)
+{
+    token["serverResponse"] = response;
+    if (unsent > mostUnsent) {
+        deeds.messages.append("debug: The device does not read its answers. ");
+        end();
+    } else {
+        deeds.answers.append(token);
+    }
+}
+
+/// Approval is not asked for.
+void ConnectionModel::pair()
+{
+    ++deviceCount;
+    deviceName = list("cmdParameters").value(1);
+    deeds.messages.append("warning: Device Connected ");
+    answer("OK");
+}
+
+void ConnectionModel::openAddress()
+{
+    const QString address = text("fncCommand");
+    deeds.messages.append("warning: Opening URL:  " + address + ' ');
+    deeds.openedAddresses.append(address);
+    answer("OK");
+}
+
+void ConnectionModel::takeText()
+{
+    clipboard = text("fncCommand");
+    deeds.messages.append("warning: You have text in clipboard... ");
+    token["fncCommand"] = QString();
+    answer("OK");
+}
+
+void ConnectionModel::answerClipboard(const std::optional<QString> &content)
+{
+    if (content) {
+        token["cmdParameters"] = QStringList(*content);
+    }
+    answer(content ? "OK" : "ERROR");
+}
+
+void ConnectionModel::answerWaiting(const QString &clipboardText)
+{
+    for (const int waiting : std::exchange(waitingConnections, {})) {
+        if (isOpen && waiting == connection) {
+            answerClipboard(clipboardText);
+        }
+    }
+}
+
+void ConnectionModel::tellSize()
+{
+    token["cmdParameters"] = QStringList{QString::number(desktopSize.height()),
+                                         QString::number(desktopSize.width()), "MAC-OSX"};
+    answer("OK");
+}
+
+void ConnectionModel::typeKeys()
+{
+    const auto shortcut = NaiveShortcut::parse(text("fncCommand").toLatin1().toStdString());
+    if (shortcut.isTyped) {
+        deeds.calls += 2;
+        return;
+    }
+    if (shortcut.namesAKey) {
+        deeds.messages.append("warning: KeyCode not vailable for  ADDRESS ");
+    }
+    deeds.messages.append("warning: \"Problem executing the shortcut: \" ");
+}
+
+/// Each click and each move asks for the position, then posts.
+void ConnectionModel::useMouse()
+{
+    const int code = text("fncCommand").toInt();
+    const bool isClick = code >= 0 && code <= 3;
+    const bool isMove = code == 4 && list("cmdParameters").size() == 2;
+    deeds.calls += isClick || isMove ? 2 : 0;
+}
+
+void ConnectionModel::startFile()
+{
+    const QString name = list("cmdParameters").value(0);
+    const quint64 size = list("cmdParameters").value(1).toULongLong();
+    deeds.messages.append("warning: Received request to save file:  " + name + "  of size  " +
+                          QString::number(size) + ' ');
+    path = realDirectory + '/' + name;
+    remaining = static_cast<qint64>(size);
+    deeds.messages.append("debug: File:  \"" + path + "\" ");
+    openFile(name);
+    deeds.messages.append("debug: \"Asked the client to start the file transfer...\" ");
+    answer("START_BINARY_TRANSFER");
+}
+
+void ConnectionModel::openFile(const QString &name)
+{
+    ++fileCount;
+    closeFile();
+    const QString ownPath = ownDirectory + '/' + name;
+    if (mayBeWritten(ownPath, ownDirectory)) {
+        descriptor = open(ownPath.toUtf8().constData(), O_WRONLY | O_APPEND | O_CREAT, 0666);
+    }
+}
+
+void ConnectionModel::closeFile()
+{
+    if (descriptor != -1) {
+        close(descriptor);
+        descriptor = -1;
+    }
+}
+
+void ConnectionModel::writeToFile(const QByteArray &bytes)
+{
+    // Where the number's range ends, it stays there.
+    constexpr qint64 most = std::numeric_limits<qint64>::max();
+    constexpr qint64 least = std::numeric_limits<qint64>::min();
+    const qint64 written = descriptor == -1 ? -1 : writtenBytes(descriptor, bytes);
+    if (written < 0) {
+        remaining = remaining == most ? most : remaining + 1;
+    } else {
+        remaining = remaining < least + written ? least : remaining - written;
+    }
+    if (remaining < 0) {
+        finishFile();
+    }
+}
+
+void ConnectionModel::finishFile()
+{
+    closeFile();
+    deeds.shownFiles.append(path);
+    deeds.openedAddresses.append("file://" + path);
+    path.clear();
+    answer("OK");
+}

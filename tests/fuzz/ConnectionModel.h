@@ -1,0 +1,100 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QList>
+#include <QSize>
+#include <QStringList>
+#include <QVariant>
+
+#include <optional>
+
+/// What one connection after another should make of what it reads, written down plainly: the
+/// connection, the commands, the clipboard. The files that it receives go into a folder of the
+/// model's own, which is to look as the real one does in the end.
+class ConnectionModel
+{
+public:
+    using Map = QHash<QString, QVariant>;
+
+    /// Where a connection that does not read its answers is cut off, in bytes that wait.
+    static constexpr qint64 mostUnsent = 4 * 1024 * 1024;
+    /// The pieces in which a file is read while its end is far.
+    static constexpr qint64 filePiece = 256 * 1024;
+
+    /// What the server has done; whoever compares it empties it.
+    struct Deeds
+    {
+        int announcedTokens = 0;
+        size_t calls = 0; ///< of the event services
+        QStringList shownFiles;
+        QStringList openedAddresses;
+        QStringList messages;
+        QList<Map> answers;
+    };
+
+    /// `realDirectory` is named in messages; `ownDirectory` is written to. Their paths must be of
+    /// one length.
+    ConnectionModel(QString realDirectory, QString ownDirectory, QSize desktopSize);
+    ~ConnectionModel();
+    ConnectionModel(const ConnectionModel &) = delete;
+    ConnectionModel &operator=(const ConnectionModel &) = delete;
+
+    /// A new connection takes the place of the earlier one, which must have ended.
+    void begin();
+    void leave();
+    /// Bytes that arrive at once. The socket hands them over in pieces.
+    void receive(const QByteArray &bytes);
+    /// Those who wait for the clipboard get its text.
+    void answerWaiting(const QString &clipboardText);
+
+    bool isReceivingFile() const { return !path.isEmpty(); }
+    /// The limit that the connection sets to one read; 0 for none.
+    qint64 readLimit() const;
+
+    bool hasTouchedFiles() const { return fileCount > 0; }
+    int pairedDevices() const { return deviceCount; }
+
+    Deeds deeds;
+    Map token;
+    QString deviceName;
+    bool isOpen = false;
+    qint64 unsent = 0; ///< bytes that the peer has not read
+    bool isClipboardSlow = false;
+
+private:
+    bool readToken(const QByteArray &bytes);
+    void dispatch();
+    void pair();
+    void openAddress();
+    void takeText();
+    void startFile();
+    void tellSize();
+    void typeKeys();
+    void useMouse();
+    void answerClipboard(const std::optional<QString> &text);
+    void answer(const QString &response);
+    void writeToFile(const QByteArray &bytes);
+    void finishFile();
+    void openFile(const QString &name);
+    void closeFile();
+    void end();
+
+    QString text(const QString &key) const;
+    QStringList list(const QString &key) const;
+
+    QString realDirectory;
+    QString ownDirectory;
+    QSize desktopSize;
+    QString path; // empty in token mode
+    qint64 remaining = 0;
+    int descriptor = -1;
+    std::optional<QString> clipboard;
+    int connection = 0;
+    int fileCount = 0; // announced so far
+    int deviceCount = 0;
+    QList<int> waitingConnections;
+};

@@ -1,0 +1,229 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "Session.h"
+
+#include "Finding.h"
+#include "MemorySocket.h"
+#include "NaiveTokenWriter.h"
+#include "ReplacedOpener.h"
+#include "doubles/RecordingPlatform.h"
+#include "net/ClientHandler.h"
+#include "server/Server.h"
+
+#include <QClipboard>
+#include <QRegularExpression>
+#include <QScreen>
+#include <QSettings>
+#include <QUrl>
+
+namespace {
+
+constexpr int mostKnownDevices = 1000;
+
+QSize desktopSize()
+{
+    return QGuiApplication::primaryScreen()->virtualSize();
+}
+
+/// The complaint of a key that is not there shows an address, which is replaced.
+QStringList withoutAddresses(QStringList messages)
+{
+    static const QRegularExpression address("^(warning: KeyCode not vailable for  )0x[0-9a-f]+ $");
+    return messages.replaceInStrings(address, "\\1ADDRESS ");
+}
+
+/// As the server hands them on: through the toolkit's idea of an address.
+QStringList asAddresses(QStringList texts)
+{
+    for (QString &text : texts) {
+        text = QUrl(text).toString();
+    }
+    return texts;
+}
+
+/// The answers in the naive writer's form; the order of a map's entries is the server's affair.
+QByteArray wireForm(const QList<ConnectionModel::Map> &answers, const QStringList &keys)
+{
+    QByteArray bytes;
+    for (const ConnectionModel::Map &answer : answers) {
+        std::vector<NaiveTokenWriter::Entry> entries;
+        for (const QString &key : keys) {
+            const QVariant value = answer.value(key);
+            entries.push_back({key.toStdU16String(), value.typeId() == QMetaType::QStringList, {}});
+            for (const QString &text : value.toStringList()) {
+                entries.back().texts.push_back(text.toStdU16String());
+            }
+        }
+        bytes += QByteArray::fromStdString(
+            NaiveTokenWriter::onTheWire(NaiveTokenWriter::write(entries)));
+    }
+    return bytes;
+}
+
+/// Twice: the end of the handler ends the socket.
+void processEvents()
+{
+    for (int round = 0; round < 2; ++round) {
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+}
+
+} // namespace
+
+World::World(int &argumentCount, char **arguments) : application(argumentCount, arguments)
+{
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, scene.settingsDirectory());
+    QCoreApplication::setOrganizationName("Ostrovane");
+    QCoreApplication::setApplicationName("VornaServer");
+    QSettings().setValue("downloadDirectory", scene.serverDirectory());
+}
+
+World::~World() = default;
+
+Session::Session(World &sharedWorld)
+    : world(sharedWorld)
+    , model(world.scene.serverDirectory(), world.scene.modelDirectory(), desktopSize())
+{
+    openedAddresses().clear();
+    if (world.server == nullptr) {
+        startServer();
+    }
+    begin();
+}
+
+Session::~Session()
+{
+    leave();
+    world.knownDevices += model.pairedDevices();
+    if (world.knownDevices > mostKnownDevices) {
+        world.server.reset();
+    }
+    PlatformRecord::current().waitingReaders.clear();
+    PlatformRecord::current().isClipboardSlow = false;
+    QGuiApplication::clipboard()->clear();
+}
+
+void Session::startServer()
+{
+    QSettings().remove("pairedDeviceList");
+    world.server = std::make_unique<Server>(nullptr);
+    world.knownDevices = 0;
+}
+
+void Session::begin()
+{
+    socket = new MemorySocket(world.server.get());
+    handler = new ClientHandler(socket);
+    QObject::connect(handler, SIGNAL(tokenAvailable()), world.server.get(), SLOT(serveClient()));
+    QObject::connect(handler, SIGNAL(showFile(QString)), world.server.get(),
+                     SLOT(showFile(QString)));
+    QObject::connect(handler, SIGNAL(destroyed()), world.server.get(), SLOT(clientDisconnected()));
+    QObject::connect(handler, SIGNAL(destroyed()), socket, SLOT(deleteLater()));
+    QObject::connect(handler, &ClientHandler::tokenAvailable, world.server.get(),
+                     [this] { ++announced; });
+    QObject::connect(handler, &ClientHandler::showFile, world.server.get(),
+                     [this](const QString &name) { shown.append(name); });
+    model.begin();
+}
+
+void Session::leave()
+{
+    if (!socket.isNull()) {
+        socket->disconnectFromHost();
+    }
+    model.leave();
+    processEvents();
+    compare();
+    Finding::require(handler.isNull() && socket.isNull(), "a connection outlives its peer");
+}
+
+void Session::replaceHandheld()
+{
+    leave();
+    begin();
+}
+
+void Session::setUnsent(qint64 bytes)
+{
+    model.unsent = bytes;
+    if (!socket.isNull()) {
+        socket->setUnsent(bytes);
+    }
+}
+
+void Session::makeClipboardSlow()
+{
+    model.isClipboardSlow = PlatformRecord::current().isClipboardSlow = true;
+}
+
+void Session::answerWaiting()
+{
+    PlatformRecord &record = PlatformRecord::current();
+    model.isClipboardSlow = record.isClipboardSlow = false;
+    for (const auto &receiver : std::exchange(record.waitingReaders, {})) {
+        receiver(QString("late"));
+    }
+    model.answerWaiting("late");
+    processEvents();
+    compare();
+}
+
+void Session::removeDirectories()
+{
+    world.scene.removeDirectories();
+    hasRemovedDirectories = true;
+}
+
+void Session::receive(const QByteArray &bytes)
+{
+    deliver(bytes);
+    model.receive(bytes);
+    compare();
+}
+
+void Session::deliver(const QByteArray &bytes)
+{
+    if (!socket.isNull()) {
+        socket->receive(bytes);
+    }
+    while (!socket.isNull() && socket->hasUnread()) {
+        emit socket->readyRead();
+        processEvents();
+    }
+}
+
+void Session::compare()
+{
+    compareDeeds();
+    Finding::requireEqual(!handler.isNull(), model.isOpen, "the connection's life differs");
+    if (model.isOpen) {
+        compareConnection();
+    }
+    model.deeds = ConnectionModel::Deeds();
+}
+
+void Session::compareDeeds()
+{
+    const ConnectionModel::Deeds &deeds = model.deeds;
+    EventRecord &events = PlatformRecord::current().events;
+    Finding::requireEqual(std::exchange(announced, 0), deeds.announcedTokens,
+                          "another number of tokens");
+    Finding::requireEqual(std::exchange(shown, {}), deeds.shownFiles, "other files are shown");
+    Finding::requireEqual(std::exchange(openedAddresses(), {}), asAddresses(deeds.openedAddresses),
+                          "other addresses are opened");
+    Finding::requireEqual(std::exchange(events.calls, {}).size(), deeds.calls,
+                          "other input events");
+    Finding::requireEqual(withoutAddresses(messages.all()), deeds.messages, "other messages");
+    messages.clear();
+}
+
+void Session::compareConnection()
+{
+    Finding::requireEqual(handler->token, model.token, "the map differs");
+    Finding::requireEqual(handler->deviceName, model.deviceName, "another device");
+    Finding::requireEqual(socket->takeWritten(),
+                          wireForm(model.deeds.answers, handler->token.keys()), "other answers");
+    Finding::requireEqual(socket->readBufferSize(), model.readLimit(), "another limit of reads");
+}
