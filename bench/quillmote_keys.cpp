@@ -9,9 +9,9 @@
 // number of starts, a third the number of keys in one go.
 
 #include "KeyObserver.h"
-#include "Sample.h"
 #include "ServerBench.h"
 #include "support/InputWatcher.h"
+#include "support/Sample.h"
 
 #include <QProcess>
 #include <QThread>

@@ -9,10 +9,10 @@
 // Needs VORNA_SERVER (the server's executable), quillmote as first argument and a folder as
 // second; a third one is the size in MiB, a fourth the number of rounds.
 
-#include "Sample.h"
 #include "ServerBench.h"
 #include "support/Folders.h"
 #include "support/ProcessTables.h"
+#include "support/Sample.h"
 
 #include <QCryptographicHash>
 #include <QDir>

@@ -112,6 +112,23 @@ bool DesktopSession::startTray()
     return waitUntil([this] { return m_view->hasTray(); });
 }
 
+void DesktopSession::endTray()
+{
+    m_tray.kill();
+    m_tray.waitForFinished();
+}
+
+void DesktopSession::endSessionBus()
+{
+    m_bus.kill();
+    m_bus.waitForFinished();
+}
+
+void DesktopSession::endDisplay()
+{
+    m_xServer.end();
+}
+
 QString DesktopSession::display() const
 {
     return m_xServer.display();
@@ -129,6 +146,8 @@ QProcessEnvironment DesktopSession::environment() const
     for (const char *variable : {"WAYLAND_DISPLAY", "XDG_CURRENT_DESKTOP", "XDG_SESSION_TYPE",
                                  "QT_QPA_PLATFORMTHEME", "QT_STYLE_OVERRIDE", "SESSION_MANAGER"})
         environment.remove(QLatin1String(variable));
+    for (const auto &[name, value] : m_variables.asKeyValueRange())
+        environment.insert(name, value);
     return environment;
 }
 

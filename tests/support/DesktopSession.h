@@ -8,6 +8,7 @@
 #include "DesktopView.h"
 #include "XServer.h"
 
+#include <QMap>
 #include <QTemporaryDir>
 
 #include <memory>
@@ -29,11 +30,18 @@ public:
     /// Starts the tray and waits until it takes icons.
     bool startTray();
 
+    /// Ends that part under whoever uses it.
+    void endTray();
+    void endSessionBus();
+    void endDisplay();
+
     QString display() const;
     /// The session bus's address; one that leads nowhere in a session without a bus.
     QString busAddress() const { return m_busAddress; }
     /// Where programs started from now on look for the system bus; it leads nowhere until told.
     void useSystemBus(const QString &address) { m_systemBusAddress = address; }
+    /// Adds to what programs started from now on find in their environment.
+    void addVariable(const QString &name, const QString &value) { m_variables.insert(name, value); }
     /// What a program of this session is started with.
     QProcessEnvironment environment() const;
 
@@ -57,6 +65,7 @@ private:
     QByteArray m_problem;
     QString m_busAddress;
     QString m_systemBusAddress;
+    QMap<QString, QString> m_variables; ///< Added by the test.
     // The parts end in the reverse order: what is shown goes before what shows it.
     XServer m_xServer;
     ChildProcess m_bus;

@@ -21,6 +21,9 @@ QStringList differences(const QMap<QString, QByteArray> &before,
 /// The bytes of a file; empty when there is none.
 QByteArray fileBytes(const QString &path);
 
+/// Makes the bytes the file's whole content; false when that fails.
+bool write(const QString &path, const QByteArray &bytes);
+
 /// A hash of the file's bytes, which need not fit into memory; empty when there is none.
 QByteArray fileHash(const QString &path);
 

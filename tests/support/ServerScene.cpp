@@ -33,10 +33,13 @@ bool ServerScene::start()
 
 bool ServerScene::showsLight(StatusLight light) const
 {
-    return waitUntil([&] {
-        const auto icon = view().trayIcon(m_server->processId());
-        return icon && lightIn(view().picture(*icon)) == light;
-    });
+    return waitUntil([&] { return isLight(light); });
+}
+
+bool ServerScene::isLight(StatusLight light) const
+{
+    const auto icon = view().trayIcon(m_server->processId());
+    return icon && lightIn(view().picture(*icon)) == light;
 }
 
 std::optional<SeenWindow> ServerScene::waitForDialog(const QString &title) const

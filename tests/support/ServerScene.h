@@ -32,6 +32,8 @@ public:
 
     /// Waits until the tray icon shows that light.
     bool showsLight(StatusLight light) const;
+    /// Whether it shows that light now.
+    bool isLight(StatusLight light) const;
 
     /// Waits until a window with that title stands on the screen and gets the keys.
     std::optional<SeenWindow> waitForDialog(const QString &title) const;
