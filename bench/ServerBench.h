@@ -54,6 +54,7 @@ public:
 
     const DesktopSession &session() const { return m_session; }
     quint16 port() const { return m_server->port(); }
+    int openDescriptors() const { return m_server->openDescriptors(); }
     qint64 processId() const { return m_server->processId(); }
 
 private:

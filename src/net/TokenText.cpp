@@ -114,7 +114,9 @@ void appendList(QString &text, const QStringList &items)
 {
     text += u'(';
     for (const QString &item : items) {
-        text += u'"' + item + u"\", "_s;
+        text += u'"';
+        text += item;
+        text += "\", "_L1;
     }
     // Wanted: what goes is the last but one character of the whole text. That is the comma behind
     // the last item, and with no item the blank in front of the bracket.
@@ -153,10 +155,13 @@ QString write(const TokenMap &token)
         if (entry->typeId() == QMetaType::QStringList) {
             appendList(text, entry->toStringList());
         } else {
-            text += u'"' + entry->toString() + u"\";"_s;
+            text += u'"';
+            text += entry->toString();
+            text += "\";"_L1;
         }
     }
-    return text + u'}';
+    text += u'}';
+    return text;
 }
 
 } // namespace TokenText

@@ -114,7 +114,10 @@ void ConnectionModel::end()
 
 qint64 ConnectionModel::readLimit() const
 {
-    return isReceivingFile() && remaining >= filePiece ? filePiece : 0;
+    if (!isReceivingFile()) {
+        return tokenPiece;
+    }
+    return remaining >= filePiece ? filePiece : 0;
 }
 
 void ConnectionModel::receive(const QByteArray &bytes)

@@ -24,6 +24,8 @@ public:
     static constexpr qint64 mostUnsent = 4 * 1024 * 1024;
     /// The pieces in which a file is read while its end is far.
     static constexpr qint64 filePiece = 256 * 1024;
+    /// The most that is taken for one token.
+    static constexpr qint64 tokenPiece = 64 * 1024;
 
     /// What the server has done; whoever compares it empties it.
     struct Deeds

@@ -1,0 +1,242 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+// Loads the server as no household does and tells what became of it, as rows of a table: load,
+// what is promised, what was measured, whether the promise held.
+//
+// Needs VORNA_SERVER (the server's executable). The argument, from 1 to 100, is the share of the
+// load in hundredths; without one it is the whole. Exit status 1 when a promise was broken.
+
+#include "ServerBench.h"
+#include "support/Asker.h"
+#include "support/Flooder.h"
+#include "support/InputWatcher.h"
+#include "support/ProcessMemory.h"
+#include "support/ProcessTables.h"
+
+#include "platform/DescriptorLimit.h"
+
+#include <QElapsedTimer>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <vector>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr qint64 Kibibyte = 1024;
+constexpr qint64 Mebibyte = 1024 * Kibibyte;
+
+int g_share = 100; ///< of the whole load, in hundredths
+bool g_allHeld = true;
+
+int scaled(int whole)
+{
+    return std::max(1, static_cast<int>(qint64(whole) * g_share / 100));
+}
+
+QByteArray serverInfo()
+{
+    return commandText(QStringLiteral("SERVER_INFO"));
+}
+
+void tell(const QString &load, const QString &promised, const QString &measured, bool hasHeld)
+{
+    g_allHeld = g_allHeld && hasHeld;
+    std::printf("| %s | %s | %s | %s |\n", qPrintable(load), qPrintable(promised),
+                qPrintable(measured), hasHeld ? "yes" : "**no**");
+    std::fflush(stdout);
+}
+
+/// A server of its own for each load, and a look at the display when it is over.
+class LoadedServer
+{
+public:
+    LoadedServer() : m_bench(QStringLiteral("/nonexistent")) { m_bench.start(); }
+    ~LoadedServer()
+    {
+        InputWatcher watcher(m_bench.session().display());
+        if (!waitUntil([&] { return watcher.keysDown().empty() && watcher.pointerMask() == 0; }))
+            tell(QStringLiteral("(afterwards)"), QStringLiteral("no key is down"),
+                 QStringLiteral("one is"), false);
+    }
+    LoadedServer(const LoadedServer &) = delete;
+    LoadedServer &operator=(const LoadedServer &) = delete;
+
+    quint16 port() const { return m_bench.port(); }
+    qint64 processId() const { return m_bench.processId(); }
+    int descriptors() const { return m_bench.openDescriptors(); }
+
+private:
+    ServerBench m_bench;
+};
+
+bool isAnswered(Handheld &handheld)
+{
+    return handheld.ask(serverInfo()).has_value();
+}
+
+void crowd()
+{
+    const LoadedServer server;
+    const size_t size = size_t(scaled(2000));
+    QElapsedTimer time;
+    time.start();
+    std::vector<std::unique_ptr<Handheld>> handhelds;
+    while (handhelds.size() < size)
+        handhelds.push_back(std::make_unique<Handheld>(server.port()));
+    const auto answered = std::count_if(handhelds.begin(), handhelds.end(),
+                                        [](const auto &handheld) { return isAnswered(*handheld); });
+    tell(QStringLiteral("%1 clients at once").arg(size), QStringLiteral("all are answered"),
+         QStringLiteral("%1 answered, in %2 s").arg(answered).arg(time.elapsed() / 1000.0),
+         size_t(answered) == size);
+}
+
+void flood(const QString &kind, const QByteArray &token)
+{
+    const LoadedServer server;
+    Flooder flooder(server.port(), token);
+    Asker asker(server.port(), 10ms);
+    const int seconds = scaled(30);
+    QTest::qWait(seconds * 1000);
+    const Sample times = asker.stop();
+    const qint64 taken = flooder.stop() / Mebibyte / seconds;
+    tell(QStringLiteral("a flood of %1 for %2 s").arg(kind).arg(seconds),
+         QStringLiteral("another's answer within 100 ms (99th percentile)"),
+         QStringLiteral("median %1 ms, 99th percentile %2 ms; %3 MiB/s of the flood taken")
+             .arg(times.median(), 0, 'f', 1)
+             .arg(times.atShare(0.99), 0, 'f', 1)
+             .arg(taken),
+         asker.isServed() && times.atShare(0.99) < 100);
+}
+
+void connections()
+{
+    const LoadedServer server;
+    const auto connectAndLeave = [&](int count) {
+        for (int i = 0; i < count; ++i) {
+            const Handheld handheld(server.port());
+            ServerBench::require(handheld.isConnected(), "a connection");
+        }
+        Handheld last(server.port());
+        ServerBench::require(isAnswered(last), "an answer");
+    };
+    connectAndLeave(scaled(5000));
+    QTest::qWait(1000);
+    const int descriptors = server.descriptors();
+    const qint64 before = ProcessMemory::resident(server.processId());
+    const int count = scaled(100'000);
+    QElapsedTimer time;
+    time.start();
+    connectAndLeave(count);
+    const qint64 seconds = time.elapsed() / 1000;
+    QTest::qWait(1000);
+    const qint64 grown = (ProcessMemory::resident(server.processId()) - before) / Kibibyte;
+    const int left = server.descriptors() - descriptors;
+    tell(QStringLiteral("%1 connections one after another").arg(count),
+         QStringLiteral("memory grows by less than 1 MiB, no descriptor is left"),
+         QStringLiteral("%1 KiB, %2 descriptors, in %3 s").arg(grown).arg(left).arg(seconds),
+         grown < 1024 && left <= 0);
+}
+
+void tokens()
+{
+    const LoadedServer server;
+    Handheld handheld(server.port());
+    const int warmUp = scaled(10'000);
+    const int count = scaled(1'000'000);
+    qint64 before = 0;
+    bool areAnswered = true;
+    QElapsedTimer time;
+    for (int i = 0; i < warmUp + count && areAnswered; ++i) {
+        if (i == warmUp) {
+            before = ProcessMemory::resident(server.processId());
+            time.start();
+        }
+        areAnswered = isAnswered(handheld);
+    }
+    const qint64 grown = (ProcessMemory::resident(server.processId()) - before) / Kibibyte;
+    tell(QStringLiteral("%1 tokens on one connection").arg(count),
+         QStringLiteral("all are answered, memory grows by less than 1 MiB"),
+         QStringLiteral("%1, %2 KiB, %3 us a token")
+             .arg(areAnswered ? QStringLiteral("all answered") : QStringLiteral("not answered"))
+             .arg(grown)
+             .arg(double(time.elapsed()) * 1000 / count, 0, 'f', 0),
+         areAnswered && grown < 1024);
+}
+
+void silentReader()
+{
+    const LoadedServer server;
+    ServerBench::require(ProcessMemory::forgetPeak(server.processId()), "the peak of memory");
+    const qint64 before = ProcessMemory::resident(server.processId());
+    Asker asker(server.port(), 10ms);
+    Handheld silent(server.port());
+    ServerBench::require(silent.sendAndSettle("{ a = " + QByteArray(50'000, 'v') + "; }"),
+                         "a large value");
+    int asked = 0;
+    while (asked < 2000 && silent.send(serverInfo(), 5s) && silent.waitUntilRead(2s))
+        ++asked;
+    const Sample times = asker.stop();
+    const qint64 grown = (ProcessMemory::peak(server.processId()) - before) / Mebibyte;
+    tell(QStringLiteral("a client that never reads its answers of 50 kB"),
+         QStringLiteral("disconnected past 4 MiB unsent, others unharmed"),
+         QStringLiteral("disconnected after %1 answers, memory %2 MiB more at most; others' 99th "
+                        "percentile %3 ms")
+             .arg(asked)
+             .arg(grown)
+             .arg(times.atShare(0.99), 0, 'f', 1),
+         asked < 2000 && grown < 32 && asker.isServed() && times.atShare(0.99) < 100);
+}
+
+void greedy()
+{
+    const LoadedServer server;
+    const qint64 before = ProcessMemory::resident(server.processId());
+    ServerBench::require(ProcessMemory::forgetPeak(server.processId()), "the peak of memory");
+    Handheld handheld(server.port());
+    qint64 sent = 0;
+    for (int number = 0; sent < 64 * Mebibyte; ++number) {
+        const QByteArray token =
+            "{ key" + QByteArray::number(number) + " = " + QByteArray(20'000, 'v') + "; }";
+        if (!handheld.send(token) || !handheld.waitUntilRead(2s))
+            break;
+        sent += token.size();
+    }
+    const qint64 grown = (ProcessMemory::peak(server.processId()) - before) / Mebibyte;
+    Handheld other(server.port());
+    tell(QStringLiteral("a client that stores ever more values"),
+         QStringLiteral("disconnected past 16 MiB"),
+         QStringLiteral("disconnected after %1 MiB, memory %2 MiB more at most")
+             .arg(sent / Mebibyte)
+             .arg(grown),
+         sent < 17 * Mebibyte && isAnswered(other));
+}
+
+void loadAll()
+{
+    crowd();
+    flood(QStringLiteral("tokens with answers"), serverInfo());
+    flood(QStringLiteral("keys"),
+          commandText(QStringLiteral("KEYBOARD_CMD"), {{QStringLiteral("fncCommand"), "A"}}));
+    flood(QStringLiteral("bytes without form"), "}{ = ;( ");
+    silentReader();
+    greedy();
+    tokens();
+    connections();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    if (argc > 1)
+        g_share = std::clamp(QByteArray(argv[1]).toInt(), 1, 100);
+    platform::raiseDescriptorLimit();
+    const int status = ServerBench::run(loadAll);
+    return status != 0 || !g_allHeld ? 1 : 0;
+}
