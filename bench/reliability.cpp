@@ -118,11 +118,9 @@ void connections()
     const LoadedServer server;
     const auto connectAndLeave = [&](int count) {
         for (int i = 0; i < count; ++i) {
-            const Handheld handheld(server.port());
-            ServerBench::require(handheld.isConnected(), "a connection");
+            Handheld handheld(server.port());
+            ServerBench::require(isAnswered(handheld), "an answer");
         }
-        Handheld last(server.port());
-        ServerBench::require(isAnswered(last), "an answer");
     };
     connectAndLeave(scaled(5000));
     QTest::qWait(1000);

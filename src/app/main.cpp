@@ -10,6 +10,7 @@
 #include <QApplication>
 #include <QIcon>
 #include <QMessageBox>
+#include <QPixmapCache>
 #include <QSystemTrayIcon>
 
 #include <chrono>
@@ -25,6 +26,9 @@ int main(int argc, char **argv)
     // The compatibility library of Avahi otherwise complains into the user's log.
     qputenv("AVAHI_COMPAT_NOWARN", "1");
     QApplication application(argc, argv);
+    // Every balloon draws its icons under names of its own, and the toolkit's cache never forgets a
+    // name. There is little else here to keep.
+    QPixmapCache::setCacheLimit(0);
     QCoreApplication::setOrganizationName("Ostrovane");
     QCoreApplication::setApplicationName("VornaServer");
     QCoreApplication::setApplicationVersion("1.0");
