@@ -55,6 +55,7 @@ private slots:
     void deviceThatLeftIsForgottenWhenRejected();
     void seventeenthQuestionIsRefusedAtOnce();
     void endWithOpenDialogsIsInOrder();
+    void killAmidADialogLetsTheDeviceGo();
 
 private:
     bool closePreferences() const;
@@ -301,6 +302,16 @@ void tst_PairingDialog::endWithOpenDialogsIsInOrder()
         QVERIFY(waitUntil([&] { return m_scene->view().dialogs(process).size() == i + 1; }));
     }
     QCOMPARE(devicesStoredAtEnd(), QStringList{"id-known"});
+}
+
+void tst_PairingDialog::killAmidADialogLetsTheDeviceGo()
+{
+    Handheld handheld(m_scene->port());
+    QVERIFY(handheld.send(pairing("id", "Handheld")));
+    question();
+    QVERIFY(!m_scene->server().end(SIGKILL));
+    QVERIFY(handheld.waitUntilClosed());
+    QVERIFY(!m_scene->storedSetting("pairedDeviceList").toStringList().contains("id"));
 }
 
 QTEST_GUILESS_MAIN(tst_PairingDialog)

@@ -304,7 +304,7 @@ void tst_Transfers::withoutASettingFilesGoToTheDesktop()
 void tst_Transfers::largeFileTakesNoMemory()
 {
     constexpr qint64 MiB = 1024 * 1024;
-    constexpr qint64 Chunks = 256;
+    constexpr qint64 Chunks = 1024;
     constexpr qint64 MostGrowth = 16 * MiB;
     const QTemporaryDir folder(QFileInfo(qEnvironmentVariable("VORNA_SERVER")).absolutePath() +
                                QStringLiteral("/large-XXXXXX"));

@@ -3,6 +3,7 @@
 
 #include "ServerScene.h"
 
+#include "InputWatcher.h"
 #include "Pictures.h"
 
 #include <QSettings>
@@ -70,6 +71,15 @@ bool ServerScene::clickButton(const SeenWindow &dialog, int index) const
     return user().click(dialog.place.topLeft() + buttons[index].center());
 }
 
+/// Whether a key or button is down on the display, whoever pressed it; false without a display.
+bool ServerScene::isAnythingHeld() const
+{
+    constexpr int AllButtons = 0x1f00;
+    InputWatcher watcher(m_session.display());
+    return watcher.isConnected() &&
+           (!watcher.keysDown().empty() || (watcher.pointerMask() & AllButtons) != 0);
+}
+
 QByteArray ServerScene::problemAtEnd()
 {
     if (!m_server)
@@ -80,5 +90,7 @@ QByteArray ServerScene::problemAtEnd()
     if (wasRunning && status != 0)
         problem +=
             "exit status " + (status ? QByteArray::number(*status) : "none: crashed or hung");
+    if (isAnythingHeld())
+        problem += "a key or button was left down";
     return problem.isEmpty() ? problem : problem + '\n' + m_server->errorText();
 }

@@ -42,8 +42,8 @@ public:
     /// Clicks a push button in the lowest row of a dialog; they count from 0 at the left.
     bool clickButton(const SeenWindow &dialog, int index) const;
 
-    /// Ends the server if it still runs, and tells what was wrong with its end and with what it
-    /// wrote; empty when all was well.
+    /// Ends the server if it still runs, and tells what was wrong with its end, with what it wrote
+    /// and with the keys and buttons that it left; empty when all was well.
     QByteArray problemAtEnd();
 
     const DesktopSession &session() const { return m_session; }
@@ -55,6 +55,8 @@ public:
     quint16 port() const { return m_server->port(); }
 
 private:
+    bool isAnythingHeld() const;
+
     DesktopSession m_session;
     std::unique_ptr<ServerProcess> m_server;
 };
