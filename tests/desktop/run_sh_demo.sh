@@ -13,15 +13,8 @@ export TMPDIR
 trap 'rm -rf "$TMPDIR"' EXIT
 output=$TMPDIR/output
 : >"$output"
-failures=0
-
-check() {
-    local what=$1
-    shift
-    "$@" && return
-    echo "FAIL: $what"
-    failures=$((failures + 1))
-}
+# shellcheck source=tests/support/check.sh
+. "$(dirname "${BASH_SOURCE[0]}")/../support/check.sh"
 
 # The processes of the demonstration all have a temporary folder in ours, by their environment.
 # shellcheck disable=SC2317  # called by way of check

@@ -110,6 +110,31 @@ QByteArray smallPdf()
            start + "\n%%EOF\n";
 }
 
+/// A shell in a terminal of its own, which ends with this object.
+class TerminalWindow
+{
+public:
+    explicit TerminalWindow(QString socket) : m_socket(std::move(socket))
+    {
+        (*this)({u"-f"_s, u"/dev/null"_s, u"new-session"_s, u"-d"_s, u"-x"_s, u"100"_s, u"-y"_s,
+                 u"20"_s, u"env PS1='prompt> ' sh"_s});
+    }
+    ~TerminalWindow() { (*this)({u"kill-server"_s}); }
+    TerminalWindow(const TerminalWindow &) = delete;
+    TerminalWindow &operator=(const TerminalWindow &) = delete;
+
+    /// Runs a command of tmux in it.
+    QByteArray operator()(const QStringList &arguments) const
+    {
+        return outputOf(u"tmux"_s, QStringList{u"-S"_s, m_socket} + arguments);
+    }
+
+    QByteArray screen() const { return (*this)({u"capture-pane"_s, u"-p"_s}); }
+
+private:
+    QString m_socket;
+};
+
 } // namespace
 
 class tst_Quillmote : public QObject
@@ -467,13 +492,8 @@ void tst_Quillmote::aHostileServerNeverHangsIt()
 void tst_Quillmote::theRemoteTypesMovesAndRestoresTheTerminal()
 {
     InputWatcher watcher(scene->session().display(), {0, 0, 300, 300});
-    const QString socket = scene->session().path(u"tmux"_s);
-    const auto tmux = [&](const QStringList &arguments) {
-        return outputOf(u"tmux"_s, QStringList{u"-S"_s, socket} + arguments);
-    };
-    tmux({u"-f"_s, u"/dev/null"_s, u"new-session"_s, u"-d"_s, u"-x"_s, u"100"_s, u"-y"_s, u"20"_s,
-          u"env PS1='prompt> ' sh"_s});
-    const auto screen = [&] { return tmux({u"capture-pane"_s, u"-p"_s}); };
+    const TerminalWindow tmux(scene->session().path(u"tmux"_s));
+    const auto screen = [&] { return tmux.screen(); };
     QVERIFY(waitUntil([&] { return screen().contains("prompt>"); }));
     tmux({u"send-keys"_s,
           u"%1 remote --host 127.0.0.1 --port %2"_s.arg(qEnvironmentVariable("VORNA_QUILLMOTE"))
@@ -493,20 +513,14 @@ void tst_Quillmote::theRemoteTypesMovesAndRestoresTheTerminal()
     QVERIFY(waitUntil([&] { return screen().trimmed().endsWith("prompt>"); }));
     tmux({u"send-keys"_s, u"stty -a | tr ';' '\\n' | grep -c -- '-echo '"_s, u"Enter"_s});
     QVERIFY2(waitUntil([&] { return screen().contains("\n0\n"); }), screen().constData());
-    tmux({u"kill-server"_s});
 }
 
 void tst_Quillmote::theRemoteEndsWhenTheServerGoes()
 {
     ServerScene other;
     QVERIFY(other.start());
-    const QString socket = other.session().path(u"tmux"_s);
-    const auto tmux = [&](const QStringList &arguments) {
-        return outputOf(u"tmux"_s, QStringList{u"-S"_s, socket} + arguments);
-    };
-    tmux({u"-f"_s, u"/dev/null"_s, u"new-session"_s, u"-d"_s, u"-x"_s, u"100"_s, u"-y"_s, u"20"_s,
-          u"env PS1='prompt> ' sh"_s});
-    const auto screen = [&] { return tmux({u"capture-pane"_s, u"-p"_s}); };
+    const TerminalWindow tmux(other.session().path(u"tmux"_s));
+    const auto screen = [&] { return tmux.screen(); };
     QVERIFY(waitUntil([&] { return screen().contains("prompt>"); }));
     tmux({u"send-keys"_s,
           u"%1 remote --host 127.0.0.1 --port %2; echo status $?"_s
@@ -517,18 +531,12 @@ void tst_Quillmote::theRemoteEndsWhenTheServerGoes()
     QCOMPARE(other.problemAtEnd(), QByteArray());
     QVERIFY2(waitUntil([&] { return screen().contains("status 3"); }), screen().constData());
     QVERIFY(screen().contains("is lost"));
-    tmux({u"kill-server"_s});
 }
 
 void tst_Quillmote::theRemoteRestoresTheTerminalWhenItCrashes()
 {
-    const QString socket = scene->session().path(u"tmux-crash"_s);
-    const auto tmux = [&](const QStringList &arguments) {
-        return outputOf(u"tmux"_s, QStringList{u"-S"_s, socket} + arguments);
-    };
-    tmux({u"-f"_s, u"/dev/null"_s, u"new-session"_s, u"-d"_s, u"-x"_s, u"100"_s, u"-y"_s, u"20"_s,
-          u"env PS1='prompt> ' sh"_s});
-    const auto screen = [&] { return tmux({u"capture-pane"_s, u"-p"_s}); };
+    const TerminalWindow tmux(scene->session().path(u"tmux-crash"_s));
+    const auto screen = [&] { return tmux.screen(); };
     QVERIFY(waitUntil([&] { return screen().contains("prompt>"); }));
     const QString pidFile = scene->session().path(u"crash.pid"_s);
     tmux({u"send-keys"_s,
@@ -541,7 +549,6 @@ void tst_Quillmote::theRemoteRestoresTheTerminalWhenItCrashes()
     QVERIFY(waitUntil([&] { return screen().trimmed().endsWith("prompt>"); }));
     tmux({u"send-keys"_s, u"stty -a | tr ';' '\\n' | grep -c -- '-echo '"_s, u"Enter"_s});
     QVERIFY2(waitUntil([&] { return screen().contains("\n0\n"); }), screen().constData());
-    tmux({u"kill-server"_s});
 }
 
 QTEST_GUILESS_MAIN(tst_Quillmote)

@@ -10,15 +10,8 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 DESTDIR=$(mktemp -d)
 export DESTDIR
 trap 'rm -rf "$DESTDIR"' EXIT
-failures=0
-
-check() {
-    local what=$1
-    shift
-    "$@" && return
-    echo "FAIL: $what"
-    failures=$((failures + 1))
-}
+# shellcheck source=tests/support/check.sh
+. "$(dirname "${BASH_SOURCE[0]}")/../support/check.sh"
 
 expected='bin/VornaServer
 bin/quillmote

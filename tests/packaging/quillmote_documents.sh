@@ -10,15 +10,8 @@ set -euo pipefail
 
 packaging=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../packaging" && pwd)
 : "${VORNA_QUILLMOTE:?names the program}"
-failures=0
-
-check() {
-    local what=$1
-    shift
-    "$@" && return
-    echo "FAIL: $what"
-    failures=$((failures + 1))
-}
+# shellcheck source=tests/support/check.sh
+. "$(dirname "${BASH_SOURCE[0]}")/../support/check.sh"
 
 commands() {
     "$VORNA_QUILLMOTE" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p'
