@@ -73,7 +73,6 @@ private slots:
 private:
     void begin(DesktopSession::Parts parts = DesktopSession::Tray);
     bool isServing() const;
-    bool nothingIsHeld() const;
     /// Processor time that the server uses in a second, in thousandths of a core.
     qint64 load() const;
 
@@ -95,13 +94,6 @@ bool tst_Faults::isServing() const
     Handheld handheld(m_scene->port());
     const auto answer = handheld.ask(commandText(QStringLiteral("SERVER_INFO")));
     return answer && answer->value(QStringLiteral("serverResponse")) == QStringLiteral("OK");
-}
-
-bool tst_Faults::nothingIsHeld() const
-{
-    InputWatcher watcher(m_scene->session().display());
-    return watcher.isConnected() &&
-           waitUntil([&] { return watcher.keysDown().empty() && watcher.pointerMask() == 0; });
 }
 
 qint64 tst_Faults::load() const
@@ -139,7 +131,7 @@ void tst_Faults::resetsAtEveryStepAreSurvived()
         }
         QVERIFY2(isServing(), command.name);
     }
-    QVERIFY(nothingIsHeld());
+    QVERIFY(m_scene->waitUntilNothingIsHeld());
     QVERIFY(m_scene->showsLight(StatusLight::Orange));
     QCOMPARE(m_scene->problemAtEnd(), QByteArray());
 }
@@ -164,7 +156,7 @@ void tst_Faults::endAmidAFloodOfKeysLeavesNoKeyDown()
         QVERIFY(waitUntil([&] { return !watcher.raw().empty(); }));
         QVERIFY(handheld.send(key("Cmd+Alt+Shift+B")));
         QCOMPARE(m_scene->server().end(signal).has_value(), signal == SIGTERM);
-        QVERIFY(nothingIsHeld());
+        QVERIFY(m_scene->waitUntilNothingIsHeld());
     }
 }
 
@@ -183,7 +175,7 @@ void tst_Faults::folderRemovedMeanwhileIsSurvived()
     QVERIFY(handheld.answer()); // the file lives on without a name until it is closed
     QVERIFY(!QDir(folder).exists());
     QVERIFY(isServing());
-    QVERIFY(nothingIsHeld());
+    QVERIFY(m_scene->waitUntilNothingIsHeld());
     QCOMPARE(m_scene->problemAtEnd(), QByteArray());
 }
 
@@ -210,7 +202,7 @@ void tst_Faults::clockSetBackIsSurvived()
     QVERIFY(handheld.send(key("A")));
     QVERIFY(isServing());
     QVERIFY(load() < 100);
-    QVERIFY(nothingIsHeld());
+    QVERIFY(m_scene->waitUntilNothingIsHeld());
     QCOMPARE(m_scene->problemAtEnd(), QByteArray());
 }
 
@@ -225,7 +217,7 @@ void tst_Faults::trayThatGoesAndComesBackIsUsedAgain()
     QVERIFY(load() < 100);
     QVERIFY(m_scene->mutableSession().startTray());
     QVERIFY(m_scene->showsLight(StatusLight::Orange));
-    QVERIFY(nothingIsHeld());
+    QVERIFY(m_scene->waitUntilNothingIsHeld());
     QCOMPARE(m_scene->problemAtEnd(), QByteArray());
 }
 
@@ -236,7 +228,7 @@ void tst_Faults::lostSessionBusIsSurvived()
     m_scene->mutableSession().endSessionBus();
     QVERIFY(isServing());
     QVERIFY(load() < 100);
-    QVERIFY(nothingIsHeld());
+    QVERIFY(m_scene->waitUntilNothingIsHeld());
     QCOMPARE(m_scene->problemAtEnd(), QByteArray());
 }
 
@@ -275,7 +267,7 @@ void tst_Faults::deviceWhoseCableIsPulledIsNoticed()
     sinceThen.start();
     QVERIFY(waitUntil([this] { return m_scene->isLight(StatusLight::Orange); }, 40s, 200ms));
     qInfo("Noticed after %lld s.", sinceThen.elapsed() / 1000);
-    QVERIFY(nothingIsHeld());
+    QVERIFY(m_scene->waitUntilNothingIsHeld());
     QCOMPARE(m_scene->problemAtEnd(), QByteArray());
 }
 

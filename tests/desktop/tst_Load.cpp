@@ -3,7 +3,6 @@
 
 #include "support/Asker.h"
 #include "support/Flooder.h"
-#include "support/InputWatcher.h"
 #include "support/ProcessMemory.h"
 #include "support/ProcessTables.h"
 #include "support/ServerScene.h"
@@ -85,9 +84,7 @@ void tst_Load::init()
 
 void tst_Load::cleanup()
 {
-    InputWatcher watcher(m_scene->session().display());
-    QVERIFY(watcher.isConnected());
-    QVERIFY(waitUntil([&] { return watcher.keysDown().empty() && watcher.pointerMask() == 0; }));
+    QVERIFY(m_scene->waitUntilNothingIsHeld());
     QCOMPARE(m_scene->problemAtEnd(), QByteArray());
     m_scene.reset();
 }

@@ -71,6 +71,13 @@ bool ServerScene::clickButton(const SeenWindow &dialog, int index) const
     return user().click(dialog.place.topLeft() + buttons[index].center());
 }
 
+bool ServerScene::waitUntilNothingIsHeld() const
+{
+    InputWatcher watcher(m_session.display());
+    return watcher.isConnected() &&
+           waitUntil([&] { return watcher.keysDown().empty() && watcher.pointerMask() == 0; });
+}
+
 /// Whether a key or button is down on the display, whoever pressed it; false without a display.
 bool ServerScene::isAnythingHeld() const
 {

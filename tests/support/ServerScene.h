@@ -42,6 +42,9 @@ public:
     /// Clicks a push button in the lowest row of a dialog; they count from 0 at the left.
     bool clickButton(const SeenWindow &dialog, int index) const;
 
+    /// Waits until no key, button or lock is on at the display, whoever set it.
+    bool waitUntilNothingIsHeld() const;
+
     /// Ends the server if it still runs, and tells what was wrong with its end, with what it wrote
     /// and with the keys and buttons that it left; empty when all was well.
     QByteArray problemAtEnd();
