@@ -49,15 +49,17 @@ public:
     void start()
     {
         m_server = std::make_unique<ServerProcess>(m_session);
-        require(m_server->port() != 0, "start of the server: " + m_server->errorText());
+        m_port = m_server->port();
+        require(m_port != 0, "start of the server: " + m_server->errorText());
     }
 
     const DesktopSession &session() const { return m_session; }
-    quint16 port() const { return m_server->port(); }
+    quint16 port() const { return m_port; }
     int openDescriptors() const { return m_server->openDescriptors(); }
     qint64 processId() const { return m_server->processId(); }
 
 private:
     DesktopSession m_session;
     std::unique_ptr<ServerProcess> m_server;
+    quint16 m_port = 0;
 };

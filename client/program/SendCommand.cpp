@@ -67,7 +67,9 @@ ExitCode transfer(Session &session, const QString &name, const FileAnnouncement 
         });
     loop.exec();
     progress.clear();
-    return Session::report(outcome);
+    // A server that cannot store the file takes its bytes and never says so.
+    return Session::report(outcome, u"Can it write to its download directory? If so, "
+                                    "try a longer --timeout."_s);
 }
 
 ExitCode sendOne(Session &session, const Arguments &arguments, const QString &path)

@@ -112,7 +112,7 @@ ExitCode Session::run(const quillmote::Request &request, quillmote::Answer *answ
     return report(outcome);
 }
 
-ExitCode Session::report(const quillmote::Outcome &outcome)
+ExitCode Session::report(const quillmote::Outcome &outcome, const QString &timeoutAdvice)
 {
     using Kind = quillmote::Outcome::Kind;
     switch (outcome.kind) {
@@ -122,7 +122,7 @@ ExitCode Session::report(const quillmote::Outcome &outcome)
         Terminal::complain(outcome.problem);
         return ExitCode::Usage;
     case Kind::TimedOut:
-        Terminal::complain(outcome.problem + u" Try a longer --timeout."_s);
+        Terminal::complain(outcome.problem + u' ' + timeoutAdvice);
         return ExitCode::NoConnection;
     case Kind::Lost:
         Terminal::complain(outcome.problem + u" Is VornaServer still running there?"_s);

@@ -26,8 +26,11 @@ public:
     /// Sends the request and waits for its end. The user has been told of any failure.
     Terminal::ExitCode run(const quillmote::Request &request, quillmote::Answer *answer = nullptr);
 
-    /// The exit code of an outcome; tells the user of a failure.
-    static Terminal::ExitCode report(const quillmote::Outcome &outcome);
+    /// The exit code of an outcome; tells the user of a failure, and what to do where no answer
+    /// came in time.
+    static Terminal::ExitCode
+    report(const quillmote::Outcome &outcome,
+           const QString &timeoutAdvice = QStringLiteral("Try a longer --timeout."));
 
 private:
     bool findServer(const Arguments &arguments);

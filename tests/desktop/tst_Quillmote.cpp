@@ -157,6 +157,7 @@ private slots:
     void receivedFilesOpenLikeTheOriginals();
     void aFormatWithoutCommentsIsToldBefore();
     void severalFilesGoOneAfterTheOther();
+    void fileThatCannotBeStoredIsToldOf();
     void whatCannotBeSentIsRefusedWithAReason();
     void wrongUsageHasStatusTwo_data();
     void wrongUsageHasStatusTwo();
@@ -361,6 +362,18 @@ void tst_Quillmote::severalFilesGoOneAfterTheOther()
             contentOf(received(u"empty"_s)).endsWith("; }"));
     QVERIFY(contentOf(received(u"one"_s)).endsWith("; }1"));
     QVERIFY(contentOf(received(u"big"_s)).endsWith(QByteArray(8 * 1024 * 1024 + 3, 'b')));
+}
+
+void tst_Quillmote::fileThatCannotBeStoredIsToldOf()
+{
+    writeFile(original(u"kept"_s), QByteArray(5000, 'k'));
+    const QString folder = scene->session().path(u"in"_s);
+    const QString elsewhere = scene->session().path(u"elsewhere"_s);
+    QVERIFY(QDir().rename(folder, elsewhere));
+    const Run run = at({u"send"_s, original(u"kept"_s), u"--timeout"_s, u"1"_s});
+    QVERIFY(QDir().rename(elsewhere, folder));
+    QCOMPARE(run.status, 3);
+    QVERIFY2(run.errors.contains("download directory"), run.errors.constData());
 }
 
 void tst_Quillmote::whatCannotBeSentIsRefusedWithAReason()

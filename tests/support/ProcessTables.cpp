@@ -96,4 +96,16 @@ qint64 processorTicks(qint64 processId)
     return fields.value(11).toLongLong() + fields.value(12).toLongLong();
 }
 
+bool catches(qint64 processId, int signal)
+{
+    QFile file(QStringLiteral("/proc/%1/status").arg(processId));
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    // A mask in which the lowest bit stands for signal 1 (proc(5)).
+    const QByteArray field = "SigCgt:";
+    const QByteArray text = file.readAll();
+    const QByteArray mask = text.mid(text.indexOf(field) + field.size()).trimmed().left(16);
+    return (mask.toULongLong(nullptr, 16) >> (signal - 1)) & 1U;
+}
+
 } // namespace ProcessTables

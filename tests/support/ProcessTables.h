@@ -20,4 +20,7 @@ std::optional<qint64> unreadBytes(quint16 localPort, quint16 remotePort);
 /// Processor time that the process has used, in clock ticks.
 qint64 processorTicks(qint64 processId);
 
+/// Whether the process has a handler for the signal, so that the signal does not simply end it.
+bool catches(qint64 processId, int signal);
+
 } // namespace ProcessTables

@@ -7,8 +7,10 @@
 
 #include <QDir>
 #include <QFile>
+#include <QTest>
 
 #include <sys/types.h>
+#include <unistd.h>
 
 ServerProcess::ServerProcess(const DesktopSession &session, std::function<void()> lastPreparation)
     : m_errorFile(session.path(QStringLiteral("server.log")))
@@ -61,6 +63,16 @@ int ServerProcess::openDescriptors() const
     const QDir descriptors(QStringLiteral("/proc/%1/fd").arg(processId()));
     const auto all = QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System;
     return static_cast<int>(descriptors.entryList(all).size());
+}
+
+int ServerProcess::processorShare(std::chrono::milliseconds duration) const
+{
+    const qint64 before = ProcessTables::processorTicks(processId());
+    QTest::qWait(static_cast<int>(duration.count()));
+    const qint64 ticks = ProcessTables::processorTicks(processId()) - before;
+    constexpr qint64 ThousandthsOfMilliseconds = 1000 * 1000;
+    return static_cast<int>(ticks * ThousandthsOfMilliseconds /
+                            (sysconf(_SC_CLK_TCK) * duration.count()));
 }
 
 QByteArray ServerProcess::errorText() const

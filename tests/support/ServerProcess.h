@@ -36,6 +36,9 @@ public:
     /// How many descriptors it has open.
     int openDescriptors() const;
 
+    /// Waits that long, and tells how much of a core's time it used meanwhile, in thousandths.
+    int processorShare(std::chrono::milliseconds duration) const;
+
     /// Everything it wrote to its standard error.
     QByteArray errorText() const;
 

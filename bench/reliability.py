@@ -1,0 +1,196 @@
+#!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The VornaServer developers
+# SPDX-License-Identifier: MIT
+
+"""Writes docs/reliability.md anew: loads the release build, and lets the tests cause every fault in
+the build with sanitizers. Takes a quarter of an hour; exit status 1 when a promise was broken.
+
+The argument, from 1 to 100, is the share of the load in hundredths; without one it is the whole.
+"""
+
+import os
+import re
+import subprocess
+import sys
+from collections import defaultdict
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+PAGE = ROOT / "docs" / "reliability.md"
+
+# Fault, what is promised, the test program that causes it, its functions.
+FAULTS = [
+    ("out of descriptors",
+     "connected clients are served, the next ones wait at less than 5 % of a core and are served "
+     "once there is room",
+     "tst_Load", ["connectionsBeyondTheDescriptorsWaitForThem"]),
+    ("2,000 clients at once", "all are answered", "tst_Load", ["aCrowdIsServed"]),
+    ("3,000 connections one after another", "no descriptor is left, memory settles",
+     "tst_Load", ["connectionsOneAfterAnotherLeaveNothing"]),
+    ("11,000 tokens on one connection", "all are answered, memory settles",
+     "tst_Load", ["manyTokensOnOneConnectionTakeNoMemory"]),
+    ("floods of five kinds, 4 s each", "another client is answered meanwhile",
+     "tst_Load", ["floodOfTokensDoesNotHoldUpOthers"]),
+    ("a client that never reads its answers", "disconnected, others unharmed",
+     "tst_Load", ["deviceThatNeverReadsIsDisconnected"]),
+    ("a client that stores ever more", "disconnected, others unharmed",
+     "tst_Load", ["deviceThatStoresTooMuchIsDisconnected"]),
+    ("random bytes, odd encodings, odd commands, tokens of 16 MiB, many keys",
+     "others are served, nothing crashes",
+     "tst_BadInput", ["randomBytesAreSurvived", "oddBytesAreSurvived", "oddCommandIsSurvived",
+                      "hugeTokenIsSurvived", "manyKeysAreSurvived"]),
+    ("a reset during a huge token, or while its command is carried out", "others are served",
+     "tst_BadInput", ["resetDuringAHugeTokenIsSurvived", "resetDuringTheDispatchIsSurvived"]),
+    ("a reset at each step of each command", "others are served, the light goes orange",
+     "tst_Faults", ["resetsAtEveryStepAreSurvived"]),
+    ("the cable of a device is pulled", "noticed within 40 s, the light goes orange",
+     "tst_Faults", ["deviceWhoseCableIsPulledIsNoticed"]),
+    ("a device leaves while the user is asked about it", "the answer counts all the same",
+     "tst_PairingDialog", ["deviceThatLeftIsRememberedWhenAccepted",
+                           "deviceThatLeftIsForgottenWhenRejected"]),
+    ("more than 16 questions at once", "the next one is refused",
+     "tst_PairingDialog", ["seventeenthQuestionIsRefusedAtOnce"]),
+    ("SIGTERM and SIGKILL amid a dialog",
+     "the device is let go; SIGTERM ends in order and stores the paired devices",
+     "tst_PairingDialog", ["endWithOpenDialogsIsInOrder", "killAmidADialogLetsTheDeviceGo"]),
+    ("SIGTERM and SIGKILL amid keys", "no key is down; SIGTERM ends in order",
+     "tst_Faults", ["endAmidAFloodOfKeysLeavesNoKeyDown"]),
+    ("SIGTERM and SIGKILL amid a file", "what has arrived is in the file",
+     "tst_Transfers", ["bytesAreKeptWhenTheServerEnds"]),
+    ("a device leaves amid a file", "what has arrived is in the file",
+     "tst_Transfers", ["bytesOfADeviceThatLeftAreKept"]),
+    ("the disk is full while a file arrives", "what fitted is kept, others are served",
+     "tst_Transfers", ["fullDiskKeepsWhatFitted"]),
+    ("the download directory is removed while a file arrives",
+     "others are served, the directory is not made anew",
+     "tst_Faults", ["folderRemovedMeanwhileIsSurvived"]),
+    ("the download directory is missing, or not permitted",
+     "nothing is written, others are served",
+     "tst_Transfers", ["missingDownloadFolderIsNotMade", "folderWithoutPermissionTakesNothing"]),
+    ("file names that lead outside, to a folder, to a named pipe",
+     "nothing is written there, the server does not wait",
+     "tst_Transfers", ["nameThatCannotBeStoredTakesNothing", "namedPipeDoesNotStopTheServer"]),
+    ("a file of 1 GiB", "memory does not grow with it",
+     "tst_Transfers", ["largeFileTakesNoMemory"]),
+    ("the tray ends and comes back", "served on at less than 5 % of a core, the icon comes back",
+     "tst_Faults", ["trayThatGoesAndComesBackIsUsedAgain"]),
+    ("the session bus ends", "served on at less than 5 % of a core",
+     "tst_Faults", ["lostSessionBusIsSurvived"]),
+    ("the X server ends", "the server ends with status 1, connections are closed",
+     "tst_Faults", ["lostDisplayEndsTheServer"]),
+    ("avahi-daemon ends and comes back",
+     "served on at less than 5 % of a core, then found again",
+     "tst_Advertisement", ["lostDaemonCostsNoProcessorTime",
+                           "serverSurvivesTheDaemonAndIsFoundAgainWhenItIsBack"]),
+    ("the clock is set back by ten years", "served on at less than 5 % of a core",
+     "tst_Faults", ["clockSetBackIsSurvived"]),
+    ("settings that are garbage, unreadable or a folder; a home that is missing or goes",
+     "the server starts and serves",
+     "tst_SettingsFile", ["garbageIsSurvived", "unreadableFileIsSurvived",
+                          "folderInItsPlaceIsSurvived", "readOnlyFolderIsSurvived",
+                          "missingHomeIsSurvived", "homeThatGoesMeanwhileIsSurvived"]),
+]
+
+HEAD = """\
+# Reliability
+
+What the server promises under load and when something around it breaks, and what was seen. \
+`bench/reliability.py` writes this page; change that.
+
+## Loads
+
+The release build on Xvfb with openbox and a tray, all on one machine that does other work too. \
+Afterwards no key and no button is down, asked of the X server.
+
+| load | promised | measured | held |
+|---|---|---|---|
+"""
+
+FAULT_HEAD = """
+A connection that comes and goes spends most of its time on the two balloons that tell of it.
+
+## Faults
+
+Each is caused by a test of the whole program, built with the address and undefined behaviour \
+sanitizers, on a real X server. Each test ends with asking the X server that no key and no button \
+is down. The figures are those of the sanitized build while other tests run beside it.
+
+| fault | promised | measured | held | test |
+|---|---|---|---|---|
+"""
+
+TAIL = """
+## What is not promised
+
+- **The X server ends:** the toolkit ends the program at once, with status 1. Connections are \
+closed, bytes of files that have arrived are in their files, but devices paired in that run are \
+forgotten. A session that starts it again brings it back; it does not start itself.
+- **The tray ends:** the server goes on without an icon, and the icon comes back with the tray. At \
+its start it needs one.
+- **SIGKILL:** devices paired in that run are forgotten. Received bytes are in their files.
+- **A token in pieces or merged with another** is lost, as \
+[the protocol](protocol.md#3-one-arrival-is-one-token) tells.
+- **Two floods at once** make others wait twice as long.
+"""
+
+# "12: PASS   : tst_Faults::name(row) figures", as ctest -V passes it on from a test program.
+RESULT = re.compile(r"^\d+: (PASS|FAIL!|XFAIL|XPASS|SKIP|QINFO) *: (tst_\w+::\w+)\((.*?)\) ?(.*)$",
+                    re.MULTILINE)
+
+
+def build():
+    for preset, targets in ("release", ["VornaServer", "reliability"]), ("dev", ["all"]):
+        subprocess.run(["cmake", "--preset", preset], check=True, stdout=subprocess.DEVNULL)
+        subprocess.run(["cmake", "--build", "--preset", preset, "--target", *targets], check=True,
+                       stdout=subprocess.DEVNULL)
+
+
+def load_rows(share):
+    """The rows of all loads, and whether the promises held."""
+    release = ROOT / "build" / "release"
+    run = subprocess.run([release / "bench" / "reliability", share], text=True,
+                         stdout=subprocess.PIPE,
+                         env=os.environ | {"VORNA_SERVER": str(release / "VornaServer")})
+    return run.stdout, run.returncode == 0
+
+
+def test_results():
+    """What the functions of the tests told: name -> results, name -> figures."""
+    programs = "|".join(sorted({program for _, _, program, _ in FAULTS}))
+    run = subprocess.run(["ctest", "--preset", "dev", "-j2", "-V", "-R", f"^({programs})$"],
+                         text=True, stdout=subprocess.PIPE)
+    results, figures = defaultdict(set), defaultdict(list)
+    for kind, name, row, text in RESULT.findall(run.stdout):
+        if kind == "QINFO":
+            figures[name].append(f"{row}: {text}" if row else text)
+        else:
+            results[name].add(kind)
+    return results, figures
+
+
+def fault_rows():
+    """The rows of all faults, and whether the promises held."""
+    results, figures = test_results()
+    rows, all_held = "", True
+    for fault, promise, program, functions in FAULTS:
+        names = [f"{program}::{function}" for function in functions]
+        held = all(results[name] == {"PASS"} for name in names)
+        all_held = all_held and held
+        measured = " ".join(figure for name in names for figure in figures[name])
+        tests = "`" + program + "`: " + ", ".join(f"`{function}`" for function in functions)
+        rows += f"| {fault} | {promise} | {measured} | {'yes' if held else '**no**'} | {tests} |\n"
+    return rows, all_held
+
+
+def main():
+    os.chdir(ROOT)
+    build()
+    loads, loads_held = load_rows(sys.argv[1] if len(sys.argv) > 1 else "100")
+    faults, faults_held = fault_rows()
+    PAGE.write_text(HEAD + loads + FAULT_HEAD + faults + TAIL)
+    print(f"Written: {PAGE.relative_to(ROOT)}")
+    return 0 if loads_held and faults_held else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
