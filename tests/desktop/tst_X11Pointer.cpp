@@ -30,6 +30,7 @@ private slots:
     void thePointerGoesWhereItIsSent_data();
     void thePointerGoesWhereItIsSent();
     void theLocationIsThatOfThePointer();
+    void theScreenThatTheDisplayNamesIsMeant();
     void eachMoveIsPosted();
     void aClickPressesAndReleasesWhereThePointerIs_data();
     void aClickPressesAndReleasesWhereThePointerIs();
@@ -123,6 +124,17 @@ void X11PointerTest::theLocationIsThatOfThePointer()
     QCOMPARE(m_scene->services->pointerLocation(), Somewhere);
     moveTo({799, 0});
     QCOMPARE(m_scene->services->pointerLocation(), (Location{799, 0}));
+}
+
+void X11PointerTest::theScreenThatTheDisplayNamesIsMeant()
+{
+    const XServer server({640, 480}, {"-screen", "1", "320x240x24"});
+    QVERIFY(server.isRunning());
+    const auto display = [&](const char *screen) {
+        return X11Display((server.display().toLatin1() + screen).constData());
+    };
+    QCOMPARE(display(".0").root(), display("").root());
+    QVERIFY(display(".1").root() != display("").root());
 }
 
 void X11PointerTest::eachMoveIsPosted()

@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 namespace platform::DBusActivation {
 namespace {
 
-constexpr auto BusAnswerLimit = 500ms;
+constexpr auto busAnswerLimit = 500ms;
 
 /// The path that the standard derives from the name: "org.example.My-Player" is at
 /// "/org/example/My_Player".
@@ -59,7 +59,7 @@ bool isRunning(const QString &busName)
         QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
                                        u"org.freedesktop.DBus"_s, u"NameHasOwner"_s);
     question << busName;
-    const QDBusReply<bool> answer = bus.call(question, QDBus::Block, milliseconds(BusAnswerLimit));
+    const QDBusReply<bool> answer = bus.call(question, QDBus::Block, milliseconds(busAnswerLimit));
     return answer.isValid() && answer.value();
 }
 

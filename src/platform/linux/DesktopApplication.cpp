@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 namespace platform {
 namespace {
 
-constexpr auto ActivationLimit = 500ms;
+constexpr auto activationLimit = 500ms;
 
 std::optional<WindowList::Window> topmostOf(WindowList &windows, const QStringList &windowClasses)
 {
@@ -66,9 +66,9 @@ void DesktopApplication::activate()
     WindowList windows;
     const auto window = topmostOf(windows, windowClasses());
     if (window.has_value()) {
-        windows.activate(*window, ActivationLimit);
+        windows.activate(*window, activationLimit);
     } else if (entry.isDBusActivatable()) {
-        DBusActivation::activate(entry.baseName(), ActivationLimit);
+        DBusActivation::activate(entry.baseName(), activationLimit);
     }
 }
 

@@ -76,8 +76,8 @@ KeyFile KeyFile::read(const QString &fileName)
     if (!file.open(QIODevice::ReadOnly)) {
         return {};
     }
-    const QByteArray text = file.read(SizeLimit + 1);
-    return text.size() > SizeLimit ? KeyFile() : parse(text);
+    const QByteArray text = file.read(sizeLimit + 1);
+    return text.size() > sizeLimit ? KeyFile() : parse(text);
 }
 
 KeyFile KeyFile::parse(const QByteArray &text)

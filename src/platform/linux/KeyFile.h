@@ -23,7 +23,7 @@ class KeyFile
 {
 public:
     /// A longer file is no key file; the caches of full systems stay below 1 MiB.
-    static constexpr qint64 SizeLimit = 4 * 1024 * 1024;
+    static constexpr qint64 sizeLimit = 4 * 1024 * 1024;
 
     /// Without groups when the file is missing, longer than the limit or no regular file.
     static KeyFile read(const QString &fileName);

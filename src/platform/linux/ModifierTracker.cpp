@@ -22,11 +22,11 @@ bool isLater(std::uint32_t sequence, std::uint32_t other)
 
 void ModifierTracker::report(const ModifierState &state, std::uint32_t sequence)
 {
-    while (!m_effects.empty() && !isLater(m_effects.front().sequence, sequence)) {
-        m_effects.pop_front();
+    while (!effects.empty() && !isLater(effects.front().sequence, sequence)) {
+        effects.pop_front();
     }
-    m_state = state;
-    for (const Effect &effect : m_effects) {
+    known = state;
+    for (const Effect &effect : effects) {
         apply(effect);
     }
 }
@@ -53,15 +53,15 @@ void ModifierTracker::unlock(ModifierMask modifiers, std::uint32_t sequence)
 
 void ModifierTracker::add(const Effect &effect)
 {
-    m_effects.push_back(effect);
+    effects.push_back(effect);
     apply(effect);
 }
 
 void ModifierTracker::apply(const Effect &effect)
 {
-    m_state.base = changed(m_state.base, effect.pressed, effect.released);
-    m_state.latched = changed(m_state.latched, 0, effect.unlocked);
-    m_state.locked = changed(m_state.locked, effect.locked, effect.unlocked);
+    known.base = changed(known.base, effect.pressed, effect.released);
+    known.latched = changed(known.latched, 0, effect.unlocked);
+    known.locked = changed(known.locked, effect.locked, effect.unlocked);
 }
 
 } // namespace platform

@@ -42,7 +42,7 @@ public:
     /// Takes back locks and latches.
     void unlock(ModifierMask modifiers, std::uint32_t sequence);
 
-    const ModifierState &state() const { return m_state; }
+    const ModifierState &state() const { return known; }
 
 private:
     /// What one request of ours changes.
@@ -58,8 +58,8 @@ private:
     void add(const Effect &effect);
     void apply(const Effect &effect);
 
-    ModifierState m_state;
-    std::deque<Effect> m_effects; ///< Those that no report has shown yet, by rising sequence.
+    ModifierState known;
+    std::deque<Effect> effects; ///< Those that no report has shown yet, by rising sequence.
 };
 
 } // namespace platform

@@ -9,7 +9,7 @@
 
 namespace platform {
 
-NullEventServices::NullEventServices(const QString &reason) : m_reason(reason) {}
+NullEventServices::NullEventServices(const QString &toldReason) : reason(toldReason) {}
 
 void NullEventServices::postKeyboard(const KeyboardEvent & /*event*/)
 {
@@ -26,8 +26,8 @@ void NullEventServices::postMouse(std::optional<SourceState> /*source*/,
 
 void NullEventServices::warnOnce()
 {
-    if (!std::exchange(m_hasWarned, true)) {
-        Messages::warning({m_reason});
+    if (!std::exchange(hasWarned, true)) {
+        Messages::warning({reason});
     }
 }
 

@@ -14,8 +14,8 @@ namespace platform {
 class NullEventServices final : public EventServices
 {
 public:
-    /// `reason` tells the user in plain words what does not work and what to do.
-    explicit NullEventServices(const QString &reason);
+    /// `toldReason` tells the user in plain words what does not work and what to do.
+    explicit NullEventServices(const QString &toldReason);
 
     Location pointerLocation() override { return {}; }
     void postKeyboard(const KeyboardEvent &event) override;
@@ -25,8 +25,8 @@ public:
 private:
     void warnOnce();
 
-    QString m_reason;
-    bool m_hasWarned = false;
+    QString reason;
+    bool hasWarned = false;
 };
 
 } // namespace platform

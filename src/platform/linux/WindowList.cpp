@@ -18,11 +18,11 @@ namespace platform {
 namespace {
 
 /// Properties are read up to 4 MiB, the largest that a client may write in one request by default.
-constexpr std::uint32_t LongestProperty = 1024 * 1024;
+constexpr std::uint32_t longestProperty = 1024 * 1024;
 
 /// In the message of a pager, which acts for the user, so that the window manager does not take it
 /// for a program that wants to steal the focus.
-constexpr std::uint32_t SourceIsPager = 2;
+constexpr std::uint32_t sourceIsPager = 2;
 
 } // namespace
 
@@ -88,7 +88,7 @@ public:
         message.format = 32;
         message.window = window;
         message.type = atom("_NET_ACTIVE_WINDOW");
-        message.data.data32[0] = SourceIsPager;
+        message.data.data32[0] = sourceIsPager;
         message.data.data32[1] = XCB_CURRENT_TIME;
         xcb_send_event(connection, 0, root,
                        XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
@@ -131,7 +131,7 @@ private:
     {
         return XcbOwned<xcb_get_property_reply_t>(xcb_get_property_reply(
             connection,
-            xcb_get_property(connection, 0, window, name, XCB_ATOM_ANY, 0, LongestProperty),
+            xcb_get_property(connection, 0, window, name, XCB_ATOM_ANY, 0, longestProperty),
             nullptr));
     }
 

@@ -70,7 +70,7 @@ bool hasXwaylandOutput(xcb_connection_t *connection, xcb_window_t root)
 
 } // namespace
 
-X11Display::X11Display(const char *name) : m_connection(xcb_connect(name, &m_screen)) {}
+X11Display::X11Display(const char *name) : xcb(xcb_connect(name, &screen)) {}
 
 bool X11Display::isOpen() const
 {
@@ -91,7 +91,7 @@ bool X11Display::canFakeInput() const
 
 xcb_window_t X11Display::root() const
 {
-    return defaultScreen(connection(), m_screen)->root;
+    return defaultScreen(connection(), screen)->root;
 }
 
 } // namespace platform

@@ -22,13 +22,13 @@ public:
     /// Whether input can be faked here: XTEST and XKEYBOARD are there. Asks the server.
     bool canFakeInput() const;
 
-    xcb_connection_t *connection() const { return m_connection.get(); }
+    xcb_connection_t *connection() const { return xcb.get(); }
     /// The root window of the screen that the display's name means. The display must be open.
     xcb_window_t root() const;
 
 private:
-    XcbConnection m_connection;
-    int m_screen = 0;
+    int screen = 0; ///< Its number; in front of the connection, whose making sets it.
+    XcbConnection xcb;
 };
 
 } // namespace platform

@@ -21,31 +21,30 @@ void waitUntilServerIsDone(xcb_connection_t *connection)
 
 } // namespace
 
-X11EventServices::X11EventServices(X11Display display)
-    : m_display(std::move(display))
-    , m_keyboard(m_display.connection())
-    , m_pointer(m_display.connection(), m_display.root())
-    , m_notifier(xcb_get_file_descriptor(m_display.connection()), QSocketNotifier::Read)
+X11EventServices::X11EventServices(X11Display openDisplay)
+    : display(std::move(openDisplay))
+    , keyboard(display.connection())
+    , pointer(display.connection(), display.root())
+    , notifier(xcb_get_file_descriptor(display.connection()), QSocketNotifier::Read)
 {
     // Open menus and window managers hold the server for themselves. Without this our requests
     // would wait until they are done.
     constexpr std::uint8_t impervious = 1;
-    xcb_test_grab_control(m_display.connection(), impervious);
-    QObject::connect(&m_notifier, &QSocketNotifier::activated, &m_notifier,
-                     [this] { takeInEvents(); });
+    xcb_test_grab_control(display.connection(), impervious);
+    QObject::connect(&notifier, &QSocketNotifier::activated, &notifier, [this] { takeInEvents(); });
     flush();
 }
 
 X11EventServices::~X11EventServices()
 {
-    m_keyboard.releaseAll();
-    m_pointer.releaseAll();
-    waitUntilServerIsDone(m_display.connection());
+    keyboard.releaseAll();
+    pointer.releaseAll();
+    waitUntilServerIsDone(display.connection());
 }
 
 Location X11EventServices::pointerLocation()
 {
-    return takeInEvents() ? m_pointer.location() : Location{};
+    return takeInEvents() ? pointer.location() : Location{};
 }
 
 void X11EventServices::postKeyboard(const KeyboardEvent &event)
@@ -54,10 +53,10 @@ void X11EventServices::postKeyboard(const KeyboardEvent &event)
         return;
     }
     if (event.isDown) {
-        m_keyboard.press(event.code, event.flags);
+        keyboard.press(event.code, event.flags);
         flushLater();
     } else {
-        m_keyboard.release(event.code);
+        keyboard.release(event.code);
         flush();
     }
 }
@@ -78,25 +77,25 @@ void X11EventServices::postMouse(const MouseEvent &event)
 {
     switch (event.type) {
     case MouseEventType::Moved:
-        m_pointer.moveTo(event.position);
+        pointer.moveTo(event.position);
         break;
     case MouseEventType::LeftDown:
-        m_pointer.press(MouseButton::Left);
+        pointer.press(MouseButton::Left);
         break;
     case MouseEventType::LeftUp:
-        m_pointer.release(MouseButton::Left);
+        pointer.release(MouseButton::Left);
         break;
     case MouseEventType::RightDown:
-        m_pointer.press(MouseButton::Right);
+        pointer.press(MouseButton::Right);
         break;
     case MouseEventType::RightUp:
-        m_pointer.release(MouseButton::Right);
+        pointer.release(MouseButton::Right);
         break;
     case MouseEventType::OtherDown:
-        m_pointer.press(event.button);
+        pointer.press(event.button);
         break;
     case MouseEventType::OtherUp:
-        m_pointer.release(event.button);
+        pointer.release(event.button);
         break;
     }
 }
@@ -105,36 +104,36 @@ void X11EventServices::postMouse(const MouseEvent &event)
 /// broken. A broken one stays readable for ever, so nobody may listen to it any more.
 bool X11EventServices::takeInEvents()
 {
-    xcb_connection_t *connection = m_display.connection();
+    xcb_connection_t *connection = display.connection();
     while (const auto event = xcbOwned(xcb_poll_for_event(connection))) {
-        if (!m_keyboard.handleEvent(event.get())) {
-            m_pointer.handleEvent(event.get());
+        if (!keyboard.handleEvent(event.get())) {
+            pointer.handleEvent(event.get());
         }
     }
-    const bool isOpen = m_display.isOpen();
-    m_notifier.setEnabled(isOpen);
+    const bool isOpen = display.isOpen();
+    notifier.setEnabled(isOpen);
     return isOpen;
 }
 
 void X11EventServices::flush()
 {
-    m_isFlushDue = false;
-    xcb_flush(m_display.connection());
+    isFlushDue = false;
+    xcb_flush(display.connection());
 }
 
 /// A press waits for its release, which usually follows in the same call of the event loop.
 void X11EventServices::flushLater()
 {
-    if (m_isFlushDue) {
+    if (isFlushDue) {
         return;
     }
-    m_isFlushDue = true;
+    isFlushDue = true;
     const auto flushIfStillDue = [this] {
-        if (m_isFlushDue) {
+        if (isFlushDue) {
             flush();
         }
     };
-    QMetaObject::invokeMethod(&m_notifier, flushIfStillDue, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(&notifier, flushIfStillDue, Qt::QueuedConnection);
 }
 
 } // namespace platform

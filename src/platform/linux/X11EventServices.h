@@ -24,7 +24,7 @@ class X11EventServices final : public EventServices
 {
 public:
     /// The display must be one that canFakeInput().
-    explicit X11EventServices(X11Display display);
+    explicit X11EventServices(X11Display openDisplay);
     /// Releases the keys and buttons that are still down, and waits until the server has done so.
     ~X11EventServices() override;
 
@@ -41,11 +41,11 @@ private:
     void flush();
     void flushLater();
 
-    X11Display m_display;
-    X11Keyboard m_keyboard;
-    X11Pointer m_pointer;
-    QSocketNotifier m_notifier; ///< Of the connection; ends before it.
-    bool m_isFlushDue = false;  ///< A flush is queued in the event loop.
+    X11Display display;
+    X11Keyboard keyboard;
+    X11Pointer pointer;
+    QSocketNotifier notifier; ///< Of the connection; ends before it.
+    bool isFlushDue = false;  ///< A flush is queued in the event loop.
 };
 
 } // namespace platform

@@ -17,7 +17,7 @@ namespace platform {
 
 namespace {
 
-constexpr std::uint16_t CoreKeyboard = XCB_XKB_ID_USE_CORE_KBD;
+constexpr std::uint16_t coreKeyboard = XCB_XKB_ID_USE_CORE_KBD;
 
 /// Gives the code of the extension's events.
 std::uint8_t useKeyboardExtension(xcb_connection_t *connection)
@@ -48,19 +48,19 @@ ModifierMask without(ModifierMask modifiers, ModifierMask removed)
 
 } // namespace
 
-X11Keyboard::X11Keyboard(xcb_connection_t *connection)
-    : m_connection(connection)
-    , m_firstEvent(useKeyboardExtension(connection))
-    , m_map(connection)
+X11Keyboard::X11Keyboard(xcb_connection_t *openConnection)
+    : connection(openConnection)
+    , firstEvent(useKeyboardExtension(openConnection))
+    , map(openConnection)
 {
     askForReports();
     askForState();
-    m_map.finder();
+    map.finder();
 }
 
 bool X11Keyboard::handleEvent(const xcb_generic_event_t *event)
 {
-    if ((event->response_type & 0x7f) != m_firstEvent) {
+    if ((event->response_type & 0x7f) != firstEvent) {
         return false;
     }
     // All reports carry their kind at the same place, and both notices their device. The server
@@ -68,17 +68,17 @@ bool X11Keyboard::handleEvent(const xcb_generic_event_t *event)
     const auto *state = reinterpret_cast<const xcb_xkb_state_notify_event_t *>(event);
     const auto *notice = reinterpret_cast<const xcb_xkb_map_notify_event_t *>(event);
     if (state->xkbType == XCB_XKB_STATE_NOTIFY) {
-        m_tracker.report(stateIn(*state), event->full_sequence);
-    } else if (notice->deviceID == m_map.device()) {
-        m_map.markStale();
+        tracker.report(stateIn(*state), event->full_sequence);
+    } else if (notice->deviceID == map.device()) {
+        map.markStale();
     }
     return true;
 }
 
 void X11Keyboard::press(KeyCode code, EventFlags flags)
 {
-    const XkbKeyFinder *finder = m_map.finder();
-    const auto found = finder ? finder->key(m_tracker.state().group, code) : std::nullopt;
+    const XkbKeyFinder *finder = map.finder();
+    const auto found = finder ? finder->key(tracker.state().group, code) : std::nullopt;
     if (!found) {
         return;
     }
@@ -90,10 +90,10 @@ void X11Keyboard::press(KeyCode code, EventFlags flags)
     const auto kept =
         static_cast<ModifierMask>(wanted | held.key.sets | finder->harmlessModifiers());
     held.locks = takeLocksBack(without(0xff, kept));
-    releaseKeysSetting(*finder, without(m_tracker.state().base, kept));
+    releaseKeysSetting(*finder, without(tracker.state().base, kept));
     held.modifierKeys = pressModifiers(*finder, without(wanted, held.key.sets));
     pressKey(held.key);
-    m_held.push_back(std::move(held));
+    heldKeys.push_back(std::move(held));
 }
 
 void X11Keyboard::release(KeyCode code)
@@ -101,28 +101,28 @@ void X11Keyboard::release(KeyCode code)
     if (releaseHeld(code)) {
         return;
     }
-    const XkbKeyFinder *finder = m_map.finder();
-    if (const auto found = finder ? finder->key(m_tracker.state().group, code) : std::nullopt) {
+    const XkbKeyFinder *finder = map.finder();
+    if (const auto found = finder ? finder->key(tracker.state().group, code) : std::nullopt) {
         releaseKey({found->keycode, finder->modifiersSetBy(found->keycode)});
     }
 }
 
 void X11Keyboard::releaseAll()
 {
-    while (!m_held.empty()) {
-        undo(m_held.back());
-        m_held.pop_back();
+    while (!heldKeys.empty()) {
+        undo(heldKeys.back());
+        heldKeys.pop_back();
     }
 }
 
 bool X11Keyboard::releaseHeld(KeyCode code)
 {
-    const auto held = std::ranges::find(m_held, code, &HeldKey::code);
-    if (held == m_held.end()) {
+    const auto held = std::ranges::find(heldKeys, code, &HeldKey::code);
+    if (held == heldKeys.end()) {
         return false;
     }
     undo(*held);
-    m_held.erase(held);
+    heldKeys.erase(held);
     return true;
 }
 
@@ -131,29 +131,29 @@ void X11Keyboard::askForReports()
     constexpr std::uint16_t notices =
         XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
     constexpr std::uint16_t allParts = 0xff;
-    xcb_xkb_select_events(m_connection, static_cast<std::uint16_t>(m_map.device()), notices, 0,
-                          notices, allParts, allParts, nullptr);
+    xcb_xkb_select_events(connection, static_cast<std::uint16_t>(map.device()), notices, 0, notices,
+                          allParts, allParts, nullptr);
     xcb_xkb_select_events_details_t details{};
     details.affectState = XCB_XKB_STATE_PART_MODIFIER_BASE | XCB_XKB_STATE_PART_MODIFIER_LATCH |
                           XCB_XKB_STATE_PART_MODIFIER_LOCK | XCB_XKB_STATE_PART_GROUP_STATE;
     details.stateDetails = details.affectState;
-    xcb_xkb_select_events_aux(m_connection, CoreKeyboard, XCB_XKB_EVENT_TYPE_STATE_NOTIFY, 0, 0, 0,
-                              0, &details);
+    xcb_xkb_select_events_aux(connection, coreKeyboard, XCB_XKB_EVENT_TYPE_STATE_NOTIFY, 0, 0, 0, 0,
+                              &details);
 }
 
 void X11Keyboard::askForState()
 {
-    const auto cookie = xcb_xkb_get_state(m_connection, CoreKeyboard);
-    const auto reply = xcbOwned(xcb_xkb_get_state_reply(m_connection, cookie, nullptr));
+    const auto cookie = xcb_xkb_get_state(connection, coreKeyboard);
+    const auto reply = xcbOwned(xcb_xkb_get_state_reply(connection, cookie, nullptr));
     if (reply) {
-        m_tracker.report(stateIn(*reply), cookie.sequence);
+        tracker.report(stateIn(*reply), cookie.sequence);
     }
 }
 
 ModifierMask X11Keyboard::masksOf(const XkbKeyFinder &finder, EventFlags flags) const
 {
     const auto maskIf = [&](EventFlags flag, Modifier modifier) {
-        return flags & flag ? finder.modifierMask(m_tracker.state().group, modifier) : 0;
+        return flags & flag ? finder.modifierMask(tracker.state().group, modifier) : 0;
     };
     // Command and Control are one here.
     return static_cast<ModifierMask>(maskIf(Flag::Command | Flag::Control, Modifier::Control) |
@@ -164,11 +164,11 @@ ModifierMask X11Keyboard::masksOf(const XkbKeyFinder &finder, EventFlags flags) 
 /// Gives the locks that were in effect and are to be put back; latches are spent as by any key.
 ModifierMask X11Keyboard::takeLocksBack(ModifierMask modifiers)
 {
-    const ModifierState &state = m_tracker.state();
+    const ModifierState &state = tracker.state();
     const auto affected = static_cast<ModifierMask>((state.locked | state.latched) & modifiers);
     const auto locks = static_cast<ModifierMask>(state.locked & modifiers);
     if (affected) {
-        m_tracker.unlock(affected, changeLocks(affected, 0));
+        tracker.unlock(affected, changeLocks(affected, 0));
     }
     return locks;
 }
@@ -187,8 +187,8 @@ std::vector<X11Keyboard::PressedKey> X11Keyboard::pressModifiers(const XkbKeyFin
                                                                  ModifierMask modifiers)
 {
     std::vector<PressedKey> pressed;
-    for (const Modifier modifier : ModifiersInOrder) {
-        const ModifierState &state = m_tracker.state();
+    for (const Modifier modifier : modifiersInOrder) {
+        const ModifierState &state = tracker.state();
         const ModifierMask mask = finder.modifierMask(state.group, modifier);
         const bool isMissing = mask & modifiers & ~(state.base | state.locked);
         if (const auto keycode = finder.modifierKey(state.group, modifier); keycode && isMissing) {
@@ -206,23 +206,23 @@ void X11Keyboard::undo(const HeldKey &held)
         releaseKey(*key);
     }
     if (held.locks) {
-        m_tracker.lock(held.locks, changeLocks(held.locks, held.locks));
+        tracker.lock(held.locks, changeLocks(held.locks, held.locks));
     }
 }
 
 void X11Keyboard::pressKey(const PressedKey &key)
 {
-    const auto sequence = fakeKey(m_connection, XCB_KEY_PRESS, key.keycode);
+    const auto sequence = fakeKey(connection, XCB_KEY_PRESS, key.keycode);
     if (key.sets) {
-        m_tracker.press(key.sets, sequence);
+        tracker.press(key.sets, sequence);
     }
 }
 
 void X11Keyboard::releaseKey(const PressedKey &key)
 {
-    const auto sequence = fakeKey(m_connection, XCB_KEY_RELEASE, key.keycode);
+    const auto sequence = fakeKey(connection, XCB_KEY_RELEASE, key.keycode);
     if (key.sets) {
-        m_tracker.release(key.sets, sequence);
+        tracker.release(key.sets, sequence);
     }
 }
 
@@ -230,7 +230,7 @@ void X11Keyboard::releaseKey(const PressedKey &key)
 /// latch.
 std::uint32_t X11Keyboard::changeLocks(ModifierMask affected, ModifierMask locked)
 {
-    return xcb_xkb_latch_lock_state(m_connection, CoreKeyboard, affected, locked, false, 0,
+    return xcb_xkb_latch_lock_state(connection, coreKeyboard, affected, locked, false, 0,
                                     without(affected, locked), false, 0)
         .sequence;
 }

@@ -21,7 +21,7 @@ class X11Keyboard
 public:
     /// Asks for the reports that it lives on; a few round trips. The connection must have XTEST and
     /// XKEYBOARD, and must outlive the keyboard.
-    explicit X11Keyboard(xcb_connection_t *connection);
+    explicit X11Keyboard(xcb_connection_t *openConnection);
 
     /// Takes in an event of the connection; false when it is not about the keyboard.
     bool handleEvent(const xcb_generic_event_t *event);
@@ -74,11 +74,11 @@ private:
     void releaseKey(const PressedKey &key);
     std::uint32_t changeLocks(ModifierMask affected, ModifierMask locked);
 
-    xcb_connection_t *m_connection;
-    std::uint8_t m_firstEvent; ///< The event code of all keyboard reports.
-    X11KeyboardMap m_map;
-    ModifierTracker m_tracker;
-    std::vector<HeldKey> m_held; ///< By time of press; a key code at most once.
+    xcb_connection_t *connection;
+    std::uint8_t firstEvent; ///< The event code of all keyboard reports.
+    X11KeyboardMap map;
+    ModifierTracker tracker;
+    std::vector<HeldKey> heldKeys; ///< By time of press; a key code at most once.
 };
 
 } // namespace platform

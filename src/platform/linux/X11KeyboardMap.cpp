@@ -13,31 +13,31 @@ namespace {
 
 int fakedKeyboard(xcb_connection_t *connection)
 {
-    const auto device = inputDeviceNumber(connection, XtestKeyboardName);
+    const auto device = inputDeviceNumber(connection, xtestKeyboardName);
     return device ? *device : xkb_x11_get_core_keyboard_device_id(connection);
 }
 
 } // namespace
 
-X11KeyboardMap::X11KeyboardMap(xcb_connection_t *connection)
-    : m_connection(connection)
-    , m_device(fakedKeyboard(connection))
-    , m_context(xkb_context_new(XKB_CONTEXT_NO_FLAGS))
+X11KeyboardMap::X11KeyboardMap(xcb_connection_t *openConnection)
+    : connection(openConnection)
+    , deviceNumber(fakedKeyboard(openConnection))
+    , context(xkb_context_new(XKB_CONTEXT_NO_FLAGS))
 {
 }
 
 const XkbKeyFinder *X11KeyboardMap::finder()
 {
-    if (m_isStale) {
-        m_isStale = false;
-        m_finder.reset();
+    if (isStale) {
+        isStale = false;
+        current.reset();
         const XkbKeymap keymap(xkb_x11_keymap_new_from_device(
-            m_context.get(), m_connection, m_device, XKB_KEYMAP_COMPILE_NO_FLAGS));
+            context.get(), connection, deviceNumber, XKB_KEYMAP_COMPILE_NO_FLAGS));
         if (keymap) {
-            m_finder.emplace(keymap.get());
+            current.emplace(keymap.get());
         }
     }
-    return m_finder ? &*m_finder : nullptr;
+    return current ? &*current : nullptr;
 }
 
 } // namespace platform

@@ -22,24 +22,24 @@ class X11KeyboardMap
 public:
     /// Finds the keyboard (the core one on a server that does not tell). A few round trips; the
     /// connection must outlive the map.
-    explicit X11KeyboardMap(xcb_connection_t *connection);
+    explicit X11KeyboardMap(xcb_connection_t *openConnection);
 
     /// The keyboard's XInput number, as events tell it.
-    int device() const { return m_device; }
+    int device() const { return deviceNumber; }
 
     /// To be called when the keyboard has got other keys.
-    void markStale() { m_isStale = true; }
+    void markStale() { isStale = true; }
 
     /// The keys as they are now; null when the server does not tell them. Reads them anew, with
     /// round trips, only when they have changed since the last question.
     const XkbKeyFinder *finder();
 
 private:
-    xcb_connection_t *m_connection;
-    int m_device;
-    XkbContext m_context;
-    std::optional<XkbKeyFinder> m_finder;
-    bool m_isStale = true;
+    xcb_connection_t *connection;
+    int deviceNumber;
+    XkbContext context;
+    std::optional<XkbKeyFinder> current;
+    bool isStale = true;
 };
 
 } // namespace platform

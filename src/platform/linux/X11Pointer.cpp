@@ -45,9 +45,9 @@ void fakeButton(xcb_connection_t *connection, std::uint8_t type, std::uint8_t nu
 
 } // namespace
 
-X11Pointer::X11Pointer(xcb_connection_t *connection, xcb_window_t root)
-    : m_connection(connection)
-    , m_root(root)
+X11Pointer::X11Pointer(xcb_connection_t *openConnection, xcb_window_t rootWindow)
+    : connection(openConnection)
+    , root(rootWindow)
 {
     readMapping();
 }
@@ -58,21 +58,21 @@ bool X11Pointer::handleEvent(const xcb_generic_event_t *event)
         return false;
     }
     const auto *notice = reinterpret_cast<const xcb_mapping_notify_event_t *>(event);
-    m_isMappingStale = m_isMappingStale || notice->request == XCB_MAPPING_POINTER;
+    isMappingStale = isMappingStale || notice->request == XCB_MAPPING_POINTER;
     return true;
 }
 
 Location X11Pointer::location() const
 {
-    const auto cookie = xcb_query_pointer(m_connection, m_root);
-    const auto reply = xcbOwned(xcb_query_pointer_reply(m_connection, cookie, nullptr));
+    const auto cookie = xcb_query_pointer(connection, root);
+    const auto reply = xcbOwned(xcb_query_pointer_reply(connection, cookie, nullptr));
     return reply ? Location{double(reply->root_x), double(reply->root_y)} : Location{};
 }
 
 void X11Pointer::moveTo(const Location &position)
 {
     constexpr std::uint8_t absolute = 0;
-    xcb_test_fake_input(m_connection, XCB_MOTION_NOTIFY, absolute, XCB_CURRENT_TIME, m_root,
+    xcb_test_fake_input(connection, XCB_MOTION_NOTIFY, absolute, XCB_CURRENT_TIME, root,
                         coordinate(position.x), coordinate(position.y), 0);
 }
 
@@ -80,8 +80,8 @@ void X11Pointer::press(MouseButton button)
 {
     releaseHeld(button);
     if (const std::uint8_t number = numberOf(button)) {
-        fakeButton(m_connection, XCB_BUTTON_PRESS, number);
-        m_held.push_back({button, number});
+        fakeButton(connection, XCB_BUTTON_PRESS, number);
+        heldButtons.push_back({button, number});
     }
 }
 
@@ -91,48 +91,48 @@ void X11Pointer::release(MouseButton button)
         return;
     }
     if (const std::uint8_t number = numberOf(button)) {
-        fakeButton(m_connection, XCB_BUTTON_RELEASE, number);
+        fakeButton(connection, XCB_BUTTON_RELEASE, number);
     }
 }
 
 void X11Pointer::releaseAll()
 {
-    while (!m_held.empty()) {
-        releaseHeld(m_held.back().button);
+    while (!heldButtons.empty()) {
+        releaseHeld(heldButtons.back().button);
     }
 }
 
 void X11Pointer::readMapping()
 {
-    const auto cookie = xcb_get_pointer_mapping(m_connection);
-    const auto reply = xcbOwned(xcb_get_pointer_mapping_reply(m_connection, cookie, nullptr));
-    m_mapping.clear();
+    const auto cookie = xcb_get_pointer_mapping(connection);
+    const auto reply = xcbOwned(xcb_get_pointer_mapping_reply(connection, cookie, nullptr));
+    mapping.clear();
     if (reply) {
-        const std::uint8_t *mapping = xcb_get_pointer_mapping_map(reply.get());
-        m_mapping.assign(mapping, mapping + xcb_get_pointer_mapping_map_length(reply.get()));
+        const std::uint8_t *first = xcb_get_pointer_mapping_map(reply.get());
+        mapping.assign(first, first + xcb_get_pointer_mapping_map_length(reply.get()));
     }
-    m_isMappingStale = false;
+    isMappingStale = false;
 }
 
 /// The button that gives the meaning: faked buttons go through the mapping as those of a mouse do.
 std::uint8_t X11Pointer::numberOf(MouseButton button)
 {
-    if (m_isMappingStale) {
+    if (isMappingStale) {
         readMapping();
     }
-    const auto found = std::ranges::find(m_mapping, meaningOf(button));
-    return found == m_mapping.end() ? std::uint8_t{0}
-                                    : static_cast<std::uint8_t>(found - m_mapping.begin() + 1);
+    const auto found = std::ranges::find(mapping, meaningOf(button));
+    return found == mapping.end() ? std::uint8_t{0}
+                                  : static_cast<std::uint8_t>(found - mapping.begin() + 1);
 }
 
 bool X11Pointer::releaseHeld(MouseButton button)
 {
-    const auto held = std::ranges::find(m_held, button, &HeldButton::button);
-    if (held == m_held.end()) {
+    const auto held = std::ranges::find(heldButtons, button, &HeldButton::button);
+    if (held == heldButtons.end()) {
         return false;
     }
-    fakeButton(m_connection, XCB_BUTTON_RELEASE, held->number);
-    m_held.erase(held);
+    fakeButton(connection, XCB_BUTTON_RELEASE, held->number);
+    heldButtons.erase(held);
     return true;
 }
 

@@ -18,9 +18,9 @@ namespace platform {
 class X11Pointer
 {
 public:
-    /// The connection must have XTEST and must outlive the pointer; `root` is the root window whose
-    /// coordinates are meant.
-    X11Pointer(xcb_connection_t *connection, xcb_window_t root);
+    /// The connection must have XTEST and must outlive the pointer; `rootWindow` is the one window
+    /// whose coordinates are meant.
+    X11Pointer(xcb_connection_t *openConnection, xcb_window_t rootWindow);
 
     /// Takes in an event of the connection; false when it is not about the pointer.
     bool handleEvent(const xcb_generic_event_t *event);
@@ -52,11 +52,11 @@ private:
     std::uint8_t numberOf(MouseButton button);
     bool releaseHeld(MouseButton button);
 
-    xcb_connection_t *m_connection;
-    xcb_window_t m_root;
-    std::vector<std::uint8_t> m_mapping; ///< The meaning of button 1, of button 2, ...
-    bool m_isMappingStale = true;
-    std::vector<HeldButton> m_held; ///< A button at most once.
+    xcb_connection_t *connection;
+    xcb_window_t root;
+    std::vector<std::uint8_t> mapping; ///< The meaning of button 1, of button 2, ...
+    bool isMappingStale = true;
+    std::vector<HeldButton> heldButtons; ///< A button at most once.
 };
 
 } // namespace platform

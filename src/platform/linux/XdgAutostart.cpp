@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 namespace platform {
 namespace {
 
-constexpr auto ProgramName = "VornaServer"_L1;
+constexpr auto programName = "VornaServer"_L1;
 
 } // namespace
 
@@ -74,9 +74,9 @@ void XdgAutostart::save()
 /// masks an entry of the administrator.
 QString XdgAutostart::freeFileName() const
 {
-    QString fileName = folder + u'/' + ProgramName + ".desktop"_L1;
+    QString fileName = folder + u'/' + programName + ".desktop"_L1;
     for (int number = 2; QFileInfo::exists(fileName) || QFileInfo(fileName).isSymLink(); ++number) {
-        fileName = folder + u'/' + ProgramName + u'-' + QString::number(number) + ".desktop"_L1;
+        fileName = folder + u'/' + programName + u'-' + QString::number(number) + ".desktop"_L1;
     }
     return fileName;
 }
@@ -86,7 +86,7 @@ void XdgAutostart::write(Entry &entry) const
     QDir().mkpath(folder);
     QSaveFile file(freeFileName());
     if (file.open(QIODevice::WriteOnly) &&
-        file.write(DesktopEntry::autostartText(ProgramName, entry.path)) > 0 && file.commit()) {
+        file.write(DesktopEntry::autostartText(programName, entry.path)) > 0 && file.commit()) {
         entry.fileName = file.fileName();
     }
 }

@@ -12,7 +12,7 @@ namespace platform {
 namespace {
 
 /// As long as the name of a file may be.
-constexpr qsizetype LongestId = 255;
+constexpr qsizetype longestId = 255;
 
 // The standard has relative paths ignored.
 bool isRelative(const QString &path)
@@ -72,7 +72,7 @@ QString XdgDirectories::applicationFile(const QString &desktopId) const
 {
     // Identifiers come from files and callers; none may lead out of the folder.
     if (desktopId.contains(u'/') || desktopId.contains(QChar(u'\0')) ||
-        desktopId.size() > LongestId) {
+        desktopId.size() > longestId) {
         return {};
     }
     for (const QString &data : allData()) {

@@ -14,7 +14,7 @@ namespace platform {
 
 namespace {
 
-constexpr ModifierMask ShiftLockControl = 0b111;
+constexpr ModifierMask shiftLockControl = 0b111;
 
 /// One of the signs of a layout's keys: what must be pressed and held for it.
 struct Bearer
@@ -139,7 +139,7 @@ XkbKeyFinder::XkbKeyFinder(xkb_keymap *keymap)
 {
     learnWhatKeysSet(keymap);
     for (std::uint32_t group = 0; group < groupCount(keymap); ++group) {
-        m_groups.push_back(makeGroup(keymap, group));
+        groups.push_back(makeGroup(keymap, group));
     }
     findHarmlessModifiers(keymap);
 }
@@ -163,8 +163,8 @@ ModifierMask XkbKeyFinder::modifierMask(std::uint32_t group, Modifier modifier) 
 std::vector<std::uint8_t> XkbKeyFinder::keysSetting(ModifierMask modifiers) const
 {
     std::vector<std::uint8_t> keycodes;
-    for (std::size_t keycode = 0; keycode < m_setBy.size(); ++keycode) {
-        if (m_setBy[keycode] & modifiers) {
+    for (std::size_t keycode = 0; keycode < setBy.size(); ++keycode) {
+        if (setBy[keycode] & modifiers) {
             keycodes.push_back(static_cast<std::uint8_t>(keycode));
         }
     }
@@ -175,7 +175,7 @@ void XkbKeyFinder::learnWhatKeysSet(xkb_keymap *keymap)
 {
     for (std::uint32_t group = 0; group < groupCount(keymap); ++group) {
         forEachKey(keymap, [&](std::uint8_t keycode) {
-            m_setBy[keycode] |= heldModifiers(keymap, group, keycode);
+            setBy[keycode] |= heldModifiers(keymap, group, keycode);
         });
     }
 }
@@ -184,7 +184,7 @@ XkbKeyFinder::Group XkbKeyFinder::makeGroup(xkb_keymap *keymap, std::uint32_t gr
 {
     Group answers;
     const auto plain = bearersOf(keymap, group, 0);
-    for (const Modifier modifier : ModifiersInOrder) {
+    for (const Modifier modifier : modifiersInOrder) {
         const auto [keysym, position] = signOf(modifier);
         if (const auto found = bestBearer(plain, keysym, position)) {
             answers.modifiers[static_cast<std::size_t>(modifier)] = {
@@ -207,23 +207,23 @@ XkbKeyFinder::Group XkbKeyFinder::makeGroup(xkb_keymap *keymap, std::uint32_t gr
 void XkbKeyFinder::findHarmlessModifiers(xkb_keymap *keymap)
 {
     ModifierMask ofLocks = 0;
-    ModifierMask inUse = ShiftLockControl;
-    for (std::uint32_t group = 0; group < m_groups.size(); ++group) {
+    ModifierMask inUse = shiftLockControl;
+    for (std::uint32_t group = 0; group < groups.size(); ++group) {
         for (const Bearer &bearer : bearersOf(keymap, group, 0)) {
             if (bearer.keysym == XKB_KEY_Num_Lock || bearer.keysym == XKB_KEY_Scroll_Lock) {
-                ofLocks |= m_setBy[bearer.key.keycode];
+                ofLocks |= setBy[bearer.key.keycode];
             }
         }
-        for (const ModifierKey &modifier : m_groups[group].modifiers) {
+        for (const ModifierKey &modifier : groups[group].modifiers) {
             inUse |= modifier.mask;
         }
     }
-    m_harmless = static_cast<ModifierMask>(ofLocks & ~inUse);
+    harmless = static_cast<ModifierMask>(ofLocks & ~inUse);
 }
 
 const XkbKeyFinder::Group &XkbKeyFinder::groupAt(std::uint32_t group) const
 {
-    return m_groups[group % m_groups.size()];
+    return groups[group % groups.size()];
 }
 
 } // namespace platform

@@ -18,14 +18,14 @@ namespace platform {
 /// A set of the keyboard's eight real modifiers: Shift is bit 0, Lock 1, Control 2, Mod1 to Mod5
 /// bits 3 to 7 (the same in every X server and every key map).
 using ModifierMask = std::uint8_t;
-inline constexpr int ModifierCount = 8;
+inline constexpr int modifierCount = 8;
 
 /// A modifier by what it is for; which real one that is depends on the key map.
 enum class Modifier { Control, Alternate, Shift, Level3 };
 
 /// In the order in which they are pressed. Shift comes after the others, because with Shift held
 /// the Alt key is a Meta key.
-inline constexpr std::array ModifiersInOrder = {Modifier::Control, Modifier::Alternate,
+inline constexpr std::array modifiersInOrder = {Modifier::Control, Modifier::Alternate,
                                                 Modifier::Shift, Modifier::Level3};
 
 /// A key, and what must be held while it is pressed so that it gives the sign that was looked for.
@@ -66,12 +66,12 @@ public:
     ModifierMask modifierMask(std::uint32_t group, Modifier modifier) const;
 
     /// What a key sets while it is held, in any layout.
-    ModifierMask modifiersSetBy(std::uint8_t keycode) const { return m_setBy[keycode]; }
+    ModifierMask modifiersSetBy(std::uint8_t keycode) const { return setBy[keycode]; }
     /// All keys that set at least one of the modifiers while they are held.
     std::vector<std::uint8_t> keysSetting(ModifierMask modifiers) const;
 
     /// The modifiers that never change what a key gives us: those of Num Lock and Scroll Lock.
-    ModifierMask harmlessModifiers() const { return m_harmless; }
+    ModifierMask harmlessModifiers() const { return harmless; }
 
 private:
     struct ModifierKey
@@ -84,7 +84,7 @@ private:
     struct Group
     {
         std::array<std::optional<FoundKey>, 128> keys; ///< By the Mac's key code.
-        std::array<ModifierKey, ModifiersInOrder.size()> modifiers;
+        std::array<ModifierKey, modifiersInOrder.size()> modifiers;
     };
 
     void learnWhatKeysSet(xkb_keymap *keymap);
@@ -92,9 +92,9 @@ private:
     void findHarmlessModifiers(xkb_keymap *keymap);
     const Group &groupAt(std::uint32_t group) const;
 
-    std::array<ModifierMask, 256> m_setBy{}; ///< By key code.
-    std::vector<Group> m_groups;             ///< Never empty.
-    ModifierMask m_harmless = 0;
+    std::array<ModifierMask, 256> setBy{}; ///< By key code.
+    std::vector<Group> groups;             ///< Never empty.
+    ModifierMask harmless = 0;
 };
 
 } // namespace platform

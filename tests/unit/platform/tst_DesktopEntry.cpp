@@ -335,7 +335,7 @@ void tst_DesktopEntry::fileOverTheLimitHasNoKeys()
     QFile file(folder.filePath(u"large.desktop"_s));
     QVERIFY(file.open(QIODevice::WriteOnly));
     const QByteArray head = "[Desktop Entry]\nType=Application\nExec=/bin/sh\n#";
-    file.write(head + QByteArray(KeyFile::SizeLimit - head.size(), 'x'));
+    file.write(head + QByteArray(KeyFile::sizeLimit - head.size(), 'x'));
     QVERIFY(file.flush());
     QVERIFY(DesktopEntry::read(file.fileName()).isApplication());
     file.write("x");
