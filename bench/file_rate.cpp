@@ -8,26 +8,21 @@
 // Needs VORNA_SERVER (the server's executable) and a folder on a disk as first argument; a second
 // one is the size in MiB, a third the number of rounds.
 
-#include "ServerBench.h"
+#include "FileRate.h"
 #include "support/Folders.h"
 #include "support/ProcessMemory.h"
-#include "support/ProcessTables.h"
-#include "support/Sample.h"
 
 #include <QCryptographicHash>
 #include <QDir>
 #include <QTemporaryDir>
 
-using std::chrono::duration;
-using std::chrono::minutes;
+using FileRate::MiB;
 using std::chrono::steady_clock;
 
 namespace {
 
-constexpr qint64 MiB = 1024 * 1024;
 constexpr qint64 UsualSize = 1024;
 constexpr int UsualRounds = 3;
-constexpr minutes Limit{5};
 
 /// What is sent: the same to both, and no two chunks alike.
 class Content
@@ -44,7 +39,7 @@ public:
     bool send(Handheld &receiver)
     {
         for (qint64 i = 0; i < m_chunks; ++i)
-            if (!receiver.send(chunk(i), Limit))
+            if (!receiver.send(chunk(i), FileRate::Limit))
                 return false;
         return true;
     }
@@ -69,17 +64,6 @@ private:
     qint64 m_chunks;
     QByteArray m_chunk{MiB, Qt::Uninitialized};
 };
-
-double inMebibytes(qint64 bytes)
-{
-    return static_cast<double>(bytes) / static_cast<double>(MiB);
-}
-
-double rateSince(steady_clock::time_point start, qint64 bytes)
-{
-    const duration<double> time = steady_clock::now() - start;
-    return inMebibytes(bytes) / time.count();
-}
 
 QByteArray request(const QString &name, qint64 size)
 {
@@ -106,8 +90,8 @@ double intoServer(const ServerBench &bench, const QString &path, Content &conten
     ServerBench::require(handheld.ask(head).has_value(), "the request of a transfer");
     const auto start = steady_clock::now();
     ServerBench::require(content.send(handheld), "sending to the server");
-    ServerBench::require(handheld.answer(Limit).has_value(), "the end of a transfer");
-    const double rate = rateSince(start, content.size());
+    ServerBench::require(handheld.answer(FileRate::Limit).has_value(), "the end of a transfer");
+    const double rate = FileRate::since(start, content.size());
     ServerBench::require(Folders::fileHash(path) == content.hash(head), "what was received");
     QFile::remove(path);
     return rate;
@@ -116,34 +100,17 @@ double intoServer(const ServerBench &bench, const QString &path, Content &conten
 /// \return MiB a second.
 double intoSocat(const QString &path, Content &content)
 {
-    QFile::remove(path);
-    ChildProcess socat;
-    socat.start(QStringLiteral("socat"), {"-u", "-b", "65536", "TCP-LISTEN:0,bind=127.0.0.1",
-                                          QStringLiteral("OPEN:%1,creat,append").arg(path)});
-    std::optional<quint16> port;
-    ServerBench::require(waitUntil([&] {
-                             port = ProcessTables::listeningPort(socat.processId());
-                             return port.has_value();
-                         }),
-                         "start of socat");
-    Handheld sender(*port);
+    FileRate::SocatReceiver socat(path);
+    Handheld sender(socat.port());
     const auto start = steady_clock::now();
     ServerBench::require(content.send(sender), "sending to socat");
     sender.leave();
-    // It ends when all is written.
-    ServerBench::require(socat.waitForFinished(int(std::chrono::milliseconds(Limit).count())),
-                         "end of socat");
-    const double rate = rateSince(start, content.size());
+    socat.waitForEnd();
+    const double rate = FileRate::since(start, content.size());
     ServerBench::require(Folders::fileHash(path) == content.hash(QByteArray()),
                          "what socat received");
     QFile::remove(path);
     return rate;
-}
-
-void print(const char *name, const Sample &rates)
-{
-    std::printf("%-8s median %7.0f MiB/s   from %7.0f to %7.0f\n", name, rates.median(),
-                rates.atShare(0), rates.largest());
 }
 
 void compare(const QStringList &arguments)
@@ -164,12 +131,9 @@ void compare(const QStringList &arguments)
         ofServer.add(intoServer(bench, path, content));
         ofSocat.add(intoSocat(path, content));
     }
-    print("server", ofServer);
-    print("socat", ofSocat);
-    std::printf("ratio of the medians %.2f (goal: at least 0.9)\n",
-                ofServer.median() / ofSocat.median());
+    FileRate::compare("server", ofServer, ofSocat);
     std::printf("peak memory of the server %+.1f MiB over its memory before (goal: below 16)\n",
-                inMebibytes(ProcessMemory::peak(bench.processId()) - before));
+                FileRate::inMebibytes(ProcessMemory::peak(bench.processId()) - before));
 }
 
 } // namespace

@@ -9,10 +9,8 @@
 // Needs VORNA_SERVER (the server's executable), quillmote as first argument and a folder as
 // second; a third one is the size in MiB, a fourth the number of rounds.
 
-#include "ServerBench.h"
+#include "FileRate.h"
 #include "support/Folders.h"
-#include "support/ProcessTables.h"
-#include "support/Sample.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -23,15 +21,13 @@
 
 #include <unistd.h>
 
-using std::chrono::duration;
+using FileRate::MiB;
 using std::chrono::steady_clock;
 
 namespace {
 
-constexpr qint64 MiB = 1024 * 1024;
 constexpr int UsualSize = 1024;
 constexpr int UsualRounds = 5;
-constexpr int LimitMilliseconds = 300'000;
 
 void makeFile(const QString &path, qint64 chunks)
 {
@@ -48,18 +44,12 @@ void makeFile(const QString &path, qint64 chunks)
     ServerBench::require(file.flush() && ::fsync(file.handle()) == 0, "writing the file to send");
 }
 
-/// \return MiB a second.
-double rateSince(steady_clock::time_point start, const QString &path)
-{
-    const duration<double> time = steady_clock::now() - start;
-    return static_cast<double>(QFileInfo(path).size()) / static_cast<double>(MiB) / time.count();
-}
-
 void run(const QString &program, const QStringList &arguments)
 {
     QProcess process;
     process.start(program, arguments);
-    ServerBench::require(process.waitForFinished(LimitMilliseconds) && process.exitCode() == 0,
+    const auto limit = static_cast<int>(std::chrono::milliseconds(FileRate::Limit).count());
+    ServerBench::require(process.waitForFinished(limit) && process.exitCode() == 0,
                          "sending by " + program.toLocal8Bit());
 }
 
@@ -78,7 +68,7 @@ double byQuillmote(const ServerBench &bench, const QString &quillmote, const QSt
     const auto start = steady_clock::now();
     run(quillmote, {"send", original, "--host", "127.0.0.1", "--port",
                     QString::number(bench.port()), "--timeout", "60"});
-    const double rate = rateSince(start, original);
+    const double rate = FileRate::since(start, QFileInfo(original).size());
     // The announcement stands in front.
     QFile file(received);
     ServerBench::require(file.open(QIODevice::ReadOnly), "a received file");
@@ -92,32 +82,16 @@ double byQuillmote(const ServerBench &bench, const QString &quillmote, const QSt
 
 double bySocat(const QString &original, const QString &received)
 {
-    QFile::remove(received);
-    ChildProcess receiver;
-    receiver.start(QStringLiteral("socat"), {"-u", "-b", "65536", "TCP-LISTEN:0,bind=127.0.0.1",
-                                             QStringLiteral("OPEN:%1,creat,append").arg(received)});
-    std::optional<quint16> port;
-    ServerBench::require(waitUntil([&] {
-                             port = ProcessTables::listeningPort(receiver.processId());
-                             return port.has_value();
-                         }),
-                         "start of socat");
+    FileRate::SocatReceiver receiver(received);
     const auto start = steady_clock::now();
     run(QStringLiteral("socat"), {"-u", "-b", "65536", QStringLiteral("OPEN:%1").arg(original),
-                                  QStringLiteral("TCP:127.0.0.1:%1").arg(*port)});
-    // It ends when all is written.
-    ServerBench::require(receiver.waitForFinished(LimitMilliseconds), "end of socat");
-    const double rate = rateSince(start, original);
+                                  QStringLiteral("TCP:127.0.0.1:%1").arg(receiver.port())});
+    receiver.waitForEnd();
+    const double rate = FileRate::since(start, QFileInfo(original).size());
     ServerBench::require(Folders::fileHash(received) == Folders::fileHash(original),
                          "what socat received");
     QFile::remove(received);
     return rate;
-}
-
-void print(const char *name, const Sample &rates)
-{
-    std::printf("%-10s median %7.0f MiB/s   from %7.0f to %7.0f\n", name, rates.median(),
-                rates.atShare(0), rates.largest());
 }
 
 void compare(const QStringList &arguments)
@@ -139,10 +113,7 @@ void compare(const QStringList &arguments)
         ours.add(byQuillmote(bench, arguments.value(1), original, in + "/original"));
         theirs.add(bySocat(original, in + "/by-socat"));
     }
-    print("quillmote", ours);
-    print("socat", theirs);
-    std::printf("ratio of the medians %.2f (goal: at least 0.9)\n",
-                ours.median() / theirs.median());
+    FileRate::compare("quillmote", ours, theirs);
 }
 
 } // namespace

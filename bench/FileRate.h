@@ -1,0 +1,79 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "ServerBench.h"
+#include "support/ChildProcess.h"
+#include "support/ProcessTables.h"
+#include "support/Sample.h"
+
+#include <QFile>
+
+#include <chrono>
+#include <cstdio>
+#include <optional>
+
+/// What the programs have in common that measure files, beside socat.
+namespace FileRate {
+
+constexpr qint64 MiB = 1024 * 1024;
+constexpr std::chrono::minutes Limit{5};
+
+inline double inMebibytes(qint64 bytes)
+{
+    return static_cast<double>(bytes) / static_cast<double>(MiB);
+}
+
+/// \return MiB a second.
+inline double since(std::chrono::steady_clock::time_point start, qint64 bytes)
+{
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+    return inMebibytes(bytes) / time.count();
+}
+
+/// A socat that writes what one peer sends into a new file.
+class SocatReceiver
+{
+public:
+    explicit SocatReceiver(const QString &path)
+    {
+        QFile::remove(path);
+        m_socat.start(QStringLiteral("socat"), {"-u", "-b", "65536", "TCP-LISTEN:0,bind=127.0.0.1",
+                                                QStringLiteral("OPEN:%1,creat,append").arg(path)});
+        const bool isListening = waitUntil([&] {
+            m_port = ProcessTables::listeningPort(m_socat.processId());
+            return m_port.has_value();
+        });
+        ServerBench::require(isListening, "start of socat");
+    }
+
+    quint16 port() const { return *m_port; }
+
+    /// It ends when its peer has left and all is written.
+    void waitForEnd()
+    {
+        const auto milliseconds = std::chrono::milliseconds(Limit).count();
+        ServerBench::require(m_socat.waitForFinished(static_cast<int>(milliseconds)),
+                             "end of socat");
+    }
+
+private:
+    ChildProcess m_socat;
+    std::optional<quint16> m_port;
+};
+
+/// Prints the rates of the program that is measured, and of socat.
+inline void compare(const char *name, const Sample &rates, const Sample &ofSocat)
+{
+    const auto print = [](const char *program, const Sample &sample) {
+        std::printf("%-10s median %7.0f MiB/s   from %7.0f to %7.0f\n", program, sample.median(),
+                    sample.atShare(0), sample.largest());
+    };
+    print(name, rates);
+    print("socat", ofSocat);
+    std::printf("ratio of the medians %.2f (goal: at least 0.9)\n",
+                rates.median() / ofSocat.median());
+}
+
+} // namespace FileRate
