@@ -18,7 +18,7 @@
 namespace FileRate {
 
 constexpr qint64 MiB = 1024 * 1024;
-constexpr std::chrono::minutes Limit{5};
+constexpr std::chrono::milliseconds Limit = std::chrono::minutes(5);
 
 inline double inMebibytes(qint64 bytes)
 {
@@ -53,8 +53,7 @@ public:
     /// It ends when its peer has left and all is written.
     void waitForEnd()
     {
-        const auto milliseconds = std::chrono::milliseconds(Limit).count();
-        ServerBench::require(m_socat.waitForFinished(static_cast<int>(milliseconds)),
+        ServerBench::require(m_socat.waitForFinished(static_cast<int>(Limit.count())),
                              "end of socat");
     }
 

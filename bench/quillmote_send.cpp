@@ -48,7 +48,7 @@ void run(const QString &program, const QStringList &arguments)
 {
     QProcess process;
     process.start(program, arguments);
-    const auto limit = static_cast<int>(std::chrono::milliseconds(FileRate::Limit).count());
+    const auto limit = static_cast<int>(FileRate::Limit.count());
     ServerBench::require(process.waitForFinished(limit) && process.exitCode() == 0,
                          "sending by " + program.toLocal8Bit());
 }

@@ -12,13 +12,10 @@
 #include "support/Flooder.h"
 #include "support/InputWatcher.h"
 #include "support/ProcessMemory.h"
-#include "support/ProcessTables.h"
 
 #include "platform/DescriptorLimit.h"
 
 #include <QElapsedTimer>
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <vector>
@@ -38,11 +35,6 @@ int scaled(int whole)
     return std::max(1, static_cast<int>(qint64(whole) * g_share / 100));
 }
 
-QByteArray serverInfo()
-{
-    return commandText(QStringLiteral("SERVER_INFO"));
-}
-
 void tell(const QString &load, const QString &promised, const QString &measured, bool hasHeld)
 {
     g_allHeld = g_allHeld && hasHeld;
@@ -59,7 +51,7 @@ public:
     ~LoadedServer()
     {
         InputWatcher watcher(m_bench.session().display());
-        if (!waitUntil([&] { return watcher.keysDown().empty() && watcher.pointerMask() == 0; }))
+        if (!watcher.isConnected() || !waitUntil([&] { return watcher.isNothingHeld(); }))
             tell(QStringLiteral("(afterwards)"), QStringLiteral("no key is down"),
                  QStringLiteral("one is"), false);
     }
@@ -74,11 +66,6 @@ private:
     ServerBench m_bench;
 };
 
-bool isAnswered(Handheld &handheld)
-{
-    return handheld.ask(serverInfo()).has_value();
-}
-
 void crowd()
 {
     const LoadedServer server;
@@ -89,7 +76,7 @@ void crowd()
     while (handhelds.size() < size)
         handhelds.push_back(std::make_unique<Handheld>(server.port()));
     const auto answered = std::count_if(handhelds.begin(), handhelds.end(),
-                                        [](const auto &handheld) { return isAnswered(*handheld); });
+                                        [](const auto &handheld) { return handheld->isServed(); });
     tell(QStringLiteral("%1 clients at once").arg(size), QStringLiteral("all are answered"),
          QStringLiteral("%1 answered, in %2 s").arg(answered).arg(time.elapsed() / 1000.0),
          size_t(answered) == size);
@@ -119,7 +106,7 @@ void connections()
     const auto connectAndLeave = [&](int count) {
         for (int i = 0; i < count; ++i) {
             Handheld handheld(server.port());
-            ServerBench::require(isAnswered(handheld), "an answer");
+            ServerBench::require(handheld.isServed(), "an answer");
         }
     };
     connectAndLeave(scaled(5000));
@@ -154,7 +141,7 @@ void tokens()
             before = ProcessMemory::resident(server.processId());
             time.start();
         }
-        areAnswered = isAnswered(handheld);
+        areAnswered = handheld.isServed();
     }
     const qint64 grown = (ProcessMemory::resident(server.processId()) - before) / Kibibyte;
     tell(QStringLiteral("%1 tokens on one connection").arg(count),
@@ -211,15 +198,14 @@ void greedy()
          QStringLiteral("disconnected after %1 MiB, memory %2 MiB more at most")
              .arg(sent / Mebibyte)
              .arg(grown),
-         sent < 17 * Mebibyte && isAnswered(other));
+         sent < 17 * Mebibyte && other.isServed());
 }
 
 void loadAll()
 {
     crowd();
     flood(QStringLiteral("tokens with answers"), serverInfo());
-    flood(QStringLiteral("keys"),
-          commandText(QStringLiteral("KEYBOARD_CMD"), {{QStringLiteral("fncCommand"), "A"}}));
+    flood(QStringLiteral("keys"), keyCommand("A"));
     flood(QStringLiteral("bytes without form"), "}{ = ;( ");
     silentReader();
     greedy();

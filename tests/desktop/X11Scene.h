@@ -108,14 +108,9 @@ struct X11Scene
     /// Modifiers that are held or locked now.
     int modifiers() { return watcher.pointerMask() & 0xff; }
 
-    bool isNothingDown()
-    {
-        return watcher.keysDown().empty() && (watcher.pointerMask() & AllButtons) == 0;
-    }
+    bool isNothingDown() { return watcher.isNothingDown(); }
 
 private:
-    static constexpr int AllButtons = XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTON_MASK_3;
-
     static bool isModifier(quint32 keysym)
     {
         return (keysym >= XKB_KEY_Shift_L && keysym <= XKB_KEY_Hyper_R) ||

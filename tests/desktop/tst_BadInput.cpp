@@ -13,11 +13,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-QByteArray serverInfo()
-{
-    return commandText(QStringLiteral("SERVER_INFO"));
-}
-
 /// A token that has only begun.
 QByteArray openToken(qsizetype size)
 {
@@ -82,9 +77,7 @@ void tst_BadInput::cleanupTestCase()
 /// Whether a fresh device gets its answer within two seconds.
 bool tst_BadInput::isServing() const
 {
-    Handheld handheld(m_scene->port());
-    const auto answer = handheld.ask(serverInfo(), 2s);
-    return answer && answer->value(QStringLiteral("serverResponse")) == QStringLiteral("OK");
+    return Handheld(m_scene->port()).isServed(2s);
 }
 
 void tst_BadInput::oddCommandIsSurvived_data()

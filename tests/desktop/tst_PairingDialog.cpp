@@ -26,11 +26,6 @@ QByteArray pairing(const QString &device, const QString &name)
                        {{QStringLiteral("cmdParameters"), QStringList{device, name}}});
 }
 
-QByteArray serverInfo()
-{
-    return commandText(QStringLiteral("SERVER_INFO"));
-}
-
 } // namespace
 
 /// The question to the user whether a device may pair.

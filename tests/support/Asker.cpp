@@ -22,7 +22,7 @@ const Sample &Asker::stop()
 void Asker::run(quint16 port, milliseconds pace)
 {
     Handheld handheld(port);
-    const QByteArray question = commandText(QStringLiteral("SERVER_INFO"));
+    const QByteArray question = serverInfo();
     while (!m_isOver) {
         const auto start = steady_clock::now();
         if (!handheld.ask(question)) {

@@ -104,6 +104,16 @@ QByteArray commandText(const QString &command, const std::vector<TokenEntry> &en
     return tokenText(all);
 }
 
+QByteArray serverInfo()
+{
+    return commandText(QStringLiteral("SERVER_INFO"));
+}
+
+QByteArray keyCommand(const QString &shortcut)
+{
+    return commandText(QStringLiteral("KEYBOARD_CMD"), {{QStringLiteral("fncCommand"), shortcut}});
+}
+
 std::optional<QVariantMap> readAnswer(const QByteArray &text)
 {
     QString rest = QString::fromLatin1(text);
@@ -194,6 +204,12 @@ std::optional<QVariantMap> Handheld::ask(const QByteArray &token, milliseconds l
     return send(token, limit) ? answer(limit) : std::nullopt;
 }
 
+bool Handheld::isServed(milliseconds limit)
+{
+    const auto reply = ask(serverInfo(), limit);
+    return reply && reply->value(QStringLiteral("serverResponse")) == QStringLiteral("OK");
+}
+
 bool Handheld::waitUntilRead(milliseconds limit)
 {
     const auto end = steady_clock::now() + limit;
@@ -213,7 +229,7 @@ bool Handheld::sendAndSettle(const QByteArray &bytes)
     if (!send(bytes) || !waitUntilRead())
         return false;
     Handheld other(m_serverPort);
-    return other.isConnected() && other.ask(commandText(QStringLiteral("SERVER_INFO"))).has_value();
+    return other.isConnected() && other.ask(serverInfo()).has_value();
 }
 
 bool Handheld::hasUnreadAnswer()

@@ -22,6 +22,12 @@ QByteArray tokenText(const std::vector<TokenEntry> &entries);
 /// A token of that command with its parameters.
 QByteArray commandText(const QString &command, const std::vector<TokenEntry> &entries = {});
 
+/// The question that the server always answers.
+QByteArray serverInfo();
+
+/// The command to press that key or shortcut.
+QByteArray keyCommand(const QString &shortcut);
+
 /// The entries of an answer in the server's compact form, each a QString or a QStringList;
 /// nothing when the text has another form. Values may hold anything but quotes.
 std::optional<QVariantMap> readAnswer(const QByteArray &text);
@@ -47,6 +53,9 @@ public:
     /// Sends a token and waits for its answer.
     std::optional<QVariantMap> ask(const QByteArray &token,
                                    std::chrono::milliseconds limit = GenerousLimit);
+
+    /// Whether the server says OK to its question.
+    bool isServed(std::chrono::milliseconds limit = GenerousLimit);
 
     /// Waits until the server has taken every byte sent, so that what is sent next is a read of
     /// its own; false when the limit passed or the connection is lost.

@@ -275,6 +275,18 @@ int InputWatcher::pointerMask()
     return pointer ? pointer->mask : 0;
 }
 
+bool InputWatcher::isNothingDown()
+{
+    constexpr int AllButtons = XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTON_MASK_3 |
+                               XCB_BUTTON_MASK_4 | XCB_BUTTON_MASK_5;
+    return keysDown().empty() && (pointerMask() & AllButtons) == 0;
+}
+
+bool InputWatcher::isNothingHeld()
+{
+    return keysDown().empty() && pointerMask() == 0;
+}
+
 std::vector<int> InputWatcher::keysDown()
 {
     const auto cookie = xcb_query_keymap(d->connection.get());

@@ -84,6 +84,11 @@ public:
     /// Codes of all keys that are down.
     std::vector<int> keysDown();
 
+    /// Whether no key and no button is down, whoever pressed it.
+    bool isNothingDown();
+    /// Whether, besides, no modifier is in effect, such as a lock.
+    bool isNothingHeld();
+
     /// XInput number of the device with that name, such as "Virtual core XTEST keyboard".
     std::optional<int> deviceNumber(const QString &name);
 

@@ -74,17 +74,22 @@ bool ServerScene::clickButton(const SeenWindow &dialog, int index) const
 bool ServerScene::waitUntilNothingIsHeld() const
 {
     InputWatcher watcher(m_session.display());
-    return watcher.isConnected() &&
-           waitUntil([&] { return watcher.keysDown().empty() && watcher.pointerMask() == 0; });
+    return watcher.isConnected() && waitUntil([&] { return watcher.isNothingHeld(); });
 }
 
 /// Whether a key or button is down on the display, whoever pressed it; false without a display.
 bool ServerScene::isAnythingHeld() const
 {
-    constexpr int AllButtons = 0x1f00;
     InputWatcher watcher(m_session.display());
-    return watcher.isConnected() &&
-           (!watcher.keysDown().empty() || (watcher.pointerMask() & AllButtons) != 0);
+    return watcher.isConnected() && !watcher.isNothingDown();
+}
+
+bool ServerScene::isAtRest() const
+{
+    constexpr int TwentiethOfACore = 50;
+    const int share = m_server->processorShare(std::chrono::seconds(2));
+    qInfo("%.1f %% of a core.", share / 10.0);
+    return share < TwentiethOfACore;
 }
 
 QByteArray ServerScene::problemAtEnd()

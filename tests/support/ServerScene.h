@@ -42,6 +42,9 @@ public:
     /// Clicks a push button in the lowest row of a dialog; they count from 0 at the left.
     bool clickButton(const SeenWindow &dialog, int index) const;
 
+    /// Looks on for two seconds: whether the server uses less than a twentieth of a core meanwhile.
+    bool isAtRest() const;
+
     /// Waits until no key, button or lock is on at the display, whoever set it.
     bool waitUntilNothingIsHeld() const;
 
