@@ -6,6 +6,7 @@
 #include <QThread>
 
 #include <chrono>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -47,18 +48,54 @@ void MessageHandler::installMessageHandler(QSystemTrayIcon *trayIcon)
 void MessageHandler::shutdown()
 {
     qInstallMessageHandler(previousHandler);
+    forgetWaiting();
+}
+
+void MessageHandler::holdBalloons()
+{
+    isHolding = true;
+}
+
+void MessageHandler::releaseBalloons()
+{
+    isHolding = false;
+    const QStringList texts = std::exchange(waiting, {});
+    for (const QString &text : texts) {
+        show(text);
+    }
+}
+
+void MessageHandler::show(const QString &text)
+{
+    if (!isHolding) {
+        if (trayIconRef != nullptr) {
+            showBalloon(trayIconRef, text);
+        }
+        return;
+    }
+    waiting.append(shortened(text));
+    if (waiting.size() > maximumWaiting) {
+        waiting.removeFirst();
+    }
+}
+
+void MessageHandler::forgetWaiting()
+{
+    isHolding = false;
+    waiting.clear();
 }
 
 void MessageHandlerOutput(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
-    QSystemTrayIcon *trayIcon = MessageHandler::instance()->trayIcon();
+    MessageHandler *handler = MessageHandler::instance();
+    QSystemTrayIcon *trayIcon = handler->trayIcon();
     if (trayIcon == nullptr || type != QtWarningMsg) {
         return;
     }
     if (QThread::currentThread() == trayIcon->thread()) {
-        showBalloon(trayIcon, text);
+        handler->show(text);
     } else {
         QMetaObject::invokeMethod(
-            trayIcon, [trayIcon, text] { showBalloon(trayIcon, text); }, Qt::QueuedConnection);
+            trayIcon, [handler, text] { handler->show(text); }, Qt::QueuedConnection);
     }
 }

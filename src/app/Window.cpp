@@ -4,24 +4,21 @@
 #include "app/Window.h"
 
 #include "app/MessageHandler.h"
+#include "app/TrayPlacement.h"
 #include "messages/Messages.h"
 #include "preferences/ConfigDialog.h"
 #include "startup/settingsManagerMac.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QCloseEvent>
-#include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QDesktopServices>
 #include <QIcon>
 #include <QMenu>
 #include <QMessageBox>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QThread>
 #include <QUrl>
-
-#include <chrono>
 
 using namespace Qt::StringLiterals;
 
@@ -47,21 +44,20 @@ QString redLight()
     return u":/images/led_rosso.png"_s;
 }
 
-constexpr std::chrono::milliseconds placingTime(1'000);
-constexpr std::chrono::milliseconds placingPause(5);
-
-/// Waits until a tray has taken the icon's window in, at most `placingTime`: a balloon that is
-/// shown before that points at the corner of the screen. Where the icon is not a window of ours
-/// there is no geometry, and nothing to wait for.
-void waitUntilPlaced(const QSystemTrayIcon &icon)
+void raiseWindow(QWidget &window)
 {
-    const QDeadlineTimer limit(placingTime);
-    const auto isAtOrigin = [&icon] {
-        return icon.geometry().isValid() && icon.geometry().topLeft().isNull();
-    };
-    while (isAtOrigin() && !limit.hasExpired()) {
-        QCoreApplication::processEvents();
-        QThread::msleep(static_cast<unsigned long>(placingPause.count()));
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.raise();
+    window.activateWindow();
+}
+
+/// What blocks the dialog, such as its own file dialog, stays above it and gets the keys.
+void bringToFront(QWidget &dialog)
+{
+    raiseWindow(dialog);
+    QWidget *blocking = QApplication::activeModalWidget();
+    if (blocking != nullptr && blocking != &dialog) {
+        raiseWindow(*blocking);
     }
 }
 
@@ -82,7 +78,7 @@ Window::Window() : server(nullptr)
         updateStartupAtLogon();
     }
     trayIcon->setVisible(true);
-    waitUntilPlaced(*trayIcon);
+    holdBalloonsUntilPlaced();
     // Wanted: the server does not learn pairNeedsApproval before the preferences are closed once.
     startServer();
 }
@@ -134,6 +130,17 @@ void Window::createTrayIcon()
 
     messageHandler = MessageHandler::instance();
     messageHandler->installMessageHandler(trayIcon);
+}
+
+/// The server does not wait for that: a choice in the menu meanwhile finds it running.
+void Window::holdBalloonsUntilPlaced()
+{
+    if (!TrayPlacement::isOpen(*trayIcon)) {
+        return;
+    }
+    messageHandler->holdBalloons();
+    connect(new TrayPlacement(trayIcon), &TrayPlacement::settled, this,
+            [this] { messageHandler->releaseBalloons(); });
 }
 
 void Window::setIcon(QString iconName)
@@ -196,8 +203,15 @@ void Window::closeEvent(QCloseEvent *event)
 
 void Window::aboutDialog()
 {
+    if (aboutBox != nullptr) {
+        bringToFront(*aboutBox);
+        return;
+    }
     // Wanted: this title, and a version that is not the application's.
-    QMessageBox::information(this, tr("QMessageBox::information()"), tr("Vorna Server v1.1"));
+    QMessageBox box(QMessageBox::Information, tr("QMessageBox::information()"),
+                    tr("Vorna Server v1.1"), QMessageBox::Ok, this);
+    aboutBox = &box;
+    box.exec();
 }
 
 void Window::openWebsite()
@@ -221,14 +235,23 @@ void Window::update(QString paramName, QVariant value)
 
 void Window::openPreferencesDialog()
 {
+    if (preferences != nullptr) {
+        bringToFront(*preferences);
+        return;
+    }
     ConfigDialog dialog({{u"PairApproval"_s, pairNeedsApproval},
                          {u"Logon"_s, startAtLogon},
                          {u"Download"_s, downloadDirectory}});
     connect(&dialog, SIGNAL(updateSignal(QString, QVariant)), this,
             SLOT(update(QString, QVariant)));
+    preferences = &dialog;
     // Wanted: however the dialog is closed, its values are taken.
     dialog.exec();
-    const QVariantMap parameters = dialog.property("parameters").toMap();
+    takePreferences(dialog.property("parameters").toMap());
+}
+
+void Window::takePreferences(const QVariantMap &parameters)
+{
     pairNeedsApproval = parameters.value(u"PairApproval"_s).toBool();
     startAtLogon = parameters.value(u"Logon"_s).toBool();
     downloadDirectory = parameters.value(u"Download"_s).toString();

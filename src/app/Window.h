@@ -8,11 +8,14 @@
 #include <QDialog>
 #include <QHash>
 #include <QIcon>
+#include <QPointer>
 #include <QSystemTrayIcon>
 
+class ConfigDialog;
 class MessageHandler;
 class QAction;
 class QMenu;
+class QMessageBox;
 
 /// The application as the user sees it: an icon in the tray whose light tells the server's state,
 /// with a menu. It is a dialog that is never shown, so that boxes have a parent.
@@ -25,6 +28,9 @@ public:
     Window();
     ~Window() override;
 
+    /// The port that the server listens on; 0 while it does not.
+    quint16 listeningPort() const { return server.serverPort(); }
+
 public slots:
     /// Live changes from the preferences dialog.
     void update(QString paramName, QVariant value);
@@ -32,11 +38,14 @@ public slots:
     /// Wanted: nothing. The tray opens the menu by itself.
     void iconActivated(QSystemTrayIcon::ActivationReason reason);
     void updateStartupAtLogon();
+    /// Returns when the box is closed. While one is open, brings it to the front instead.
     void aboutDialog();
     void openWebsite();
     /// Starts the server, or stops it when it runs.
     void startServer();
     void stopServer();
+    /// Returns when the dialog is closed and its values are taken. While one is open, brings it to
+    /// the front instead.
     void openPreferencesDialog();
     void connectionStatus(bool connected);
 
@@ -48,6 +57,8 @@ private:
                           const char *slot);
     void createActions();
     void createTrayIcon();
+    void holdBalloonsUntilPlaced();
+    void takePreferences(const QVariantMap &parameters);
     void restoreApplicationSettings();
     void storeApplicationSettings();
 
@@ -66,4 +77,6 @@ private:
     QSystemTrayIcon *trayIcon = nullptr;
     MessageHandler *messageHandler = nullptr;
     QMenu *trayIconMenu = nullptr;
+    QPointer<QMessageBox> aboutBox;     // the one that is open
+    QPointer<ConfigDialog> preferences; // the one that is open, until its values are taken
 };

@@ -2,8 +2,11 @@
 // SPDX-License-Identifier: MIT
 
 #include "app/CocoaInitializer.h"
+#include "app/CommandLine.h"
+#include "app/ToolkitStart.h"
 #include "app/Window.h"
 #include "platform/DescriptorLimit.h"
+#include "platform/Terminal.h"
 #include "platform/TerminationSignals.h"
 #include "platform/TrayHost.h"
 
@@ -13,41 +16,106 @@
 #include <QPixmapCache>
 #include <QSystemTrayIcon>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <memory>
 
 using namespace std::chrono_literals;
 
 extern int qInitResources_VornaServer();
 
-int main(int argc, char **argv)
+namespace {
+
+constexpr char version[] = "1.0";
+
+enum Status { Success = 0, Failure = 1, WrongUsage = 2 };
+
+void print(FILE *stream, const QString &text)
 {
-    qInitResources_VornaServer();
+    std::fputs(qPrintable(text), stream);
+}
+
+Status answer(const CommandLine &line)
+{
+    switch (line.request) {
+    case CommandLine::Request::ShowHelp:
+        print(stdout, helpText());
+        return Success;
+    case CommandLine::Request::ShowVersion:
+        print(stdout, QStringLiteral("VornaServer %1\n").arg(version));
+        return Success;
+    default:
+        print(stderr, QStringLiteral("VornaServer: %1\n").arg(line.refusal));
+        return WrongUsage;
+    }
+}
+
+std::unique_ptr<QApplication> makeApplication(int &argc, char **argv, const CommandLine &line)
+{
+    platform::adoptDisplay(line.display);
     // The compatibility library of Avahi otherwise complains into the user's log.
     qputenv("AVAHI_COMPAT_NOWARN", "1");
-    QApplication application(argc, argv);
+    const ToolkitStart start(line.display);
+    return std::make_unique<QApplication>(argc, argv);
+}
+
+void describeApplication()
+{
+    QCoreApplication::setOrganizationName("Ostrovane");
+    QCoreApplication::setApplicationName("VornaServer");
+    QCoreApplication::setApplicationVersion(version);
+    // Small, since every balloon is a window too and hands it to the X server.
+    QApplication::setWindowIcon(QIcon(":/images/led_arancio.png").pixmap(48));
     // Every balloon draws its icons under names of its own, and the toolkit's cache never forgets a
     // name. There is little else here to keep.
     QPixmapCache::setCacheLimit(0);
-    QCoreApplication::setOrganizationName("Ostrovane");
-    QCoreApplication::setApplicationName("VornaServer");
-    QCoreApplication::setApplicationVersion("1.0");
-    // Small, since every balloon is a window too and hands it to the X server.
-    QApplication::setWindowIcon(QIcon(":/images/led_arancio.png").pixmap(48));
+}
 
-    platform::raiseDescriptorLimit();
-    const platform::TerminationSignals terminationSignals;
-    platform::waitForTrayHost(10s);
-    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
-        QMessageBox::critical(nullptr, QObject::tr("VornaServer"),
-                              QObject::tr("I couldn't detect any System tray on this system."));
-        return 1;
+Status refuseWithoutTray()
+{
+    const QString text = QObject::tr("I couldn't detect any System tray on this system.");
+    if (platform::isErrorOutputRead()) {
+        print(stderr, text + QObject::tr("\nGNOME shows tray icons only with an extension, such as "
+                                         "AppIndicator.\n"));
     }
-    QApplication::setQuitOnLastWindowClosed(false);
+    QMessageBox::critical(nullptr, QObject::tr("VornaServer"), text);
+    return Failure;
+}
 
+int run()
+{
     auto cocoa = std::make_unique<CocoaInitializer>();
     Window window;
+    if (platform::isErrorOutputRead() && window.listeningPort() != 0) {
+        print(stderr, QObject::tr("Listening on port %1.\n").arg(window.listeningPort()));
+    }
     const int result = QApplication::exec();
     cocoa.reset();
     return result;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    platform::TerminationSignals termination;
+    qInitResources_VornaServer();
+    const CommandLine line = readCommandLine(QByteArrayList(argv + std::min(argc, 1), argv + argc));
+    if (line.request != CommandLine::Request::Run) {
+        return answer(line);
+    }
+    const std::unique_ptr<QApplication> application = makeApplication(argc, argv, line);
+    termination.endEventLoops();
+    describeApplication();
+    platform::raiseDescriptorLimit();
+    platform::waitForTrayHost(10s);
+    if (termination.haveCome()) {
+        return Success;
+    }
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        return refuseWithoutTray();
+    }
+    QApplication::setQuitOnLastWindowClosed(false);
+    return run();
 }

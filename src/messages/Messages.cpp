@@ -9,9 +9,11 @@ namespace Messages {
 
 QString streamed(std::initializer_list<QString> items)
 {
+    // Appended singly: a diagnostic may hold a token of 1 MiB, and each copy would take its time.
     QString text;
     for (const QString &item : items) {
-        text += item + u' ';
+        text += item;
+        text += u' ';
     }
     return text;
 }

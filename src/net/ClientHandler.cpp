@@ -5,6 +5,8 @@
 
 #include "messages/Messages.h"
 #include "net/DownloadPath.h"
+#include "net/ReadingTurns.h"
+#include "platform/Sockets.h"
 
 #include <QDebug>
 #include <QPointer>
@@ -22,9 +24,15 @@ namespace {
 /// Answers that a peer may leave unread before the next one closes the connection, in bytes.
 constexpr qint64 maximumUnsent = 4 * 1024 * 1024;
 
-/// What one read takes of a token: the system may have collected 32 MiB, and all the others would
-/// wait while they are taken apart. No network delivers so much in one piece.
-constexpr qint64 tokenPieceSize = 64 * 1024;
+/// What a connection in token mode may hold unread in this process, and what is taken apart at
+/// once. More takes turns with other connections.
+constexpr qint64 shortReadSize = 8 * 1024;
+
+/// The most that one read takes for a token. The system may have collected 32 MiB.
+constexpr qint64 longReadSize = 1024 * 1024;
+
+/// What is taken apart in one turn, in characters: less than a millisecond's work.
+constexpr qsizetype turnEffort = 64 * 1024;
 
 /// What one read takes of a file: more would be copied through memory that no cache of the
 /// processor holds.
@@ -56,8 +64,22 @@ QString nameOf(QAbstractSocket::SocketError error)
 
 } // namespace
 
-ClientHandler::ClientHandler(QTcpSocket *acceptedSocket) : socket(acceptedSocket)
+struct ClientHandler::LongRead
 {
+    explicit LongRead(const QByteArray &bytes) : chunk(bytes), reader(chunk) {}
+
+    QByteArray chunk;
+    TokenText::Reader reader;
+};
+
+ClientHandler::ClientHandler(QTcpSocket *acceptedSocket, ReadingTurns *sharedTurns)
+    : socket(acceptedSocket)
+    , turns(sharedTurns)
+{
+    if (turns == nullptr) {
+        turns = new ReadingTurns;
+        turns->setParent(this);
+    }
     connect(socket, SIGNAL(disconnected()), this, SLOT(disconnected()));
     // Queued, so that no signal of the socket is on its way while a token is carried out: a pairing
     // dialog runs an event loop there, in which this peer's next tokens must be read too, and in
@@ -68,6 +90,8 @@ ClientHandler::ClientHandler(QTcpSocket *acceptedSocket) : socket(acceptedSocket
     limitNextRead();
 }
 
+ClientHandler::~ClientHandler() = default;
+
 void ClientHandler::acceptPair(bool accepted)
 {
     [[maybe_unused]] const QString response = accepted ? u"OK"_s : u"ERROR"_s;
@@ -75,10 +99,14 @@ void ClientHandler::acceptPair(bool accepted)
 
 bool ClientHandler::parseToken()
 {
-    const TokenText::Reading reading =
+    return isToken(
         TokenText::read(receiveBuffer, [this](const QString &key, const QVariant &value) {
             storeEntry(key, value);
-        });
+        }));
+}
+
+bool ClientHandler::isToken(const TokenText::Reading &reading) const
+{
     switch (reading.result) {
     case TokenText::ReadResult::NotAToken:
         return false;
@@ -128,17 +156,35 @@ void ClientHandler::setFileToTransfer(QString fileName, quint64 size)
 
 void ClientHandler::disconnected()
 {
+    // What the peer sent before it left is still carried out. A socket that was closed on this side
+    // has nothing more to give.
+    if (isReadingPaused && socket->isOpen()) {
+        hasPeerLeft = true;
+        return;
+    }
     Messages::warning({u"Device Disconnected"_s});
     deleteLater();
 }
 
 void ClientHandler::readyRead()
 {
-    const QPointer<ClientHandler> self(this);
+    if (isReadingPaused) {
+        return;
+    }
+    if (!isReceivingFile() && socket->bytesAvailable() >= shortReadSize) {
+        beginLongRead();
+        return;
+    }
     // Assigned, not appended: when this call runs inside the dispatch of an earlier token, that
     // token has been read already.
     receiveBuffer = socket->isOpen() ? socket->read(socket->bytesAvailable()) : QByteArray();
-    if (!isReceivingFile() && parseToken()) {
+    handleChunk(!isReceivingFile() && parseToken());
+}
+
+void ClientHandler::handleChunk(bool isToken)
+{
+    const QPointer<ClientHandler> self(this);
+    if (isToken) {
         if (storedSize.isTooMuch()) {
             closeConnection(u"The device has stored too much."_s);
             return;
@@ -154,6 +200,54 @@ void ClientHandler::readyRead()
         receiveFileBytes();
     }
     receiveBuffer.clear();
+}
+
+void ClientHandler::beginLongRead()
+{
+    pauseReading();
+    turns->enter(this, [this] { return continueLongRead(); });
+}
+
+bool ClientHandler::continueLongRead()
+{
+    if (!longRead) {
+        // What has arrived by now. The socket holds only the first of it.
+        QByteArray chunk = socket->isOpen() ? socket->read(longReadSize) : QByteArray();
+        chunk += platform::takeArrived(socket->socketDescriptor(), longReadSize - chunk.size());
+        longRead = std::make_unique<LongRead>(chunk);
+        return true;
+    }
+    const auto store = [this](const QString &key, const QVariant &value) {
+        storeEntry(key, value);
+    };
+    if (longRead->reader.readSome(turnEffort, store) && !storedSize.isTooMuch()) {
+        return true;
+    }
+    const auto ended = std::move(longRead);
+    receiveBuffer = ended->chunk;
+    resumeReading();
+    handleChunk(isToken(ended->reader.reading()));
+    return false;
+}
+
+void ClientHandler::pauseReading()
+{
+    isReadingPaused = true;
+}
+
+void ClientHandler::resumeReading()
+{
+    isReadingPaused = false;
+    // From the event loop: the caller may be amid the dispatch of a token.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            readyRead();
+            if (hasPeerLeft && !isReadingPaused) {
+                disconnected();
+            }
+        },
+        Qt::QueuedConnection);
 }
 
 void ClientHandler::socketError(QAbstractSocket::SocketError error)
@@ -196,7 +290,7 @@ void ClientHandler::finishFile()
 void ClientHandler::limitNextRead()
 {
     if (!isReceivingFile()) {
-        socket->setReadBufferSize(tokenPieceSize);
+        socket->setReadBufferSize(shortReadSize);
     } else {
         socket->setReadBufferSize(bytesRemaining < filePieceSize ? 0 : filePieceSize);
     }

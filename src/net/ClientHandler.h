@@ -11,14 +11,18 @@
 #include <QFile>
 #include <QObject>
 
+#include <memory>
+
 class QTcpSocket;
+class ReadingTurns;
 
 /// One accepted connection of a handheld: turns what arrives into entries of the token map, sends
 /// the map back as the answer, and receives files.
 ///
-/// One read of the socket is one token: there is no other framing. In token mode a chunk that
-/// cannot be read as a token is dropped without an answer. In file mode, from setFileToTransfer()
-/// until more bytes than announced have arrived, every chunk goes into the file.
+/// One read of the socket is one token: there is no other framing. A read takes all that has
+/// arrived, in token mode 1 MiB at most. In token mode a chunk that cannot be read as a token is
+/// dropped without an answer. In file mode, from setFileToTransfer() until more bytes than
+/// announced have arrived, every chunk goes into the file.
 ///
 /// Deletes itself when the peer has gone. Whoever calls into it from a slot of tokenAvailable()
 /// that runs an event loop must watch it with a QPointer.
@@ -27,8 +31,11 @@ class ClientHandler : public QObject
     Q_OBJECT
 
 public:
-    /// The socket stays with its owner, which must keep it for as long as this object lives.
-    explicit ClientHandler(QTcpSocket *socket);
+    /// The socket stays with its owner, which must keep it for as long as this object lives. The
+    /// turns are those that all connections of a server take, and live longer too; without them the
+    /// connection makes its own.
+    explicit ClientHandler(QTcpSocket *socket, ReadingTurns *turns = nullptr);
+    ~ClientHandler() override;
 
     /// Requests and answers; never cleared, so every answer carries all that is in it.
     TokenMap token;
@@ -47,6 +54,11 @@ public:
     /// that would lie outside the directory takes nothing, and the transfer does not end.
     void setFileToTransfer(QString fileName, quint64 size);
 
+    /// Nothing more is read of the peer until resumeReading(): what it sends meanwhile waits in the
+    /// system, and that it has left is noticed afterwards. Must not be called twice.
+    void pauseReading();
+    void resumeReading();
+
 signals:
     /// A chunk was read as a token and is in the map.
     void tokenAvailable();
@@ -60,17 +72,27 @@ private slots:
 
 private:
     bool isReceivingFile() const { return !filePath.isEmpty(); }
+    void beginLongRead();
+    bool continueLongRead();
+    void handleChunk(bool isToken);
+    bool isToken(const TokenText::Reading &reading) const;
     void storeEntry(const QString &key, const QVariant &value);
     void receiveFileBytes();
     void finishFile();
     void limitNextRead();
     void closeConnection(const QString &reason);
 
+    struct LongRead;
+
     QTcpSocket *socket;
-    QByteArray receiveBuffer; // empty between two calls of readyRead()
+    QByteArray receiveBuffer; // empty between two reads
     QString filePath;         // empty in token mode
     quint64 fileSize = 0;
     qint64 bytesRemaining = 0; // below zero once more than announced was written
     QFile file;
     StoredSize storedSize;
+    ReadingTurns *turns;
+    std::unique_ptr<LongRead> longRead; // a token that is being taken apart
+    bool isReadingPaused = false;
+    bool hasPeerLeft = false; // while reading was paused
 };

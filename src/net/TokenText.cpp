@@ -3,9 +3,9 @@
 
 #include "net/TokenText.h"
 
-#include <QStringList>
-
 #include <algorithm>
+#include <limits>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -42,73 +42,9 @@ QString bodyOf(QString text)
     return body;
 }
 
-/// The stretch in which ';' does not end an entry. Only the first pair of markers counts.
-struct IgnoreStretch
-{
-    explicit IgnoreStretch(const QString &body)
-        : start(body.indexOf(ignoreStartMarker))
-        , end(body.indexOf(ignoreEndMarker))
-    {
-    }
-
-    bool contains(qsizetype position) const
-    {
-        return start != -1 && start <= position && position <= end;
-    }
-
-    bool hasMarkers() const { return start != -1 || end != -1; }
-
-    qsizetype start;
-    qsizetype end;
-};
-
-/// A value that opens a bracket is a list, closed or not. Wanted: its last character goes whatever
-/// it is.
-QVariant valueOf(QStringView text)
-{
-    if (!text.startsWith(u'(')) {
-        return text.toString();
-    }
-    text.chop(1);
-    return text.mid(1).trimmed().toString().split(itemSeparator);
-}
-
-void visitSegment(QStringView segment, const EntryVisitor &visit)
-{
-    const qsizetype equals = segment.indexOf(equalsSign);
-    // Wanted: without an equals sign the whole segment is the key, and the value starts at its
-    // third character.
-    const QStringView key = equals < 0 ? segment : segment.left(equals);
-    const qsizetype valueStart = std::min(equals + equalsSign.size(), segment.size());
-    visit(key.trimmed().toString(), valueOf(segment.mid(valueStart).trimmed()));
-}
-
-QString withoutMarkers(QStringView segment)
-{
-    return segment.toString().remove(ignoreStartMarker).remove(ignoreEndMarker);
-}
-
-void visitSegments(const QString &body, const EntryVisitor &visit)
-{
-    const IgnoreStretch ignored(body);
-    const auto visitOne = [&](QStringView segment) {
-        if (ignored.hasMarkers()) {
-            visitSegment(withoutMarkers(segment), visit);
-        } else {
-            visitSegment(segment, visit);
-        }
-    };
-    const QStringView text(body);
-    qsizetype begin = 0;
-    // Wanted: a ';' in front of everything never splits.
-    for (qsizetype end = body.indexOf(u';', 1); end != -1; end = body.indexOf(u';', end + 1)) {
-        if (!ignored.contains(end)) {
-            visitOne(text.mid(begin, end - begin));
-            begin = end + 1;
-        }
-    }
-    visitOne(text.mid(begin));
-}
+/// What an entry costs beyond its characters: it is a key and a value in memory, and one more in
+/// the map.
+constexpr qsizetype entryEffort = 64;
 
 void appendList(QString &text, const QStringList &items)
 {
@@ -126,25 +62,122 @@ void appendList(QString &text, const QStringList &items)
 
 } // namespace
 
-Reading read(QByteArrayView chunk, const EntryVisitor &visit)
+bool Reader::readSome(qsizetype effort, const EntryVisitor &visit)
 {
-    const QString text = collapsed(chunk);
+    switch (step) {
+    case Step::Collapse:
+        found.text = collapsed(chunk);
+        step = Step::Find;
+        return true;
+    case Step::Find:
+        findToken();
+        step = Step::Visit;
+        break;
+    case Step::Visit:
+        visitSome(effort, visit);
+        break;
+    }
+    return isInList || segmentBegin >= 0;
+}
+
+void Reader::findToken()
+{
+    const QString &text = found.text;
     const qsizetype open = text.indexOf(openingBrace);
     const qsizetype close = text.lastIndexOf(closingBrace);
     if (open == -1 || close == -1) {
-        return {ReadResult::NotAToken, text};
+        return;
     }
     if (open > close) {
-        return {ReadResult::Reversed, text};
+        found.result = ReadResult::Reversed;
+        return;
     }
     const qsizetype brace = open == 0 ? close : braceAfterPrefix(text);
     if (close <= brace) {
-        visitSegments(bodyOf(text), visit);
-        return {ReadResult::Token, text};
+        found.result = ReadResult::Token;
+        body = bodyOf(text);
+    } else {
+        found.result = ReadResult::TokenWithPrefix;
+        const qsizetype begin = std::max<qsizetype>(brace, 0);
+        body = bodyOf(text.mid(begin, close + closingBrace.size() - begin));
     }
-    const qsizetype begin = std::max<qsizetype>(brace, 0);
-    visitSegments(bodyOf(text.mid(begin, close + closingBrace.size() - begin)), visit);
-    return {ReadResult::TokenWithPrefix, text};
+    // Only the first pair of markers counts.
+    ignored = {body.indexOf(ignoreStartMarker), body.indexOf(ignoreEndMarker)};
+    segmentBegin = 0;
+}
+
+void Reader::visitSome(qsizetype effort, const EntryVisitor &visit)
+{
+    while (effort > 0 && (isInList || segmentBegin >= 0)) {
+        effort -= entryEffort + (isInList ? takeItem(visit) : beginSegment(visit));
+    }
+}
+
+/// Cuts the next entry off the body; `storage` holds it where markers had to be taken out. Wanted:
+/// a
+/// ';' in front of everything never splits.
+QStringView Reader::nextSegment(QString &storage)
+{
+    qsizetype end = body.indexOf(u';', std::max<qsizetype>(segmentBegin, 1));
+    if (end != -1 && ignored->contains(end)) {
+        end = body.indexOf(u';', ignored->end + 1);
+    }
+    const QStringView segment =
+        QStringView(body).mid(segmentBegin, end < 0 ? -1 : end - segmentBegin);
+    segmentBegin = end < 0 ? -1 : end + 1;
+    if (!ignored->hasMarkers()) {
+        return segment;
+    }
+    storage = segment.toString().remove(ignoreStartMarker).remove(ignoreEndMarker);
+    return storage;
+}
+
+/// Visits the next entry unless it is a list, whose items are taken one by one. Returns the number
+/// of characters.
+qsizetype Reader::beginSegment(const EntryVisitor &visit)
+{
+    QString storage;
+    const QStringView segment = nextSegment(storage);
+    const qsizetype equals = segment.indexOf(equalsSign);
+    // Wanted: without an equals sign the whole segment is the key, and the value starts at its
+    // third character.
+    const QStringView key = equals < 0 ? segment : segment.left(equals);
+    const qsizetype valueStart = std::min(equals + equalsSign.size(), segment.size());
+    QStringView value = segment.mid(valueStart).trimmed();
+    if (!value.startsWith(u'(')) {
+        visit(key.trimmed().toString(), value.toString());
+        return segment.size();
+    }
+    // A value that opens a bracket is a list, closed or not. Wanted: its last character goes
+    // whatever it is.
+    value.chop(1);
+    listKey = key.trimmed().toString();
+    listText = value.mid(1).trimmed().toString();
+    itemBegin = 0;
+    isInList = true;
+    return segment.size();
+}
+
+/// Takes one item, and visits the list after its last one. Returns the number of characters.
+qsizetype Reader::takeItem(const EntryVisitor &visit)
+{
+    const qsizetype end = listText.indexOf(itemSeparator, itemBegin);
+    items.append(listText.mid(itemBegin, end < 0 ? -1 : end - itemBegin));
+    itemBegin = end + itemSeparator.size();
+    const qsizetype size = items.last().size();
+    if (end < 0) {
+        isInList = false;
+        visit(std::exchange(listKey, {}), std::exchange(items, {}));
+    }
+    return size;
+}
+
+Reading read(QByteArrayView chunk, const EntryVisitor &visit)
+{
+    Reader reader(chunk);
+    while (reader.readSome(std::numeric_limits<qsizetype>::max(), visit)) {
+    }
+    return reader.reading();
 }
 
 QString write(const TokenMap &token)

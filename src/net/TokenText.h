@@ -6,9 +6,11 @@
 #include <QByteArrayView>
 #include <QHash>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
 #include <functional>
+#include <optional>
 
 /// The entries of one connection: the request, the answer, and what earlier messages left there.
 /// A value is a string list or else a single string.
@@ -36,8 +38,57 @@ struct Reading
 /// Called once an entry, in the order of the text; a key may come twice.
 using EntryVisitor = std::function<void(const QString &key, const QVariant &value)>;
 
-/// Reads one chunk of bytes (Latin-1, up to the first NUL) and visits its entries. Any bytes are
-/// allowed; there is no limit on their number.
+/// Reads one chunk of bytes (Latin-1, up to the first NUL) in steps, so that a long one need not
+/// hold up the event loop. Any bytes are allowed; there is no limit on their number.
+class Reader
+{
+public:
+    /// The bytes must outlive the reader.
+    explicit Reader(QByteArrayView bytes) : chunk(bytes) {}
+
+    /// Does the next step; false after the last one. The first two look for the token and take
+    /// about 2 ms each for a MiB, whatever is in it. Each further one visits entries, for about
+    /// `effort` characters of text; entries cost more than their characters, so many small ones end
+    /// a step sooner.
+    bool readSome(qsizetype effort, const EntryVisitor &visit);
+    /// What was found; known after the last step.
+    const Reading &reading() const { return found; }
+
+private:
+    /// The stretch in which ';' does not end an entry; -1 stands for a marker that is not there.
+    struct IgnoreStretch
+    {
+        qsizetype start;
+        qsizetype end;
+
+        bool contains(qsizetype position) const
+        {
+            return start != -1 && start <= position && position <= end;
+        }
+        bool hasMarkers() const { return start != -1 || end != -1; }
+    };
+
+    void findToken();
+    void visitSome(qsizetype effort, const EntryVisitor &visit);
+    qsizetype beginSegment(const EntryVisitor &visit);
+    qsizetype takeItem(const EntryVisitor &visit);
+    QStringView nextSegment(QString &storage);
+
+    QByteArrayView chunk; // as it was given
+    enum class Step { Collapse, Find, Visit } step = Step::Collapse;
+    Reading found;
+    QString body;                         // the entries, without braces and quotes
+    std::optional<IgnoreStretch> ignored; // of the body
+    qsizetype segmentBegin = -1;          // of the next entry in the body; -1 when none is left
+    // A list whose items are being taken.
+    bool isInList = false;
+    QString listKey;
+    QString listText;
+    qsizetype itemBegin = 0;
+    QStringList items;
+};
+
+/// Reads a whole chunk at once.
 Reading read(QByteArrayView chunk, const EntryVisitor &visit);
 
 /// The whole map in the server's form, in the map's own order.

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <QByteArray>
 #include <QtGlobal>
 
 namespace platform {
@@ -14,6 +15,10 @@ void tuneAcceptedSocket(qintptr descriptor);
 /// How many more descriptors this process may open, given one that it has just been handed: the
 /// system always hands out the lowest free number.
 int descriptorsLeftAfter(qintptr descriptor);
+
+/// Takes at most `size` bytes that have arrived at the socket; never waits. Empty when nothing has,
+/// and at the end or an error of the connection, which the socket goes on showing.
+QByteArray takeArrived(qintptr descriptor, qsizetype size);
 
 /// Keeps every descriptor that is open now, but the three standard streams, from the programs that
 /// this process starts.

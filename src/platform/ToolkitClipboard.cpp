@@ -7,6 +7,8 @@
 #include <QGuiApplication>
 #include <QMimeData>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 
 void ToolkitClipboard::setText(const QString &text)
@@ -17,7 +19,8 @@ void ToolkitClipboard::setText(const QString &text)
 void ToolkitClipboard::requestText(TextReceiver receiver)
 {
     const QMimeData *data = QGuiApplication::clipboard()->mimeData(QClipboard::Clipboard);
-    const bool hasText = data != nullptr && data->hasText();
+    // Wanted: not hasText(), for which a list of files is text too.
+    const bool hasText = data != nullptr && data->hasFormat(u"text/plain"_s);
     receiver(hasText ? std::optional(data->text()) : std::nullopt);
 }
 

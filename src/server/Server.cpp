@@ -12,6 +12,7 @@
 #include "net/ClientHandler.h"
 #include "platform/AdvertisementDaemon.h"
 #include "platform/Clipboard.h"
+#include "platform/Screens.h"
 #include "platform/Sockets.h"
 
 #include <QCoreApplication>
@@ -87,6 +88,7 @@ Server::Server(QObject *parent) : QTcpServer(parent)
     applicationManager = std::make_unique<TKApplicationManager>(
         new TKApplicationManagerMac(interactionManager.get()));
     clipboard = platform::makeClipboard();
+    screens = platform::makeScreens();
     daemonWatch = platform::watchAdvertisementDaemon([this] {
         if (isListening()) {
             delete serviceRegister;
@@ -110,6 +112,8 @@ Server::~Server()
 
 bool Server::startServer()
 {
+    // A run that was stopped while descriptors were short leaves a queue without a place.
+    setMaxPendingConnections(maximumPending);
     if (!listen(QHostAddress(QHostAddress::AnyIPv4), 0)) {
         close();
         return false;
@@ -213,7 +217,7 @@ void Server::manageConnections()
     if (socket == nullptr) {
         return;
     }
-    auto *handler = new ClientHandler(socket);
+    auto *handler = new ClientHandler(socket, &readingTurns);
     connect(handler, SIGNAL(tokenAvailable()), this, SLOT(serveClient()));
     connect(handler, SIGNAL(showFile(QString)), this, SLOT(showFile(QString)));
     connect(handler, SIGNAL(destroyed()), this, SLOT(clientDisconnected()));

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "net/ReadingTurns.h"
+
 #include <QPointer>
 #include <QStringList>
 #include <QTcpServer>
@@ -18,6 +20,7 @@ class TKApplicationManager;
 namespace platform {
 class AdvertisementDaemonWatch;
 class Clipboard;
+class Screens;
 } // namespace platform
 
 /// The listening side: accepts handhelds at a port chosen by the system, advertises it by DNS-SD,
@@ -87,9 +90,11 @@ private:
     std::unique_ptr<TKApplicationManager> applicationManager;
     std::unique_ptr<InteractionManager> interactionManager;
     std::unique_ptr<platform::Clipboard> clipboard;
+    std::unique_ptr<platform::Screens> screens;
     bool needsPairingApproval = false;
     QStringList pairedDevices; // in the order in which they were accepted
     QPointer<BonjourServiceRegister> serviceRegister;
     std::unique_ptr<platform::AdvertisementDaemonWatch> daemonWatch;
     int openQuestions = 0;
+    ReadingTurns readingTurns; // outlives the connections, which the destructor ends
 };

@@ -7,15 +7,13 @@
 #include "messages/Messages.h"
 #include "net/ClientHandler.h"
 #include "platform/Clipboard.h"
+#include "platform/Screens.h"
 #include "server/Server.h"
 
 #include <QDesktopServices>
-#include <QGuiApplication>
-#include <QScreen>
 #include <QUrl>
 
 #include <array>
-#include <exception>
 
 using namespace Qt::StringLiterals;
 
@@ -39,12 +37,6 @@ QStringList parameters(const ClientHandler &client)
 void setParameters(ClientHandler &client, const QStringList &values)
 {
     client.token.insert(u"cmdParameters"_s, values);
-}
-
-QSize desktopSize()
-{
-    const QScreen *screen = QGuiApplication::primaryScreen();
-    return screen == nullptr ? QSize(0, 0) : screen->virtualSize();
 }
 
 } // namespace
@@ -117,7 +109,9 @@ void Server::serveText(ClientHandler &client)
 
 void Server::serveClipboardRequest(ClientHandler &client)
 {
-    // The text may come later, and the device may be gone by then.
+    // The text may come later, and the device may be gone by then. A command that came in between
+    // would change the map that the answer is made of.
+    client.pauseReading();
     clipboard->requestText([present = QPointer(&client)](const std::optional<QString> &found) {
         if (present.isNull()) {
             return;
@@ -126,6 +120,7 @@ void Server::serveClipboardRequest(ClientHandler &client)
             setParameters(*present, {*found});
         }
         answer(*present, found ? u"OK"_s : u"ERROR"_s);
+        present->resumeReading();
     });
 }
 
@@ -144,7 +139,7 @@ void Server::serveFile(ClientHandler &client)
 
 void Server::serveServerInfo(ClientHandler &client)
 {
-    const QSize size = desktopSize();
+    const QSize size = screens->desktopSize();
     // Wanted: the height comes first, and the platform's name is the same everywhere.
     setParameters(client,
                   {QString::number(size.height()), QString::number(size.width()), u"MAC-OSX"_s});
@@ -189,7 +184,7 @@ void Server::movePointer(const ClientHandler &client)
     }
     try {
         interactionManager->moveMouseWithOffset(offset[0].toInt(), offset[1].toInt());
-    } catch (const std::exception &) {
+    } catch (...) {
         Messages::debug({u"Bad parameters array..."_s});
     }
 }

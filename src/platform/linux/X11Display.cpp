@@ -89,6 +89,15 @@ bool X11Display::canFakeInput() const
            hasExtension(connection(), &xcb_xkb_id);
 }
 
+void ignoreServerGrabs(xcb_connection_t *connection)
+{
+    // A request of an extension that is not there would end the connection.
+    if (hasExtension(connection, &xcb_test_id)) {
+        constexpr uint8_t impervious = 1;
+        xcb_test_grab_control(connection, impervious);
+    }
+}
+
 xcb_window_t X11Display::root() const
 {
     return defaultScreen(connection(), screen)->root;

@@ -31,4 +31,8 @@ private:
     XcbConnection xcb;
 };
 
+/// Lets requests on this connection be answered even while another program keeps the display server
+/// for itself. Does nothing where the server lacks XTEST.
+void ignoreServerGrabs(xcb_connection_t *connection);
+
 } // namespace platform

@@ -27,10 +27,8 @@ X11EventServices::X11EventServices(X11Display openDisplay)
     , pointer(display.connection(), display.root())
     , notifier(xcb_get_file_descriptor(display.connection()), QSocketNotifier::Read)
 {
-    // Open menus and window managers hold the server for themselves. Without this our requests
-    // would wait until they are done.
-    constexpr std::uint8_t impervious = 1;
-    xcb_test_grab_control(display.connection(), impervious);
+    // Open menus and window managers hold the server for themselves.
+    ignoreServerGrabs(display.connection());
     QObject::connect(&notifier, &QSocketNotifier::activated, &notifier, [this] { takeInEvents(); });
     flush();
 }

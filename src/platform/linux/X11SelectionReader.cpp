@@ -4,12 +4,9 @@
 #include "platform/linux/X11SelectionReader.h"
 
 #include "platform/linux/X11Atoms.h"
+#include "platform/linux/X11Display.h"
 
 #include <QSocketNotifier>
-#include <QStringList>
-#include <QUrl>
-
-#include <xcb/xtest.h>
 
 #include <algorithm>
 #include <chrono>
@@ -25,22 +22,9 @@ namespace {
 /// How long the owner of the clipboard may be silent.
 constexpr auto ownerSilence = 1s;
 
-/// What plain text is offered as, the best first. A list of files is text too: their addresses.
+/// What plain text is offered as, the best first. Wanted: a list of files is no text.
 constexpr std::array textTargetNames = {"UTF8_STRING", "text/plain;charset=utf-8", "STRING",
-                                        "text/plain", "text/uri-list"};
-constexpr size_t addressList = textTargetNames.size() - 1;
-
-QString addresses(const QByteArray &list)
-{
-    QStringList lines;
-    for (const QByteArray &line : list.split('\n')) {
-        const QByteArray address = line.trimmed();
-        if (!address.isEmpty() && !address.startsWith('#')) {
-            lines += QUrl::fromEncoded(address).toDisplayString();
-        }
-    }
-    return lines.join(u'\n');
-}
+                                        "text/plain"};
 
 } // namespace
 
@@ -79,8 +63,7 @@ void X11SelectionReader::internAtoms()
 
 void X11SelectionReader::createWindow()
 {
-    // Answered even while another program keeps the display server for itself.
-    xcb_test_grab_control(connection.get(), 1);
+    ignoreServerGrabs(connection.get());
     window = xcb_generate_id(connection.get());
     const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
     const xcb_screen_t *screen = defaultScreen(connection.get(), screenNumber);
@@ -209,9 +192,6 @@ QByteArray X11SelectionReader::takeProperty()
 
 QString X11SelectionReader::decoded() const
 {
-    if (target == textTargets[addressList]) {
-        return addresses(received);
-    }
     return propertyType == XCB_ATOM_STRING ? QString::fromLatin1(received)
                                            : QString::fromUtf8(received);
 }

@@ -63,7 +63,7 @@ private:
     std::array<xcb_atom_t, 8> properties{};
     size_t requests = 0;
     xcb_atom_t property = XCB_ATOM_NONE;     // the present request's
-    std::array<xcb_atom_t, 5> textTargets{}; // the first that the owner offers is asked for
+    std::array<xcb_atom_t, 4> textTargets{}; // the first that the owner offers is asked for
     QTimer ownerTime;
     Step step = Step::Idle;
     xcb_atom_t target = XCB_ATOM_NONE;

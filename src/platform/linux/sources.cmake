@@ -10,6 +10,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/DesktopApplication.cpp
   platform/linux/DesktopEntry.cpp
   platform/linux/DesktopEntryBridge.cpp
+  platform/linux/DisplayAccess.cpp
   platform/linux/ExecLine.cpp
   platform/linux/KeyFile.cpp
   platform/linux/KeySigns.cpp
@@ -27,6 +28,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/X11Keyboard.cpp
   platform/linux/X11KeyboardMap.cpp
   platform/linux/X11Pointer.cpp
+  platform/linux/X11Screens.cpp
   platform/linux/X11SelectionReader.cpp
   platform/linux/X11TraySelection.cpp
   platform/linux/XInputDevices.cpp
@@ -35,6 +37,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/XkbKeyFinder.cpp
   platform/linux/makeClipboard.cpp
   platform/linux/makeEventServices.cpp
+  platform/linux/makeScreens.cpp
 )
 target_link_libraries(vornaserver
   PUBLIC Qt6::DBus PkgConfig::DNS_SD

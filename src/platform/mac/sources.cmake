@@ -15,11 +15,13 @@ target_sources(vornaserver PRIVATE
   platform/mac/AppleScriptingBridge.mm
   platform/mac/AutoLaunchList.cpp
   platform/mac/CFText.cpp
+  platform/mac/DisplayAccess.cpp
   platform/mac/LaunchAgent.cpp
   platform/mac/QuartzEventServices.cpp
   platform/mac/Sockets.cpp
   platform/mac/TrayHost.cpp
   platform/mac/makeClipboard.cpp
+  platform/mac/makeScreens.cpp
   platform/mac/makeSessionStart.cpp
 )
 target_compile_definitions(vornaserver

@@ -4,12 +4,14 @@
 #include "platform/TerminationSignals.h"
 
 #include <QCoreApplication>
+#include <QPointer>
 #include <QSocketNotifier>
 
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -18,12 +20,19 @@ namespace {
 
 constexpr std::array handledSignals = {SIGTERM, SIGINT, SIGHUP};
 
-/// Written to by the signal handler, in which little else is allowed.
+// Of the signal handlers, in which little is allowed.
 std::atomic<int> wakeUpDescriptor = -1;
+volatile std::sig_atomic_t signalHasCome = 0;
+
+void leave(int)
+{
+    _exit(EXIT_SUCCESS);
+}
 
 void wakeUp(int)
 {
     const int savedError = errno;
+    signalHasCome = 1;
     const char byte = 0;
     [[maybe_unused]] const ssize_t written = write(wakeUpDescriptor, &byte, 1);
     errno = savedError;
@@ -37,15 +46,47 @@ void handle(int signal, void (*handler)(int))
     sigaction(signal, &action, nullptr);
 }
 
+void handleAll(void (*handler)(int))
+{
+    for (const int signal : handledSignals) {
+        handle(signal, handler);
+    }
+}
+
+void letThrough()
+{
+    sigset_t signalSet;
+    sigemptyset(&signalSet);
+    for (const int signal : handledSignals) {
+        sigaddset(&signalSet, signal);
+    }
+    sigprocmask(SIG_UNBLOCK, &signalSet, nullptr);
+}
+
 } // namespace
 
 struct TerminationSignals::Private
 {
     std::array<int, 2> pipe = {-1, -1};
-    std::unique_ptr<QSocketNotifier> notifier;
+    QPointer<QSocketNotifier> notifier; // the application's; it may go first
 };
 
 TerminationSignals::TerminationSignals() : d(std::make_unique<Private>())
+{
+    handleAll(leave);
+    letThrough();
+}
+
+TerminationSignals::~TerminationSignals()
+{
+    handleAll(SIG_DFL);
+    delete d->notifier;
+    for (const int end : d->pipe) {
+        close(end);
+    }
+}
+
+void TerminationSignals::endEventLoops()
 {
     if (pipe(d->pipe.data()) != 0) {
         return;
@@ -54,25 +95,19 @@ TerminationSignals::TerminationSignals() : d(std::make_unique<Private>())
         fcntl(end, F_SETFD, FD_CLOEXEC);
         fcntl(end, F_SETFL, O_NONBLOCK);
     }
-    d->notifier = std::make_unique<QSocketNotifier>(d->pipe[0], QSocketNotifier::Read);
-    // exit() and not quit(): a window that wants to stay open has no say.
-    QObject::connect(d->notifier.get(), &QSocketNotifier::activated,
-                     [] { QCoreApplication::exit(0); });
+    d->notifier =
+        new QSocketNotifier(d->pipe[0], QSocketNotifier::Read, QCoreApplication::instance());
+    // exit() and not quit(): a window that wants to stay open has no say. Nobody reads the byte, so
+    // this is called again in every loop that is entered: exit() has no effect on later ones.
+    QObject::connect(d->notifier, &QSocketNotifier::activated, [] { QCoreApplication::exit(0); });
     wakeUpDescriptor = d->pipe[1];
-    for (const int signal : handledSignals) {
-        handle(signal, wakeUp);
-    }
+    signalHasCome = 0;
+    handleAll(wakeUp);
 }
 
-TerminationSignals::~TerminationSignals()
+bool TerminationSignals::haveCome() const
 {
-    for (const int signal : handledSignals) {
-        handle(signal, SIG_DFL);
-    }
-    d->notifier.reset();
-    for (const int end : d->pipe) {
-        close(end);
-    }
+    return signalHasCome != 0;
 }
 
 } // namespace platform

@@ -1,0 +1,44 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+
+#include <deque>
+#include <functional>
+
+/// Shares the event loop's time among connections that have much to read: in each round of the loop
+/// one of them does one step of its work, so all others wait for a step at most, however many
+/// connections have much to read. Only so many of them are at work at once, which bounds the memory
+/// that they need; the rest wait in line.
+class ReadingTurns : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr size_t maximumAtWork = 16;
+
+    /// Does one step of the work; false once there is none left.
+    using Step = std::function<bool()>;
+
+    /// Takes steps, from the event loop, until there is no more work or the worker is destroyed. A
+    /// step may run an event loop, in which the others take theirs.
+    void enter(QObject *worker, Step step);
+
+private:
+    struct Work
+    {
+        QPointer<QObject> worker;
+        Step step;
+    };
+
+    void scheduleRound();
+    void takeTurn();
+    void admitWaiting();
+
+    std::deque<Work> atWork; // the front one has the next turn
+    std::deque<Work> waiting;
+    bool isRoundScheduled = false;
+};

@@ -1,0 +1,16 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "platform/DisplayAccess.h"
+
+namespace platform {
+
+// The window server has no name to get wrong; what the toolkit says must do.
+QString displayProblem(const DisplayChoice & /*choice*/)
+{
+    return {};
+}
+
+void adoptDisplay(const DisplayChoice & /*choice*/) {}
+
+} // namespace platform
