@@ -45,8 +45,8 @@ struct Connection::Exchange
     QByteArray announcement; // for a file: what is sent instead of the request
     std::shared_ptr<QIODevice> body;
     Progress progress;
-    quint64 tag = 0;      // of the latest try; only its answer ends the exchange
-    quint64 bodySize = 0; // asked once, as it costs a system call
+    quint64 tag = 0; // of the latest try; only its answer ends the exchange
+    quint64 bodySize = 0;
     quint64 bodySent = 0;
     bool isSendingBody = false;
 };
@@ -112,12 +112,13 @@ void Connection::send(const Request &request, Done done)
 }
 
 void Connection::sendFile(const QByteArray &announcement, quint64 tag,
-                          std::shared_ptr<QIODevice> body, Progress progress, Done done)
+                          std::shared_ptr<QIODevice> body, quint64 size, Progress progress,
+                          Done done)
 {
     auto exchange = std::make_unique<Exchange>();
     exchange->announcement = announcement;
     exchange->tag = tag;
-    exchange->bodySize = static_cast<quint64>(body->size());
+    exchange->bodySize = size;
     exchange->body = std::move(body);
     exchange->progress = std::move(progress);
     exchange->done = std::move(done);
@@ -247,10 +248,14 @@ void Connection::pumpBody()
     if (!current || !current->isSendingBody) {
         return;
     }
-    while (socket.bytesToWrite() < bodyAhead && !current->body->atEnd()) {
-        const QByteArray piece = current->body->read(bodyPiece);
+    while (socket.bytesToWrite() < bodyAhead && current->bodySent < current->bodySize) {
+        const quint64 left = current->bodySize - current->bodySent;
+        const QByteArray piece =
+            current->body->read(static_cast<qint64>(std::min<quint64>(bodyPiece, left)));
         if (piece.isEmpty()) {
-            fail(u"The file cannot be read: %1"_s.arg(current->body->errorString()));
+            fail(current->body->atEnd()
+                     ? u"The file has become shorter while it was sent."_s
+                     : u"The file cannot be read: %1."_s.arg(current->body->errorString()));
             return;
         }
         socket.write(piece);
@@ -269,6 +274,7 @@ void Connection::finish(Outcome::Kind kind, const QString &problem, const Answer
     deadline.stop();
     patience.stop();
     gap.stop();
+    isAnswered = isAnswered || kind == Outcome::Kind::Done;
     const std::unique_ptr<Exchange> ended = std::move(current);
     if (ended->done) {
         ended->done({kind, answer, problem});

@@ -65,12 +65,18 @@ public:
     void open(const QString &host, quint16 port);
     void close();
     bool isOpen() const { return socket.state() == QAbstractSocket::ConnectedState; }
+    /// Whether a server has answered, so that it is one.
+    bool hasAnswered() const { return isAnswered; }
+    /// The system's descriptor of the open connection; -1 when there is none.
+    qintptr descriptor() const { return socket.socketDescriptor(); }
 
     void send(const Request &request, Done done);
-    /// Sends the bytes, a request that announces a file, and once the server is ready the rest of
-    /// the body. The body must live until done. Done when the server has stored all of it.
+    /// Sends the announcement, a request that announces a file, and once the server is ready the
+    /// next `size` bytes of the body. Done when the server has stored all of them; lost when the
+    /// body holds fewer. The announcement counts on the size, so what a growing file holds beyond
+    /// it stays behind: the server would read it as tokens.
     void sendFile(const QByteArray &announcement, quint64 tag, std::shared_ptr<QIODevice> body,
-                  Progress progress, Done done);
+                  quint64 size, Progress progress, Done done);
     /// A tag for an announcement of a file that is sent next.
     quint64 nextTag() { return ++lastTag; }
     /// Ends the request under way and those that wait; the connection is closed, since the server
@@ -108,6 +114,7 @@ private:
     QTimer patience; // for requests that may be sent again
     QTimer gap;
     bool isLost = false;
+    bool isAnswered = false;
 };
 
 } // namespace quillmote

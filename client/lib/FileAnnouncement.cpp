@@ -13,10 +13,15 @@ using namespace Qt::StringLiterals;
 namespace quillmote {
 namespace {
 
+using Place = FileAnnouncement::Place;
+
 /// A way to put the announcement into a file of some format.
 struct Wrapping
 {
+    Place place = Place::InFront;
     QString format;
+    /// Why there is none.
+    QString obstacle;
     /// Bytes of the original that must come first.
     qint64 keptBytes = 0;
     /// Given the kept bytes and the token, what is sent; empty when they do not fit together.
@@ -59,19 +64,35 @@ QByteArray wrappedForMarkup(const QByteArray &kept, const QByteArray &token)
     return kept + "<!-- " + token + " -->\n";
 }
 
-QByteArray wrappedForBraces(const QByteArray &, const QByteArray &token)
+QByteArray wrappedForBraces(const QByteArray &kept, const QByteArray &token)
 {
-    return "/* " + token + " */\n";
+    return kept + "/* " + token + " */\n";
 }
 
-QByteArray wrappedForTex(const QByteArray &, const QByteArray &token)
+QByteArray wrappedForDashes(const QByteArray &kept, const QByteArray &token)
 {
-    return "% " + token + "\n";
+    return kept + "-- " + token + "\n";
+}
+
+QByteArray wrappedForTex(const QByteArray &kept, const QByteArray &token)
+{
+    return kept + "% " + token + "\n";
 }
 
 QByteArray wrappedForShell(const QByteArray &kept, const QByteArray &token)
 {
     return kept + "# " + token + "\n";
+}
+
+/// The server ignores white space behind the token.
+QByteArray wrappedForText(const QByteArray &kept, const QByteArray &token)
+{
+    return kept + token + "\n";
+}
+
+QByteArray wrappedForTextWithReturns(const QByteArray &kept, const QByteArray &token)
+{
+    return kept + token + "\r\n";
 }
 
 /// The first line with its end; empty when it is longer than what was read, or holds bytes that the
@@ -106,45 +127,187 @@ bool isXml(const QByteArray &head)
            (declaration.size() > 2 && !declaration.contains('{') && !declaration.contains('\0'));
 }
 
-/// Text that only its name tells the language of.
-Wrapping wrappingForName(const QString &name, const QByteArray &head)
+/// A mark of UTF-8, which must come first.
+qint64 markSize(const QByteArray &head)
 {
-    static const QStringList hash = {u"py"_s,   u"sh"_s,  u"rb"_s,   u"pl"_s,
-                                     u"yaml"_s, u"yml"_s, u"toml"_s, u"conf"_s};
-    static const QStringList braces = {u"c"_s,   u"h"_s,  u"cpp"_s, u"hpp"_s,
-                                       u"css"_s, u"js"_s, u"ts"_s,  u"java"_s};
-    const QString suffix = name.contains(u'.') ? name.section(u'.', -1).toLower() : QString();
-    if (head.contains('\0') || head.startsWith("\xef\xbb\xbf")) {
-        return {}; // no text, or with a mark that must come first
+    constexpr QByteArrayView mark("\xef\xbb\xbf");
+    return head.startsWith(mark) ? mark.size() : 0;
+}
+
+/// Text in an encoding that has ASCII as a part. Logs may hold the escape sequences of a terminal.
+bool isText(const QByteArray &head)
+{
+    constexpr QByteArrayView controlsOfText("\t\n\f\r\x1b");
+    const bool isUtf16 = head.startsWith("\xff\xfe") || head.startsWith("\xfe\xff");
+    return !isUtf16 && std::all_of(head.begin(), head.end(), [&](char byte) {
+        const auto code = static_cast<unsigned char>(byte);
+        return (code >= 0x20 && code != 0x7f) || controlsOfText.contains(byte);
+    });
+}
+
+/// The end of the name that tells the format; empty for a name such as "README".
+QString suffixOf(const QString &name)
+{
+    const QString last = name.section(u'/', -1);
+    return last.contains(u'.') ? last.section(u'.', -1).toLower() : QString();
+}
+
+using Wrap = QByteArray (*)(const QByteArray &kept, const QByteArray &token);
+
+/// Languages by how their comments look.
+struct Language
+{
+    Wrap wrap;
+    QStringList suffixes;
+    QStringList interpreters;
+};
+
+const QList<Language> &languages()
+{
+    static const QList<Language> all = {
+        {wrappedForShell,
+         {u"py"_s, u"sh"_s, u"bash"_s, u"rb"_s, u"pl"_s, u"yaml"_s, u"yml"_s, u"toml"_s, u"conf"_s,
+          u"cmake"_s, u"mk"_s, u"r"_s, u"jl"_s, u"tcl"_s},
+         {u"sh"_s, u"bash"_s, u"dash"_s, u"ksh"_s, u"zsh"_s, u"fish"_s, u"python"_s, u"perl"_s,
+          u"ruby"_s, u"awk"_s, u"gawk"_s, u"mawk"_s, u"sed"_s, u"tclsh"_s, u"wish"_s, u"expect"_s,
+          u"make"_s, u"Rscript"_s, u"julia"_s}},
+        {wrappedForBraces,
+         {u"c"_s,   u"h"_s,   u"cc"_s,   u"hh"_s, u"cpp"_s,  u"hpp"_s,  u"cxx"_s,
+          u"hxx"_s, u"css"_s, u"scss"_s, u"js"_s, u"mjs"_s,  u"ts"_s,   u"java"_s,
+          u"kt"_s,  u"rs"_s,  u"go"_s,   u"cs"_s, u"dart"_s, u"swift"_s},
+         {u"node"_s, u"nodejs"_s, u"deno"_s, u"bun"_s, u"swift"_s}},
+        {wrappedForDashes, {u"sql"_s, u"lua"_s, u"hs"_s}, {u"lua"_s, u"runghc"_s}},
+        {wrappedForTex, {u"tex"_s, u"sty"_s}, {}},
+        {wrappedForMarkup, {u"html"_s, u"htm"_s, u"xml"_s, u"svg"_s}, {}},
+    };
+    return all;
+}
+
+/// The program that the first line of a script names, without digits of a version.
+QString interpreterIn(const QByteArray &line)
+{
+    const QStringList words = QString::fromLatin1(line).mid(2).split(u' ', Qt::SkipEmptyParts);
+    const auto isProgram = [](const QString &word) {
+        return !word.startsWith(u'-') && !word.contains(u'=') &&
+               word.trimmed().section(u'/', -1) != "env"_L1;
+    };
+    const auto found = std::find_if(words.begin(), words.end(), isProgram);
+    QString name = found == words.end() ? QString() : found->trimmed().section(u'/', -1);
+    while (!name.isEmpty() && (name.back().isDigit() || name.back() == u'.')) {
+        name.chop(1);
     }
-    if (hash.contains(suffix)) {
-        return {suffix, 0, wrappedForShell};
+    return name;
+}
+
+/// Text for people, in which a further line does no harm. A table or a data file is not: a program
+/// would take the line for data.
+bool isPlainText(const QString &suffix)
+{
+    static const QStringList plain = {QString(),     u"txt"_s, u"text"_s, u"log"_s, u"md"_s,
+                                      u"markdown"_s, u"rst"_s, u"org"_s,  u"adoc"_s};
+    return plain.contains(suffix);
+}
+
+/// Markdown takes over comments of HTML. What such a file says about itself must come first.
+bool isMarkdown(const QString &suffix, const QByteArray &head)
+{
+    return (suffix == "md"_L1 || suffix == "markdown"_L1) && !head.startsWith("---") &&
+           !head.startsWith("+++");
+}
+
+Wrapping asComment(const QString &format, qint64 kept, Wrap wrap)
+{
+    return {Place::Comment, format, {}, kept, wrap};
+}
+
+Wrapping obstructed(const QString &obstacle)
+{
+    return {Place::InFront, {}, obstacle, 0, {}};
+}
+
+Wrapping formatWithoutPlace()
+{
+    return obstructed(u"this format has no place for it"_s);
+}
+
+Wrapping wrappingForScript(const QByteArray &line)
+{
+    const QString interpreter = interpreterIn(line);
+    for (const Language &language : languages()) {
+        if (language.interpreters.contains(interpreter)) {
+            return asComment(u"script"_s, line.size(), language.wrap);
+        }
     }
-    if (braces.contains(suffix)) {
-        return {suffix, 0, wrappedForBraces};
+    return obstructed(u"how its language marks comments is not known"_s);
+}
+
+/// Text that only its name tells the language of.
+Wrapping wrappingForSuffix(const QString &suffix, const QByteArray &head)
+{
+    const qint64 kept = markSize(head);
+    for (const Language &language : languages()) {
+        if (language.suffixes.contains(suffix)) {
+            return asComment(suffix, kept, language.wrap);
+        }
     }
-    return suffix == "tex"_L1 ? Wrapping{suffix, 0, wrappedForTex} : Wrapping{};
+    if (isMarkdown(suffix, head)) {
+        return asComment(suffix, kept, wrappedForMarkup);
+    }
+    if (isPlainText(suffix)) {
+        const bool hasReturns = head.contains("\r\n");
+        return {Place::FirstLine,
+                {},
+                {},
+                kept,
+                hasReturns ? wrappedForTextWithReturns : wrappedForText};
+    }
+    return formatWithoutPlace();
+}
+
+Wrapping wrappingForText(const QString &name, const QByteArray &head)
+{
+    if (head.startsWith("#!")) {
+        return wrappingForScript(firstLine(head));
+    }
+    if (isMarkup(head)) {
+        return asComment(u"HTML"_s, 0, wrappedForMarkup);
+    }
+    if (isXml(head)) {
+        return asComment(u"XML"_s, xmlDeclaration(head).size(), wrappedForMarkup);
+    }
+    // One that is too long, or holds what the server would take for something else.
+    return head.startsWith("<?xml") ? formatWithoutPlace()
+                                    : wrappingForSuffix(suffixOf(name), head);
+}
+
+/// The announcement holds the name in Latin-1, and most text is read as UTF-8: one such letter, and
+/// programs take the whole file for damaged or for text of another encoding.
+QString obstacleOfName(const QString &name, const Wrapping &wrapping)
+{
+    const bool isAscii = std::all_of(name.begin(), name.end(),
+                                     [](QChar character) { return character.unicode() < 0x80; });
+    if (!isAscii) {
+        return u"the letters beyond ASCII in its name would spoil the text's encoding (see --as)"_s;
+    }
+    const bool endsComment =
+        wrapping.place == Place::Comment && (name.contains("--"_L1) || name.contains("*/"_L1));
+    return endsComment ? u"its name would end the comment (see --as)"_s : QString();
 }
 
 Wrapping wrappingFor(const QString &name, const QByteArray &head)
 {
     if (head.startsWith("\xff\xd8\xff")) {
-        return {u"JPEG"_s, 2, wrappedForJpeg};
+        return asComment(u"JPEG"_s, 2, wrappedForJpeg);
     }
     if (head.startsWith("%PDF-")) {
-        return {u"PDF"_s, 0, wrappedForPdf};
+        return asComment(u"PDF"_s, 0, wrappedForPdf);
     }
-    if (head.startsWith("#!") && !firstLine(head).isEmpty()) {
-        return {u"script"_s, firstLine(head).size(), wrappedForShell};
+    if (!isText(head)) {
+        return formatWithoutPlace();
     }
-    // Two dashes in the name would end the comment.
-    if (isMarkup(head) && !name.contains("--"_L1)) {
-        return {u"HTML"_s, 0, wrappedForMarkup};
-    }
-    if (isXml(head) && !name.contains("--"_L1)) {
-        return {u"XML"_s, xmlDeclaration(head).size(), wrappedForMarkup};
-    }
-    return wrappingForName(name, head);
+    const Wrapping wrapping = wrappingForText(name, head);
+    const QString obstacle = obstacleOfName(name, wrapping);
+    return wrapping.place == Place::InFront || obstacle.isEmpty() ? wrapping : obstructed(obstacle);
 }
 
 } // namespace
@@ -155,8 +318,9 @@ FileAnnouncement FileAnnouncement::of(const QString &name, quint64 size, const Q
     const Wrapping wrapping = wrappingFor(name, head);
     FileAnnouncement announcement;
     announcement.skippedBytes = wrapping.keptBytes;
-    announcement.isComment = wrapping.wrap != nullptr;
+    announcement.place = wrapping.place;
     announcement.format = wrapping.format;
+    announcement.obstacle = wrapping.obstacle;
     const QByteArray kept = head.first(wrapping.keptBytes);
     // The transfer ends when more than announced has been stored, so one byte less than all is
     // announced. The announcement counts too, and its own length depends on the number in it.

@@ -3,6 +3,8 @@
 
 #include "lib/RequestWriter.h"
 
+#include "lib/PrintableText.h"
+
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -14,23 +16,37 @@ constexpr QLatin1StringView ignoreStart("[[[IGNORE]]]");
 constexpr QLatin1StringView ignoreEnd("[[[ENDIGNORE]]]");
 
 /// A value may hold any character of Latin-1 but these.
+QString reasonAgainstCharacter(const QString &value, qsizetype index)
+{
+    const QChar character = value[index];
+    if (character == u'"') {
+        return u"a double quote, which the server removes"_s;
+    }
+    if (character == u'\n' || character == u'\r') {
+        return u"a line break, which the server turns into a blank"_s;
+    }
+    if (character.isNull()) {
+        return u"a NUL character, at which the server stops reading"_s;
+    }
+    if (character == u'\t') {
+        return u"a tab, white space that the server turns into a blank"_s;
+    }
+    if (character.unicode() > 0xff) {
+        return u"the character %1, which is outside Latin-1"_s.arg(shownCharacter(value, index));
+    }
+    if (character.isSpace() && character != u' ') {
+        return u"%1, white space that the server turns into a blank"_s.arg(
+            shownCharacter(value, index));
+    }
+    return {};
+}
+
 QString forbiddenCharacter(const QString &value)
 {
-    for (const QChar character : value) {
-        if (character == u'"') {
-            return u"a double quote, which the server removes"_s;
-        }
-        if (character.unicode() > 0xff) {
-            return u"the character '%1', which is outside Latin-1"_s.arg(character);
-        }
-        if (character == u'\n' || character == u'\r') {
-            return u"a line break, which the server turns into a blank"_s;
-        }
-        if (character.isNull()) {
-            return u"a NUL character, at which the server stops reading"_s;
-        }
-        if (character.isSpace() && character != u' ') {
-            return u"white space other than a blank, which the server turns into a blank"_s;
+    for (qsizetype index = 0; index < value.size(); ++index) {
+        const QString reason = reasonAgainstCharacter(value, index);
+        if (!reason.isEmpty()) {
+            return reason;
         }
     }
     return {};
@@ -54,10 +70,17 @@ QString reasonAgainst(const QString &value)
     return {};
 }
 
+/// The server takes for a list what begins with a bracket, and a list of one item for a text.
+bool isSentAsList(const QString &text)
+{
+    return text.startsWith(u'(');
+}
+
 QString reasonAgainstText(const QString &text)
 {
-    return text.startsWith(u'(') ? u"a bracket at its start, which makes it a list"_s
-                                 : reasonAgainst(text);
+    return isSentAsList(text) && text.contains(", "_L1)
+               ? u"a bracket at its start, which makes it a list, and a comma with a blank"_s
+               : reasonAgainst(text);
 }
 
 QString reasonAgainstItem(const QString &item)
@@ -66,11 +89,20 @@ QString reasonAgainstItem(const QString &item)
                                   : reasonAgainst(item);
 }
 
+/// Enough of it for a person to know which one is meant.
+QString excerpt(const QString &value)
+{
+    constexpr qsizetype shown = 40;
+    if (value.size() <= shown) {
+        return printable(value);
+    }
+    const bool splitsPair = value[shown - 1].isHighSurrogate();
+    return printable(value.left(splitsPair ? shown - 1 : shown)) + u'…';
+}
+
 QString refusal(const QString &what, const QString &value, const QString &reason)
 {
-    constexpr int shown = 40;
-    const QString excerpt = value.size() <= shown ? value : value.left(shown) + u'…';
-    return u"The %1 \"%2\" cannot be sent: it holds %3."_s.arg(what, excerpt, reason);
+    return u"The %1 \"%2\" cannot be sent: it holds %3."_s.arg(what, excerpt(value), reason);
 }
 
 QString refusalOfList(const QStringList &items)
@@ -153,7 +185,9 @@ WrittenRequest writeRequest(const Request &request, quint64 tag)
         text += entry(u"cmdParameters"_s, listText(*request.parameters));
     }
     if (request.function) {
-        text += entry(u"fncCommand"_s, u'"' + guarded(*request.function) + u'"');
+        text += entry(u"fncCommand"_s, isSentAsList(*request.function)
+                                           ? listText({*request.function})
+                                           : u'"' + guarded(*request.function) + u'"');
     }
     return {(text + u'}').toLatin1(), {}};
 }

@@ -6,6 +6,7 @@
 #include "program/Terminal.h"
 
 #include <QString>
+#include <QStringList>
 
 struct Arguments;
 
@@ -24,6 +25,8 @@ struct CommandEntry
 
 /// Null when there is no such command.
 const CommandEntry *findCommand(const QString &name);
+
+QStringList commandNames();
 
 /// The program's own help.
 QString commandOverview();

@@ -19,6 +19,7 @@ Terminal::ExitCode open(const Arguments &arguments);
 Terminal::ExitCode copy(const Arguments &arguments);
 Terminal::ExitCode paste(const Arguments &arguments);
 Terminal::ExitCode send(const Arguments &arguments);
+Terminal::ExitCode type(const Arguments &arguments);
 Terminal::ExitCode remote(const Arguments &arguments);
 
 } // namespace Commands

@@ -3,14 +3,20 @@
 
 // The commands that ask or move content: discover, info, pair, open, copy, paste.
 
+#include "lib/LossyText.h"
+#include "lib/PrintableText.h"
+#include "lib/RequestWriter.h"
 #include "program/Commands.h"
+#include "program/DeviceIdentity.h"
 #include "program/Discovery.h"
+#include "program/JsonOutput.h"
+#include "program/LastServer.h"
 #include "program/Session.h"
+#include "program/WebAddress.h"
 
 #include <QFile>
 #include <QHostInfo>
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 
 #include <algorithm>
@@ -29,11 +35,6 @@ constexpr std::chrono::milliseconds discoveryTime = 2s;
 /// What surely fits into one packet of a network, with the token around it.
 constexpr qsizetype safeTextLength = 1'300;
 
-void printJson(const QJsonDocument &document)
-{
-    Terminal::printLine(QString::fromUtf8(document.toJson(QJsonDocument::Compact)));
-}
-
 QJsonObject asJson(const quillmote::ServerAddress &server)
 {
     return {{u"name"_s, server.name},
@@ -44,12 +45,32 @@ QJsonObject asJson(const quillmote::ServerAddress &server)
 
 QString asLine(const quillmote::ServerAddress &server)
 {
-    return u"%1\t%2\t%3"_s.arg(server.name, server.address.toString()).arg(server.port);
+    return u"%1\t%2\t%3"_s.arg(quillmote::printable(server.name), server.address.toString())
+        .arg(server.port);
+}
+
+/// The server that commands go to when none is named is marked.
+void showServers(const QList<quillmote::ServerAddress> &servers, bool wantsJson)
+{
+    const QString lastUsed = LastServer::name();
+    QJsonArray all;
+    for (const quillmote::ServerAddress &server : servers) {
+        QJsonObject object = asJson(server);
+        object.insert(u"lastUsed"_s, server.name == lastUsed);
+        all.append(object);
+        if (!wantsJson) {
+            Terminal::printLine(asLine(server) +
+                                (server.name == lastUsed ? u"\tlast used"_s : QString()));
+        }
+    }
+    if (wantsJson) {
+        JsonOutput::print(QJsonDocument(all));
+    }
 }
 
 ExitCode discoveryFailed(const QString &problem)
 {
-    Terminal::complain(problem + u" Start it, or use --host and --port."_s);
+    Terminal::complain(problem + u" Start it, or use --host and --port."_s, "no-discovery"_L1);
     return ExitCode::NoConnection;
 }
 
@@ -58,7 +79,7 @@ ExitCode watch(const Arguments &arguments)
 {
     const auto tell = [&](const QString &event, const QString &line, QJsonObject object) {
         object.insert(u"event"_s, event);
-        arguments.wantsJson ? printJson(QJsonDocument(object))
+        arguments.wantsJson ? JsonOutput::print(QJsonDocument(object))
                             : Terminal::printLine(event + u'\t' + line);
     };
     const QString problem = watchServers(
@@ -67,7 +88,7 @@ ExitCode watch(const Arguments &arguments)
             tell(u"found"_s, asLine(server), asJson(server));
         },
         [&](const QString &name) {
-            tell(u"gone"_s, name, {{u"name"_s, name}});
+            tell(u"gone"_s, quillmote::printable(name), {{u"name"_s, name}});
         });
     return problem.isEmpty() ? ExitCode::Done : discoveryFailed(problem);
 }
@@ -77,13 +98,6 @@ ExitCode ask(const Arguments &arguments, const Request &request, Answer &answer)
 {
     Session session(arguments);
     return session.isOpen() ? session.run(request, &answer) : session.exitCode();
-}
-
-void printDone(const Arguments &arguments, ExitCode code)
-{
-    if (arguments.wantsJson && code <= ExitCode::ServerError) {
-        printJson(QJsonDocument(QJsonObject{{u"ok"_s, code == ExitCode::Done}}));
-    }
 }
 
 QString textFromInput()
@@ -99,10 +113,37 @@ QString textFromInput()
     return text;
 }
 
-/// Stays the same, so that a server knows this device again.
-QString deviceIdentifier()
+/// What the device is called where nobody gave it a name.
+QString deviceName(const Arguments &arguments)
 {
-    return u"quillmote-"_s + QHostInfo::localHostName();
+    return arguments.deviceName.isEmpty() ? QHostInfo::localHostName() : arguments.deviceName;
+}
+
+ExitCode refused(const QString &sentence)
+{
+    Terminal::complain(sentence, "cannot-send"_L1);
+    return ExitCode::Usage;
+}
+
+/// The text as it is sent; what is changed is told.
+QString withLosses(const QString &text)
+{
+    const auto lossy = quillmote::LossyText::of(text);
+    if (!lossy.changes.isEmpty()) {
+        Terminal::note(u"The text is changed: %1."_s.arg(lossy.changes.join(u", "_s)));
+    }
+    return lossy.text;
+}
+
+/// Where standard output is a terminal, it must not obey what is in the text, and the prompt that
+/// follows begins a line.
+QString shownText(const QString &text)
+{
+    if (!Terminal::outputIsTerminal()) {
+        return text;
+    }
+    const QString shown = quillmote::printableLines(text);
+    return shown.isEmpty() || shown.endsWith(u'\n') ? shown : shown + u'\n';
 }
 
 } // namespace
@@ -117,18 +158,10 @@ ExitCode Commands::discover(const Arguments &arguments)
     if (!seen.problem.isEmpty()) {
         return discoveryFailed(seen.problem);
     }
-    QJsonArray all;
-    for (const quillmote::ServerAddress &server : seen.servers) {
-        all.append(asJson(server));
-        if (!arguments.wantsJson) {
-            Terminal::printLine(asLine(server));
-        }
-    }
-    if (arguments.wantsJson) {
-        printJson(QJsonDocument(all));
-    }
+    showServers(seen.servers, arguments.wantsJson);
     if (seen.servers.isEmpty()) {
-        Terminal::complain(u"No server was found; start VornaServer on the desktop."_s);
+        Terminal::complain(u"No server was found; start VornaServer on the desktop."_s,
+                           "no-server"_L1);
     }
     return seen.servers.isEmpty() ? ExitCode::NoConnection : ExitCode::Done;
 }
@@ -145,11 +178,12 @@ ExitCode Commands::info(const Arguments &arguments)
     const QString width = answer.parameters().value(1);
     const QString platform = answer.parameters().value(2);
     if (arguments.wantsJson) {
-        printJson(QJsonDocument(QJsonObject{{u"width"_s, width.toInt()},
-                                            {u"height"_s, height.toInt()},
-                                            {u"platform"_s, platform}}));
+        JsonOutput::print(QJsonDocument(QJsonObject{{u"width"_s, width.toInt()},
+                                                    {u"height"_s, height.toInt()},
+                                                    {u"platform"_s, platform}}));
     } else {
-        Terminal::printLine(u"%1 x %2 pixels, %3"_s.arg(width, height, platform));
+        Terminal::printLine(
+            quillmote::printable(u"%1 x %2 pixels, %3"_s.arg(width, height, platform)));
     }
     return code;
 }
@@ -157,12 +191,17 @@ ExitCode Commands::info(const Arguments &arguments)
 ExitCode Commands::pair(const Arguments &arguments)
 {
     Answer answer;
-    const QString name =
-        arguments.deviceName.isEmpty() ? QHostInfo::localHostName() : arguments.deviceName;
-    const ExitCode code = ask(arguments, Request::pair(deviceIdentifier(), name), answer);
-    printDone(arguments, code);
+    const QString name = deviceName(arguments);
+    const DeviceIdentity identity = DeviceIdentity::get();
+    if (!identity.problem.isEmpty()) {
+        Terminal::note(u"The identity of this device cannot be kept (%1); the server will not know "
+                       "it again."_s.arg(identity.problem));
+    }
+    const ExitCode code = ask(arguments, Request::pair(identity.text, name), answer);
+    JsonOutput::printDone(arguments, code);
     if (code == ExitCode::ServerError) {
-        Terminal::complain(u"The server's user refused; ask there, then pair again."_s);
+        Terminal::complain(u"The server's user refused; ask there, then pair again."_s,
+                           "refused"_L1);
     } else if (code == ExitCode::Done && !arguments.wantsJson) {
         Terminal::printLine(u"Paired as \"%1\"."_s.arg(name));
     }
@@ -171,18 +210,32 @@ ExitCode Commands::pair(const Arguments &arguments)
 
 ExitCode Commands::open(const Arguments &arguments)
 {
+    const WebAddress address = WebAddress::of(arguments.values[0]);
+    if (!address.problem.isEmpty()) {
+        return refused(address.problem);
+    }
     Answer answer;
-    const ExitCode code = ask(arguments, Request::openUrl(arguments.values[0]), answer);
-    printDone(arguments, code);
+    const ExitCode code = ask(arguments, Request::openUrl(address.url), answer);
+    if (arguments.wantsJson && code == ExitCode::Done) {
+        JsonOutput::print(QJsonDocument(QJsonObject{{u"ok"_s, true}, {u"url"_s, address.url}}));
+    }
     return code;
 }
 
 ExitCode Commands::copy(const Arguments &arguments)
 {
+    const QString given = arguments.values.isEmpty() ? textFromInput() : arguments.values[0];
+    const QString text = arguments.isLossy ? withLosses(given) : given;
+    const auto written = quillmote::writeRequest(Request::copy(text), 0);
+    if (written.isRefused()) {
+        return refused(written.refusal + u" With --lossy it is replaced; quillmote send sends a "
+                                         "file that holds the text."_s);
+    }
     Answer answer;
-    const QString text = arguments.values.isEmpty() ? textFromInput() : arguments.values[0];
     const ExitCode code = ask(arguments, Request::copy(text), answer);
-    printDone(arguments, code);
+    if (arguments.wantsJson && code == ExitCode::Done) {
+        JsonOutput::print(QJsonDocument(QJsonObject{{u"ok"_s, true}, {u"text"_s, text}}));
+    }
     if (code == ExitCode::NoConnection && text.size() > safeTextLength) {
         Terminal::note(u"A text as long as this one (%1 bytes) may be cut by the network, and then "
                        "the server drops it; send it as a file."_s.arg(text.size()));
@@ -195,16 +248,17 @@ ExitCode Commands::paste(const Arguments &arguments)
     Answer answer;
     const ExitCode code = ask(arguments, Request::paste(), answer);
     if (code == ExitCode::ServerError) {
-        Terminal::complain(u"There is no text on the server's clipboard; copy some there first."_s);
+        Terminal::complain(u"There is no text on the server's clipboard; copy some there first."_s,
+                           "no-text"_L1);
     }
     if (code != ExitCode::Done) {
         return code;
     }
     const QString text = answer.parameters().value(0);
     if (arguments.wantsJson) {
-        printJson(QJsonDocument(QJsonObject{{u"text"_s, text}}));
+        JsonOutput::print(QJsonDocument(QJsonObject{{u"text"_s, text}}));
     } else {
-        Terminal::print(Terminal::outputIsTerminal() ? text + u'\n' : text);
+        Terminal::print(shownText(text));
     }
     return code;
 }

@@ -12,19 +12,21 @@ using quillmote::ServerBrowser;
 
 namespace {
 
-/// Runs the event loop with a browser in it. `came` ends it by returning true.
+using namespace std::chrono_literals;
+
+/// Servers answer a browser after 20 to 120 ms drawn at random (RFC 6762, section 6), so that one
+/// found is followed by the others within this time unless a message is lost.
+constexpr auto quietTime = 500ms;
+
+/// Runs the event loop with a browser in it, until the limit if there is one.
 QString browse(std::optional<std::chrono::milliseconds> limit,
-               const std::function<bool(const ServerAddress &)> &came,
+               const std::function<void(const ServerAddress &)> &came,
                const std::function<void(const QString &)> &went)
 {
     QString problem;
     QEventLoop loop;
     ServerBrowser browser;
-    QObject::connect(&browser, &ServerBrowser::found, &loop, [&](const ServerAddress &server) {
-        if (came(server)) {
-            loop.quit();
-        }
-    });
+    QObject::connect(&browser, &ServerBrowser::found, &loop, came);
     QObject::connect(&browser, &ServerBrowser::gone, &loop, went);
     QObject::connect(&browser, &ServerBrowser::failed, &loop, [&](const QString &why) {
         problem = why;
@@ -38,43 +40,71 @@ QString browse(std::optional<std::chrono::milliseconds> limit,
     return problem;
 }
 
-/// With a name given, ends as soon as that one is there.
-DiscoveredServers collect(const QString &wanted, std::chrono::milliseconds duration)
+/// Looks until it is clear which server is meant.
+class Search
 {
-    QMap<QString, ServerAddress> seen;
-    DiscoveredServers result;
-    result.problem = browse(
-        duration,
-        [&](const ServerAddress &server) {
+public:
+    explicit Search(const WantedServer &which) : wanted(which)
+    {
+        quiet.setSingleShot(true);
+        QObject::connect(&browser, &ServerBrowser::found, &loop, [this](const auto &server) {
             seen.insert(server.name, server);
-            return server.name == wanted;
-        },
-        [&](const QString &name) { seen.remove(name); });
-    result.servers = seen.values();
-    return result;
-}
+            quiet.start(quietTime);
+            decide(SearchState::Running);
+        });
+        QObject::connect(&browser, &ServerBrowser::gone, &loop,
+                         [this](const QString &name) { seen.remove(name); });
+        QObject::connect(&browser, &ServerBrowser::failed, &loop, [this](const QString &why) {
+            result.problem = why;
+            loop.quit();
+        });
+        QObject::connect(&quiet, &QTimer::timeout, &loop, [this] { decide(SearchState::Quiet); });
+    }
+
+    SearchResult run(std::chrono::milliseconds limit)
+    {
+        QTimer::singleShot(limit, &loop, [this] { decide(SearchState::Over); });
+        browser.start();
+        loop.exec();
+        return result;
+    }
+
+private:
+    void decide(SearchState state)
+    {
+        result.choice = chooseServer(wanted, seen.values(), state);
+        if (result.choice.kind != ServerChoice::Kind::Undecided) {
+            loop.quit();
+        }
+    }
+
+    WantedServer wanted;
+    QMap<QString, ServerAddress> seen;
+    SearchResult result;
+    QEventLoop loop;
+    QTimer quiet;
+    ServerBrowser browser;
+};
 
 } // namespace
 
 DiscoveredServers discoverServers(std::chrono::milliseconds duration)
 {
-    return collect(QString(), duration);
+    QMap<QString, ServerAddress> seen;
+    const QString problem = browse(
+        duration, [&](const ServerAddress &server) { seen.insert(server.name, server); },
+        [&](const QString &name) { seen.remove(name); });
+    return {seen.values(), problem};
 }
 
 QString watchServers(std::optional<std::chrono::milliseconds> limit,
                      const std::function<void(const ServerAddress &)> &came,
                      const std::function<void(const QString &)> &went)
 {
-    return browse(
-        limit,
-        [&](const ServerAddress &server) {
-            came(server);
-            return false;
-        },
-        went);
+    return browse(limit, came, went);
 }
 
-DiscoveredServers discoverServer(const QString &name, std::chrono::milliseconds limit)
+SearchResult searchServer(const WantedServer &wanted, std::chrono::milliseconds limit)
 {
-    return collect(name, limit);
+    return Search(wanted).run(limit);
 }

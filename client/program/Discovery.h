@@ -4,6 +4,7 @@
 #pragma once
 
 #include "lib/ServerBrowser.h"
+#include "program/ServerChoice.h"
 
 #include <QList>
 
@@ -27,5 +28,12 @@ QString watchServers(std::optional<std::chrono::milliseconds> limit,
                      const std::function<void(const quillmote::ServerAddress &)> &came,
                      const std::function<void(const QString &)> &went);
 
-/// Watches until the one of that name has been seen, at most that long.
-DiscoveredServers discoverServer(const QString &name, std::chrono::milliseconds limit);
+/// Where a search has led to.
+struct SearchResult
+{
+    ServerChoice choice;
+    QString problem; // when the system cannot discover at all
+};
+
+/// Looks for the server until it is clear which one is meant, at most that long.
+SearchResult searchServer(const WantedServer &wanted, std::chrono::milliseconds limit);

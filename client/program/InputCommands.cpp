@@ -4,28 +4,44 @@
 // The commands of input: key, move, click.
 
 #include "program/Commands.h"
+#include "program/JsonOutput.h"
 #include "program/KeyNames.h"
 #include "program/Session.h"
 
+#include <QElapsedTimer>
 #include <QEventLoop>
+#include <QHash>
 
+#include <algorithm>
+#include <chrono>
+#include <optional>
 #include <vector>
 
 using namespace Qt::StringLiterals;
 using quillmote::Button;
 using quillmote::Request;
+using std::chrono::milliseconds;
 using Terminal::ExitCode;
 
 namespace {
 
-/// Sends all of them and waits for the last.
-ExitCode runAll(Session &session, const std::vector<Request> &requests)
+/// What desktops allow between the clicks of a double click, if their user has not changed it.
+constexpr milliseconds doubleClickTime{400};
+
+/// Sends all of them and waits for the last. `longestGap` becomes the longest time between two.
+ExitCode runAll(Session &session, const std::vector<Request> &requests,
+                milliseconds *longestGap = nullptr)
 {
     QEventLoop loop;
+    QElapsedTimer sinceLast;
     size_t remaining = requests.size();
     quillmote::Outcome worst;
     for (const Request &request : requests) {
         session.connection().send(request, [&](const quillmote::Outcome &outcome) {
+            if (longestGap != nullptr && sinceLast.isValid()) {
+                *longestGap = std::max(*longestGap, milliseconds(sinceLast.elapsed()));
+            }
+            sinceLast.start();
             if (worst.kind == quillmote::Outcome::Kind::Done) {
                 worst = outcome;
             }
@@ -38,16 +54,36 @@ ExitCode runAll(Session &session, const std::vector<Request> &requests)
     return Session::report(worst);
 }
 
-ExitCode connectAndRun(const Arguments &arguments, const std::vector<Request> &requests)
+ExitCode connectAndRun(const Arguments &arguments, const std::vector<Request> &requests,
+                       milliseconds *longestGap = nullptr)
 {
     Session session(arguments);
-    return session.isOpen() ? runAll(session, requests) : session.exitCode();
+    const ExitCode code =
+        session.isOpen() ? runAll(session, requests, longestGap) : session.exitCode();
+    JsonOutput::printDone(arguments, code);
+    return code;
 }
 
 ExitCode misused(const QString &sentence)
 {
     Terminal::complain(sentence);
     return ExitCode::Usage;
+}
+
+struct Click
+{
+    Button button = Button::Left;
+    int count = 1;
+};
+
+std::optional<Click> clickNamed(const QString &name)
+{
+    static const QHash<QString, Click> clicks = {{u"left"_s, {Button::Left, 1}},
+                                                 {u"right"_s, {Button::Right, 1}},
+                                                 {u"center"_s, {Button::Center, 1}},
+                                                 {u"double"_s, {Button::Left, 2}}};
+    const auto found = clicks.find(name);
+    return found == clicks.end() ? std::nullopt : std::optional(*found);
 }
 
 } // namespace
@@ -85,15 +121,20 @@ ExitCode Commands::move(const Arguments &arguments)
 
 ExitCode Commands::click(const Arguments &arguments)
 {
-    const QString button = arguments.values.value(0, u"left"_s);
-    if (button == "left"_L1) {
-        return connectAndRun(arguments, {Request::click(Button::Left)});
+    const QString name = arguments.values.value(0, u"left"_s);
+    const std::optional<Click> click = clickNamed(name);
+    if (!click) {
+        return misused(
+            u"There is no click \"%1\"; it is left, right, center or double."_s.arg(name));
     }
-    if (button == "right"_L1) {
-        return connectAndRun(arguments, {Request::click(Button::Right)});
+    const auto count = static_cast<size_t>(click->count) * static_cast<size_t>(arguments.repeat);
+    milliseconds longestGap{0};
+    const ExitCode code =
+        connectAndRun(arguments, std::vector(count, Request::click(click->button)), &longestGap);
+    if (click->count > 1 && longestGap > doubleClickTime) {
+        Terminal::note(
+            u"The clicks came %1 ms apart; the desktop may take them for single ones."_s.arg(
+                longestGap.count()));
     }
-    if (button == "center"_L1) {
-        return connectAndRun(arguments, {Request::click(Button::Center)});
-    }
-    return misused(u"There is no button \"%1\"; it is left, right or center."_s.arg(button));
+    return code;
 }

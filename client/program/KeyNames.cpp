@@ -87,4 +87,9 @@ std::optional<QString> forCharacter(QChar character)
     return forServer((character.isUpper() ? u"Shift+"_s : QString()) + character);
 }
 
+std::optional<QString> forCharacterOfAnyLayout(QChar character)
+{
+    return shiftedKey(character).isEmpty() ? forCharacter(character) : std::nullopt;
+}
+
 } // namespace KeyNames

@@ -19,4 +19,8 @@ std::optional<QString> forServer(const QString &shortcut);
 /// The shortcut that types a character on a keyboard of the United States' layout.
 std::optional<QString> forCharacter(QChar character);
 
+/// The shortcut that types a character on every layout that has it: servers find letters, digits
+/// and their signs in the layout in use, but know nothing of characters that take Shift elsewhere.
+std::optional<QString> forCharacterOfAnyLayout(QChar character);
+
 } // namespace KeyNames

@@ -3,9 +3,11 @@
 
 #include "program/ProgressLine.h"
 
+#include "lib/PrintableText.h"
 #include "program/Terminal.h"
 
 #include <QLocale>
+#include <QStringList>
 
 #include <algorithm>
 
@@ -32,7 +34,48 @@ QString timeText(qint64 seconds)
     return u"%1:%2"_s.arg(seconds / 60).arg(seconds % 60, 2, 10, QChar(u'0'));
 }
 
+/// At least so much of a name tells which file it is.
+constexpr int leastOfName = 8;
+constexpr int mostOfName = 30;
+
+/// Cut at its end where it is too wide; nothing where one character has no room.
+QString shortened(const QString &name, int columns)
+{
+    if (columns < 2) {
+        return {};
+    }
+    return Terminal::width(name) <= columns ? name : Terminal::fitted(name, columns - 1) + u'…';
+}
+
 } // namespace
+
+QString progressText(const QString &name, quint64 sent, quint64 total, double seconds, int columns)
+{
+    const double share = total == 0 ? 1 : static_cast<double>(sent) / static_cast<double>(total);
+    const double rate = static_cast<double>(sent) / std::max(0.001, seconds);
+    const auto left =
+        rate > 0 ? static_cast<qint64>(static_cast<double>(total - sent) / rate) : qint64(0);
+    // From what is needed least to what is needed most.
+    QStringList parts = {u"[%1]"_s.arg(bar(share)), formatted(static_cast<quint64>(rate)) + u"/s"_s,
+                         timeText(left) + u" left"_s};
+    const QString percent = u"%1%"_s.arg(static_cast<int>(share * 100), 3);
+    const QString shownName = quillmote::printable(name);
+    const int nameColumns = std::min({Terminal::width(shownName), leastOfName});
+    // The last column stays free: a cursor behind it would be on the next line.
+    const auto room = [&] {
+        return columns - 1 - Terminal::width((parts + QStringList{percent, {}}).join(u' '));
+    };
+    while (!parts.isEmpty() && room() < nameColumns) {
+        parts.removeFirst();
+    }
+    const QString begin = shortened(shownName, std::min(room(), mostOfName));
+    const bool hasBar = parts.size() == 3;
+    parts.insert(hasBar ? 1 : 0, percent);
+    if (!begin.isEmpty()) {
+        parts.prepend(begin);
+    }
+    return Terminal::fitted(parts.join(u' '), columns - 1);
+}
 
 ProgressLine::ProgressLine(const QString &fileName) : name(fileName)
 {
@@ -45,22 +88,11 @@ void ProgressLine::show(quint64 sent, quint64 total)
         return;
     }
     sinceDrawn.start();
-    Terminal::showStatus(lineFor(sent, total));
+    const double seconds = static_cast<double>(sinceStart.elapsed()) / 1000;
+    Terminal::showStatus(progressText(name, sent, total, seconds, Terminal::columns()));
 }
 
 void ProgressLine::clear()
 {
     Terminal::clearStatus();
-}
-
-QString ProgressLine::lineFor(quint64 sent, quint64 total) const
-{
-    const double share = total == 0 ? 1 : static_cast<double>(sent) / static_cast<double>(total);
-    const double seconds = std::max(0.001, static_cast<double>(sinceStart.elapsed()) / 1000);
-    const double rate = static_cast<double>(sent) / seconds;
-    const auto left =
-        rate > 0 ? static_cast<qint64>(static_cast<double>(total - sent) / rate) : qint64(0);
-    return u"%1 [%2] %3%  %4/s  %5 left"_s.arg(name.left(30), bar(share))
-        .arg(static_cast<int>(share * 100), 3)
-        .arg(formatted(static_cast<quint64>(rate)), timeText(left));
 }

@@ -6,6 +6,10 @@
 #include <QElapsedTimer>
 #include <QString>
 
+/// The line about a file of that name of which so much is sent, for a terminal of that many
+/// columns: what finds no room is left out, first the bar, last of all the share.
+QString progressText(const QString &name, quint64 sent, quint64 total, double seconds, int columns);
+
 /// One file's way to the server, as a line on the terminal: share, rate and time left.
 class ProgressLine
 {
@@ -17,8 +21,6 @@ public:
     void clear();
 
 private:
-    QString lineFor(quint64 sent, quint64 total) const;
-
     QString name;
     QElapsedTimer sinceStart;
     QElapsedTimer sinceDrawn;

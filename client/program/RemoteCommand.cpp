@@ -3,11 +3,15 @@
 
 // The command that makes the terminal the handheld.
 
+#include "lib/PrintableText.h"
 #include "program/Commands.h"
+#include "program/DeviceIdentity.h"
 #include "program/KeyNames.h"
 #include "program/RawTerminal.h"
 #include "program/Session.h"
 #include "program/TerminalInput.h"
+#include "program/TextTyper.h"
+#include "program/TypingPlan.h"
 
 #include <QEventLoop>
 #include <QHostInfo>
@@ -15,6 +19,7 @@
 
 #include <optional>
 #include <unistd.h>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using quillmote::Button;
@@ -23,9 +28,9 @@ using Terminal::ExitCode;
 
 namespace {
 
-constexpr int step = 10;     // pixels an arrow moves the pointer
-constexpr int fastStep = 50; // with Shift
-constexpr int cellWidth = 8; // pixels that one column of the mouse's way stands for
+constexpr int normalStep = 10; // pixels an arrow moves the pointer
+constexpr int fastStep = 50;   // with Shift
+constexpr int cellWidth = 8;   // pixels that one column of the mouse's way stands for
 constexpr int cellHeight = 16;
 /// Requests under way beyond which pointer moves are added up instead of queued.
 constexpr int busyRequests = 2;
@@ -33,7 +38,12 @@ constexpr int busyRequests = 2;
 class Remote
 {
 public:
-    explicit Remote(Session &server) : session(server) {}
+    Remote(Session &server, const Arguments &arguments)
+        : session(server)
+        , style{arguments.pastesAll, arguments.isUsKeyboard}
+        , typer(server.connection(), arguments.pasteWait)
+    {
+    }
 
     ExitCode run()
     {
@@ -41,6 +51,7 @@ public:
         QObject::connect(&keyboard, &QSocketNotifier::activated, &loop, [this] { readInput(); });
         QObject::connect(&session.connection(), &quillmote::Connection::lost, &loop,
                          [this](const QString &) { end(ExitCode::NoConnection); });
+        showIntroduction();
         show(u"ready"_s);
         loop.exec();
         return code;
@@ -57,14 +68,16 @@ private:
         }
         unread.append(buffer.data(), count);
         for (const TerminalInput::Event &event : TerminalInput::take(unread)) {
+            if (!std::holds_alternative<TerminalInput::Character>(event)) {
+                typeText();
+            }
             std::visit([this](const auto &what) { handle(what); }, event);
         }
+        typeText();
     }
 
-    void handle(const TerminalInput::Character &typed)
-    {
-        typeKey(KeyNames::forCharacter(typed.character), typed.character);
-    }
+    /// Those that come together, such as what is pasted into this terminal, are one text.
+    void handle(const TerminalInput::Character &typed) { pendingText += typed.character; }
     void handle(const TerminalInput::ControlLetter &typed)
     {
         const QString shortcut = u"Ctrl+"_s + typed.letter;
@@ -77,7 +90,7 @@ private:
     }
     void handle(const TerminalInput::Arrow &arrow)
     {
-        const int pixels = arrow.isFast ? fastStep : step;
+        const int pixels = arrow.isFast ? fastStep : normalStep;
         movePointer(arrow.dx * pixels, arrow.dy * pixels);
     }
     void handle(const TerminalInput::MouseMotion &motion)
@@ -95,18 +108,30 @@ private:
                                                   : Button::Right;
         send(Request::click(button), u"click"_s);
     }
-    void handle(const TerminalInput::Other &key)
-    {
-        show(u"servers cannot type %1"_s.arg(key.name));
-    }
+    void handle(const TerminalInput::Other &key) { show(u"%1 cannot be sent"_s.arg(key.name)); }
     void handle(const TerminalInput::Leave &) { end(ExitCode::Done); }
+
+    void typeText()
+    {
+        const QString typed = std::exchange(pendingText, QString());
+        const TypingPlan plan = TypingPlan::of(typed, style);
+        for (const TypingStep &step : plan.steps) {
+            const bool isPaste = step.kind == TypingStep::Kind::Paste;
+            ++underWay;
+            typer.add(step, ended());
+            show(isPaste ? u"pasted %1"_s.arg(step.text) : u"key %1"_s.arg(typed.right(1)));
+        }
+        if (!plan.refusal.isEmpty()) {
+            show(u"%1 cannot be sent"_s.arg(quillmote::shownCharacter(typed, 0)));
+        }
+    }
 
     void typeKey(const std::optional<QString> &shortcut, const QString &shown)
     {
         if (shortcut) {
             send(Request::key(*shortcut), u"key %1"_s.arg(shown));
         } else {
-            show(u"servers cannot type %1"_s.arg(shown));
+            show(u"%1 cannot be sent"_s.arg(shown));
         }
     }
 
@@ -134,14 +159,29 @@ private:
     {
         ++underWay;
         show(shown);
-        session.connection().send(request, [this](const quillmote::Outcome &outcome) {
+        typer.add(request, ended());
+    }
+
+    TextTyper::Done ended()
+    {
+        return [this](const quillmote::Outcome &outcome) {
             --underWay;
             if (outcome.kind == quillmote::Outcome::Kind::TimedOut) {
                 end(ExitCode::NoConnection);
             } else if (outcome.kind == quillmote::Outcome::Kind::Done) {
                 sendMove();
             }
-        });
+        };
+    }
+
+    /// What a person must know once; the terminal is raw.
+    void showIntroduction()
+    {
+        Terminal::print(u"Keys typed here are typed on %1.\r\n"
+                        "Arrows or the mouse move the pointer.\r\n"
+                        "Return, Tab, Backspace and Escape cannot be sent.\r\n"
+                        "Characters without a key, such as the full stop, are pasted.\r\n"
+                        "This overwrites the clipboard there.\r\n\r\n"_s.arg(session.serverName()));
     }
 
     void show(const QString &action)
@@ -161,8 +201,11 @@ public:
 
 private:
     Session &session;
+    TypingStyle style;
+    TextTyper typer;
     QEventLoop loop;
     QByteArray unread;
+    QString pendingText; // typed, and not yet on its way
     std::optional<TerminalInput::MouseMotion> mousePlace;
     int pendingX = 0;
     int pendingY = 0;
@@ -183,14 +226,14 @@ ExitCode Commands::remote(const Arguments &arguments)
         return session.exitCode();
     }
     const QString name = QHostInfo::localHostName();
-    const ExitCode paired = session.run(Request::pair(u"quillmote-"_s + name, name));
+    const ExitCode paired = session.run(Request::pair(DeviceIdentity::get().text, name));
     if (paired != ExitCode::Done && paired != ExitCode::ServerError) {
         return paired;
     }
     ExitCode code = ExitCode::Done;
     {
         const RawTerminal terminal;
-        Remote remote(session);
+        Remote remote(session, arguments);
         remote.pairing = paired == ExitCode::Done ? u"paired"_s : u"not paired"_s;
         code = remote.run();
     }

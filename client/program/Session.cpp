@@ -3,9 +3,13 @@
 
 #include "program/Session.h"
 
+#include "lib/PrintableText.h"
+#include "program/ConnectionKeeper.h"
 #include "program/Discovery.h"
+#include "program/LastServer.h"
 
 #include <QEventLoop>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -16,66 +20,129 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How long to look for servers when none is named: one that is there answers within this time.
+/// How long to look for servers when none is named: one that is there answers within this time,
+/// even when its first answer was lost.
 constexpr auto lookAround = 1'500ms;
+/// A server that need not ask a person has answered by then.
+constexpr auto quickAnswer = 300ms;
+
+constexpr auto serverVariable = "QUILLMOTE_SERVER";
 
 QString listed(const QList<quillmote::ServerAddress> &servers)
 {
     QStringList names;
     std::transform(servers.begin(), servers.end(), std::back_inserter(names),
                    [](const auto &server) { return u'"' + server.name + u'"'; });
-    return names.join(u", "_s);
+    return quillmote::printable(names.join(u", "_s));
+}
+
+/// Whether the server shows a balloon about the command, which the end of the connection covers.
+bool isShownByServer(const QString &command)
+{
+    return command == "open"_L1 || command == "copy"_L1 || command == "send"_L1;
+}
+
+WantedServer wantedServer(const Arguments &arguments)
+{
+    const QString name =
+        arguments.server.isEmpty() ? qEnvironmentVariable(serverVariable) : arguments.server;
+    return {name, name.isEmpty() ? LastServer::name() : QString()};
+}
+
+void complainOfNone(const WantedServer &wanted, const QList<quillmote::ServerAddress> &seen,
+                    bool isNamedByOption)
+{
+    const QString source = wanted.name.isEmpty() || isNamedByOption
+                               ? QString()
+                               : u" (named by %1)"_s.arg(QLatin1StringView(serverVariable));
+    const QString which =
+        wanted.name.isEmpty()
+            ? QString()
+            : u" of the name \"%1\"%2"_s.arg(quillmote::printable(wanted.name), source);
+    const QString others =
+        seen.isEmpty() ? QString() : u" These were found: %1."_s.arg(listed(seen));
+    Terminal::complain(u"No server%1 was found; start VornaServer there, or give its address with "
+                       "--host and --port.%2"_s.arg(which, others),
+                       "no-server"_L1);
 }
 
 } // namespace
 
-Session::Session(const Arguments &arguments)
+Session::Session(const Arguments &arguments) : isShownThere(isShownByServer(arguments.command))
 {
+    if (isShownThere) {
+        ConnectionKeeper::endEarlier();
+    }
     if (findServer(arguments)) {
         connectToServer(arguments);
+    }
+}
+
+Session::~Session()
+{
+    if (!link.hasAnswered()) {
+        return;
+    }
+    if (!advertisedName.isEmpty()) {
+        LastServer::remember(advertisedName);
+    }
+    if (isShownThere && link.isOpen()) {
+        ConnectionKeeper::keep(link.descriptor());
     }
 }
 
 bool Session::findServer(const Arguments &arguments)
 {
     if (arguments.host.isEmpty()) {
-        return chooseServer(arguments);
+        return searchByName(arguments);
     }
     host = arguments.host;
     port = arguments.port;
-    name = u"%1:%2"_s.arg(host).arg(port);
+    name = quillmote::printable(u"%1:%2"_s.arg(host).arg(port));
     return true;
 }
 
-bool Session::chooseServer(const Arguments &arguments)
+bool Session::searchByName(const Arguments &arguments)
 {
-    const DiscoveredServers seen =
-        arguments.server.isEmpty()
-            ? discoverServers(std::min<std::chrono::milliseconds>(lookAround, arguments.timeout))
-            : discoverServer(arguments.server, arguments.timeout);
-    const auto chosen = std::find_if(
-        seen.servers.begin(), seen.servers.end(), [&](const quillmote::ServerAddress &server) {
-            return arguments.server.isEmpty() || server.name == arguments.server;
-        });
-    if (!seen.problem.isEmpty()) {
-        Terminal::complain(seen.problem + u" Give the server's address with --host and --port."_s);
-    } else if (chosen == seen.servers.end()) {
-        Terminal::complain(
-            u"No server%1 was found; start VornaServer there, or give its address "
-            "with --host and --port."_s.arg(arguments.server.isEmpty()
-                                                ? QString()
-                                                : u" of the name \"%1\""_s.arg(arguments.server)));
-    } else if (arguments.server.isEmpty() && seen.servers.size() > 1) {
+    const WantedServer wanted = wantedServer(arguments);
+    const auto limit = wanted.name.isEmpty()
+                           ? std::min<std::chrono::milliseconds>(lookAround, arguments.timeout)
+                           : arguments.timeout;
+    const SearchResult result = searchServer(wanted, limit);
+    if (!result.problem.isEmpty()) {
+        Terminal::complain(result.problem + u" Give the server's address with --host and --port."_s,
+                           "no-discovery"_L1);
+        return false;
+    }
+    switch (result.choice.kind) {
+    case ServerChoice::Kind::Clear:
+        if (!wanted.lastUsed.isEmpty() && wanted.lastUsed != result.choice.server.name) {
+            Terminal::note(u"The server used last, \"%1\", was not found; using \"%2\"."_s.arg(
+                quillmote::printable(wanted.lastUsed),
+                quillmote::printable(result.choice.server.name)));
+        }
+        return use(result.choice.server);
+    case ServerChoice::Kind::Several:
         Terminal::complain(u"Several servers were found: %1; choose one with --server."_s.arg(
-            listed(seen.servers)));
+                               listed(result.choice.candidates)),
+                           "several-servers"_L1);
         code = ExitCode::Usage;
-    } else {
-        name = chosen->name;
-        host = chosen->address.toString();
-        port = chosen->port;
-        return true;
+        return false;
+    case ServerChoice::Kind::Undecided:
+    case ServerChoice::Kind::None:
+        complainOfNone(wanted, result.choice.candidates, !arguments.server.isEmpty());
+        return false;
     }
     return false;
+}
+
+bool Session::use(const quillmote::ServerAddress &server)
+{
+    advertisedName = server.name;
+    name = quillmote::printable(server.name);
+    host = server.address.toString();
+    port = server.port;
+    return true;
 }
 
 void Session::connectToServer(const Arguments &arguments)
@@ -93,7 +160,8 @@ void Session::connectToServer(const Arguments &arguments)
         code = ExitCode::Done;
     } else {
         Terminal::complain(
-            u"%1 cannot be reached (%2); is VornaServer running there?"_s.arg(name, problem));
+            u"%1 cannot be reached (%2); is VornaServer running there?"_s.arg(name, problem),
+            "unreachable"_L1);
     }
 }
 
@@ -101,6 +169,11 @@ ExitCode Session::run(const quillmote::Request &request, quillmote::Answer *answ
 {
     QEventLoop loop;
     quillmote::Outcome outcome;
+    if (request.asksUser) {
+        QTimer::singleShot(quickAnswer, &loop, [this] {
+            Terminal::note(u"Waiting for someone at %1 to accept."_s.arg(name));
+        });
+    }
     link.send(request, [&](const quillmote::Outcome &end) {
         outcome = end;
         loop.quit();
@@ -119,13 +192,13 @@ ExitCode Session::report(const quillmote::Outcome &outcome, const QString &timeo
     case Kind::Done:
         return outcome.answer.response() == "ERROR"_L1 ? ExitCode::ServerError : ExitCode::Done;
     case Kind::Refused:
-        Terminal::complain(outcome.problem);
+        Terminal::complain(outcome.problem, "cannot-send"_L1);
         return ExitCode::Usage;
     case Kind::TimedOut:
-        Terminal::complain(outcome.problem + u' ' + timeoutAdvice);
+        Terminal::complain(outcome.problem + u' ' + timeoutAdvice, "timeout"_L1);
         return ExitCode::NoConnection;
     case Kind::Lost:
-        Terminal::complain(outcome.problem + u" Is VornaServer still running there?"_s);
+        Terminal::complain(outcome.problem + u" Is VornaServer still running there?"_s, "lost"_L1);
         return ExitCode::NoConnection;
     }
     return ExitCode::NoConnection;

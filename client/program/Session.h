@@ -4,6 +4,7 @@
 #pragma once
 
 #include "lib/Connection.h"
+#include "lib/ServerBrowser.h"
 #include "program/Arguments.h"
 #include "program/Terminal.h"
 
@@ -16,6 +17,11 @@ public:
     /// Finds the server and connects; when that fails the user has been told, and exitCode() is
     /// not Done.
     explicit Session(const Arguments &arguments);
+    /// Remembers a server that has answered. The connection of a command that made the server show
+    /// something is kept for a moment; see ConnectionKeeper.
+    ~Session();
+    Session(const Session &) = delete;
+    Session &operator=(const Session &) = delete;
 
     bool isOpen() const { return code == Terminal::ExitCode::Done; }
     Terminal::ExitCode exitCode() const { return code; }
@@ -34,12 +40,15 @@ public:
 
 private:
     bool findServer(const Arguments &arguments);
-    bool chooseServer(const Arguments &arguments);
+    bool searchByName(const Arguments &arguments);
+    bool use(const quillmote::ServerAddress &server);
     void connectToServer(const Arguments &arguments);
 
     quillmote::Connection link;
-    QString name;
+    QString name;           // for the user; printable
+    QString advertisedName; // empty when the user has given the address
     QString host;
     quint16 port = 0;
+    bool isShownThere = false; // what the command does
     Terminal::ExitCode code = Terminal::ExitCode::NoConnection;
 };

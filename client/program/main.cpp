@@ -13,14 +13,15 @@ int main(int argc, char **argv)
     qputenv("AVAHI_COMPAT_NOWARN", "1");
     const QCoreApplication application(argc, argv);
     const ParsedArguments parsed = parseArguments(QCoreApplication::arguments());
+    Terminal::useJson(parsed.wantsJson);
     if (!parsed.problem.isEmpty()) {
-        Terminal::complain(parsed.problem);
-        return static_cast<int>(Terminal::ExitCode::Usage);
+        Terminal::complain(parsed.problem, QLatin1StringView(parsed.problemCode));
+        return Terminal::finish(Terminal::ExitCode::Usage);
     }
     if (!parsed.arguments) {
         Terminal::print(parsed.output);
         return static_cast<int>(Terminal::ExitCode::Done);
     }
     const CommandEntry *command = findCommand(parsed.arguments->command);
-    return static_cast<int>(command->run(*parsed.arguments));
+    return Terminal::finish(command->run(*parsed.arguments));
 }

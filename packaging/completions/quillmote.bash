@@ -4,8 +4,21 @@
 #
 # Completion of quillmote for bash.
 
+# Keys behind the modifiers that are there already. A modifier gets no blank behind it.
+_quillmote_keys() {
+    local before='' key
+    [[ $1 == *+* ]] && before=${1%+*}+
+    local keys=("${before}Space")
+    for key in {1..20}; do keys+=("${before}F$key"); done
+    for key in Cmd+ Alt+ Ctrl+ Shift+; do
+        [[ +$before == *"+$key"* ]] || keys+=("$before$key")
+    done
+    mapfile -t COMPREPLY < <(compgen -W "${keys[*]}" -- "$1")
+    if [[ ${#COMPREPLY[@]} -eq 1 && ${COMPREPLY[0]} == *+ ]]; then compopt -o nospace; fi
+}
+
 _quillmote() {
-    local commands='discover info pair key move click open copy paste send remote'
+    local commands='discover info pair key move click open copy paste send type remote'
     local options='--server --host --port --timeout --json --help --version'
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command='' word
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
@@ -14,7 +27,11 @@ _quillmote() {
     case $command in
     discover) options+=' --watch' ;;
     pair) options+=' --name' ;;
-    key) options+=' --repeat' ;;
+    key | click) options+=' --repeat' ;;
+    send) options+=' --as --force' ;;
+    type) options+=' --paste --us-keyboard --paste-wait --restore' ;;
+    remote) options+=' --paste --us-keyboard --paste-wait' ;;
+    copy) options+=' --lossy' ;;
     esac
     case $previous in
     --server)
@@ -22,14 +39,16 @@ _quillmote() {
         mapfile -t COMPREPLY < <(compgen -W "$(quillmote discover --timeout 1 2>/dev/null | cut -f1)" -- "$current")
         return
         ;;
-    --host | --port | --timeout | --name | --repeat) return ;;
+    --host | --port | --timeout | --name | --repeat | --as | --paste-wait) return ;;
     esac
     if [[ $current == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current")
     elif [ -z "$command" ]; then
         mapfile -t COMPREPLY < <(compgen -W "$commands" -- "$current")
     elif [ "$command" = click ]; then
-        mapfile -t COMPREPLY < <(compgen -W 'left right center' -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W 'left right center double' -- "$current")
+    elif [ "$command" = key ]; then
+        _quillmote_keys "$current"
     elif [ "$command" = send ]; then
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
     fi

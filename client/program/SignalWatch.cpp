@@ -1,0 +1,93 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "program/SignalWatch.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::array watchedSignals = {SIGINT, SIGTERM, SIGHUP};
+
+/// Between the handler and the event loop: the end that is read, and the one that is written.
+std::array<int, 2> channel = {-1, -1};
+
+/// Calls only what is allowed in a signal handler.
+void forward(int signal)
+{
+    const int savedError = errno;
+    const auto byte = static_cast<char>(signal);
+    [[maybe_unused]] const ssize_t written = write(channel[1], &byte, 1);
+    errno = savedError;
+}
+
+/// One that is ignored from the start stays so, as nohup wants it.
+void setHandler(int signal, void (*handler)(int))
+{
+    struct sigaction current = {};
+    sigaction(signal, nullptr, &current);
+    if (current.sa_handler != SIG_IGN) {
+        struct sigaction wanted = {};
+        wanted.sa_handler = handler;
+        wanted.sa_flags = SA_RESTART;
+        sigaction(signal, &wanted, nullptr);
+    }
+}
+
+} // namespace
+
+SignalWatch::SignalWatch(std::function<void(int)> whenCaught) : callback(std::move(whenCaught))
+{
+    if (pipe(channel.data()) != 0) {
+        return; // without descriptors to spare the signals end the program as ever
+    }
+    for (const int end : channel) {
+        fcntl(end, F_SETFL, O_NONBLOCK);
+        fcntl(end, F_SETFD, FD_CLOEXEC);
+    }
+    notifier = std::make_unique<QSocketNotifier>(channel[0], QSocketNotifier::Read);
+    QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(),
+                     [this] { take(); });
+    for (const int signal : watchedSignals) {
+        setHandler(signal, forward);
+    }
+}
+
+SignalWatch::~SignalWatch()
+{
+    if (!notifier) {
+        return;
+    }
+    for (const int signal : watchedSignals) {
+        setHandler(signal, SIG_DFL);
+    }
+    notifier.reset();
+    for (int &end : channel) {
+        close(end);
+        end = -1;
+    }
+}
+
+void SignalWatch::take()
+{
+    char byte = 0;
+    while (read(channel[0], &byte, 1) == 1) {
+        first = first == 0 ? byte : first;
+        if (callback) {
+            callback(byte);
+        }
+    }
+}
+
+void SignalWatch::dieOf(int signal)
+{
+    std::signal(signal, SIG_DFL);
+    raise(signal);
+    // Only where the signal is blocked.
+    std::_Exit(128 + signal);
+}
