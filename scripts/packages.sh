@@ -50,6 +50,21 @@ missing_packages() {
     done
 }
 
+# require_packages NAME...: fails with the names of those that are missing. Elsewhere than on Debian
+# it only shows what is needed, by Debian's names.
+require_packages() {
+    local missing
+    if ! command -v dpkg-query >/dev/null; then
+        echo "Nothing is installed. What is needed, by the names of Debian's packages: $*" >&2
+        return 0
+    fi
+    mapfile -t missing < <(missing_packages "$@" | sort -u)
+    [ "${#missing[@]}" -eq 0 ] && return 0
+    echo "These packages are missing: ${missing[*]}" >&2
+    echo "As root: apt-get install --no-install-recommends ${missing[*]}" >&2
+    return 1
+}
+
 # as_root COMMAND...: runs it by sudo, or directly for root.
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
