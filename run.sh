@@ -20,7 +20,7 @@ quillmote, the handheld for the command line, types into a window, and a screens
 
   --demo        show the demonstration although there is a graphical session
   --once        show the demonstration, then end: status 0 when the typed text arrived, else 1
-  --no-install  install nothing; fail when something is missing
+  --no-install  install nothing; if packages are missing, name them and fail
   --help        this text
 
 Root is asked for (by sudo) only to install packages, after they have been listed.
@@ -45,14 +45,15 @@ for option in "$@"; do
 done
 [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] || demo=yes
 
-install_what_is_missing() {
-    # A demonstration must not make a service of the machine speak on its network.
-    if [ "$demo" = yes ]; then
-        mapfile -t packages < <(build_packages && demo_packages)
-        install_packages silent "${packages[@]}"
+# A demonstration must not make a service of the machine speak on its network.
+provide_packages() {
+    local how=serving needed=run_packages
+    [ "$demo" = no ] || how=silent needed=demo_packages
+    mapfile -t packages < <(build_packages && "$needed")
+    if [ "$install" = yes ]; then
+        install_packages "$how" "${packages[@]}"
     else
-        mapfile -t packages < <(build_packages && run_packages)
-        install_packages serving "${packages[@]}"
+        require_packages "${packages[@]}"
     fi
 }
 
@@ -64,7 +65,7 @@ build_release() {
 
 server=${VORNA_SERVER:-}
 if [ -z "$server" ]; then
-    [ "$install" = no ] || install_what_is_missing
+    provide_packages
     (build_release)
     server=$root/build/release/VornaServer
 fi

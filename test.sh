@@ -15,7 +15,7 @@ Installs what is missing, builds with sanitizers and with warnings as errors, an
 (preset dev) and each fuzz target for 20 seconds (preset fuzz). The last line reads
 "N passed, M failed"; the status is 0 only when all passed.
 
-  --no-install  install nothing; fail when something is missing
+  --no-install  install nothing; if packages are missing, name them and fail
   --help        this text
 
 Everything else goes to ctest: ./test.sh -R clipboard
@@ -56,9 +56,11 @@ run_tests() {
 }
 
 cd "$root"
+mapfile -t packages < <(test_packages)
 if [ "$install" = yes ]; then
-    mapfile -t packages < <(test_packages)
     install_packages silent "${packages[@]}"
+else
+    require_packages "${packages[@]}"
 fi
 tests=0
 failed=0

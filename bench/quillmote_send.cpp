@@ -66,7 +66,8 @@ double byQuillmote(const ServerBench &bench, const QString &quillmote, const QSt
 {
     QFile::remove(received);
     const auto start = steady_clock::now();
-    run(quillmote, {"send", original, "--host", "127.0.0.1", "--port",
+    // Bytes without a format of their own have no place for the announcement.
+    run(quillmote, {"send", "--force", original, "--host", "127.0.0.1", "--port",
                     QString::number(bench.port()), "--timeout", "60"});
     const double rate = FileRate::since(start, QFileInfo(original).size());
     // The announcement stands in front.

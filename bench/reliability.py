@@ -130,7 +130,8 @@ its start it needs one.
 - **SIGKILL:** devices paired in that run are forgotten. Received bytes are in their files.
 - **A token in pieces or merged with another** is lost, as \
 [the protocol](protocol.md#3-one-arrival-is-one-token) tells.
-- **Two floods at once** make others wait twice as long.
+- **Several floods at once:** long tokens are taken apart by turns, so others wait hardly longer \
+for eight of them than for one. Floods of short tokens add up.
 """
 
 # "12: PASS   : tst_Faults::name(row) figures", as ctest -V passes it on from a test program.

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
+#include "support/ProcessMemory.h"
 #include "support/RecordingOpener.h"
 #include "support/ServerScene.h"
 
@@ -12,6 +13,47 @@
 using namespace std::chrono_literals;
 
 namespace {
+
+constexpr qsizetype MiB = 1024 * 1024;
+
+/// A server of its own whose memory can be measured from now on.
+class MeasuredServer
+{
+public:
+    MeasuredServer()
+    {
+        m_scene.launchForgetful();
+        // The first answers take memory that stays.
+        const bool isReady = port() != 0 && Handheld(port()).isServed() &&
+                             ProcessMemory::forgetPeak(m_scene.server().processId());
+        m_before = isReady ? ProcessMemory::resident(m_scene.server().processId()) : 0;
+    }
+
+    bool isMeasured() const { return m_before > 0; }
+    quint16 port() const { return m_scene.port(); }
+    QByteArray problemAtEnd() { return m_scene.problemAtEnd(); }
+
+    /// How many bytes it has taken beyond, at its highest.
+    qint64 growth() const
+    {
+        const qint64 most = ProcessMemory::peak(m_scene.server().processId()) - m_before;
+        qInfo("Memory grew by %lld KiB", static_cast<long long>(most / 1024));
+        return most;
+    }
+
+private:
+    ServerScene m_scene;
+    qint64 m_before = 0;
+};
+
+/// Entries with different keys, numbers from `first` on.
+QByteArray keys(int first, int count)
+{
+    QByteArray entries;
+    for (int number = first; number < first + count; ++number)
+        entries += QByteArray::number(number) + " = v;";
+    return entries;
+}
 
 /// A token that has only begun.
 QByteArray openToken(qsizetype size)
@@ -38,7 +80,11 @@ private slots:
     void bytesOneAtATimeAreNoToken();
     void tokenInHalvesIsLost();
     void twoTokensAtOnceAreReadAsOne();
+    void largeTokenIsRead_data();
+    void largeTokenIsRead();
     void hugeTokenIsSurvived();
+    void keysAreStoredUpToTheLimit();
+    void bytesAreStoredUpToTheLimit();
     void manyKeysAreSurvived();
     void resetDuringTheDispatchIsSurvived();
     void resetDuringAHugeTokenIsSurvived();
@@ -181,24 +227,111 @@ void tst_BadInput::twoTokensAtOnceAreReadAsOne()
     QVERIFY(!handheld.hasUnreadAnswer());
 }
 
+void tst_BadInput::largeTokenIsRead_data()
+{
+    QTest::addColumn<QByteArray>("filling");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QString>("value");
+    QTest::newRow("one value") << "long = " + QByteArray(50'000, 'v') + ';' << "long"
+                               << QString(50'000, QLatin1Char('v'));
+    QTest::newRow("one key") << QByteArray(50'000, 'k') + " = short;"
+                             << QString(50'000, QLatin1Char('k')) << "short";
+    QTest::newRow("empty entries") << QByteArray(50'000, ';') << ""
+                                   << "";
+    QTest::newRow("blanks") << "far = " + QByteArray(50'000, ' ') + "away;"
+                            << "far"
+                            << "away";
+}
+
+/// Read, not lost: the answer holds what came in.
+void tst_BadInput::largeTokenIsRead()
+{
+    QFETCH(QByteArray, filling);
+    QFETCH(QString, key);
+    QFETCH(QString, value);
+    Handheld handheld(m_scene->port());
+    const auto answer = handheld.ask("{ cmdType = SERVER_INFO; " + filling + " }");
+    QVERIFY(answer);
+    QVERIFY(answer->contains(key));
+    QCOMPARE(answer->value(key).toString(), value);
+}
+
+/// Far more than one read takes. Whether a part of it is read as a token is nobody's business.
 void tst_BadInput::hugeTokenIsSurvived()
 {
-    constexpr qsizetype Mebibyte = 1024 * 1024;
+    MeasuredServer measured;
+    QVERIFY(measured.isMeasured());
+    for (const QByteArray &token : {openToken(16 * MiB) + "; }",
+                                    "{ cmdType = SERVER_INFO; " + QByteArray(16 * MiB, ';') + " }",
+                                    "{ cmdType = SERVER_INFO; " + keys(0, 1'000'000) + " }"}) {
+        Handheld handheld(measured.port());
+        QVERIFY(handheld.send(token) && handheld.waitUntilRead());
+        QVERIFY(Handheld(measured.port()).isServed());
+    }
+    QVERIFY(measured.growth() < 64 * MiB);
+    QCOMPARE(measured.problemAtEnd(), QByteArray());
+}
+
+/// To the last one that is allowed, by tokens that fit into one read; one more ends the connection.
+void tst_BadInput::keysAreStoredUpToTheLimit()
+{
+    constexpr int Limit = 65'536;
+    constexpr int Piece = 4'096;
     Handheld handheld(m_scene->port());
-    handheld.send(openToken(16 * Mebibyte) + "; }");
-    QVERIFY(isServing());
-    Handheld again(m_scene->port());
-    again.send("{ cmdType = SERVER_INFO; " + QByteArray(16 * Mebibyte, ';') + " }");
+    for (int first = 0; first < Limit; first += Piece) {
+        // The key of the command counts too.
+        const int count = first + Piece < Limit ? Piece : Piece - 1;
+        QVERIFY(
+            handheld.sendAndSettle("{ cmdType = APPLICATION_CMD; " + keys(first, count) + " }"));
+    }
+    const auto answer = handheld.ask(serverInfo());
+    QVERIFY(answer);
+    // The answer has put two more there, which do not count.
+    QCOMPARE(answer->size(), Limit + 2);
+    QCOMPARE(answer->value("65534").toString(), QStringLiteral("v"));
+
+    QVERIFY(handheld.send("{ cmdType = SERVER_INFO; tooMany = v; }"));
+    QVERIFY(handheld.waitUntilClosed());
     QVERIFY(isServing());
 }
 
+void tst_BadInput::bytesAreStoredUpToTheLimit()
+{
+    constexpr int Value = 32'768;
+    // The keys and the command take a few hundred bytes.
+    constexpr int Fitting = 16 * MiB / Value - 1;
+    Handheld handheld(m_scene->port());
+    const auto token = [](int number) {
+        return "{ cmdType = APPLICATION_CMD; " + QByteArray::number(number) + " = " +
+               QByteArray(Value, 'v') + "; }";
+    };
+    for (int number = 0; number < Fitting; ++number)
+        QVERIFY(handheld.sendAndSettle(token(number)));
+    const auto answer = handheld.ask(serverInfo());
+    QVERIFY(answer);
+    QCOMPARE(answer->size(), Fitting + 3);
+    QCOMPARE(answer->value(QString::number(Fitting - 1)).toString().size(), Value);
+
+    QVERIFY(handheld.send(token(Fitting)));
+    QVERIFY(handheld.waitUntilClosed());
+    QVERIFY(isServing());
+}
+
+/// Devices that fill their connection to the end, one after the other, leave nothing behind.
 void tst_BadInput::manyKeysAreSurvived()
 {
-    Handheld handheld(m_scene->port());
-    QByteArray token = "{ ";
-    for (int i = 0; i < 100'000; ++i)
-        token += QByteArray::number(i) + " = v;";
-    handheld.send(token + " }");
+    MeasuredServer measured;
+    QVERIFY(measured.isMeasured());
+    for (int device = 0; device < 4; ++device) {
+        Handheld handheld(measured.port());
+        for (int first = 0; first < 68'000 && handheld.isConnected(); first += 4'000)
+            if (!handheld.sendAndSettle("{ " + keys(first, 4'000) + " }"))
+                break;
+        QVERIFY(handheld.waitUntilClosed());
+        QVERIFY(Handheld(measured.port()).isServed());
+    }
+    QVERIFY(measured.growth() < 64 * MiB);
+    QCOMPARE(measured.problemAtEnd(), QByteArray());
 }
 
 void tst_BadInput::resetDuringTheDispatchIsSurvived()
@@ -219,14 +352,26 @@ void tst_BadInput::resetDuringAHugeTokenIsSurvived()
     }
 }
 
+/// The server must not gather answers for ever: beyond 4 MiB the connection ends.
 void tst_BadInput::answersThatNobodyReadsAreSurvived()
 {
-    Handheld handheld(m_scene->port());
-    // A large value comes back in every answer; the server must not gather answers for ever.
-    QVERIFY(handheld.sendAndSettle("{ a = " + QByteArray(50'000, 'v') + "; }"));
-    for (int i = 0; i < 400; ++i)
-        if (!handheld.send(serverInfo(), 5s) || !handheld.waitUntilRead(1s))
-            break;
+    MeasuredServer measured;
+    QVERIFY(measured.isMeasured());
+    Handheld handheld(measured.port());
+    // The large value comes back in every answer.
+    constexpr qsizetype Value = 50'000;
+    QVERIFY(handheld.sendAndSettle("{ a = " + QByteArray(Value, 'v') + "; }"));
+    constexpr int Enough = 200 * MiB / Value;
+    int asked = 0;
+    while (asked < Enough && handheld.send(serverInfo()) && handheld.waitUntilRead())
+        ++asked;
+    qInfo("Closed after %d answers.", asked);
+    QVERIFY(asked < Enough);
+    QVERIFY(asked * Value > 4 * MiB);
+    QVERIFY(handheld.waitUntilClosed());
+    QVERIFY(Handheld(measured.port()).isServed());
+    QVERIFY(measured.growth() < 32 * MiB);
+    QCOMPARE(measured.problemAtEnd(), QByteArray());
 }
 
 void tst_BadInput::randomBytesAreSurvived()

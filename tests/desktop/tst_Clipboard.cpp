@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "support/ClipboardOwner.h"
+#include "support/Flooder.h"
 #include "support/PiecewiseOwner.h"
 #include "support/ServerScene.h"
 
@@ -66,12 +67,14 @@ private slots:
     void clipboardWithoutPlainTextIsAnErrorAndKeepsTheParameters();
     void clipboardThatNobodyOwnsIsAnError();
     void othersAreServedWhileTheOwnerIsSilent();
+    void silentOwnerIsGivenUpDuringAFlood();
     void clipboardIsReadAgainAfterASilentOwner();
     void lateAnswerOfAnEarlierOwnerIsNotTaken();
     void ownerThatIsKilledIsAnError();
     void ownerThatVanishesInTheMiddleOfATextIsAnError();
     void slowOwnerIsWaitedForPieceByPiece();
     void deviceThatLeftMeanwhileIsForgotten();
+    void lateTextIsAnsweredBeforeTheNextCommand();
 
     void sentTextIsReadByOtherPrograms_data();
     void sentTextIsReadByOtherPrograms();
@@ -166,6 +169,8 @@ void tst_Clipboard::clipboardWithoutPlainTextIsAnErrorAndKeepsTheParameters_data
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("target");
     QTest::newRow("HTML only") << QByteArray("<b>bold</b>") << "text/html";
+    QTest::newRow("a list of files")
+        << QByteArray("file:///etc/hostname\r\nfile:///etc/hosts\r\n") << "text/uri-list";
     QTest::newRow("an image") << QByteArray("\x89PNG\r\n\x1a\n and so on") << "image/png";
 }
 
@@ -225,6 +230,23 @@ void tst_Clipboard::othersAreServedWhileTheOwnerIsSilent()
     QVERIFY2(times[times.size() / 2] < 100ms, inMilliseconds(times.last()));
     // Had the server waited for the owner, one of them would have taken all the time.
     QVERIFY2(times.last() < Patience / 2, inMilliseconds(times.last()));
+}
+
+void tst_Clipboard::silentOwnerIsGivenUpDuringAFlood()
+{
+    ClipboardOwner owner(session(), "never told");
+    QVERIFY(owner.isServing());
+    owner.halt();
+    Handheld handheld(m_scene->port());
+    QVERIFY(handheld.isServed());
+    Flooder flooder(m_scene->port(), serverInfo());
+    QElapsedTimer time;
+    time.start();
+    const auto answer = handheld.ask(clipboardRequest());
+    const milliseconds answered(time.elapsed());
+    QVERIFY(flooder.stop() > 0);
+    QCOMPARE(response(answer), QStringLiteral("ERROR"));
+    QVERIFY2(answered < Patience * 3 / 2, inMilliseconds(answered));
 }
 
 void tst_Clipboard::clipboardIsReadAgainAfterASilentOwner()
@@ -321,6 +343,30 @@ void tst_Clipboard::deviceThatLeftMeanwhileIsForgotten()
     QVERIFY(owner.sendPiece("nobody's"));
     QVERIFY(owner.sendPiece(QByteArray()));
     QVERIFY(staying.ask(commandText(QStringLiteral("SERVER_INFO"))));
+}
+
+void tst_Clipboard::lateTextIsAnsweredBeforeTheNextCommand()
+{
+    PiecewiseOwner owner(session().display());
+    Handheld handheld(m_scene->port());
+    QVERIFY(handheld.send(clipboardRequest()));
+    QVERIFY(owner.offerText());
+    QVERIFY(handheld.send(commandText(QStringLiteral("SERVER_INFO"))));
+    Handheld other(m_scene->port());
+    QVERIFY(other.isServed());
+    QVERIFY(!waitUntil([&] { return handheld.hasUnreadAnswer(); }, Patience / 2));
+    QVERIFY(owner.announcePieces());
+    QVERIFY(owner.sendPiece("late"));
+    QVERIFY(owner.sendPiece(QByteArray()));
+
+    const auto text = handheld.answer();
+    QCOMPARE(text->value(QStringLiteral("cmdType")).toString(),
+             QStringLiteral("SERVER_CLIPBOARD_REQUEST"));
+    QCOMPARE(response(text), QStringLiteral("OK"));
+    QCOMPARE(parameters(text), QStringList{"late"});
+    const auto info = handheld.answer();
+    QCOMPARE(info->value(QStringLiteral("cmdType")).toString(), QStringLiteral("SERVER_INFO"));
+    QCOMPARE(parameters(info).size(), 3);
 }
 
 void tst_Clipboard::sentTextIsReadByOtherPrograms_data()

@@ -4,9 +4,12 @@
 #include "support/ProcessTables.h"
 #include "support/ServerScene.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QTcpServer>
 #include <QTest>
+#include <QThread>
 
 #include <unistd.h>
 
@@ -14,6 +17,9 @@ namespace {
 
 /// How long a tray may take to appear at logon, in milliseconds.
 constexpr int TrayGrace = 10'000;
+
+const QString PairedDevices = QStringLiteral("pairedDeviceList");
+const QStringList EarlierDevices{QStringLiteral("old-1"), QStringLiteral("old-2")};
 
 QByteArray pairing(const QString &device)
 {
@@ -35,7 +41,13 @@ private slots:
     void trayThatComesLateIsUsed();
     void endSignalsWriteThePairedDevices_data();
     void endSignalsWriteThePairedDevices();
+    void endSignalWhileWaitingForATrayEndsInOrder_data();
     void endSignalWhileWaitingForATrayEndsInOrder();
+    void endSignalDuringTheStartEndsInOrder_data();
+    void endSignalDuringTheStartEndsInOrder();
+    void endSignalThatWaitsForTheStartEndsInOrder_data();
+    void endSignalThatWaitsForTheStartEndsInOrder();
+    void endSignalWhileTheDisplayHangsEndsInOrder();
     void pairedDevicesAreReadAtTheNextStart();
     void firstStartStoresNoPreferences();
     void runsWithoutStandardStreams();
@@ -44,6 +56,7 @@ private slots:
 
 private:
     bool open(DesktopSession::Parts parts);
+    bool storesNothingNew() const;
 
     std::unique_ptr<ServerScene> m_scene;
 };
@@ -75,6 +88,8 @@ void tst_StartAndEnd::withoutATrayItRefusesToRun()
     QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("no-tray")));
     QVERIFY(m_scene->clickButton(*box, 0));
     QCOMPARE(m_scene->server().waitForEnd(), std::optional(1));
+    // Nobody reads a file; in a terminal more is said.
+    QCOMPARE(m_scene->server().errorText(), QByteArray());
     QVERIFY(!QFileInfo::exists(m_scene->session().settingsFile()));
 }
 
@@ -115,18 +130,121 @@ void tst_StartAndEnd::endSignalsWriteThePairedDevices()
     QVERIFY(handheld.waitUntilClosed());
 }
 
+void tst_StartAndEnd::endSignalWhileWaitingForATrayEndsInOrder_data()
+{
+    endSignalsWriteThePairedDevices_data();
+}
+
 void tst_StartAndEnd::endSignalWhileWaitingForATrayEndsInOrder()
 {
+    QFETCH(int, signal);
     QVERIFY(open(DesktopSession::NoParts));
+    m_scene->storeSetting(PairedDevices, EarlierDevices);
     m_scene->launch();
-    const ServerProcess &server = m_scene->server();
-    QVERIFY(waitUntil([&] { return ProcessTables::catches(server.processId(), SIGTERM); }));
-    QVERIFY(!server.isListening());
+    // Long enough to be in the middle of the waiting; nothing of it can be seen from outside.
+    QTest::qWait(2'000);
+    QVERIFY(!m_scene->server().isListening());
     QElapsedTimer sinceSignal;
     sinceSignal.start();
-    QVERIFY(m_scene->server().end(SIGTERM).has_value());
+    // After the box that says that there is no tray, the status is 1.
+    QCOMPARE(m_scene->server().end(signal), std::optional(0));
     QVERIFY(sinceSignal.elapsed() < TrayGrace / 2);
-    QVERIFY(m_scene->view().dialogs(m_scene->server().processId()).isEmpty());
+    QCOMPARE(m_scene->server().errorText(), QByteArray());
+    QVERIFY(storesNothingNew());
+}
+
+/// The devices of an earlier run are there, and no core of this one.
+bool tst_StartAndEnd::storesNothingNew() const
+{
+    return m_scene->storedSetting(PairedDevices).toStringList() == EarlierDevices &&
+           QDir(m_scene->session().home()).entryList({"*core*"}, QDir::Files).isEmpty();
+}
+
+void tst_StartAndEnd::endSignalDuringTheStartEndsInOrder_data()
+{
+    QTest::addColumn<int>("milliseconds");
+    for (const int milliseconds : {0, 1, 2, 5, 10, 20, 30, 50, 100, 300, 1'000})
+        QTest::addRow("after %d ms", milliseconds) << milliseconds;
+}
+
+/// Before the program's first instruction there is nobody to catch a signal: the system ends the
+/// process while it loads the libraries. From then on the program ends by itself.
+void tst_StartAndEnd::endSignalDuringTheStartEndsInOrder()
+{
+    QFETCH(int, milliseconds);
+    constexpr int Rounds = 12;
+    constexpr int LongestEnd = 5'000;
+    QVERIFY(open(DesktopSession::Tray));
+    m_scene->storeSetting(PairedDevices, EarlierDevices);
+    int inOrder = 0;
+    qint64 longest = 0;
+    for (int i = 0; i < Rounds; ++i) {
+        m_scene->launch();
+        QThread::msleep(static_cast<unsigned long>(milliseconds));
+        ServerProcess &server = m_scene->server();
+        const bool isCaught = ProcessTables::catches(server.processId(), SIGTERM);
+        QElapsedTimer sinceSignal;
+        sinceSignal.start();
+        const std::optional<int> status = server.end(SIGTERM);
+        longest = qMax(longest, sinceSignal.elapsed());
+        if (isCaught || status) {
+            QCOMPARE(status, std::optional(0));
+            ++inOrder;
+        } else {
+            QCOMPARE(server.endingSignal(), std::optional<int>(SIGTERM));
+        }
+        QCOMPARE(server.errorText(), QByteArray());
+        QVERIFY(storesNothingNew());
+    }
+    qInfo("%d of %d caught, the longest end took %lld ms.", inOrder, Rounds, longest);
+    QVERIFY(longest < LongestEnd);
+    // The loading takes less than that even with sanitizers on a busy machine.
+    QVERIFY(milliseconds < 1'000 || inOrder == Rounds);
+}
+
+void tst_StartAndEnd::endSignalThatWaitsForTheStartEndsInOrder_data()
+{
+    endSignalDuringTheStartEndsInOrder_data();
+}
+
+/// Started with the signals blocked, the program is spared the gap: none may be lost or end it by
+/// force, whenever it comes.
+void tst_StartAndEnd::endSignalThatWaitsForTheStartEndsInOrder()
+{
+    QFETCH(int, milliseconds);
+    constexpr int Rounds = 6;
+    QVERIFY(open(DesktopSession::Tray));
+    m_scene->storeSetting(PairedDevices, EarlierDevices);
+    for (int i = 0; i < Rounds; ++i) {
+        m_scene->launch([] {
+            sigset_t all;
+            sigfillset(&all);
+            sigprocmask(SIG_BLOCK, &all, nullptr);
+        });
+        QThread::msleep(static_cast<unsigned long>(milliseconds));
+        QCOMPARE(m_scene->server().end(i % 2 == 0 ? SIGTERM : SIGHUP), std::optional(0));
+        QCOMPARE(m_scene->server().errorText(), QByteArray());
+        QVERIFY(storesNothingNew());
+    }
+}
+
+/// A display that takes the connection and does not answer holds up the making of the application.
+void tst_StartAndEnd::endSignalWhileTheDisplayHangsEndsInOrder()
+{
+    constexpr int FirstDisplayPort = 6000;
+    QVERIFY(open(DesktopSession::NoParts));
+    m_scene->storeSetting(PairedDevices, EarlierDevices);
+    QTcpServer display;
+    QVERIFY(display.listen(QHostAddress::LocalHost));
+    QVERIFY(display.serverPort() > FirstDisplayPort);
+    m_scene->mutableSession().addVariable(
+        QStringLiteral("DISPLAY"),
+        QStringLiteral("127.0.0.1:%1").arg(display.serverPort() - FirstDisplayPort));
+    m_scene->launch();
+    QVERIFY(waitUntil([&] { return display.hasPendingConnections(); }));
+    QCOMPARE(m_scene->server().end(), std::optional(0));
+    QCOMPARE(m_scene->server().errorText(), QByteArray());
+    QVERIFY(storesNothingNew());
 }
 
 void tst_StartAndEnd::pairedDevicesAreReadAtTheNextStart()

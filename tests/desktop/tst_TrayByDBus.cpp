@@ -4,11 +4,21 @@
 #include "support/NotificationDesk.h"
 #include "support/ServerScene.h"
 
+#include <QMap>
 #include <QTest>
 
 namespace {
 
 constexpr int BalloonMilliseconds = 10'000;
+
+constexpr QPoint InTheMiddle(500, 400);
+const QString preferencesLabel = QStringLiteral("Preferences...");
+
+/// Of the dialogs, by their items in the menu.
+const QMap<QString, QString> titles{
+    {QStringLiteral("About"), QStringLiteral("QMessageBox::information()")},
+    {preferencesLabel, QStringLiteral("Config Dialog")},
+};
 
 Notification message(const QString &body)
 {
@@ -35,15 +45,31 @@ private slots:
     void menuHoldsItsItems();
     void startStopItemIsRenamed();
     void quitEndsTheProgram();
+    void secondChoiceShowsTheOpenDialog_data();
+    void secondChoiceShowsTheOpenDialog();
+    void minimizedDialogComesBack();
+    void valuesOfTheOneDialogAreTaken();
+    void folderChooserStaysInFront();
+    void quitWhileADialogIsOpenEndsInOrder_data();
+    void quitWhileADialogIsOpenEndsInOrder();
 
 private:
     bool start();
+    void choose(const QString &label) const;
+    std::optional<SeenWindow> openDialog(const QString &label) const;
+    bool openWindowInFront();
+    QList<SeenWindow> dialogs() const
+    {
+        return m_scene->view().dialogs(m_scene->server().processId());
+    }
+    bool isInFront(const SeenWindow &dialog) const;
     PublishedItem item(const QString &label) const;
     bool hasItem(const QString &label) const { return item(label).number != 0; }
     bool isAnnounced(const QString &body) const;
 
     std::unique_ptr<ServerScene> m_scene;
     std::unique_ptr<NotificationDesk> m_desk;
+    std::unique_ptr<ChildProcess> m_otherProgram;
 };
 
 void tst_TrayByDBus::init()
@@ -55,6 +81,7 @@ void tst_TrayByDBus::init()
 void tst_TrayByDBus::cleanup()
 {
     const QByteArray problem = m_scene->problemAtEnd();
+    m_otherProgram.reset();
     m_desk.reset();
     m_scene.reset();
     QCOMPARE(problem, QByteArray());
@@ -76,6 +103,41 @@ PublishedItem tst_TrayByDBus::item(const QString &label) const
         if (item.label == label)
             return item;
     return {};
+}
+
+void tst_TrayByDBus::choose(const QString &label) const
+{
+    m_desk->click(m_desk->icons().constFirst(), item(label).number);
+}
+
+/// Chooses the item and waits for its dialog.
+std::optional<SeenWindow> tst_TrayByDBus::openDialog(const QString &label) const
+{
+    choose(label);
+    return m_scene->waitForDialog(titles.value(label));
+}
+
+/// Another program's window, which the user clicks into, covers the dialogs.
+bool tst_TrayByDBus::openWindowInFront()
+{
+    const DesktopView &view = m_scene->view();
+    const quint32 before = view.frontWindow();
+    m_otherProgram = std::make_unique<ChildProcess>();
+    m_otherProgram->setProcessEnvironment(m_scene->session().environment());
+    m_otherProgram->start(QStringLiteral("xterm"),
+                          {"-geometry", "160x50+0+0", "-e", "sleep", "600"});
+    const auto isInUse = [&] {
+        return view.frontWindow() != before && view.activeWindow() == view.frontWindow();
+    };
+    return waitUntil(isInUse) && m_scene->user().click(InTheMiddle) && waitUntil(isInUse);
+}
+
+bool tst_TrayByDBus::isInFront(const SeenWindow &dialog) const
+{
+    return waitUntil([&] {
+        return m_scene->view().frontWindow() == dialog.id &&
+               m_scene->view().activeWindow() == dialog.id;
+    });
 }
 
 bool tst_TrayByDBus::isAnnounced(const QString &body) const
@@ -180,6 +242,105 @@ void tst_TrayByDBus::quitEndsTheProgram()
     QVERIFY(start());
     m_desk->click(m_desk->icons().constFirst(), item("Quit").number);
     QCOMPARE(m_scene->server().waitForEnd(), std::optional(0));
+}
+
+void tst_TrayByDBus::secondChoiceShowsTheOpenDialog_data()
+{
+    QTest::addColumn<QString>("label");
+    for (const QString &label : titles.keys())
+        QTest::newRow(qPrintable(label)) << label;
+}
+
+void tst_TrayByDBus::secondChoiceShowsTheOpenDialog()
+{
+    QFETCH(QString, label);
+    QVERIFY(start());
+    const auto dialog = openDialog(label);
+    QVERIFY(dialog);
+    QVERIFY(openWindowInFront());
+    QVERIFY(m_scene->view().frontWindow() != dialog->id);
+    choose(label);
+    QVERIFY(isInFront(*dialog));
+    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("second-choice")));
+    QCOMPARE(dialogs().size(), 1);
+    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
+    QVERIFY(m_scene->waitUntilGone(*dialog));
+    QVERIFY(openDialog(label));
+}
+
+void tst_TrayByDBus::minimizedDialogComesBack()
+{
+    QVERIFY(start());
+    const auto dialog = openDialog(preferencesLabel);
+    QVERIFY(dialog && m_scene->user().minimizeWindow(dialog->id));
+    QVERIFY(waitUntil([this] { return dialogs().isEmpty(); }));
+    choose(preferencesLabel);
+    QVERIFY(isInFront(*dialog));
+    QCOMPARE(dialogs().size(), 1);
+}
+
+void tst_TrayByDBus::valuesOfTheOneDialogAreTaken()
+{
+    QVERIFY(start());
+    const auto dialog = openDialog(preferencesLabel);
+    QVERIFY(dialog && m_scene->user().tapKey(QStringLiteral("alt+a")));
+    QVERIFY(openWindowInFront());
+    choose(preferencesLabel);
+    QVERIFY(isInFront(*dialog));
+    QVERIFY(!m_scene->storedSetting(QStringLiteral("pairNeedsApproval")).isValid());
+    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
+    QVERIFY(m_scene->waitUntilGone(*dialog));
+    // A second dialog would have been closed by now, and would have stored the old value.
+    choose(QStringLiteral("Quit"));
+    QCOMPARE(m_scene->server().waitForEnd(), std::optional(0));
+    QCOMPARE(m_scene->storedSetting(QStringLiteral("pairNeedsApproval")).toBool(), true);
+}
+
+void tst_TrayByDBus::folderChooserStaysInFront()
+{
+    QVERIFY(start());
+    const auto dialog = openDialog(preferencesLabel);
+    QVERIFY(dialog);
+    // From the dialog's first control over the line edit to Choose.
+    for (const char *key : {"Tab", "Tab", "space"})
+        QVERIFY(m_scene->user().tapKey(key));
+    const auto chooser = m_scene->waitForDialog(QStringLiteral("Find Directory"));
+    QVERIFY(chooser);
+    QVERIFY(openWindowInFront());
+    choose(preferencesLabel);
+    QVERIFY(isInFront(*chooser));
+    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("second-choice-while-browsing")));
+    QCOMPARE(dialogs().size(), 2);
+    // It takes keys as before.
+    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
+    QVERIFY(m_scene->waitUntilGone(*chooser));
+    QVERIFY(waitUntil([&] { return m_scene->view().activeWindow() == dialog->id; }));
+    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
+    QVERIFY(m_scene->waitUntilGone(*dialog));
+}
+
+void tst_TrayByDBus::quitWhileADialogIsOpenEndsInOrder_data()
+{
+    secondChoiceShowsTheOpenDialog_data();
+}
+
+void tst_TrayByDBus::quitWhileADialogIsOpenEndsInOrder()
+{
+    QFETCH(QString, label);
+    QVERIFY(start());
+    Handheld handheld(m_scene->port());
+    QVERIFY(
+        handheld.ask(commandText("SERVER_PAIR", {{"cmdParameters", QStringList{"id-1", "Anna"}}})));
+    QVERIFY(openDialog(label));
+    if (label == preferencesLabel)
+        QVERIFY(m_scene->user().tapKey(QStringLiteral("space")));
+    choose(QStringLiteral("Quit"));
+    QCOMPARE(m_scene->server().waitForEnd(), std::optional(0));
+    QCOMPARE(m_scene->storedSetting(QStringLiteral("pairedDeviceList")).toStringList(),
+             QStringList{"id-1"});
+    // However the preferences are closed, their values are taken.
+    QCOMPARE(m_scene->storedSetting(QStringLiteral("pairNeedsApproval")).toBool(),
+             label == preferencesLabel);
 }
 
 QTEST_GUILESS_MAIN(tst_TrayByDBus)

@@ -3,12 +3,14 @@
 
 #include "support/LackOfPorts.h"
 #include "support/ServerScene.h"
+#include "support/TrayDouble.h"
 
 #include <QTest>
 
 #include <sys/resource.h>
 
 using Item = TrayMenu::Item;
+using namespace std::chrono_literals;
 
 /// The icon in the tray, its menu and its balloons, as a person sees and uses them.
 class tst_TrayIcon : public QObject
@@ -26,6 +28,8 @@ private slots:
     void isRedWhenARestartFailsAndOrangeOnceItWorks();
     void turnsOrangeWhenOneOfTwoDevicesLeaves();
     void startBalloonIsSeenAtTheIcon();
+    void listensAtOnceWhereTheTrayTakesNoIconIn();
+    void choiceInTheFirstSecondHolds();
     void pairingReplacesTheBalloon();
     void stoppedServerOffersToStart();
     void restartedServerServesDevices();
@@ -33,6 +37,7 @@ private slots:
     void quitEndsTheProgram();
 
 private:
+    void open(DesktopSession::Parts parts);
     QImage startStopText() const;
     bool stopByMenu() const;
 
@@ -41,7 +46,12 @@ private:
 
 void tst_TrayIcon::init()
 {
-    m_scene = std::make_unique<ServerScene>();
+    open(DesktopSession::Tray);
+}
+
+void tst_TrayIcon::open(DesktopSession::Parts parts)
+{
+    m_scene = std::make_unique<ServerScene>(parts);
     QCOMPARE(m_scene->session().problem(), QByteArray());
 }
 
@@ -159,6 +169,42 @@ void tst_TrayIcon::startBalloonIsSeenAtTheIcon()
     const QRect icon = m_scene->view().trayIcon(process).value_or(QRect());
     // The balloon's arrow points into the icon.
     QVERIFY(balloon.intersects(icon.adjusted(-1, -1, 1, 1)));
+}
+
+void tst_TrayIcon::listensAtOnceWhereTheTrayTakesNoIconIn()
+{
+    open(DesktopSession::NoParts);
+    const TrayDouble tray(m_scene->session().display(), TrayDouble::Manner::Ignores);
+    QVERIFY(tray.isReady());
+    m_scene->launch();
+    QVERIFY(waitUntil([&] { return tray.sinceRequest().isValid(); }, GenerousLimit, 1ms));
+    QVERIFY(waitUntil([&] { return m_scene->server().isListening(); }, GenerousLimit, 1ms));
+    const qint64 listening = tray.sinceRequest().elapsed();
+    const qint64 process = m_scene->server().processId();
+    QVERIFY(waitUntil([&] { return m_scene->view().balloon(process).has_value(); }));
+    const qint64 balloon = tray.sinceRequest().elapsed();
+    qInfo("Listening %lld ms after the icon was shown, balloon %lld ms after it.", listening,
+          balloon);
+    // Far from the second that the balloons wait; sanitizers and the looks take their time.
+    QVERIFY(listening < 700);
+    QVERIFY(balloon >= 900 && balloon < 3'000);
+}
+
+void tst_TrayIcon::choiceInTheFirstSecondHolds()
+{
+    open(DesktopSession::NoParts);
+    const TrayDouble tray(m_scene->session().display(), TrayDouble::Manner::TakesToOrigin);
+    QVERIFY(tray.isReady());
+    m_scene->launch();
+    const qint64 process = m_scene->server().processId();
+    QVERIFY(waitUntil([&] { return m_scene->view().trayIcon(process).has_value(); }));
+    QVERIFY(m_scene->menu().choose(Item::StartStop));
+    qInfo("Chosen %lld ms after the icon was shown.", tray.sinceRequest().elapsed());
+    QVERIFY(waitUntil([&] { return !m_scene->server().isListening(); }));
+    // Until whatever waits for the first second is done.
+    QTest::qWait(1'500);
+    QVERIFY(!m_scene->server().isListening());
+    QVERIFY(m_scene->showsLight(StatusLight::Black));
 }
 
 void tst_TrayIcon::pairingReplacesTheBalloon()

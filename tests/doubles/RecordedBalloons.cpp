@@ -18,6 +18,17 @@ QStringList balloonTexts()
     return texts;
 }
 
+QRect &recordedIconPlace()
+{
+    static QRect place;
+    return place;
+}
+
+QRect QSystemTrayIcon::geometry() const
+{
+    return recordedIconPlace();
+}
+
 void QSystemTrayIcon::showMessage(const QString &title, const QString &msg, MessageIcon icon,
                                   int msecs)
 {

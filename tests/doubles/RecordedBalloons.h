@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <QRect>
 #include <QStringList>
 #include <QSystemTrayIcon>
 
@@ -23,3 +24,7 @@ std::vector<RecordedBalloon> &recordedBalloons();
 
 /// The texts of the balloons in their order.
 QStringList balloonTexts();
+
+/// What the toolkit says of the tray icon's place in such a test; invalid, as where the desktop
+/// draws the icon by itself, until a test sets it.
+QRect &recordedIconPlace();

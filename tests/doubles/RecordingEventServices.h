@@ -5,6 +5,7 @@
 
 #include "platform/EventServices.h"
 
+#include <functional>
 #include <variant>
 #include <vector>
 
@@ -32,6 +33,8 @@ struct EventRecord
 
     /// Where the pointer is said to be; a posted event does not move it.
     platform::Location location;
+    /// What happens when the pointer is asked for; may throw.
+    std::function<void()> onLocationQuestion = [] {};
     /// Every call in its order.
     std::vector<Call> calls;
 
@@ -64,6 +67,7 @@ public:
     platform::Location pointerLocation() override
     {
         m_record.calls.push_back(EventRecord::LocationQuestion{});
+        m_record.onLocationQuestion();
         return m_record.location;
     }
 

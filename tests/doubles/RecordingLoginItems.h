@@ -7,6 +7,8 @@
 
 #include <QList>
 
+#include <functional>
+
 /// What a RecordingLoginItems reads and writes; the test keeps it, so it outlives the adapter that
 /// the code under test owns.
 struct LoginItemRecord
@@ -23,6 +25,8 @@ struct LoginItemRecord
     /// The saved list: what another program would see.
     QList<Entry> entries;
     int saves = 0;
+    /// Called after each save; empty when nobody wants to know.
+    std::function<void()> onSave;
 };
 
 /// A login item list in memory that counts how often it was saved.
@@ -52,6 +56,9 @@ public:
     {
         record.entries = entries;
         ++record.saves;
+        if (record.onSave) {
+            record.onSave();
+        }
     }
 
 private:

@@ -5,6 +5,7 @@
 
 #include "platform/AdvertisementDaemon.h"
 #include "platform/ToolkitClipboard.h"
+#include "platform/ToolkitScreens.h"
 
 PlatformRecord &PlatformRecord::current()
 {
@@ -64,6 +65,11 @@ std::unique_ptr<SessionStart> makeSessionStart()
 std::unique_ptr<Clipboard> makeClipboard()
 {
     return std::make_unique<SlowableClipboard>();
+}
+
+std::unique_ptr<Screens> makeScreens()
+{
+    return std::make_unique<ToolkitScreens>();
 }
 
 std::unique_ptr<AdvertisementDaemonWatch> watchAdvertisementDaemon(std::function<void()> appeared)

@@ -90,17 +90,22 @@ ConnectionModel::~ConnectionModel()
 
 void ConnectionModel::begin()
 {
-    ++connection;
     isOpen = true;
     token.clear();
     deviceName.clear();
     path.clear();
     unsent = 0;
+    waitsForClipboard = hasPeerLeft = false;
+    unread.clear();
 }
 
 void ConnectionModel::leave()
 {
-    if (isOpen) {
+    if (waitsForClipboard) {
+        hasPeerLeft = true;
+        unread.clear();
+        unsent = 0;
+    } else if (isOpen) {
         end();
     }
 }
@@ -115,7 +120,7 @@ void ConnectionModel::end()
 qint64 ConnectionModel::readLimit() const
 {
     if (!isReceivingFile()) {
-        return tokenPiece;
+        return heldPiece;
     }
     return remaining >= filePiece ? filePiece : 0;
 }
@@ -123,7 +128,11 @@ qint64 ConnectionModel::readLimit() const
 void ConnectionModel::receive(const QByteArray &bytes)
 {
     for (qsizetype at = 0; at < bytes.size() && isOpen;) {
-        const qint64 limit = readLimit();
+        if (waitsForClipboard) {
+            unread += bytes.mid(at);
+            return;
+        }
+        const qint64 limit = isReceivingFile() ? readLimit() : tokenPiece;
         const QByteArray piece = limit == 0 ? bytes.mid(at) : bytes.mid(at, limit);
         at += piece.size();
         if (!isReceivingFile() && readToken(piece)) {
@@ -162,7 +171,7 @@ void ConnectionModel::dispatch()
     } else if (command == "TEXT_TRANSFER_AND_OPEN") {
         takeText();
     } else if (command == "SERVER_CLIPBOARD_REQUEST" && isClipboardSlow) {
-        waitingConnections.append(connection);
+        waitsForClipboard = true;
     } else if (command == "SERVER_CLIPBOARD_REQUEST") {
         answerClipboard(clipboard);
     } else if (command == "FILE_TRANSFER_AND_OPEN") {
@@ -204,7 +213,7 @@ void ConnectionModel::answer(const QString &response)
     if (unsent > mostUnsent) {
         deeds.messages.append("debug: The device does not read its answers. ");
         end();
-    } else {
+    } else if (!hasPeerLeft) {
         deeds.answers.append(token);
     }
 }
@@ -244,10 +253,16 @@ void ConnectionModel::answerClipboard(const std::optional<QString> &content)
 
 void ConnectionModel::answerWaiting(const QString &clipboardText)
 {
-    for (const int waiting : std::exchange(waitingConnections, {})) {
-        if (isOpen && waiting == connection) {
-            answerClipboard(clipboardText);
-        }
+    if (std::exchange(waitsForClipboard, false)) {
+        answerClipboard(clipboardText);
+    }
+}
+
+void ConnectionModel::readOn()
+{
+    receive(std::exchange(unread, {}));
+    if (isOpen && hasPeerLeft) {
+        end();
     }
 }
 

@@ -24,8 +24,9 @@ public:
     static constexpr qint64 mostUnsent = 4 * 1024 * 1024;
     /// The pieces in which a file is read while its end is far.
     static constexpr qint64 filePiece = 256 * 1024;
-    /// The most that is taken for one token.
-    static constexpr qint64 tokenPiece = 64 * 1024;
+    /// The most that is taken for one token, and what of it the connection itself may hold.
+    static constexpr qint64 tokenPiece = 1024 * 1024;
+    static constexpr qint64 heldPiece = 8 * 1024;
 
     /// What the server has done; whoever compares it empties it.
     struct Deeds
@@ -48,10 +49,14 @@ public:
     /// A new connection takes the place of the earlier one, which must have ended.
     void begin();
     void leave();
+    /// Whether the connection waits for the clipboard, and is not read meanwhile.
+    bool isWaiting() const { return waitsForClipboard; }
     /// Bytes that arrive at once. The socket hands them over in pieces.
     void receive(const QByteArray &bytes);
-    /// Those who wait for the clipboard get its text.
+    /// Who waits for the clipboard gets its text.
     void answerWaiting(const QString &clipboardText);
+    /// Reads what came while it waited, if it does so no more.
+    void readOn();
 
     bool isReceivingFile() const { return !path.isEmpty(); }
     /// The limit that the connection sets to one read; 0 for none.
@@ -95,8 +100,9 @@ private:
     qint64 remaining = 0;
     int descriptor = -1;
     std::optional<QString> clipboard;
-    int connection = 0;
     int fileCount = 0; // announced so far
     int deviceCount = 0;
-    QList<int> waitingConnections;
+    bool waitsForClipboard = false;
+    bool hasPeerLeft = false; // while it waited
+    QByteArray unread;        // what came meanwhile
 };

@@ -4,9 +4,9 @@
 #include "Session.h"
 
 #include "Finding.h"
-#include "MemorySocket.h"
 #include "NaiveTokenWriter.h"
 #include "ReplacedOpener.h"
+#include "doubles/MemorySocket.h"
 #include "doubles/RecordingPlatform.h"
 #include "net/ClientHandler.h"
 #include "server/Server.h"
@@ -61,10 +61,12 @@ QByteArray wireForm(const QList<ConnectionModel::Map> &answers, const QStringLis
     return bytes;
 }
 
-/// Twice: the end of the handler ends the socket.
-void processEvents()
+/// Often enough for a token that is taken apart in many turns, and for the end of the handler,
+/// which ends the socket.
+void processEvents(qsizetype bytes = 0)
 {
-    for (int round = 0; round < 2; ++round) {
+    constexpr qsizetype leastBytesInATurn = 500;
+    for (qsizetype round = 0; round < 12 + bytes / leastBytesInATurn; ++round) {
         QCoreApplication::sendPostedEvents();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
@@ -135,6 +137,9 @@ void Session::leave()
     }
     model.leave();
     processEvents();
+    if (model.isWaiting()) {
+        answerWaiting();
+    }
     compare();
     Finding::require(handler.isNull() && socket.isNull(), "a connection outlives its peer");
 }
@@ -165,8 +170,13 @@ void Session::answerWaiting()
     for (const auto &receiver : std::exchange(record.waitingReaders, {})) {
         receiver(QString("late"));
     }
+    // The answer shows the map as it is before anything else is read.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     model.answerWaiting("late");
+    compare();
+    deliver({});
     processEvents();
+    model.readOn();
     compare();
 }
 
@@ -188,9 +198,11 @@ void Session::deliver(const QByteArray &bytes)
     if (!socket.isNull()) {
         socket->receive(bytes);
     }
-    while (!socket.isNull() && socket->hasUnread()) {
+    // A connection that waits for the clipboard takes nothing.
+    for (qsizetype unread = -1; !socket.isNull() && socket->unread() != unread;) {
+        unread = socket->unread();
         emit socket->readyRead();
-        processEvents();
+        processEvents(unread);
     }
 }
 

@@ -7,6 +7,7 @@
 //   x  the handheld leaves, and another one comes
 //   r  if a file is on its way, the next read is repeated until it has some 20 KB, R  some 300 KB
 //      (once): too much to be read as a token by a naive reader
+//   t  if none is, the next read is repeated until it is too long to be read at once (once)
 //   l  during the next read no file grows beyond 16 KiB
 //   u  4 MiB of answers wait to be sent, U  one byte more, n  none
 //   s  the clipboard becomes slow, a  it answers
@@ -31,6 +32,7 @@ namespace {
 constexpr rlim_t smallFile = 16 * 1024;
 constexpr qsizetype largeRead = 20'000;
 constexpr qsizetype hugeRead = 300'000;
+constexpr qsizetype longTokenRead = ConnectionModel::heldPiece + 1'000;
 
 World *world = nullptr;
 
@@ -102,6 +104,9 @@ QByteArray enlarged(const QByteArray &bytes, const Session &session, char contro
     }
     if (session.isReceivingFile() && control == 'R' && !std::exchange(wasHuge, true)) {
         return repeated(bytes, hugeRead);
+    }
+    if (!session.isReceivingFile() && control == 't' && !std::exchange(wasHuge, true)) {
+        return repeated(bytes, longTokenRead);
     }
     return bytes;
 }

@@ -5,7 +5,7 @@
 // finds, in their order; the connection stores them, announces the token or not, and says the same.
 
 #include "Finding.h"
-#include "MemorySocket.h"
+#include "doubles/MemorySocket.h"
 #include "net/ClientHandler.h"
 #include "support/MessageRecorder.h"
 #include "unit/net/NaiveTokenReader.h"

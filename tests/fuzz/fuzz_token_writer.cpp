@@ -7,8 +7,8 @@
 // the map that was written.
 
 #include "Finding.h"
-#include "MemorySocket.h"
 #include "NaiveTokenWriter.h"
+#include "doubles/MemorySocket.h"
 #include "lib/AnswerReader.h"
 #include "net/ClientHandler.h"
 

@@ -4,7 +4,6 @@
 #include "ObjectiveC.h"
 #include "StandIn.h"
 #include "applications/TKApplicationManagerMac.h"
-#include "doubles/RecordingEventServices.h"
 #include "interaction/InteractionManager.h"
 #include "interaction/InteractionManagerMac.h"
 #include "platform/ScriptingBridge.h"
@@ -121,15 +120,16 @@ void tst_AppleScriptingBridge::startingUnitronAsksItsName()
 void tst_AppleScriptingBridge::quittingBringsTheApplicationToTheFrontThenTypes()
 {
     world().applications[finder] = {true, "Finder"};
-    EventRecord record;
-    InteractionManager interaction(
-        new InteractionManagerMac(std::make_unique<RecordingEventServices>(record)));
+    InteractionManager interaction(new InteractionManagerMac);
     const standin::Pool pool;
     TKApplicationManagerMac(&interaction).quitApplication("Finder");
-    QCOMPARE(calls(), QStringList({"applicationWithBundleIdentifier " + finder,
-                                   "isRunning " + finder, "activate " + finder}));
-    QCOMPARE(record.keyboardEvents().size(), size_t(2));
-    QCOMPARE(record.keyboardEvents().front().flags, platform::Flag::Command);
+    QStringList deeds = calls();
+    deeds.removeIf([](const QString &call) {
+        return !call.startsWith("activate") && !call.startsWith("CGEventPost");
+    });
+    QCOMPARE(deeds,
+             QStringList({"activate " + finder, "CGEventPost tap 1 flags 0x100000 key 12 down",
+                          "CGEventPost tap 1 flags 0x100000 key 12 up"}));
 }
 
 QTEST_GUILESS_MAIN(tst_AppleScriptingBridge)

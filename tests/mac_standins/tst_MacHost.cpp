@@ -3,6 +3,7 @@
 
 #include "platform/AdvertisementDaemon.h"
 #include "platform/Clipboard.h"
+#include "platform/DisplayAccess.h"
 #include "platform/Sockets.h"
 #include "platform/TrayHost.h"
 
@@ -44,6 +45,7 @@ private slots:
     void aDeadPeerIsNoticedAndSmallAnswersLeaveAtOnce();
     void theDescriptorsThatAreLeftAreCounted();
     void descriptorsThatAreOpenAreKeptFromOtherPrograms();
+    void theDisplayIsLeftToTheToolkit();
     void theTrayIsNotWaitedFor();
     void theDaemonsWatchNeverCalls();
     void theClipboardAnswersAtOnce();
@@ -83,6 +85,15 @@ void tst_MacHost::descriptorsThatAreOpenAreKeptFromOtherPrograms()
     QCOMPARE(closesOnExec(STDERR_FILENO), standardStreamCloses);
     close(high);
     close(low);
+}
+
+void tst_MacHost::theDisplayIsLeftToTheToolkit()
+{
+    qputenv("DISPLAY", ":1");
+    const platform::DisplayChoice choice = {"xcb", ":4711"};
+    QCOMPARE(platform::displayProblem(choice), QString());
+    platform::adoptDisplay(choice);
+    QCOMPARE(qgetenv("DISPLAY"), QByteArray(":1"));
 }
 
 void tst_MacHost::theTrayIsNotWaitedFor()

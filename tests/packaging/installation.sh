@@ -19,6 +19,7 @@ share/applications/vornaserver.desktop
 share/bash-completion/completions/quillmote
 share/fish/vendor_completions.d/quillmote.fish
 share/icons/hicolor/scalable/apps/vornaserver.svg
+share/man/man1/VornaServer.1
 share/man/man1/quillmote.1
 share/zsh/site-functions/_quillmote'
 
@@ -34,6 +35,8 @@ name() { sed -n "s/^$1=//p" share/applications/vornaserver.desktop; }
 check "the desktop entry's program is there" test -x "bin/$(name Exec)"
 check "the desktop entry's icon is there" \
     test -f "share/icons/hicolor/scalable/apps/$(name Icon).svg"
-check "the man page is the project's" \
-    cmp share/man/man1/quillmote.1 "$root/packaging/man/quillmote.1"
+for page in VornaServer.1 quillmote.1; do
+    check "the man page $page is the project's" \
+        cmp "share/man/man1/$page" "$root/packaging/man/$page"
+done
 exit "$((failures > 0))"

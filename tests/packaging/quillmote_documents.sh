@@ -43,14 +43,33 @@ each_option_is() {
     check "every command has its options" [ "$count" -ge 70 ]
 }
 
+# usage COMMAND: how it is called, without what all commands take.
+usage() {
+    "$VORNA_QUILLMOTE" "$1" --help | sed -n '1s/^Usage: quillmote \(.*[^ ]\) *\[OPTIONS\]$/\1/p'
+}
+
+# has_entry TEXT ENTRY: the page's text has an entry of that title; short ones share the line with
+# their text.
+has_entry() {
+    local line
+    while IFS= read -r line; do
+        [[ $line == "       $2" || $line == "       $2 "* ]] && return
+    done <<<"$1"
+    echo "no entry \"$2\"" && false
+}
+
 check_man() {
     local page=$packaging/man/quillmote.1 text command
     check "mandoc has no complaint" mandoc -T lint -W warning "$page"
     check "groff has no warning" is_silent man --warnings -E UTF-8 -Tutf8 -Z -l "$page"
-    text=$(MANWIDTH=100 man -E UTF-8 -l "$page" | col -bx)
+    text=$(MANWIDTH=80 man -E UTF-8 -l "$page" | col -bx)
     for command in $(commands); do
-        check "the page describes $command" contains "$text" "^ +$command( |\$)"
+        check "the page's entry of $command" has_entry "$text" "$(usage "$command")"
     done
+    for word in QUILLMOTE_SERVER quillmote/identity quillmote/last-server.json quillmote-keeper; do
+        check "the page knows $word" contains "$text" "$word"
+    done
+    text=$(MANWIDTH=100 man -E UTF-8 -l "$page" | col -bx)
     is_in_page() { contains "$text" "(^|[^-])$2\\b"; }
     each_option_is is_in_page
 }
@@ -64,12 +83,29 @@ bash_completes() {
     printf '%s\n' "${COMPREPLY[@]}"
 }
 
+# Outside of a completion the shell's own refuses.
+compopt() { echo "compopt $*"; }
+
+# check_keys COMPLETES: what it offers behind "key" and words for the last.
+check_keys() {
+    local word
+    for word in Space F1 F20 Cmd+ Alt+ Ctrl+ Shift+; do
+        check "key $word" contains "$("$@" key '')" "^${word/+/\\+}\$"
+    done
+    for word in Space F20 Shift+; do
+        check "key Cmd+Alt+$word" contains "$("$@" key Cmd+Alt+)" "^Cmd\\+Alt\\+${word/+/\\+}\$"
+    done
+}
+
 check_bash() {
     # shellcheck source=packaging/completions/quillmote.bash
     . "$packaging/completions/quillmote.bash"
     check "all commands" [ "$(bash_completes '' | sort)" = "$(commands | sort)" ]
     check "a command's beginning" [ "$(bash_completes cl)" = click ]
-    check "buttons" [ "$(bash_completes click '' | xargs)" = "left right center" ]
+    check "buttons" [ "$(bash_completes click '' | xargs)" = "left right center double" ]
+    check_keys bash_completes
+    check "a modifier gets no blank" contains "$(bash_completes key Cm)" '^compopt -o nospace$'
+    check "a key gets its blank" [ "$(bash_completes key Spa)" = Space ]
     check "files" contains "$(cd "$packaging" && bash_completes send man)" '^man$'
     check "a command behind an option" [ "$(bash_completes --json pas)" = paste ]
     is_offered_by_bash() { contains "$(bash_completes "$1" "$2")" "^$2\$"; }
@@ -83,11 +119,29 @@ check_zsh() {
     for command in $(commands); do
         check "zsh knows $command" contains "$text" "^ *[\"']$command:"
     done
+    zsh_completes_key() { zsh_keys "$2" | sed 's/^-S||//'; }
+    check_keys zsh_completes_key
+    check "a modifier gets no blank" [ "$(zsh_keys Cm)" = '-S||Cmd+' ]
+    check "a key gets its blank" [ "$(zsh_keys Spa)" = Space ]
     # Those of one command stand in its line, those of all in a list.
     is_known_to_zsh() {
         contains "$text" "^    $1\\).*'$2\\[" || contains "$text" "^        [\"']$2\\["
     }
     each_option_is is_known_to_zsh
+}
+
+# zsh_keys WORD: what zsh offers as a key for that word, each behind its options.
+zsh_keys() {
+    zsh -fc 'compadd() { local -a words; local option=
+            while [[ $1 != -- ]]; do option+="$1|"; shift; done
+            shift
+            for word in "$@"; do [[ $word == "$PREFIX"* ]] && print -r -- "$option$word"; done
+        }
+        _describe() { : }
+        CURRENT=2
+        . "$1"
+        PREFIX=$2
+        _quillmote_keys' zsh "$packaging/completions/_quillmote" "$1"
 }
 
 fish_completes() {
@@ -100,7 +154,9 @@ check_fish() {
     export HOME
     check "fish can read it" fish -n "$packaging/completions/quillmote.fish"
     check "all commands" [ "$(fish_completes '' | sort)" = "$(commands | sort)" ]
-    check "buttons" [ "$(fish_completes 'click ' | sort | xargs)" = "center left right" ]
+    check "buttons" [ "$(fish_completes 'click ' | sort | xargs)" = "center double left right" ]
+    check_keys fish_completes
+    check "a modifier gets no blank" [ "$(fish_completes key Cm | wc -l)" -gt 1 ]
     is_offered_by_fish() { contains "$(fish_completes "$1 $2")" "^$2\$"; }
     each_option_is is_offered_by_fish
     rm -rf "$HOME"

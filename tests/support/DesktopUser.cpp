@@ -76,3 +76,8 @@ bool DesktopUser::moveWindow(quint32 window, const QPoint &corner) const
     return run({QStringLiteral("windowmove"), QString::number(window), QString::number(corner.x()),
                 QString::number(corner.y())});
 }
+
+bool DesktopUser::minimizeWindow(quint32 window) const
+{
+    return run({QStringLiteral("windowminimize"), QString::number(window)});
+}

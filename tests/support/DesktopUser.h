@@ -30,6 +30,8 @@ public:
 
     /// Puts a window, by its number, at that place of the screen.
     bool moveWindow(quint32 window, const QPoint &corner) const;
+    /// Takes a window from the screen, as the button in its title bar does.
+    bool minimizeWindow(quint32 window) const;
 
 private:
     bool run(const QStringList &arguments) const;

@@ -194,6 +194,12 @@ quint32 DesktopView::activeWindow() const
     return d->numbers(d->root, "_NET_ACTIVE_WINDOW").value(0);
 }
 
+quint32 DesktopView::frontWindow() const
+{
+    const QList<quint32> stack = d->numbers(d->root, "_NET_CLIENT_LIST_STACKING");
+    return stack.isEmpty() ? 0 : stack.constLast();
+}
+
 std::optional<QRect> DesktopView::trayIcon(qint64 processId) const
 {
     // It stands in a window of the tray, while framed windows stand in the window manager's.

@@ -43,6 +43,8 @@ public:
     std::optional<SeenWindow> dialog(qint64 processId, const QString &title) const;
     /// The window that the keyboard goes to; 0 when none.
     quint32 activeWindow() const;
+    /// The topmost window with a frame, whichever program's; 0 when none.
+    quint32 frontWindow() const;
 
     /// Where the process's icon stands in the tray.
     std::optional<QRect> trayIcon(qint64 processId) const;

@@ -33,30 +33,30 @@ QString valueText(const QVariant &value)
 }
 
 /// Reads `("a", "b" );` or `();`, the brackets being taken off already.
-QStringList readItems(QString text)
+QStringList readItems(QStringView text)
 {
     QStringList items;
-    for (const QString &item : text.split(QLatin1String("\", \"")))
-        items.append(item.trimmed().remove(QLatin1Char('"')));
+    for (const QStringView item : text.split(QStringView(u"\", \"")))
+        items.append(item.trimmed().toString().remove(QLatin1Char('"')));
     return text.isEmpty() ? QStringList() : items;
 }
 
 /// Takes one entry off the front of the text.
-std::optional<TokenEntry> takeEntry(QString &text)
+std::optional<TokenEntry> takeEntry(QStringView &text)
 {
     const qsizetype equals = text.indexOf(QLatin1String(" ="));
     if (equals < 0)
         return std::nullopt;
-    const QString key = text.left(equals);
-    const QString rest = text.mid(equals + 2).trimmed();
+    const QString key = text.left(equals).toString();
+    const QStringView rest = text.mid(equals + 2).trimmed();
     const bool isList = rest.startsWith(QLatin1Char('('));
     const QString ending = isList ? QStringLiteral(");") : QStringLiteral("\";");
     const qsizetype end = rest.indexOf(ending, 1);
     if (end < 0)
         return std::nullopt;
-    const QString value = rest.mid(1, end - 1);
+    const QStringView value = rest.mid(1, end - 1);
     text = rest.mid(end + 2);
-    return TokenEntry(key, isList ? QVariant(readItems(value)) : QVariant(value));
+    return TokenEntry(key, isList ? QVariant(readItems(value)) : QVariant(value.toString()));
 }
 
 /// How long the first answer of the received bytes is; 0 while it is not whole. A transfer of a few
@@ -116,10 +116,10 @@ QByteArray keyCommand(const QString &shortcut)
 
 std::optional<QVariantMap> readAnswer(const QByteArray &text)
 {
-    QString rest = QString::fromLatin1(text);
-    if (!rest.startsWith(QLatin1Char('{')) || !rest.endsWith(QLatin1Char('}')))
+    const QString all = QString::fromLatin1(text);
+    if (!all.startsWith(QLatin1Char('{')) || !all.endsWith(QLatin1Char('}')))
         return std::nullopt;
-    rest = rest.mid(1).chopped(1);
+    QStringView rest = QStringView(all).sliced(1).chopped(1);
     QVariantMap answer;
     while (!rest.isEmpty()) {
         const auto entry = takeEntry(rest);
@@ -222,6 +222,11 @@ bool Handheld::waitUntilRead(milliseconds limit)
             return false;
         ::usleep(1000);
     }
+}
+
+qint64 Handheld::unreadAtServer() const
+{
+    return ProcessTables::unreadBytes(m_serverPort, m_ownPort).value_or(0);
 }
 
 bool Handheld::sendAndSettle(const QByteArray &bytes)

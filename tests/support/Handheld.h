@@ -61,6 +61,10 @@ public:
     /// its own; false when the limit passed or the connection is lost.
     bool waitUntilRead(std::chrono::milliseconds limit = GenerousLimit);
 
+    /// How many bytes wait unread at the server, as they do while it is halted. May be called from
+    /// any thread.
+    qint64 unreadAtServer() const;
+
     /// Sends bytes that are not to be answered and waits until the server is done with them, which
     /// it shows by answering another connection afterwards.
     bool sendAndSettle(const QByteArray &bytes);

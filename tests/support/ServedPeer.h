@@ -4,7 +4,7 @@
 #pragma once
 
 #include "net/TokenText.h"
-#include "support/Waiting.h"
+#include "support/Delivery.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -31,16 +31,8 @@ public:
     /// Sends a chunk; true as soon as the server has taken and, if it is a token, carried it out.
     bool send(const QByteArray &chunk)
     {
-        qsizetype arrived = 0;
-        QTcpSocket *other = served();
-        const auto counted =
-            QObject::connect(other, &QTcpSocket::readyRead, other,
-                             [&arrived, other] { arrived += other->bytesAvailable(); });
         post(chunk);
-        const bool isTaken =
-            waitUntil([&] { return arrived >= chunk.size() && other->bytesAvailable() == 0; });
-        QObject::disconnect(counted);
-        return isTaken;
+        return waitUntilTaken(socket, served(), chunk.size());
     }
 
     /// The next answer; empty when none comes. Values must not hold a "}".
@@ -72,6 +64,9 @@ public:
         unread += socket.readAll();
         return unread;
     }
+
+    /// Whether all that was posted has arrived at the server's system, taken or not.
+    bool hasArrived() const { return waitUntilArrived(socket); }
 
     void leave() { socket.disconnectFromHost(); }
 

@@ -12,7 +12,8 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-ServerProcess::ServerProcess(const DesktopSession &session, std::function<void()> lastPreparation)
+ServerProcess::ServerProcess(const DesktopSession &session, std::function<void()> lastPreparation,
+                             const QStringList &arguments)
     : m_errorFile(session.path(QStringLiteral("server.log")))
 {
     m_process.setProcessEnvironment(session.environment());
@@ -20,7 +21,7 @@ ServerProcess::ServerProcess(const DesktopSession &session, std::function<void()
     m_process.setStandardInputFile(QProcess::nullDevice());
     m_process.setStandardErrorFile(m_errorFile, QIODevice::Append);
     m_process.setLastPreparation(std::move(lastPreparation));
-    m_process.start(qEnvironmentVariable("VORNA_SERVER"), {});
+    m_process.start(qEnvironmentVariable("VORNA_SERVER"), arguments);
     m_process.waitForStarted();
 }
 
@@ -45,15 +46,27 @@ bool ServerProcess::isListening() const
 
 std::optional<int> ServerProcess::end(int signal)
 {
+    send(signal);
+    return waitForEnd();
+}
+
+void ServerProcess::send(int signal) const
+{
     if (isRunning())
         ::kill(static_cast<pid_t>(processId()), signal);
-    return waitForEnd();
 }
 
 std::optional<int> ServerProcess::waitForEnd(std::chrono::milliseconds limit)
 {
     const bool hasEnded = waitUntil([this] { return !isRunning(); }, limit);
     if (!hasEnded || m_process.exitStatus() != QProcess::NormalExit)
+        return std::nullopt;
+    return m_process.exitCode();
+}
+
+std::optional<int> ServerProcess::endingSignal() const
+{
+    if (isRunning() || m_process.exitStatus() != QProcess::CrashExit)
         return std::nullopt;
     return m_process.exitCode();
 }

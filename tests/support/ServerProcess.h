@@ -17,7 +17,8 @@ public:
     /// Starts it; `lastPreparation` runs in the child before the program does, and only system
     /// calls are safe in it.
     explicit ServerProcess(
-        const DesktopSession &session, std::function<void()> lastPreparation = [] {});
+        const DesktopSession &session, std::function<void()> lastPreparation = [] {},
+        const QStringList &arguments = {});
 
     qint64 processId() const { return m_process.processId(); }
     bool isRunning() const { return m_process.state() == QProcess::Running; }
@@ -26,6 +27,10 @@ public:
     quint16 port(std::chrono::milliseconds limit = GenerousLimit) const;
     bool isListening() const;
 
+    /// Lets it stand still, so that what is sent meanwhile arrives for it all at once.
+    void halt() const { send(SIGSTOP); }
+    void resume() const { send(SIGCONT); }
+
     /// Sends the signal and waits for the end.
     /// \return the exit status; nothing when it crashed or did not end in time.
     std::optional<int> end(int signal = SIGTERM);
@@ -33,11 +38,17 @@ public:
     /// \return the exit status; nothing when it crashed or did not end in time.
     std::optional<int> waitForEnd(std::chrono::milliseconds limit = GenerousLimit);
 
+    /// The signal by which the system ended it; nothing when it ended by itself, or runs.
+    std::optional<int> endingSignal() const;
+
     /// How many descriptors it has open.
     int openDescriptors() const;
 
     /// Waits that long, and tells how much of a core's time it used meanwhile, in thousandths.
     int processorShare(std::chrono::milliseconds duration) const;
+
+    /// Everything it wrote to its standard output, up to now.
+    QByteArray outputText() { return m_output += m_process.readAllStandardOutput(); }
 
     /// Everything it wrote to its standard error.
     QByteArray errorText() const;
@@ -47,6 +58,9 @@ public:
     QByteArray complaints() const;
 
 private:
+    void send(int signal) const;
+
     QString m_errorFile;
+    QByteArray m_output;
     ChildProcess m_process;
 };

@@ -20,9 +20,17 @@ QVariant ServerScene::storedSetting(const QString &key) const
     return QSettings(m_session.settingsFile(), QSettings::IniFormat).value(key);
 }
 
-void ServerScene::launch(std::function<void()> lastPreparation)
+void ServerScene::launch(std::function<void()> lastPreparation, const QStringList &arguments)
 {
-    m_server = std::make_unique<ServerProcess>(m_session, std::move(lastPreparation));
+    m_server = std::make_unique<ServerProcess>(m_session, std::move(lastPreparation), arguments);
+}
+
+void ServerScene::launchForgetful()
+{
+    const QByteArray sanitizer = qgetenv("ASAN_OPTIONS");
+    qputenv("ASAN_OPTIONS", sanitizer + ":quarantine_size_mb=1:thread_local_quarantine_size_kb=64");
+    launch();
+    qputenv("ASAN_OPTIONS", sanitizer);
 }
 
 bool ServerScene::start()

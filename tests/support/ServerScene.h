@@ -25,7 +25,12 @@ public:
     QVariant storedSetting(const QString &key) const;
 
     /// Starts the server without waiting for anything.
-    void launch(std::function<void()> lastPreparation = [] {});
+    void launch(
+        std::function<void()> lastPreparation = [] {}, const QStringList &arguments = {});
+
+    /// Starts a server whose memory can be measured: its sanitizer keeps next to nothing of what
+    /// was freed, which it otherwise does to find late uses.
+    void launchForgetful();
 
     /// Starts the server and waits until it listens and its icon is in the tray.
     bool start();

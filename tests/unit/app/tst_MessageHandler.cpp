@@ -35,6 +35,11 @@ private slots:
     void installingTwiceStillGivesTheEarlierHandlerBack();
     void anIconThatIsGoneShowsNothing();
     void aWarningOfAnotherThreadIsShownByTheIconsThread();
+    void heldBalloonsAreShownInTheirOrder();
+    void ofTooManyHeldBalloonsTheOldestAreDropped();
+    void aWarningOfAnotherThreadWaitsToo();
+    void heldBalloonsEndWithTheInstallation();
+    void anIconThatIsGoneGetsNoHeldBalloons();
 
 private:
     static MessageHandler &handler() { return *MessageHandler::instance(); }
@@ -195,6 +200,84 @@ void tst_MessageHandler::aWarningOfAnotherThreadIsShownByTheIconsThread()
     handler().shutdown();
     QVERIFY(isShown);
     QCOMPARE(balloonTexts(), QStringList{"from elsewhere"});
+}
+
+// ---- Holding ------------------------------------------------------------------------------------
+
+void tst_MessageHandler::heldBalloonsAreShownInTheirOrder()
+{
+    handler().installMessageHandler(icon.get());
+    handler().holdBalloons();
+    qWarning("first");
+    qDebug("quiet");
+    qWarning("second");
+    QCOMPARE(balloonTexts(), QStringList());
+    handler().releaseBalloons();
+    QCOMPARE(balloonTexts(), QStringList({"first", "second"}));
+    const RecordedBalloon &balloon = recordedBalloons().front();
+    QCOMPARE(balloon.trayIcon, icon.get());
+    QCOMPARE(balloon.title, QString("VornaServer"));
+    QCOMPARE(balloon.icon, QSystemTrayIcon::Information);
+    QCOMPARE(balloon.milliseconds, 10'000);
+    qWarning("third");
+    handler().releaseBalloons();
+    handler().shutdown();
+    QCOMPARE(balloonTexts(), QStringList({"first", "second", "third"}));
+}
+
+void tst_MessageHandler::ofTooManyHeldBalloonsTheOldestAreDropped()
+{
+    handler().installMessageHandler(icon.get());
+    handler().holdBalloons();
+    QStringList sent;
+    for (int i = 0; i < MessageHandler::maximumWaiting + 3; ++i) {
+        sent.append(QString::number(i));
+        qWarning("%d", i);
+    }
+    handler().releaseBalloons();
+    handler().shutdown();
+    QCOMPARE(balloonTexts(), sent.last(MessageHandler::maximumWaiting));
+}
+
+void tst_MessageHandler::aWarningOfAnotherThreadWaitsToo()
+{
+    handler().installMessageHandler(icon.get());
+    handler().holdBalloons();
+    const std::unique_ptr<QThread> thread(QThread::create([] { qWarning("from elsewhere"); }));
+    thread->start();
+    QVERIFY(thread->wait(GenerousLimit));
+    QCoreApplication::processEvents();
+    QCOMPARE(balloonTexts(), QStringList());
+    handler().releaseBalloons();
+    handler().shutdown();
+    QCOMPARE(balloonTexts(), QStringList{"from elsewhere"});
+}
+
+void tst_MessageHandler::heldBalloonsEndWithTheInstallation()
+{
+    handler().installMessageHandler(icon.get());
+    handler().holdBalloons();
+    qWarning("lost");
+    handler().shutdown();
+    handler().releaseBalloons();
+    QCOMPARE(balloonTexts(), QStringList());
+    // The next installation begins without holding.
+    handler().holdBalloons();
+    handler().installMessageHandler(icon.get());
+    qWarning("shown");
+    handler().shutdown();
+    QCOMPARE(balloonTexts(), QStringList{"shown"});
+}
+
+void tst_MessageHandler::anIconThatIsGoneGetsNoHeldBalloons()
+{
+    handler().installMessageHandler(icon.get());
+    handler().holdBalloons();
+    qWarning("text");
+    icon.reset();
+    handler().releaseBalloons();
+    handler().shutdown();
+    QVERIFY(recordedBalloons().empty());
 }
 
 QTEST_MAIN(tst_MessageHandler)

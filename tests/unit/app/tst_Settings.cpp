@@ -25,6 +25,45 @@ LoginItemRecord &loginItems()
     return PlatformRecord::current().loginItems;
 }
 
+/// While it lives, settings are stored in memory, and a test can look around at that moment.
+class WatchedStore
+{
+public:
+    WatchedStore()
+    {
+        static const QSettings::Format format =
+            QSettings::registerFormat(QStringLiteral("watched"), read, write);
+        QSettings::setDefaultFormat(format);
+        written.clear();
+    }
+    ~WatchedStore()
+    {
+        onWrite = nullptr;
+        QSettings::setDefaultFormat(QSettings::NativeFormat);
+    }
+    WatchedStore(const WatchedStore &) = delete;
+    WatchedStore &operator=(const WatchedStore &) = delete;
+
+    static inline QSettings::SettingsMap written;
+    /// Called before what is stored counts.
+    static inline std::function<void()> onWrite;
+
+private:
+    static bool read(QIODevice & /*device*/, QSettings::SettingsMap &map)
+    {
+        map = written;
+        return true;
+    }
+    static bool write(QIODevice & /*device*/, const QSettings::SettingsMap &map)
+    {
+        if (onWrite) {
+            onWrite();
+        }
+        written = map;
+        return true;
+    }
+};
+
 } // namespace
 
 /// The settings as the whole application restores and stores them.
@@ -48,7 +87,7 @@ private slots:
     void everyWayOfClosingStores_data();
     void everyWayOfClosingStores();
     void changesWaitForTheClose();
-    void logonIsAppliedBeforeItIsStored();
+    void theLoginListThenTheServerThenTheStoreLearnTheValues();
     void theNextDialogShowsWhatWasTaken();
     void nothingElseIsStoredAtTheEnd();
     void aDirectoryIsStoredUnchecked_data();
@@ -246,14 +285,33 @@ void tst_Settings::changesWaitForTheClose()
     QCOMPARE(stored("startAtLogon").toBool(), true);
 }
 
-void tst_Settings::logonIsAppliedBeforeItIsStored()
+void tst_Settings::theLoginListThenTheServerThenTheStoreLearnTheValues()
 {
+    const WatchedStore store;
     window = std::make_unique<Window>();
     QCOMPARE(loginItems().entries.size(), 1);
-    openPreferences([](QDialog &dialog) { dialog.findChild<QCheckBox *>("Logon")->click(); });
-    QCOMPARE(loginItems().entries.size(), 0);
-    openPreferences();
-    QCOMPARE(loginItems().entries.size(), 0);
+    // What each of the three has learnt at the moment at which another one learns it.
+    const auto state = [this](const char *moment) {
+        // A device that is let in is known from then on, so each look takes another.
+        const bool isAsked = !window->findChild<Server *>()->deviceIsPresent(moment);
+        return QStringLiteral("%1: logon entries %2, approval %3, stored %4")
+            .arg(moment)
+            .arg(loginItems().entries.size())
+            .arg(isAsked)
+            .arg(WatchedStore::written.size());
+    };
+    QStringList seen;
+    loginItems().onSave = [&] { seen.append(state("list saved")); };
+    WatchedStore::onWrite = [&] { seen.append(state("settings stored")); };
+    openPreferences([](QDialog &dialog) {
+        dialog.findChild<QCheckBox *>("Logon")->click();
+        dialog.findChild<QCheckBox *>("PairApproval")->click();
+    });
+    loginItems().onSave = nullptr;
+    QCOMPARE(seen, QStringList({"list saved: logon entries 0, approval 0, stored 0",
+                                "settings stored: logon entries 0, approval 1, stored 0"}));
+    QCOMPARE(WatchedStore::written.value("startAtLogon").toBool(), false);
+    QCOMPARE(WatchedStore::written.value("pairNeedsApproval").toBool(), true);
 }
 
 void tst_Settings::theNextDialogShowsWhatWasTaken()

@@ -7,6 +7,7 @@
 #include "doubles/RecordingDesktop.h"
 #include "doubles/RecordingDnsSd.h"
 #include "doubles/RecordingPlatform.h"
+#include "preferences/ConfigDialog.h"
 #include "support/DescriptorLimit.h"
 #include "support/DialogVisitor.h"
 #include "support/MessageRecorder.h"
@@ -16,10 +17,14 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QElapsedTimer>
+#include <QFileDialog>
 #include <QImage>
 #include <QMenu>
 #include <QMessageBox>
 #include <QMetaMethod>
+#include <QMoveEvent>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -47,6 +52,9 @@ QString lightOf(const QIcon &icon)
     return {};
 }
 
+/// Where an icon's window stands before a tray takes it in.
+const QRect unplaced(0, 0, 22, 22);
+
 } // namespace
 
 class tst_Window : public QObject
@@ -63,11 +71,17 @@ private slots:
     void theActionsBearTheirTexts_data();
     void theActionsBearTheirTexts();
     void theMenuHoldsTheActionsInTheirOrder();
+    void clicksOnTheIconReachTheWindow();
     void everythingIsTheWindowsOwn();
     void theWindowIsNotShown();
 
     void theServerRunsAtOnce();
     void startingIsToldByABalloon();
+    void theServerDoesNotWaitForTheIconsPlace();
+    void aChoiceBeforeTheIconHasItsPlaceHolds();
+    void balloonsWaitForTheIconsPlace();
+    void balloonsDoNotWaitLongerThanASecond();
+    void balloonsThatWaitEndWithTheWindow();
     void theToggleStopsAndStarts();
     void theLightIsOrangeWhileTheServerStarts();
     void startingOrStoppingTwiceFollowsTheState();
@@ -91,8 +105,15 @@ private slots:
     void closingHidesAndGoesOn();
     void closingWithoutATrayIconCloses();
     void theAboutBoxSaysItsWords();
+    void aSecondChoiceBringsTheOpenDialogToTheFront_data();
+    void aSecondChoiceBringsTheOpenDialogToTheFront();
+    void theValuesOfTheOnePreferencesDialogAreTaken();
+    void theFileDialogStaysAboveThePreferences();
+    void aDialogCanBeOpenedAgainOnceItIsClosed();
     void theWebsiteIsOpened();
     void quitEndsTheProgramAndClosingDoesNot();
+    void quitWhileADialogIsOpenEndsInOrder_data();
+    void quitWhileADialogIsOpenEndsInOrder();
 
     void messagesGoToTheTrayForAsLongAsTheWindowLives();
     void theEndStoresThePairedDevices();
@@ -118,6 +139,23 @@ private:
         const QString inTray = lightOf(trayIcon->icon());
         return lightOf(window->windowIcon()) == inTray ? inTray : "differs";
     }
+    /// Whether the choice opens a dialog above the one that is open; it is closed again, since the
+    /// test would wait for it.
+    bool secondDialogComes(const QString &choice, const QDialog &open) const
+    {
+        bool isThere = false;
+        QTimer watch;
+        connect(&watch, &QTimer::timeout, &watch, [&] {
+            QWidget *top = QApplication::activeModalWidget();
+            if (top != nullptr && top != &open) {
+                isThere = true;
+                top->close();
+            }
+        });
+        watch.start(0);
+        action(choice)->trigger();
+        return isThere;
+    }
     Server *server() const { return window->findChild<Server *>(); }
 
     std::unique_ptr<PrivateHome> home;
@@ -141,6 +179,7 @@ void tst_Window::init()
     DnsSdRecord::current().reset();
     PlatformRecord::current().reset();
     recordedBalloons().clear();
+    recordedIconPlace() = QRect();
 }
 
 void tst_Window::cleanup()
@@ -217,6 +256,14 @@ void tst_Window::theMenuHoldsTheActionsInTheirOrder()
                                    "-", "Quit"}));
 }
 
+/// Which does nothing with them, so only the connection shows.
+void tst_Window::clicksOnTheIconReachTheWindow()
+{
+    makeWindow();
+    QVERIFY(disconnect(trayIcon, SIGNAL(activated(QSystemTrayIcon::ActivationReason)), window.get(),
+                       SLOT(iconActivated(QSystemTrayIcon::ActivationReason))));
+}
+
 void tst_Window::everythingIsTheWindowsOwn()
 {
     makeWindow();
@@ -251,6 +298,65 @@ void tst_Window::startingIsToldByABalloon()
     makeWindow();
     QCOMPARE(balloonTexts(), QStringList{"Server Started... "});
     QCOMPARE(recordedBalloons()[0].trayIcon, trayIcon);
+}
+
+void tst_Window::theServerDoesNotWaitForTheIconsPlace()
+{
+    recordedIconPlace() = unplaced;
+    makeWindow();
+    // Nothing has been waited for: no event loop has run.
+    QVERIFY(server()->isListening());
+    QCOMPARE(light(), QString("arancio"));
+    QCOMPARE(balloonTexts(), QStringList());
+}
+
+void tst_Window::aChoiceBeforeTheIconHasItsPlaceHolds()
+{
+    recordedIconPlace() = unplaced;
+    makeWindow();
+    action("Stop Server")->trigger();
+    QVERIFY(!server()->isListening());
+    QVERIFY(waitUntil([] { return !balloonTexts().isEmpty(); }));
+    QVERIFY(!server()->isListening());
+    QCOMPARE(light(), QString("nero"));
+    QVERIFY(action("Start Server") != nullptr);
+    QCOMPARE(balloonTexts(), QStringList{"Server Started... "});
+}
+
+void tst_Window::balloonsWaitForTheIconsPlace()
+{
+    recordedIconPlace() = unplaced;
+    makeWindow();
+    qWarning("second");
+    QCOMPARE(balloonTexts(), QStringList());
+    recordedIconPlace().moveTo(100, 100);
+    QMoveEvent moved(QPoint(100, 100), QPoint());
+    QCoreApplication::sendEvent(window.get(), &moved);
+    QVERIFY(waitUntil([] { return balloonTexts().size() == 2; }));
+    QCOMPARE(balloonTexts(), QStringList({"Server Started... ", "second"}));
+    qWarning("third");
+    QCOMPARE(balloonTexts(), QStringList({"Server Started... ", "second", "third"}));
+}
+
+void tst_Window::balloonsDoNotWaitLongerThanASecond()
+{
+    recordedIconPlace() = unplaced;
+    QElapsedTimer sinceShown;
+    sinceShown.start();
+    makeWindow();
+    QVERIFY(waitUntil([] { return !balloonTexts().isEmpty(); }));
+    QVERIFY2(sinceShown.elapsed() >= 990, qPrintable(QString::number(sinceShown.elapsed())));
+    QVERIFY2(sinceShown.elapsed() < 3'000, qPrintable(QString::number(sinceShown.elapsed())));
+    QCOMPARE(balloonTexts(), QStringList{"Server Started... "});
+}
+
+void tst_Window::balloonsThatWaitEndWithTheWindow()
+{
+    recordedIconPlace() = unplaced;
+    makeWindow();
+    window.reset();
+    QTest::qWait(1'200);
+    QCOMPARE(balloonTexts(), QStringList());
 }
 
 void tst_Window::theToggleStopsAndStarts()
@@ -528,6 +634,82 @@ void tst_Window::theAboutBoxSaysItsWords()
     QVERIFY(server()->isListening());
 }
 
+void tst_Window::aSecondChoiceBringsTheOpenDialogToTheFront_data()
+{
+    QTest::addColumn<QString>("choice");
+    QTest::newRow("about") << "About";
+    QTest::newRow("preferences") << "Preferences...";
+}
+
+void tst_Window::aSecondChoiceBringsTheOpenDialogToTheFront()
+{
+    QFETCH(QString, choice);
+    makeWindow();
+    QWidget other;
+    other.show();
+    const DialogVisitor<QDialog> visitor([&](QDialog &dialog) {
+        dialog.showMinimized();
+        other.activateWindow();
+        QVERIFY(waitUntil([&] { return QApplication::activeWindow() == &other; }));
+        QVERIFY(!secondDialogComes(choice, dialog));
+        QVERIFY(!dialog.isMinimized());
+        QVERIFY(waitUntil([&] { return QApplication::activeWindow() == &dialog; }));
+        dialog.close();
+    });
+    action(choice)->trigger();
+    QCOMPARE(visitor.visited(), 1);
+}
+
+void tst_Window::theValuesOfTheOnePreferencesDialogAreTaken()
+{
+    makeWindow();
+    const DialogVisitor<QDialog> visitor([&](QDialog &dialog) {
+        dialog.findChild<QCheckBox *>("PairApproval")->click();
+        QVERIFY(!secondDialogComes("Preferences...", dialog));
+        QVERIFY(QSettings().allKeys().isEmpty());
+        dialog.findChild<QCheckBox *>("Logon")->click();
+        dialog.close();
+    });
+    action("Preferences...")->trigger();
+    QCOMPARE(visitor.visited(), 1);
+    QCOMPARE(QSettings().value("pairNeedsApproval").toBool(), true);
+    QCOMPARE(QSettings().value("startAtLogon").toBool(), false);
+    QCOMPARE(loginItems().entries.size(), 0);
+    QVERIFY(!server()->deviceIsPresent("device"));
+}
+
+void tst_Window::theFileDialogStaysAboveThePreferences()
+{
+    makeWindow();
+    const DialogVisitor<QFileDialog> browsing([&](QFileDialog &browser) {
+        QVERIFY(!secondDialogComes("Preferences...", browser));
+        QVERIFY(waitUntil([&] { return QApplication::activeWindow() == &browser; }));
+        QCOMPARE(QApplication::activeModalWidget(), &browser);
+        browser.close();
+    });
+    const DialogVisitor<ConfigDialog> preferences([&](ConfigDialog &dialog) {
+        for (QPushButton *button : dialog.findChildren<QPushButton *>()) {
+            if (button->text() == "Choose") {
+                button->click();
+            }
+        }
+        dialog.close();
+    });
+    action("Preferences...")->trigger();
+    QCOMPARE(browsing.visited(), 1);
+    QCOMPARE(preferences.visited(), 1);
+}
+
+void tst_Window::aDialogCanBeOpenedAgainOnceItIsClosed()
+{
+    makeWindow();
+    const DialogVisitor<QDialog> visitor([](QDialog &dialog) { dialog.close(); });
+    for (const char *choice : {"About", "Preferences...", "About", "Preferences..."}) {
+        action(choice)->trigger();
+    }
+    QCOMPARE(visitor.visited(), 4);
+}
+
 void tst_Window::theWebsiteIsOpened()
 {
     makeWindow();
@@ -551,6 +733,32 @@ void tst_Window::quitEndsTheProgramAndClosingDoesNot()
     QCOMPARE(QApplication::exec(), 0);
     QVERIFY(isRunningOn);
     QVERIFY(server()->isListening());
+}
+
+void tst_Window::quitWhileADialogIsOpenEndsInOrder_data()
+{
+    QTest::addColumn<QString>("choice");
+    QTest::newRow("about") << "About";
+    QTest::newRow("preferences") << "Preferences...";
+}
+
+void tst_Window::quitWhileADialogIsOpenEndsInOrder()
+{
+    QFETCH(QString, choice);
+    makeWindow();
+    QTimer::singleShot(0, window.get(), [&] { action(choice)->trigger(); });
+    const DialogVisitor<QDialog> visitor([&](QDialog &dialog) {
+        if (auto *approval = dialog.findChild<QCheckBox *>("PairApproval")) {
+            approval->click();
+        }
+        // From the menu, whose event comes to the dialog's loop.
+        QTimer::singleShot(0, window.get(), [&] { action("Quit")->trigger(); });
+    });
+    QTimer::singleShot(GenerousLimit, window.get(), [] { QCoreApplication::exit(1); });
+    QCOMPARE(QApplication::exec(), 0);
+    QCOMPARE(visitor.visited(), 1);
+    // However the preferences are closed, their values are taken.
+    QCOMPARE(QSettings().value("pairNeedsApproval").toBool(), choice == "Preferences...");
 }
 
 void tst_Window::messagesGoToTheTrayForAsLongAsTheWindowLives()

@@ -32,6 +32,10 @@ private slots:
     void optionsOfOneCommandAreUnknownToTheOthers();
     void wrongValuesAreToldInOneSentence_data();
     void wrongValuesAreToldInOneSentence();
+    void unknownWordsAreToldWithWhatWasMeant_data();
+    void unknownWordsAreToldWithWhatWasMeant();
+    void jsonIsWantedForProblemsToo_data();
+    void jsonIsWantedForProblemsToo();
     void helpAndVersionGoToTheOutput();
 };
 
@@ -48,6 +52,12 @@ void tst_Arguments::defaultsLeaveTheServerToDiscovery()
     QVERIFY(!arguments->wantsJson);
     QVERIFY(!arguments->isWatch);
     QCOMPARE(arguments->repeat, 1);
+    QVERIFY(!arguments->saveAs.has_value());
+    QVERIFY(!arguments->isForced);
+    QVERIFY(!arguments->pastesAll);
+    QVERIFY(!arguments->isUsKeyboard);
+    QVERIFY(!arguments->restoresClipboard);
+    QVERIFY(arguments->pasteWait > 0ms);
 }
 
 void tst_Arguments::everyOptionIsRead()
@@ -63,11 +73,28 @@ void tst_Arguments::everyOptionIsRead()
     QVERIFY(key->isTimeoutGiven);
     QVERIFY(key->wantsJson);
     QCOMPARE(key->repeat, 7);
+    const auto click = parse({u"click"_s, u"--repeat"_s, u"2"_s}).arguments;
+    QVERIFY(click.has_value());
+    QCOMPARE(click->repeat, 2);
+    const auto send = parse({u"send"_s, u"a"_s, u"--as="_s, u"--force"_s}).arguments;
+    QVERIFY(send.has_value());
+    QCOMPARE(send->saveAs, std::optional(QString()));
+    QVERIFY(send->isForced);
+    const auto type =
+        parse({u"type"_s, u"--paste"_s, u"--us-keyboard"_s, u"--restore"_s, u"--paste-wait=7"_s})
+            .arguments;
+    QVERIFY(type.has_value());
+    QVERIFY(type->pastesAll);
+    QVERIFY(type->isUsKeyboard);
+    QVERIFY(type->restoresClipboard);
+    QCOMPARE(type->pasteWait, 7ms);
     const auto pair = parse({u"pair"_s, u"--name"_s, u"Ada"_s, u"--server=den"_s}).arguments;
     QVERIFY(pair.has_value());
     QCOMPARE(pair->deviceName, u"Ada"_s);
     QCOMPARE(pair->server, u"den"_s);
     QVERIFY(parse({u"discover"_s, u"--watch"_s}).arguments->isWatch);
+    QVERIFY(parse({u"copy"_s, u"a"_s, u"--lossy"_s}).arguments->isLossy);
+    QVERIFY(!parse({u"copy"_s, u"a"_s}).arguments->isLossy);
 }
 
 void tst_Arguments::optionsMayStandAnywhere_data()
@@ -104,6 +131,8 @@ void tst_Arguments::valuesAreKeptAsTheyAre_data()
     QTest::newRow("another minus sign")
         << QStringList{u"copy"_s, u"\u22125"_s} << QStringList{u"\u22125"_s};
     QTest::newRow("the minus key") << QStringList{u"key"_s, u"-"_s} << QStringList{u"-"_s};
+    QTest::newRow("behind values of options")
+        << QStringList{u"--as"_s, u"copy"_s, u"send"_s, u"a"_s} << QStringList{u"a"_s};
     QTest::newRow("behind two dashes")
         << QStringList{u"copy"_s, u"--"_s, u"--json"_s} << QStringList{u"--json"_s};
     QTest::newRow("a command's name")
@@ -126,7 +155,11 @@ void tst_Arguments::optionsOfOneCommandAreUnknownToTheOthers_data()
     QTest::addColumn<QStringList>("words");
     QTest::newRow("watch") << QStringList{u"info"_s, u"--watch"_s};
     QTest::newRow("name") << QStringList{u"info"_s, u"--name"_s, u"x"_s};
-    QTest::newRow("repeat") << QStringList{u"click"_s, u"--repeat"_s, u"2"_s};
+    QTest::newRow("repeat") << QStringList{u"move"_s, u"--repeat"_s, u"2"_s};
+    QTest::newRow("as") << QStringList{u"open"_s, u"--as"_s, u"x"_s};
+    QTest::newRow("force") << QStringList{u"copy"_s, u"--force"_s};
+    QTest::newRow("restore") << QStringList{u"remote"_s, u"--restore"_s};
+    QTest::newRow("paste") << QStringList{u"key"_s, u"A"_s, u"--paste"_s};
 }
 
 void tst_Arguments::optionsOfOneCommandAreUnknownToTheOthers()
@@ -164,6 +197,11 @@ void tst_Arguments::wrongValuesAreToldInOneSentence_data()
                                  << u"--server and --host exclude each other."_s;
     QTest::newRow("no repeat") << QStringList{u"key"_s, u"A"_s, u"--repeat=0"_s}
                                << u"--repeat takes a number from 1."_s;
+    for (const char *value : {"-1", "60001", "x", ""}) {
+        QTest::addRow("paste wait %s", value)
+            << QStringList{u"type"_s, u"--paste-wait=%1"_s.arg(QLatin1StringView(value))}
+            << u"--paste-wait takes milliseconds, from 0 to 60000."_s;
+    }
     QTest::newRow("too many values")
         << QStringList{u"paste"_s, u"x"_s} << u"Usage: quillmote paste [OPTIONS]"_s;
 }
@@ -178,16 +216,87 @@ void tst_Arguments::wrongValuesAreToldInOneSentence()
     QCOMPARE(parsed.problem, problem);
 }
 
+void tst_Arguments::unknownWordsAreToldWithWhatWasMeant_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::addColumn<QString>("code");
+    QTest::addColumn<QString>("problem");
+    const QString command = u"unknown-command"_s;
+    const QString option = u"unknown-option"_s;
+    const QString sned = u"There is no command \"sned\". Did you mean send?"_s;
+    const QString scroll = u"There is no command \"scroll\"; quillmote --help lists them."_s;
+    QTest::newRow("command") << QStringList{u"sned"_s, u"x"_s} << command << sned;
+    QTest::newRow("command, its help") << QStringList{u"sned"_s, u"--help"_s} << command << sned;
+    QTest::newRow("no such command's help")
+        << QStringList{u"scroll"_s, u"--help"_s} << command << scroll;
+    QTest::newRow("help about it") << QStringList{u"help"_s, u"scroll"_s} << command << scroll;
+    QTest::newRow("command behind an option of another")
+        << QStringList{u"--repeat"_s, u"3"_s, u"sned"_s} << command << sned;
+    QTest::newRow("command before an unknown option")
+        << QStringList{u"sned"_s, u"--frobnicate"_s} << command << sned;
+    QTest::newRow("a number") << QStringList{u"-5"_s} << command
+                              << u"There is no command \"-5\"; quillmote --help lists them."_s;
+    QTest::newRow("option") << QStringList{u"info"_s, u"--jsno"_s} << option
+                            << u"Unknown option \"--jsno\". Did you mean --json? "
+                               "See quillmote info --help."_s;
+    QTest::newRow("option with a value")
+        << QStringList{u"info"_s, u"--sevrer=den"_s} << option
+        << u"Unknown option \"--sevrer\". Did you mean --server? See quillmote info --help."_s;
+    QTest::newRow("option before the command")
+        << QStringList{u"--sevrer"_s, u"den"_s, u"info"_s} << option
+        << u"Unknown option \"--sevrer\". Did you mean --server? See quillmote --help."_s;
+    QTest::newRow("option alone") << QStringList{u"--frobnicate"_s} << option
+                                  << u"Unknown option \"--frobnicate\". See quillmote --help."_s;
+    QTest::newRow("short option") << QStringList{u"info"_s, u"-x"_s} << option
+                                  << u"Unknown option \"-x\". See quillmote info --help."_s;
+    QTest::newRow("two words of text")
+        << QStringList{u"copy"_s, u"it's"_s, u"two words"_s} << u"usage"_s
+        << u"copy takes one text; quote the text: quillmote copy 'it'\\''s two words'"_s;
+}
+
+void tst_Arguments::unknownWordsAreToldWithWhatWasMeant()
+{
+    QFETCH(QStringList, words);
+    QFETCH(QString, code);
+    QFETCH(QString, problem);
+    const auto parsed = parse(words);
+    QVERIFY(!parsed.arguments.has_value());
+    QVERIFY(parsed.output.isEmpty());
+    QCOMPARE(parsed.problem, problem);
+    QCOMPARE(QString::fromLatin1(parsed.problemCode), code);
+}
+
+void tst_Arguments::jsonIsWantedForProblemsToo_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::addColumn<bool>("isWanted");
+    QTest::newRow("no") << QStringList{u"sned"_s} << false;
+    QTest::newRow("before") << QStringList{u"--json"_s, u"sned"_s} << true;
+    QTest::newRow("behind") << QStringList{u"sned"_s, u"--json"_s} << true;
+    QTest::newRow("wrong value") << QStringList{u"info"_s, u"--port=x"_s, u"--json"_s} << true;
+    QTest::newRow("as a value") << QStringList{u"copy"_s, u"--"_s, u"--json"_s} << false;
+    QTest::newRow("alone") << QStringList{u"--json"_s} << true;
+}
+
+void tst_Arguments::jsonIsWantedForProblemsToo()
+{
+    QFETCH(QStringList, words);
+    QFETCH(bool, isWanted);
+    QCOMPARE(parse(words).wantsJson, isWanted);
+}
+
 void tst_Arguments::helpAndVersionGoToTheOutput()
 {
     for (const QStringList &words :
          {QStringList{u"--help"_s}, QStringList{u"-h"_s}, QStringList{u"help"_s},
-          QStringList{u"key"_s, u"--help"_s}, QStringList{u"--version"_s}}) {
+          QStringList{u"key"_s, u"--help"_s}, QStringList{u"help"_s, u"key"_s},
+          QStringList{u"--version"_s}}) {
         const auto parsed = parse(words);
         QVERIFY(!parsed.arguments.has_value());
         QVERIFY(parsed.problem.isEmpty());
         QVERIFY(!parsed.output.isEmpty());
     }
+    QCOMPARE(parse({u"help"_s, u"key"_s}).output, parse({u"key"_s, u"--help"_s}).output);
     QVERIFY(parse({u"key"_s, u"--help"_s}).output.contains(u"--repeat <COUNT>"_s));
 }
 

@@ -4,6 +4,7 @@
 #include "lib/Connection.h"
 #include "net/TokenText.h"
 
+#include <QBuffer>
 #include <QElapsedTimer>
 #include <QPointer>
 #include <QRandomGenerator>
@@ -145,6 +146,8 @@ private slots:
     void anAnswerToSomethingElseConfirmsNoKey();
     void aServerThatNeverConfirmsTimesOut();
     void anAnswerBehindTheTimeLimitIsNotTakenForTheNextOne();
+    void ofAFileThatGrowsNoMoreIsSentThanWasAnnounced();
+    void aFileThatHasBecomeShorterIsLost();
 
 private:
     Outcome ask(const Request &request);
@@ -182,8 +185,10 @@ void tst_Connection::anAnsweredRequestIsDoneWithItsAnswer()
 {
     server->onRead = RealisticReader();
     QVERIFY(openConnection());
+    QVERIFY(!connection->hasAnswered());
     const Outcome outcome = ask(Request::openUrl(u"http://x"_s));
     QCOMPARE(outcome.kind, Kind::Done);
+    QVERIFY(connection->hasAnswered());
     QCOMPARE(outcome.answer.response(), u"OK"_s);
     QCOMPARE(outcome.answer.entries.value(u"fncCommand"_s).toString(), u"http://x"_s);
 }
@@ -288,6 +293,7 @@ void tst_Connection::aServerThatNeverAnswersTimesOut()
     timer.start();
     QCOMPARE(ask(Request::key(u"A"_s)).kind, Kind::TimedOut);
     QVERIFY(timer.elapsed() < 5'000);
+    QVERIFY(!connection->hasAnswered());
 }
 
 void tst_Connection::garbageEndsTheConnection()
@@ -342,6 +348,7 @@ void tst_Connection::whatTheWireCannotCarryIsRefusedAndTheRestGoesOn()
     const Outcome refused = ask(Request::copy(u"a\"b"_s));
     QCOMPARE(refused.kind, Kind::Refused);
     QVERIFY(refused.problem.contains(u"double quote"_s));
+    QVERIFY(!connection->hasAnswered());
     QCOMPARE(ask(Request::copy(u"ab"_s)).kind, Kind::Done);
 }
 
@@ -383,6 +390,55 @@ void tst_Connection::anAnswerBehindTheTimeLimitIsNotTakenForTheNextOne()
     QCOMPARE(ask(Request::openUrl(u"a"_s)).kind, Kind::TimedOut);
     QCOMPARE(ask(Request::openUrl(u"b"_s)).kind, Kind::Lost);
     QVERIFY(!connection->isOpen());
+}
+
+void tst_Connection::ofAFileThatGrowsNoMoreIsSentThanWasAnnounced()
+{
+    const auto body = std::make_shared<QBuffer>();
+    body->setData(QByteArray(700'000, 'b'));
+    QVERIFY(body->open(QIODevice::ReadOnly));
+    constexpr quint64 size = 600'000;
+    QByteArray announcement;
+    QByteArray received;
+    server->onRead = [&](QTcpSocket &socket, const QByteArray &bytes) {
+        if (announcement.isEmpty()) {
+            announcement = bytes;
+            socket.write(R"({quillmote = "5";serverResponse = "START_BINARY_TRANSFER";})");
+            return;
+        }
+        received += bytes;
+        if (received.size() == size) {
+            socket.write(R"({quillmote = "5";serverResponse = "OK";})");
+        }
+    };
+    QVERIFY(openConnection());
+    std::optional<Outcome> end;
+    quint64 told = 0;
+    connection->sendFile(
+        "{ announcement }", 5, body, size, [&](quint64, quint64 total) { told = total; },
+        [&](const Outcome &outcome) { end = outcome; });
+    QTRY_VERIFY(end.has_value());
+    QCOMPARE(end->kind, Kind::Done);
+    QCOMPARE(announcement, QByteArray("{ announcement }"));
+    QCOMPARE(quint64(received.size()), size);
+    QCOMPARE(told, size);
+}
+
+void tst_Connection::aFileThatHasBecomeShorterIsLost()
+{
+    const auto body = std::make_shared<QBuffer>();
+    body->setData("short");
+    QVERIFY(body->open(QIODevice::ReadOnly));
+    server->onRead = [&](QTcpSocket &socket, const QByteArray &) {
+        socket.write(R"({quillmote = "5";serverResponse = "START_BINARY_TRANSFER";})");
+    };
+    QVERIFY(openConnection());
+    std::optional<Outcome> end;
+    connection->sendFile("{ announcement }", 5, body, 600, {},
+                         [&](const Outcome &outcome) { end = outcome; });
+    QTRY_VERIFY(end.has_value());
+    QCOMPARE(end->kind, Kind::Lost);
+    QVERIFY2(end->problem.contains(u"shorter"_s), qPrintable(end->problem));
 }
 
 QTEST_GUILESS_MAIN(tst_Connection)

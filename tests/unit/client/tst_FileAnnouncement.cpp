@@ -8,6 +8,7 @@
 
 using namespace Qt::StringLiterals;
 using quillmote::FileAnnouncement;
+using Place = FileAnnouncement::Place;
 
 namespace {
 
@@ -34,6 +35,10 @@ private slots:
     void theServerReadsItInsideAComment();
     void theNameTellsTheLanguageOfText_data();
     void theNameTellsTheLanguageOfText();
+    void theInterpreterTellsTheLanguageOfAScript_data();
+    void theInterpreterTellsTheLanguageOfAScript();
+    void whatProgramsCouldNotReadIsToldWithTheObstacle_data();
+    void whatProgramsCouldNotReadIsToldWithTheObstacle();
     void lengthBytesOfJpegCommentsDoNoHarm();
     void namesThatTheWireCannotCarryAreRefused();
 };
@@ -58,7 +63,7 @@ void tst_FileAnnouncement::theTransferEndsWithTheLastByte()
     // The server stops once it has stored more than announced.
     const quint64 stored = static_cast<quint64>(announcement.bytes.size()) + size;
     QCOMPARE(parameters.value(1).toULongLong(), stored - 1);
-    QVERIFY(!announcement.isComment);
+    QCOMPARE(announcement.place, Place::InFront);
     QCOMPARE(announcement.skippedBytes, 0);
 }
 
@@ -86,27 +91,118 @@ void tst_FileAnnouncement::theNameTellsTheLanguageOfText_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QByteArray>("head");
-    QTest::addColumn<QByteArray>("start"); // empty: not made a comment
-    QTest::newRow("Python") << u"a.py"_s << QByteArray("print(1)\n") << QByteArray("# { ");
-    QTest::newRow("YAML") << u"b.YML"_s << QByteArray("a: {}\n") << QByteArray("# { ");
-    QTest::newRow("C") << u"c.c"_s << QByteArray("int x;\n") << QByteArray("/* { ");
-    QTest::newRow("TeX") << u"d.tex"_s << QByteArray("\\bye\n") << QByteArray("% { ");
-    QTest::newRow("no suffix") << u"py"_s << QByteArray("print(1)\n") << QByteArray();
-    QTest::newRow("unknown") << u"e.txt"_s << QByteArray("words\n") << QByteArray();
-    QTest::newRow("no text") << u"f.py"_s << QByteArray("a\0b", 3) << QByteArray();
-    QTest::newRow("byte order mark")
-        << u"g.c"_s << QByteArray("\xef\xbb\xbfint x;") << QByteArray();
-    QTest::newRow("dashes in the name") << u"a--b.svg"_s << QByteArray("<svg/>") << QByteArray();
+    QTest::addColumn<Place>("place");
+    QTest::addColumn<QByteArray>("start");
+    QTest::addColumn<QByteArray>("end");
+    const QByteArray mark = "\xef\xbb\xbf";
+    const auto row = [](const char *title, const char *name, const QByteArray &head, Place place,
+                        const QByteArray &start, const QByteArray &end) {
+        QTest::newRow(title) << QString::fromLatin1(name) << head << place << start << end;
+    };
+    row("Python", "a.py", "print(1)\n", Place::Comment, "# { ", " }\n");
+    row("YAML", "b.YML", "a: {}\n", Place::Comment, "# { ", " }\n");
+    row("C", "c.c", "int x;\n", Place::Comment, "/* { ", " } */\n");
+    row("Rust", "c.rs", "fn main() {}\n", Place::Comment, "/* { ", " } */\n");
+    row("SQL", "c.sql", "select 1;\n", Place::Comment, "-- { ", " }\n");
+    row("TeX", "d.tex", "\\bye\n", Place::Comment, "% { ", " }\n");
+    row("HTML that begins elsewhere", "d.html", "<p>words\n", Place::Comment, "<!-- { ",
+        " } -->\n");
+    row("Markdown", "d.md", "# Title\n", Place::Comment, "<!-- { ", " } -->\n");
+    row("Markdown with properties", "d.md", "---\ntitle: T\n---\n", Place::FirstLine, "{ ", " }\n");
+    row("no suffix", "py", "print(1)\n", Place::FirstLine, "{ ", " }\n");
+    row("text", "e.txt", "words\n", Place::FirstLine, "{ ", " }\n");
+    row("text with returns", "e.TXT", "words\r\n", Place::FirstLine, "{ ", " }\r\n");
+    row("text in Latin-1", "e.txt", "\xfc\n", Place::FirstLine, "{ ", " }\n");
+    row("text in a folder", "x.png/e.txt", "words\n", Place::FirstLine, "{ ", " }\n");
+    row("coloured log", "e.log", "\x1b[31mred\x1b[m\n", Place::FirstLine, "{ ", " }\n");
+    row("empty", "empty", "", Place::FirstLine, "{ ", " }\n");
+    row("byte order mark", "g.c", mark + "int x;", Place::Comment, mark + "/* { ", " } */\n");
+    row("text with a mark", "g.txt", mark + "x", Place::FirstLine, mark + "{ ", " }\n");
 }
 
 void tst_FileAnnouncement::theNameTellsTheLanguageOfText()
 {
     QFETCH(QString, name);
     QFETCH(QByteArray, head);
+    QFETCH(Place, place);
     QFETCH(QByteArray, start);
+    QFETCH(QByteArray, end);
     const auto announcement = FileAnnouncement::of(name, 1000, head, 3);
-    QCOMPARE(announcement.isComment, !start.isEmpty());
-    QVERIFY(announcement.bytes.startsWith(start));
+    QCOMPARE(announcement.place, place);
+    QVERIFY2(announcement.bytes.startsWith(start), announcement.bytes.constData());
+    QVERIFY2(announcement.bytes.endsWith(end), announcement.bytes.constData());
+    QCOMPARE(announcedParameters(announcement.bytes).value(0), name);
+    const auto kept = head.first(announcement.skippedBytes);
+    QVERIFY(announcement.bytes.startsWith(kept));
+    QCOMPARE(announcedParameters(announcement.bytes).value(1).toLongLong(),
+             announcement.bytes.size() + 1000 - kept.size() - 1);
+}
+
+void tst_FileAnnouncement::theInterpreterTellsTheLanguageOfAScript_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<QByteArray>("comment"); // empty: not known
+    QTest::newRow("shell") << QByteArray("#!/bin/sh\n") << QByteArray("# { ");
+    QTest::newRow("option") << QByteArray("#! /bin/bash -eu\n") << QByteArray("# { ");
+    QTest::newRow("version") << QByteArray("#!/usr/bin/python3.11\n") << QByteArray("# { ");
+    QTest::newRow("by env") << QByteArray("#!/usr/bin/env -S A=1 perl -w\n") << QByteArray("# { ");
+    QTest::newRow("JavaScript") << QByteArray("#!/usr/bin/env node\n") << QByteArray("/* { ");
+    QTest::newRow("Lua") << QByteArray("#!/usr/bin/lua5.4\n") << QByteArray("-- { ");
+    QTest::newRow("unknown") << QByteArray("#!/opt/strange\n") << QByteArray();
+    QTest::newRow("brace") << QByteArray("#!/bin/sh {\n") << QByteArray();
+    QTest::newRow("no line end") << QByteArray("#!/bin/sh") << QByteArray();
+}
+
+void tst_FileAnnouncement::theInterpreterTellsTheLanguageOfAScript()
+{
+    QFETCH(QByteArray, line);
+    QFETCH(QByteArray, comment);
+    const auto announcement = FileAnnouncement::of(u"tool"_s, 1000, line + "rest", 3);
+    QCOMPARE(announcement.place, comment.isEmpty() ? Place::InFront : Place::Comment);
+    QCOMPARE(announcement.obstacle.isEmpty(), !comment.isEmpty());
+    QVERIFY2(announcement.bytes.startsWith(comment.isEmpty() ? "{ " : line + comment),
+             announcement.bytes.constData());
+    QCOMPARE(announcedParameters(announcement.bytes).value(0), u"tool"_s);
+}
+
+void tst_FileAnnouncement::whatProgramsCouldNotReadIsToldWithTheObstacle_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("head");
+    QTest::addColumn<QString>("obstacle");
+    const QString format = u"this format has no place for it"_s;
+    QTest::newRow("PNG") << u"a.png"_s << QByteArray("\x89PNG\r\n\x1a\n") << format;
+    QTest::newRow("table") << u"a.csv"_s << QByteArray("a,b\n1,2\n") << format;
+    QTest::newRow("JSON") << u"a.json"_s << QByteArray("{}\n") << format;
+    QTest::newRow("unknown suffix") << u"a.xyz"_s << QByteArray("words\n") << format;
+    QTest::newRow("settings") << u".profile"_s << QByteArray("PATH=/bin\n") << format;
+    QTest::newRow("bytes in a source") << u"f.py"_s << QByteArray("a\0b", 3) << format;
+    QTest::newRow("bytes without a suffix") << u"core"_s
+                                            << QByteArray("\x7f"
+                                                          "ELF")
+                                            << format;
+    QTest::newRow("UTF-16") << u"a.txt"_s << QByteArray("\xff\xfe\x41\x41") << format;
+    QTest::newRow("brace in the declaration")
+        << u"a.xml"_s << QByteArray("<?xml a='{ '?><a/>") << format;
+    QTest::newRow("dashes in the name")
+        << u"a--b.svg"_s << QByteArray("<svg/>") << u"its name would end the comment (see --as)"_s;
+    QTest::newRow("comment's end in the name")
+        << u"a*/b.c"_s << QByteArray("int x;") << u"its name would end the comment (see --as)"_s;
+    QTest::newRow("letters beyond ASCII in the name")
+        << u"gr\u00fc\u00dfe.txt"_s << QByteArray("words\n")
+        << u"the letters beyond ASCII in its name would spoil the text's encoding (see --as)"_s;
+}
+
+void tst_FileAnnouncement::whatProgramsCouldNotReadIsToldWithTheObstacle()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, head);
+    QFETCH(QString, obstacle);
+    const auto announcement = FileAnnouncement::of(name, 1000, head, 3);
+    QCOMPARE(announcement.place, Place::InFront);
+    QCOMPARE(announcement.obstacle, obstacle);
+    QCOMPARE(announcement.skippedBytes, 0);
+    QVERIFY(announcement.bytes.startsWith("{ "));
     QCOMPARE(announcedParameters(announcement.bytes).value(0), name);
 }
 
@@ -118,7 +214,7 @@ void tst_FileAnnouncement::theServerReadsItInsideAComment()
     QFETCH(qint64, skipped);
     const quint64 size = 5000;
     const auto announcement = FileAnnouncement::of(u"my file"_s, size, head, 3);
-    QVERIFY(announcement.isComment);
+    QCOMPARE(announcement.place, Place::Comment);
     QCOMPARE(announcement.format, format);
     QVERIFY(announcement.bytes.startsWith(start));
     QCOMPARE(announcement.skippedBytes, skipped);

@@ -39,6 +39,7 @@ private slots:
     void whatTheServerCannotTypeIsNone();
     void charactersAreTyped_data();
     void charactersAreTyped();
+    void charactersWithShiftAreNotOnAnyLayout();
 };
 
 void tst_KeyNames::keysReachTheServer_data()
@@ -109,6 +110,18 @@ void tst_KeyNames::charactersAreTyped()
     const auto press = pressFor(KeyNames::forCharacter(character));
     QCOMPARE(press ? int(press->code) : -1, code);
     QCOMPARE(press ? press->flags : 0, flags);
+}
+
+void tst_KeyNames::charactersWithShiftAreNotOnAnyLayout()
+{
+    for (const QChar character : u"!@#$%^&*()_+:\"<>?|{}.`~\u00e9"_s) {
+        QVERIFY2(!KeyNames::forCharacterOfAnyLayout(character), qPrintable(QString(character)));
+    }
+    for (const QChar character : u"azAZ09=-[]';\\,/ "_s) {
+        const auto shortcut = KeyNames::forCharacterOfAnyLayout(character);
+        QVERIFY2(shortcut, qPrintable(QString(character)));
+        QCOMPARE(shortcut, KeyNames::forCharacter(character));
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_KeyNames)

@@ -35,9 +35,13 @@ class tst_RequestWriter : public QObject
 
 private slots:
     void theServerStoresExactlyWhatWasGiven_data();
+    void aTextThatBeginsWithABracketIsAListOfOne_data();
+    void aTextThatBeginsWithABracketIsAListOfOne();
     void theServerStoresExactlyWhatWasGiven();
     void whatTheWireCannotCarryIsRefusedWithTheReason_data();
     void whatTheWireCannotCarryIsRefusedWithTheReason();
+    void theRefusalShowsWhatIsRefused_data();
+    void theRefusalShowsWhatIsRefused();
     void itemsOfListsAreCheckedToo_data();
     void itemsOfListsAreCheckedToo();
     void semicolonsInTwoValuesAreRefused();
@@ -76,6 +80,25 @@ void tst_RequestWriter::theServerStoresExactlyWhatWasGiven()
     QCOMPARE(stored.size(), 3);
 }
 
+void tst_RequestWriter::aTextThatBeginsWithABracketIsAListOfOne_data()
+{
+    QTest::addColumn<QString>("text");
+    for (const char *text : {"(", "()", "(a)", "((a) b)", "(a,b", "(a,", "(a; b)", "(a) = b"}) {
+        QTest::newRow(text) << QString::fromLatin1(text);
+    }
+}
+
+void tst_RequestWriter::aTextThatBeginsWithABracketIsAListOfOne()
+{
+    QFETCH(QString, text);
+    const auto written = writeRequest(Request::copy(text), 7);
+    QCOMPARE(written.refusal, QString());
+    const QVariant stored = storedByServer(written.bytes).value(u"fncCommand"_s);
+    QCOMPARE(stored.toStringList(), QStringList{text});
+    // As which the server reads it.
+    QCOMPARE(stored.toString(), text);
+}
+
 void tst_RequestWriter::whatTheWireCannotCarryIsRefusedWithTheReason_data()
 {
     QTest::addColumn<QString>("text");
@@ -94,7 +117,7 @@ void tst_RequestWriter::whatTheWireCannotCarryIsRefusedWithTheReason_data()
     QTest::newRow("a blank") << u" "_s << u"at its start or end"_s;
     QTest::newRow("marker") << u"a[[[IGNORE]]]b"_s << u"ignore marker"_s;
     QTest::newRow("end marker") << u"[[[ENDIGNORE]]]"_s << u"ignore marker"_s;
-    QTest::newRow("bracket at the start") << u"(a)"_s << u"bracket"_s;
+    QTest::newRow("list") << u"(a, b)"_s << u"bracket at its start"_s;
 }
 
 void tst_RequestWriter::whatTheWireCannotCarryIsRefusedWithTheReason()
@@ -105,6 +128,32 @@ void tst_RequestWriter::whatTheWireCannotCarryIsRefusedWithTheReason()
     QVERIFY(written.isRefused());
     QVERIFY2(written.refusal.contains(reason), qPrintable(written.refusal));
     QVERIFY(written.bytes.isEmpty());
+}
+
+void tst_RequestWriter::theRefusalShowsWhatIsRefused_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("refusal");
+    QTest::newRow("emoji") << u"hi \U0001f44d\U0001f3fd"_s
+                           << u"The text \"hi \U0001f44d\U0001f3fd\" cannot be sent: it holds the "
+                              "character \U0001f44d\U0001f3fd, which is outside Latin-1."_s;
+    QTest::newRow("direction") << u"a\u202eb"_s
+                               << u"The text \"a\\u202eb\" cannot be sent: it holds the character "
+                                  "U+202E, which is outside Latin-1."_s;
+    QTest::newRow("escape")
+        << u"\x1b[2J\n"_s
+        << u"The text \"\\u001b[2J\\n\" cannot be sent: it holds a line break, which the server "
+           "turns into a blank."_s;
+    QTest::newRow("long") << QString(39, u'a') + u"\U0001f600bc"_s
+                          << u"The text \"%1…\" cannot be sent: it holds the character \U0001f600, "
+                             "which is outside Latin-1."_s.arg(QString(39, u'a'));
+}
+
+void tst_RequestWriter::theRefusalShowsWhatIsRefused()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, refusal);
+    QCOMPARE(writeRequest(Request::copy(text), 1).refusal, refusal);
 }
 
 void tst_RequestWriter::itemsOfListsAreCheckedToo_data()

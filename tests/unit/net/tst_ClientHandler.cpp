@@ -3,6 +3,9 @@
 
 #include "net/ClientHandler.h"
 
+#include "doubles/MemorySocket.h"
+#include "net/ReadingTurns.h"
+#include "support/Delivery.h"
 #include "support/MessageRecorder.h"
 #include "support/PrivateHome.h"
 #include "support/SocketPair.h"
@@ -74,6 +77,17 @@ private slots:
     void bracesWithoutAnythingToCutAreNotTold();
     void whatALeavingPeerSentLastIsRead();
     void aTokenMayEndTheHandler();
+
+    void aTokenOfOneReadIsReadWhole_data();
+    void aTokenOfOneReadIsReadWhole();
+    void aTokenBeyondOneReadIsLost();
+    void whatArrivesTogetherIsOneRead();
+    void othersAreReadWhileALongTokenIsTakenApart();
+    void aLongTokenOfALeavingPeerIsReadToItsEnd();
+    void aLongTokenIsWrittenToTheFileThatItAnnounces();
+    void nothingIsReadWhileReadingIsPaused();
+    void whatALeavingPeerSentDuringAPauseIsRead();
+    void aSocketThatIsClosedHereEndsAPause();
 
     void theAnswerIsTheWholeMapAndNothingElse();
     void anAnswerIsOneByteACharacter();
@@ -160,16 +174,8 @@ void tst_ClientHandler::cleanup()
 
 void tst_ClientHandler::deliver(const QByteArray &bytes)
 {
-    qsizetype arrived = 0;
-    const QSignalSpy reads(sockets->accepted.get(), &QTcpSocket::readyRead);
-    const auto counted = connect(sockets->accepted.get(), &QTcpSocket::readyRead, this,
-                                 [&] { arrived += sockets->accepted->bytesAvailable(); });
     sockets->peer.write(bytes);
-    // The handler empties the socket in a call of its own behind the signal.
-    const bool isTaken = waitUntil(
-        [&] { return arrived >= bytes.size() && sockets->accepted->bytesAvailable() == 0; });
-    disconnect(counted);
-    QVERIFY(isTaken);
+    QVERIFY(waitUntilTaken(sockets->peer, sockets->accepted.get(), bytes.size()));
 }
 
 QByteArray tst_ClientHandler::answers()
@@ -330,6 +336,168 @@ void tst_ClientHandler::aTokenMayEndTheHandler()
     sockets->peer.write("{ a = b; }");
     QVERIFY(waitUntil([&] { return handler.isNull(); }));
     QCOMPARE(tokens->count(), 1);
+}
+
+// ---- Long tokens, and pauses --------------------------------------------------------------------
+
+namespace {
+
+QByteArray tokenOfSize(qsizetype size)
+{
+    const QByteArray frame = "{ a = ; }";
+    return QByteArray(frame).insert(6, QByteArray(size - frame.size(), 'v'));
+}
+
+/// Runs the event loop for as long as there is something for it to do.
+void processAll()
+{
+    for (int round = 0; round < 4'000; ++round) {
+        QCoreApplication::processEvents();
+    }
+}
+
+constexpr qsizetype oneRead = 1024 * 1024;
+
+} // namespace
+
+void tst_ClientHandler::aTokenOfOneReadIsReadWhole_data()
+{
+    QTest::addColumn<qsizetype>("size");
+    for (const qsizetype size : {8'191, 8'192, 8'193, 65'536, 65'537, 500'000, 1'048'576}) {
+        QTest::addRow("%d bytes", int(size)) << size;
+    }
+}
+
+void tst_ClientHandler::aTokenOfOneReadIsReadWhole()
+{
+    QFETCH(qsizetype, size);
+    MemorySocket socket;
+    ClientHandler reader(&socket);
+    QSignalSpy announced(&reader, &ClientHandler::tokenAvailable);
+    socket.receive(tokenOfSize(size));
+    emit socket.readyRead();
+    processAll();
+    QCOMPARE(announced.count(), 1);
+    QCOMPARE(reader.token.value("a").toString().size(), size - 9);
+}
+
+void tst_ClientHandler::aTokenBeyondOneReadIsLost()
+{
+    MemorySocket socket;
+    ClientHandler reader(&socket);
+    QSignalSpy announced(&reader, &ClientHandler::tokenAvailable);
+    socket.receive(tokenOfSize(oneRead + 1));
+    emit socket.readyRead();
+    processAll();
+    emit socket.readyRead();
+    processAll();
+    QCOMPARE(socket.unread(), 0);
+    QCOMPARE(announced.count(), 0);
+    QVERIFY(reader.token.isEmpty());
+}
+
+/// More than the toolkit's socket holds: the rest is taken from the system in the same read.
+void tst_ClientHandler::whatArrivesTogetherIsOneRead()
+{
+    handler->pauseReading();
+    sockets->peer.write(tokenOfSize(30'000));
+    QVERIFY(waitUntilArrived(sockets->peer));
+    sockets->peer.write(" { b = c; }");
+    QVERIFY(waitUntilArrived(sockets->peer));
+    handler->resumeReading();
+    QVERIFY(waitUntil([&] { return tokens->count() == 1; }));
+    QCOMPARE(handler->token.value("} { b"), QVariant("c"));
+    processAll();
+    QCOMPARE(tokens->count(), 1);
+}
+
+void tst_ClientHandler::othersAreReadWhileALongTokenIsTakenApart()
+{
+    ReadingTurns turns;
+    MemorySocket longSocket;
+    MemorySocket shortSocket;
+    ClientHandler longReader(&longSocket, &turns);
+    ClientHandler shortReader(&shortSocket, &turns);
+    QStringList order;
+    connect(&longReader, &ClientHandler::tokenAvailable, this, [&] { order.append("long"); });
+    connect(&shortReader, &ClientHandler::tokenAvailable, this, [&] {
+        order.append("short");
+        if (order.size() < 20) {
+            shortSocket.receive("{ a = b; }");
+            emit shortSocket.readyRead();
+        }
+    });
+    longSocket.receive("{ " + QByteArray(oneRead - 4, ';') + " }");
+    emit longSocket.readyRead();
+    shortSocket.receive("{ a = b; }");
+    emit shortSocket.readyRead();
+    processAll();
+    QCOMPARE(order.count("long"), 1);
+    QCOMPARE(order.indexOf("long"), 20);
+}
+
+void tst_ClientHandler::aLongTokenOfALeavingPeerIsReadToItsEnd()
+{
+    sockets->peer.write("{ " + QByteArray(50'000, ';') + "a = b; }");
+    QVERIFY(waitUntilArrived(sockets->peer));
+    sockets->peer.disconnectFromHost();
+    QVERIFY(waitUntil([&] { return handler.isNull(); }));
+    QCOMPARE(tokens->count(), 1);
+    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+}
+
+void tst_ClientHandler::aLongTokenIsWrittenToTheFileThatItAnnounces()
+{
+    connect(handler, &ClientHandler::tokenAvailable, this,
+            [&] { handler->setFileToTransfer("note", 40'000); });
+    const QByteArray request = tokenOfSize(30'000);
+    deliver(request);
+    QCOMPARE(files->count(), 0);
+    deliver(QByteArray(20'000, 'f'));
+    QCOMPARE(files->count(), 1);
+    QCOMPARE(contentOf(received("note")), request + QByteArray(20'000, 'f'));
+}
+
+void tst_ClientHandler::nothingIsReadWhileReadingIsPaused()
+{
+    handler->pauseReading();
+    sockets->peer.write("{ a = b; }");
+    QVERIFY(waitUntilArrived(sockets->peer));
+    processAll();
+    QCOMPARE(tokens->count(), 0);
+    sockets->peer.write("{ c = d; }");
+    QVERIFY(waitUntilArrived(sockets->peer));
+    handler->resumeReading();
+    QCOMPARE(tokens->count(), 0);
+    processAll();
+    // One read, so one token.
+    QCOMPARE(tokens->count(), 1);
+    QCOMPARE(handler->token.value("}{ c"), QVariant("d"));
+}
+
+void tst_ClientHandler::whatALeavingPeerSentDuringAPauseIsRead()
+{
+    handler->pauseReading();
+    sockets->peer.write("{ a = b; }");
+    sockets->peer.disconnectFromHost();
+    QVERIFY(
+        waitUntil([&] { return sockets->accepted->state() == QAbstractSocket::UnconnectedState; }));
+    processAll();
+    QVERIFY(!handler.isNull());
+    QCOMPARE(tokens->count(), 0);
+    QCOMPARE(messages->warnings(), QStringList());
+    handler->resumeReading();
+    QVERIFY(waitUntil([&] { return handler.isNull(); }));
+    QCOMPARE(tokens->count(), 1);
+    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+}
+
+void tst_ClientHandler::aSocketThatIsClosedHereEndsAPause()
+{
+    handler->pauseReading();
+    sockets->accepted->abort();
+    QVERIFY(waitUntil([&] { return handler.isNull(); }));
+    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
 }
 
 // ---- Answers ------------------------------------------------------------------------------------

@@ -53,6 +53,9 @@ private slots:
     void readsHugeChunks();
     void readsEachEndOfAChunkWithoutHarm();
     void agreesWithTheNaiveReader();
+    void readsTheSameInStepsAsAtOnce();
+    void aStepIsBounded_data();
+    void aStepIsBounded();
     void writesEntries_data();
     void writesEntries();
     void writesAllEntriesWithNothingBetweenThem();
@@ -430,6 +433,55 @@ void tst_TokenText::agreesWithTheNaiveReader()
     for (const char *outcome : {"silent", "bad", "read", "fixed"}) {
         QVERIFY2(outcomes.value(outcome) > 50, outcome);
     }
+}
+
+void tst_TokenText::readsTheSameInStepsAsAtOnce()
+{
+    QRandomGenerator random(20'261'121);
+    int severalSteps = 0;
+    for (int round = 0; round < 5'000; ++round) {
+        const QByteArray text = randomText(random);
+        QList<QPair<QString, QVariant>> whole;
+        QList<QPair<QString, QVariant>> stepwise;
+        TokenText::read(text, [&](const QString &key, const QVariant &value) {
+            whole.append({key, value});
+        });
+        TokenText::Reader reader(text);
+        int steps = 1;
+        while (reader.readSome(1, [&](const QString &key, const QVariant &value) {
+            stepwise.append({key, value});
+        })) {
+            ++steps;
+        }
+        QVERIFY2(stepwise == whole, text.toPercentEncoding(" {};=(),\"[]").constData());
+        severalSteps += steps > 4;
+    }
+    QVERIFY(severalSteps > 500);
+}
+
+void tst_TokenText::aStepIsBounded_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("empty entries") << "{ " + QByteArray(mebibyte, ';') + " }";
+    QTest::newRow("entries") << "{ " + QByteArray("a = b;").repeated(mebibyte / 6) + " }";
+    QTest::newRow("items of a list")
+        << "{ a = (" + QByteArray("b, ").repeated(mebibyte / 3) + "); }";
+    QTest::newRow("lists") << "{ " + QByteArray("a = (b, c);").repeated(mebibyte / 11) + " }";
+}
+
+void tst_TokenText::aStepIsBounded()
+{
+    QFETCH(QByteArray, text);
+    constexpr qsizetype effort = 64 * 1024;
+    constexpr int mostEntries = 1'024;
+    TokenText::Reader reader(text);
+    int steps = 0;
+    for (bool isMore = true; isMore; ++steps) {
+        int entries = 0;
+        isMore = reader.readSome(effort, [&](const QString &, const QVariant &) { ++entries; });
+        QVERIFY(entries <= mostEntries);
+    }
+    QVERIFY2(steps > 100, QByteArray::number(steps).constData());
 }
 
 void tst_TokenText::writesEntries_data()

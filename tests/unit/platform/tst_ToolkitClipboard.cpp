@@ -8,6 +8,7 @@
 #include <QImage>
 #include <QMimeData>
 #include <QTest>
+#include <QUrl>
 
 class tst_ToolkitClipboard : public QObject
 {
@@ -53,6 +54,7 @@ void tst_ToolkitClipboard::contentWithoutPlainTextGivesNone_data()
     QTest::newRow("nothing") << "nothing";
     QTest::newRow("image") << "image";
     QTest::newRow("only HTML") << "html";
+    QTest::newRow("a list of files") << "files";
 }
 
 void tst_ToolkitClipboard::contentWithoutPlainTextGivesNone()
@@ -64,6 +66,8 @@ void tst_ToolkitClipboard::contentWithoutPlainTextGivesNone()
         data->setImageData(QImage(1, 1, QImage::Format_RGB32));
     } else if (content == "html") {
         data->setHtml("<b>bold</b>");
+    } else if (content == "files") {
+        data->setUrls({QUrl("file:///etc/hostname")});
     }
     QGuiApplication::clipboard()->setMimeData(data.release());
     std::vector<std::optional<QString>> given;

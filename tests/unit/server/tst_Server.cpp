@@ -115,6 +115,8 @@ private slots:
     void acceptedSocketsAreTuned();
     void aClientThatLeftLeavesNoSocket();
     void acceptingPausesBeforeDescriptorsRunOut();
+    void aPauseOfAcceptingEndsWithTheRun_data();
+    void aPauseOfAcceptingEndsWithTheRun();
     void destructionEndsConnectionsAndKeepsWhatArrived();
 
 private:
@@ -234,7 +236,12 @@ void tst_Server::pairedDevicesAreStoredInTheOrderOfTheirAcceptance()
 
 void tst_Server::anAbsentListIsEmpty()
 {
+    server->setNeedsPairingApproval(true);
+    for (const char *device : {"", "@Invalid()", "pairedDeviceList"}) {
+        QVERIFY2(!server->deviceIsPresent(device), device);
+    }
     server.reset();
+    QVERIFY(QSettings().contains("pairedDeviceList"));
     QCOMPARE(storedDevices().toStringList(), QStringList());
 }
 
@@ -576,6 +583,46 @@ void tst_Server::acceptingPausesBeforeDescriptorsRunOut()
     first.leave();
     QVERIFY(waitUntil([&] { return states.count() == 4; }));
     QCOMPARE(told(states), QList<bool>({true, true, false, true}));
+}
+
+void tst_Server::aPauseOfAcceptingEndsWithTheRun_data()
+{
+    QTest::addColumn<QString>("steps");
+    QTest::newRow("stopped, left, started") << "stop leave start";
+    QTest::newRow("left, stopped, started") << "leave stop start";
+    QTest::newRow("stopped, started, left") << "stop start leave";
+    QTest::newRow("stopped, started") << "stop start";
+}
+
+/// However it went on while descriptors were short, the next run takes connections.
+void tst_Server::aPauseOfAcceptingEndsWithTheRun()
+{
+    QFETCH(QString, steps);
+    server->startServer();
+    ServedPeer first(*server);
+    {
+        // One more connection leaves fewer than the reserve.
+        const DescriptorLimit scarce(2 + 15);
+        ServedPeer second(*server);
+        QVERIFY(!second.ask("{ cmdType = SERVER_INFO; }").isEmpty());
+        QTcpSocket waiting;
+        waiting.connectToHost(QHostAddress(QHostAddress::LocalHost), server->serverPort());
+        QVERIFY(waitUntil([&] { return waiting.state() == QAbstractSocket::ConnectedState; }));
+        for (const QString &step : steps.split(' ')) {
+            if (step == "stop") {
+                server->stopServer();
+            } else if (step == "start") {
+                QVERIFY(server->startServer());
+            } else {
+                first.leave();
+                second.leave();
+                QVERIFY(waitUntil([&] { return first.served() == nullptr; }));
+                QVERIFY(waitUntil([&] { return second.served() == nullptr; }));
+            }
+        }
+    }
+    ServedPeer next(*server);
+    QVERIFY(!next.ask("{ cmdType = SERVER_INFO; }").isEmpty());
 }
 
 void tst_Server::destructionEndsConnectionsAndKeepsWhatArrived()

@@ -72,6 +72,8 @@ private slots:
     void cleanup();
 
     void theBoxAsksAboutTheDevice();
+    void aLongNameIsCut_data();
+    void aLongNameIsCut();
     void theNameIsShownAsItIs_data();
     void theNameIsShownAsItIs();
     void aLongNameLeavesTheButtonsOnTheScreen();
@@ -140,6 +142,26 @@ void tst_ServerPairing::theBoxAsksAboutTheDevice()
         box.reject();
     });
     server->pairingRequestForDevice("id", "My device");
+    QCOMPARE(visitor.visited(), 1);
+}
+
+void tst_ServerPairing::aLongNameIsCut_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("80 characters") << QString(80, 'n') << QString(80, 'n');
+    QTest::newRow("81 characters") << QString(81, 'n') << QString(79, 'n') + QChar(u'\u2026');
+}
+
+void tst_ServerPairing::aLongNameIsCut()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, shown);
+    const BoxVisitor visitor([&](QMessageBox &box) {
+        QCOMPARE(box.informativeText(), "Do you want to pair with device named '" + shown + "''?");
+        box.reject();
+    });
+    server->pairingRequestForDevice("id", name);
     QCOMPARE(visitor.visited(), 1);
 }
 

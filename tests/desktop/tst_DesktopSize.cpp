@@ -1,0 +1,164 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "support/ServerScene.h"
+
+#include <QProcess>
+#include <QTest>
+
+#include <utility>
+
+#include "platform/linux/XcbHandles.h"
+
+namespace {
+
+using Variables = QList<std::pair<QString, QString>>;
+
+QByteArray moveBy(int right, int down)
+{
+    return commandText(QStringLiteral("MOUSE_CMD"),
+                       {{QStringLiteral("fncCommand"), QStringLiteral("4")},
+                        {QStringLiteral("cmdParameters"),
+                         QStringList{QString::number(right), QString::number(down)}}});
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Variables)
+
+/// The size that handhelds are told is that of the pointer's way, however large the desktop draws.
+class tst_DesktopSize : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void sizeIsInTheUnitOfThePointersMoves_data();
+    void sizeIsInTheUnitOfThePointersMoves();
+    void twoScreensOfDifferentScaleAreOneDesktop();
+    void sizeIsToldWhileAnotherProgramKeepsTheDisplay();
+
+private:
+    /// Runs a program of the session to its end.
+    bool run(const QString &program, const QStringList &arguments, const QByteArray &input = {});
+    /// Width and height as a handheld is told.
+    QSize toldSize();
+    static QSize toldSize(Handheld &handheld);
+    /// How far the pointer can be moved from the top left corner, and one pixel.
+    QSize wayOfThePointer();
+
+    std::unique_ptr<ServerScene> m_scene;
+};
+
+void tst_DesktopSize::init()
+{
+    m_scene = std::make_unique<ServerScene>();
+    QCOMPARE(m_scene->session().problem(), QByteArray());
+}
+
+void tst_DesktopSize::cleanup()
+{
+    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
+    m_scene.reset();
+}
+
+bool tst_DesktopSize::run(const QString &program, const QStringList &arguments,
+                          const QByteArray &input)
+{
+    QProcess process;
+    process.setProcessEnvironment(m_scene->session().environment());
+    process.start(program, arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    return process.waitForFinished() && process.exitStatus() == QProcess::NormalExit &&
+           process.exitCode() == 0;
+}
+
+QSize tst_DesktopSize::toldSize()
+{
+    Handheld handheld(m_scene->port());
+    return toldSize(handheld);
+}
+
+QSize tst_DesktopSize::toldSize(Handheld &handheld)
+{
+    const auto answer = handheld.ask(serverInfo());
+    if (!answer)
+        return {};
+    const QStringList told = answer->value(QStringLiteral("cmdParameters")).toStringList();
+    return {told.value(1).toInt(), told.value(0).toInt()};
+}
+
+QSize tst_DesktopSize::wayOfThePointer()
+{
+    Handheld handheld(m_scene->port());
+    if (!handheld.sendAndSettle(moveBy(-100'000, -100'000)) ||
+        m_scene->view().pointer() != QPoint(0, 0) ||
+        !handheld.sendAndSettle(moveBy(100'000, 100'000)))
+        return {};
+    const QPoint corner = m_scene->view().pointer();
+    return {corner.x() + 1, corner.y() + 1};
+}
+
+void tst_DesktopSize::sizeIsInTheUnitOfThePointersMoves_data()
+{
+    QTest::addColumn<QByteArray>("resources");
+    QTest::addColumn<Variables>("variables");
+    for (const int dpi : {96, 144, 192})
+        QTest::addRow("%d dpi", dpi) << "Xft.dpi: " + QByteArray::number(dpi) + '\n' << Variables();
+    QTest::newRow("scale factor 2") << QByteArray() << Variables{{"QT_SCALE_FACTOR", "2"}};
+    QTest::newRow("scale factor 1.5 at 144 dpi")
+        << QByteArray("Xft.dpi: 144\n") << Variables{{"QT_SCALE_FACTOR", "1.5"}};
+}
+
+void tst_DesktopSize::sizeIsInTheUnitOfThePointersMoves()
+{
+    QFETCH(QByteArray, resources);
+    QFETCH(Variables, variables);
+    if (!resources.isEmpty())
+        QVERIFY(run(QStringLiteral("xrdb"), {"-nocpp", "-merge"}, resources));
+    for (const auto &[name, value] : variables)
+        m_scene->mutableSession().addVariable(name, value);
+    QVERIFY(m_scene->start());
+    QCOMPARE(toldSize(), m_scene->view().picture().size());
+    QCOMPARE(toldSize(), wayOfThePointer());
+}
+
+void tst_DesktopSize::twoScreensOfDifferentScaleAreOneDesktop()
+{
+    const QSize whole = m_scene->view().picture().size();
+    const int half = whole.width() / 2;
+    const QString screen = QStringLiteral("%1/%2x%3/%4+%5+0");
+    QVERIFY(run(QStringLiteral("xrandr"),
+                {"--setmonitor", "left",
+                 screen.arg(half).arg(150).arg(whole.height()).arg(150).arg(0), "screen"}));
+    QVERIFY(run(QStringLiteral("xrandr"),
+                {"--setmonitor", "right",
+                 screen.arg(whole.width() - half).arg(150).arg(whole.height()).arg(150).arg(half),
+                 "none"}));
+    m_scene->mutableSession().addVariable(QStringLiteral("QT_SCREEN_SCALE_FACTORS"),
+                                          QStringLiteral("left=1;right=2"));
+    QVERIFY(m_scene->start());
+    QCOMPARE(toldSize(), whole);
+    QCOMPARE(toldSize(), wayOfThePointer());
+}
+
+void tst_DesktopSize::sizeIsToldWhileAnotherProgramKeepsTheDisplay()
+{
+    QVERIFY(m_scene->start());
+    Handheld handheld(m_scene->port());
+    const QSize before = toldSize(handheld);
+    QVERIFY(!before.isEmpty());
+    const XcbConnection holder(
+        xcb_connect(m_scene->session().display().toUtf8().constData(), nullptr));
+    QVERIFY(xcb_connection_has_error(holder.get()) == 0);
+    const auto cookie = xcb_grab_server_checked(holder.get());
+    const auto failure = xcbOwned(xcb_request_check(holder.get(), cookie));
+    QVERIFY(!failure);
+    QCOMPARE(toldSize(handheld), before);
+}
+
+QTEST_GUILESS_MAIN(tst_DesktopSize)
+#include "tst_DesktopSize.moc"

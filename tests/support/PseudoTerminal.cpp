@@ -1,0 +1,36 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "PseudoTerminal.h"
+
+#include <array>
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
+
+PseudoTerminal::PseudoTerminal()
+    : m_screen(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK))
+{
+    if (grantpt(m_screen) == 0 && unlockpt(m_screen) == 0)
+        m_program = open(ptsname(m_screen), O_RDWR | O_NOCTTY | O_CLOEXEC);
+}
+
+PseudoTerminal::~PseudoTerminal()
+{
+    close(m_program);
+    close(m_screen);
+}
+
+std::function<void()> PseudoTerminal::asErrorOutput() const
+{
+    return [program = m_program] { dup2(program, STDERR_FILENO); };
+}
+
+QByteArray PseudoTerminal::text()
+{
+    std::array<char, 4096> buffer{};
+    ssize_t count = 0;
+    while ((count = read(m_screen, buffer.data(), buffer.size())) > 0)
+        m_text.append(buffer.data(), count);
+    return m_text;
+}

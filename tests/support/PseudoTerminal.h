@@ -1,0 +1,29 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QByteArray>
+
+#include <functional>
+
+/// A terminal for a program that is tested, without a screen.
+class PseudoTerminal
+{
+public:
+    PseudoTerminal();
+    ~PseudoTerminal();
+    PseudoTerminal(const PseudoTerminal &) = delete;
+    PseudoTerminal &operator=(const PseudoTerminal &) = delete;
+
+    /// Makes it the standard error of a process: a last preparation (see ServerProcess).
+    std::function<void()> asErrorOutput() const;
+
+    /// Everything that was written to it so far, with the terminal's own line ends.
+    QByteArray text();
+
+private:
+    int m_screen = -1;
+    int m_program = -1;
+    QByteArray m_text;
+};

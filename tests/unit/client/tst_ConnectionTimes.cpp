@@ -1,0 +1,256 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "lib/Connection.h"
+
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using quillmote::Connection;
+using quillmote::Outcome;
+using quillmote::Request;
+using Kind = quillmote::Outcome::Kind;
+
+namespace {
+
+/// Writes down what comes and answers nothing by itself.
+class SilentServer : public QTcpServer
+{
+public:
+    SilentServer()
+    {
+        listen(QHostAddress::LocalHost);
+        connect(this, &QTcpServer::newConnection, this, [this] {
+            socket = nextPendingConnection();
+            connect(socket, &QTcpSocket::readyRead, this, [this] { reads += socket->readAll(); });
+        });
+    }
+
+    /// Answers the request with that tag.
+    void answer(int tag, const QByteArray &response = "OK")
+    {
+        socket->write("{quillmote = \"" + QByteArray::number(tag) + "\";serverResponse = \"" +
+                      response + "\";}");
+    }
+
+    QList<QByteArray> reads;
+    QTcpSocket *socket = nullptr;
+};
+
+} // namespace
+
+/// What a Connection does when, and what it says at the end.
+class tst_ConnectionTimes : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void anIdleConnectionStaysOpen();
+    void aServerThatDoesNotAcceptIsLostInTime();
+    void aRepeatableRequestIsSentAgainUntilItIsAnswered();
+    void otherRequestsAreSentOnce_data();
+    void otherRequestsAreSentOnce();
+    void anAnswerToAnEarlierTryIsNotTaken();
+    void aQuestionToThePersonThereMayTakeLonger();
+    void theTimeCountsForEachRequest();
+    void aKeyIsAskedForOnce();
+    void everyEndIsExplained();
+    void anEndIsReportedOnce();
+    void aClosedConnectionRefusesWhatFollows();
+
+private:
+    void send(const Request &request);
+
+    std::unique_ptr<SilentServer> m_server;
+    std::unique_ptr<Connection> m_connection;
+    std::vector<Outcome> m_outcomes;
+};
+
+void tst_ConnectionTimes::init()
+{
+    m_connection = std::make_unique<Connection>();
+    m_server = std::make_unique<SilentServer>();
+    m_outcomes.clear();
+    m_connection->setTimeout(5s);
+    QSignalSpy opened(m_connection.get(), &Connection::opened);
+    m_connection->open(u"127.0.0.1"_s, m_server->serverPort());
+    QVERIFY(opened.wait(5'000));
+    QTRY_VERIFY(m_server->socket != nullptr);
+}
+
+void tst_ConnectionTimes::send(const Request &request)
+{
+    m_connection->send(request, [this](const Outcome &outcome) { m_outcomes.push_back(outcome); });
+}
+
+void tst_ConnectionTimes::anIdleConnectionStaysOpen()
+{
+    Connection idle;
+    idle.setTimeout(100ms);
+    QSignalSpy lost(&idle, &Connection::lost);
+    idle.open(u"127.0.0.1"_s, m_server->serverPort());
+    QTRY_VERIFY(idle.isOpen());
+    QTest::qWait(400);
+    QVERIFY(idle.isOpen());
+    QCOMPARE(lost.count(), 0);
+}
+
+void tst_ConnectionTimes::aServerThatDoesNotAcceptIsLostInTime()
+{
+    // A queue that is full: the next connection waits for ever.
+    QTcpServer full;
+    full.setListenBacklogSize(1);
+    QVERIFY(full.listen(QHostAddress::LocalHost));
+    full.pauseAccepting();
+    std::vector<std::unique_ptr<QTcpSocket>> queued;
+    for (int i = 0; i < 5; ++i) {
+        queued.push_back(std::make_unique<QTcpSocket>());
+        queued.back()->connectToHost(full.serverAddress(), full.serverPort());
+    }
+    QTest::qWait(100);
+    Connection connection;
+    connection.setTimeout(300ms);
+    QSignalSpy lost(&connection, &Connection::lost);
+    connection.open(u"127.0.0.1"_s, full.serverPort());
+    QVERIFY(lost.wait(3'000));
+    QCOMPARE(lost[0][0].toString(), u"The server did not react in time."_s);
+}
+
+void tst_ConnectionTimes::aRepeatableRequestIsSentAgainUntilItIsAnswered()
+{
+    for (const Request &request : {Request::serverInfo(), Request::copy(u"a"_s), Request::paste()})
+        QVERIFY(request.isRepeatable);
+    send(Request::serverInfo());
+    QTRY_COMPARE(m_server->reads.size(), 3);
+    QVERIFY(m_server->reads[0].contains("quillmote = 1;"));
+    QVERIFY(m_server->reads[1].contains("quillmote = 2;"));
+    QVERIFY(m_server->reads[2].contains("quillmote = 3;"));
+    m_server->answer(3);
+    QTRY_COMPARE(m_outcomes.size(), size_t(1));
+    QCOMPARE(m_outcomes[0].kind, Kind::Done);
+    QTest::qWait(1'300);
+    QCOMPARE(m_server->reads.size(), 3);
+}
+
+void tst_ConnectionTimes::otherRequestsAreSentOnce_data()
+{
+    QTest::addColumn<QString>("command");
+    for (const char *command : {"URL_OPEN", "SERVER_PAIR", "FILE_TRANSFER_AND_OPEN"})
+        QTest::newRow(command) << command;
+}
+
+void tst_ConnectionTimes::otherRequestsAreSentOnce()
+{
+    QFETCH(QString, command);
+    for (const Request &request :
+         {Request::openUrl(u"a"_s), Request::pair(u"a"_s, u"b"_s), Request::sendFile(u"a"_s, 1)})
+        if (request.command == command)
+            send(request);
+    QTRY_COMPARE(m_server->reads.size(), 1);
+    QTest::qWait(1'300);
+    QCOMPARE(m_server->reads.size(), 1);
+}
+
+void tst_ConnectionTimes::anAnswerToAnEarlierTryIsNotTaken()
+{
+    send(Request::serverInfo());
+    QTRY_COMPARE(m_server->reads.size(), 2);
+    m_server->answer(1, "OLD");
+    QTest::qWait(100);
+    QVERIFY(m_outcomes.empty());
+    m_server->answer(2, "NEW");
+    QTRY_COMPARE(m_outcomes.size(), size_t(1));
+    QCOMPARE(m_outcomes[0].answer.response(), u"NEW"_s);
+}
+
+void tst_ConnectionTimes::aQuestionToThePersonThereMayTakeLonger()
+{
+    m_connection->setTimeout(200ms);
+    send(Request::pair(u"id"_s, u"name"_s));
+    QTRY_COMPARE(m_server->reads.size(), 1);
+    QTest::qWait(700);
+    QVERIFY(m_outcomes.empty());
+    m_server->answer(1);
+    QTRY_COMPARE(m_outcomes.size(), size_t(1));
+    QCOMPARE(m_outcomes[0].kind, Kind::Done);
+}
+
+/// From its own sending, not from that of the first.
+void tst_ConnectionTimes::theTimeCountsForEachRequest()
+{
+    m_connection->setTimeout(700ms);
+    for (int tag = 1; tag <= 3; ++tag)
+        send(Request::openUrl(u"a"_s));
+    for (int tag = 1; tag <= 3; ++tag) {
+        QTRY_COMPARE(m_server->reads.size(), tag);
+        QTest::qWait(400);
+        m_server->answer(tag);
+    }
+    QTRY_COMPARE(m_outcomes.size(), size_t(3));
+    for (const Outcome &outcome : m_outcomes)
+        QCOMPARE(outcome.kind, Kind::Done);
+}
+
+void tst_ConnectionTimes::aKeyIsAskedForOnce()
+{
+    send(Request::key(u"A"_s));
+    QTRY_VERIFY(m_server->reads.join().contains("question = 1;"));
+    QTest::qWait(1'300);
+    QCOMPARE(m_server->reads.join().count("question"), 1);
+    QCOMPARE(m_server->reads.join().count("KEYBOARD_CMD"), 1);
+    m_server->socket->write("{quillmote = \"1\";question = \"1\";serverResponse = \"OK\";}");
+    QTRY_COMPARE(m_outcomes.size(), size_t(1));
+    QCOMPARE(m_outcomes[0].kind, Kind::Done);
+}
+
+void tst_ConnectionTimes::everyEndIsExplained()
+{
+    QSignalSpy lost(m_connection.get(), &Connection::lost);
+    m_connection->setTimeout(200ms);
+    send(Request::openUrl(u"a"_s));
+    send(Request::openUrl(u"b"_s));
+    QTRY_COMPARE(m_outcomes.size(), size_t(2));
+    QCOMPARE(m_outcomes[0].kind, Kind::TimedOut);
+    QVERIFY(m_outcomes[0].problem.contains(u"in time"_s));
+    QCOMPARE(m_outcomes[1].kind, Kind::Lost);
+    QVERIFY(m_outcomes[1].problem.contains(u"lost"_s));
+    QCOMPARE(lost.count(), 1);
+    QVERIFY(lost[0][0].toString().contains(u"in time"_s));
+}
+
+void tst_ConnectionTimes::anEndIsReportedOnce()
+{
+    QSignalSpy lost(m_connection.get(), &Connection::lost);
+    send(Request::openUrl(u"a"_s));
+    QTRY_COMPARE(m_server->reads.size(), 1);
+    m_server->socket->write("HTTP/1.1 400 Bad Request\r\n");
+    m_server->socket->disconnectFromHost();
+    QTRY_COMPARE(m_outcomes.size(), size_t(1));
+    QCOMPARE(m_outcomes[0].kind, Kind::Lost);
+    QVERIFY(m_outcomes[0].problem.contains(u"not an answer"_s));
+    QTest::qWait(100);
+    m_connection->cancel();
+    QCOMPARE(lost.count(), 1);
+    QVERIFY(lost[0][0].toString().contains(u"not an answer"_s));
+}
+
+void tst_ConnectionTimes::aClosedConnectionRefusesWhatFollows()
+{
+    QSignalSpy lost(m_connection.get(), &Connection::lost);
+    m_connection->close();
+    send(Request::serverInfo());
+    QTRY_COMPARE(m_outcomes.size(), size_t(1));
+    QCOMPARE(m_outcomes[0].kind, Kind::Lost);
+    QTRY_COMPARE(m_server->socket->state(), QAbstractSocket::UnconnectedState);
+    QCOMPARE(m_server->reads, QList<QByteArray>());
+    QCOMPARE(lost.count(), 0);
+}
+
+QTEST_GUILESS_MAIN(tst_ConnectionTimes)
+#include "tst_ConnectionTimes.moc"

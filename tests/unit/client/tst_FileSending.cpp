@@ -1,0 +1,267 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "lib/Connection.h"
+
+#include <QBuffer>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using quillmote::Connection;
+using quillmote::Outcome;
+using quillmote::Request;
+using Kind = quillmote::Outcome::Kind;
+
+namespace {
+
+const QByteArray announcement = "{ quillmote = 1; cmdType = FILE_TRANSFER_AND_OPEN; }";
+const QByteArray ready = "{quillmote = \"1\";serverResponse = \"START_BINARY_TRANSFER\";}";
+const QByteArray stored = "{quillmote = \"1\";serverResponse = \"OK\";}";
+
+/// Takes what comes, says when it wants the file and when it has all of it.
+class FileServer : public QTcpServer
+{
+public:
+    explicit FileServer(qsizetype fileSize) : m_size(announcement.size() + fileSize)
+    {
+        listen(QHostAddress::LocalHost);
+        connect(this, &QTcpServer::newConnection, this, [this] {
+            socket = nextPendingConnection();
+            connect(socket, &QTcpSocket::readyRead, this, [this] { receive(); });
+        });
+    }
+
+    QByteArray received;
+    QTcpSocket *socket = nullptr;
+    bool isSilent = false;
+
+private:
+    void receive()
+    {
+        received += socket->readAll();
+        if (isSilent)
+            return;
+        if (!std::exchange(m_isReady, true))
+            socket->write(ready);
+        if (received.size() >= m_size)
+            socket->write(stored);
+    }
+
+    qsizetype m_size;
+    bool m_isReady = false;
+};
+
+/// A file that is shorter than it said.
+class BrokenFile : public QBuffer
+{
+public:
+    qint64 readData(char *, qint64) override
+    {
+        setErrorString(u"the disk is gone"_s);
+        return -1;
+    }
+};
+
+} // namespace
+
+/// How a Connection sends a file.
+class tst_FileSending : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void theFileFollowsWhenTheServerIsReady_data();
+    void theFileFollowsWhenTheServerIsReady();
+    void nothingFollowsUntilTheServerIsReady();
+    void aRefusalOfTheServerEndsIt();
+    void progressIsReportedToTheEnd();
+    void aFileThatCannotBeReadEndsTheConnection();
+    void cancellingEndsEveryRequest();
+    void whatTheServerTakesSlowlyDoesNotTimeOut();
+
+private:
+    bool open(const FileServer &server);
+    void send(const std::shared_ptr<QIODevice> &body);
+
+    std::unique_ptr<Connection> m_connection;
+    std::optional<Outcome> m_outcome;
+    std::vector<std::pair<quint64, quint64>> m_progress;
+};
+
+void tst_FileSending::init()
+{
+    m_connection = std::make_unique<Connection>();
+    m_connection->setTimeout(5s);
+    m_outcome.reset();
+    m_progress.clear();
+}
+
+bool tst_FileSending::open(const FileServer &server)
+{
+    QSignalSpy opened(m_connection.get(), &Connection::opened);
+    m_connection->open(u"127.0.0.1"_s, server.serverPort());
+    return opened.wait(5'000);
+}
+
+void tst_FileSending::send(const std::shared_ptr<QIODevice> &body)
+{
+    m_connection->sendFile(
+        announcement, m_connection->nextTag(), body, quint64(body->size()),
+        [this](quint64 sent, quint64 total) { m_progress.emplace_back(sent, total); },
+        [this](const Outcome &outcome) { m_outcome = outcome; });
+}
+
+namespace {
+
+std::shared_ptr<QBuffer> bufferOf(const QByteArray &content)
+{
+    auto buffer = std::make_shared<QBuffer>();
+    buffer->setData(content);
+    buffer->open(QIODevice::ReadOnly);
+    return buffer;
+}
+
+QByteArray contentOf(qsizetype size)
+{
+    QByteArray content(size, '\0');
+    for (qsizetype i = 0; i < size; ++i)
+        content[i] = static_cast<char>(i * 7 + i / 251);
+    return content;
+}
+
+} // namespace
+
+void tst_FileSending::theFileFollowsWhenTheServerIsReady_data()
+{
+    QTest::addColumn<qsizetype>("size");
+    for (const qsizetype size : {1, 1000, 256 * 1024, 256 * 1024 + 1, 5'000'000})
+        QTest::addRow("%lld bytes", static_cast<long long>(size)) << size;
+}
+
+void tst_FileSending::theFileFollowsWhenTheServerIsReady()
+{
+    QFETCH(qsizetype, size);
+    const QByteArray content = contentOf(size);
+    FileServer server(size);
+    QVERIFY(open(server));
+    send(bufferOf(content));
+    QTRY_VERIFY(m_outcome.has_value());
+    QCOMPARE(m_outcome->kind, Kind::Done);
+    QCOMPARE(m_outcome->answer.response(), u"OK"_s);
+    QCOMPARE(m_outcome->problem, QString());
+    QVERIFY(server.received == announcement + content);
+}
+
+void tst_FileSending::nothingFollowsUntilTheServerIsReady()
+{
+    FileServer server(3);
+    server.isSilent = true;
+    QVERIFY(open(server));
+    m_connection->setTimeout(300ms);
+    send(bufferOf("abc"));
+    QTRY_VERIFY(m_outcome.has_value());
+    QCOMPARE(m_outcome->kind, Kind::TimedOut);
+    QCOMPARE(server.received, announcement);
+    QVERIFY(m_progress.empty());
+}
+
+void tst_FileSending::aRefusalOfTheServerEndsIt()
+{
+    FileServer server(3);
+    server.isSilent = true;
+    QVERIFY(open(server));
+    send(bufferOf("abc"));
+    QTRY_COMPARE(server.received, announcement);
+    server.socket->write("{quillmote = \"1\";serverResponse = \"ERROR\";}");
+    QTRY_VERIFY(m_outcome.has_value());
+    QCOMPARE(m_outcome->kind, Kind::Done);
+    QCOMPARE(m_outcome->answer.response(), u"ERROR"_s);
+    QCOMPARE(server.received, announcement);
+}
+
+void tst_FileSending::progressIsReportedToTheEnd()
+{
+    constexpr quint64 Size = 3'000'000;
+    FileServer server(Size);
+    QVERIFY(open(server));
+    send(bufferOf(contentOf(Size)));
+    QTRY_VERIFY(m_outcome.has_value());
+    QVERIFY(m_progress.size() > 3);
+    QVERIFY(m_progress.front().first < Size);
+    QVERIFY(std::ranges::is_sorted(m_progress));
+    QCOMPARE(m_progress.back(), std::pair(Size, Size));
+    for (const auto &[sent, total] : m_progress)
+        QCOMPARE(total, Size);
+}
+
+void tst_FileSending::aFileThatCannotBeReadEndsTheConnection()
+{
+    const auto broken = std::make_shared<BrokenFile>();
+    broken->setData("abc");
+    QVERIFY(broken->open(QIODevice::ReadOnly | QIODevice::Unbuffered));
+    FileServer server(3);
+    QVERIFY(open(server));
+    send(broken);
+    QTRY_VERIFY(m_outcome.has_value());
+    QCOMPARE(m_outcome->kind, Kind::Lost);
+    QVERIFY2(m_outcome->problem.contains(u"cannot be read"_s), qPrintable(m_outcome->problem));
+    QVERIFY2(m_outcome->problem.contains(u"the disk is gone"_s), qPrintable(m_outcome->problem));
+    QVERIFY(!m_connection->isOpen());
+}
+
+/// The one under way and those behind it.
+void tst_FileSending::cancellingEndsEveryRequest()
+{
+    FileServer server(3);
+    server.isSilent = true;
+    QVERIFY(open(server));
+    send(bufferOf("abc"));
+    std::vector<Kind> behind;
+    for (int i = 0; i < 3; ++i)
+        m_connection->send(Request::serverInfo(),
+                           [&](const Outcome &outcome) { behind.push_back(outcome.kind); });
+    QTRY_COMPARE(server.received, announcement);
+    QSignalSpy lost(m_connection.get(), &Connection::lost);
+    m_connection->cancel();
+    QTRY_COMPARE(behind, (std::vector{Kind::Lost, Kind::Lost, Kind::Lost}));
+    QCOMPARE(m_outcome->kind, Kind::Lost);
+    QVERIFY(m_outcome->problem.contains(u"Cancelled"_s));
+    QCOMPARE(lost.count(), 1);
+    QVERIFY(!m_connection->isOpen());
+    QTRY_COMPARE(server.socket->state(), QAbstractSocket::UnconnectedState);
+}
+
+/// The time limit is for a server that does not move at all.
+void tst_FileSending::whatTheServerTakesSlowlyDoesNotTimeOut()
+{
+    constexpr qsizetype Size = 24'000'000;
+    FileServer server(Size);
+    QVERIFY(open(server));
+    m_connection->setTimeout(1500ms);
+    server.isSilent = true;
+    send(bufferOf(contentOf(Size)));
+    QTRY_COMPARE(server.received, announcement);
+    // At most 400 kB each 50 ms, so all of it takes 3 s.
+    QTcpSocket &socket = *server.socket;
+    socket.disconnect(&server);
+    socket.setReadBufferSize(400'000);
+    socket.write(ready);
+    qsizetype taken = 0;
+    while (taken < Size && !m_outcome) {
+        QTest::qWait(50);
+        taken += socket.readAll().size();
+    }
+    QCOMPARE(taken, Size);
+    QVERIFY(!m_outcome);
+    socket.write(stored);
+    QTRY_VERIFY(m_outcome.has_value());
+    QCOMPARE(m_outcome->kind, Kind::Done);
+}
+
+QTEST_GUILESS_MAIN(tst_FileSending)
+#include "tst_FileSending.moc"
