@@ -4,8 +4,8 @@
 #include "net/ClientHandler.h"
 
 #include "messages/Messages.h"
+#include "net/ConnectionResources.h"
 #include "net/DownloadPath.h"
-#include "net/ReadingTurns.h"
 #include "platform/Sockets.h"
 
 #include <QDebug>
@@ -72,14 +72,17 @@ struct ClientHandler::LongRead
     TokenText::Reader reader;
 };
 
-ClientHandler::ClientHandler(QTcpSocket *acceptedSocket, ReadingTurns *sharedTurns)
+ClientHandler::ClientHandler(QTcpSocket *acceptedSocket, ConnectionResources *sharedResources)
     : socket(acceptedSocket)
-    , turns(sharedTurns)
+    , ownResources(sharedResources == nullptr ? std::make_unique<ConnectionResources>() : nullptr)
+    , resources(sharedResources == nullptr ? ownResources.get() : sharedResources)
+    , answers(socket, &resources->writingTurns, nullptr)
+    , account(resources->memory, socket->peerAddress(), [this] { giveUpMemory(); })
+    , socketLease(resources->descriptors)
 {
-    if (turns == nullptr) {
-        turns = new ReadingTurns;
-        turns->setParent(this);
-    }
+    connect(&answers, &AnswerQueue::filled, this, [this] { pauseReading(); });
+    connect(&answers, &AnswerQueue::emptied, this, [this] { resumeReading(); });
+    connect(socket, &QIODevice::bytesWritten, this, [this] { updateAccount(); });
     connect(socket, SIGNAL(disconnected()), this, SLOT(disconnected()));
     // Queued, so that no signal of the socket is on its way while a token is carried out: a pairing
     // dialog runs an event loop there, in which this peer's next tokens must be read too, and in
@@ -129,13 +132,19 @@ QString ClientHandler::packageToken() const
 
 void ClientHandler::sendToken()
 {
-    if (socket->bytesToWrite() > maximumUnsent) {
+    if (socket->bytesToWrite() > maximumUnsent || answers.isFull()) {
         closeConnection(u"The device does not read its answers."_s);
         return;
     }
     if (socket->state() == QAbstractSocket::ConnectedState) {
-        socket->write(packageToken().toLatin1());
+        answers.send(token);
+        updateAccount();
     }
+}
+
+void ClientHandler::holdText(std::shared_ptr<const SharedText> text)
+{
+    account.setText(std::move(text));
 }
 
 void ClientHandler::setFileToTransfer(QString fileName, quint64 size)
@@ -146,7 +155,9 @@ void ClientHandler::setFileToTransfer(QString fileName, quint64 size)
     filePath = directory + u'/' + fileName;
     Messages::debug({u"File: "_s, Messages::quoted(filePath)});
     file.close();
-    if (isAllowedDownloadPath(filePath, directory)) {
+    fileLease = {};
+    if (resources->descriptors.hasRoomForFile() && isAllowedDownloadPath(filePath, directory)) {
+        fileLease = DescriptorBudget::Lease(resources->descriptors);
         file.setFileName(filePath);
         // Unbuffered: what was taken from the network is in the file whatever happens to us.
         file.open(QIODevice::Append | QIODevice::Unbuffered);
@@ -158,8 +169,12 @@ void ClientHandler::disconnected()
 {
     // What the peer sent before it left is still carried out. A socket that was closed on this side
     // has nothing more to give.
-    if (isReadingPaused && socket->isOpen()) {
+    if (isReadingPaused() && socket->isOpen()) {
         hasPeerLeft = true;
+        if (!answers.isEmpty()) {
+            answers.clear();
+            resumeReading();
+        }
         return;
     }
     Messages::warning({u"Device Disconnected"_s});
@@ -168,7 +183,7 @@ void ClientHandler::disconnected()
 
 void ClientHandler::readyRead()
 {
-    if (isReadingPaused) {
+    if (isReadingPaused()) {
         return;
     }
     if (!isReceivingFile() && socket->bytesAvailable() >= shortReadSize) {
@@ -185,8 +200,11 @@ void ClientHandler::handleChunk(bool isToken)
 {
     const QPointer<ClientHandler> self(this);
     if (isToken) {
+        updateAccount();
         if (storedSize.isTooMuch()) {
             closeConnection(u"The device has stored too much."_s);
+        }
+        if (!socket->isOpen()) {
             return;
         }
         emit tokenAvailable();
@@ -205,22 +223,31 @@ void ClientHandler::handleChunk(bool isToken)
 void ClientHandler::beginLongRead()
 {
     pauseReading();
-    turns->enter(this, [this] { return continueLongRead(); });
+    resources->readingTurns.enter(this, [this] { return continueLongRead(); });
 }
 
 bool ClientHandler::continueLongRead()
 {
+    if (isGivenUp) {
+        return false;
+    }
     if (!longRead) {
         // What has arrived by now. The socket holds only the first of it.
         QByteArray chunk = socket->isOpen() ? socket->read(longReadSize) : QByteArray();
         chunk += platform::takeArrived(socket->socketDescriptor(), longReadSize - chunk.size());
         longRead = std::make_unique<LongRead>(chunk);
+        updateAccount();
         return true;
     }
     const auto store = [this](const QString &key, const QVariant &value) {
         storeEntry(key, value);
     };
-    if (longRead->reader.readSome(turnEffort, store) && !storedSize.isTooMuch()) {
+    const bool isMoreLeft = longRead->reader.readSome(turnEffort, store);
+    updateAccount();
+    if (isGivenUp) {
+        return false;
+    }
+    if (isMoreLeft && !storedSize.isTooMuch()) {
         return true;
     }
     const auto ended = std::move(longRead);
@@ -232,18 +259,18 @@ bool ClientHandler::continueLongRead()
 
 void ClientHandler::pauseReading()
 {
-    isReadingPaused = true;
+    ++pauses;
 }
 
 void ClientHandler::resumeReading()
 {
-    isReadingPaused = false;
+    --pauses;
     // From the event loop: the caller may be amid the dispatch of a token.
     QMetaObject::invokeMethod(
         this,
         [this] {
             readyRead();
-            if (hasPeerLeft && !isReadingPaused) {
+            if (hasPeerLeft && !isReadingPaused()) {
                 disconnected();
             }
         },
@@ -279,6 +306,7 @@ void ClientHandler::finishFile()
 {
     // Flushes too, and says nothing when the file could not be opened.
     file.close();
+    fileLease = {};
     emit showFile(filePath);
     filePath.clear();
     token.insert(u"serverResponse"_s, u"OK"_s);
@@ -296,9 +324,31 @@ void ClientHandler::limitNextRead()
     }
 }
 
+void ClientHandler::updateAccount()
+{
+    qsizetype memory = storedSize.memory() + socket->bytesToWrite();
+    if (longRead) {
+        memory += longRead->reader.memory();
+    }
+    account.set(memory);
+}
+
 void ClientHandler::closeConnection(const QString &reason)
 {
     Messages::debug({reason});
     receiveBuffer.clear();
+    answers.clear();
     socket->abort();
+}
+
+/// All connections together hold too much, and this one most of it. It may be amid a step of its
+/// own.
+void ClientHandler::giveUpMemory()
+{
+    isGivenUp = true;
+    account.close();
+    token.clear();
+    storedSize = {};
+    longRead.reset();
+    closeConnection(u"All devices together have stored too much, and this one most of it."_s);
 }

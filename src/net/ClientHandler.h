@@ -3,6 +3,9 @@
 
 #pragma once
 
+#include "net/AnswerQueue.h"
+#include "net/DescriptorBudget.h"
+#include "net/MemoryBudget.h"
 #include "net/StoredSize.h"
 #include "net/TokenText.h"
 
@@ -14,7 +17,7 @@
 #include <memory>
 
 class QTcpSocket;
-class ReadingTurns;
+struct ConnectionResources;
 
 /// One accepted connection of a handheld: turns what arrives into entries of the token map, sends
 /// the map back as the answer, and receives files.
@@ -32,9 +35,9 @@ class ClientHandler : public QObject
 
 public:
     /// The socket stays with its owner, which must keep it for as long as this object lives. The
-    /// turns are those that all connections of a server take, and live longer too; without them the
-    /// connection makes its own.
-    explicit ClientHandler(QTcpSocket *socket, ReadingTurns *turns = nullptr);
+    /// resources are those that all connections of a server share, and live longer too; without
+    /// them the connection makes its own.
+    explicit ClientHandler(QTcpSocket *socket, ConnectionResources *resources = nullptr);
     ~ClientHandler() override;
 
     /// Requests and answers; never cleared, so every answer carries all that is in it.
@@ -47,15 +50,18 @@ public:
     /// Reads the receive buffer into the map; false when it holds no token.
     bool parseToken();
     QString packageToken() const;
-    /// Sends the whole map. A peer that lets answers pile up unread is disconnected instead.
+    /// Sends the whole map. A peer that lets answers pile up unread is disconnected instead. While
+    /// a long answer is on its way, nothing more is read of the peer.
     void sendToken();
+    /// The map holds this text, which an answer has put there.
+    void holdText(std::shared_ptr<const SharedText> text);
     /// Switches to file mode: what comes next is appended to the named file in the download
     /// directory until more than `size` bytes have been written. A file that cannot be opened or
     /// that would lie outside the directory takes nothing, and the transfer does not end.
     void setFileToTransfer(QString fileName, quint64 size);
 
-    /// Nothing more is read of the peer until resumeReading(): what it sends meanwhile waits in the
-    /// system, and that it has left is noticed afterwards. Must not be called twice.
+    /// Nothing more is read of the peer until resumeReading() has been called as often: what it
+    /// sends meanwhile waits in the system, and that it has left is noticed afterwards.
     void pauseReading();
     void resumeReading();
 
@@ -80,7 +86,10 @@ private:
     void receiveFileBytes();
     void finishFile();
     void limitNextRead();
+    void updateAccount();
     void closeConnection(const QString &reason);
+    void giveUpMemory();
+    bool isReadingPaused() const { return pauses > 0; }
 
     struct LongRead;
 
@@ -91,8 +100,14 @@ private:
     qint64 bytesRemaining = 0; // below zero once more than announced was written
     QFile file;
     StoredSize storedSize;
-    ReadingTurns *turns;
+    std::unique_ptr<ConnectionResources> ownResources;
+    ConnectionResources *resources;
+    AnswerQueue answers;
+    MemoryAccount account;
+    DescriptorBudget::Lease socketLease;
+    DescriptorBudget::Lease fileLease;
     std::unique_ptr<LongRead> longRead; // a token that is being taken apart
-    bool isReadingPaused = false;
-    bool hasPeerLeft = false; // while reading was paused
+    int pauses = 0;                     // of reading
+    bool hasPeerLeft = false;           // while reading was paused
+    bool isGivenUp = false;             // for want of memory
 };

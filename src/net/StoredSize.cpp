@@ -7,25 +7,40 @@
 
 namespace {
 
-/// One byte a character, as on the wire; a list item also takes its separator.
-qsizetype wireSize(const QVariant &value)
+/// What an entry takes beside its texts: its places in the map and in the hash here, which are
+/// filled by half at worst.
+constexpr qsizetype entryOverhead = 256;
+
+/// What the system's allocator and the toolkit put around the characters of a text.
+constexpr qsizetype textOverhead = 32;
+
+qsizetype textMemory(const QString &text)
 {
-    if (value.typeId() != QMetaType::QStringList) {
-        return value.toString().size();
-    }
-    qsizetype size = 0;
-    for (const QString &item : value.toStringList()) {
-        size += item.size() + 2;
-    }
-    return size;
+    return textOverhead + text.size() * qsizetype(sizeof(QChar));
 }
 
 } // namespace
 
+/// On the wire, a character is one byte, and a list item also takes its separator.
+StoredSize::Size StoredSize::sizeOf(const QString &key, const QVariant &value)
+{
+    Size size = {key.size(), entryOverhead + textMemory(key)};
+    if (value.typeId() != QMetaType::QStringList) {
+        const QString text = value.toString();
+        return {size.wire + text.size(), size.memory + textMemory(text)};
+    }
+    for (const QString &item : value.toStringList()) {
+        size.wire += item.size() + 2;
+        size.memory += qsizetype(sizeof(QString)) + textMemory(item);
+    }
+    return size;
+}
+
 void StoredSize::store(const QString &key, const QVariant &value)
 {
-    const qsizetype size = key.size() + wireSize(value);
-    qsizetype &stored = sizes[key];
-    bytes += size - stored;
+    const Size size = sizeOf(key, value);
+    Size &stored = entries[key];
+    total.wire += size.wire - stored.wire;
+    total.memory += size.memory - stored.memory;
     stored = size;
 }

@@ -7,7 +7,7 @@
 #include <QVariant>
 
 /// Adds up what a client's own tokens have stored in its connection's map, which is never cleared.
-/// What the server's answers put there does not count.
+/// What the server's answers put there does not count: it is small, or counted by others.
 class StoredSize
 {
 public:
@@ -17,9 +17,22 @@ public:
     /// A token stored the value under the key, replacing an earlier one.
     void store(const QString &key, const QVariant &value);
 
-    bool isTooMuch() const { return sizes.size() > maximumKeys || bytes > maximumBytes; }
+    bool isTooMuch() const { return entries.size() > maximumKeys || total.wire > maximumBytes; }
+
+    /// About what it takes of this process's memory, in bytes. Short items take up to twenty times
+    /// their bytes on the wire.
+    qsizetype memory() const { return total.memory; }
 
 private:
-    QHash<QString, qsizetype> sizes; // bytes on the wire, per key
-    qsizetype bytes = 0;             // their sum
+    /// In bytes.
+    struct Size
+    {
+        qsizetype wire = 0;
+        qsizetype memory = 0;
+    };
+
+    static Size sizeOf(const QString &key, const QVariant &value);
+
+    QHash<QString, Size> entries;
+    Size total;
 };

@@ -46,20 +46,6 @@ QString bodyOf(QString text)
 /// the map.
 constexpr qsizetype entryEffort = 64;
 
-void appendList(QString &text, const QStringList &items)
-{
-    text += u'(';
-    for (const QString &item : items) {
-        text += u'"';
-        text += item;
-        text += "\", "_L1;
-    }
-    // Wanted: what goes is the last but one character of the whole text. That is the comma behind
-    // the last item, and with no item the blank in front of the bracket.
-    text.remove(text.size() - 2, 1);
-    text += ");"_L1;
-}
-
 } // namespace
 
 bool Reader::readSome(qsizetype effort, const EntryVisitor &visit)
@@ -180,20 +166,113 @@ Reading read(QByteArrayView chunk, const EntryVisitor &visit)
     return reader.reading();
 }
 
-QString write(const TokenMap &token)
+qsizetype Reader::memory() const
 {
-    QString text = u"{"_s;
-    for (auto entry = token.cbegin(); entry != token.cend(); ++entry) {
-        text += entry.key() + equalsSign;
-        if (entry->typeId() == QMetaType::QStringList) {
-            appendList(text, entry->toStringList());
-        } else {
-            text += u'"';
-            text += entry->toString();
-            text += "\";"_L1;
+    constexpr qsizetype textOverhead = 32;
+    const qsizetype characters = found.text.size() + body.size() + listText.size();
+    // What the items hold is part of the list's text.
+    return chunk.size() + (characters + listText.size()) * qsizetype(sizeof(QChar)) +
+           items.size() * (qsizetype(sizeof(QString)) + textOverhead);
+}
+
+bool Writer::writeSome(QString &text, qsizetype size)
+{
+    const qsizetype end = text.size() + size;
+    while (text.size() < end) {
+        if (written < pending.size()) {
+            const qsizetype count = std::min(end - text.size(), pending.size() - written);
+            text += QStringView(pending).mid(written, count);
+            written += count;
+        } else if (!advance(text)) {
+            return false;
         }
     }
-    text += u'}';
+    return true;
+}
+
+/// Writes what stands between two texts, and names the next one.
+bool Writer::advance(QString &text)
+{
+    pending.clear();
+    written = 0;
+    switch (step) {
+    case Step::Begin:
+        text += u'{';
+        entry = token.cbegin();
+        step = Step::Key;
+        break;
+    case Step::Key:
+        if (entry == token.cend()) {
+            text += u'}';
+            step = Step::End;
+        } else {
+            pending = entry.key();
+            step = Step::Value;
+        }
+        break;
+    case Step::Value:
+        beginValue(text);
+        break;
+    case Step::TextEnd:
+        text += "\";"_L1;
+        ++entry;
+        step = Step::Key;
+        break;
+    case Step::ItemEnd:
+        endItem(text);
+        break;
+    case Step::End:
+        return false;
+    }
+    return true;
+}
+
+void Writer::beginValue(QString &text)
+{
+    if (entry->typeId() != QMetaType::QStringList) {
+        text += equalsSign;
+        text += u'"';
+        pending = entry->toString();
+        step = Step::TextEnd;
+        return;
+    }
+    items = entry->toStringList();
+    item = 0;
+    if (items.isEmpty()) {
+        // Wanted: without an item there is no blank in front of the bracket.
+        text += " =();"_L1;
+        ++entry;
+        step = Step::Key;
+        return;
+    }
+    text += equalsSign;
+    text += "(\""_L1;
+    pending = items.first();
+    step = Step::ItemEnd;
+}
+
+void Writer::endItem(QString &text)
+{
+    text += u'"';
+    if (++item < items.size()) {
+        text += itemSeparator;
+        text += u'"';
+        pending = items.at(item);
+        return;
+    }
+    // Wanted: a blank behind the last item.
+    text += " );"_L1;
+    items.clear();
+    ++entry;
+    step = Step::Key;
+}
+
+QString write(const TokenMap &token)
+{
+    QString text;
+    Writer writer(token);
+    while (writer.writeSome(text, std::numeric_limits<qsizetype>::max() - text.size())) {
+    }
     return text;
 }
 

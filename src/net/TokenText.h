@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <optional>
+#include <utility>
 
 /// The entries of one connection: the request, the answer, and what earlier messages left there.
 /// A value is a string list or else a single string.
@@ -53,6 +54,8 @@ public:
     bool readSome(qsizetype effort, const EntryVisitor &visit);
     /// What was found; known after the last step.
     const Reading &reading() const { return found; }
+    /// About what the reader itself holds in memory, in bytes.
+    qsizetype memory() const;
 
 private:
     /// The stretch in which ';' does not end an entry; -1 stands for a marker that is not there.
@@ -91,7 +94,34 @@ private:
 /// Reads a whole chunk at once.
 Reading read(QByteArrayView chunk, const EntryVisitor &visit);
 
-/// The whole map in the server's form, in the map's own order.
+/// Writes a map in the server's form, in the map's own order, in pieces: a long one need not be in
+/// memory twice, nor hold up the event loop.
+class Writer
+{
+public:
+    /// The map as it is now.
+    explicit Writer(TokenMap map) : token(std::move(map)) {}
+
+    /// Appends about `size` characters; false once the last ones have been.
+    bool writeSome(QString &text, qsizetype size);
+
+private:
+    enum class Step { Begin, Key, Value, TextEnd, ItemEnd, End };
+
+    bool advance(QString &text);
+    void beginValue(QString &text);
+    void endItem(QString &text);
+
+    TokenMap token;
+    TokenMap::const_iterator entry;
+    Step step = Step::Begin;
+    QStringList items; // of the list that is being written
+    qsizetype item = 0;
+    QString pending; // the text that is being written
+    qsizetype written = 0;
+};
+
+/// The whole map at once.
 QString write(const TokenMap &token);
 
 } // namespace TokenText

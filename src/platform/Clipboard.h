@@ -11,11 +11,16 @@
 
 namespace platform {
 
+/// The longest text that is handed on, in bytes as its owner gives it, or in characters where the
+/// toolkit does.
+constexpr qsizetype maximumClipboardText = 16 * 1024 * 1024;
+
 /// The desktop's clipboard, used on the thread of the event loop only.
 class Clipboard
 {
 public:
-    /// The plain text; none when there is no plain text, or when its owner does not give it.
+    /// The plain text; none when there is no plain text, when its owner does not give it in time,
+    /// or when it is longer than maximumClipboardText.
     using TextReceiver = std::function<void(std::optional<QString> text)>;
 
     virtual ~Clipboard() = default;

@@ -12,4 +12,10 @@ namespace platform {
 /// walk through all possible descriptors when they start.
 void raiseDescriptorLimit();
 
+/// How many descriptors this process may have open.
+int descriptorLimit();
+
+/// How many it has open now.
+int countOpenDescriptors();
+
 } // namespace platform

@@ -32,10 +32,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int maximumOpenQuestions = 16;
-/// Free descriptors below which no more connections are accepted: files, the clipboard and the
-/// desktop's own services need some too.
-constexpr int descriptorReserve = 16;
 constexpr int maximumPending = 30;
+/// Connections that are taken before the others have their turn: less than a millisecond's work.
+constexpr int maximumAcceptedInTurn = 8;
 /// Connections that the system completes while nobody accepts: a crowd that comes at once would
 /// otherwise be put off for a second and more.
 constexpr int backlog = 1024;
@@ -112,7 +111,8 @@ Server::~Server()
 
 bool Server::startServer()
 {
-    // A run that was stopped while descriptors were short leaves a queue without a place.
+    areDescriptorsScarce = false;
+    // A run that was stopped while it accepted no more leaves a queue without a place.
     setMaxPendingConnections(maximumPending);
     if (!listen(QHostAddress(QHostAddress::AnyIPv4), 0)) {
         close();
@@ -121,6 +121,7 @@ bool Server::startServer()
     // Wanted: connected anew at every start, so after a restart the slot runs twice.
     connect(this, SIGNAL(newConnection()), this, SLOT(manageConnections()));
     advertise();
+    resources.descriptors.countOthers();
     return true;
 }
 
@@ -204,11 +205,43 @@ bool Server::askUserAboutDevice(const QString &name)
 void Server::incomingConnection(qintptr descriptor)
 {
     platform::tuneAcceptedSocket(descriptor);
-    // The toolkit takes connections until its queue is full, and spins when the system refuses one
-    // for want of descriptors. A queue without a place makes it stop before that.
-    const bool isScarce = platform::descriptorsLeftAfter(descriptor) < descriptorReserve;
-    setMaxPendingConnections(isScarce ? 0 : maximumPending);
+    // The toolkit takes connections until its queue is full or none is left, and spins when the
+    // system refuses one for want of descriptors. A queue without a place makes it stop.
+    if (acceptedInTurn++ == 0) {
+        acceptInNextTurn();
+    }
+    // The system hands out the lowest free number: it shows what the budget has not heard of.
+    areDescriptorsScarce =
+        platform::descriptorsLeftAfter(descriptor) < DescriptorBudget::connectionReserve;
+    setMaxPendingConnections(mayAccept(1) ? maximumPending : 0);
     QTcpServer::incomingConnection(descriptor);
+}
+
+/// One more connection, besides `further` ones that are not counted yet.
+bool Server::mayAccept(int further) const
+{
+    return acceptedInTurn < maximumAcceptedInTurn && !areDescriptorsScarce &&
+           resources.descriptors.hasRoomForConnections(further + 1);
+}
+
+/// The event loop looks after the connections before that.
+void Server::acceptInNextTurn()
+{
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            acceptedInTurn = 0;
+            goOnAccepting();
+        },
+        Qt::QueuedConnection);
+}
+
+void Server::goOnAccepting()
+{
+    if (isListening() && mayAccept(0)) {
+        setMaxPendingConnections(maximumPending);
+        resumeAccepting();
+    }
 }
 
 void Server::manageConnections()
@@ -217,7 +250,7 @@ void Server::manageConnections()
     if (socket == nullptr) {
         return;
     }
-    auto *handler = new ClientHandler(socket, &readingTurns);
+    auto *handler = new ClientHandler(socket, &resources);
     connect(handler, SIGNAL(tokenAvailable()), this, SLOT(serveClient()));
     connect(handler, SIGNAL(showFile(QString)), this, SLOT(showFile(QString)));
     connect(handler, SIGNAL(destroyed()), this, SLOT(clientDisconnected()));
@@ -227,10 +260,8 @@ void Server::manageConnections()
 
 void Server::clientDisconnected()
 {
-    if (isListening()) {
-        setMaxPendingConnections(maximumPending);
-        resumeAccepting();
-    }
+    areDescriptorsScarce = false;
+    goOnAccepting();
     emit clientConnected(hasPendingConnections());
 }
 

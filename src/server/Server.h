@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "net/ReadingTurns.h"
+#include "net/ConnectionResources.h"
 
 #include <QPointer>
 #include <QStringList>
@@ -72,10 +72,14 @@ private:
     struct Command;
 
     void advertise(int attempt = 1);
+    bool mayAccept(int further) const;
+    void acceptInNextTurn();
+    void goOnAccepting();
     bool askUserAboutDevice(const QString &name);
     void endConnections();
 
     static void answer(ClientHandler &client, const QString &response);
+    std::shared_ptr<const SharedText> shared(const QString &text);
     void servePairing(ClientHandler &client);
     void serveUrl(ClientHandler &client);
     void serveText(ClientHandler &client);
@@ -96,5 +100,8 @@ private:
     QPointer<BonjourServiceRegister> serviceRegister;
     std::unique_ptr<platform::AdvertisementDaemonWatch> daemonWatch;
     int openQuestions = 0;
-    ReadingTurns readingTurns; // outlives the connections, which the destructor ends
+    ConnectionResources resources; // outlive the connections, which the destructor ends
+    int acceptedInTurn = 0;
+    bool areDescriptorsScarce = false; // until a connection ends
+    std::weak_ptr<const SharedText> latestText; // of the clipboard, as a connection holds it
 };

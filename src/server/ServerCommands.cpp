@@ -112,16 +112,31 @@ void Server::serveClipboardRequest(ClientHandler &client)
     // The text may come later, and the device may be gone by then. A command that came in between
     // would change the map that the answer is made of.
     client.pauseReading();
-    clipboard->requestText([present = QPointer(&client)](const std::optional<QString> &found) {
-        if (present.isNull()) {
-            return;
-        }
-        if (found) {
-            setParameters(*present, {*found});
-        }
-        answer(*present, found ? u"OK"_s : u"ERROR"_s);
-        present->resumeReading();
-    });
+    clipboard->requestText(
+        [this, present = QPointer(&client)](const std::optional<QString> &found) {
+            if (present.isNull()) {
+                return;
+            }
+            const bool isText = found && found->size() <= platform::maximumClipboardText;
+            if (isText) {
+                const std::shared_ptr<const SharedText> text = shared(*found);
+                present->holdText(text);
+                setParameters(*present, {text->content});
+            }
+            answer(*present, isText ? u"OK"_s : u"ERROR"_s);
+            present->resumeReading();
+        });
+}
+
+/// The same text is in memory once, however many connections have asked for it.
+std::shared_ptr<const SharedText> Server::shared(const QString &text)
+{
+    std::shared_ptr<const SharedText> latest = latestText.lock();
+    if (!latest || latest->content != text) {
+        latest = std::make_shared<const SharedText>(resources.memory, text);
+        latestText = latest;
+    }
+    return latest;
 }
 
 void Server::serveFile(ClientHandler &client)

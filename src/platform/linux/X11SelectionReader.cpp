@@ -3,6 +3,7 @@
 
 #include "platform/linux/X11SelectionReader.h"
 
+#include "platform/Clipboard.h"
 #include "platform/linux/X11Atoms.h"
 #include "platform/linux/X11Display.h"
 
@@ -19,8 +20,18 @@ using namespace std::chrono_literals;
 namespace platform {
 namespace {
 
-/// How long the owner of the clipboard may be silent.
-constexpr auto ownerSilence = 1s;
+/// How long the owner of the clipboard may take.
+constexpr auto ownerPatience = 1s;
+
+/// What is asked of the X server at once, in bytes: about a millisecond's work.
+constexpr uint32_t readSize = 1024 * 1024;
+
+/// Events that are handled before other parts of the program have their turn: an owner may send
+/// them faster than they are handled.
+constexpr int eventsInTurn = 8;
+
+/// As lists of targets go, this is long; in bytes.
+constexpr uint32_t maximumTargets = 64 * 1024;
 
 /// What plain text is offered as, the best first. Wanted: a list of files is no text.
 constexpr std::array textTargetNames = {"UTF8_STRING", "text/plain;charset=utf-8", "STRING",
@@ -31,7 +42,7 @@ constexpr std::array textTargetNames = {"UTF8_STRING", "text/plain;charset=utf-8
 X11SelectionReader::X11SelectionReader() : connection(xcb_connect(nullptr, &screenNumber))
 {
     ownerTime.setSingleShot(true);
-    ownerTime.setInterval(ownerSilence);
+    ownerTime.setInterval(ownerPatience);
     connect(&ownerTime, &QTimer::timeout, this, [this] { finish(std::nullopt); });
     if (xcb_connection_has_error(connection.get()) != 0) {
         return;
@@ -74,10 +85,11 @@ void X11SelectionReader::createWindow()
 
 void X11SelectionReader::start()
 {
-    received.clear();
+    isInPieces = false;
+    receivedBytes = 0;
+    ownerTime.start();
     convert(targets, Step::Targets);
-    // Replies may have brought events along that the notifier does not see.
-    QMetaObject::invokeMethod(this, &X11SelectionReader::readEvents, Qt::QueuedConnection);
+    readEventsLater();
 }
 
 void X11SelectionReader::convert(xcb_atom_t wanted, Step next)
@@ -85,14 +97,17 @@ void X11SelectionReader::convert(xcb_atom_t wanted, Step next)
     target = wanted;
     property = properties[requests++ % properties.size()];
     step = next;
-    ownerTime.start();
     xcb_convert_selection(connection.get(), window, clipboard, wanted, property, XCB_CURRENT_TIME);
     xcb_flush(connection.get());
 }
 
 void X11SelectionReader::readEvents()
 {
-    while (const auto event = XcbOwned<xcb_generic_event_t>(xcb_poll_for_event(connection.get()))) {
+    for (int count = 0; count < eventsInTurn; ++count) {
+        const XcbOwned<xcb_generic_event_t> event(xcb_poll_for_event(connection.get()));
+        if (!event) {
+            return;
+        }
         switch (event->response_type & 0x7f) {
         case XCB_SELECTION_NOTIFY:
             handleNotification(
@@ -106,6 +121,13 @@ void X11SelectionReader::readEvents()
             break;
         }
     }
+    readEventsLater();
+}
+
+/// The notifier does not see events that a reply has brought along.
+void X11SelectionReader::readEventsLater()
+{
+    QMetaObject::invokeMethod(this, &X11SelectionReader::readEvents, Qt::QueuedConnection);
 }
 
 void X11SelectionReader::handleNotification(const xcb_selection_notify_event_t &event)
@@ -131,13 +153,13 @@ void X11SelectionReader::handlePropertyChange(const xcb_property_notify_event_t 
 {
     if (step == Step::NextPiece && event.atom == property &&
         event.state == XCB_PROPERTY_NEW_VALUE) {
-        takePiece();
+        readTextFrom(0);
     }
 }
 
 void X11SelectionReader::handleTargets()
 {
-    const QByteArray bytes = takeProperty();
+    const QByteArray bytes = takeProperty(0, maximumTargets);
     std::vector<xcb_atom_t> offered(static_cast<size_t>(bytes.size()) / sizeof(xcb_atom_t));
     if (!offered.empty()) {
         std::memcpy(offered.data(), bytes.constData(), offered.size() * sizeof(xcb_atom_t));
@@ -153,54 +175,85 @@ void X11SelectionReader::handleTargets()
 
 void X11SelectionReader::handleText()
 {
-    received = takeProperty();
+    takeProperty(0, 0);
     if (propertyType == incremental) {
-        // What came is only an estimate of the size; taking it away asks for the first piece.
-        received.clear();
+        // What is there is only an estimate of the size; taking it away asks for the first piece.
+        isInPieces = true;
         step = Step::NextPiece;
-        ownerTime.start();
+        dropProperty();
+        return;
+    }
+    readTextFrom(0);
+}
+
+/// Reads what the owner has put there, whole or one piece of it, from this byte on. A long one
+/// takes several rounds of the event loop.
+void X11SelectionReader::readTextFrom(uint32_t offset)
+{
+    step = Step::Reading;
+    const QByteArray bytes = takeProperty(offset, readSize);
+    if (receivedBytes == 0) {
+        decoder = QStringDecoder(propertyType == XCB_ATOM_STRING ? QStringConverter::Latin1
+                                                                 : QStringConverter::Utf8);
+    }
+    receivedBytes += bytes.size();
+    if (receivedBytes + bytesLeft > maximumClipboardText) {
+        finish(std::nullopt);
+        return;
+    }
+    received += decoder(bytes);
+    if (bytesLeft > 0) {
+        const uint32_t next = offset + static_cast<uint32_t>(bytes.size());
+        QMetaObject::invokeMethod(
+            this,
+            [this, next, request = requests] {
+                if (step == Step::Reading && request == requests) {
+                    readTextFrom(next);
+                    readEventsLater();
+                }
+            },
+            Qt::QueuedConnection);
+    } else if (isInPieces && !bytes.isEmpty()) {
+        step = Step::NextPiece;
     } else {
-        finish(decoded());
+        finish(received);
     }
 }
 
-void X11SelectionReader::takePiece()
+/// Takes so much of the owner's answer, and with the last of it the answer away from our window.
+/// Both are counted in bytes, and multiples of four.
+QByteArray X11SelectionReader::takeProperty(uint32_t offset, uint32_t size)
 {
-    const QByteArray piece = takeProperty();
-    received += piece;
-    ownerTime.start();
-    if (piece.isEmpty()) {
-        finish(decoded());
-    }
-}
-
-/// Takes the owner's answer away from our window and keeps its type.
-QByteArray X11SelectionReader::takeProperty()
-{
-    constexpr uint32_t everything = std::numeric_limits<uint32_t>::max() / 4;
-    const auto cookie = xcb_get_property(connection.get(), 1, window, property,
-                                         XCB_GET_PROPERTY_TYPE_ANY, 0, everything);
+    constexpr uint32_t unit = 4;
+    const auto cookie = xcb_get_property(connection.get(), size > 0, window, property,
+                                         XCB_GET_PROPERTY_TYPE_ANY, offset / unit, size / unit);
     const XcbOwned<xcb_get_property_reply_t> reply(
         xcb_get_property_reply(connection.get(), cookie, nullptr));
+    propertyType = reply ? reply->type : xcb_atom_t{XCB_ATOM_NONE};
+    bytesLeft = reply ? reply->bytes_after : 0;
     if (!reply) {
         return {};
     }
-    propertyType = reply->type;
     return {static_cast<const char *>(xcb_get_property_value(reply.get())),
             xcb_get_property_value_length(reply.get())};
 }
 
-QString X11SelectionReader::decoded() const
+void X11SelectionReader::dropProperty()
 {
-    return propertyType == XCB_ATOM_STRING ? QString::fromLatin1(received)
-                                           : QString::fromUtf8(received);
+    xcb_delete_property(connection.get(), window, property);
+    xcb_flush(connection.get());
+    bytesLeft = 0;
 }
 
+/// What is left of an answer that is not wanted would stay in the X server's memory.
 void X11SelectionReader::finish(const std::optional<QString> &text)
 {
+    if (bytesLeft > 0) {
+        dropProperty();
+    }
     step = Step::Idle;
     ownerTime.stop();
-    received.clear();
+    received = QString();
     emit finished(text);
 }
 

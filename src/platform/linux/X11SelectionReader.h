@@ -8,6 +8,7 @@
 #include <QByteArray>
 #include <QObject>
 #include <QString>
+#include <QStringDecoder>
 #include <QTimer>
 
 #include <array>
@@ -31,26 +32,27 @@ public:
     void start();
 
 signals:
-    /// The text; none when the clipboard is empty or holds no plain text, or when its owner has
-    /// not answered for a second.
+    /// The text; none when the clipboard is empty or holds no plain text, when the text is longer
+    /// than maximumClipboardText, or when its owner has not given all of it within a second.
     void finished(const std::optional<QString> &text);
 
 private:
     /// What a transfer waits for.
-    enum class Step { Idle, Targets, Text, NextPiece };
+    enum class Step { Idle, Targets, Text, NextPiece, Reading };
 
     void internAtoms();
     void createWindow();
     void readEvents();
+    void readEventsLater();
     void handleNotification(const xcb_selection_notify_event_t &event);
     void handlePropertyChange(const xcb_property_notify_event_t &event);
     void convert(xcb_atom_t target, Step next);
     void handleTargets();
     void handleText();
-    void takePiece();
+    void readTextFrom(uint32_t offset);
     void finish(const std::optional<QString> &text);
-    QByteArray takeProperty();
-    QString decoded() const;
+    QByteArray takeProperty(uint32_t offset, uint32_t size);
+    void dropProperty();
 
     int screenNumber = 0;
     XcbConnection connection;
@@ -67,8 +69,14 @@ private:
     QTimer ownerTime;
     Step step = Step::Idle;
     xcb_atom_t target = XCB_ATOM_NONE;
+    // Of what takeProperty() has got.
     xcb_atom_t propertyType = XCB_ATOM_NONE;
-    QByteArray received;
+    uint32_t bytesLeft = 0;
+    // Of the transfer.
+    bool isInPieces = false;
+    qsizetype receivedBytes = 0;
+    QStringDecoder decoder;
+    QString received;
 };
 
 } // namespace platform

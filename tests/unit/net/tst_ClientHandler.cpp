@@ -4,7 +4,7 @@
 #include "net/ClientHandler.h"
 
 #include "doubles/MemorySocket.h"
-#include "net/ReadingTurns.h"
+#include "net/ConnectionResources.h"
 #include "support/Delivery.h"
 #include "support/MessageRecorder.h"
 #include "support/PrivateHome.h"
@@ -94,6 +94,13 @@ private slots:
     void anAnswerToAPeerThatHasLeftGoesNowhere();
     void acceptingAPairPutsNothingOnTheWire();
     void moreThanFourMebibytesOfUnreadAnswersEndTheConnection();
+    void aLongAnswerArrivesWhole();
+    void aLongAnswerLeavesTheOthersTheirTurns();
+    void aLongAnswerThatNobodyReadsWaits();
+    void aPeerThatLeavesALongAnswerIsNoticed();
+
+    void theConnectionThatHoldsMostGoes();
+    void shortItemsCountAsTheyAreInMemory();
 
     void aMapOfTheMostKeysIsServed();
     void oneKeyMoreEndsTheConnection();
@@ -413,11 +420,11 @@ void tst_ClientHandler::whatArrivesTogetherIsOneRead()
 
 void tst_ClientHandler::othersAreReadWhileALongTokenIsTakenApart()
 {
-    ReadingTurns turns;
+    ConnectionResources resources;
     MemorySocket longSocket;
     MemorySocket shortSocket;
-    ClientHandler longReader(&longSocket, &turns);
-    ClientHandler shortReader(&shortSocket, &turns);
+    ClientHandler longReader(&longSocket, &resources);
+    ClientHandler shortReader(&shortSocket, &resources);
     QStringList order;
     connect(&longReader, &ClientHandler::tokenAvailable, this, [&] { order.append("long"); });
     connect(&shortReader, &ClientHandler::tokenAvailable, this, [&] {
@@ -536,13 +543,15 @@ void tst_ClientHandler::acceptingAPairPutsNothingOnTheWire()
 
 void tst_ClientHandler::moreThanFourMebibytesOfUnreadAnswersEndTheConnection()
 {
-    // With `{k = "";}` around it the answer has exactly 4 MiB. Nothing is sent as long as the
+    // With `{k = "";}` around it the answer has exactly 32 KiB. Nothing is sent as long as the
     // event loop does not run.
-    handler->token.insert("k", QString(4 * mebibyte - 9, u'x'));
-    handler->sendToken();
+    handler->token.insert("k", QString(32 * 1024 - 9, u'x'));
+    for (int count = 0; count < 128; ++count) {
+        handler->sendToken();
+    }
     QCOMPARE(sockets->accepted->bytesToWrite(), 4 * mebibyte);
     handler->sendToken();
-    QCOMPARE(sockets->accepted->bytesToWrite(), 8 * mebibyte);
+    QCOMPARE(sockets->accepted->bytesToWrite(), 4 * mebibyte + 32 * 1024);
     QCOMPARE(sockets->accepted->state(), QAbstractSocket::ConnectedState);
     QCOMPARE(messages->all(), QStringList());
 
@@ -551,6 +560,149 @@ void tst_ClientHandler::moreThanFourMebibytesOfUnreadAnswersEndTheConnection()
     QCOMPARE(messages->all(), QStringList({"debug: The device does not read its answers. ",
                                            "warning: Device Disconnected "}));
     QVERIFY(waitUntil([&] { return handler.isNull(); }));
+}
+
+void tst_ClientHandler::aLongAnswerArrivesWhole()
+{
+    QStringList items;
+    for (int number = 0; number < 200'000; ++number) {
+        items.append(QString::number(number));
+    }
+    handler->token.insert("list", items);
+    handler->token.insert("text", QString(2 * mebibyte, u'\u00e9'));
+    handler->sendToken();
+    handler->token.insert("later", "is not in it");
+    QByteArray whole = handler->packageToken().toLatin1();
+    handler->sendToken();
+    QByteArray arrived;
+    QVERIFY(waitUntil([&] {
+        arrived += sockets->peer.readAll();
+        return arrived.endsWith(whole);
+    }));
+    handler->token.remove("later");
+    // The map's order may have changed.
+    const QByteArray first = arrived.chopped(whole.size());
+    QCOMPARE(first.size(), handler->packageToken().size());
+    QVERIFY(!first.contains("later"));
+}
+
+void tst_ClientHandler::aLongAnswerLeavesTheOthersTheirTurns()
+{
+    ConnectionResources resources;
+    MemorySocket longSocket;
+    MemorySocket shortSocket;
+    ClientHandler longWriter(&longSocket, &resources);
+    ClientHandler shortReader(&shortSocket, &resources);
+    qsizetype writtenBefore = 0;
+    int count = 0;
+    connect(&shortReader, &ClientHandler::tokenAvailable, this, [&] {
+        const qsizetype written = longSocket.takeWritten().size();
+        writtenBefore += written;
+        ++count;
+        QVERIFY(written <= 2 * AnswerQueue::pieceSize);
+        if (writtenBefore < mebibyte) {
+            shortSocket.receive("{ a = b; }");
+            emit shortSocket.readyRead();
+        }
+    });
+    longWriter.token.insert("k", QString(mebibyte, u'x'));
+    longWriter.sendToken();
+    shortSocket.receive("{ a = b; }");
+    emit shortSocket.readyRead();
+    QVERIFY(waitUntil([&] { return writtenBefore >= mebibyte; }));
+    QVERIFY2(count >= 8, qPrintable(QString::number(count)));
+}
+
+void tst_ClientHandler::aLongAnswerThatNobodyReadsWaits()
+{
+    handler->token.insert("k", QString(32 * mebibyte, u'x'));
+    handler->sendToken();
+    const auto isStuck = [&] {
+        const qint64 before = sockets->accepted->bytesToWrite();
+        QTest::qWait(50);
+        return before > 0 && sockets->accepted->bytesToWrite() == before;
+    };
+    QVERIFY(waitUntil(isStuck));
+    QVERIFY(sockets->accepted->bytesToWrite() < 2 * AnswerQueue::pieceSize);
+    // The peer is not read meanwhile, and is again as soon as it has read.
+    sockets->peer.write("{ a = b; }");
+    QTest::qWait(50);
+    QCOMPARE(tokens->count(), 0);
+    qint64 read = 0;
+    QVERIFY(waitUntil([&] {
+        read += sockets->peer.readAll().size();
+        return tokens->count() == 1;
+    }));
+    QVERIFY(waitUntil([&] {
+        read += sockets->peer.readAll().size();
+        return read == 32 * mebibyte + 9;
+    }));
+}
+
+void tst_ClientHandler::aPeerThatLeavesALongAnswerIsNoticed()
+{
+    handler->token.insert("k", QString(32 * mebibyte, u'x'));
+    handler->sendToken();
+    QVERIFY(waitUntil([&] { return sockets->peer.bytesAvailable() > 0; }));
+    sockets->peer.abort();
+    QVERIFY(waitUntil([&] { return handler.isNull(); }));
+    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+}
+
+// ---- What all connections may hold --------------------------------------------------------------
+
+void tst_ClientHandler::theConnectionThatHoldsMostGoes()
+{
+    ConnectionResources resources(mebibyte);
+    std::vector<std::unique_ptr<MemorySocket>> peers;
+    std::vector<QPointer<ClientHandler>> handlers;
+    for (int number = 0; number < 4; ++number) {
+        peers.push_back(std::make_unique<MemorySocket>());
+        handlers.emplace_back(new ClientHandler(peers.back().get(), &resources));
+    }
+    // Short tokens, each of which takes some 16 KB.
+    const auto store = [&](size_t number, char key, int count) {
+        for (int token = 0; token < count && !handlers[number].isNull(); ++token) {
+            peers[number]->receive(QByteArray("{ ") + key + QByteArray::number(token) + " = " +
+                                   QByteArray(8'000, 'x') + "; }");
+            emit peers[number]->readyRead();
+            QTRY_VERIFY(
+                handlers[number].isNull() ||
+                handlers[number]->token.contains(QChar::fromLatin1(key) + QString::number(token)));
+        }
+    };
+    store(0, 'a', 1);
+    store(1, 'a', 12);
+    store(2, 'a', 24);
+    store(3, 'a', 18);
+    QVERIFY(resources.memory.total() > 55 * 16'000);
+    QCOMPARE(messages->all(), QStringList());
+    store(0, 'b', 12);
+    processAll();
+    QVERIFY(handlers[2].isNull());
+    QVERIFY(!handlers[0].isNull() && !handlers[1].isNull() && !handlers[3].isNull());
+    QCOMPARE(messages->debugs(),
+             QStringList{"All devices together have stored too much, and this one most of it. "});
+    // The one that makes it too much may be the largest itself, amid its own token.
+    store(0, 'c', 100);
+    processAll();
+    QVERIFY(handlers[0].isNull());
+    for (const QPointer<ClientHandler> &living : handlers) {
+        delete living;
+    }
+    QCOMPARE(resources.memory.total(), 0);
+}
+
+void tst_ClientHandler::shortItemsCountAsTheyAreInMemory()
+{
+    ConnectionResources resources(16 * mebibyte);
+    MemorySocket peer;
+    QPointer<ClientHandler> greedy = new ClientHandler(&peer, &resources);
+    peer.receive("{ k = (" + QByteArray("a, ").repeated(340'000) + "a); }");
+    emit peer.readyRead();
+    processAll();
+    QVERIFY(greedy.isNull());
+    QCOMPARE(resources.memory.total(), 0);
 }
 
 // ---- What a connection may store ----------------------------------------------------------------

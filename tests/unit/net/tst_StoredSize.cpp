@@ -18,6 +18,7 @@ private slots:
     void theKeyCountsToo();
     void aListCountsItsItemsAndTheirSeparators();
     void aSmallerValueGivesItsBytesBack();
+    void shortItemsTakeMoreMemoryThanOnTheWire();
 };
 
 void tst_StoredSize::nothingStoredIsNotTooMuch()
@@ -82,6 +83,19 @@ void tst_StoredSize::aSmallerValueGivesItsBytesBack()
     stored.store("a", QString());
     stored.store("b", QString(10'000'000, u'x'));
     QVERIFY(!stored.isTooMuch());
+}
+
+void tst_StoredSize::shortItemsTakeMoreMemoryThanOnTheWire()
+{
+    StoredSize stored;
+    QCOMPARE(stored.memory(), 0);
+    stored.store("k", QString(100'000, u'x'));
+    QVERIFY(stored.memory() >= 200'000 && stored.memory() < 201'000);
+    stored.store("k", QStringList(100'000, "a"));
+    // What three bytes on the wire take: the place in the list, the text and what is around it.
+    QVERIFY(stored.memory() >= 100'000 * 40 && stored.memory() < 100'000 * 80);
+    stored.store("k", QString());
+    QVERIFY(stored.memory() < 1'000);
 }
 
 QTEST_GUILESS_MAIN(tst_StoredSize)

@@ -60,6 +60,8 @@ private slots:
     void writesEntries();
     void writesAllEntriesWithNothingBetweenThem();
     void writesTheBlankBeforeAnEmptyListAway();
+    void writesTheSameInPieces();
+    void writesTheMapAsItWas();
     void writesWhatItCannotReadItself();
 };
 
@@ -530,6 +532,42 @@ void tst_TokenText::writesTheBlankBeforeAnEmptyListAway()
 {
     const QString text = TokenText::write({{"a", "b"}, {"k", QStringList()}});
     QVERIFY2(text == "{a = \"b\";k =();}" || text == "{k =();a = \"b\";}", qPrintable(text));
+}
+
+void tst_TokenText::writesTheSameInPieces()
+{
+    const TokenMap token = {{"", ""},
+                            {"a", "some text"},
+                            {"none", QStringList()},
+                            {"one", QStringList{""}},
+                            {"many", QStringList{"b", "", "cd", QString(50, u'x')}},
+                            {QString(40, u'k'), QString(90, u'v')}};
+    const QString whole = TokenText::write(token);
+    for (qsizetype size = 1; size <= whole.size() + 1; ++size) {
+        TokenText::Writer writer(token);
+        QString text;
+        for (bool isMore = true; isMore;) {
+            const qsizetype before = text.size();
+            isMore = writer.writeSome(text, size);
+            // What stands between two texts is not cut.
+            QVERIFY(text.size() - before <= size + 5);
+        }
+        // The map's own order is that of this very map.
+        QCOMPARE(text, whole);
+    }
+}
+
+void tst_TokenText::writesTheMapAsItWas()
+{
+    TokenMap token = {{"a", QString(100, u'x')}};
+    const QString before = TokenText::write(token);
+    TokenText::Writer writer(token);
+    QString text;
+    QVERIFY(writer.writeSome(text, 10));
+    token.insert("a", "y");
+    token.insert("b", "z");
+    QVERIFY(!writer.writeSome(text, 1'000));
+    QCOMPARE(text, before);
 }
 
 void tst_TokenText::writesWhatItCannotReadItself()

@@ -112,6 +112,8 @@ private slots:
     void connectionsAreTold();
     void oneOfTwoClientsLeavingIsToldAsNotConnected();
     void manyClientsAtOnceAreServed();
+    void othersHaveTheirTurnWhileACrowdIsAccepted();
+    void aFileLeavesTheReserveAlone();
     void acceptedSocketsAreTuned();
     void aClientThatLeftLeavesNoSocket();
     void acceptingPausesBeforeDescriptorsRunOut();
@@ -538,6 +540,47 @@ void tst_Server::manyClientsAtOnceAreServed()
     }
 }
 
+void tst_Server::othersHaveTheirTurnWhileACrowdIsAccepted()
+{
+    server->startServer();
+    const QSignalSpy states(server.get(), &Server::clientConnected);
+    std::vector<std::unique_ptr<QTcpSocket>> crowd;
+    for (int count = 0; count < 100; ++count) {
+        crowd.push_back(std::make_unique<QTcpSocket>());
+        crowd.back()->connectToHost(QHostAddress(QHostAddress::LocalHost), server->serverPort());
+    }
+    // The system makes the connections by itself; meanwhile nobody accepts them.
+    QTest::qSleep(200);
+    qsizetype most = 0;
+    QVERIFY(waitUntil([&] {
+        const qsizetype before = states.count();
+        QCoreApplication::processEvents();
+        most = std::max(most, states.count() - before);
+        return states.count() == 100;
+    }));
+    // Of two rounds of the event loop at most.
+    QVERIFY2(most <= 16, QByteArray::number(most).constData());
+}
+
+void tst_Server::aFileLeavesTheReserveAlone()
+{
+    const QString directory = home->subdirectory("received");
+    QSettings().setValue("downloadDirectory", directory);
+    server->startServer();
+    ServedPeer peer(*server);
+    const QByteArray request =
+        "{ cmdType = FILE_TRANSFER_AND_OPEN; cmdParameters = (note, 1000); }";
+    {
+        const DescriptorLimit scarce(47);
+        QCOMPARE(peer.ask(request).value("serverResponse").toString(),
+                 QString("START_BINARY_TRANSFER"));
+        QVERIFY(!QFile::exists(directory + "/note"));
+    }
+    ServedPeer later(*server);
+    later.ask(request);
+    QVERIFY(QFile::exists(directory + "/note"));
+}
+
 void tst_Server::acceptedSocketsAreTuned()
 {
     server->startServer();
@@ -569,7 +612,7 @@ void tst_Server::acceptingPausesBeforeDescriptorsRunOut()
     QSignalSpy states(server.get(), &Server::clientConnected);
     // A peer takes two descriptors here: its own and the server's.
     ServedPeer first(*server);
-    const DescriptorLimit scarce(2 + 15);
+    const DescriptorLimit scarce(2 + 63);
     ServedPeer second(*server);
     QCOMPARE(states.count(), 2);
     QTcpSocket third;
@@ -602,7 +645,7 @@ void tst_Server::aPauseOfAcceptingEndsWithTheRun()
     ServedPeer first(*server);
     {
         // One more connection leaves fewer than the reserve.
-        const DescriptorLimit scarce(2 + 15);
+        const DescriptorLimit scarce(2 + 63);
         ServedPeer second(*server);
         QVERIFY(!second.ask("{ cmdType = SERVER_INFO; }").isEmpty());
         QTcpSocket waiting;

@@ -109,6 +109,8 @@ private slots:
     void aSlowClipboardIsAnsweredBeforeTheNextCommand();
     void commandsOfADeviceThatLeftAreCarriedOutBehindTheClipboard();
     void aSlowClipboardMayOutlastTheDevice();
+    void aTextOfSixteenMebibytesIsTheLongest();
+    void theSameTextIsInMemoryOnce();
 
     void aFileIsReceivedAndOpened();
     void aSizeThatIsNoNumberIsZero_data();
@@ -538,6 +540,43 @@ void tst_ServerCommands::aSlowClipboardHoldsNobodyElseUp()
     QCOMPARE(peer->received(), QByteArray());
     host.waitingReaders[0](QString("first"));
     QCOMPARE(peer->answer().value("cmdParameters").toStringList(), QStringList{"first"});
+}
+
+void tst_ServerCommands::aTextOfSixteenMebibytesIsTheLongest()
+{
+    constexpr qsizetype longest = 16 * 1024 * 1024;
+    PlatformRecord &host = PlatformRecord::current();
+    host.isClipboardSlow = true;
+    QVERIFY(peer->send(command("SERVER_CLIPBOARD_REQUEST")));
+    host.waitingReaders.at(0)(QString(longest + 1, u'x'));
+    QCOMPARE(response(peer->answer()), QString("ERROR"));
+    QVERIFY(peer->send(command("SERVER_CLIPBOARD_REQUEST")));
+    host.waitingReaders.at(1)(QString(longest, u'x'));
+    const TokenMap answer = peer->answer();
+    QCOMPARE(response(answer), QString("OK"));
+    QCOMPARE(answer.value("cmdParameters").toStringList().value(0).size(), longest);
+}
+
+void tst_ServerCommands::theSameTextIsInMemoryOnce()
+{
+    PlatformRecord &host = PlatformRecord::current();
+    host.isClipboardSlow = true;
+    std::array<MemorySocket, 3> sockets;
+    std::array<ClientHandler, 3> handlers = {ClientHandler(&sockets[0]), ClientHandler(&sockets[1]),
+                                             ClientHandler(&sockets[2])};
+    for (size_t number = 0; number < handlers.size(); ++number) {
+        connect(&handlers[number], SIGNAL(tokenAvailable()), server.get(), SLOT(serveClient()));
+        sockets[number].receive(command("SERVER_CLIPBOARD_REQUEST"));
+        emit sockets[number].readyRead();
+        QVERIFY(waitUntil([&] { return host.waitingReaders.size() == number + 1; }));
+        // Each time another copy, as if it had been asked of its owner again.
+        host.waitingReaders[number](QString(1'000, number < 2 ? u'x' : u'y'));
+    }
+    const auto place = [&](size_t number) {
+        return handlers[number].token.value("cmdParameters").toStringList().at(0).constData();
+    };
+    QCOMPARE(place(0), place(1));
+    QVERIFY(place(1) != place(2));
 }
 
 void tst_ServerCommands::aSlowClipboardIsAnsweredBeforeTheNextCommand_data()

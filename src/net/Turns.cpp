@@ -1,18 +1,18 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "net/ReadingTurns.h"
+#include "net/Turns.h"
 
 #include <utility>
 
-void ReadingTurns::enter(QObject *worker, Step step)
+void Turns::enter(QObject *worker, Step step)
 {
     waiting.push_back({worker, std::move(step)});
     admitWaiting();
     scheduleRound();
 }
 
-void ReadingTurns::admitWaiting()
+void Turns::admitWaiting()
 {
     while (atWork.size() < maximumAtWork && !waiting.empty()) {
         atWork.push_back(std::move(waiting.front()));
@@ -21,15 +21,15 @@ void ReadingTurns::admitWaiting()
 }
 
 /// Queued: the event loop looks at the sockets between two rounds.
-void ReadingTurns::scheduleRound()
+void Turns::scheduleRound()
 {
     if (!isRoundScheduled && !atWork.empty()) {
         isRoundScheduled = true;
-        QMetaObject::invokeMethod(this, &ReadingTurns::takeTurn, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, &Turns::takeTurn, Qt::QueuedConnection);
     }
 }
 
-void ReadingTurns::takeTurn()
+void Turns::takeTurn()
 {
     isRoundScheduled = false;
     Work work = std::move(atWork.front());

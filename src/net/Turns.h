@@ -9,11 +9,11 @@
 #include <deque>
 #include <functional>
 
-/// Shares the event loop's time among connections that have much to read: in each round of the loop
-/// one of them does one step of its work, so all others wait for a step at most, however many
-/// connections have much to read. Only so many of them are at work at once, which bounds the memory
-/// that they need; the rest wait in line.
-class ReadingTurns : public QObject
+/// Shares the event loop's time among connections that have much to read, or much to write: in each
+/// round of the loop one of them does one step of its work, so all others wait for a step at most,
+/// however many connections have much to do. Only so many of them are at work at once, which bounds
+/// the memory that they need; the rest wait in line.
+class Turns : public QObject
 {
     Q_OBJECT
 

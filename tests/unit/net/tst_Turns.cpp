@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "net/ReadingTurns.h"
+#include "net/Turns.h"
 
 #include <QCoreApplication>
 #include <QTest>
@@ -20,7 +20,7 @@ void processAll()
 
 } // namespace
 
-class tst_ReadingTurns : public QObject
+class tst_Turns : public QObject
 {
     Q_OBJECT
 
@@ -35,7 +35,7 @@ private slots:
 
 private:
     /// A step that writes down its name, `count` times.
-    ReadingTurns::Step counted(const QString &name, int count)
+    Turns::Step counted(const QString &name, int count)
     {
         return [this, name, left = count]() mutable {
             done.append(name);
@@ -46,30 +46,30 @@ private:
     QStringList done;
 };
 
-void tst_ReadingTurns::nothingIsDoneBeforeTheEventLoopRuns()
+void tst_Turns::nothingIsDoneBeforeTheEventLoopRuns()
 {
     done.clear();
-    ReadingTurns turns;
+    Turns turns;
     turns.enter(this, counted("a", 1));
     QCOMPARE(done, QStringList());
     processAll();
     QCOMPARE(done, QStringList{"a"});
 }
 
-void tst_ReadingTurns::workersTakeTurns()
+void tst_Turns::workersTakeTurns()
 {
     done.clear();
-    ReadingTurns turns;
+    Turns turns;
     turns.enter(this, counted("a", 3));
     turns.enter(this, counted("b", 2));
     processAll();
     QCOMPARE(done, QStringList({"a", "b", "a", "b", "a"}));
 }
 
-void tst_ReadingTurns::otherEventsComeBetweenTwoTurns()
+void tst_Turns::otherEventsComeBetweenTwoTurns()
 {
     done.clear();
-    ReadingTurns turns;
+    Turns turns;
     turns.enter(this, counted("a", 2));
     turns.enter(this, counted("b", 1));
     QMetaObject::invokeMethod(
@@ -78,11 +78,11 @@ void tst_ReadingTurns::otherEventsComeBetweenTwoTurns()
     QCOMPARE(done, QStringList({"a", "other", "b", "a"}));
 }
 
-void tst_ReadingTurns::onlySoManyAreAtWorkAtOnce()
+void tst_Turns::onlySoManyAreAtWorkAtOnce()
 {
     done.clear();
-    ReadingTurns turns;
-    const auto most = int(ReadingTurns::maximumAtWork);
+    Turns turns;
+    const auto most = int(Turns::maximumAtWork);
     for (int worker = 0; worker < most; ++worker) {
         turns.enter(this, counted("early", 2));
     }
@@ -93,10 +93,10 @@ void tst_ReadingTurns::onlySoManyAreAtWorkAtOnce()
     QCOMPARE(done.indexOf("late"), 2 * most);
 }
 
-void tst_ReadingTurns::aWorkerThatIsGoneHasNoTurn()
+void tst_Turns::aWorkerThatIsGoneHasNoTurn()
 {
     done.clear();
-    ReadingTurns turns;
+    Turns turns;
     auto worker = std::make_unique<QObject>();
     turns.enter(worker.get(), counted("gone", 1));
     turns.enter(this, counted("there", 1));
@@ -105,10 +105,10 @@ void tst_ReadingTurns::aWorkerThatIsGoneHasNoTurn()
     QCOMPARE(done, QStringList{"there"});
 }
 
-void tst_ReadingTurns::aWorkerMayEndInItsTurn()
+void tst_Turns::aWorkerMayEndInItsTurn()
 {
     done.clear();
-    ReadingTurns turns;
+    Turns turns;
     auto worker = std::make_unique<QObject>();
     turns.enter(worker.get(), [&] {
         done.append("a");
@@ -119,10 +119,10 @@ void tst_ReadingTurns::aWorkerMayEndInItsTurn()
     QCOMPARE(done, QStringList{"a"});
 }
 
-void tst_ReadingTurns::othersTakeTheirTurnsInTheLoopOfAStep()
+void tst_Turns::othersTakeTheirTurnsInTheLoopOfAStep()
 {
     done.clear();
-    ReadingTurns turns;
+    Turns turns;
     turns.enter(this, [&] {
         done.append("begin");
         processAll();
@@ -134,5 +134,5 @@ void tst_ReadingTurns::othersTakeTheirTurnsInTheLoopOfAStep()
     QCOMPARE(done, QStringList({"begin", "other", "other", "end"}));
 }
 
-QTEST_GUILESS_MAIN(tst_ReadingTurns)
-#include "tst_ReadingTurns.moc"
+QTEST_GUILESS_MAIN(tst_Turns)
+#include "tst_Turns.moc"
