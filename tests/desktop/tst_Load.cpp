@@ -8,7 +8,11 @@
 
 #include "platform/DescriptorLimit.h"
 
+#include <QDir>
 #include <QElapsedTimer>
+
+#include <algorithm>
+#include <deque>
 
 #include <sys/resource.h>
 #include <unistd.h>
@@ -47,11 +51,14 @@ private slots:
     void aCrowdIsServed();
     void connectionsOneAfterAnotherLeaveNothing();
     void connectionsBeyondTheDescriptorsWaitForThem();
+    void filesBeyondTheDescriptorsAreNotOpened();
+    void connectionsThatComeAndGoDoNotUseUpTheReserve();
     void floodOfTokensDoesNotHoldUpOthers_data();
     void floodOfTokensDoesNotHoldUpOthers();
     void deviceThatNeverReadsIsDisconnected();
     void deviceThatStoresTooMuchIsDisconnected_data();
     void deviceThatStoresTooMuchIsDisconnected();
+    void storesOfManyDevicesAreLimitedInAll();
     void manyTokensOnOneConnectionTakeNoMemory();
 
 private:
@@ -134,7 +141,7 @@ void tst_Load::connectionsOneAfterAnotherLeaveNothing()
 
 void tst_Load::connectionsBeyondTheDescriptorsWaitForThem()
 {
-    constexpr int Descriptors = 64;
+    constexpr int Descriptors = 128;
     m_scene->launch(descriptorLimit(Descriptors));
     QVERIFY(m_scene->port() != 0);
     Handheld first(m_scene->port());
@@ -154,6 +161,60 @@ void tst_Load::connectionsBeyondTheDescriptorsWaitForThem()
     crowd.clear();
     QVERIFY(late.answer());
     QVERIFY(late.isServed());
+}
+
+/// A file takes a descriptor, and so do the balloon that tells of it and the program that opens it.
+void tst_Load::filesBeyondTheDescriptorsAreNotOpened()
+{
+    constexpr int Descriptors = 160;
+    const QString folder = m_scene->session().path(QStringLiteral("received"));
+    QVERIFY(QDir().mkpath(folder));
+    m_scene->storeSetting(QStringLiteral("downloadDirectory"), folder);
+    m_scene->launch(descriptorLimit(Descriptors));
+    QVERIFY(m_scene->port() != 0);
+    Handheld first(m_scene->port());
+    QVERIFY(first.isServed());
+
+    std::vector<std::unique_ptr<Handheld>> crowd;
+    for (int i = 0; i < Descriptors; ++i)
+        crowd.push_back(std::make_unique<Handheld>(m_scene->port()));
+    QVERIFY(first.isServed());
+    for (size_t i = 0; i < crowd.size(); ++i) {
+        QVERIFY(crowd[i]->send(commandText(
+            QStringLiteral("FILE_TRANSFER_AND_OPEN"),
+            {{QStringLiteral("cmdParameters"),
+              QStringList{QStringLiteral("file%1").arg(i), QStringLiteral("1000000")}}})));
+        QVERIFY(first.isServed());
+    }
+    const qsizetype files = QDir(folder).entryList(QDir::Files).size();
+    qInfo("%lld files are open.", qint64(files));
+    // Those that fit beside the connections, and no more.
+    QVERIFY(files >= 8 && files <= 32);
+    QVERIFY(m_scene->server().openDescriptors() <= Descriptors - 24);
+    QVERIFY(m_scene->isAtRest());
+    QVERIFY(first.isServed());
+}
+
+/// Each one that leaves lets one in; in the end no more are there than at first.
+void tst_Load::connectionsThatComeAndGoDoNotUseUpTheReserve()
+{
+    constexpr int Descriptors = 160;
+    m_scene->launch(descriptorLimit(Descriptors));
+    QVERIFY(m_scene->port() != 0);
+    Handheld first(m_scene->port());
+    QVERIFY(first.isServed());
+    std::deque<std::unique_ptr<Handheld>> crowd;
+    while (crowd.size() < Descriptors)
+        crowd.push_back(std::make_unique<Handheld>(m_scene->port()));
+    QVERIFY(first.isServed());
+    const int before = m_scene->server().openDescriptors();
+    for (int i = 0; i < 100; ++i) {
+        // The oldest one has the lowest number.
+        crowd.pop_front();
+        crowd.push_back(std::make_unique<Handheld>(m_scene->port()));
+        QVERIFY(first.isServed());
+    }
+    QVERIFY(waitUntil([&] { return m_scene->server().openDescriptors() <= before + 2; }));
 }
 
 void tst_Load::floodOfTokensDoesNotHoldUpOthers_data()
@@ -229,6 +290,36 @@ void tst_Load::deviceThatStoresTooMuchIsDisconnected()
     qInfo("Disconnected after %d keys and %lld MiB.", number, sent / Mebibyte);
     QVERIFY2(!isConnected || greedy.waitUntilClosed(5s), "still connected");
     QVERIFY(other.isServed());
+}
+
+/// None of them holds as much as one alone may.
+void tst_Load::storesOfManyDevicesAreLimitedInAll()
+{
+    constexpr size_t DeviceCount = 12;
+    constexpr int TokensOfEach = 250;
+    QVERIFY(m_scene->start());
+    Asker asker(m_scene->port(), 10ms);
+    Handheld honest(m_scene->port());
+    QVERIFY(honest.isServed());
+    std::vector<std::unique_ptr<Handheld>> greedy;
+    while (greedy.size() < DeviceCount)
+        greedy.push_back(std::make_unique<Handheld>(m_scene->port()));
+    const QByteArray value(60'000, 'v');
+    const auto hasEnded = [](const auto &device) { return !device->throwUnreadAway(); };
+    int number = 0;
+    for (; number < TokensOfEach && std::none_of(greedy.begin(), greedy.end(), hasEnded);
+         ++number) {
+        const QByteArray token = "{ k" + QByteArray::number(number) + " = " + value + "; }";
+        for (const auto &device : greedy)
+            QVERIFY((device->send(token) && device->waitUntilRead()) || hasEnded(device));
+    }
+    const Sample times = asker.stop();
+    const auto ended = std::count_if(greedy.begin(), greedy.end(), hasEnded);
+    qInfo("%lld of %zu were disconnected after %d tokens of each; others' 99th percentile %.1f ms.",
+          qint64(ended), DeviceCount, number, times.atShare(0.99));
+    QVERIFY(ended >= 1 && ended <= 2);
+    QVERIFY(asker.isServed());
+    QVERIFY(honest.isServed());
 }
 
 void tst_Load::manyTokensOnOneConnectionTakeNoMemory()
