@@ -34,6 +34,8 @@ public:
 
     bool hasRoomForConnections(int count) const { return left() - count >= connectionReserve; }
     bool hasRoomForFile() const { return left() > fileReserve; }
+    /// To connections and files, now.
+    int leased() const { return leases; }
 
 private:
     int left() const;
