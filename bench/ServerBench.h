@@ -11,7 +11,9 @@
 #include <QSettings>
 
 #include <cstdio>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
 /// A desktop with the server in it, for programs that measure: whatever is missing ends them.
@@ -46,9 +48,9 @@ public:
     }
 
     /// Must be called before anything below; what the session needs beforehand is put there first.
-    void start()
+    void start(std::function<void()> lastPreparation = [] {})
     {
-        m_server = std::make_unique<ServerProcess>(m_session);
+        m_server = std::make_unique<ServerProcess>(m_session, std::move(lastPreparation));
         m_port = m_server->port();
         require(m_port != 0, "start of the server: " + m_server->errorText());
     }
@@ -57,6 +59,8 @@ public:
     quint16 port() const { return m_port; }
     int openDescriptors() const { return m_server->openDescriptors(); }
     qint64 processId() const { return m_server->processId(); }
+    /// Ends the server in order; its exit status, or nothing when it crashed or hung.
+    std::optional<int> end() { return m_server->end(); }
 
 private:
     DesktopSession m_session;

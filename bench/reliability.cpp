@@ -7,6 +7,7 @@
 // Needs VORNA_SERVER (the server's executable). The argument, from 1 to 100, is the share of the
 // load in hundredths; without one it is the whole. Exit status 1 when a promise was broken.
 
+#include "LoadTable.h"
 #include "ServerBench.h"
 #include "support/Asker.h"
 #include "support/Flooder.h"
@@ -27,20 +28,14 @@ namespace {
 constexpr qint64 Kibibyte = 1024;
 constexpr qint64 Mebibyte = 1024 * Kibibyte;
 
-int g_share = 100; ///< of the whole load, in hundredths
-bool g_allHeld = true;
-
 int scaled(int whole)
 {
-    return std::max(1, static_cast<int>(qint64(whole) * g_share / 100));
+    return LoadTable::scaled(whole);
 }
 
 void tell(const QString &load, const QString &promised, const QString &measured, bool hasHeld)
 {
-    g_allHeld = g_allHeld && hasHeld;
-    std::printf("| %s | %s | %s | %s |\n", qPrintable(load), qPrintable(promised),
-                qPrintable(measured), hasHeld ? "yes" : "**no**");
-    std::fflush(stdout);
+    LoadTable::tell(load, promised, measured, hasHeld);
 }
 
 /// A server of its own for each load, and a look at the display when it is over.
@@ -230,9 +225,8 @@ void loadAll()
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    if (argc > 1)
-        g_share = std::clamp(QByteArray(argv[1]).toInt(), 1, 100);
+    LoadTable::takeShare(argc, argv);
     platform::raiseDescriptorLimit();
     const int status = ServerBench::run(loadAll);
-    return status != 0 || !g_allHeld ? 1 : 0;
+    return status != 0 || !LoadTable::haveAllHeld() ? 1 : 0;
 }

@@ -1,0 +1,44 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <algorithm>
+#include <cstdio>
+
+/// The rows that a bench prints: load, what is promised, what was measured, whether it held.
+class LoadTable
+{
+public:
+    /// The program's argument, from 1 to 100, is the share of the load in hundredths; without one
+    /// it is the whole.
+    static void takeShare(int argc, char **argv)
+    {
+        if (argc > 1)
+            s_share = std::clamp(QByteArray(argv[1]).toInt(), 1, 100);
+    }
+
+    static int scaled(int whole)
+    {
+        return std::max(1, static_cast<int>(qint64(whole) * s_share / 100));
+    }
+
+    static void tell(const QString &load, const QString &promised, const QString &measured,
+                     bool hasHeld)
+    {
+        s_allHeld = s_allHeld && hasHeld;
+        std::printf("| %s | %s | %s | %s |\n", qPrintable(load), qPrintable(promised),
+                    qPrintable(measured), hasHeld ? "yes" : "**no**");
+        std::fflush(stdout);
+    }
+
+    /// False once a promise was broken.
+    static bool haveAllHeld() { return s_allHeld; }
+
+private:
+    static inline int s_share = 100;
+    static inline bool s_allHeld = true;
+};
