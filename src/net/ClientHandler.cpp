@@ -16,6 +16,7 @@
 #include <QtNumeric>
 
 #include <limits>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -37,6 +38,9 @@ constexpr qsizetype turnEffort = 64 * 1024;
 /// What one read takes of a file: more would be copied through memory that no cache of the
 /// processor holds.
 constexpr qint64 filePieceSize = 256 * 1024;
+
+/// A store of so many bytes is given back at once.
+constexpr qsizetype smallStore = 256 * 1024;
 
 QString downloadDirectory()
 {
@@ -93,7 +97,10 @@ ClientHandler::ClientHandler(QTcpSocket *acceptedSocket, ConnectionResources *sh
     limitNextRead();
 }
 
-ClientHandler::~ClientHandler() = default;
+ClientHandler::~ClientHandler()
+{
+    disposeStore();
+}
 
 void ClientHandler::acceptPair(bool accepted)
 {
@@ -341,14 +348,22 @@ void ClientHandler::closeConnection(const QString &reason)
     socket->abort();
 }
 
+void ClientHandler::disposeStore()
+{
+    if (storedSize.memory() > smallStore) {
+        resources->dispose(std::exchange(token, {}));
+    }
+    token.clear();
+    storedSize = {};
+}
+
 /// All connections together hold too much, and this one most of it. It may be amid a step of its
 /// own.
 void ClientHandler::giveUpMemory()
 {
     isGivenUp = true;
     account.close();
-    token.clear();
-    storedSize = {};
+    disposeStore();
     longRead.reset();
     closeConnection(u"All devices together have stored too much, and this one most of it."_s);
 }

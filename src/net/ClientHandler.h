@@ -89,6 +89,7 @@ private:
     void updateAccount();
     void closeConnection(const QString &reason);
     void giveUpMemory();
+    void disposeStore();
     bool isReadingPaused() const { return pauses > 0; }
 
     struct LongRead;

@@ -5,6 +5,7 @@
 
 #include "net/DescriptorBudget.h"
 #include "net/MemoryBudget.h"
+#include "net/TokenText.h"
 #include "net/Turns.h"
 
 /// What all connections of a server share: the event loop's time, memory and descriptors.
@@ -16,8 +17,12 @@ struct ConnectionResources
     {
     }
 
+    /// Gives back what a connection has stored, in steps: millions of texts take their time.
+    void dispose(TokenMap map);
+
     Turns readingTurns;
     Turns writingTurns;
+    Turns disposalTurns;
     MemoryBudget memory;
     DescriptorBudget descriptors;
 };

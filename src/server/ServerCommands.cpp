@@ -132,7 +132,9 @@ void Server::serveClipboardRequest(ClientHandler &client)
 std::shared_ptr<const SharedText> Server::shared(const QString &text)
 {
     std::shared_ptr<const SharedText> latest = latestText.lock();
-    if (!latest || latest->content != text) {
+    const bool isSame =
+        latest && (latest->content.constData() == text.constData() || latest->content == text);
+    if (!isSame) {
         latest = std::make_shared<const SharedText>(resources.memory, text);
         latestText = latest;
     }
