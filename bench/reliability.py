@@ -2,8 +2,8 @@
 # SPDX-FileCopyrightText: 2026 The VornaServer developers
 # SPDX-License-Identifier: MIT
 
-"""Writes docs/reliability.md anew: loads the release build, and lets the tests cause every fault in
-the build with sanitizers. Takes a quarter of an hour; exit status 1 when a promise was broken.
+"""Writes docs/reliability.md anew: loads and attacks the release build, and lets the tests cause every
+fault in the build with sanitizers. Takes half an hour; exit status 1 when a promise was broken.
 
 The argument, from 1 to 100, is the share of the load in hundredths; without one it is the whole.
 """
@@ -24,6 +24,11 @@ FAULTS = [
      "connected clients are served, the next ones wait at less than 5 % of a core and are served "
      "once there is room",
      "tst_Load", ["connectionsBeyondTheDescriptorsWaitForThem"]),
+    ("more files than descriptors",
+     "those beyond are thrown away, the desktop has what it needs, the server goes on",
+     "tst_Load", ["filesBeyondTheDescriptorsAreNotOpened"]),
+    ("connections come and go while descriptors are short", "none of the reserve is used up",
+     "tst_Load", ["connectionsThatComeAndGoDoNotUseUpTheReserve"]),
     ("2,000 clients at once", "all are answered", "tst_Load", ["aCrowdIsServed"]),
     ("3,000 connections one after another", "no descriptor is left, memory settles",
      "tst_Load", ["connectionsOneAfterAnotherLeaveNothing"]),
@@ -35,6 +40,11 @@ FAULTS = [
      "tst_Load", ["deviceThatNeverReadsIsDisconnected"]),
     ("a client that stores ever more", "disconnected, others unharmed",
      "tst_Load", ["deviceThatStoresTooMuchIsDisconnected"]),
+    ("12 clients that store more together than is allowed",
+     "the one that holds most is disconnected, others unharmed",
+     "tst_Load", ["storesOfManyDevicesAreLimitedInAll"]),
+    ("a clipboard of more than 16 MiB, and one that never ends", "answered with an error in time",
+     "tst_Clipboard", ["endlessTextIsAnError", "ownerHasASecondInAll"]),
     ("random bytes, odd encodings, odd commands, tokens of 16 MiB, many keys",
      "others are served, nothing crashes",
      "tst_BadInput", ["randomBytesAreSurvived", "oddBytesAreSurvived", "oddCommandIsSurvived",
@@ -106,9 +116,18 @@ Afterwards no key and no button is down, asked of the X server.
 |---|---|---|---|
 """
 
-FAULT_HEAD = """
+ATTACK_HEAD = """
 A connection that comes and goes spends most of its time on the two balloons that tell of it.
 
+## Attacks
+
+The same, by peers that make no pause. `bench/attacks` makes them.
+
+| attack | promised | measured | held |
+|---|---|---|---|
+"""
+
+FAULT_HEAD = """
 ## Faults
 
 Each is caused by a test of the whole program, built with the address and undefined behaviour \
@@ -140,16 +159,16 @@ RESULT = re.compile(r"^\d+: (PASS|FAIL!|XFAIL|XPASS|SKIP|QINFO) *: (tst_\w+::\w+
 
 
 def build():
-    for preset, targets in ("release", ["VornaServer", "reliability"]), ("dev", ["all"]):
+    for preset, targets in ("release", ["VornaServer", "reliability", "attacks"]), ("dev", ["all"]):
         subprocess.run(["cmake", "--preset", preset], check=True, stdout=subprocess.DEVNULL)
         subprocess.run(["cmake", "--build", "--preset", preset, "--target", *targets], check=True,
                        stdout=subprocess.DEVNULL)
 
 
-def load_rows(share):
-    """The rows of all loads, and whether the promises held."""
+def bench_rows(program, share):
+    """The rows that the bench prints, and whether the promises held."""
     release = ROOT / "build" / "release"
-    run = subprocess.run([release / "bench" / "reliability", share], text=True,
+    run = subprocess.run([release / "bench" / program, share], text=True,
                          stdout=subprocess.PIPE,
                          env=os.environ | {"VORNA_SERVER": str(release / "VornaServer")})
     return run.stdout, run.returncode == 0
@@ -186,11 +205,13 @@ def fault_rows():
 def main():
     os.chdir(ROOT)
     build()
-    loads, loads_held = load_rows(sys.argv[1] if len(sys.argv) > 1 else "100")
+    share = sys.argv[1] if len(sys.argv) > 1 else "100"
+    loads, loads_held = bench_rows("reliability", share)
+    attacks, attacks_held = bench_rows("attacks", share)
     faults, faults_held = fault_rows()
-    PAGE.write_text(HEAD + loads + FAULT_HEAD + faults + TAIL)
+    PAGE.write_text(HEAD + loads + ATTACK_HEAD + attacks + FAULT_HEAD + faults + TAIL)
     print(f"Written: {PAGE.relative_to(ROOT)}")
-    return 0 if loads_held and faults_held else 1
+    return 0 if loads_held and attacks_held and faults_held else 1
 
 
 if __name__ == "__main__":
