@@ -4,7 +4,7 @@
 #include "net/ClientHandler.h"
 
 #include "messages/Messages.h"
-#include "net/DownloadPath.h"
+#include "net/DownloadFile.h"
 #include "net/ReadingTurns.h"
 #include "platform/Sockets.h"
 
@@ -146,11 +146,13 @@ void ClientHandler::setFileToTransfer(QString fileName, quint64 size)
     filePath = directory + u'/' + fileName;
     Messages::debug({u"File: "_s, Messages::quoted(filePath)});
     file.close();
-    if (isAllowedDownloadPath(filePath, directory)) {
-        file.setFileName(filePath);
-        // Unbuffered: what was taken from the network is in the file whatever happens to us.
-        file.open(QIODevice::Append | QIODevice::Unbuffered);
+    if (!isDownloadDirectory(directory)) {
+        Messages::warning({tr("The file is not saved: the download directory \"%1\" is not a full "
+                              "path. Choose a folder in Preferences.")
+                               .arg(directory)});
     }
+    // Wanted: a file that could not be opened is not announced as such; its bytes are thrown away.
+    openDownload(file, directory, fileName);
     limitNextRead();
 }
 

@@ -3,6 +3,7 @@
 
 #include "ConnectionModel.h"
 
+#include "NaiveDownload.h"
 #include "NaiveShortcut.h"
 #include "unit/net/NaiveTokenReader.h"
 
@@ -11,8 +12,6 @@
 #include <string>
 #include <vector>
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -29,34 +28,6 @@ QVariant variant(const NaiveTokenReader::Value &value)
         texts.append(latin(text));
     }
     return value.isList ? QVariant(texts) : QVariant(texts.first());
-}
-
-/// The parts of an absolute path once each "." is left out and each ".." has taken one away.
-QStringList cleanParts(const QString &path)
-{
-    QStringList parts;
-    for (const QString &part : path.split('/')) {
-        if (part == "..") {
-            parts.isEmpty() ? void() : parts.removeLast();
-        } else if (!part.isEmpty() && part != ".") {
-            parts.append(part);
-        }
-    }
-    return parts;
-}
-
-bool mayBeWritten(const QString &path, const QString &directory)
-{
-    const QStringList parts = cleanParts(path);
-    const QStringList above = cleanParts(directory);
-    if (parts.size() <= above.size() || parts.first(above.size()) != above) {
-        return false;
-    }
-    struct stat status
-    {
-    };
-    const QByteArray cleanPath = ('/' + parts.join('/')).toUtf8();
-    return stat(cleanPath.constData(), &status) != 0 || S_ISREG(status.st_mode);
 }
 
 /// -1 when nothing could be written.
@@ -313,10 +284,7 @@ void ConnectionModel::openFile(const QString &name)
 {
     ++fileCount;
     closeFile();
-    const QString ownPath = ownDirectory + '/' + name;
-    if (mayBeWritten(ownPath, ownDirectory)) {
-        descriptor = open(ownPath.toUtf8().constData(), O_WRONLY | O_APPEND | O_CREAT, 0666);
-    }
+    descriptor = NaiveDownload::open(ownDirectory.toStdString(), name.toStdString());
 }
 
 void ConnectionModel::closeFile()
