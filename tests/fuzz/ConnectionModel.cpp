@@ -7,6 +7,8 @@
 #include "NaiveShortcut.h"
 #include "unit/net/NaiveTokenReader.h"
 
+#include <QUrl>
+
 #include <algorithm>
 #include <limits>
 #include <string>
@@ -202,8 +204,21 @@ void ConnectionModel::openAddress()
 {
     const QString address = text("fncCommand");
     deeds.messages.append("warning: Opening URL:  " + address + ' ');
-    deeds.openedAddresses.append(address);
+    hand(address);
     answer("OK");
+}
+
+/// Time stands still during a session.
+void ConnectionModel::hand(const QString &address)
+{
+    if (QUrl(address).toEncoded().startsWith('-')) {
+        deeds.messages.append("warning: Not opened: an address must not begin with \"-\". ");
+    } else if (openings == mostOpenings) {
+        deeds.messages.append("warning: Not opened: too many addresses and files at once. ");
+    } else {
+        ++openings;
+        deeds.openedAddresses.append(address);
+    }
 }
 
 void ConnectionModel::takeText()
@@ -315,7 +330,7 @@ void ConnectionModel::finishFile()
 {
     closeFile();
     deeds.shownFiles.append(path);
-    deeds.openedAddresses.append("file://" + path);
+    hand("file://" + path);
     path.clear();
     answer("OK");
 }
