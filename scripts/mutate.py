@@ -19,7 +19,7 @@ import mutants
 # The unit tests are those of the same folder.
 WHOLE_PROGRAM_TESTS = [
     ("src/net/Bonjour", "Advertisement"),
-    ("src/net/DownloadPath", "Transfers"),
+    ("src/net/DownloadFile", "Transfers"),
     ("src/net/", "BadInput Transfers"),
     ("src/server/", "PairingDialog UrlOpening Clipboard BadInput Transfers Advertisement"),
     ("src/interaction/", "TypingOnTheDesktop"),

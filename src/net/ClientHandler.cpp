@@ -5,7 +5,7 @@
 
 #include "messages/Messages.h"
 #include "net/ConnectionResources.h"
-#include "net/DownloadPath.h"
+#include "net/DownloadFile.h"
 #include "platform/Sockets.h"
 
 #include <QDebug>
@@ -163,11 +163,17 @@ void ClientHandler::setFileToTransfer(QString fileName, quint64 size)
     Messages::debug({u"File: "_s, Messages::quoted(filePath)});
     file.close();
     fileLease = {};
-    if (resources->descriptors.hasRoomForFile() && isAllowedDownloadPath(filePath, directory)) {
+    if (!isDownloadDirectory(directory)) {
+        Messages::warning({tr("The file is not saved: the download directory \"%1\" is not a full "
+                              "path. Choose a folder in Preferences.")
+                               .arg(directory)});
+    }
+    // Wanted: a file that could not be opened is not announced as such; its bytes are thrown away.
+    if (resources->descriptors.hasRoomForFile()) {
+        openDownload(file, directory, fileName);
+    }
+    if (file.isOpen()) {
         fileLease = DescriptorBudget::Lease(resources->descriptors);
-        file.setFileName(filePath);
-        // Unbuffered: what was taken from the network is in the file whatever happens to us.
-        file.open(QIODevice::Append | QIODevice::Unbuffered);
     }
     limitNextRead();
 }

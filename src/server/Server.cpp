@@ -16,7 +16,6 @@
 #include "platform/Sockets.h"
 
 #include <QCoreApplication>
-#include <QDesktopServices>
 #include <QHostAddress>
 #include <QHostInfo>
 #include <QLabel>
@@ -25,7 +24,8 @@
 #include <QPushButton>
 #include <QScopedValueRollback>
 #include <QSettings>
-#include <QUrl>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -80,7 +80,9 @@ void showAsWritten(const QMessageBox &box)
 
 } // namespace
 
-Server::Server(QObject *parent) : QTcpServer(parent)
+Server::Server(QObject *parent, Opener contentOpener)
+    : QTcpServer(parent)
+    , opener(std::move(contentOpener))
 {
     pairedDevices = QSettings().value(pairedDeviceKey(), QVariant()).toStringList();
     interactionManager = std::make_unique<InteractionManager>(new InteractionManagerMac);
@@ -267,7 +269,8 @@ void Server::clientDisconnected()
 
 void Server::showFile(QString filename)
 {
-    QDesktopServices::openUrl(QUrl(u"file://"_s + filename));
+    // Wanted: the name is not encoded, so a "%", "?" or "#" in it counts as it does in an address.
+    opener.open(u"file://"_s + filename);
 }
 
 /// Files that are still arriving are closed with what they have.

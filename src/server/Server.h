@@ -4,6 +4,7 @@
 #pragma once
 
 #include "net/ConnectionResources.h"
+#include "server/Opener.h"
 
 #include <QPointer>
 #include <QStringList>
@@ -34,8 +35,8 @@ class Server : public QTcpServer
     Q_OBJECT
 
 public:
-    /// Loads the paired devices; does not listen yet.
-    explicit Server(QObject *parent);
+    /// Loads the paired devices; does not listen yet. The opener opens what peers send.
+    explicit Server(QObject *parent, Opener opener = Opener());
     /// Stores the paired devices and ends every connection.
     ~Server() override;
 
@@ -95,6 +96,7 @@ private:
     std::unique_ptr<InteractionManager> interactionManager;
     std::unique_ptr<platform::Clipboard> clipboard;
     std::unique_ptr<platform::Screens> screens;
+    Opener opener;
     bool needsPairingApproval = false;
     QStringList pairedDevices; // in the order in which they were accepted
     QPointer<BonjourServiceRegister> serviceRegister;
@@ -102,6 +104,6 @@ private:
     int openQuestions = 0;
     ConnectionResources resources; // outlive the connections, which the destructor ends
     int acceptedInTurn = 0;
-    bool areDescriptorsScarce = false; // until a connection ends
+    bool areDescriptorsScarce = false;          // until a connection ends
     std::weak_ptr<const SharedText> latestText; // of the clipboard, as a connection holds it
 };

@@ -10,9 +10,6 @@
 #include "platform/Screens.h"
 #include "server/Server.h"
 
-#include <QDesktopServices>
-#include <QUrl>
-
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -95,7 +92,7 @@ void Server::serveUrl(ClientHandler &client)
 {
     const QString url = functionCommand(client);
     Messages::warning({u"Opening URL: "_s, QString::fromLatin1(url.toLatin1())});
-    QDesktopServices::openUrl(QUrl(url));
+    opener.open(url);
     answer(client, u"OK"_s);
 }
 

@@ -94,7 +94,6 @@ private slots:
     void aFailedWriteRaisesTheCountByOne();
     void missingDownloadFolderIsNotMade();
     void namedPipeDoesNotStopTheServer();
-    void linkOfTheUserIsFollowed();
     void fullDiskKeepsWhatFitted();
     void folderWithoutPermissionTakesNothing();
 
@@ -548,20 +547,6 @@ void tst_Transfers::namedPipeDoesNotStopTheServer()
     QVERIFY(handheld.sendAndSettle("some bytes"));
     QVERIFY(!handheld.hasUnreadAnswer());
     QVERIFY(servesOthers());
-}
-
-void tst_Transfers::linkOfTheUserIsFollowed()
-{
-    const QString elsewhere = m_scene->session().home() + QStringLiteral("/elsewhere");
-    QVERIFY(QDir().mkpath(elsewhere));
-    QVERIFY(QFile::link(elsewhere, received("link")));
-    QVERIFY(m_scene->start());
-    const QByteArray request = exactRequest(QStringLiteral("link/photo"), 2);
-    Handheld handheld(m_scene->port());
-    QVERIFY(beginTransfer(handheld, request));
-    QVERIFY(handheld.send("ok"));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
-    QCOMPARE(Folders::fileBytes(elsewhere + QStringLiteral("/photo")), request + "ok");
 }
 
 void tst_Transfers::fullDiskKeepsWhatFitted()

@@ -1,9 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
+#include "support/Folders.h"
 #include "support/RecordingOpener.h"
 #include "support/ServerScene.h"
 
+#include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTest>
 
@@ -32,10 +35,14 @@ private slots:
     void emptyAddressIsAnsweredOk();
     void addressThatNothingOpensIsAnsweredOk_data();
     void addressThatNothingOpensIsAnsweredOk();
+    void optionsNeverReachTheOpener();
+    void floodOfAddressesStartsFewPrograms();
     void openerMayRunOn();
     void isAnsweredWithoutAnyOpener();
 
 private:
+    bool restartWithOwnOpener();
+    QStringList handedOver() const;
     bool hasOpened(const QStringList &expected) const;
 
     std::unique_ptr<ServerScene> m_scene;
@@ -145,6 +152,79 @@ void tst_UrlOpening::addressThatNothingOpensIsAnsweredOk()
     QCOMPARE(answer->value("serverResponse").toString(), QStringLiteral("OK"));
     QVERIFY(handheld.ask(urlCommand(QStringLiteral("http://example.org/next"))));
     QVERIFY(hasOpened({QStringLiteral("http://example.org/next")}));
+}
+
+/// A server whose desktop has a program of the test's own for everything: the very command line
+/// that the toolkit makes is written down.
+bool tst_UrlOpening::restartWithOwnOpener()
+{
+    if (!m_scene->problemAtEnd().isEmpty())
+        return false;
+    const DesktopSession &session = m_scene->session();
+    const QString program = session.path(QStringLiteral("programs/xdg-open"));
+    QDir().mkpath(session.path(QStringLiteral("programs")));
+    if (!Folders::write(program, "#!/bin/sh\nprintf '%s\\n' \"$*\" >> '" +
+                                     session.path(QStringLiteral("handed-over.log")).toUtf8() +
+                                     "'\n"))
+        return false;
+    QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    m_scene->mutableSession().addVariable(QStringLiteral("PATH"),
+                                          session.path(QStringLiteral("programs")) +
+                                              QLatin1Char(':') + qEnvironmentVariable("PATH"));
+    return m_scene->start();
+}
+
+QStringList tst_UrlOpening::handedOver() const
+{
+    return QString::fromUtf8(
+               Folders::fileBytes(m_scene->session().path(QStringLiteral("handed-over.log"))))
+        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+void tst_UrlOpening::optionsNeverReachTheOpener()
+{
+    QVERIFY(restartWithOwnOpener());
+    Handheld handheld(m_scene->port());
+    for (const char *url : {"--help", "-x", "%2dx", "%2D%2Dhelp", "-", "-%2f", "../x"}) {
+        const auto answer = handheld.ask(urlCommand(QLatin1String(url)));
+        QVERIFY(answer);
+        QCOMPARE(answer->value("serverResponse").toString(), QStringLiteral("OK"));
+    }
+    QVERIFY(waitUntil([&] { return handedOver() == QStringList{QStringLiteral("../x")}; }));
+    const QString next = QStringLiteral("http://example.org/next");
+    QVERIFY(handheld.ask(urlCommand(next)));
+    QVERIFY(waitUntil([&] { return handedOver() == QStringList({QStringLiteral("../x"), next}); }));
+}
+
+/// Each program may be a browser's window.
+void tst_UrlOpening::floodOfAddressesStartsFewPrograms()
+{
+    constexpr int Count = 400;
+    constexpr int AtOnce = 50;
+    constexpr int MillisecondsForOne = 200;
+    QVERIFY(restartWithOwnOpener());
+    QElapsedTimer clock;
+    clock.start();
+    for (int connection = 0; connection < 4; ++connection) {
+        Handheld handheld(m_scene->port());
+        for (int i = 0; i < Count / 4; ++i) {
+            const auto answer = handheld.ask(urlCommand(QStringLiteral("http://example.org/")));
+            QVERIFY(answer);
+            QCOMPARE(answer->value("serverResponse").toString(), QStringLiteral("OK"));
+        }
+    }
+    // What is opened last is written down last, or nearly so.
+    const QString last = QStringLiteral("http://example.org/last");
+    Handheld handheld(m_scene->port());
+    QVERIFY(
+        waitUntil([&] { return handheld.ask(urlCommand(last)) && handedOver().contains(last); }));
+    const qint64 most = AtOnce + clock.elapsed() / MillisecondsForOne + 1;
+    const qsizetype started = handedOver().size();
+    qInfo("%lld of %d addresses opened in %lld ms", static_cast<long long>(started), Count,
+          static_cast<long long>(clock.elapsed()));
+    QVERIFY(started <= most);
+    QVERIFY(most < Count);
+    QVERIFY(waitUntil([&] { return handedOver().size() >= AtOnce; }));
 }
 
 /// A browser lives long; nobody waits for its end.

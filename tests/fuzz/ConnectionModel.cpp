@@ -3,16 +3,17 @@
 
 #include "ConnectionModel.h"
 
+#include "NaiveDownload.h"
 #include "NaiveShortcut.h"
 #include "unit/net/NaiveTokenReader.h"
+
+#include <QUrl>
 
 #include <algorithm>
 #include <limits>
 #include <string>
 #include <vector>
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -29,34 +30,6 @@ QVariant variant(const NaiveTokenReader::Value &value)
         texts.append(latin(text));
     }
     return value.isList ? QVariant(texts) : QVariant(texts.first());
-}
-
-/// The parts of an absolute path once each "." is left out and each ".." has taken one away.
-QStringList cleanParts(const QString &path)
-{
-    QStringList parts;
-    for (const QString &part : path.split('/')) {
-        if (part == "..") {
-            parts.isEmpty() ? void() : parts.removeLast();
-        } else if (!part.isEmpty() && part != ".") {
-            parts.append(part);
-        }
-    }
-    return parts;
-}
-
-bool mayBeWritten(const QString &path, const QString &directory)
-{
-    const QStringList parts = cleanParts(path);
-    const QStringList above = cleanParts(directory);
-    if (parts.size() <= above.size() || parts.first(above.size()) != above) {
-        return false;
-    }
-    struct stat status
-    {
-    };
-    const QByteArray cleanPath = ('/' + parts.join('/')).toUtf8();
-    return stat(cleanPath.constData(), &status) != 0 || S_ISREG(status.st_mode);
 }
 
 /// -1 when nothing could be written.
@@ -231,8 +204,21 @@ void ConnectionModel::openAddress()
 {
     const QString address = text("fncCommand");
     deeds.messages.append("warning: Opening URL:  " + address + ' ');
-    deeds.openedAddresses.append(address);
+    hand(address);
     answer("OK");
+}
+
+/// Time stands still during a session.
+void ConnectionModel::hand(const QString &address)
+{
+    if (QUrl(address).toEncoded().startsWith('-')) {
+        deeds.messages.append("warning: Not opened: an address must not begin with \"-\". ");
+    } else if (openings == mostOpenings) {
+        deeds.messages.append("warning: Not opened: too many addresses and files at once. ");
+    } else {
+        ++openings;
+        deeds.openedAddresses.append(address);
+    }
 }
 
 void ConnectionModel::takeText()
@@ -313,10 +299,7 @@ void ConnectionModel::openFile(const QString &name)
 {
     ++fileCount;
     closeFile();
-    const QString ownPath = ownDirectory + '/' + name;
-    if (mayBeWritten(ownPath, ownDirectory)) {
-        descriptor = open(ownPath.toUtf8().constData(), O_WRONLY | O_APPEND | O_CREAT, 0666);
-    }
+    descriptor = NaiveDownload::open(ownDirectory.toStdString(), name.toStdString());
 }
 
 void ConnectionModel::closeFile()
@@ -347,7 +330,7 @@ void ConnectionModel::finishFile()
 {
     closeFile();
     deeds.shownFiles.append(path);
-    deeds.openedAddresses.append("file://" + path);
+    hand("file://" + path);
     path.clear();
     answer("OK");
 }

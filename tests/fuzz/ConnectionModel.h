@@ -27,6 +27,8 @@ public:
     /// The most that is taken for one token, and what of it the connection itself may hold.
     static constexpr qint64 tokenPiece = 1024 * 1024;
     static constexpr qint64 heldPiece = 8 * 1024;
+    /// Addresses and files that are opened at once, over all connections.
+    static constexpr int mostOpenings = 50;
 
     /// What the server has done; whoever compares it empties it.
     struct Deeds
@@ -77,6 +79,7 @@ private:
     void dispatch();
     void pair();
     void openAddress();
+    void hand(const QString &address);
     void takeText();
     void startFile();
     void tellSize();
@@ -102,6 +105,7 @@ private:
     std::optional<QString> clipboard;
     int fileCount = 0; // announced so far
     int deviceCount = 0;
+    int openings = 0;
     bool waitsForClipboard = false;
     bool hasPeerLeft = false; // while it waited
     QByteArray unread;        // what came meanwhile

@@ -8,10 +8,14 @@
 #include <filesystem>
 #include <map>
 #include <string>
+#include <vector>
 
 /// Two download directories below the folder for temporary files, the server's and that of a model,
-/// with the same files in them, each at the end of a long path: whoever climbs out of one by "../"
-/// is caught on the way up.
+/// with the same in them, each at the end of a long path: whoever climbs out of one by "../" is
+/// caught on the way up. Links lead from them to folders and files in them and beside them, round
+/// in circles and to nothing; there are pipes that somebody reads, and what may not be written to.
+///
+/// The process that makes one heeds permissions from then on, also if it is root's.
 class DownloadScene
 {
 public:
@@ -32,23 +36,30 @@ public:
     QString settingsDirectory() const { return path(settings()); }
     QString serverDirectory() const { return path(received(server())); }
     QString modelDirectory() const { return path(received(model())); }
-    /// Everything below the folders that only the server, or only the model, may write to.
-    Listing serverListing() const { return listing(server()); }
-    Listing modelListing() const { return listing(model()); }
-    /// True when nothing but these folders stands beside them.
-    bool isAloneInItsFolder() const;
+
+    /// Ends the process with a finding unless the server's files are those of the model, and
+    /// nothing was written where neither may write: asked of the system, whatever the model says.
+    void compare() const;
 
 private:
     using Path = std::filesystem::path;
 
     static QString path(const Path &path) { return QString::fromStdString(path.string()); }
     static Path received(const Path &root);
-    static Listing listing(const Path &root);
-    static void fill(const Path &root);
+    static Path beside(const Path &root);
+    Listing listing(const Path &root) const;
+    std::string describe(const std::filesystem::directory_entry &entry, const Path &root) const;
+    Listing outside() const;
+    bool isAloneInItsFolder() const;
+    void fill(const Path &root);
+    void fillBeside(const Path &root);
     // Names of one length, so that a name that is too long for one is so for the other.
     Path server() const { return base / "server"; }
     Path model() const { return base / "copied"; }
     Path settings() const { return base / "config"; }
 
     Path base;
+    std::vector<int> readers;       // of the pipes in the download directories
+    std::vector<int> readersBeside; // and of those beside them
+    Listing outsideAtFirst;
 };

@@ -3,6 +3,8 @@
 
 #include "ReplacedOpener.h"
 
+#include "Finding.h"
+
 #include <QDesktopServices>
 #include <QUrl>
 
@@ -14,6 +16,7 @@ QStringList &openedAddresses()
 
 bool QDesktopServices::openUrl(const QUrl &url)
 {
+    Finding::require(!url.toEncoded().startsWith('-'), "an option for the desktop's program");
     openedAddresses().append(url.toString());
     return true;
 }

@@ -20,6 +20,8 @@
 namespace {
 
 constexpr int mostKnownDevices = 1000;
+/// After which as many may be opened as after a long time.
+constexpr std::chrono::seconds timeForAllOpenings(10);
 
 QSize desktopSize()
 {
@@ -89,6 +91,7 @@ Session::Session(World &sharedWorld)
     , model(world.scene.serverDirectory(), world.scene.modelDirectory(), desktopSize())
 {
     openedAddresses().clear();
+    world.time += timeForAllOpenings;
     if (world.server == nullptr) {
         startServer();
     }
@@ -110,7 +113,7 @@ Session::~Session()
 void Session::startServer()
 {
     QSettings().remove("pairedDeviceList");
-    world.server = std::make_unique<Server>(nullptr);
+    world.server = std::make_unique<Server>(nullptr, Opener([&time = world.time] { return time; }));
     world.knownDevices = 0;
 }
 

@@ -11,6 +11,7 @@
 #include <QPointer>
 #include <QStringList>
 
+#include <chrono>
 #include <memory>
 
 class ClientHandler;
@@ -27,6 +28,8 @@ struct World
 
     QGuiApplication application;
     DownloadScene scene;
+    /// What the opener's clock shows.
+    std::chrono::steady_clock::time_point time{};
     /// Lives on from one session to the next, until it knows many devices: its end writes the
     /// settings, which takes longer than a session. Whom it knows makes no difference where all are
     /// accepted.

@@ -6,12 +6,16 @@
 #include <QByteArray>
 
 #include <linux/capability.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 
 namespace Confinement {
@@ -50,6 +54,22 @@ std::function<void()> heedsPermissions()
     return [] {
         forbid(CAP_DAC_OVERRIDE);
         forbid(CAP_DAC_READ_SEARCH);
+    };
+}
+
+std::function<void()> withoutCall(long number, int error)
+{
+    return [number, error] {
+        std::array filter = {
+            sock_filter BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+            sock_filter BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned>(number), 0, 1),
+            sock_filter BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(error)),
+            sock_filter BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+        };
+        const sock_fprog program{filter.size(), filter.data()};
+        if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+            ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program, 0, 0) != 0)
+            giveUp("the system call cannot be taken away\n");
     };
 }
 

@@ -14,6 +14,9 @@ namespace Confinement {
 /// Takes away what lets root pass over the permissions of files. Nothing to take from others.
 std::function<void()> heedsPermissions();
 
+/// Makes a system call fail with that error, as a sandbox does or a kernel that lacks it.
+std::function<void()> withoutCall(long number, int error);
+
 /// Puts a file system with so little room over the folder, seen by the process only: others look
 /// into it by insideOf(). The folder must exist; the number of bytes is rounded up to pages.
 std::function<void()> smallDisk(const QString &folder, qint64 bytes);

@@ -5,6 +5,7 @@
 target_sources(vornaserver PRIVATE
   platform/linux/ApplicationRuntime.cpp
   platform/linux/AvahiWatch.cpp
+  platform/linux/Beneath.cpp
   platform/linux/DBusActivation.cpp
   platform/linux/DefaultApplication.cpp
   platform/linux/DesktopApplication.cpp

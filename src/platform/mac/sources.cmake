@@ -14,6 +14,7 @@ target_sources(vornaserver PRIVATE
   platform/mac/AppService.mm
   platform/mac/AppleScriptingBridge.mm
   platform/mac/AutoLaunchList.cpp
+  platform/mac/Beneath.cpp
   platform/mac/CFText.cpp
   platform/mac/DisplayAccess.cpp
   platform/mac/LaunchAgent.cpp

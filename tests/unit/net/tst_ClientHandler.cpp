@@ -10,6 +10,7 @@
 #include "support/PrivateHome.h"
 #include "support/SocketPair.h"
 
+#include <QDir>
 #include <QMetaMethod>
 #include <QPointer>
 #include <QSignalSpy>
@@ -18,8 +19,11 @@
 #include <csignal>
 #include <memory>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -124,6 +128,10 @@ private slots:
     void aMissingDirectoryIsNotMade();
     void aTransferThatCannotBeOpenedNeverEnds_data();
     void aTransferThatCannotBeOpenedNeverEnds();
+    void aPipeThatIsReadGetsNothing();
+    void withoutAFullPathNothingIsSavedAndTheUserIsTold_data();
+    void withoutAFullPathNothingIsSavedAndTheUserIsTold();
+    void aTransferHoldsOneDescriptor();
     void aFailedWriteRaisesTheCount();
     void aSizeBeyondTheRangeOfTheCountEndsAtOnce_data();
     void aSizeBeyondTheRangeOfTheCountEndsAtOnce();
@@ -941,6 +949,9 @@ void tst_ClientHandler::aTransferThatCannotBeOpenedNeverEnds_data()
     QTest::addColumn<QString>("name");
 
     QTest::newRow("outside the directory") << "../outside";
+    QTest::newRow("outside, by way of a link") << "pictures/../note";
+    QTest::newRow("in a directory outside that is linked") << "pictures/note";
+    QTest::newRow("a link to a file") << "link";
     QTest::newRow("in a directory that is not there") << "missing/note";
     QTest::newRow("a directory") << "directory";
     QTest::newRow("a device") << "device";
@@ -953,6 +964,8 @@ void tst_ClientHandler::aTransferThatCannotBeOpenedNeverEnds()
     QFETCH(QString, name);
     home->subdirectory("received/directory");
     QVERIFY(QFile::link("/dev/full", received("device")));
+    QVERIFY(QFile::link("../outside", received("link")));
+    QVERIFY(QFile::link(home->subdirectory("elsewhere/pictures"), received("pictures")));
     handler->setFileToTransfer(name, 0);
     QCOMPARE(messages->all(), QStringList{"debug: File:  \"" + received(name) + "\" "});
     for (int chunk = 0; chunk < 5; ++chunk) {
@@ -963,9 +976,82 @@ void tst_ClientHandler::aTransferThatCannotBeOpenedNeverEnds()
     QCOMPARE(files->count(), 0);
     QVERIFY(!QFile::exists(home->path("outside")));
     QVERIFY(!QFile::exists(home->path("missing")));
+    QVERIFY(!QFile::exists(home->path("elsewhere/note")));
+    QVERIFY(!QFile::exists(home->path("elsewhere/pictures/note")));
     QCOMPARE(answers(), QByteArray());
     // The toolkit does not complain of writes to a file that is not open.
     QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+}
+
+/// A pipe that nobody reads could not be opened for writing; this one can.
+void tst_ClientHandler::aPipeThatIsReadGetsNothing()
+{
+    QCOMPARE(mkfifo(qPrintable(received("pipe")), 0600), 0);
+    const int reader = open(qPrintable(received("pipe")), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    QVERIFY(reader != -1);
+    handler->setFileToTransfer("pipe", 0);
+    deliver("content");
+    char byte = 0;
+    const ssize_t count = read(reader, &byte, 1);
+    close(reader);
+    QCOMPARE(count, ssize_t(0));
+    QCOMPARE(files->count(), 0);
+}
+
+void tst_ClientHandler::withoutAFullPathNothingIsSavedAndTheUserIsTold_data()
+{
+    QTest::addColumn<QString>("directory");
+
+    QTest::newRow("none") << "";
+    QTest::newRow("relative") << "received";
+    QTest::newRow("the working directory") << ".";
+    QTest::newRow("a home") << "~";
+}
+
+void tst_ClientHandler::withoutAFullPathNothingIsSavedAndTheUserIsTold()
+{
+    QFETCH(QString, directory);
+    QSettings().setValue("downloadDirectory", directory);
+    const QString before = QDir::currentPath();
+    QDir::setCurrent(home->path());
+    const QStringList told = {"debug: File:  \"" + directory + "/note\" ",
+                              "warning: The file is not saved: the download directory \"" +
+                                  directory +
+                                  "\" is not a full path. Choose a folder in Preferences. "};
+    handler->setFileToTransfer("note", 0);
+    QCOMPARE(messages->all(), told);
+    deliver("content");
+    deliver("more");
+    // Once a file, not once a chunk.
+    QCOMPARE(messages->all(), told);
+    handler->setFileToTransfer("note", 0);
+    QCOMPARE(messages->all(), told + told);
+    QDir::setCurrent(before);
+    QCOMPARE(files->count(), 0);
+    QVERIFY(!QFile::exists(home->path("note")));
+    QVERIFY(!QFile::exists(received("note")));
+    QVERIFY(!QFile::exists("/note"));
+}
+
+void tst_ClientHandler::aTransferHoldsOneDescriptor()
+{
+    const auto descriptors = [] {
+        return QDir("/proc/self/fd").entryList(QDir::AllEntries | QDir::System).size();
+    };
+    const auto before = descriptors();
+    home->subdirectory("received/directory");
+    for (const char *name :
+         {"../outside", "directory", "directory/../../outside", "missing/note"}) {
+        handler->setFileToTransfer(name, 100);
+        QCOMPARE(descriptors(), before);
+    }
+    handler->setFileToTransfer("directory/note", 100);
+    QCOMPARE(descriptors(), before + 1);
+    handler->setFileToTransfer("another", 0);
+    QCOMPARE(descriptors(), before + 1);
+    deliver("x");
+    QCOMPARE(files->count(), 1);
+    QCOMPARE(descriptors(), before);
 }
 
 void tst_ClientHandler::aFailedWriteRaisesTheCount()

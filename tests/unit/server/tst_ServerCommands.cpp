@@ -97,6 +97,8 @@ private slots:
     void addressesAreOpened();
     void anEmptyAddressIsAnsweredAllTheSame();
     void anAddressIsToldInOneByteLetters();
+    void anOptionIsAnsweredAndNotOpened();
+    void openingsOfAllPeersAreCountedTogether();
 
     void textGoesToTheClipboard();
     void theClipboardIsAnswered_data();
@@ -116,6 +118,8 @@ private slots:
     void aSizeThatIsNoNumberIsZero_data();
     void aSizeThatIsNoNumberIsZero();
     void aFileMayLackItsParameters();
+    void aFilesNameIsOpenedAsAnAddressIs_data();
+    void aFilesNameIsOpenedAsAnAddressIs();
 
     void answersCarryWhatEarlierMessagesLeft();
     void connectionsHaveMapsOfTheirOwn();
@@ -456,6 +460,51 @@ void tst_ServerCommands::anAddressIsToldInOneByteLetters()
     QCOMPARE(desktop->opened, QStringList{url});
 }
 
+void tst_ServerCommands::anOptionIsAnsweredAndNotOpened()
+{
+    QDesktopServices::setUrlHandler(QString(), desktop.get(), "open");
+    QCOMPARE(response(peer->ask(command("URL_OPEN", "fncCommand = --help;"))), QString("OK"));
+    QDesktopServices::unsetUrlHandler(QString());
+    QCOMPARE(desktop->opened, QStringList());
+    QCOMPARE(messages->all(),
+             QStringList({"warning: Opening URL:  --help ",
+                          "warning: Not opened: an address must not begin with \"-\". "}));
+}
+
+void tst_ServerCommands::openingsOfAllPeersAreCountedTogether()
+{
+    peer.reset();
+    server.reset();
+    server = std::make_unique<Server>(
+        nullptr, Opener([time = std::chrono::steady_clock::now()] { return time; }));
+    QVERIFY(server->startServer());
+    ServedPeer one(*server);
+    ServedPeer two(*server);
+    for (int number = 0; number < 20; ++number) {
+        QCOMPARE(response(one.ask(command("URL_OPEN", "fncCommand = http://example.net/;"))),
+                 QString("OK"));
+        two.post(command("FILE_TRANSFER_AND_OPEN", "cmdParameters = (photo.jpg, 0);"));
+        QCOMPARE(response(two.answer()), QString("START_BINARY_TRANSFER"));
+        QCOMPARE(response(two.answer()), QString("OK"));
+    }
+    QCOMPARE(desktop->opened.size(), 40);
+    messages->clear();
+    const QString complaint = "Not opened: too many addresses and files at once. ";
+    for (int number = 0; number < 20; ++number) {
+        QCOMPARE(response(two.ask(command("URL_OPEN", "fncCommand = http://example.net/;"))),
+                 QString("OK"));
+    }
+    QCOMPARE(desktop->opened.size(), 50);
+    QCOMPARE(messages->warnings().count(complaint), 10);
+    // A file is stored and answered all the same.
+    one.post(command("FILE_TRANSFER_AND_OPEN", "cmdParameters = (late.jpg, 0);"));
+    QCOMPARE(response(one.answer()), QString("START_BINARY_TRANSFER"));
+    QCOMPARE(response(one.answer()), QString("OK"));
+    QVERIFY(QFile::exists(home->path("received/late.jpg")));
+    QCOMPARE(desktop->opened.size(), 50);
+    QCOMPARE(messages->warnings().count(complaint), 11);
+}
+
 // ---- The clipboard ------------------------------------------------------------------------------
 
 void tst_ServerCommands::textGoesToTheClipboard()
@@ -693,6 +742,38 @@ void tst_ServerCommands::aFileMayLackItsParameters()
     QCOMPARE(response(answer), QString("START_BINARY_TRANSFER"));
     QCOMPARE(messages->warnings(), QStringList{"Received request to save file:    of size  0 "});
     QCOMPARE(desktop->opened, QStringList());
+}
+
+void tst_ServerCommands::aFilesNameIsOpenedAsAnAddressIs_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("opened");
+
+    QTest::newRow("letter") << "n\u00e4me"
+                            << "n\u00e4me";
+    QTest::newRow("blank") << "a b"
+                           << "a b";
+    QTest::newRow("percent") << "100%.txt"
+                             << "100%25.txt";
+    QTest::newRow("encoded letter") << "%61.txt"
+                                    << "a.txt";
+    // These are other files to the desktop than the one that has arrived.
+    QTest::newRow("encoded way out") << "%2e%2e%2fup.txt"
+                                     << "..%2Fup.txt";
+    QTest::newRow("question and fragment") << "q?x#y.txt"
+                                           << "q?x#y.txt";
+}
+
+/// Wanted: the address is "file://" and the path as it is.
+void tst_ServerCommands::aFilesNameIsOpenedAsAnAddressIs()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, opened);
+    peer->post(command("FILE_TRANSFER_AND_OPEN", "cmdParameters = (" + name.toLatin1() + ", 0);"));
+    QCOMPARE(response(peer->answer()), QString("START_BINARY_TRANSFER"));
+    QCOMPARE(response(peer->answer()), QString("OK"));
+    QVERIFY(QFile::exists(home->path("received/") + name));
+    QCOMPARE(desktop->opened, QStringList{"file://" + home->path("received/") + opened});
 }
 
 // ---- The map ------------------------------------------------------------------------------------

@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "net/DownloadFile.h"
+
+#include "platform/FileBelow.h"
+
+#include <QFile>
+
+namespace {
+
+/// Slashes in a row are one in a path, so those at the name's head only repeat the one that joins
+/// it to the directory.
+QByteArray pathBelow(const QString &name)
+{
+    QByteArray path = QFile::encodeName(name);
+    while (path.startsWith('/')) {
+        path.remove(0, 1);
+    }
+    return path;
+}
+
+} // namespace
+
+bool isDownloadDirectory(const QString &directory)
+{
+    return directory.startsWith(u'/');
+}
+
+bool openDownload(QFile &file, const QString &directory, const QString &name)
+{
+    // To the system a path ends at a NUL.
+    if (!isDownloadDirectory(directory) || directory.contains(QChar::Null) ||
+        name.contains(QChar::Null)) {
+        return false;
+    }
+    const int descriptor = platform::openFileBelow(QFile::encodeName(directory), pathBelow(name));
+    // Unbuffered: what was taken from the network is in the file whatever happens to us.
+    return descriptor != -1 && file.open(descriptor, QIODevice::Append | QIODevice::Unbuffered,
+                                         QFileDevice::AutoCloseHandle);
+}

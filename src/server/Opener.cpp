@@ -1,0 +1,59 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "server/Opener.h"
+
+#include "messages/Messages.h"
+
+#include <QCoreApplication>
+#include <QDesktopServices>
+#include <QUrl>
+
+#include <algorithm>
+#include <utility>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// What one opening costs, and how many may be open to be paid off.
+constexpr auto price = 200ms;
+constexpr int mostAtOnce = 50;
+
+void tellUser(const char *text)
+{
+    Messages::warning({QCoreApplication::translate("Opener", text)});
+}
+
+/// Asked of the text that is handed over: the toolkit decodes "%2d" before that.
+bool wouldBeAnOption(const QUrl &url)
+{
+    return url.toEncoded().startsWith('-');
+}
+
+} // namespace
+
+Opener::Opener(Clock clock) : now(std::move(clock)) {}
+
+void Opener::open(const QString &address)
+{
+    const QUrl url(address);
+    if (wouldBeAnOption(url)) {
+        tellUser(QT_TRANSLATE_NOOP("Opener", "Not opened: an address must not begin with \"-\"."));
+    } else if (!takeTurn()) {
+        tellUser(QT_TRANSLATE_NOOP("Opener", "Not opened: too many addresses and files at once."));
+    } else {
+        QDesktopServices::openUrl(url);
+    }
+}
+
+bool Opener::takeTurn()
+{
+    const auto time = now();
+    const auto paidOff = std::max(idleFrom, time) + price;
+    if (paidOff > time + mostAtOnce * price) {
+        return false;
+    }
+    idleFrom = paidOff;
+    return true;
+}
