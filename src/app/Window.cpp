@@ -6,6 +6,7 @@
 #include "app/MessageHandler.h"
 #include "app/TrayPlacement.h"
 #include "messages/Messages.h"
+#include "platform/SettingsFile.h"
 #include "preferences/ConfigDialog.h"
 #include "startup/settingsManagerMac.h"
 
@@ -273,9 +274,7 @@ void Window::restoreApplicationSettings()
 
 void Window::storeApplicationSettings()
 {
-    QSettings settings;
-    settings.setValue("pairNeedsApproval", QVariant(pairNeedsApproval));
-    settings.setValue("startAtLogon", QVariant(startAtLogon));
-    settings.setValue("downloadDirectory", QVariant(downloadDirectory));
-    settings.sync();
+    platform::storeSettings({{u"pairNeedsApproval"_s, QVariant(pairNeedsApproval)},
+                             {u"startAtLogon"_s, QVariant(startAtLogon)},
+                             {u"downloadDirectory"_s, QVariant(downloadDirectory)}});
 }

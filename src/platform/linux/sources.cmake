@@ -18,6 +18,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/NullEventServices.cpp
   platform/linux/SessionStart.cpp
   platform/linux/Sockets.cpp
+  platform/linux/SettingsFile.cpp
   platform/linux/StatusNotifierHosts.cpp
   platform/linux/TrayHost.cpp
   platform/linux/WindowList.cpp

@@ -19,6 +19,7 @@ target_sources(vornaserver PRIVATE
   platform/mac/LaunchAgent.cpp
   platform/mac/QuartzEventServices.cpp
   platform/mac/Sockets.cpp
+  platform/mac/SettingsFile.cpp
   platform/mac/TrayHost.cpp
   platform/mac/makeClipboard.cpp
   platform/mac/makeScreens.cpp
