@@ -102,6 +102,8 @@ What the server promises under load and when something around it breaks, and wha
 The release build on Xvfb with openbox and a tray, all on one machine that does other work too. \
 Afterwards no key and no button is down, asked of the X server.
 
+    ("a lock is left beside the settings", "waited for two seconds, then they are written",
+     "tst_SettingsFile", ["leftOverLockHoldsUpNeitherPreferencesNorEnd"]),
 | load | promised | measured | held |
 |---|---|---|---|
 """

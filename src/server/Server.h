@@ -4,9 +4,9 @@
 #pragma once
 
 #include "net/ReadingTurns.h"
+#include "server/Pairing.h"
 
 #include <QPointer>
-#include <QStringList>
 #include <QTcpServer>
 #include <QTcpSocket>
 
@@ -50,7 +50,7 @@ public:
     /// which are then known.
     bool deviceIsPresent(QString device);
     /// The full decision: asks the user where deviceIsPresent() does not decide. At most 16
-    /// questions are open at once; further ones are answered by no.
+    /// questions are open or wait at once; further ones are answered by no.
     bool pairingRequestForDevice(QString device, QString name);
 
 signals:
@@ -72,7 +72,6 @@ private:
     struct Command;
 
     void advertise(int attempt = 1);
-    bool askUserAboutDevice(const QString &name);
     void endConnections();
 
     static void answer(ClientHandler &client, const QString &response);
@@ -91,10 +90,8 @@ private:
     std::unique_ptr<InteractionManager> interactionManager;
     std::unique_ptr<platform::Clipboard> clipboard;
     std::unique_ptr<platform::Screens> screens;
-    bool needsPairingApproval = false;
-    QStringList pairedDevices; // in the order in which they were accepted
+    Pairing pairing;
     QPointer<BonjourServiceRegister> serviceRegister;
     std::unique_ptr<platform::AdvertisementDaemonWatch> daemonWatch;
-    int openQuestions = 0;
     ReadingTurns readingTurns; // outlives the connections, which the destructor ends
 };
