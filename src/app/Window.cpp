@@ -21,6 +21,8 @@
 #include <QStandardPaths>
 #include <QUrl>
 
+#include <chrono>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -44,6 +46,10 @@ QString redLight()
 {
     return u":/images/led_rosso.png"_s;
 }
+
+/// The shortest time for which a light is shown that a connection has changed. Each change is
+/// painted by the tray, and a crowd that comes and goes causes thousands.
+constexpr std::chrono::milliseconds shortestLight(100);
 
 void raiseWindow(QWidget &window)
 {
@@ -69,6 +75,8 @@ Window::Window() : server(nullptr)
     restoreApplicationSettings();
     server.setParent(this);
     connect(&server, SIGNAL(clientConnected(bool)), this, SLOT(connectionStatus(bool)));
+    lightIsFresh.setSingleShot(true);
+    connect(&lightIsFresh, &QTimer::timeout, this, &Window::showLight);
     createActions();
     createTrayIcon();
     setIcon(blackLight());
@@ -79,6 +87,7 @@ Window::Window() : server(nullptr)
         updateStartupAtLogon();
     }
     trayIcon->setVisible(true);
+    messageHandler->watchNotificationDaemon();
     holdBalloonsUntilPlaced();
     // Wanted: the server does not learn pairNeedsApproval before the preferences are closed once.
     startServer();
@@ -146,7 +155,8 @@ void Window::holdBalloonsUntilPlaced()
 
 void Window::setIcon(QString iconName)
 {
-    // A crowd that comes and goes changes the light many times a second.
+    light = iconName;
+    shownLight = iconName;
     if (!icons.contains(iconName)) {
         icons.insert(iconName, QIcon(iconName));
     }
@@ -189,7 +199,18 @@ void Window::stopServer()
 void Window::connectionStatus(bool connected)
 {
     // Wanted: whether the server still runs does not matter here.
-    setIcon(connected ? greenLight() : orangeLight());
+    light = connected ? greenLight() : orangeLight();
+    if (!lightIsFresh.isActive()) {
+        showLight();
+    }
+}
+
+void Window::showLight()
+{
+    if (light != shownLight) {
+        setIcon(light);
+        lightIsFresh.start(shortestLight);
+    }
 }
 
 void Window::iconActivated(QSystemTrayIcon::ActivationReason) {}

@@ -10,6 +10,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/DesktopApplication.cpp
   platform/linux/DesktopEntry.cpp
   platform/linux/DesktopEntryBridge.cpp
+  platform/linux/DesktopNotifications.cpp
   platform/linux/DisplayAccess.cpp
   platform/linux/ExecLine.cpp
   platform/linux/KeyFile.cpp
@@ -17,8 +18,8 @@ target_sources(vornaserver PRIVATE
   platform/linux/ModifierTracker.cpp
   platform/linux/NullEventServices.cpp
   platform/linux/SessionStart.cpp
-  platform/linux/Sockets.cpp
   platform/linux/SettingsFile.cpp
+  platform/linux/Sockets.cpp
   platform/linux/StatusNotifierHosts.cpp
   platform/linux/TrayHost.cpp
   platform/linux/WindowList.cpp

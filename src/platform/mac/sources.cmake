@@ -17,9 +17,10 @@ target_sources(vornaserver PRIVATE
   platform/mac/CFText.cpp
   platform/mac/DisplayAccess.cpp
   platform/mac/LaunchAgent.cpp
+  platform/mac/NotificationDaemon.cpp
   platform/mac/QuartzEventServices.cpp
-  platform/mac/Sockets.cpp
   platform/mac/SettingsFile.cpp
+  platform/mac/Sockets.cpp
   platform/mac/TrayHost.cpp
   platform/mac/makeClipboard.cpp
   platform/mac/makeScreens.cpp
