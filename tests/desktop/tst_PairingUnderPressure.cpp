@@ -125,19 +125,18 @@ void tst_PairingUnderPressure::endRefusesTheDevices()
 void tst_PairingUnderPressure::deviceThatAsksAgainAndAgainLeavesTheMenuUsable()
 {
     Handheld handheld(m_scene->port());
-    Handheld other(m_scene->port());
-    for (int i = 0; i < 3; ++i) {
-        QVERIFY(handheld.send(pairing("id", "Handheld")));
-        QVERIFY(question().id != 0);
-        QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
-        QCOMPARE(response(handheld.answer()), QStringLiteral("ERROR"));
-    }
     QVERIFY(handheld.send(pairing("id", "Handheld")));
-    // Its next box, four seconds later, does not come over the menu.
+    QVERIFY(question().id != 0);
+    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
+    QCOMPARE(response(handheld.answer()), QStringLiteral("ERROR"));
+
     QVERIFY(m_scene->menu().open());
-    QVERIFY(!waitUntil(
-        [this] { return !m_scene->view().dialogs(m_scene->server().processId()).isEmpty(); },
-        std::chrono::seconds(5)));
+    QVERIFY(handheld.send(pairing("id", "Handheld")));
+    // Its next box, due within a second, does not come over the menu, which it would close.
+    const qint64 process = m_scene->server().processId();
+    QVERIFY(!waitUntil([&] { return !m_scene->view().dialogs(process).isEmpty(); },
+                       std::chrono::seconds(3)));
+    Handheld other(m_scene->port());
     QCOMPARE(response(other.ask(serverInfo())), QStringLiteral("OK"));
     QVERIFY(m_scene->menu().click(Item::Quit));
     QCOMPARE(m_scene->server().waitForEnd(), std::optional(0));

@@ -10,9 +10,7 @@
 #include "support/ServedPeer.h"
 
 #include <QAbstractButton>
-#include <QElapsedTimer>
 #include <QLabel>
-#include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
@@ -20,7 +18,6 @@
 #include <QTest>
 
 #include <memory>
-#include <utility>
 
 namespace {
 
@@ -96,14 +93,6 @@ private slots:
     void theDeviceMayLeaveWhileTheBoxIsOpen();
     void atMostSixteenBoxesAreOpen();
     void boxesAreAnsweredInAnyOrder();
-    void aRefusedDeviceWaitsAndIsServedMeanwhile();
-    void thePauseGrows();
-    void anotherDeviceDoesNotWait();
-    void aDeviceAcceptedMeanwhileIsNotAskedAboutAgain();
-    void aDeviceThatLeavesWhileItWaitsIsAskedAbout();
-    void sixteenQuestionsIncludeThoseThatWait();
-    void theBoxWaitsForAnOpenMenu();
-    void theEndOfTheProgramRefusesThoseThatWait();
     void theBoxBlocksNoOtherWindow();
     void aDeviceTooManyIsAcceptedAndNotRemembered();
 
@@ -463,146 +452,6 @@ void tst_ServerPairing::boxesAreAnsweredInAnyOrder()
     QCOMPARE(response(newer.answer()), QString("OK"));
     QVERIFY(isRemembered("older"));
     QCOMPARE(visitor.visited(), 2);
-}
-
-// ---- Those who are refused and ask again --------------------------------------------------------
-
-void tst_ServerPairing::aRefusedDeviceWaitsAndIsServedMeanwhile()
-{
-    ServedPeer peer(*server);
-    ServedPeer other(*server);
-    QElapsedTimer sinceRefusal;
-    qint64 pause = 0;
-    const BoxVisitor visitor([&](QMessageBox &box) {
-        pause = sinceRefusal.isValid() ? sinceRefusal.elapsed() : 0;
-        press(box, sinceRefusal.isValid() ? "Accept" : "Reject");
-        sinceRefusal.start();
-    });
-    QCOMPARE(response(peer.ask(pairRequest("id"))), QString("ERROR"));
-    peer.post(pairRequest("id"));
-    QCOMPARE(response(other.ask("{ cmdType = SERVER_INFO; }")), QString("OK"));
-    QVERIFY(peer.send("{ cmdType = MOUSE_CMD; fncCommand = 1; }"));
-    QCOMPARE(PlatformRecord::current().events.mousePosts().size(), 1U);
-    QVERIFY(peer.received().isEmpty());
-    QVERIFY(waitUntil([&] { return isRemembered("id"); }));
-    QCOMPARE(response(peer.answer()), QString("OK"));
-    QCOMPARE(visitor.visited(), 2);
-    QVERIFY2(pause >= 990, qPrintable(QString::number(pause)));
-}
-
-void tst_ServerPairing::thePauseGrows()
-{
-    ServedPeer peer(*server);
-    QElapsedTimer sinceRefusal;
-    QList<qint64> pauses;
-    const BoxVisitor visitor([&](QMessageBox &box) {
-        pauses.append(sinceRefusal.isValid() ? sinceRefusal.elapsed() : 0);
-        press(box, "Reject");
-        sinceRefusal.start();
-    });
-    for (int i = 0; i < 3; ++i) {
-        QCOMPARE(response(peer.ask(pairRequest("id"))), QString("ERROR"));
-    }
-    QCOMPARE(pauses.size(), 3);
-    QVERIFY2(pauses[1] >= 990, qPrintable(QString::number(pauses[1])));
-    QVERIFY2(pauses[2] >= 1'990, qPrintable(QString::number(pauses[2])));
-}
-
-void tst_ServerPairing::anotherDeviceDoesNotWait()
-{
-    ServedPeer refused(*server);
-    ServedPeer other(*server);
-    bool isFirst = true;
-    const BoxVisitor visitor(
-        [&](QMessageBox &box) { press(box, std::exchange(isFirst, false) ? "Reject" : "Accept"); });
-    QCOMPARE(response(refused.ask(pairRequest("id"))), QString("ERROR"));
-    refused.post(pairRequest("id"));
-    QCOMPARE(response(other.ask(pairRequest("other"))), QString("OK"));
-    // The refused one still waits: not its answer, and no box for it.
-    QCOMPARE(refused.received(), QByteArray());
-    QCOMPARE(visitor.visited(), 2);
-    QCOMPARE(response(refused.answer()), QString("OK"));
-}
-
-void tst_ServerPairing::aDeviceAcceptedMeanwhileIsNotAskedAboutAgain()
-{
-    ServedPeer peer(*server);
-    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Reject"); });
-    QCOMPARE(response(peer.ask(pairRequest("id"))), QString("ERROR"));
-    peer.post(pairRequest("id"));
-    QVERIFY(peer.received().isEmpty());
-    server->setNeedsPairingApproval(false);
-    QVERIFY(server->deviceIsPresent("id"));
-    server->setNeedsPairingApproval(true);
-    QCOMPARE(response(peer.answer()), QString("OK"));
-    QCOMPARE(visitor.visited(), 1);
-}
-
-void tst_ServerPairing::aDeviceThatLeavesWhileItWaitsIsAskedAbout()
-{
-    ServedPeer peer(*server);
-    bool isFirst = true;
-    const BoxVisitor visitor(
-        [&](QMessageBox &box) { press(box, std::exchange(isFirst, false) ? "Reject" : "Accept"); });
-    QCOMPARE(response(peer.ask(pairRequest("id"))), QString("ERROR"));
-    QVERIFY(peer.send(pairRequest("id")));
-    peer.leave();
-    QVERIFY(waitUntil([&] { return peer.served() == nullptr; }));
-    QVERIFY(waitUntil([&] { return isRemembered("id"); }));
-    QCOMPARE(visitor.visited(), 2);
-}
-
-void tst_ServerPairing::sixteenQuestionsIncludeThoseThatWait()
-{
-    ServedPeer peer(*server);
-    ServedPeer other(*server);
-    const auto visitor =
-        std::make_unique<BoxVisitor>([](QMessageBox &box) { press(box, "Reject"); });
-    QCOMPARE(response(peer.ask(pairRequest("id"))), QString("ERROR"));
-    QElapsedTimer sinceRefusal;
-    sinceRefusal.start();
-    for (int i = 0; i < 16; ++i) {
-        QVERIFY(peer.send(pairRequest("id")));
-    }
-    QCOMPARE(response(other.ask(pairRequest("other"))), QString("ERROR"));
-    QVERIFY2(sinceRefusal.elapsed() < 900, "too slow to tell");
-    QCOMPARE(visitor->visited(), 1);
-    QCOMPARE(peer.received(), QByteArray());
-    // Each of them gets its answer in the end.
-    QVERIFY(waitUntil([&] { return peer.received().count("ERROR") == 16; }));
-    QCOMPARE(visitor->visited(), 17);
-}
-
-void tst_ServerPairing::theBoxWaitsForAnOpenMenu()
-{
-    QMenu menu;
-    menu.addAction("Quit");
-    menu.popup(QPoint(0, 0));
-    QCOMPARE(QApplication::activePopupWidget(), &menu);
-    ServedPeer peer(*server);
-    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Accept"); });
-    QVERIFY(peer.send(pairRequest("id")));
-    QTest::qWait(700);
-    QVERIFY(menu.isVisible());
-    QCOMPARE(visitor.visited(), 0);
-    QCOMPARE(peer.received(), QByteArray());
-    menu.close();
-    QCOMPARE(response(peer.answer()), QString("OK"));
-    QCOMPARE(visitor.visited(), 1);
-}
-
-void tst_ServerPairing::theEndOfTheProgramRefusesThoseThatWait()
-{
-    ServedPeer peer(*server);
-    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Reject"); });
-    QCOMPARE(response(peer.ask(pairRequest("id"))), QString("ERROR"));
-    QVERIFY(peer.send(pairRequest("id")));
-    QTimer::singleShot(0, [] { QCoreApplication::quit(); });
-    QCOMPARE(QApplication::exec(), 0);
-    server.reset();
-    // The answer is under way although no event loop has run since.
-    QCOMPARE(response(peer.answer()), QString("ERROR"));
-    QCOMPARE(visitor.visited(), 1);
 }
 
 void tst_ServerPairing::theBoxBlocksNoOtherWindow()
