@@ -60,6 +60,19 @@ FAULTS = [
                            "deviceThatLeftIsForgottenWhenRejected"]),
     ("more than 16 questions at once", "the next one is refused",
      "tst_PairingDialog", ["seventeenthQuestionIsRefusedAtOnce"]),
+    ("questions are open, or a device asks again and again",
+     "the menu can be used, no box comes over it, and the end refuses the devices",
+     "tst_PairingUnderPressure", ["menuCanBeUsedWhileAQuestionIsOpen",
+                                  "quitWhileQuestionsAreOpenRefusesTheDevices",
+                                  "endRefusesTheDevices",
+                                  "deviceThatAsksAgainAndAgainLeavesTheMenuUsable"]),
+    ("300 devices that come and go", "ten balloons a second, the newest is shown",
+     "tst_Notifications", ["stormOfDevicesIsAnnouncedInBrief"]),
+    ("the daemon that shows messages is halted, or replaced",
+     "16 messages are under way at most; markup is escaped for a daemon that reads it",
+     "tst_Notifications", ["haltedDaemonIsSentSixteenMessages",
+                           "daemonThatIsHaltedFromTheStartIsSentNothing",
+                           "replacedDaemonIsAskedWhatItReads", "namesAreShownAsWritten"]),
     ("SIGTERM and SIGKILL amid a dialog",
      "the device is let go; SIGTERM ends in order and stores the paired devices",
      "tst_PairingDialog", ["endWithOpenDialogsIsInOrder", "killAmidADialogLetsTheDeviceGo"]),
@@ -111,6 +124,8 @@ FAULTS = [
      "tst_SettingsFile", ["garbageIsSurvived", "unreadableFileIsSurvived",
                           "folderInItsPlaceIsSurvived", "readOnlyFolderIsSurvived",
                           "missingHomeIsSurvived", "homeThatGoesMeanwhileIsSurvived"]),
+    ("a lock is left beside the settings", "waited for two seconds, then they are written",
+     "tst_SettingsFile", ["leftOverLockHoldsUpNeitherPreferencesNorEnd"]),
 ]
 
 HEAD = """\

@@ -3,10 +3,11 @@
 
 #include "app/MessageHandler.h"
 
+#include "platform/NotificationDaemon.h"
+
 #include <QThread>
 
 #include <chrono>
-#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -24,11 +25,14 @@ QString shortened(const QString &text)
 
 void showBalloon(QSystemTrayIcon *trayIcon, const QString &text)
 {
-    trayIcon->showMessage(u"VornaServer"_s, QObject::tr(shortened(text).toUtf8().constData()),
-                          QSystemTrayIcon::Information, static_cast<int>(balloonTime.count()));
+    trayIcon->showMessage(u"VornaServer"_s, text, QSystemTrayIcon::Information,
+                          static_cast<int>(balloonTime.count()));
 }
 
 } // namespace
+
+MessageHandler::MessageHandler() = default;
+MessageHandler::~MessageHandler() = default;
 
 MessageHandler *MessageHandler::instance()
 {
@@ -42,6 +46,9 @@ void MessageHandler::installMessageHandler(QSystemTrayIcon *trayIcon)
         shutdown();
     }
     trayIconRef = trayIcon;
+    nextIsDue = new QTimer(trayIcon);
+    nextIsDue->setSingleShot(true);
+    QObject::connect(nextIsDue, &QTimer::timeout, nextIsDue, [this] { showWhatIsDue(); });
     previousHandler = qInstallMessageHandler(MessageHandlerOutput);
 }
 
@@ -49,6 +56,11 @@ void MessageHandler::shutdown()
 {
     qInstallMessageHandler(previousHandler);
     forgetWaiting();
+}
+
+void MessageHandler::watchNotificationDaemon()
+{
+    daemon = platform::watchNotificationDaemon(*trayIconRef, [this] { showWhatIsDue(); });
 }
 
 void MessageHandler::holdBalloons()
@@ -59,30 +71,53 @@ void MessageHandler::holdBalloons()
 void MessageHandler::releaseBalloons()
 {
     isHolding = false;
-    const QStringList texts = std::exchange(waiting, {});
-    for (const QString &text : texts) {
-        show(text);
+    while (!balloons.isEmpty() && (daemon == nullptr || daemon->takesOneMore())) {
+        showNext();
     }
 }
 
 void MessageHandler::show(const QString &text)
 {
-    if (!isHolding) {
-        if (trayIconRef != nullptr) {
-            showBalloon(trayIconRef, text);
-        }
+    balloons.add(shortened(text));
+    showWhatIsDue();
+}
+
+void MessageHandler::showWhatIsDue()
+{
+    if (isHolding || nextIsDue.isNull() || nextIsDue->isActive()) {
         return;
     }
-    waiting.append(shortened(text));
-    if (waiting.size() > maximumWaiting) {
-        waiting.removeFirst();
+    while (!balloons.isEmpty() && (daemon == nullptr || daemon->takesOneMore())) {
+        const std::chrono::milliseconds delay = balloons.delay(BalloonQueue::Clock::now());
+        if (delay.count() > 0) {
+            nextIsDue->start(delay);
+            return;
+        }
+        showNext();
     }
+}
+
+void MessageHandler::showNext()
+{
+    const QString text = balloons.take(BalloonQueue::Clock::now());
+    if (trayIconRef == nullptr) {
+        return;
+    }
+    const QString translated = QObject::tr(text.toUtf8().constData());
+    if (daemon == nullptr) {
+        showBalloon(trayIconRef, translated);
+        return;
+    }
+    showBalloon(trayIconRef, daemon->asPlainText(translated));
+    daemon->hasOneMore();
 }
 
 void MessageHandler::forgetWaiting()
 {
     isHolding = false;
-    waiting.clear();
+    balloons = BalloonQueue();
+    daemon.reset();
+    delete nextIsDue;
 }
 
 void MessageHandlerOutput(QtMsgType type, const QMessageLogContext &, const QString &text)

@@ -3,9 +3,17 @@
 
 #pragma once
 
+#include "app/BalloonQueue.h"
+
 #include <QPointer>
-#include <QStringList>
 #include <QSystemTrayIcon>
+#include <QTimer>
+
+#include <memory>
+
+namespace platform {
+class NotificationDaemon;
+} // namespace platform
 
 /// Shows the application's warnings as balloons of the tray icon and keeps every other message of
 /// the toolkit's channel to itself. Earlier handlers are not called while it is installed.
@@ -19,27 +27,34 @@ public:
     /// Gives the channel back to the handler that had it before. Balloons that wait are dropped.
     void shutdown();
 
-    /// Balloons wait from now on. Of more than `maximumWaiting` the oldest are dropped: a tray
-    /// shows one at a time, so the last ones are those that a user gets to see.
+    /// Heeds from now on what becomes of the balloons; does so already where the toolkit shows them
+    /// by itself. To be called once the icon is visible.
+    void watchNotificationDaemon();
+
+    /// Balloons wait from now on, as those wait that are too many for now (BalloonQueue).
     void holdBalloons();
     /// Shows those that wait, in their order; from now on each is shown at once.
     void releaseBalloons();
 
     QSystemTrayIcon *trayIcon() const { return trayIconRef; }
 
-    static constexpr int maximumWaiting = 16;
-
 private:
-    MessageHandler() = default;
+    MessageHandler();
+    ~MessageHandler();
     friend void MessageHandlerOutput(QtMsgType type, const QMessageLogContext &context,
                                      const QString &text);
     void show(const QString &text);
+    void showNext();
+    void showWhatIsDue();
     void forgetWaiting();
 
     QPointer<QSystemTrayIcon> trayIconRef;
     QtMessageHandler previousHandler = nullptr;
+    // The rest is used by the icon's thread only.
     bool isHolding = false;
-    QStringList waiting; // texts, oldest first; used by the icon's thread only
+    BalloonQueue balloons;
+    QPointer<QTimer> nextIsDue; // the icon's, since the handler outlives the application object
+    std::unique_ptr<platform::NotificationDaemon> daemon; // null where there is none to heed
 };
 
 /// The handler that is installed. A message of another thread is shown when the tray icon's thread

@@ -6,6 +6,7 @@
 #include "app/MessageHandler.h"
 #include "app/TrayPlacement.h"
 #include "messages/Messages.h"
+#include "platform/SettingsFile.h"
 #include "preferences/ConfigDialog.h"
 #include "startup/settingsManagerMac.h"
 
@@ -19,6 +20,8 @@
 #include <QSettings>
 #include <QStandardPaths>
 #include <QUrl>
+
+#include <chrono>
 
 using namespace Qt::StringLiterals;
 
@@ -44,6 +47,10 @@ QString redLight()
     return u":/images/led_rosso.png"_s;
 }
 
+/// The shortest time for which a light is shown that a connection has changed. Each change is
+/// painted by the tray, and a crowd that comes and goes causes thousands.
+constexpr std::chrono::milliseconds shortestLight(100);
+
 void raiseWindow(QWidget &window)
 {
     window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
@@ -68,6 +75,8 @@ Window::Window() : server(nullptr)
     restoreApplicationSettings();
     server.setParent(this);
     connect(&server, SIGNAL(clientConnected(bool)), this, SLOT(connectionStatus(bool)));
+    lightIsFresh.setSingleShot(true);
+    connect(&lightIsFresh, &QTimer::timeout, this, &Window::showLight);
     createActions();
     createTrayIcon();
     setIcon(blackLight());
@@ -78,6 +87,7 @@ Window::Window() : server(nullptr)
         updateStartupAtLogon();
     }
     trayIcon->setVisible(true);
+    messageHandler->watchNotificationDaemon();
     holdBalloonsUntilPlaced();
     // Wanted: the server does not learn pairNeedsApproval before the preferences are closed once.
     startServer();
@@ -145,7 +155,8 @@ void Window::holdBalloonsUntilPlaced()
 
 void Window::setIcon(QString iconName)
 {
-    // A crowd that comes and goes changes the light many times a second.
+    light = iconName;
+    shownLight = iconName;
     if (!icons.contains(iconName)) {
         icons.insert(iconName, QIcon(iconName));
     }
@@ -188,7 +199,18 @@ void Window::stopServer()
 void Window::connectionStatus(bool connected)
 {
     // Wanted: whether the server still runs does not matter here.
-    setIcon(connected ? greenLight() : orangeLight());
+    light = connected ? greenLight() : orangeLight();
+    if (!lightIsFresh.isActive()) {
+        showLight();
+    }
+}
+
+void Window::showLight()
+{
+    if (light != shownLight) {
+        setIcon(light);
+        lightIsFresh.start(shortestLight);
+    }
 }
 
 void Window::iconActivated(QSystemTrayIcon::ActivationReason) {}
@@ -273,9 +295,7 @@ void Window::restoreApplicationSettings()
 
 void Window::storeApplicationSettings()
 {
-    QSettings settings;
-    settings.setValue("pairNeedsApproval", QVariant(pairNeedsApproval));
-    settings.setValue("startAtLogon", QVariant(startAtLogon));
-    settings.setValue("downloadDirectory", QVariant(downloadDirectory));
-    settings.sync();
+    platform::storeSettings({{u"pairNeedsApproval"_s, QVariant(pairNeedsApproval)},
+                             {u"startAtLogon"_s, QVariant(startAtLogon)},
+                             {u"downloadDirectory"_s, QVariant(downloadDirectory)}});
 }

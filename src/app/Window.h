@@ -10,6 +10,7 @@
 #include <QIcon>
 #include <QPointer>
 #include <QSystemTrayIcon>
+#include <QTimer>
 
 class ConfigDialog;
 class MessageHandler;
@@ -34,6 +35,7 @@ public:
 public slots:
     /// Live changes from the preferences dialog.
     void update(QString paramName, QVariant value);
+    /// Shows the light at once.
     void setIcon(QString iconName = ":/images/led_arancio.png");
     /// Wanted: nothing. The tray opens the menu by itself.
     void iconActivated(QSystemTrayIcon::ActivationReason reason);
@@ -47,6 +49,7 @@ public slots:
     /// Returns when the dialog is closed and its values are taken. While one is open, brings it to
     /// the front instead.
     void openPreferencesDialog();
+    /// Shows that light at once, or a tenth of a second after its last change of this kind.
     void connectionStatus(bool connected);
 
 protected:
@@ -58,6 +61,7 @@ private:
     void createActions();
     void createTrayIcon();
     void holdBalloonsUntilPlaced();
+    void showLight();
     void takePreferences(const QVariantMap &parameters);
     void restoreApplicationSettings();
     void storeApplicationSettings();
@@ -66,8 +70,11 @@ private:
     bool pairNeedsApproval = false;
     bool startAtLogon = false;
     QString downloadDirectory;
-    QHash<QString, QIcon>
-        icons; // by file name, decoded; outlives the server, which ends by signals
+    // What the lights need outlives the server, which ends by signals.
+    QHash<QString, QIcon> icons; // by file name, decoded
+    QString light;               // the one that is to be shown, by file name
+    QString shownLight;
+    QTimer lightIsFresh; // runs for a while after a connection has changed it
     Server server;
     QAction *aboutAction = nullptr;
     QAction *websiteAction = nullptr;

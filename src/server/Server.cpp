@@ -18,12 +18,7 @@
 #include <QCoreApplication>
 #include <QHostAddress>
 #include <QHostInfo>
-#include <QLabel>
-#include <QMessageBox>
 #include <QNetworkProxy>
-#include <QPushButton>
-#include <QScopedValueRollback>
-#include <QSettings>
 
 #include <utility>
 
@@ -31,7 +26,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int maximumOpenQuestions = 16;
 constexpr int maximumPending = 30;
 /// Connections that are taken before the others have their turn: less than a millisecond's work.
 constexpr int maximumAcceptedInTurn = 8;
@@ -40,11 +34,6 @@ constexpr int maximumAcceptedInTurn = 8;
 constexpr int backlog = 1024;
 /// Names tried when other servers on this machine have taken the host's name.
 constexpr int maximumAdvertisedNames = 9;
-
-QString pairedDeviceKey()
-{
-    return u"pairedDeviceList"_s;
-}
 
 /// The longest name of a service, in bytes (RFC 6763, section 4.1.1).
 constexpr qsizetype maximumNameBytes = 63;
@@ -63,28 +52,12 @@ QString serviceName(int attempt)
     return cutToBytes(QHostInfo::localHostName(), maximumNameBytes - suffix.size()) + suffix;
 }
 
-/// A name that leaves the buttons on the screen.
-QString shortened(const QString &name)
-{
-    constexpr int maximumShown = 80;
-    return name.size() <= maximumShown ? name : name.left(maximumShown - 1) + u'…';
-}
-
-/// What a device calls itself is not taken for markup. The box has no setting for this label.
-void showAsWritten(const QMessageBox &box)
-{
-    if (auto *label = box.findChild<QLabel *>(u"qt_msgbox_informativelabel"_s)) {
-        label->setTextFormat(Qt::PlainText);
-    }
-}
-
 } // namespace
 
 Server::Server(QObject *parent, Opener contentOpener)
     : QTcpServer(parent)
     , opener(std::move(contentOpener))
 {
-    pairedDevices = QSettings().value(pairedDeviceKey(), QVariant()).toStringList();
     interactionManager = std::make_unique<InteractionManager>(new InteractionManagerMac);
     applicationManager = std::make_unique<TKApplicationManager>(
         new TKApplicationManagerMac(interactionManager.get()));
@@ -103,9 +76,7 @@ Server::Server(QObject *parent, Opener contentOpener)
 
 Server::~Server()
 {
-    QSettings settings;
-    settings.setValue(pairedDeviceKey(), QVariant(pairedDevices));
-    settings.sync();
+    pairing.store();
     endConnections();
     interactionManager.reset();
     applicationManager.reset();
@@ -157,51 +128,19 @@ void Server::advertise(int attempt)
 
 void Server::setNeedsPairingApproval(bool needed)
 {
-    needsPairingApproval = needed;
+    pairing.setNeedsApproval(needed);
 }
 
 bool Server::deviceIsPresent(QString device)
 {
-    if (pairedDevices.contains(device)) {
-        return true;
-    }
-    if (needsPairingApproval) {
-        return false;
-    }
-    pairedDevices.append(device);
-    return true;
+    return pairing.isPresent(device);
 }
 
 bool Server::pairingRequestForDevice(QString device, QString name)
 {
-    if (deviceIsPresent(device)) {
-        return true;
-    }
-    if (!askUserAboutDevice(name)) {
-        return false;
-    }
-    pairedDevices.append(device);
-    return true;
-}
-
-bool Server::askUserAboutDevice(const QString &name)
-{
-    if (openQuestions >= maximumOpenQuestions) {
-        return false;
-    }
-    const QScopedValueRollback counted(openQuestions, openQuestions + 1);
-    QMessageBox box;
-    box.setText(tr("Device pairing request."));
-    box.setInformativeText(tr("Do you want to pair with device named '%1''?").arg(shortened(name)));
-    showAsWritten(box);
-    const QPushButton *accept = box.addButton(tr("Accept"), QMessageBox::AcceptRole);
-    QPushButton *reject = box.addButton(tr("Reject"), QMessageBox::RejectRole);
-    box.setDefaultButton(reject);
-    box.setIcon(QMessageBox::Question);
-    box.exec();
-    // Asked of the button: the result of exec() is also that of Accept when the program is ended
-    // while the box is open.
-    return box.clickedButton() == accept;
+    bool isAccepted = false;
+    pairing.decide({device, name, [&isAccepted](bool answer) { isAccepted = answer; }});
+    return isAccepted;
 }
 
 void Server::incomingConnection(qintptr descriptor)
@@ -273,10 +212,12 @@ void Server::showFile(QString filename)
     opener.open(u"file://"_s + filename);
 }
 
-/// Files that are still arriving are closed with what they have.
+/// Files that are still arriving are closed with what they have. The last answers, such as those to
+/// questions that the end has refused, still wait for an event loop.
 void Server::endConnections()
 {
     for (QTcpSocket *socket : findChildren<QTcpSocket *>()) {
+        socket->flush();
         socket->abort();
     }
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

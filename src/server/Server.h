@@ -5,9 +5,9 @@
 
 #include "net/ConnectionResources.h"
 #include "server/Opener.h"
+#include "server/Pairing.h"
 
 #include <QPointer>
-#include <QStringList>
 #include <QTcpServer>
 #include <QTcpSocket>
 
@@ -51,7 +51,7 @@ public:
     /// which are then known.
     bool deviceIsPresent(QString device);
     /// The full decision: asks the user where deviceIsPresent() does not decide. At most 16
-    /// questions are open at once; further ones are answered by no.
+    /// questions are open or wait at once; further ones are answered by no.
     bool pairingRequestForDevice(QString device, QString name);
 
 signals:
@@ -76,7 +76,6 @@ private:
     bool mayAccept(int further) const;
     void acceptInNextTurn();
     void goOnAccepting();
-    bool askUserAboutDevice(const QString &name);
     void endConnections();
 
     static void answer(ClientHandler &client, const QString &response);
@@ -97,11 +96,9 @@ private:
     std::unique_ptr<platform::Clipboard> clipboard;
     std::unique_ptr<platform::Screens> screens;
     Opener opener;
-    bool needsPairingApproval = false;
-    QStringList pairedDevices; // in the order in which they were accepted
+    Pairing pairing;
     QPointer<BonjourServiceRegister> serviceRegister;
     std::unique_ptr<platform::AdvertisementDaemonWatch> daemonWatch;
-    int openQuestions = 0;
     ConnectionResources resources; // outlive the connections, which the destructor ends
     int acceptedInTurn = 0;
     bool areDescriptorsScarce = false;          // until a connection ends

@@ -80,12 +80,13 @@ void Server::servePairing(ClientHandler &client)
     const QStringList request = parameters(client);
     client.deviceName = request.value(1);
     // The device may leave while the user is being asked.
-    const QPointer<ClientHandler> present(&client);
-    const bool isAccepted = pairingRequestForDevice(request.value(0), request.value(1));
-    Messages::warning({isAccepted ? u"Device Connected"_s : u"Device Rejected !!"_s});
-    if (!present.isNull()) {
-        answer(*present, isAccepted ? u"OK"_s : u"ERROR"_s);
-    }
+    pairing.decideInTime(
+        {request.value(0), request.value(1), [present = QPointer(&client)](bool isAccepted) {
+             Messages::warning({isAccepted ? u"Device Connected"_s : u"Device Rejected !!"_s});
+             if (!present.isNull()) {
+                 answer(*present, isAccepted ? u"OK"_s : u"ERROR"_s);
+             }
+         }});
 }
 
 void Server::serveUrl(ClientHandler &client)

@@ -6,6 +6,7 @@
 #include "support/ServerScene.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QTest>
 
@@ -53,6 +54,8 @@ private slots:
     void missingHomeIsSurvived();
     void homeThatGoesMeanwhileIsSurvived();
     void ofTwoServersTheListOfTheLaterEndStays();
+    void leftOverLockHoldsUpNeitherPreferencesNorEnd_data();
+    void leftOverLockHoldsUpNeitherPreferencesNorEnd();
 
 private:
     bool writeSettings(const QByteArray &text) const;
@@ -211,6 +214,44 @@ void tst_SettingsFile::ofTwoServersTheListOfTheLaterEndStays()
     QCOMPARE(m_scene->server().end(), std::optional(0));
     QCOMPARE(m_scene->storedSetting(DeviceKey).toStringList(),
              (QStringList{"old-1", "old-2", "of the first", "late"}));
+}
+
+void tst_SettingsFile::leftOverLockHoldsUpNeitherPreferencesNorEnd_data()
+{
+    QTest::addColumn<QByteArray>("lock");
+    QTest::newRow("another host's") << QByteArray("1234\nVornaServer\nelsewhere\n0123\n4567\n");
+    QTest::newRow("a named pipe") << QByteArray("pipe");
+}
+
+void tst_SettingsFile::leftOverLockHoldsUpNeitherPreferencesNorEnd()
+{
+    QFETCH(QByteArray, lock);
+    QVERIFY(writeSettings("[General]\nother=5\npairedDeviceList=old\n"));
+    const QString lockName = m_scene->session().settingsFile() + QStringLiteral(".lock");
+    if (lock == "pipe") {
+        QCOMPARE(::mkfifo(lockName.toUtf8().constData(), 0600), 0);
+    } else {
+        QFile file(lockName);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(lock) == lock.size());
+    }
+    QVERIFY(m_scene->start());
+    QVERIFY(pairs(m_scene->port(), QStringLiteral("new")));
+    QVERIFY(m_scene->menu().choose(TrayMenu::Item::Preferences));
+    const auto dialog = m_scene->waitForDialog(QStringLiteral("Config Dialog"));
+    QVERIFY(dialog);
+    QVERIFY(m_scene->user().tapKey(QStringLiteral("space")));
+    QElapsedTimer time;
+    time.start();
+    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
+    QVERIFY(m_scene->waitUntilGone(*dialog));
+    QVERIFY(pairs(m_scene->port(), QStringLiteral("old")));
+    QCOMPARE(m_scene->server().end(), std::optional(0));
+    qInfo("Closed and ended in %lld ms.", time.elapsed());
+    // Twice two seconds, and what a loaded machine adds.
+    QVERIFY(time.elapsed() < 15'000);
+    QCOMPARE(m_scene->storedSetting(DeviceKey).toStringList(), (QStringList{"old", "new"}));
+    QCOMPARE(m_scene->storedSetting(QStringLiteral("pairNeedsApproval")).toBool(), true);
+    QCOMPARE(m_scene->storedSetting(QStringLiteral("other")).toInt(), 5);
 }
 
 QTEST_GUILESS_MAIN(tst_SettingsFile)

@@ -52,8 +52,10 @@ private slots:
     void folderChooserStaysInFront();
     void quitWhileADialogIsOpenEndsInOrder_data();
     void quitWhileADialogIsOpenEndsInOrder();
+    void quitWhileAQuestionIsOpenRefusesTheDevice();
 
 private:
+    bool askBeforePairing();
     bool start();
     void choose(const QString &label) const;
     std::optional<SeenWindow> openDialog(const QString &label) const;
@@ -179,14 +181,21 @@ void tst_TrayByDBus::devicesAreAnnounced()
                                   message("Device Disconnected ")}));
 }
 
-void tst_TrayByDBus::refusedDeviceIsAnnounced()
+/// Starts a server that asks about devices.
+bool tst_TrayByDBus::askBeforePairing()
 {
     m_scene->storeSetting(QStringLiteral("pairNeedsApproval"), true);
-    QVERIFY(start());
+    if (!start())
+        return false;
     m_desk->click(m_desk->icons().constFirst(), item("Preferences...").number);
     const auto preferences = m_scene->waitForDialog(QStringLiteral("Config Dialog"));
-    QVERIFY(preferences && m_scene->user().tapKey(QStringLiteral("Escape")));
-    QVERIFY(m_scene->waitUntilGone(*preferences));
+    return preferences && m_scene->user().tapKey(QStringLiteral("Escape")) &&
+           m_scene->waitUntilGone(*preferences);
+}
+
+void tst_TrayByDBus::refusedDeviceIsAnnounced()
+{
+    QVERIFY(askBeforePairing());
     Handheld handheld(m_scene->port());
     QVERIFY(handheld.send(
         commandText("SERVER_PAIR", {{"cmdParameters", QStringList{"id-1", "Anna"}}})));
@@ -341,6 +350,20 @@ void tst_TrayByDBus::quitWhileADialogIsOpenEndsInOrder()
     // However the preferences are closed, their values are taken.
     QCOMPARE(m_scene->storedSetting(QStringLiteral("pairNeedsApproval")).toBool(),
              label == preferencesLabel);
+}
+
+void tst_TrayByDBus::quitWhileAQuestionIsOpenRefusesTheDevice()
+{
+    QVERIFY(askBeforePairing());
+    Handheld handheld(m_scene->port());
+    QVERIFY(handheld.send(
+        commandText("SERVER_PAIR", {{"cmdParameters", QStringList{"id-1", "Anna"}}})));
+    QVERIFY(m_scene->waitForDialog(QStringLiteral("VornaServer")));
+    choose(QStringLiteral("Quit"));
+    QCOMPARE(m_scene->server().waitForEnd(), std::optional(0));
+    const auto answer = handheld.answer();
+    QVERIFY(answer);
+    QCOMPARE(answer->value("serverResponse").toString(), QStringLiteral("ERROR"));
 }
 
 QTEST_GUILESS_MAIN(tst_TrayByDBus)

@@ -4,6 +4,7 @@
 #include "doubles/RecordingPlatform.h"
 
 #include "platform/AdvertisementDaemon.h"
+#include "platform/NotificationDaemon.h"
 #include "platform/ToolkitClipboard.h"
 #include "platform/ToolkitScreens.h"
 
@@ -24,6 +25,23 @@ public:
         PlatformRecord::current().daemonAppears = std::move(appeared);
     }
     ~RecordingWatch() override { PlatformRecord::current().daemonAppears = nullptr; }
+};
+
+/// Wants each text in brackets.
+class RecordingNotificationDaemon final : public NotificationDaemon
+{
+public:
+    explicit RecordingNotificationDaemon(std::function<void()> ready)
+    {
+        PlatformRecord::current().notificationDaemonIsReady = std::move(ready);
+    }
+    ~RecordingNotificationDaemon() override
+    {
+        PlatformRecord::current().notificationDaemonIsReady = nullptr;
+    }
+    bool takesOneMore() override { return PlatformRecord::current().isNotificationDaemonReady; }
+    QString asPlainText(const QString &text) const override { return '[' + text + ']'; }
+    void hasOneMore() override { ++PlatformRecord::current().balloonsHanded; }
 };
 
 class SlowableClipboard final : public ToolkitClipboard
@@ -75,6 +93,15 @@ std::unique_ptr<Screens> makeScreens()
 std::unique_ptr<AdvertisementDaemonWatch> watchAdvertisementDaemon(std::function<void()> appeared)
 {
     return std::make_unique<RecordingWatch>(std::move(appeared));
+}
+
+std::unique_ptr<NotificationDaemon> watchNotificationDaemon(const QSystemTrayIcon & /*icon*/,
+                                                            std::function<void()> ready)
+{
+    if (!PlatformRecord::current().hasNotificationDaemon) {
+        return nullptr;
+    }
+    return std::make_unique<RecordingNotificationDaemon>(std::move(ready));
 }
 
 } // namespace platform

@@ -8,6 +8,8 @@
 #include <QDBusMessage>
 #include <QDBusVariant>
 
+#include <utility>
+
 namespace {
 
 const QString ItemPath = QStringLiteral("/StatusNotifierItem");
@@ -78,13 +80,19 @@ public:
 
 public slots:
     uint Notify(const QString &, uint, const QString &, const QString &summary, const QString &body,
-                const QStringList &, const QVariantMap &, int timeout)
+                const QStringList &, const QVariantMap &, int timeout, const QDBusMessage &call)
     {
         m_desk->m_notifications.append({summary, body, timeout});
-        return uint(m_desk->m_notifications.size());
+        const auto number = uint(m_desk->m_notifications.size());
+        m_desk->leaveUnanswered(call, number);
+        return number;
     }
 
-    QStringList GetCapabilities() const { return {QStringLiteral("body")}; }
+    QStringList GetCapabilities(const QDBusMessage &call) const
+    {
+        m_desk->leaveUnanswered(call, m_desk->m_capabilities);
+        return m_desk->m_capabilities;
+    }
 
 private:
     NotificationDesk *m_desk;
@@ -104,6 +112,29 @@ NotificationDesk::NotificationDesk(const QString &busAddress)
 NotificationDesk::~NotificationDesk()
 {
     QDBusConnection::disconnectFromBus(m_bus.name());
+}
+
+void NotificationDesk::leaveUnanswered(const QDBusMessage &call, const QVariant &answer)
+{
+    if (m_isHalted) {
+        call.setDelayedReply(true);
+        m_lateAnswers.append(call.createReply(answer));
+    }
+}
+
+void NotificationDesk::resumeNotifications()
+{
+    m_isHalted = false;
+    for (const QDBusMessage &answer : std::exchange(m_lateAnswers, {}))
+        m_bus.send(answer);
+}
+
+bool NotificationDesk::replaceNotifications()
+{
+    m_isHalted = false;
+    m_lateAnswers.clear();
+    const QString name = QStringLiteral("org.freedesktop.Notifications");
+    return m_bus.unregisterService(name) && m_bus.registerService(name);
 }
 
 QVariant NotificationDesk::property(const QString &icon, const QString &name) const

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QObject>
 #include <QStringList>
 #include <QVariantMap>
@@ -47,6 +48,16 @@ public:
     QStringList icons() const { return m_icons; }
     QList<Notification> notifications() const { return m_notifications; }
 
+    /// What the desk says it can, "body" and nothing else at first.
+    void setCapabilities(const QStringList &capabilities) { m_capabilities = capabilities; }
+    /// Takes messages and questions from now on, and leaves them without an answer, as a halted
+    /// daemon does.
+    void haltNotifications() { m_isHalted = true; }
+    /// Answers all of them.
+    void resumeNotifications();
+    /// Ends as the one who shows messages; then begins as another one.
+    bool replaceNotifications();
+
     /// The tool tip's title of the icon.
     QString toolTip(const QString &icon) const;
     QList<PublishedItem> menu(const QString &icon) const;
@@ -63,5 +74,11 @@ private:
     QDBusConnection m_bus;
     bool m_isReady = false;
     QStringList m_icons;
+    /// Keeps the answer back while the desk is halted.
+    void leaveUnanswered(const QDBusMessage &call, const QVariant &answer);
+
     QList<Notification> m_notifications;
+    QStringList m_capabilities{QStringLiteral("body")};
+    bool m_isHalted = false;
+    QList<QDBusMessage> m_lateAnswers;
 };

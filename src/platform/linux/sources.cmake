@@ -11,6 +11,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/DesktopApplication.cpp
   platform/linux/DesktopEntry.cpp
   platform/linux/DesktopEntryBridge.cpp
+  platform/linux/DesktopNotifications.cpp
   platform/linux/DisplayAccess.cpp
   platform/linux/ExecLine.cpp
   platform/linux/KeyFile.cpp
@@ -18,6 +19,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/ModifierTracker.cpp
   platform/linux/NullEventServices.cpp
   platform/linux/SessionStart.cpp
+  platform/linux/SettingsFile.cpp
   platform/linux/Sockets.cpp
   platform/linux/StatusNotifierHosts.cpp
   platform/linux/TrayHost.cpp

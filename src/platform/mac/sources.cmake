@@ -18,7 +18,9 @@ target_sources(vornaserver PRIVATE
   platform/mac/CFText.cpp
   platform/mac/DisplayAccess.cpp
   platform/mac/LaunchAgent.cpp
+  platform/mac/NotificationDaemon.cpp
   platform/mac/QuartzEventServices.cpp
+  platform/mac/SettingsFile.cpp
   platform/mac/Sockets.cpp
   platform/mac/TrayHost.cpp
   platform/mac/makeClipboard.cpp

@@ -4,9 +4,11 @@
 #include "app/MessageHandler.h"
 
 #include "doubles/RecordedBalloons.h"
+#include "doubles/RecordingPlatform.h"
 #include "support/MessageRecorder.h"
 #include "support/Waiting.h"
 
+#include <QElapsedTimer>
 #include <QTest>
 #include <QThread>
 
@@ -40,6 +42,12 @@ private slots:
     void aWarningOfAnotherThreadWaitsToo();
     void heldBalloonsEndWithTheInstallation();
     void anIconThatIsGoneGetsNoHeldBalloons();
+    void aStormOfWarningsIsShownAtTenASecond();
+    void theNewestOfAStormIsShown();
+    void aStormEndsWithTheInstallation();
+    void anIconThatIsGoneEndsAStorm();
+    void aDaemonIsHandedWhatItShowsAsWritten();
+    void aDaemonThatTakesNoMoreIsHandedNoMore();
 
 private:
     static MessageHandler &handler() { return *MessageHandler::instance(); }
@@ -51,6 +59,7 @@ private:
 void tst_MessageHandler::init()
 {
     recordedBalloons().clear();
+    PlatformRecord::current().reset();
     earlier = std::make_unique<MessageRecorder>();
     icon = std::make_unique<QSystemTrayIcon>();
 }
@@ -230,13 +239,13 @@ void tst_MessageHandler::ofTooManyHeldBalloonsTheOldestAreDropped()
     handler().installMessageHandler(icon.get());
     handler().holdBalloons();
     QStringList sent;
-    for (int i = 0; i < MessageHandler::maximumWaiting + 3; ++i) {
+    for (int i = 0; i < BalloonQueue::maximumWaiting + 3; ++i) {
         sent.append(QString::number(i));
         qWarning("%d", i);
     }
     handler().releaseBalloons();
     handler().shutdown();
-    QCOMPARE(balloonTexts(), sent.last(MessageHandler::maximumWaiting));
+    QCOMPARE(balloonTexts(), sent.last(BalloonQueue::maximumWaiting));
 }
 
 void tst_MessageHandler::aWarningOfAnotherThreadWaitsToo()
@@ -278,6 +287,111 @@ void tst_MessageHandler::anIconThatIsGoneGetsNoHeldBalloons()
     handler().releaseBalloons();
     handler().shutdown();
     QVERIFY(recordedBalloons().empty());
+}
+
+// ---- Storms -------------------------------------------------------------------------------------
+
+void tst_MessageHandler::aStormOfWarningsIsShownAtTenASecond()
+{
+    handler().installMessageHandler(icon.get());
+    QElapsedTimer time;
+    time.start();
+    int sent = 0;
+    waitUntil(
+        [&] {
+            for (int i = 0; i < 20; ++i) {
+                qWarning("%d", ++sent);
+            }
+            return time.elapsed() > 1'500;
+        },
+        GenerousLimit, std::chrono::milliseconds(1));
+    const qint64 most = 10 * (1 + time.elapsed() / 1'000);
+    handler().shutdown();
+    QStringList first;
+    for (int i = 1; i <= BalloonQueue::maximumPerSecond; ++i) {
+        first.append(QString::number(i));
+    }
+    QCOMPARE(balloonTexts().first(BalloonQueue::maximumPerSecond), first);
+    QVERIFY2(balloonTexts().size() <= most, qPrintable(QString::number(balloonTexts().size())));
+    QVERIFY(balloonTexts().size() > BalloonQueue::maximumPerSecond);
+}
+
+void tst_MessageHandler::theNewestOfAStormIsShown()
+{
+    handler().installMessageHandler(icon.get());
+    for (int i = 0; i < 500; ++i) {
+        qWarning("Device Connected ");
+        qWarning("Device Disconnected ");
+    }
+    qWarning("newest");
+    const bool isShown = waitUntil([] { return balloonTexts().constLast() == "newest"; });
+    handler().shutdown();
+    QVERIFY(isShown);
+    // The ten that were shown at once, and the rest merged.
+    QCOMPARE(balloonTexts().mid(BalloonQueue::maximumPerSecond),
+             QStringList({"Device Connected ", "Device Disconnected ", "newest"}));
+}
+
+void tst_MessageHandler::aStormEndsWithTheInstallation()
+{
+    handler().installMessageHandler(icon.get());
+    for (int i = 0; i < 100; ++i) {
+        qWarning("%d", i);
+    }
+    handler().shutdown();
+    QTest::qWait(1'200);
+    QCOMPARE(balloonTexts().size(), qsizetype(BalloonQueue::maximumPerSecond));
+    // The next installation does not inherit it.
+    handler().installMessageHandler(icon.get());
+    qWarning("shown");
+    handler().shutdown();
+    QCOMPARE(balloonTexts().constLast(), QString("shown"));
+}
+
+void tst_MessageHandler::anIconThatIsGoneEndsAStorm()
+{
+    handler().installMessageHandler(icon.get());
+    for (int i = 0; i < 100; ++i) {
+        qWarning("%d", i);
+    }
+    icon.reset();
+    QTest::qWait(1'200);
+    handler().shutdown();
+    QCOMPARE(balloonTexts().size(), qsizetype(BalloonQueue::maximumPerSecond));
+}
+
+// ---- The desktop's daemon -----------------------------------------------------------------------
+
+void tst_MessageHandler::aDaemonIsHandedWhatItShowsAsWritten()
+{
+    PlatformRecord::current().hasNotificationDaemon = true;
+    handler().installMessageHandler(icon.get());
+    handler().watchNotificationDaemon();
+    qWarning("<b>text</b>");
+    handler().shutdown();
+    QCOMPARE(balloonTexts(), QStringList{"[<b>text</b>]"});
+    QCOMPARE(recordedBalloons().front().title, QString("VornaServer"));
+    QCOMPARE(PlatformRecord::current().balloonsHanded, 1);
+    QVERIFY(!PlatformRecord::current().notificationDaemonIsReady);
+}
+
+void tst_MessageHandler::aDaemonThatTakesNoMoreIsHandedNoMore()
+{
+    PlatformRecord &host = PlatformRecord::current();
+    host.hasNotificationDaemon = true;
+    host.isNotificationDaemonReady = false;
+    handler().installMessageHandler(icon.get());
+    handler().watchNotificationDaemon();
+    qWarning("first");
+    qWarning("second");
+    QTest::qWait(300);
+    QCOMPARE(balloonTexts(), QStringList());
+    host.isNotificationDaemonReady = true;
+    host.notificationDaemonIsReady();
+    const bool areShown = waitUntil([] { return recordedBalloons().size() == 2; });
+    handler().shutdown();
+    QVERIFY(areShown);
+    QCOMPARE(balloonTexts(), QStringList({"[first]", "[second]"}));
 }
 
 QTEST_MAIN(tst_MessageHandler)

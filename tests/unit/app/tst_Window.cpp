@@ -89,6 +89,10 @@ private slots:
     void aFailedLaterStartIsRed();
     void clientsAreShown();
     void aClientLeavingAStoppedServerShowsOrange();
+    void aCrowdChangesTheLightTenTimesASecond();
+    void theLastLightOfACrowdIsShown_data();
+    void theLastLightOfACrowdIsShown();
+    void aChoiceInTheMenuDoesNotWaitForTheCrowd();
 
     void theDefaultLightIsOrange();
     void everyLightIsShownEverywhere_data();
@@ -468,7 +472,69 @@ void tst_Window::aClientLeavingAStoppedServerShowsOrange()
     QVERIFY(!server()->isListening());
     QCOMPARE(trayIcon->contextMenu()->actions().at(3)->text(), QString("Start Server"));
     window->connectionStatus(true);
-    QCOMPARE(light(), QString("verde"));
+    QVERIFY(waitUntil([&] { return light() == "verde"; }));
+}
+
+void tst_Window::aCrowdChangesTheLightTenTimesASecond()
+{
+    makeWindow();
+    int changes = 0;
+    qint64 last = window->windowIcon().cacheKey();
+    const QElapsedTimer time = [] {
+        QElapsedTimer started;
+        started.start();
+        return started;
+    }();
+    bool isConnected = false;
+    waitUntil(
+        [&] {
+            for (int i = 0; i < 51; ++i) {
+                isConnected = !isConnected;
+                window->connectionStatus(isConnected);
+                changes += window->windowIcon().cacheKey() == last ? 0 : 1;
+                last = window->windowIcon().cacheKey();
+            }
+            return time.elapsed() > 1'000;
+        },
+        GenerousLimit, std::chrono::milliseconds(1));
+    QVERIFY2(changes >= 2, qPrintable(QString::number(changes)));
+    QVERIFY2(changes <= 1 + time.elapsed() / 100, qPrintable(QString::number(changes)));
+}
+
+void tst_Window::theLastLightOfACrowdIsShown_data()
+{
+    QTest::addColumn<int>("changes");
+    QTest::newRow("green at last") << 101;
+    QTest::newRow("orange at last") << 102;
+}
+
+void tst_Window::theLastLightOfACrowdIsShown()
+{
+    QFETCH(int, changes);
+    makeWindow();
+    for (int change = 1; change <= changes; ++change) {
+        window->connectionStatus(change % 2 == 1);
+        // The first one is shown at once.
+        QCOMPARE(light(), QString("verde"));
+    }
+    const QString last = changes % 2 == 1 ? "verde" : "arancio";
+    QVERIFY(waitUntil([&] { return light() == last; }));
+    QTest::qWait(250);
+    QCOMPARE(light(), last);
+    // Calm again, so the next change is shown at once.
+    window->connectionStatus(changes % 2 == 0);
+    QVERIFY(light() != last);
+}
+
+void tst_Window::aChoiceInTheMenuDoesNotWaitForTheCrowd()
+{
+    makeWindow();
+    window->connectionStatus(true);
+    window->connectionStatus(false);
+    action("Stop Server")->trigger();
+    QCOMPARE(light(), QString("nero"));
+    QTest::qWait(250);
+    QCOMPARE(light(), QString("nero"));
 }
 
 // ---- The icon -----------------------------------------------------------------------------------

@@ -92,6 +92,9 @@ private slots:
     void theSameDeviceIsServedWhileTheBoxIsOpen();
     void theDeviceMayLeaveWhileTheBoxIsOpen();
     void atMostSixteenBoxesAreOpen();
+    void boxesAreAnsweredInAnyOrder();
+    void theBoxBlocksNoOtherWindow();
+    void aDeviceTooManyIsAcceptedAndNotRemembered();
 
 private:
     bool isRemembered(const QString &device) { return server->deviceIsPresent(device); }
@@ -421,6 +424,72 @@ void tst_ServerPairing::atMostSixteenBoxesAreOpen()
     QCOMPARE(openBoxes().size(), 0);
     const BoxVisitor accepting([](QMessageBox &box) { press(box, "Accept"); });
     QCOMPARE(response(peers[17]->ask(pairRequest("17"))), QString("OK"));
+}
+
+void tst_ServerPairing::boxesAreAnsweredInAnyOrder()
+{
+    ServedPeer older(*server);
+    ServedPeer newer(*server);
+    int open = 0;
+    const BoxVisitor visitor([&](QMessageBox &) {
+        if (++open == 1) {
+            newer.post(pairRequest("newer"));
+            return;
+        }
+        for (QMessageBox *box : openBoxes()) {
+            if (box != QApplication::activeModalWidget()) {
+                press(*box, "Accept");
+            }
+        }
+        // The event loop of the newer one still runs.
+        QCOMPARE(response(older.answer()), QString("OK"));
+        QCOMPARE(openBoxes().size(), 1);
+        QCOMPARE(newer.received(), QByteArray());
+        press(*openBoxes().constFirst(), "Accept");
+    });
+    older.post(pairRequest("older"));
+    QVERIFY(waitUntil([&] { return isRemembered("newer"); }));
+    QCOMPARE(response(newer.answer()), QString("OK"));
+    QVERIFY(isRemembered("older"));
+    QCOMPARE(visitor.visited(), 2);
+}
+
+void tst_ServerPairing::theBoxBlocksNoOtherWindow()
+{
+    QPushButton other("other");
+    QSignalSpy clicks(&other, &QPushButton::clicked);
+    other.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&other));
+    const BoxVisitor visitor([&](QMessageBox &box) {
+        QVERIFY(box.isModal());
+        // As the system hands it on, which a blocked window does not get.
+        const QPoint middle = other.rect().center();
+        QTest::mouseClick(other.windowHandle(), Qt::LeftButton, {}, middle);
+        QCOMPARE(clicks.count(), 1);
+        box.reject();
+    });
+    QVERIFY(!server->pairingRequestForDevice("id", "name"));
+    QCOMPARE(visitor.visited(), 1);
+}
+
+void tst_ServerPairing::aDeviceTooManyIsAcceptedAndNotRemembered()
+{
+    server->setNeedsPairingApproval(false);
+    ServedPeer peer(*server);
+    const QByteArray longest(1'024, 'x');
+    for (const QByteArray &device : {QByteArray("id"), longest, longest + 'x'}) {
+        QCOMPARE(response(peer.ask(pairRequest(device))), QString("OK"));
+    }
+    server->setNeedsPairingApproval(true);
+    QVERIFY(isRemembered("id"));
+    QVERIFY(isRemembered(longest));
+    QVERIFY(!isRemembered(longest + 'x'));
+    // The user's word is remembered whatever its length.
+    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Accept"); });
+    QCOMPARE(response(peer.ask(pairRequest(longest + 'x'))), QString("OK"));
+    server.reset();
+    QCOMPARE(QSettings().value("pairedDeviceList").toStringList(),
+             QStringList({"id", longest, longest + 'x'}));
 }
 
 QTEST_MAIN(tst_ServerPairing)

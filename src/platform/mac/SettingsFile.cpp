@@ -1,0 +1,20 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "platform/SettingsFile.h"
+
+#include <QSettings>
+
+namespace platform {
+
+// The system keeps them, and nobody locks them.
+void storeSettings(const std::vector<Setting> &values)
+{
+    QSettings settings;
+    for (const auto &[key, value] : values) {
+        settings.setValue(key, value);
+    }
+    settings.sync();
+}
+
+} // namespace platform

@@ -1,0 +1,64 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "server/PairedDevices.h"
+#include "server/RefusalPauses.h"
+
+#include <QObject>
+
+#include <chrono>
+#include <functional>
+#include <map>
+
+/// Decides which devices are accepted, and asks the user where that needs the user's word.
+///
+/// A question runs an event loop of its own, so any member may be called while another one runs.
+class Pairing : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Request
+    {
+        QString device;
+        QString name;
+        /// Called once, with whether the device is accepted.
+        std::function<void(bool)> decided;
+    };
+
+    /// Questions that are open, or that wait until the user may be asked again.
+    static constexpr int maximumQuestions = 16;
+
+    Pairing();
+    /// Stores the paired devices.
+    void store() const { devices.store(); }
+    /// In force from the next decision on.
+    void setNeedsApproval(bool needed) { needsApproval = needed; }
+
+    /// The silent decision: known devices are accepted, and without approval unknown ones too,
+    /// which are then known.
+    bool isPresent(const QString &device);
+    /// The full decision, before it returns: asks the user where isPresent() does not decide.
+    /// Beyond `maximumQuestions` the answer is no.
+    void decide(const Request &request);
+    /// The same, but a device that was refused may have to wait before the user is asked again, and
+    /// no box is opened over an open menu, which it would close. Does not wait itself.
+    void decideInTime(Request request);
+    /// Says no to all that wait. Called when the program ends.
+    void refuseWaiting();
+
+private:
+    std::chrono::milliseconds pause(const QString &device) const;
+    bool isTooMany() const;
+    void wait(Request request, std::chrono::milliseconds time);
+    void stopWaiting(int number);
+
+    bool needsApproval = false;
+    PairedDevices devices;
+    RefusalPauses pauses;
+    int openQuestions = 0; // whose event loops run
+    std::map<int, Request> waiting;
+    int lastNumber = 0;
+};

@@ -1,0 +1,235 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "doubles/RecordingDnsSd.h"
+#include "doubles/RecordingPlatform.h"
+#include "server/Server.h"
+#include "support/DialogVisitor.h"
+#include "support/MessageRecorder.h"
+#include "support/PrivateHome.h"
+#include "support/ServedPeer.h"
+
+#include <QAbstractButton>
+#include <QElapsedTimer>
+#include <QMenu>
+#include <QMessageBox>
+#include <QTest>
+
+#include <memory>
+#include <utility>
+
+namespace {
+
+using BoxVisitor = DialogVisitor<QMessageBox>;
+
+void press(const QMessageBox &box, const QString &text)
+{
+    for (QAbstractButton *candidate : box.buttons()) {
+        if (candidate->text() == text) {
+            QTest::mouseClick(candidate, Qt::LeftButton);
+        }
+    }
+}
+
+QByteArray pairRequest(const QByteArray &identifier)
+{
+    return "{ cmdType = SERVER_PAIR; cmdParameters = (" + identifier + ", My device); }";
+}
+
+QString response(const TokenMap &answer)
+{
+    return answer.value("serverResponse").toString();
+}
+
+} // namespace
+
+/// Devices that were refused and ask again.
+class tst_PairingPauses : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void aRefusedDeviceWaitsAndIsServedMeanwhile();
+    void thePauseGrows();
+    void anotherDeviceDoesNotWait();
+    void aDeviceAcceptedMeanwhileIsNotAskedAboutAgain();
+    void aDeviceThatLeavesWhileItWaitsIsAskedAbout();
+    void sixteenQuestionsIncludeThoseThatWait();
+    void theBoxWaitsForAnOpenMenu();
+    void theEndOfTheProgramRefusesThoseThatWait();
+
+private:
+    bool isRemembered(const QString &device) { return server->deviceIsPresent(device); }
+    /// As if the user had refused the device in other connections: it waits 1, 2 or 4 seconds.
+    void refuse(const QString &device, int times)
+    {
+        const BoxVisitor visitor([](QMessageBox &box) { press(box, "Reject"); });
+        for (int count = 0; count < times; ++count) {
+            QVERIFY(!server->pairingRequestForDevice(device, "name"));
+        }
+    }
+
+    std::unique_ptr<PrivateHome> home;
+    std::unique_ptr<MessageRecorder> messages;
+    std::unique_ptr<Server> server;
+};
+
+void tst_PairingPauses::init()
+{
+    home = std::make_unique<PrivateHome>();
+    messages = std::make_unique<MessageRecorder>();
+    DnsSdRecord::current().reset();
+    PlatformRecord::current().reset();
+    server = std::make_unique<Server>(nullptr);
+    server->setNeedsPairingApproval(true);
+    QVERIFY(server->startServer());
+}
+
+void tst_PairingPauses::cleanup()
+{
+    server.reset();
+    messages.reset();
+    QSettings().clear();
+    home.reset();
+}
+
+void tst_PairingPauses::aRefusedDeviceWaitsAndIsServedMeanwhile()
+{
+    ServedPeer peer(*server);
+    ServedPeer other(*server);
+    refuse("id", 3);
+    QElapsedTimer sinceRefusal;
+    sinceRefusal.start();
+    qint64 pause = 0;
+    const BoxVisitor visitor([&](QMessageBox &box) {
+        pause = sinceRefusal.elapsed();
+        press(box, "Accept");
+    });
+    peer.post(pairRequest("id"));
+    QCOMPARE(response(other.ask("{ cmdType = SERVER_INFO; }")), QString("OK"));
+    QVERIFY(peer.send("{ cmdType = MOUSE_CMD; fncCommand = 1; }"));
+    QCOMPARE(PlatformRecord::current().events.mousePosts().size(), 1U);
+    QVERIFY(peer.received().isEmpty());
+    QVERIFY(waitUntil([&] { return isRemembered("id"); }));
+    QCOMPARE(response(peer.answer()), QString("OK"));
+    QCOMPARE(visitor.visited(), 1);
+    QVERIFY2(pause >= 3'900, qPrintable(QString::number(pause)));
+}
+
+void tst_PairingPauses::thePauseGrows()
+{
+    ServedPeer peer(*server);
+    QElapsedTimer sinceRefusal;
+    QList<qint64> pauses;
+    const BoxVisitor visitor([&](QMessageBox &box) {
+        pauses.append(sinceRefusal.isValid() ? sinceRefusal.elapsed() : 0);
+        press(box, "Reject");
+        sinceRefusal.start();
+    });
+    for (int i = 0; i < 3; ++i) {
+        QCOMPARE(response(peer.ask(pairRequest("id"))), QString("ERROR"));
+    }
+    QCOMPARE(pauses.size(), 3);
+    QVERIFY2(pauses[1] >= 990, qPrintable(QString::number(pauses[1])));
+    QVERIFY2(pauses[2] >= 1'990, qPrintable(QString::number(pauses[2])));
+}
+
+void tst_PairingPauses::anotherDeviceDoesNotWait()
+{
+    ServedPeer refused(*server);
+    ServedPeer other(*server);
+    refuse("id", 3);
+    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Accept"); });
+    QVERIFY(refused.send(pairRequest("id")));
+    QCOMPARE(response(other.ask(pairRequest("other"))), QString("OK"));
+    // The refused one still waits: not its answer, and no box for it.
+    QCOMPARE(refused.received(), QByteArray());
+    QCOMPARE(visitor.visited(), 1);
+    QCOMPARE(response(refused.answer()), QString("OK"));
+}
+
+void tst_PairingPauses::aDeviceAcceptedMeanwhileIsNotAskedAboutAgain()
+{
+    ServedPeer peer(*server);
+    refuse("id", 3);
+    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Reject"); });
+    QVERIFY(peer.send(pairRequest("id")));
+    QVERIFY(peer.received().isEmpty());
+    server->setNeedsPairingApproval(false);
+    QVERIFY(server->deviceIsPresent("id"));
+    server->setNeedsPairingApproval(true);
+    QCOMPARE(response(peer.answer()), QString("OK"));
+    QCOMPARE(visitor.visited(), 0);
+}
+
+void tst_PairingPauses::aDeviceThatLeavesWhileItWaitsIsAskedAbout()
+{
+    ServedPeer peer(*server);
+    bool isFirst = true;
+    const BoxVisitor visitor(
+        [&](QMessageBox &box) { press(box, std::exchange(isFirst, false) ? "Reject" : "Accept"); });
+    QCOMPARE(response(peer.ask(pairRequest("id"))), QString("ERROR"));
+    QVERIFY(peer.send(pairRequest("id")));
+    peer.leave();
+    QVERIFY(waitUntil([&] { return peer.served() == nullptr; }));
+    QVERIFY(waitUntil([&] { return isRemembered("id"); }));
+    QCOMPARE(visitor.visited(), 2);
+}
+
+void tst_PairingPauses::sixteenQuestionsIncludeThoseThatWait()
+{
+    ServedPeer peer(*server);
+    ServedPeer other(*server);
+    refuse("id", 3);
+    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Reject"); });
+    QElapsedTimer sinceRefusal;
+    sinceRefusal.start();
+    for (int i = 0; i < 16; ++i) {
+        QVERIFY(peer.send(pairRequest("id")));
+    }
+    QCOMPARE(response(other.ask(pairRequest("other"))), QString("ERROR"));
+    QVERIFY2(sinceRefusal.elapsed() < 3'900, "too slow to tell");
+    QCOMPARE(visitor.visited(), 0);
+    QCOMPARE(peer.received(), QByteArray());
+    // Each of them gets its answer in the end.
+    QVERIFY(waitUntil([&] { return peer.received().count("ERROR") == 16; }));
+    QCOMPARE(visitor.visited(), 16);
+}
+
+void tst_PairingPauses::theBoxWaitsForAnOpenMenu()
+{
+    QMenu menu;
+    menu.addAction("Quit");
+    menu.popup(QPoint(0, 0));
+    QCOMPARE(QApplication::activePopupWidget(), &menu);
+    ServedPeer peer(*server);
+    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Accept"); });
+    QVERIFY(peer.send(pairRequest("id")));
+    QTest::qWait(700);
+    QVERIFY(menu.isVisible());
+    QCOMPARE(visitor.visited(), 0);
+    QCOMPARE(peer.received(), QByteArray());
+    menu.close();
+    QCOMPARE(response(peer.answer()), QString("OK"));
+    QCOMPARE(visitor.visited(), 1);
+}
+
+void tst_PairingPauses::theEndOfTheProgramRefusesThoseThatWait()
+{
+    ServedPeer peer(*server);
+    refuse("id", 3);
+    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Reject"); });
+    QVERIFY(peer.send(pairRequest("id")));
+    QTimer::singleShot(0, [] { QCoreApplication::quit(); });
+    QCOMPARE(QApplication::exec(), 0);
+    server.reset();
+    // The answer is under way although no event loop has run since.
+    QCOMPARE(response(peer.answer()), QString("ERROR"));
+    QCOMPARE(visitor.visited(), 0);
+}
+
+QTEST_MAIN(tst_PairingPauses)
+#include "tst_PairingPauses.moc"
