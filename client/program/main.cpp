@@ -11,6 +11,7 @@ int main(int argc, char **argv)
 {
     // The compatibility library of Avahi otherwise complains on standard error.
     qputenv("AVAHI_COMPAT_NOWARN", "1");
+    Terminal::takeToolkitMessages();
     const QCoreApplication application(argc, argv);
     const ParsedArguments parsed = parseArguments(QCoreApplication::arguments());
     Terminal::useJson(parsed.wantsJson);
