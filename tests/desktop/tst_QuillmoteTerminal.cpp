@@ -171,7 +171,7 @@ void tst_QuillmoteTerminal::aPipeGetsTheTextAsItIs()
 /// However costly to read what the server sends without end.
 void tst_QuillmoteTerminal::theTimeLimitHolds()
 {
-    const QByteArray flood = QByteArray("\";a ").repeated(400'000);
+    const QByteArray flood = QByteArray("\";a ").repeated(400'000) + ";}x";
     QTcpServer server;
     server.listen(QHostAddress::LocalHost);
     connect(&server, &QTcpServer::newConnection, &server, [&] {

@@ -61,10 +61,10 @@ template <typename Number> bool read(std::string_view text, Number &number)
 
 std::optional<Arguments> readArguments(int count, char **words)
 {
-    Arguments read_;
-    const bool areWell = count == 5 && read(words[1], read_.memory) && read(words[2], read_.pipe) &&
-                         read(words[3], read_.sign) && read(words[4], read_.server);
-    return areWell ? std::optional(read_) : std::nullopt;
+    Arguments given;
+    const bool areWell = count == 5 && read(words[1], given.memory) && read(words[2], given.pipe) &&
+                         read(words[3], given.sign) && read(words[4], given.server);
+    return areWell ? std::optional(given) : std::nullopt;
 }
 
 /// None of the server's connections, files and terminals is kept open here.

@@ -355,7 +355,6 @@ void tst_Connection::whateverTheServerSendsTheTimeIsKept_data()
     QTest::newRow("endings of texts") << QByteArray("{a = \"") << QByteArray("\";a ");
     QTest::newRow("endings of lists") << QByteArray("{a = (\"") << QByteArray("\" );a ");
     QTest::newRow("ends of answers") << QByteArray("{a = \"") << QByteArray("\";}x");
-    QTest::newRow("empty answers") << QByteArray() << QByteArray("{}");
     QTest::newRow("calls for another try") << QByteArray("{") << retries.sliced(1);
 }
 
@@ -364,7 +363,7 @@ void tst_Connection::whateverTheServerSendsTheTimeIsKept()
 {
     QFETCH(QByteArray, beginning);
     QFETCH(QByteArray, repeated);
-    const QByteArray piece = repeated.repeated(1'600'000 / repeated.size() + 1);
+    const QByteArray piece = repeated.repeated(1'600'000 / repeated.size() + 1) + ";}x";
     server->onConnected = [&](QTcpSocket &socket) {
         socket.write(beginning + piece);
         connect(&socket, &QTcpSocket::bytesWritten, &socket, [&] {
