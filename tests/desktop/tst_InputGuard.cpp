@@ -171,7 +171,7 @@ void tst_InputGuard::whatIsDownAtAKillIsReleased()
 /// Some of them would.
 void tst_InputGuard::killsAmidFloodsLeaveNothingDown()
 {
-    constexpr int Rounds = 8;
+    constexpr int Rounds = 16;
     for (int round = 0; round < Rounds; ++round) {
         QVERIFY(start());
         InputWatcher watcher(m_scene->session().display());
@@ -187,7 +187,7 @@ void tst_InputGuard::killsAmidFloodsLeaveNothingDown()
 /// reports: amid a shortcut more often than not.
 void tst_InputGuard::aKillWhileTheDisplayIsBusyLeavesNothingDown()
 {
-    constexpr int Rounds = 8;
+    constexpr int Rounds = 10;
     for (int round = 0; round < Rounds; ++round) {
         QVERIFY(start());
         InputWatcher watcher(m_scene->session().display());
