@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "lib/AnswerScanner.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QString>
@@ -40,7 +42,8 @@ struct Answer
 class AnswerReader
 {
 public:
-    /// What an unfinished answer may hold; more is no answer.
+    /// What an unfinished answer may hold, in bytes; more is no answer. A server answers with what
+    /// it remembers of a client, up to 16 MiB, and with its clipboard's text, up to 16 MiB.
     static constexpr qsizetype maximumSize = 64 * 1024 * 1024;
 
     void append(const QByteArray &bytes) { buffer += bytes; }
@@ -55,10 +58,8 @@ public:
     qsizetype size() const { return buffer.size(); }
 
 private:
-    bool mayHoldWholeAnswer() const;
-
     QByteArray buffer;
-    qsizetype searched = 0; // bytes in the buffer from which no whole answer could be read
+    AnswerScanner scanner; // of the answer at its start
 };
 
 } // namespace quillmote

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <thread>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -21,6 +22,8 @@ using std::chrono::milliseconds;
 /// Bytes handed to the socket ahead of the network.
 constexpr qint64 bodyAhead = 1024 * 1024;
 constexpr qint64 bodyPiece = 256 * 1024;
+/// Bytes taken from the network at once: what a server sends faster than it is read waits there.
+constexpr qint64 readAhead = 1024 * 1024;
 /// A person needs longer than a program.
 constexpr auto timeToDecide = 120s;
 /// When a repeatable request is sent again.
@@ -48,6 +51,7 @@ struct Connection::Exchange
     quint64 tag = 0; // of the latest try; only its answer ends the exchange
     quint64 bodySize = 0;
     quint64 bodySent = 0;
+    quint64 bodyGone = 0; // of those, how many have left for the network
     bool isSendingBody = false;
 };
 
@@ -57,6 +61,7 @@ Connection::Connection(QObject *parent) : QObject(parent)
     patience.setSingleShot(true);
     gap.setSingleShot(true);
     gap.setTimerType(Qt::PreciseTimer);
+    socket.setReadBufferSize(readAhead);
     connect(&socket, &QTcpSocket::connected, this, [this] {
         deadline.stop();
         socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
@@ -192,7 +197,12 @@ void Connection::ask()
 void Connection::receive()
 {
     reader.append(socket.readAll());
-    while (const std::optional<Answer> answer = reader.take()) {
+    // Answers may keep coming that cost time and end nothing.
+    while (deadline.remainingTime() != 0) {
+        const std::optional<Answer> answer = reader.take();
+        if (!answer) {
+            break;
+        }
         handle(*answer);
     }
     if (reader.isGarbage()) {
@@ -261,11 +271,13 @@ void Connection::pumpBody()
         socket.write(piece);
         current->bodySent += static_cast<quint64>(piece.size());
     }
-    // As long as something moves there is no reason to give up.
-    deadline.start(timeout);
+    const quint64 gone = current->bodySent - static_cast<quint64>(socket.bytesToWrite());
+    // As long as the file moves there is no reason to give up, whatever the server says meanwhile.
+    if (gone > std::exchange(current->bodyGone, gone)) {
+        deadline.start(timeout);
+    }
     if (current->progress) {
-        current->progress(current->bodySent - static_cast<quint64>(socket.bytesToWrite()),
-                          current->bodySize);
+        current->progress(gone, current->bodySize);
     }
 }
 

@@ -17,19 +17,17 @@ bool isJoiner(char32_t character)
     return character == 0x200c || character == 0x200d;
 }
 
-bool isUnsafe(char32_t character)
+/// U+FFFD for half a pair that stands alone, which is no character.
+char32_t characterAt(const QString &text, qsizetype at)
 {
-    switch (QChar::category(character)) {
-    case QChar::Other_Control:
-    case QChar::Other_Surrogate:
-    case QChar::Separator_Line:
-    case QChar::Separator_Paragraph:
-        return true;
-    case QChar::Other_Format:
-        return !isJoiner(character);
-    default:
-        return false;
+    const QChar unit = text[at];
+    if (!unit.isSurrogate()) {
+        return unit.unicode();
     }
+    const bool isPair =
+        unit.isHighSurrogate() && at + 1 < text.size() && text[at + 1].isLowSurrogate();
+    return isPair ? QChar::surrogateToUcs4(unit, text[at + 1])
+                  : char32_t(QChar::ReplacementCharacter);
 }
 
 QString escaped(char32_t character)
@@ -46,27 +44,53 @@ QString escaped(char32_t character)
     }
 }
 
-template <typename Predicate> QString withEscapes(const QString &text, Predicate isEscaped)
-{
-    QString shown;
-    for (const char32_t character : text.toUcs4()) {
-        shown += isEscaped(character) ? escaped(character) : QString::fromUcs4(&character, 1);
-    }
-    return shown;
-}
-
 } // namespace
+
+bool isObeyedByTerminals(char32_t character)
+{
+    switch (QChar::category(character)) {
+    case QChar::Other_Control:
+    case QChar::Other_Surrogate:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    case QChar::Other_Format:
+        return !isJoiner(character);
+    default:
+        return false;
+    }
+}
 
 QString printable(const QString &text)
 {
-    return withEscapes(text, isUnsafe);
+    return withEscapes(text, isObeyedByTerminals, escaped);
 }
 
 QString printableLines(const QString &text)
 {
-    return withEscapes(text, [](char32_t character) {
-        return isUnsafe(character) && character != U'\n' && character != U'\t';
-    });
+    const auto isEscaped = [](char32_t character) {
+        return isObeyedByTerminals(character) && character != U'\n' && character != U'\t';
+    };
+    return withEscapes(text, isEscaped, escaped);
+}
+
+QString withEscapes(const QString &text, const std::function<bool(char32_t)> &isEscaped,
+                    const std::function<QString(char32_t)> &escape)
+{
+    QString shown;
+    qsizetype copied = 0; // units of the text that are in `shown`
+    for (qsizetype at = 0; at < text.size();) {
+        const char32_t character = characterAt(text, at);
+        const qsizetype end = at + (QChar::requiresSurrogates(character) ? 2 : 1);
+        const bool isHalf = character == QChar::ReplacementCharacter;
+        if (isHalf || isEscaped(character)) {
+            shown += QStringView(text).sliced(copied, at - copied);
+            shown += isHalf ? QString(QChar(QChar::ReplacementCharacter)) : escape(character);
+            copied = end;
+        }
+        at = end;
+    }
+    return copied == 0 ? text : shown += QStringView(text).sliced(copied);
 }
 
 QString shownCharacter(const QString &text, qsizetype index)
@@ -77,7 +101,7 @@ QString shownCharacter(const QString &text, qsizetype index)
     const qsizetype end = finder.toNextBoundary();
     const QString shown = text.mid(start, end - start);
     const char32_t first = shown.toUcs4().value(0);
-    const bool canBeSeen = !isUnsafe(first) && !QChar::isSpace(first);
+    const bool canBeSeen = !isObeyedByTerminals(first) && !QChar::isSpace(first);
     return canBeSeen ? printable(shown)
                      : u"U+%1"_s.arg(QString::number(first, 16).toUpper(), 4, u'0');
 }

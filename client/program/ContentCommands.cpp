@@ -135,15 +135,12 @@ QString withLosses(const QString &text)
     return lossy.text;
 }
 
-/// Where standard output is a terminal, it must not obey what is in the text, and the prompt that
-/// follows begins a line.
+/// On a terminal the prompt that follows begins a line.
 QString shownText(const QString &text)
 {
-    if (!Terminal::outputIsTerminal()) {
-        return text;
-    }
-    const QString shown = quillmote::printableLines(text);
-    return shown.isEmpty() || shown.endsWith(u'\n') ? shown : shown + u'\n';
+    const bool isLineOpen =
+        Terminal::outputIsTerminal() && !text.isEmpty() && !text.endsWith(u'\n');
+    return isLineOpen ? text + u'\n' : text;
 }
 
 } // namespace

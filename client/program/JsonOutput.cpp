@@ -3,22 +3,32 @@
 
 #include "program/JsonOutput.h"
 
+#include "lib/PrintableText.h"
+
 #include <QJsonObject>
 
 using namespace Qt::StringLiterals;
 
 namespace JsonOutput {
 
+namespace {
+
+QString escaped(char32_t character)
+{
+    QString units;
+    for (const QChar unit : QString::fromUcs4(&character, 1)) {
+        units += u"\\u%1"_s.arg(unit.unicode(), 4, 16, QChar(u'0'));
+    }
+    return units;
+}
+
+} // namespace
+
+/// The toolkit escapes what JSON must have escaped; a terminal obeys more than that.
 QString text(const QJsonDocument &document)
 {
-    QString escaped;
-    // The toolkit escapes what JSON must have escaped; a terminal obeys these too.
-    for (const QChar character : QString::fromUtf8(document.toJson(QJsonDocument::Compact))) {
-        const bool isControl = character.unicode() >= 0x7f && character.unicode() <= 0x9f;
-        escaped += isControl ? u"\\u%1"_s.arg(character.unicode(), 4, 16, QChar(u'0'))
-                             : QString(character);
-    }
-    return escaped;
+    return quillmote::withEscapes(QString::fromUtf8(document.toJson(QJsonDocument::Compact)),
+                                  quillmote::isObeyedByTerminals, escaped);
 }
 
 void print(const QJsonDocument &document)

@@ -177,11 +177,11 @@ private:
     /// What a person must know once; the terminal is raw.
     void showIntroduction()
     {
-        Terminal::print(u"Keys typed here are typed on %1.\r\n"
-                        "Arrows or the mouse move the pointer.\r\n"
-                        "Return, Tab, Backspace and Escape cannot be sent.\r\n"
-                        "Characters without a key, such as the full stop, are pasted.\r\n"
-                        "This overwrites the clipboard there.\r\n\r\n"_s.arg(session.serverName()));
+        Terminal::printRawLines({u"Keys typed here are typed on %1."_s.arg(session.serverName()),
+                                 u"Arrows or the mouse move the pointer."_s,
+                                 u"Return, Tab, Backspace and Escape cannot be sent."_s,
+                                 u"Characters without a key, such as the full stop, are pasted."_s,
+                                 u"This overwrites the clipboard there."_s, QString()});
     }
 
     void show(const QString &action)

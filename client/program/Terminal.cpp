@@ -5,6 +5,7 @@
 
 #include "lib/PrintableText.h"
 #include "program/JsonOutput.h"
+#include "program/OutputStream.h"
 
 #include <QJsonObject>
 #include <QList>
@@ -27,25 +28,32 @@ struct Complaint
     QString code;
 };
 
+constexpr auto red = "\x1b[1;31m";
+constexpr auto yellow = "\x1b[1;33m";
+constexpr auto normalColour = "\x1b[0m";
+constexpr auto emptyLine = "\r\x1b[K";
+
 bool isJsonWanted = false;
 std::vector<Complaint> keptComplaints;
 
-void write(FILE *stream, const QString &text)
+/// A word in front of a sentence, in colour on a terminal.
+void writeSentence(const char *colour, const QString &word, const QString &sentence)
 {
-    const QByteArray bytes = text.toUtf8();
-    fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
-    fflush(stream);
-}
-
-/// Colours are for terminals only.
-QString coloured(const char *code, const QString &text)
-{
-    return errorsAreTerminal() ? u"\x1b[%1m%2\x1b[0m"_s.arg(QLatin1StringView(code), text) : text;
+    const OutputStream errors = OutputStream::errors();
+    errors.control(colour);
+    errors.write(word);
+    errors.control(normalColour);
+    errors.write(u' ' + sentence + u'\n');
 }
 
 void writeJson(const QJsonObject &object)
 {
-    write(stderr, JsonOutput::text(QJsonDocument(object)) + u'\n');
+    OutputStream::errors().write(JsonOutput::text(QJsonDocument(object)) + u'\n');
+}
+
+void writeToolkitMessage(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    OutputStream::errors().write(qFormatLogMessage(type, context, message) + u'\n');
 }
 
 QString usualCode(ExitCode code)
@@ -66,27 +74,40 @@ QString usualCode(ExitCode code)
 
 bool outputIsTerminal()
 {
-    return isatty(STDOUT_FILENO) == 1;
+    return OutputStream::output().isTerminal();
 }
 
 bool errorsAreTerminal()
 {
-    return isatty(STDERR_FILENO) == 1;
+    return OutputStream::errors().isTerminal();
 }
 
 void print(const QString &text)
 {
-    write(stdout, text);
+    OutputStream::output().write(text);
 }
 
 void printLine(const QString &text)
 {
-    write(stdout, text + u'\n');
+    print(text + u'\n');
+}
+
+void printRawLines(const QStringList &lines)
+{
+    for (const QString &line : lines) {
+        OutputStream::output().write(quillmote::printable(line));
+        OutputStream::output().control("\r\n");
+    }
 }
 
 void useJson(bool isWanted)
 {
     isJsonWanted = isWanted;
+}
+
+void takeToolkitMessages()
+{
+    qInstallMessageHandler(writeToolkitMessage);
 }
 
 void complain(const QString &sentence, QLatin1StringView code)
@@ -95,7 +116,7 @@ void complain(const QString &sentence, QLatin1StringView code)
     if (isJsonWanted) {
         keptComplaints.push_back({shown, code});
     } else {
-        write(stderr, coloured("1;31", u"quillmote:"_s) + u' ' + shown + u'\n');
+        writeSentence(red, u"quillmote:"_s, shown);
     }
 }
 
@@ -105,7 +126,7 @@ void note(const QString &sentence)
     if (isJsonWanted) {
         writeJson({{u"note"_s, shown}});
     } else {
-        write(stderr, coloured("1;33", u"note:"_s) + u' ' + shown + u'\n');
+        writeSentence(yellow, u"note:"_s, shown);
     }
 }
 
@@ -122,7 +143,8 @@ int finish(ExitCode code)
 void showStatus(const QString &line)
 {
     if (errorsAreTerminal()) {
-        write(stderr, u"\r\x1b[K"_s + fitted(quillmote::printable(line), columns() - 1));
+        OutputStream::errors().control(emptyLine);
+        OutputStream::errors().write(fitted(quillmote::printable(line), columns() - 1));
     }
 }
 

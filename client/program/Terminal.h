@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 /// What the user sees: results on standard output, everything else on standard error.
 ///
@@ -24,9 +25,14 @@ bool errorsAreTerminal();
 
 void useJson(bool isWanted);
 
-/// A result; UTF-8.
+/// Lets what the toolkit has to say about itself, which may quote others, take the same way.
+void takeToolkitMessages();
+
+/// A result; UTF-8. See OutputStream for what a terminal gets of it.
 void print(const QString &text);
 void printLine(const QString &text);
+/// Lines for a terminal that is raw (see RawTerminal) and begins no line by itself.
+void printRawLines(const QStringList &lines);
 /// One sentence about what is wrong, and what to do next. Whoever gives no code gets the exit
 /// status's: "server-error", "usage" or "no-connection". Control characters are escaped.
 void complain(const QString &sentence, QLatin1StringView code = {});

@@ -3,14 +3,17 @@
 
 #include "program/Arguments.h"
 #include "program/CommandTable.h"
+#include "program/LeastPower.h"
 #include "program/Terminal.h"
 
 #include <QCoreApplication>
 
 int main(int argc, char **argv)
 {
+    takeLeastPower();
     // The compatibility library of Avahi otherwise complains on standard error.
     qputenv("AVAHI_COMPAT_NOWARN", "1");
+    Terminal::takeToolkitMessages();
     const QCoreApplication application(argc, argv);
     const ParsedArguments parsed = parseArguments(QCoreApplication::arguments());
     Terminal::useJson(parsed.wantsJson);

@@ -17,6 +17,16 @@ _quillmote_keys() {
     if [[ ${#COMPREPLY[@]} -eq 1 && ${COMPREPLY[0]} == *+ ]]; then compopt -o nospace; fi
 }
 
+# The servers whose names begin so. Any computer of the network names them: compgen -W would carry
+# out a command that stands in a name.
+_quillmote_servers() {
+    local names=() name
+    mapfile -t names < <(quillmote discover --timeout 1 2>/dev/null | cut -f1)
+    for name in "${names[@]}"; do
+        [[ $name == "$1"* ]] && COMPREPLY+=("$name")
+    done
+}
+
 _quillmote() {
     local commands='discover info pair key move click open copy paste send type remote'
     local options='--server --host --port --timeout --json --help --version'
@@ -35,8 +45,8 @@ _quillmote() {
     esac
     case $previous in
     --server)
-        local IFS=$'\n'
-        mapfile -t COMPREPLY < <(compgen -W "$(quillmote discover --timeout 1 2>/dev/null | cut -f1)" -- "$current")
+        COMPREPLY=()
+        _quillmote_servers "$current"
         return
         ;;
     --host | --port | --timeout | --name | --repeat | --as | --paste-wait) return ;;

@@ -5,6 +5,7 @@
 #include "app/CommandLine.h"
 #include "app/ToolkitStart.h"
 #include "app/Window.h"
+#include "platform/CoreDumps.h"
 #include "platform/DescriptorLimit.h"
 #include "platform/Terminal.h"
 #include "platform/TerminationSignals.h"
@@ -99,6 +100,7 @@ int run()
 
 int main(int argc, char **argv)
 {
+    platform::forbidCoreDumps();
     platform::TerminationSignals termination;
     qInitResources_VornaServer();
     const CommandLine line = readCommandLine(QByteArrayList(argv + std::min(argc, 1), argv + argc));

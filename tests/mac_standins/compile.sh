@@ -40,7 +40,7 @@ while IFS= read -r source; do
     mapfile -t made < <(find "$folder/$top" -path "*.dir/${source#*/}.o")
     [ "${#made[@]}" -eq 1 ] || { fail "In no target: $source" && continue; }
     is_for_mac "${made[0]}" || fail "Not an object for a Mac: ${made[0]}"
-done < <(find src client \( -name '*.cpp' -o -name '*.mm' \) -not -path 'src/platform/linux/*')
+done < <(find src client \( -name '*.cpp' -o -name '*.mm' \) -not -path '*/linux/*')
 [ "$count" -gt 0 ] || fail "No source files were found."
 
 # Names of C++ are the toolkit's, the C++ library's and ours. The compiler itself fills memory, on

@@ -15,6 +15,7 @@ trap 'rm -rf "$DESTDIR"' EXIT
 
 expected='bin/VornaServer
 bin/quillmote
+libexec/VornaServer-guard
 share/applications/vornaserver.desktop
 share/bash-completion/completions/quillmote
 share/fish/vendor_completions.d/quillmote.fish

@@ -97,6 +97,23 @@ check_keys() {
     done
 }
 
+# Servers may be called anything. The program prints one a line, with its address behind a tab.
+# shellcheck disable=SC2016  # nothing in them is to be expanded
+hostile_names='$(touch EVIL)
+`touch EVIL`
+Den & Küche
+${HOME}'
+quillmote() { sed $'s/$/\t192.0.2.1\t4711/' <<<"$hostile_names"; }
+
+# servers_are_offered_as_they_are COMMAND...: what it prints are these names, and none is carried out.
+servers_are_offered_as_they_are() {
+    local folder offered
+    folder=$(mktemp -d)
+    offered=$(cd "$folder" && "$@")
+    check "the servers' names as they are" diff <(sort <<<"$hostile_names") <(sort <<<"$offered")
+    check "no command in a name is carried out" rmdir "$folder"
+}
+
 check_bash() {
     # shellcheck source=packaging/completions/quillmote.bash
     . "$packaging/completions/quillmote.bash"
@@ -108,6 +125,8 @@ check_bash() {
     check "a key gets its blank" [ "$(bash_completes key Spa)" = Space ]
     check "files" contains "$(cd "$packaging" && bash_completes send man)" '^man$'
     check "a command behind an option" [ "$(bash_completes --json pas)" = paste ]
+    servers_are_offered_as_they_are bash_completes info --server ''
+    check "a server's beginning" [ "$(bash_completes info --server De)" = 'Den & Küche' ]
     is_offered_by_bash() { contains "$(bash_completes "$1" "$2")" "^$2\$"; }
     each_option_is is_offered_by_bash
 }
@@ -123,6 +142,14 @@ check_zsh() {
     check_keys zsh_completes_key
     check "a modifier gets no blank" [ "$(zsh_keys Cm)" = '-S||Cmd+' ]
     check "a key gets its blank" [ "$(zsh_keys Spa)" = Space ]
+    zsh_servers() {
+        PATH=$1:$PATH zsh -fc 'compadd() { print -rl -- ${(P)2}; }
+            _describe() { : }
+            CURRENT=2
+            . "$1"
+            _quillmote_servers' zsh "$file"
+    }
+    servers_are_offered_as_they_are zsh_servers "$(folder_with_quillmote)"
     # Those of one command stand in its line, those of all in a list.
     is_known_to_zsh() {
         contains "$text" "^    $1\\).*'$2\\[" || contains "$text" "^        [\"']$2\\["
@@ -144,6 +171,16 @@ zsh_keys() {
         _quillmote_keys' zsh "$packaging/completions/_quillmote" "$1"
 }
 
+# A folder that holds a program quillmote with that many servers.
+folder_with_quillmote() {
+    local folder
+    folder=$(mktemp -d)
+    { echo '#!/usr/bin/env bash' && declare -p hostile_names && declare -f quillmote && echo quillmote; } \
+        >"$folder/quillmote"
+    chmod +x "$folder/quillmote"
+    echo "$folder"
+}
+
 fish_completes() {
     fish --private -c "source $packaging/completions/quillmote.fish; complete -C 'quillmote $*'" |
         cut -f1
@@ -157,6 +194,8 @@ check_fish() {
     check "buttons" [ "$(fish_completes 'click ' | sort | xargs)" = "center double left right" ]
     check_keys fish_completes
     check "a modifier gets no blank" [ "$(fish_completes key Cm | wc -l)" -gt 1 ]
+    fish_servers() { PATH=$1:$PATH fish_completes "info --server ''"; }
+    servers_are_offered_as_they_are fish_servers "$(folder_with_quillmote)"
     is_offered_by_fish() { contains "$(fish_completes "$1 $2")" "^$2\$"; }
     each_option_is is_offered_by_fish
     rm -rf "$HOME"

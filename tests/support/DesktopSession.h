@@ -36,6 +36,8 @@ public:
     void endDisplay();
 
     QString display() const;
+    /// To let it stand still for a while.
+    XServer &xServer() { return m_xServer; }
     /// The session bus's address; one that leads nowhere in a session without a bus.
     QString busAddress() const { return m_busAddress; }
     /// Where programs started from now on look for the system bus; it leads nowhere until told.

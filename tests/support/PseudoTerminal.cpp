@@ -26,6 +26,20 @@ std::function<void()> PseudoTerminal::asErrorOutput() const
     return [program = m_program] { dup2(program, STDERR_FILENO); };
 }
 
+std::function<void()> PseudoTerminal::asStandardStreams() const
+{
+    return [program = m_program] {
+        for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+            dup2(program, standard);
+    };
+}
+
+void PseudoTerminal::type(const QByteArray &keys) const
+{
+    [[maybe_unused]] const ssize_t written =
+        write(m_screen, keys.constData(), static_cast<size_t>(keys.size()));
+}
+
 QByteArray PseudoTerminal::text()
 {
     std::array<char, 4096> buffer{};

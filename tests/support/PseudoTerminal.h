@@ -18,6 +18,11 @@ public:
 
     /// Makes it the standard error of a process: a last preparation (see ServerProcess).
     std::function<void()> asErrorOutput() const;
+    /// Makes it all three standard streams.
+    std::function<void()> asStandardStreams() const;
+
+    /// What a person types at it.
+    void type(const QByteArray &keys) const;
 
     /// Everything that was written to it so far, with the terminal's own line ends.
     QByteArray text();

@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include <xcb/xcbext.h>
 #include <xcb/xtest.h>
 
 namespace platform {
@@ -23,8 +24,9 @@ void waitUntilServerIsDone(xcb_connection_t *connection)
 
 X11EventServices::X11EventServices(X11Display openDisplay)
     : display(std::move(openDisplay))
-    , keyboard(display.connection())
-    , pointer(display.connection(), display.root())
+    , ledger(held.get())
+    , keyboard(display.connection(), ledger)
+    , pointer(display.connection(), display.root(), ledger)
     , notifier(xcb_get_file_descriptor(display.connection()), QSocketNotifier::Read)
 {
     // Open menus and window managers hold the server for themselves.
@@ -38,6 +40,19 @@ X11EventServices::~X11EventServices()
     keyboard.releaseAll();
     pointer.releaseAll();
     waitUntilServerIsDone(display.connection());
+    guard.reset();
+}
+
+void X11EventServices::startGuard()
+{
+    // It is never shown. It goes with the connection.
+    const xcb_window_t sign = xcb_generate_id(display.connection());
+    const std::uint32_t isUnmanaged = 1;
+    xcb_create_window(display.connection(), XCB_COPY_FROM_PARENT, sign, display.root(), 0, 0, 1, 1,
+                      0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
+                      XCB_CW_OVERRIDE_REDIRECT, &isUnmanaged);
+    waitUntilServerIsDone(display.connection());
+    guard = std::make_unique<InputGuard>(held.descriptor(), sign);
 }
 
 Location X11EventServices::pointerLocation()
@@ -108,14 +123,43 @@ bool X11EventServices::takeInEvents()
             pointer.handleEvent(event.get());
         }
     }
+    takeInProgress();
     const bool isOpen = display.isOpen();
     notifier.setEnabled(isOpen);
     return isOpen;
 }
 
+/// Nobody waits for the answer: it comes as an event does.
+void X11EventServices::askForProgress()
+{
+    if (!question && ledger.isAnyUnconfirmed()) {
+        question = xcb_get_input_focus(display.connection()).sequence;
+    }
+}
+
+void X11EventServices::takeInProgress()
+{
+    void *reply = nullptr;
+    xcb_generic_error_t *error = nullptr;
+    if (!question || xcb_poll_for_reply(display.connection(), *question, &reply, &error) == 0) {
+        return;
+    }
+    const auto ownedError = xcbOwned(error);
+    // A broken connection has no answer.
+    if (const auto answer = xcbOwned(static_cast<xcb_generic_reply_t *>(reply))) {
+        ledger.confirm(*question);
+    }
+    question.reset();
+    askForProgress();
+    if (!isFlushDue) {
+        xcb_flush(display.connection());
+    }
+}
+
 void X11EventServices::flush()
 {
     isFlushDue = false;
+    askForProgress();
     xcb_flush(display.connection());
 }
 

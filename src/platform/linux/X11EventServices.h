@@ -3,6 +3,9 @@
 
 #pragma once
 
+#include "InputGuard.h"
+#include "ReleaseLedger.h"
+#include "SharedHeldInput.h"
 #include "X11Display.h"
 #include "X11Keyboard.h"
 #include "X11Pointer.h"
@@ -10,14 +13,18 @@
 
 #include <QSocketNotifier>
 
+#include <memory>
+#include <optional>
+
 namespace platform {
 
 /// The input of an X11 session, posted through the server's XTEST extension.
 ///
-/// A key or a click asks the server nothing and does not wait for it: it costs one write, in which
-/// press and release leave together, so that a process that is killed in between leaves nothing
-/// down. Only pointerLocation(), and the first press after the key map or the button mapping has
-/// changed, wait for an answer. When the connection breaks, nothing more is posted.
+/// A key or a click does not wait for the server: it costs one write, in which press and release
+/// leave together, so that a process that is killed in between leaves nothing down. Amid many keys
+/// that is not enough, see startGuard(). Only pointerLocation(), and the first press after the key
+/// map or the button mapping has changed, wait for an answer. When the connection breaks, nothing
+/// more is posted.
 ///
 /// Needs a running event loop on its thread. Taps and source states have no counterpart here.
 class X11EventServices final : public EventServices
@@ -27,6 +34,10 @@ public:
     explicit X11EventServices(X11Display openDisplay);
     /// Releases the keys and buttons that are still down, and waits until the server has done so.
     ~X11EventServices() override;
+
+    /// From here on a process of its own releases what a killed server has left down. The display
+    /// must be the one that DISPLAY names. One round trip.
+    void startGuard();
 
     Location pointerLocation() override;
     void postKeyboard(const KeyboardEvent &event) override;
@@ -38,14 +49,21 @@ public:
 private:
     void postMouse(const MouseEvent &event);
     bool takeInEvents();
+    void askForProgress();
+    void takeInProgress();
     void flush();
     void flushLater();
 
     X11Display display;
+    SharedHeldInput held;
+    ReleaseLedger ledger;
     X11Keyboard keyboard;
     X11Pointer pointer;
     QSocketNotifier notifier; ///< Of the connection; ends before it.
     bool isFlushDue = false;  ///< A flush is queued in the event loop.
+    /// The question whose answer tells how far the server has come; one at a time.
+    std::optional<std::uint32_t> question;
+    std::unique_ptr<InputGuard> guard;
 };
 
 } // namespace platform

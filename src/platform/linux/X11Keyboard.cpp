@@ -48,8 +48,9 @@ ModifierMask without(ModifierMask modifiers, ModifierMask removed)
 
 } // namespace
 
-X11Keyboard::X11Keyboard(xcb_connection_t *openConnection)
+X11Keyboard::X11Keyboard(xcb_connection_t *openConnection, ReleaseLedger &ledgerOfReleases)
     : connection(openConnection)
+    , ledger(ledgerOfReleases)
     , firstEvent(useKeyboardExtension(openConnection))
     , map(openConnection)
 {
@@ -212,6 +213,7 @@ void X11Keyboard::undo(const HeldKey &held)
 
 void X11Keyboard::pressKey(const PressedKey &key)
 {
+    ledger.press(ReleaseLedger::Kind::Key, key.keycode);
     const auto sequence = fakeKey(connection, XCB_KEY_PRESS, key.keycode);
     if (key.sets) {
         tracker.press(key.sets, sequence);
@@ -221,6 +223,7 @@ void X11Keyboard::pressKey(const PressedKey &key)
 void X11Keyboard::releaseKey(const PressedKey &key)
 {
     const auto sequence = fakeKey(connection, XCB_KEY_RELEASE, key.keycode);
+    ledger.release(ReleaseLedger::Kind::Key, key.keycode, sequence);
     if (key.sets) {
         tracker.release(key.sets, sequence);
     }

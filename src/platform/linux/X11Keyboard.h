@@ -4,6 +4,7 @@
 #pragma once
 
 #include "ModifierTracker.h"
+#include "ReleaseLedger.h"
 #include "X11KeyboardMap.h"
 
 #include <vector>
@@ -20,8 +21,8 @@ class X11Keyboard
 {
 public:
     /// Asks for the reports that it lives on; a few round trips. The connection must have XTEST and
-    /// XKEYBOARD, and must outlive the keyboard.
-    explicit X11Keyboard(xcb_connection_t *openConnection);
+    /// XKEYBOARD. Connection and ledger must outlive the keyboard.
+    X11Keyboard(xcb_connection_t *openConnection, ReleaseLedger &ledgerOfReleases);
 
     /// Takes in an event of the connection; false when it is not about the keyboard.
     bool handleEvent(const xcb_generic_event_t *event);
@@ -75,6 +76,7 @@ private:
     std::uint32_t changeLocks(ModifierMask affected, ModifierMask locked);
 
     xcb_connection_t *connection;
+    ReleaseLedger &ledger;
     std::uint8_t firstEvent; ///< The event code of all keyboard reports.
     X11KeyboardMap map;
     ModifierTracker tracker;

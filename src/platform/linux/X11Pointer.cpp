@@ -38,16 +38,19 @@ std::int16_t coordinate(double pixels)
     return std::isnan(inRange) ? std::int16_t{0} : static_cast<std::int16_t>(inRange);
 }
 
-void fakeButton(xcb_connection_t *connection, std::uint8_t type, std::uint8_t number)
+std::uint32_t fakeButton(xcb_connection_t *connection, std::uint8_t type, std::uint8_t number)
 {
-    xcb_test_fake_input(connection, type, number, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+    return xcb_test_fake_input(connection, type, number, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0)
+        .sequence;
 }
 
 } // namespace
 
-X11Pointer::X11Pointer(xcb_connection_t *openConnection, xcb_window_t rootWindow)
+X11Pointer::X11Pointer(xcb_connection_t *openConnection, xcb_window_t rootWindow,
+                       ReleaseLedger &ledgerOfReleases)
     : connection(openConnection)
     , root(rootWindow)
+    , ledger(ledgerOfReleases)
 {
     readMapping();
 }
@@ -80,7 +83,7 @@ void X11Pointer::press(MouseButton button)
 {
     releaseHeld(button);
     if (const std::uint8_t number = numberOf(button)) {
-        fakeButton(connection, XCB_BUTTON_PRESS, number);
+        pressNumber(number);
         heldButtons.push_back({button, number});
     }
 }
@@ -91,7 +94,7 @@ void X11Pointer::release(MouseButton button)
         return;
     }
     if (const std::uint8_t number = numberOf(button)) {
-        fakeButton(connection, XCB_BUTTON_RELEASE, number);
+        releaseNumber(number);
     }
 }
 
@@ -131,9 +134,21 @@ bool X11Pointer::releaseHeld(MouseButton button)
     if (held == heldButtons.end()) {
         return false;
     }
-    fakeButton(connection, XCB_BUTTON_RELEASE, held->number);
+    releaseNumber(held->number);
     heldButtons.erase(held);
     return true;
+}
+
+void X11Pointer::pressNumber(std::uint8_t number)
+{
+    ledger.press(ReleaseLedger::Kind::Button, number);
+    fakeButton(connection, XCB_BUTTON_PRESS, number);
+}
+
+void X11Pointer::releaseNumber(std::uint8_t number)
+{
+    const auto sequence = fakeButton(connection, XCB_BUTTON_RELEASE, number);
+    ledger.release(ReleaseLedger::Kind::Button, number, sequence);
 }
 
 } // namespace platform

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "ReleaseLedger.h"
 #include "platform/EventServices.h"
 
 #include <cstdint>
@@ -18,9 +19,10 @@ namespace platform {
 class X11Pointer
 {
 public:
-    /// The connection must have XTEST and must outlive the pointer; `rootWindow` is the one window
-    /// whose coordinates are meant.
-    X11Pointer(xcb_connection_t *openConnection, xcb_window_t rootWindow);
+    /// The connection must have XTEST; it and the ledger must outlive the pointer. `rootWindow` is
+    /// the one window whose coordinates are meant.
+    X11Pointer(xcb_connection_t *openConnection, xcb_window_t rootWindow,
+               ReleaseLedger &ledgerOfReleases);
 
     /// Takes in an event of the connection; false when it is not about the pointer.
     bool handleEvent(const xcb_generic_event_t *event);
@@ -51,9 +53,12 @@ private:
     void readMapping();
     std::uint8_t numberOf(MouseButton button);
     bool releaseHeld(MouseButton button);
+    void pressNumber(std::uint8_t number);
+    void releaseNumber(std::uint8_t number);
 
     xcb_connection_t *connection;
     xcb_window_t root;
+    ReleaseLedger &ledger;
     std::vector<std::uint8_t> mapping; ///< The meaning of button 1, of button 2, ...
     bool isMappingStale = true;
     std::vector<HeldButton> heldButtons; ///< A button at most once.

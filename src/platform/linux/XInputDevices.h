@@ -11,8 +11,9 @@ struct xcb_connection_t;
 
 namespace platform {
 
-/// The X server keeps one keyboard for all that its XTEST extension presses.
+/// The X server keeps one keyboard and one pointer for all that its XTEST extension presses.
 inline constexpr std::string_view xtestKeyboardName = "Virtual core XTEST keyboard";
+inline constexpr std::string_view xtestPointerName = "Virtual core XTEST pointer";
 
 /// Number of the input device with that name; nothing when there is none or the server has no
 /// XInput 2. A few round trips.

@@ -48,7 +48,9 @@ std::unique_ptr<EventServices> makeEventServices()
             "XTEST "
             "or the XKEYBOARD extension. Switch them on in its configuration and log in again."));
     }
-    return std::make_unique<X11EventServices>(std::move(display));
+    auto services = std::make_unique<X11EventServices>(std::move(display));
+    services->startGuard();
+    return services;
 }
 
 } // namespace platform

@@ -14,12 +14,15 @@ target_sources(vornaserver PRIVATE
   platform/linux/DesktopNotifications.cpp
   platform/linux/DisplayAccess.cpp
   platform/linux/ExecLine.cpp
+  platform/linux/InputGuard.cpp
   platform/linux/KeyFile.cpp
   platform/linux/KeySigns.cpp
   platform/linux/ModifierTracker.cpp
   platform/linux/NullEventServices.cpp
+  platform/linux/ReleaseLedger.cpp
   platform/linux/SessionStart.cpp
   platform/linux/SettingsFile.cpp
+  platform/linux/SharedHeldInput.cpp
   platform/linux/Sockets.cpp
   platform/linux/StatusNotifierHosts.cpp
   platform/linux/TrayHost.cpp
@@ -45,3 +48,16 @@ target_sources(vornaserver PRIVATE
 target_link_libraries(vornaserver
   PUBLIC Qt6::DBus PkgConfig::DNS_SD
   PRIVATE PkgConfig::XCB PkgConfig::XKBCOMMON)
+
+# The guard of the keys, a program of its own without the toolkit.
+set(VORNA_GUARD_NAME VornaServer-guard)
+file(RELATIVE_PATH guard_folder ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBEXECDIR})
+set_source_files_properties(platform/linux/InputGuard.cpp PROPERTIES COMPILE_DEFINITIONS
+  "VORNA_GUARD_NAME=\"${VORNA_GUARD_NAME}\";VORNA_GUARD_FOLDER=\"${guard_folder}\"")
+add_executable(${VORNA_GUARD_NAME}
+  platform/linux/InputGuardProgram.cpp
+  platform/linux/XInputDevices.cpp)
+set_target_properties(${VORNA_GUARD_NAME} PROPERTIES AUTOMOC OFF AUTORCC OFF)
+target_include_directories(${VORNA_GUARD_NAME} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+target_link_libraries(${VORNA_GUARD_NAME} PRIVATE PkgConfig::XCB vorna_flags)
+target_link_options(${VORNA_GUARD_NAME} PRIVATE LINKER:--as-needed)

@@ -2,13 +2,16 @@
 // SPDX-License-Identifier: MIT
 
 #include "lib/AnswerReader.h"
+#include "lib/AnswerScanner.h"
 #include "net/TokenText.h"
 
+#include <QElapsedTimer>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 using quillmote::Answer;
 using quillmote::AnswerReader;
+using quillmote::AnswerScanner;
 using quillmote::Confirmation;
 
 class tst_AnswerReader : public QObject
@@ -26,6 +29,10 @@ private slots:
     void takesAnAnswerWhoseLastBraceComesAlone();
     void knowsGarbage();
     void moreThanTheMaximumIsGarbage();
+    void anyBytesTakeTimeInProportion_data();
+    void anyBytesTakeTimeInProportion();
+    void moreEntriesThanAServerRemembersAreGarbage();
+    void moreItemsThanAnyListHasAreGarbage();
     void anUnfinishedAnswerIsNone_data();
     void anUnfinishedAnswerIsNone();
     void tellsResponseParametersAndTag();
@@ -160,6 +167,68 @@ void tst_AnswerReader::moreThanTheMaximumIsGarbage()
     QVERIFY(!reader.take().has_value());
     QVERIFY(!reader.isGarbage());
     reader.append("x");
+    QVERIFY(!reader.take().has_value());
+    QVERIFY(reader.isGarbage());
+}
+
+void tst_AnswerReader::anyBytesTakeTimeInProportion_data()
+{
+    QTest::addColumn<QByteArray>("repeated");
+    QTest::addColumn<qsizetype>("pieceSize");
+    constexpr qsizetype all = 800'000;
+    constexpr qsizetype packet = 1'000;
+    const QByteArrayList patterns = {"\";a ", "\";}x",  "\";} ",   "\" );a ", " =",
+                                     "}{ ",   "\";a =", "\";a = ", "();}",    "{}{ "};
+    for (const QByteArray &pattern : patterns) {
+        QTest::addRow("%s at once", pattern.constData()) << pattern << all;
+        QTest::addRow("%s in packets", pattern.constData()) << pattern << packet;
+    }
+}
+
+/// In proportion to the square it would take minutes. What may be the end of an answer comes last.
+void tst_AnswerReader::anyBytesTakeTimeInProportion()
+{
+    QFETCH(QByteArray, repeated);
+    QFETCH(qsizetype, pieceSize);
+    for (const QByteArray &beginning : {QByteArray("{a = \""), QByteArray("{a = (\"")}) {
+        const QByteArray stream = beginning + repeated.repeated(800'000 / repeated.size()) + ";}x";
+        QElapsedTimer timer;
+        timer.start();
+        AnswerReader reader;
+        for (qsizetype at = 0; at < stream.size(); at += pieceSize) {
+            reader.append(stream.mid(at, pieceSize));
+            while (reader.take()) {
+            }
+            QVERIFY2(timer.elapsed() < 5'000, QByteArray::number(at).constData());
+        }
+    }
+}
+
+void tst_AnswerReader::moreEntriesThanAServerRemembersAreGarbage()
+{
+    QByteArray stream = "{";
+    for (qsizetype number = 0; number < AnswerScanner::maximumEntries; ++number) {
+        stream += QByteArray::number(number) + " = \"\";";
+    }
+    AnswerReader reader;
+    reader.append(stream + '}');
+    QVERIFY(!reader.isGarbage());
+    const auto answer = reader.take();
+    QVERIFY(answer.has_value());
+    QCOMPARE(answer->entries.size(), AnswerScanner::maximumEntries);
+    reader.append(stream + "more = \"\";}");
+    QVERIFY(!reader.take().has_value());
+    QVERIFY(reader.isGarbage());
+}
+
+void tst_AnswerReader::moreItemsThanAnyListHasAreGarbage()
+{
+    const QByteArray items =
+        QByteArray("x\", \"").repeated(AnswerScanner::maximumItems / 2 - 1) + 'x';
+    AnswerReader reader;
+    reader.append("{a = (\"" + items + "\" );b = (\"" + items + "\" );}");
+    QVERIFY(reader.take().has_value());
+    reader.append("{a = (\"" + items + "\" );b = (\"" + items + "\" );c = (\"x\" );}");
     QVERIFY(!reader.take().has_value());
     QVERIFY(reader.isGarbage());
 }

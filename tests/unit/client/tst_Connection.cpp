@@ -141,6 +141,9 @@ private slots:
     void aServerThatClosesAtOnceIsLost();
     void aServerThatClosesAmidRequestsFailsThemAll();
     void anEndlessAnswerTimesOut();
+    void whateverTheServerSendsTheTimeIsKept_data();
+    void whateverTheServerSendsTheTimeIsKept();
+    void aFileThatTheServerAsksForAgainAndAgainTimesOut();
     void whatTheWireCannotCarryIsRefusedAndTheRestGoesOn();
     void noServerIsLost();
     void anAnswerToSomethingElseConfirmsNoKey();
@@ -339,6 +342,63 @@ void tst_Connection::anEndlessAnswerTimesOut()
     };
     QVERIFY(openConnection());
     QCOMPARE(ask(Request::openUrl(u"a"_s)).kind, Kind::TimedOut);
+}
+
+void tst_Connection::whateverTheServerSendsTheTimeIsKept_data()
+{
+    QTest::addColumn<QByteArray>("beginning");
+    QTest::addColumn<QByteArray>("repeated");
+    QByteArray retries;
+    for (int tag = 1; tag <= 50'000; ++tag) {
+        retries += "{}{ question = \"" + QByteArray::number(tag) + "\";}";
+    }
+    QTest::newRow("endings of texts") << QByteArray("{a = \"") << QByteArray("\";a ");
+    QTest::newRow("endings of lists") << QByteArray("{a = (\"") << QByteArray("\" );a ");
+    QTest::newRow("ends of answers") << QByteArray("{a = \"") << QByteArray("\";}x");
+    QTest::newRow("calls for another try") << QByteArray("{") << retries.sliced(1);
+}
+
+/// For ever, in pieces of 1.6 MB, as fast as they are taken.
+void tst_Connection::whateverTheServerSendsTheTimeIsKept()
+{
+    QFETCH(QByteArray, beginning);
+    QFETCH(QByteArray, repeated);
+    const QByteArray piece = repeated.repeated(1'600'000 / repeated.size() + 1) + ";}x";
+    server->onConnected = [&](QTcpSocket &socket) {
+        socket.write(beginning + piece);
+        connect(&socket, &QTcpSocket::bytesWritten, &socket, [&] {
+            if (socket.bytesToWrite() < piece.size()) {
+                socket.write(piece);
+            }
+        });
+    };
+    connection->setTimeout(500ms);
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(openConnection());
+    QVERIFY(ask(Request::key(u"A"_s)).kind != Kind::Done);
+    QVERIFY2(timer.elapsed() < 5'000, QByteArray::number(timer.elapsed()).constData());
+}
+
+void tst_Connection::aFileThatTheServerAsksForAgainAndAgainTimesOut()
+{
+    connection->setTimeout(500ms);
+    QTimer again;
+    server->onRead = [&](QTcpSocket &socket, const QByteArray &) {
+        connect(&again, &QTimer::timeout, &socket, [&socket] {
+            socket.write(R"({quillmote = "5";serverResponse = "START_BINARY_TRANSFER";})");
+        });
+        again.start(50);
+    };
+    QVERIFY(openConnection());
+    const auto body = std::make_shared<QBuffer>();
+    body->setData(QByteArray(1'000, 'b'));
+    QVERIFY(body->open(QIODevice::ReadOnly));
+    std::optional<Outcome> end;
+    connection->sendFile("{ announcement }", 5, body, 1'000, {},
+                         [&](const Outcome &outcome) { end = outcome; });
+    QTRY_VERIFY_WITH_TIMEOUT(end.has_value(), 10'000);
+    QCOMPARE(end->kind, Kind::TimedOut);
 }
 
 void tst_Connection::whatTheWireCannotCarryIsRefusedAndTheRestGoesOn()

@@ -1,0 +1,87 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+// Kills the server amid floods of keys and clicks, again and again, and counts how often a key or
+// button is still down two seconds later. Exit status 1 when one ever is.
+//
+// Needs VORNA_SERVER (the server's executable). The argument is how often; 1000 without one.
+
+#include "support/DesktopSession.h"
+#include "support/Handheld.h"
+#include "support/InputWatcher.h"
+#include "support/ServerProcess.h"
+#include "support/Typist.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <random>
+#include <vector>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+QByteArray click(const char *code)
+{
+    return commandText("MOUSE_CMD", {{"fncCommand", code}});
+}
+
+/// Whoever is killed may leave the pointer's button down; the next round begins with nothing.
+void letGo(InputWatcher &watcher)
+{
+    for (const int keycode : watcher.keysDown())
+        QProcess::execute("xdotool", {"keyup", QString::number(keycode)});
+    for (const char *button : {"1", "2", "3"})
+        QProcess::execute("xdotool", {"mouseup", button});
+}
+
+/// Whether the killed server has left something down.
+bool isLeftDown(const DesktopSession &session, std::mt19937 &random)
+{
+    ServerProcess server(session);
+    const quint16 port = server.port();
+    if (port == 0) {
+        std::fprintf(stderr, "no server: %s\n", server.errorText().constData());
+        std::exit(2);
+    }
+    InputWatcher watcher(session.display());
+    std::vector<std::unique_ptr<Typist>> typists;
+    for (const QByteArray &token : {keyCommand("Cmd+Alt+Shift+A"), keyCommand("Shift+B"),
+                                    keyCommand("C"), click("0"), click("1")})
+        typists.push_back(std::make_unique<Typist>(port, token));
+    std::this_thread::sleep_for(std::chrono::microseconds(20'000 + random() % 180'000));
+    server.end(SIGKILL);
+    typists.clear();
+    const bool isUp = waitUntil([&] { return watcher.isNothingDown(); }, 2s, 5ms);
+    if (!isUp)
+        letGo(watcher);
+    return !isUp;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    const int rounds = argc > 1 ? std::atoi(argv[1]) : 1000;
+    const DesktopSession session;
+    if (!session.problem().isEmpty()) {
+        std::fprintf(stderr, "%s\n", session.problem().constData());
+        return 2;
+    }
+    qputenv("DISPLAY", session.display().toLatin1());
+    std::mt19937 random(1);
+    int left = 0;
+    for (int round = 1; round <= rounds; ++round) {
+        left += isLeftDown(session, random) ? 1 : 0;
+        if (round % 50 == 0 || round == rounds) {
+            std::printf("%d kills, %d with a key or button left down\n", round, left);
+            std::fflush(stdout);
+        }
+    }
+    return left == 0 ? 0 : 1;
+}

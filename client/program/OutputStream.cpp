@@ -1,0 +1,35 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "program/OutputStream.h"
+
+#include "lib/PrintableText.h"
+
+#include <unistd.h>
+
+namespace {
+
+void put(FILE *stream, const QByteArray &bytes)
+{
+    fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
+    fflush(stream);
+}
+
+} // namespace
+
+bool OutputStream::isTerminal() const
+{
+    return isatty(fileno(stream)) == 1;
+}
+
+void OutputStream::write(const QString &text) const
+{
+    put(stream, (isTerminal() ? quillmote::printableLines(text) : text).toUtf8());
+}
+
+void OutputStream::control(const char *sequence) const
+{
+    if (isTerminal()) {
+        put(stream, sequence);
+    }
+}

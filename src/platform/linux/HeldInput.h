@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <array>
+#include <atomic>
+
+namespace platform {
+
+/// The keys and buttons that the server has pressed and not yet released, in memory that it shares
+/// with its guard. It begins with nothing held: every byte is 0.
+///
+/// A key counts as held from before its press is sent until the X server has dealt with its
+/// release, so at any moment the memory names at least what is down because of the server.
+struct HeldInput
+{
+    using Flags = std::array<std::atomic<bool>, 256>;
+
+    Flags keys;    ///< By key code.
+    Flags buttons; ///< By number.
+};
+
+// Two processes look at it, so a lock inside would be nobody's.
+static_assert(std::atomic<bool>::is_always_lock_free);
+static_assert(sizeof(HeldInput) == 512);
+
+} // namespace platform

@@ -1,0 +1,296 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+// What the server's guard does when the server is killed amid its keys, and when nothing is wrong.
+
+#include "platform/linux/XcbHandles.h"
+#include "support/InputWatcher.h"
+#include "support/PhysicalKeyboard.h"
+#include "support/ProcessMemory.h"
+#include "support/ServerScene.h"
+#include "support/Typist.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTest>
+
+#include <sys/types.h>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+// Key codes of every keyboard of a PC.
+constexpr int KeyZ = 52;
+constexpr int KeyX = 53;
+
+/// Devices that press keys, or click, as fast as the server takes it. A click asks the X server
+/// where the pointer is, so that nothing piles up there.
+class Typists
+{
+public:
+    enum Kind { Keys, Clicks };
+
+    Typists(quint16 port, Kind kind)
+    {
+        const QByteArrayList keys = {keyCommand("Cmd+Alt+Shift+A"), keyCommand("Shift+B"),
+                                     keyCommand("Ctrl+C"), keyCommand("Alt+D")};
+        const QByteArrayList clicks = {click("0"), click("1"), keyCommand("Shift+B")};
+        for (const QByteArray &token : kind == Keys ? keys : clicks)
+            m_typists.push_back(std::make_unique<Typist>(port, token));
+    }
+
+private:
+    static QByteArray click(const char *code)
+    {
+        return commandText("MOUSE_CMD", {{"fncCommand", code}});
+    }
+
+    std::vector<std::unique_ptr<Typist>> m_typists;
+};
+
+/// The process that the server has started; 0 when there is none.
+pid_t guardOf(qint64 server)
+{
+    QFile children(u"/proc/%1/task/%1/children"_s.arg(server));
+    if (!children.open(QIODevice::ReadOnly))
+        return 0;
+    for (const QByteArray &child : children.readAll().split(' ')) {
+        QFile name("/proc/" + child.trimmed() + "/comm");
+        if (name.open(QIODevice::ReadOnly) && name.readAll().startsWith("VornaServer-gua"))
+            return child.trimmed().toInt();
+    }
+    return 0;
+}
+
+/// Whether the process runs no longer; whoever is to take note of its end may not have done so.
+bool hasEnded(pid_t process)
+{
+    QFile file(u"/proc/%1/stat"_s.arg(process));
+    return !file.open(QIODevice::ReadOnly) || file.readAll().contains(") Z ");
+}
+
+QStringList descriptorsOf(pid_t process)
+{
+    QStringList targets;
+    const QDir folder(u"/proc/%1/fd"_s.arg(process));
+    for (const QFileInfo &descriptor :
+         folder.entryInfoList(QDir::Files | QDir::System | QDir::NoDotAndDotDot))
+        targets += descriptor.symLinkTarget().section(u'/', -1).section(u':', 0, 0);
+    targets.sort();
+    return targets;
+}
+
+} // namespace
+
+class tst_InputGuard : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void whatIsDownAtAKillIsReleased_data();
+    void whatIsDownAtAKillIsReleased();
+    void killsAmidFloodsLeaveNothingDown();
+    void aKillWhileTheDisplayIsBusyLeavesNothingDown();
+    void whatOthersHoldStaysDown();
+    void theGuardEndsWithTheServer_data();
+    void theGuardEndsWithTheServer();
+    void theGuardEndsWithTheDisplay();
+    void theGuardStaysWhileTheServerRuns();
+    void theGuardKeepsNothingOfTheServer();
+    void aServerWithoutAGuardServes();
+
+private:
+    bool start();
+
+    std::unique_ptr<ServerScene> m_scene;
+    pid_t m_guard = 0;
+};
+
+void tst_InputGuard::init()
+{
+    m_scene = std::make_unique<ServerScene>();
+    QCOMPARE(m_scene->session().problem(), QByteArray());
+}
+
+void tst_InputGuard::cleanup()
+{
+    m_scene.reset();
+}
+
+bool tst_InputGuard::start()
+{
+    m_scene->launch();
+    if (m_scene->port() == 0)
+        return false;
+    m_guard = guardOf(m_scene->server().processId());
+    // Until it has a socket it does not know the display.
+    return m_guard != 0 && waitUntil([&] { return descriptorsOf(m_guard).contains("socket"); });
+}
+
+void tst_InputGuard::whatIsDownAtAKillIsReleased_data()
+{
+    QTest::addColumn<bool>("isGrabbed");
+    QTest::newRow("as usual") << false;
+    QTest::newRow("while a program has the display for itself") << true;
+}
+
+/// By a program that holds keys and a button with the server's own adapter.
+void tst_InputGuard::whatIsDownAtAKillIsReleased()
+{
+    QFETCH(bool, isGrabbed);
+    InputWatcher watcher(m_scene->session().display());
+    ChildProcess holder;
+    holder.setProcessEnvironment(m_scene->session().environment());
+    holder.start(QStringLiteral(HELD_KEYS), {});
+    QVERIFY(holder.waitForStarted());
+    QVERIFY(waitUntil([&] {
+        return watcher.keysDown().size() == 3 && (watcher.pointerMask() & XCB_BUTTON_MASK_1) != 0;
+    }));
+    const pid_t guard = guardOf(holder.processId());
+    QVERIFY(guard != 0);
+    QVERIFY(waitUntil([&] { return descriptorsOf(guard).contains("socket"); }));
+    const XcbConnection other(
+        xcb_connect(m_scene->session().display().toLatin1().constData(), nullptr));
+    if (isGrabbed) {
+        const auto cookie = xcb_grab_server_checked(other.get());
+        QVERIFY(xcb_request_check(other.get(), cookie) == nullptr);
+    }
+    holder.kill();
+    QVERIFY(waitUntil([&] { return hasEnded(guard); }));
+    xcb_ungrab_server(other.get());
+    xcb_flush(other.get());
+    QVERIFY(m_scene->waitUntilNothingIsHeld());
+}
+
+/// Some of them would.
+void tst_InputGuard::killsAmidFloodsLeaveNothingDown()
+{
+    constexpr int Rounds = 16;
+    for (int round = 0; round < Rounds; ++round) {
+        QVERIFY(start());
+        InputWatcher watcher(m_scene->session().display());
+        Typists typists(m_scene->port(), round % 3 == 2 ? Typists::Clicks : Typists::Keys);
+        QVERIFY(waitUntil([&] { return watcher.raw().size() > 20; }));
+        QTest::qWait(7 * round % 50);
+        m_scene->server().end(SIGKILL);
+        QVERIFY2(m_scene->waitUntilNothingIsHeld(), QByteArray::number(round).constData());
+    }
+}
+
+/// The X server finds many keys waiting and drops most of them, since nobody is left to take its
+/// reports: amid a shortcut more often than not.
+void tst_InputGuard::aKillWhileTheDisplayIsBusyLeavesNothingDown()
+{
+    constexpr int Rounds = 10;
+    for (int round = 0; round < Rounds; ++round) {
+        QVERIFY(start());
+        InputWatcher watcher(m_scene->session().display());
+        const Typists typists(m_scene->port(), Typists::Keys);
+        QVERIFY(waitUntil([&] { return watcher.raw().size() > 20; }));
+        m_scene->mutableSession().xServer().halt();
+        QTest::qWait(500);
+        m_scene->server().end(SIGKILL);
+        m_scene->mutableSession().xServer().resume();
+        QVERIFY2(m_scene->waitUntilNothingIsHeld(), QByteArray::number(round).constData());
+    }
+}
+
+/// The server types the same keys before.
+void tst_InputGuard::whatOthersHoldStaysDown()
+{
+    QVERIFY(start());
+    InputWatcher watcher(m_scene->session().display());
+    PhysicalKeyboard user(m_scene->session().display());
+    Handheld handheld(m_scene->port());
+    for (const char *key : {"Z", "X", "Z", "X"})
+        QVERIFY(handheld.send(keyCommand(key)) && handheld.waitUntilRead());
+    QVERIFY(handheld.isServed());
+    QVERIFY(waitUntil([&] { return watcher.raw().size() >= 8; }));
+    // The server learns of the releases when it looks at what the display has answered.
+    QVERIFY(m_scene->server().processorShare(200ms) < 1000);
+
+    user.press(KeyZ);
+    QVERIFY(m_scene->user().holdKey(QString::number(KeyX)));
+    QVERIFY(waitUntil([&] { return watcher.keysDown() == std::vector<int>({KeyZ, KeyX}); }));
+    m_scene->server().end(SIGKILL);
+    QVERIFY(waitUntil([&] { return hasEnded(m_guard); }));
+    QCOMPARE(watcher.keysDown(), std::vector<int>({KeyZ, KeyX}));
+    user.release(KeyZ);
+    QVERIFY(m_scene->user().releaseKey(QString::number(KeyX)));
+    QVERIFY(m_scene->waitUntilNothingIsHeld());
+}
+
+void tst_InputGuard::theGuardEndsWithTheServer_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::newRow("in order") << SIGTERM;
+    QTest::newRow("killed") << SIGKILL;
+}
+
+void tst_InputGuard::theGuardEndsWithTheServer()
+{
+    QFETCH(int, signal);
+    QVERIFY(start());
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(m_scene->server().end(signal).has_value(), signal == SIGTERM);
+    QVERIFY(waitUntil([&] { return hasEnded(m_guard); }));
+    qInfo("Ended %lld ms after the signal.", static_cast<long long>(timer.elapsed()));
+    QCOMPARE(m_scene->server().complaints(), QByteArray());
+}
+
+void tst_InputGuard::theGuardEndsWithTheDisplay()
+{
+    QVERIFY(start());
+    m_scene->mutableSession().endDisplay();
+    QCOMPARE(m_scene->server().waitForEnd(), 1);
+    QVERIFY(waitUntil([&] { return hasEnded(m_guard); }));
+}
+
+void tst_InputGuard::theGuardStaysWhileTheServerRuns()
+{
+    QVERIFY(start());
+    for (const int asking : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGUSR1})
+        QCOMPARE(::kill(m_guard, asking), 0);
+    Handheld handheld(m_scene->port());
+    QVERIFY(handheld.send(keyCommand("A")) && handheld.waitUntilRead());
+    QVERIFY(handheld.isServed());
+    QTest::qWait(1'500); // longer than it waits for anything
+    QVERIFY(!hasEnded(m_guard));
+    QCOMPARE(m_scene->server().end(), 0);
+    QVERIFY(waitUntil([&] { return hasEnded(m_guard); }));
+}
+
+void tst_InputGuard::theGuardKeepsNothingOfTheServer()
+{
+    QVERIFY(start());
+    const QStringList expected = {"memfd", "null", "null", "null", "pipe", "socket"};
+    QStringList names = descriptorsOf(m_guard);
+    for (QString &name : names)
+        name = name.section(u' ', 0, 0);
+    QCOMPARE(names, expected);
+    qInfo("The guard has %lld KiB in memory.",
+          static_cast<long long>(ProcessMemory::resident(m_guard) / 1024));
+}
+
+void tst_InputGuard::aServerWithoutAGuardServes()
+{
+    QVERIFY(start());
+    QCOMPARE(::kill(m_guard, SIGKILL), 0);
+    QVERIFY(waitUntil([&] { return hasEnded(m_guard); }));
+    InputWatcher watcher(m_scene->session().display());
+    Handheld handheld(m_scene->port());
+    QVERIFY(handheld.send(keyCommand("A")));
+    QVERIFY(waitUntil([&] { return watcher.raw().size() >= 2; }));
+    QVERIFY(m_scene->waitUntilNothingIsHeld());
+    QCOMPARE(m_scene->server().end(), 0);
+}
+
+QTEST_GUILESS_MAIN(tst_InputGuard)
+#include "tst_InputGuard.moc"

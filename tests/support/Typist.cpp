@@ -1,0 +1,27 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "Typist.h"
+
+#include "Handheld.h"
+
+using namespace std::chrono_literals;
+
+Typist::Typist(quint16 port, const QByteArray &token)
+    : m_thread([this, port, token] { run(port, token); })
+{
+}
+
+void Typist::stop()
+{
+    m_isOver = true;
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+void Typist::run(quint16 port, const QByteArray &token)
+{
+    Handheld handheld(port);
+    while (!m_isOver && handheld.send(token))
+        std::this_thread::sleep_for(100us);
+}
