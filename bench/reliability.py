@@ -29,6 +29,8 @@ FAULTS = [
      "tst_Load", ["filesBeyondTheDescriptorsAreNotOpened"]),
     ("connections come and go while descriptors are short", "none of the reserve is used up",
      "tst_Load", ["connectionsThatComeAndGoDoNotUseUpTheReserve"]),
+    ("a client that connects and leaves without a pause", "others are served meanwhile",
+     "tst_Load", ["connectionsThatComeAndGoHoldNobodyUp"]),
     ("2,000 clients at once", "all are answered", "tst_Load", ["aCrowdIsServed"]),
     ("3,000 connections one after another", "no descriptor is left, memory settles",
      "tst_Load", ["connectionsOneAfterAnotherLeaveNothing"]),
