@@ -4,16 +4,35 @@
 #include "net/DescriptorBudget.h"
 
 #include "platform/DescriptorLimit.h"
-#include "support/DescriptorLimit.h"
-
 #include <QTest>
 
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
+
+/// While it lives, this process may have only so many more descriptors, beside those that it has,
+/// whatever their numbers are.
+class Room
+{
+public:
+    explicit Room(int more)
+    {
+        getrlimit(RLIMIT_NOFILE, &before);
+        const auto most = static_cast<rlim_t>(platform::countOpenDescriptors() + more);
+        const rlimit lowered{most, before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &lowered);
+    }
+    ~Room() { setrlimit(RLIMIT_NOFILE, &before); }
+    Room(const Room &) = delete;
+    Room &operator=(const Room &) = delete;
+
+private:
+    rlimit before{};
+};
 
 /// Of the null device.
 class OpenDescriptors
@@ -65,7 +84,7 @@ void tst_DescriptorBudget::connectionsLeaveRoomForFiles()
 {
     DescriptorBudget budget;
     budget.countOthers();
-    const DescriptorLimit limit(66);
+    const Room room(66);
     QVERIFY(budget.hasRoomForConnections(2));
     QVERIFY(!budget.hasRoomForConnections(3));
     const DescriptorBudget::Lease one(budget);
@@ -78,7 +97,7 @@ void tst_DescriptorBudget::filesLeaveRoomForTheRest()
 {
     DescriptorBudget budget;
     budget.countOthers();
-    const DescriptorLimit limit(50);
+    const Room room(50);
     const DescriptorBudget::Lease one(budget);
     QVERIFY(budget.hasRoomForFile());
     const DescriptorBudget::Lease two(budget);
@@ -89,7 +108,7 @@ void tst_DescriptorBudget::aLeaseThatEndsMakesRoom()
 {
     DescriptorBudget budget;
     budget.countOthers();
-    const DescriptorLimit limit(49);
+    const Room room(49);
     DescriptorBudget::Lease kept(budget);
     QVERIFY(!budget.hasRoomForFile());
     kept = {};
@@ -104,7 +123,7 @@ void tst_DescriptorBudget::aLeaseThatEndsMakesRoom()
 void tst_DescriptorBudget::whatIsOpenForOtherPurposesCounts()
 {
     DescriptorBudget budget;
-    const DescriptorLimit limit(60);
+    const Room room(60);
     const OpenDescriptors taken(5);
     const OpenDescriptors others(10);
     const std::vector<DescriptorBudget::Lease> leases = [&budget] {
