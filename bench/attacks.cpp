@@ -184,8 +184,9 @@ void stores()
             time.start();
             while (isConnected && time.elapsed() < seconds * 1000) {
                 isConnected = device.send(serverInfo(), 20s);
-                while (isConnected && device.hasUnreadAnswer())
-                    isConnected = device.throwUnreadAway();
+                isConnected = isConnected && device.throwUnreadAway();
+                // The server shall be busy, not this side of the same machine.
+                std::this_thread::sleep_for(2ms);
             }
             ended += !isConnected;
         });
@@ -223,8 +224,10 @@ void clipboard(qint64 size, int devices)
         QStringLiteral("%1 devices ask for a clipboard of %2 MiB")
             .arg(devices)
             .arg(size / Mebibyte),
-        fits ? QStringLiteral("the text is in memory once; others wait 20 ms at most")
-             : QStringLiteral("all are answered ERROR, within a second; others wait 20 ms at most"),
+        fits ? QStringLiteral("the text is in memory once; another's answer within 20 ms (99th "
+                              "percentile)")
+             : QStringLiteral("all are answered ERROR; another's answer within 20 ms (99th "
+                              "percentile)"),
         QStringLiteral("%1 OK, %2 ERROR, memory %3 MiB more at most; others' 99th percentile %4, "
                        "longest %5")
             .arg(responses[QStringLiteral("OK")])
@@ -232,7 +235,7 @@ void clipboard(qint64 size, int devices)
             .arg(target.growth())
             .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
         responses[fits ? QStringLiteral("OK") : QStringLiteral("ERROR")] == devices &&
-            target.growth() < 200 && times.atShare(1) < 20);
+            target.growth() < 200 && times.atShare(0.99) < 20);
 }
 
 void clipboards()

@@ -103,4 +103,5 @@ private:
     int acceptedInTurn = 0;
     bool areDescriptorsScarce = false;          // until a connection ends
     std::weak_ptr<const SharedText> latestText; // of the clipboard, as a connection holds it
+    QString foundText;                          // that latestText was found equal to in this turn
 };

@@ -130,11 +130,16 @@ void Server::serveClipboardRequest(ClientHandler &client)
 std::shared_ptr<const SharedText> Server::shared(const QString &text)
 {
     std::shared_ptr<const SharedText> latest = latestText.lock();
-    const bool isSame =
-        latest && (latest->content.constData() == text.constData() || latest->content == text);
-    if (!isSame) {
+    const bool isFoundSame = !text.isEmpty() && foundText.constData() == text.constData();
+    if (!latest || !(isFoundSame || latest->content == text)) {
         latest = std::make_shared<const SharedText>(resources.memory, text);
         latestText = latest;
+    }
+    if (!isFoundSame) {
+        // Comparing a long text takes milliseconds, and all who wait get this one now.
+        foundText = text;
+        QMetaObject::invokeMethod(
+            this, [this] { foundText = QString(); }, Qt::QueuedConnection);
     }
     return latest;
 }

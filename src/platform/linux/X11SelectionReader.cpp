@@ -23,8 +23,9 @@ namespace {
 /// How long the owner of the clipboard may take.
 constexpr auto ownerPatience = 1s;
 
-/// What is asked of the X server at once, in bytes: about a millisecond's work.
-constexpr uint32_t readSize = 1024 * 1024;
+/// What is asked of the X server at once, and what is read before other parts of the program have
+/// their turn, in bytes: less than two milliseconds' work.
+constexpr uint32_t readSize = 256 * 1024;
 
 /// Events that are handled before other parts of the program have their turn: an owner may send
 /// them faster than they are handled.
@@ -103,7 +104,8 @@ void X11SelectionReader::convert(xcb_atom_t wanted, Step next)
 
 void X11SelectionReader::readEvents()
 {
-    for (int count = 0; count < eventsInTurn; ++count) {
+    const qsizetype before = receivedBytes;
+    for (int count = 0; count < eventsInTurn && receivedBytes < before + readSize; ++count) {
         const XcbOwned<xcb_generic_event_t> event(xcb_poll_for_event(connection.get()));
         if (!event) {
             return;
