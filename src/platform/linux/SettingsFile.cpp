@@ -3,11 +3,14 @@
 
 #include "platform/SettingsFile.h"
 
+#include <QDateTime>
+#include <QDeadlineTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <chrono>
 #include <cstdio>
@@ -18,6 +21,8 @@ namespace platform {
 namespace {
 
 constexpr std::chrono::milliseconds longestWait(2'000);
+constexpr std::chrono::seconds longestLife(30);
+constexpr unsigned long lookAgain = 10; // ms
 
 void write(QSettings &settings, const std::vector<Setting> &values)
 {
@@ -27,17 +32,27 @@ void write(QSettings &settings, const std::vector<Setting> &values)
     settings.sync();
 }
 
-/// Whether the toolkit, which waits for its lock as long as that takes, will get it at once. What a
-/// program left there that has ended is removed, as is what has no living owner after 30 s.
+bool isYoung(const QFileInfo &lock)
+{
+    return lock.lastModified().secsTo(QDateTime::currentDateTime()) < longestLife.count();
+}
+
+/// Whether the toolkit, which waits for its lock as long as that takes, will get it at once. A lock
+/// that is older than 30 s and that no process holds is removed.
 bool isUnlocked(const QString &file)
 {
-    const QString name = file + u".lock"_s;
-    const QFileInfo place(name);
-    if (place.exists() && !place.isFile()) {
+    const QDeadlineTimer patience(longestWait);
+    QFileInfo place(file + u".lock"_s);
+    // The toolkit would remove a young one, too, whose owner seems to be gone.
+    while (place.exists() && place.isFile() && isYoung(place) && !patience.hasExpired()) {
+        QThread::msleep(lookAgain);
+        place.refresh();
+    }
+    if (place.exists() && (!place.isFile() || isYoung(place))) {
         return false; // To look into a named pipe is to wait.
     }
-    QLockFile lock(name);
-    return lock.tryLock(static_cast<int>(longestWait.count())) ||
+    QLockFile lock(place.filePath());
+    return lock.tryLock(static_cast<int>(patience.remainingTime())) ||
            lock.error() != QLockFile::LockFailedError;
 }
 

@@ -6,10 +6,12 @@
 
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QTest>
 
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -68,6 +70,7 @@ private slots:
     void aLockIsNotWaitedForLong_data();
     void aLockIsNotWaitedForLong();
     void withoutAFileALockIsNotWaitedForLong();
+    void aYoungLockOfAnEndedProcessStays();
     void anOldLockIsRemoved();
     void anOldLockThatIsHeldStays();
     void aLinkStaysALink();
@@ -142,6 +145,24 @@ void tst_StoreSettings::withoutAFileALockIsNotWaitedForLong()
     platform::storeSettings({{"b", QVariant(2)}});
     QVERIFY(time.elapsed() < 6'000);
     QCOMPARE(contentOf(settingsFile()), QByteArray("[General]\nb=2\n"));
+}
+
+void tst_StoreSettings::aYoungLockOfAnEndedProcessStays()
+{
+    writeFile(settingsFile(), "[General]\nother=5\n");
+    const pid_t process = fork();
+    if (process == 0) {
+        // Ends without giving it back.
+        _exit((new QLockFile(lockFile()))->tryLock(0) ? 0 : 1);
+    }
+    int status = -1;
+    QCOMPARE(waitpid(process, &status, 0), process);
+    QCOMPARE(status, 0);
+    const QByteArray lock = contentOf(lockFile());
+    QVERIFY(!lock.isEmpty());
+    platform::storeSettings({{"b", QVariant(2)}});
+    QCOMPARE(contentOf(lockFile()), lock);
+    QCOMPARE(contentOf(settingsFile()), QByteArray("[General]\nb=2\nother=5\n"));
 }
 
 void tst_StoreSettings::anOldLockIsRemoved()
