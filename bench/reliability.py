@@ -127,6 +127,8 @@ FAULTS = [
                            "serverSurvivesTheDaemonAndIsFoundAgainWhenItIsBack"]),
     ("the clock is set back by ten years", "served on at less than 5 % of a core",
      "tst_Faults", ["clockSetBackIsSurvived"]),
+    ("the power is cut at any step of writing the settings",
+     "they are the old ones or the new ones", "tst_PowerCut", ["settingsAreTheOldOrTheNew"]),
     ("settings that are garbage, unreadable or a folder; a home that is missing or goes",
      "the server starts and serves",
      "tst_SettingsFile", ["garbageIsSurvived", "unreadableFileIsSurvived",

@@ -1,0 +1,153 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "platform/SettingsFile.h"
+#include "support/PrivateHome.h"
+
+#include <QFileInfo>
+#include <QTest>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <memory>
+#include <set>
+
+namespace {
+
+/// What reaches the disk while settings are written: from one step on nothing does, and of files
+/// that were not synchronised by then nothing is left.
+struct Disk
+{
+    bool isWatched = false;
+    int stepsLeft = 0; ///< until the power is cut
+    int steps = 0;     ///< done or lost
+    std::set<int> unsynchronised;
+
+    /// Whether the next step still happens.
+    bool takesStep()
+    {
+        if (!isWatched) {
+            return true;
+        }
+        ++steps;
+        if (stepsLeft == 0) {
+            return false;
+        }
+        if (--stepsLeft == 0) {
+            loseTheRest();
+        }
+        return true;
+    }
+
+    void loseTheRest()
+    {
+        for (const int descriptor : unsynchronised) {
+            [[maybe_unused]] const long result = syscall(SYS_ftruncate, descriptor, 0);
+        }
+    }
+};
+
+Disk disk;
+
+bool isFile(int descriptor)
+{
+    struct stat status
+    {
+    };
+    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+} // namespace
+
+// These take precedence over the system's library, for the toolkit too.
+
+extern "C" ssize_t write(int descriptor, const void *data, size_t size)
+{
+    if (disk.isWatched && isFile(descriptor)) {
+        // Before the step, which may be the last.
+        disk.unsynchronised.insert(descriptor);
+        if (!disk.takesStep()) {
+            return static_cast<ssize_t>(size);
+        }
+        const long written = syscall(SYS_write, descriptor, data, size);
+        if (disk.stepsLeft == 0) {
+            disk.loseTheRest();
+        }
+        return written;
+    }
+    return syscall(SYS_write, descriptor, data, size);
+}
+
+extern "C" int fdatasync(int descriptor)
+{
+    if (disk.isWatched && disk.stepsLeft > 0) {
+        disk.unsynchronised.erase(descriptor);
+    }
+    return disk.takesStep() ? static_cast<int>(syscall(SYS_fdatasync, descriptor)) : 0;
+}
+
+extern "C" int rename(const char *from, const char *to) noexcept
+{
+    return disk.takesStep() ? static_cast<int>(syscall(SYS_rename, from, to)) : 0;
+}
+
+extern "C" int linkat(int fromFolder, const char *from, int toFolder, const char *to,
+                      int flags) noexcept
+{
+    return disk.takesStep()
+               ? static_cast<int>(syscall(SYS_linkat, fromFolder, from, toFolder, to, flags))
+               : 0;
+}
+
+/// Whenever the power is cut, the settings are the old ones or the new ones.
+class tst_PowerCut : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void settingsAreTheOldOrTheNew_data();
+    void settingsAreTheOldOrTheNew();
+};
+
+void tst_PowerCut::settingsAreTheOldOrTheNew_data()
+{
+    QTest::addColumn<bool>("isLocked");
+    QTest::newRow("written by the toolkit") << false;
+    QTest::newRow("written beside a lock") << true;
+}
+
+void tst_PowerCut::settingsAreTheOldOrTheNew()
+{
+    QFETCH(bool, isLocked);
+    const QByteArray before = "[General]\nb=1\nother=5\n";
+    const QByteArray after = "[General]\nb=2\nother=5\n";
+    bool wasOld = false;
+    bool wasNew = false;
+    for (int cutBehind = 1; !wasNew; ++cutBehind) {
+        QVERIFY(cutBehind < 50);
+        const PrivateHome home;
+        const QString name = QSettings().fileName();
+        QVERIFY(QDir().mkpath(QFileInfo(name).path()));
+        QFile file(name);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(before) == before.size());
+        file.close();
+        if (isLocked) {
+            QVERIFY(QDir().mkpath(name + ".lock"));
+        }
+        disk = {true, cutBehind, 0, {}};
+        platform::storeSettings({{"b", QVariant(2)}});
+        disk.isWatched = false;
+        QVERIFY2(disk.steps >= 3, QByteArray::number(disk.steps).constData());
+        const QByteArray content = contentOf(name);
+        QVERIFY2(content == before || content == after, content.constData());
+        wasOld = wasOld || content == before;
+        wasNew = content == after;
+    }
+    QVERIFY(wasOld);
+}
+
+QTEST_GUILESS_MAIN(tst_PowerCut)
+#include "tst_PowerCut.moc"
