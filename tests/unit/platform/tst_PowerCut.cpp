@@ -12,8 +12,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <memory>
-#include <set>
+#include <map>
+#include <utility>
 
 namespace {
 
@@ -22,9 +22,40 @@ namespace {
 struct Disk
 {
     bool isWatched = false;
-    int stepsLeft = 0; ///< until the power is cut
-    int steps = 0;     ///< done or lost
-    std::set<int> unsynchronised;
+    int stepsLeft = 0;                   ///< until the power is cut
+    int steps = 0;                       ///< done or lost
+    std::map<ino_t, int> unsynchronised; ///< files, each with a descriptor of our own
+
+    void begin(int stepsUntilCut)
+    {
+        isWatched = true;
+        stepsLeft = stepsUntilCut;
+        steps = 0;
+    }
+
+    void end()
+    {
+        isWatched = false;
+        for (const auto &[file, descriptor] : std::exchange(unsynchronised, {})) {
+            close(descriptor);
+        }
+    }
+
+    void hasWritten(ino_t file, int descriptor)
+    {
+        if (unsynchronised.count(file) == 0) {
+            unsynchronised[file] = dup(descriptor);
+        }
+    }
+
+    void hasSynchronised(ino_t file)
+    {
+        const auto found = unsynchronised.find(file);
+        if (found != unsynchronised.end()) {
+            close(found->second);
+            unsynchronised.erase(found);
+        }
+    }
 
     /// Whether the next step still happens.
     bool takesStep()
@@ -44,7 +75,7 @@ struct Disk
 
     void loseTheRest()
     {
-        for (const int descriptor : unsynchronised) {
+        for (const auto &[file, descriptor] : unsynchronised) {
             [[maybe_unused]] const long result = syscall(SYS_ftruncate, descriptor, 0);
         }
     }
@@ -52,12 +83,13 @@ struct Disk
 
 Disk disk;
 
-bool isFile(int descriptor)
+/// The file's number; 0 for what is no file.
+ino_t fileOf(int descriptor)
 {
     struct stat status
     {
     };
-    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) ? status.st_ino : 0;
 }
 
 } // namespace
@@ -66,9 +98,9 @@ bool isFile(int descriptor)
 
 extern "C" ssize_t write(int descriptor, const void *data, size_t size)
 {
-    if (disk.isWatched && isFile(descriptor)) {
+    if (disk.isWatched && fileOf(descriptor) != 0) {
         // Before the step, which may be the last.
-        disk.unsynchronised.insert(descriptor);
+        disk.hasWritten(fileOf(descriptor), descriptor);
         if (!disk.takesStep()) {
             return static_cast<ssize_t>(size);
         }
@@ -84,7 +116,7 @@ extern "C" ssize_t write(int descriptor, const void *data, size_t size)
 extern "C" int fdatasync(int descriptor)
 {
     if (disk.isWatched && disk.stepsLeft > 0) {
-        disk.unsynchronised.erase(descriptor);
+        disk.hasSynchronised(fileOf(descriptor));
     }
     return disk.takesStep() ? static_cast<int>(syscall(SYS_fdatasync, descriptor)) : 0;
 }
@@ -137,9 +169,9 @@ void tst_PowerCut::settingsAreTheOldOrTheNew()
         if (isLocked) {
             QVERIFY(QDir().mkpath(name + ".lock"));
         }
-        disk = {true, cutBehind, 0, {}};
+        disk.begin(cutBehind);
         platform::storeSettings({{"b", QVariant(2)}});
-        disk.isWatched = false;
+        disk.end();
         QVERIFY2(disk.steps >= 3, QByteArray::number(disk.steps).constData());
         const QByteArray content = contentOf(name);
         QVERIFY2(content == before || content == after, content.constData());
