@@ -1,11 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// Kills the server amid floods of keys and clicks, again and again, and counts how often a key or
-// button is still down two seconds later. Exit status 1 when one ever is.
+// Kills the server amid floods of keys and clicks, a thousand times, and counts how often a key or
+// button is still down two seconds later: as a row of a table, as bench/attacks does.
 //
-// Needs VORNA_SERVER (the server's executable). The argument is how often; 1000 without one.
+// Needs VORNA_SERVER (the server's executable). The argument, from 1 to 100, is the share of the
+// load in hundredths; without one it is the whole. Exit status 1 when a key or button was down.
 
+#include "LoadTable.h"
 #include "support/DesktopSession.h"
 #include "support/Handheld.h"
 #include "support/InputWatcher.h"
@@ -67,7 +69,8 @@ bool isLeftDown(const DesktopSession &session, std::mt19937 &random)
 int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
-    const int rounds = argc > 1 ? std::atoi(argv[1]) : 1000;
+    LoadTable::takeShare(argc, argv);
+    const int rounds = LoadTable::scaled(1000);
     const DesktopSession session;
     if (!session.problem().isEmpty()) {
         std::fprintf(stderr, "%s\n", session.problem().constData());
@@ -78,10 +81,12 @@ int main(int argc, char **argv)
     int left = 0;
     for (int round = 1; round <= rounds; ++round) {
         left += isLeftDown(session, random) ? 1 : 0;
-        if (round % 50 == 0 || round == rounds) {
-            std::printf("%d kills, %d with a key or button left down\n", round, left);
-            std::fflush(stdout);
+        if (round % 50 == 0) {
+            std::fprintf(stderr, "%d kills, %d with a key or button left down\n", round, left);
         }
     }
-    return left == 0 ? 0 : 1;
+    LoadTable::tell(QStringLiteral("%1 kills amid floods of keys and clicks").arg(rounds),
+                    QStringLiteral("no key and no button is down two seconds later"),
+                    QStringLiteral("one was after %1 of them").arg(left), left == 0);
+    return LoadTable::haveAllHeld() ? 0 : 1;
 }
