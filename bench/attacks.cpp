@@ -326,16 +326,19 @@ void halfOpen()
                              "a connection that can be forgotten");
         close(descriptor);
     }
+    // All have been accepted once a later one is served.
+    ServerBench::require(target.timeToServe() >= 0, "an answer");
     QElapsedTimer time;
     time.start();
     Asker asker(target.port(), 10ms);
+    // The balloons need a few descriptors of their own for a while.
     const bool haveAllGone =
-        waitUntil([&] { return target.bench().openDescriptors() <= before + 2; }, 60s);
+        waitUntil([&] { return target.bench().openDescriptors() <= before + 10; }, 60s);
     const Sample times = asker.stop();
     LoadTable::tell(QStringLiteral("%1 peers that are lost without a word").arg(count),
                     QStringLiteral("noticed within 40 s, and others served"),
                     QStringLiteral("all gone after %1 s; others' 99th percentile %2, longest %3")
-                        .arg(time.elapsed() / 1000)
+                        .arg(double(time.elapsed()) / 1000, 0, 'f', 1)
                         .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
                     asker.isServed() && haveAllGone && time.elapsed() < 40'000);
 }
