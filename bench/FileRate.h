@@ -14,6 +14,8 @@
 #include <cstdio>
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 /// What the programs have in common that measure files, beside socat.
 namespace FileRate {
 
@@ -39,10 +41,10 @@ public:
     explicit SocatReceiver(const QString &path)
     {
         QFile::remove(path);
-        m_socat.start(QStringLiteral("socat"), {"-u", "-b", "65536", "TCP-LISTEN:0,bind=127.0.0.1",
-                                                QStringLiteral("OPEN:%1,creat,append").arg(path)});
+        socat.start(u"socat"_s, {u"-u"_s, u"-b"_s, u"65536"_s, u"TCP-LISTEN:0,bind=127.0.0.1"_s,
+                                 u"OPEN:%1,creat,append"_s.arg(path)});
         const bool isListening = waitUntil([&] {
-            m_port = ProcessTables::listeningPort(m_socat.processId());
+            m_port = ProcessTables::listeningPort(socat.processId());
             return m_port.has_value();
         });
         ServerBench::require(isListening, "start of socat");
@@ -53,12 +55,12 @@ public:
     /// It ends when its peer has left and all is written.
     void waitForEnd()
     {
-        ServerBench::require(m_socat.waitForFinished(static_cast<int>(Limit.count())),
+        ServerBench::require(socat.waitForFinished(static_cast<int>(Limit.count())),
                              "end of socat");
     }
 
 private:
-    ChildProcess m_socat;
+    ChildProcess socat;
     std::optional<quint16> m_port;
 };
 

@@ -43,8 +43,9 @@ public:
             while (xcb_generic_event_t *event = xcb_poll_for_event(m_display)) {
                 const auto type = reinterpret_cast<xcb_ge_generic_event_t *>(event)->event_type;
                 std::free(event);
-                if (type == rawType)
+                if (type == rawType) {
                     return true;
+                }
             }
             pollfd waiting{xcb_get_file_descriptor(m_display), POLLIN, 0};
             ::poll(&waiting, 1, static_cast<int>(LongestWait.count()));

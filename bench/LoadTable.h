@@ -17,8 +17,9 @@ public:
     /// it is the whole.
     static void takeShare(int argc, char **argv)
     {
-        if (argc > 1)
+        if (argc > 1) {
             s_share = std::clamp(QByteArray(argv[1]).toInt(), 1, 100);
+        }
     }
 
     static int scaled(int whole)

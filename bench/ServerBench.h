@@ -16,6 +16,8 @@
 #include <optional>
 #include <stdexcept>
 
+using namespace Qt::StringLiterals;
+
 /// A desktop with the server in it, for programs that measure: whatever is missing ends them.
 class ServerBench
 {
@@ -35,8 +37,9 @@ public:
 
     static void require(bool isTrue, const QByteArray &what)
     {
-        if (!isTrue)
+        if (!isTrue) {
             throw std::runtime_error("failed: " + what.toStdString());
+        }
     }
 
     /// Received files go to that folder.
@@ -44,26 +47,26 @@ public:
     {
         require(m_session.problem().isEmpty(), m_session.problem());
         QSettings(m_session.settingsFile(), QSettings::IniFormat)
-            .setValue(QStringLiteral("downloadDirectory"), downloadFolder);
+            .setValue(u"downloadDirectory"_s, downloadFolder);
     }
 
     /// Must be called before anything below; what the session needs beforehand is put there first.
     void start(std::function<void()> lastPreparation = [] {})
     {
-        m_server = std::make_unique<ServerProcess>(m_session, std::move(lastPreparation));
-        m_port = m_server->port();
-        require(m_port != 0, "start of the server: " + m_server->errorText());
+        server = std::make_unique<ServerProcess>(m_session, std::move(lastPreparation));
+        m_port = server->port();
+        require(m_port != 0, "start of the server: " + server->errorText());
     }
 
     const DesktopSession &session() const { return m_session; }
     quint16 port() const { return m_port; }
-    int openDescriptors() const { return m_server->openDescriptors(); }
-    qint64 processId() const { return m_server->processId(); }
+    int openDescriptors() const { return server->openDescriptors(); }
+    qint64 processId() const { return server->processId(); }
     /// Ends the server in order; its exit status, or nothing when it crashed or hung.
-    std::optional<int> end() { return m_server->end(); }
+    std::optional<int> end() { return server->end(); }
 
 private:
     DesktopSession m_session;
-    std::unique_ptr<ServerProcess> m_server;
+    std::unique_ptr<ServerProcess> server;
     quint16 m_port = 0;
 };

@@ -28,6 +28,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -39,16 +41,16 @@ class Target
 {
 public:
     /// Sessions usually start programs with 1,024 descriptors.
-    explicit Target(const QString &downloadFolder = QStringLiteral("/nonexistent"),
-                    rlim_t descriptors = 1024)
+    explicit Target(const QString &downloadFolder = u"/nonexistent"_s, rlim_t descriptors = 1024)
         : m_bench(downloadFolder)
     {
         m_bench.start([descriptors] {
             rlimit limit{};
             getrlimit(RLIMIT_NOFILE, &limit);
             limit.rlim_cur = descriptors;
-            if (setrlimit(RLIMIT_NOFILE, &limit) != 0)
+            if (setrlimit(RLIMIT_NOFILE, &limit) != 0) {
                 _exit(1);
+            }
         });
         ServerBench::require(ProcessMemory::forgetPeak(m_bench.processId()), "the peak of memory");
         m_before = ProcessMemory::resident(m_bench.processId());
@@ -77,7 +79,7 @@ private:
 
 QString inMilliseconds(double time)
 {
-    return QString::number(time, 'f', 1) + QStringLiteral(" ms");
+    return QString::number(time, 'f', 1) + u" ms"_s;
 }
 
 /// A bare connection; -1 when none is made. Addresses of the loopback network are as good as one
@@ -103,13 +105,14 @@ class Attackers
 public:
     template <typename Deed> Attackers(int count, Deed deed)
     {
-        for (int i = 0; i < count; ++i)
-            m_threads.emplace_back([this, deed] {
-                while (!m_isOver) {
+        for (int i = 0; i < count; ++i) {
+            threads.emplace_back([this, deed] {
+                while (!isOver) {
                     deed();
                     ++m_count;
                 }
             });
+        }
     }
     ~Attackers() { stop(); }
     Attackers(const Attackers &) = delete;
@@ -118,17 +121,19 @@ public:
     /// How often it was done in all.
     qint64 stop()
     {
-        m_isOver = true;
-        for (std::thread &thread : m_threads)
-            if (thread.joinable())
+        isOver = true;
+        for (std::thread &thread : threads) {
+            if (thread.joinable()) {
                 thread.join();
+            }
+        }
         return m_count;
     }
 
 private:
-    std::atomic_bool m_isOver = false;
+    std::atomic_bool isOver = false;
     std::atomic<qint64> m_count = 0;
-    std::vector<std::thread> m_threads;
+    std::vector<std::thread> threads;
 };
 
 void storm(const QString &kind, std::chrono::microseconds pace, int attackers)
@@ -144,23 +149,22 @@ void storm(const QString &kind, std::chrono::microseconds pace, int attackers)
     const qint64 count = storm.stop();
     const qint64 afterwards = target.timeToServe();
     const Sample times = asker.stop();
-    LoadTable::tell(
-        QStringLiteral("connecting and leaving, %1, for %2 s").arg(kind).arg(seconds),
-        QStringLiteral("another's answer within 100 ms (99th percentile)"),
-        QStringLiteral("%1 a second; median %2, 99th percentile %3, longest %4; a new device is "
-                       "answered %5 ms after the end")
-            .arg(count / seconds)
-            .arg(inMilliseconds(times.median()), inMilliseconds(times.atShare(0.99)),
-                 inMilliseconds(times.atShare(1)))
-            .arg(afterwards),
-        asker.isServed() && times.atShare(0.99) < 100 && afterwards >= 0 && afterwards < 2000);
+    LoadTable::tell(u"connecting and leaving, %1, for %2 s"_s.arg(kind).arg(seconds),
+                    u"another's answer within 100 ms (99th percentile)"_s,
+                    u"%1 a second; median %2, 99th percentile %3, longest %4; a new device is "
+                    "answered %5 ms after the end"_s.arg(count / seconds)
+                        .arg(inMilliseconds(times.median()), inMilliseconds(times.atShare(0.99)),
+                             inMilliseconds(times.atShare(1)))
+                        .arg(afterwards),
+                    asker.isServed() && times.atShare(0.99) < 100 && afterwards >= 0 &&
+                        afterwards < 2000);
 }
 
 void storms()
 {
-    storm(QStringLiteral("500 times a second"), 2ms, 1);
-    storm(QStringLiteral("without a pause"), 0us, 1);
-    storm(QStringLiteral("four at once"), 0us, 4);
+    storm(u"500 times a second"_s, 2ms, 1);
+    storm(u"without a pause"_s, 0us, 1);
+    storm(u"four at once"_s, 0us, 4);
 }
 
 /// Each stores 14 MB and then asks for all of it again and again.
@@ -172,7 +176,7 @@ void stores()
     std::atomic<int> ended = 0;
     std::vector<std::thread> greedy;
     const int seconds = LoadTable::scaled(30);
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         greedy.emplace_back([&, port = target.port()] {
             Handheld device(port);
             bool isConnected = true;
@@ -191,19 +195,19 @@ void stores()
             }
             ended += !isConnected;
         });
-    for (std::thread &thread : greedy)
+    }
+    for (std::thread &thread : greedy) {
         thread.join();
+    }
     const Sample times = asker.stop();
-    LoadTable::tell(
-        QStringLiteral("%1 devices store 14 MB each and ask for it").arg(count),
-        QStringLiteral("those that hold most are disconnected past 256 MiB in all; another's "
-                       "answer within 20 ms (99th percentile)"),
-        QStringLiteral(
-            "%1 disconnected, memory %2 MiB more at most; 99th percentile %3, longest %4")
-            .arg(ended.load())
-            .arg(target.growth())
-            .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
-        asker.isServed() && target.growth() < 512 && times.atShare(0.99) < 20);
+    LoadTable::tell(u"%1 devices store 14 MB each and ask for it"_s.arg(count),
+                    u"those that hold most are disconnected past 256 MiB in all; another's "
+                    "answer within 20 ms (99th percentile)"_s,
+                    u"%1 disconnected, memory %2 MiB more at most; 99th percentile %3, longest %4"_s
+                        .arg(ended.load())
+                        .arg(target.growth())
+                        .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
+                    asker.isServed() && target.growth() < 512 && times.atShare(0.99) < 20);
 }
 
 void clipboard(qint64 size, int devices)
@@ -212,31 +216,31 @@ void clipboard(qint64 size, int devices)
     const ClipboardOwner owner(target.bench().session(), QByteArray(size, 'x'));
     Asker asker(target.port(), 10ms);
     std::vector<std::unique_ptr<Handheld>> waiting;
-    for (int i = 0; i < devices; ++i)
+    for (int i = 0; i < devices; ++i) {
         waiting.push_back(std::make_unique<Handheld>(target.port()));
-    for (const auto &device : waiting)
+    }
+    for (const auto &device : waiting) {
         device->send("{ cmdType = SERVER_CLIPBOARD_REQUEST; }");
+    }
     std::map<QString, int> responses;
-    for (const auto &device : waiting)
-        ++responses[device->answer(60s).value_or(QVariantMap()).value("serverResponse").toString()];
+    for (const auto &device : waiting) {
+        ++responses
+            [device->answer(60s).value_or(QVariantMap()).value(u"serverResponse"_s).toString()];
+    }
     const Sample times = asker.stop();
     const bool fits = size <= 16 * Mebibyte;
-    LoadTable::tell(
-        QStringLiteral("%1 devices ask for a clipboard of %2 MiB")
-            .arg(devices)
-            .arg(size / Mebibyte),
-        fits ? QStringLiteral("the text is in memory once; another's answer within 20 ms (99th "
-                              "percentile)")
-             : QStringLiteral("all are answered ERROR; another's answer within 20 ms (99th "
-                              "percentile)"),
-        QStringLiteral("%1 OK, %2 ERROR, memory %3 MiB more at most; others' 99th percentile %4, "
-                       "longest %5")
-            .arg(responses[QStringLiteral("OK")])
-            .arg(responses[QStringLiteral("ERROR")])
-            .arg(target.growth())
-            .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
-        responses[fits ? QStringLiteral("OK") : QStringLiteral("ERROR")] == devices &&
-            target.growth() < 200 && times.atShare(0.99) < 20);
+    LoadTable::tell(u"%1 devices ask for a clipboard of %2 MiB"_s.arg(devices).arg(size / Mebibyte),
+                    fits ? u"the text is in memory once; another's answer within 20 ms (99th "
+                           "percentile)"_s
+                         : u"all are answered ERROR; another's answer within 20 ms (99th "
+                           "percentile)"_s,
+                    u"%1 OK, %2 ERROR, memory %3 MiB more at most; others' 99th percentile %4, "
+                    "longest %5"_s.arg(responses[u"OK"_s])
+                        .arg(responses[u"ERROR"_s])
+                        .arg(target.growth())
+                        .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
+                    responses[fits ? u"OK"_s : u"ERROR"_s] == devices && target.growth() < 200 &&
+                        times.atShare(0.99) < 20);
 }
 
 void clipboards()
@@ -251,28 +255,30 @@ void descriptors()
     Target target(folder.path());
     std::vector<std::unique_ptr<Handheld>> crowd;
     const size_t count = size_t(LoadTable::scaled(8'300));
-    while (crowd.size() < count)
+    while (crowd.size() < count) {
         crowd.push_back(std::make_unique<Handheld>(target.port()));
+    }
     int served = 0;
-    while (served < int(crowd.size()) && crowd[size_t(served)]->isServed(2s))
+    while (served < int(crowd.size()) && crowd[size_t(served)]->isServed(2s)) {
         ++served;
+    }
     int answered = 0;
-    for (int i = 1; i <= std::min(served - 1, 200); ++i)
+    for (int i = 1; i <= std::min(served - 1, 200); ++i) {
         answered += crowd[size_t(i)]
                         ->ask("{ cmdType = FILE_TRANSFER_AND_OPEN; cmdParameters = (f" +
                               QByteArray::number(i) + ", 1000000); }")
                         .has_value();
+    }
     const bool isServed = crowd.front()->isServed();
     const auto files = QDir(folder.path()).entryList(QDir::Files).size();
     const int open = target.bench().openDescriptors();
     QElapsedTimer time;
     time.start();
     const std::optional<int> status = target.bench().end();
-    LoadTable::tell(QStringLiteral("%1 connections, then 200 files").arg(count),
-                    QStringLiteral("descriptors are left for the desktop, the server goes on and "
-                                   "ends in order"),
-                    QStringLiteral("%1 served, %2 files open, %3 descriptors; ended in %4 ms")
-                        .arg(served)
+    LoadTable::tell(u"%1 connections, then 200 files"_s.arg(count),
+                    u"descriptors are left for the desktop, the server goes on and "
+                    "ends in order"_s,
+                    u"%1 served, %2 files open, %3 descriptors; ended in %4 ms"_s.arg(served)
                         .arg(files)
                         .arg(open)
                         .arg(time.elapsed()),
@@ -285,28 +291,29 @@ void manyConnections()
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     const int count = LoadTable::scaled(int(std::min<rlim_t>(65'000, limit.rlim_max - 500)));
-    Target target(QStringLiteral("/nonexistent"), limit.rlim_max);
+    Target target(u"/nonexistent"_s, limit.rlim_max);
     Asker asker(target.port(), 10ms);
     QElapsedTimer time;
     time.start();
     std::vector<int> crowd;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         crowd.push_back(connectTo(target.port(), 2 + i / 20'000));
+    }
     const auto made = std::count_if(crowd.begin(), crowd.end(), [](int one) { return one >= 0; });
     const bool areAllThere =
         waitUntil([&] { return target.bench().openDescriptors() > made; }, 60s);
     const qint64 taken = time.elapsed();
     const qint64 growth = target.growth();
-    for (const int descriptor : crowd)
+    for (const int descriptor : crowd) {
         close(descriptor);
+    }
     const bool haveAllGone =
         waitUntil([&] { return target.bench().openDescriptors() < 100; }, 120s);
     const Sample times = asker.stop();
-    LoadTable::tell(QStringLiteral("%1 connections, with the limit raised").arg(count),
-                    QStringLiteral("all are taken, and others served"),
-                    QStringLiteral("%1 made in %2 s, memory %3 MiB more at most; others' 99th "
-                                   "percentile %4, longest %5")
-                        .arg(made)
+    LoadTable::tell(u"%1 connections, with the limit raised"_s.arg(count),
+                    u"all are taken, and others served"_s,
+                    u"%1 made in %2 s, memory %3 MiB more at most; others' 99th "
+                    "percentile %4, longest %5"_s.arg(made)
                         .arg(double(taken) / 1000, 0, 'f', 1)
                         .arg(growth)
                         .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
@@ -335,9 +342,9 @@ void halfOpen()
     const bool haveAllGone =
         waitUntil([&] { return target.bench().openDescriptors() <= before + 10; }, 60s);
     const Sample times = asker.stop();
-    LoadTable::tell(QStringLiteral("%1 peers that are lost without a word").arg(count),
-                    QStringLiteral("noticed within 40 s, and others served"),
-                    QStringLiteral("all gone after %1 s; others' 99th percentile %2, longest %3")
+    LoadTable::tell(u"%1 peers that are lost without a word"_s.arg(count),
+                    u"noticed within 40 s, and others served"_s,
+                    u"all gone after %1 s; others' 99th percentile %2, longest %3"_s
                         .arg(double(time.elapsed()) / 1000, 0, 'f', 1)
                         .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
                     asker.isServed() && haveAllGone && time.elapsed() < 40'000);
@@ -348,28 +355,30 @@ void slowPeers()
     Target target;
     const int count = LoadTable::scaled(2'000);
     std::vector<int> crowd;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         crowd.push_back(connectTo(target.port()));
+    }
     Asker asker(target.port(), 10ms);
     const int seconds = LoadTable::scaled(20);
     const QByteArray token = serverInfo();
     for (int second = 0; second < seconds; ++second) {
-        for (const int descriptor : crowd)
+        for (const int descriptor : crowd) {
             ServerBench::require(
                 ::send(descriptor, token.constData() + second % token.size(), 1, MSG_NOSIGNAL) == 1,
                 "a byte sent");
+        }
         QTest::qWait(1000);
     }
     const Sample times = asker.stop();
-    LoadTable::tell(
-        QStringLiteral("%1 peers that send a byte a second, for %2 s").arg(count).arg(seconds),
-        QStringLiteral("another's answer within 100 ms (99th percentile)"),
-        QStringLiteral("99th percentile %1, longest %2; memory %3 MiB more at most")
-            .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1)))
-            .arg(target.growth()),
-        asker.isServed() && times.atShare(0.99) < 100);
-    for (const int descriptor : crowd)
+    LoadTable::tell(u"%1 peers that send a byte a second, for %2 s"_s.arg(count).arg(seconds),
+                    u"another's answer within 100 ms (99th percentile)"_s,
+                    u"99th percentile %1, longest %2; memory %3 MiB more at most"_s
+                        .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1)))
+                        .arg(target.growth()),
+                    asker.isServed() && times.atShare(0.99) < 100);
+    for (const int descriptor : crowd) {
         close(descriptor);
+    }
 }
 
 void pairings()
@@ -389,16 +398,15 @@ void pairings()
     time.start();
     const std::optional<int> status = target.bench().end();
     const qint64 size = QFileInfo(target.bench().session().settingsFile()).size() / 1024;
-    LoadTable::tell(
-        QStringLiteral("%1 pairings with identifiers of 50 kB").arg(count),
-        QStringLiteral("all are accepted, none is remembered"),
-        QStringLiteral(
-            "%1 accepted, memory %2 MiB more at most, settings of %3 KiB, ended in %4 ms")
-            .arg(accepted)
-            .arg(growth)
-            .arg(size)
-            .arg(time.elapsed()),
-        accepted == count && status == 0 && growth < 50 && size < 100 && time.elapsed() < 2000);
+    LoadTable::tell(u"%1 pairings with identifiers of 50 kB"_s.arg(count),
+                    u"all are accepted, none is remembered"_s,
+                    u"%1 accepted, memory %2 MiB more at most, settings of %3 KiB, ended in %4 ms"_s
+                        .arg(accepted)
+                        .arg(growth)
+                        .arg(size)
+                        .arg(time.elapsed()),
+                    accepted == count && status == 0 && growth < 50 && size < 100 &&
+                        time.elapsed() < 2000);
 }
 
 const std::map<QByteArray, void (*)()> attacks = {
@@ -420,9 +428,11 @@ int main(int argc, char **argv)
     setrlimit(RLIMIT_NOFILE, &limit);
     const QByteArrayList named(argv + std::min(argc, 2), argv + argc);
     const int status = ServerBench::run([&] {
-        for (const auto &[name, attack] : attacks)
-            if (named.isEmpty() || named.contains(name))
+        for (const auto &[name, attack] : attacks) {
+            if (named.isEmpty() || named.contains(name)) {
                 attack();
+            }
+        }
     });
     return status != 0 || !LoadTable::haveAllHeld() ? 1 : 0;
 }

@@ -9,6 +9,8 @@
 #include "support/ClipboardOwner.h"
 #include "support/Sample.h"
 
+using namespace Qt::StringLiterals;
+
 using std::chrono::duration;
 using std::chrono::steady_clock;
 
@@ -21,7 +23,7 @@ double millisecondsFor(Handheld &handheld, const QByteArray &request)
     const auto start = steady_clock::now();
     const auto answer = handheld.ask(request);
     const duration<double, std::milli> time = steady_clock::now() - start;
-    ServerBench::require(answer && answer->value("serverResponse") == "OK", "a request");
+    ServerBench::require(answer && answer->value(u"serverResponse"_s) == u"OK"_s, "a request");
     return time.count();
 }
 
@@ -30,17 +32,18 @@ void measure(const ServerBench &bench, const char *name, const QByteArray &text,
     const ClipboardOwner owner(bench.session(), text);
     ServerBench::require(owner.isServing(), "taking the clipboard");
     Handheld handheld(bench.port());
-    const QByteArray request = commandText(QStringLiteral("SERVER_CLIPBOARD_REQUEST"));
+    const QByteArray request = commandText(u"SERVER_CLIPBOARD_REQUEST"_s);
     Sample times;
-    for (int i = 0; i < requests; ++i)
+    for (int i = 0; i < requests; ++i) {
         times.add(millisecondsFor(handheld, request));
+    }
     std::printf("%-8s median %6.2f ms   p99 %6.2f ms   (%zu requests)\n", name, times.median(),
                 times.atShare(0.99), times.size());
 }
 
 void measureAll(int requests)
 {
-    ServerBench bench(QStringLiteral("/nonexistent"));
+    ServerBench bench(u"/nonexistent"_s);
     bench.start();
     measure(bench, "a line", "The quick brown fox jumps over the lazy dog.", requests);
     measure(bench, "3 MiB", QByteArray(3 * 1024 * 1024, 'x'), requests / 50 + 1);

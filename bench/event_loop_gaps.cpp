@@ -17,6 +17,8 @@
 #include <functional>
 #include <thread>
 
+using namespace Qt::StringLiterals;
+
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
@@ -60,8 +62,8 @@ Step unanswered(const QByteArray &token)
 
 QByteArray command(const char *name, const QString &function, const QStringList &parameters = {})
 {
-    return commandText(QLatin1String(name), {{QStringLiteral("fncCommand"), function},
-                                             {QStringLiteral("cmdParameters"), parameters}});
+    return commandText(QLatin1String(name),
+                       {{u"fncCommand"_s, function}, {u"cmdParameters"_s, parameters}});
 }
 
 /// A file of that many bytes beyond the one that ends the transfer.
@@ -69,10 +71,11 @@ Step file(qint64 bytes)
 {
     return [bytes](Handheld &handheld) {
         const QByteArray request =
-            command("FILE_TRANSFER_AND_OPEN", QString(), {"file", QString::number(bytes)});
+            command("FILE_TRANSFER_AND_OPEN", QString(), {u"file"_s, QString::number(bytes)});
         ServerBench::require(handheld.ask(request).has_value(), "the request of a transfer");
-        if (bytes > 0)
+        if (bytes > 0) {
             ServerBench::require(handheld.send(QByteArray(bytes, 'x')), "sending a file");
+        }
         ServerBench::require(handheld.answer().has_value(), "the end of a transfer");
     };
 }
@@ -90,26 +93,27 @@ void measureAll(const ServerBench &bench)
     const milliseconds seldom{200};
     measure(bench, "nothing", seldom, [](Handheld &) {});
     measure(bench, "SERVER_INFO", none, answered(command("SERVER_INFO", QString())));
-    measure(bench, "SERVER_PAIR", none, answered(command("SERVER_PAIR", QString(), {"id", "A"})));
-    measure(bench, "KEYBOARD_CMD A", none, unanswered(command("KEYBOARD_CMD", "A")));
-    measure(bench, "KEYBOARD_CMD Shift+A", none, unanswered(command("KEYBOARD_CMD", "Shift+A")));
+    measure(bench, "SERVER_PAIR", none,
+            answered(command("SERVER_PAIR", QString(), {u"id"_s, u"A"_s})));
+    measure(bench, "KEYBOARD_CMD A", none, unanswered(command("KEYBOARD_CMD", u"A"_s)));
+    measure(bench, "KEYBOARD_CMD Shift+A", none, unanswered(command("KEYBOARD_CMD", u"Shift+A"_s)));
     measure(bench, "KEYBOARD_CMD of an unknown key", seldom,
-            unanswered(command("KEYBOARD_CMD", "nonsense")));
+            unanswered(command("KEYBOARD_CMD", u"nonsense"_s)));
     measure(bench, "MOUSE_CMD move", none,
-            unanswered(command("MOUSE_CMD", QStringLiteral("4"), {"1", "-1"})));
-    measure(bench, "APPLICATION_CMD", none, unanswered(command("APPLICATION_CMD", "quit")));
+            unanswered(command("MOUSE_CMD", u"4"_s, {u"1"_s, u"-1"_s})));
+    measure(bench, "APPLICATION_CMD", none, unanswered(command("APPLICATION_CMD", u"quit"_s)));
     measure(bench, "TEXT_TRANSFER_AND_OPEN", none,
-            answered(command("TEXT_TRANSFER_AND_OPEN", "some text")));
+            answered(command("TEXT_TRANSFER_AND_OPEN", u"some text"_s)));
     measureClipboard(bench, "SERVER_CLIPBOARD_REQUEST", "some text");
     measureClipboard(bench, "SERVER_CLIPBOARD_REQUEST, 3 MiB", QByteArray(3 * 1024 * 1024, 'x'));
-    measure(bench, "URL_OPEN", seldom, answered(command("URL_OPEN", "http://example.org/")));
+    measure(bench, "URL_OPEN", seldom, answered(command("URL_OPEN", u"http://example.org/"_s)));
     measure(bench, "FILE_TRANSFER_AND_OPEN, empty", seldom, file(0));
     measure(bench, "FILE_TRANSFER_AND_OPEN, 64 MiB", none, file(64 * 1024 * 1024));
 }
 
 void measureWithFilesIn(const QString &place)
 {
-    const QTemporaryDir folder(QDir(place).absoluteFilePath("event-loop-gaps-XXXXXX"));
+    const QTemporaryDir folder(QDir(place).absoluteFilePath(u"event-loop-gaps-XXXXXX"_s));
     ServerBench::require(folder.isValid(), "a folder for the files");
     ServerBench bench(folder.path());
     const RecordingOpener opener(bench.session());

@@ -16,6 +16,8 @@
 #include <QDir>
 #include <QTemporaryDir>
 
+using namespace Qt::StringLiterals;
+
 using FileRate::MiB;
 using std::chrono::steady_clock;
 
@@ -30,17 +32,20 @@ class Content
 public:
     explicit Content(qint64 chunks) : m_chunks(chunks)
     {
-        for (qsizetype i = 0; i < m_chunk.size(); ++i)
+        for (qsizetype i = 0; i < m_chunk.size(); ++i) {
             m_chunk[i] = static_cast<char>(i * 7 + i / 251);
+        }
     }
 
     qint64 size() const { return m_chunks * MiB; }
 
     bool send(Handheld &receiver)
     {
-        for (qint64 i = 0; i < m_chunks; ++i)
-            if (!receiver.send(chunk(i), FileRate::Limit))
+        for (qint64 i = 0; i < m_chunks; ++i) {
+            if (!receiver.send(chunk(i), FileRate::Limit)) {
                 return false;
+            }
+        }
         return true;
     }
 
@@ -48,8 +53,9 @@ public:
     {
         QCryptographicHash hash(QCryptographicHash::Sha1);
         hash.addData(head);
-        for (qint64 i = 0; i < m_chunks; ++i)
+        for (qint64 i = 0; i < m_chunks; ++i) {
             hash.addData(chunk(i));
+        }
         return hash.result();
     }
 
@@ -67,17 +73,17 @@ private:
 
 QByteArray request(const QString &name, qint64 size)
 {
-    return commandText(
-        QStringLiteral("FILE_TRANSFER_AND_OPEN"),
-        {{QStringLiteral("cmdParameters"), QStringList{name, QString::number(size)}}});
+    return commandText(u"FILE_TRANSFER_AND_OPEN"_s,
+                       {{u"cmdParameters"_s, QStringList{name, QString::number(size)}}});
 }
 
 /// The request whose announced size only the content's last byte exceeds.
 QByteArray exactRequest(const QString &name, qint64 contentSize)
 {
     QByteArray result = request(name, contentSize);
-    for (int round = 0; round < 3; ++round)
+    for (int round = 0; round < 3; ++round) {
         result = request(name, result.size() + contentSize - 1);
+    }
     return result;
 }
 
@@ -85,7 +91,7 @@ QByteArray exactRequest(const QString &name, qint64 contentSize)
 double intoServer(const ServerBench &bench, const QString &path, Content &content)
 {
     QFile::remove(path);
-    const QByteArray head = exactRequest(path.section('/', -1), content.size());
+    const QByteArray head = exactRequest(path.section(u'/', -1), content.size());
     Handheld handheld(bench.port());
     ServerBench::require(handheld.ask(head).has_value(), "the request of a transfer");
     const auto start = steady_clock::now();
@@ -115,7 +121,7 @@ double intoSocat(const QString &path, Content &content)
 
 void compare(const QStringList &arguments)
 {
-    const QTemporaryDir folder(QDir(arguments.value(1)).absoluteFilePath("file-rate-XXXXXX"));
+    const QTemporaryDir folder(QDir(arguments.value(1)).absoluteFilePath(u"file-rate-XXXXXX"_s));
     ServerBench::require(folder.isValid(), "a folder for the files");
     const int size = arguments.value(2).toInt();
     const int rounds = arguments.value(3).toInt();
@@ -125,7 +131,7 @@ void compare(const QStringList &arguments)
     bench.start();
     Sample ofServer;
     Sample ofSocat;
-    const QString path = folder.filePath(QStringLiteral("file"));
+    const QString path = folder.filePath(u"file"_s);
     const qint64 before = ProcessMemory::resident(bench.processId());
     for (int round = 0; round < (rounds > 0 ? rounds : UsualRounds); ++round) {
         ofServer.add(intoServer(bench, path, content));

@@ -26,8 +26,9 @@ int listenOnLoopback()
     socklen_t length = sizeof address;
     auto *generic = reinterpret_cast<sockaddr *>(&address);
     if (bind(listener, generic, length) != 0 || listen(listener, 1) != 0 ||
-        getsockname(listener, generic, &length) != 0)
+        getsockname(listener, generic, &length) != 0) {
         return -1;
+    }
     std::printf("%d\n", ntohs(address.sin_port));
     std::fflush(stdout);
     return listener;
@@ -35,9 +36,10 @@ int listenOnLoopback()
 
 void tap(xcb_connection_t *display, std::uint8_t code)
 {
-    for (const int type : {XCB_KEY_PRESS, XCB_KEY_RELEASE})
+    for (const int type : {XCB_KEY_PRESS, XCB_KEY_RELEASE}) {
         xcb_test_fake_input(display, static_cast<std::uint8_t>(type), code, XCB_CURRENT_TIME,
                             XCB_NONE, 0, 0, 0);
+    }
     xcb_flush(display);
 }
 
@@ -46,12 +48,14 @@ void tap(xcb_connection_t *display, std::uint8_t code)
 int main()
 {
     xcb_connection_t *display = xcb_connect(nullptr, nullptr);
-    if (xcb_connection_has_error(display))
+    if (xcb_connection_has_error(display)) {
         return 1;
+    }
     const int client = accept(listenOnLoopback(), nullptr, nullptr);
     std::uint8_t code = 0;
-    while (recv(client, &code, 1, 0) == 1)
+    while (recv(client, &code, 1, 0) == 1) {
         tap(display, code);
+    }
     xcb_disconnect(display);
     return 0;
 }

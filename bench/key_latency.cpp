@@ -20,6 +20,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+using namespace Qt::StringLiterals;
+
 using std::chrono::duration;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
@@ -56,8 +58,9 @@ struct Times
 bool measure(Handheld &sender, const QByteArray &bytes, KeyObserver &observer, Times &times)
 {
     const auto start = steady_clock::now();
-    if (!sender.send(bytes) || !observer.waitFor(XCB_INPUT_RAW_KEY_PRESS))
+    if (!sender.send(bytes) || !observer.waitFor(XCB_INPUT_RAW_KEY_PRESS)) {
         return false;
+    }
     times.times.push_back(steady_clock::now() - start);
     return observer.waitFor(XCB_INPUT_RAW_KEY_RELEASE);
 }
@@ -73,18 +76,19 @@ void compare(quint16 serverPort, quint16 floorPort, const QString &display, int 
     Handheld server(serverPort);
     Handheld floor(floorPort);
     KeyObserver observer(display);
-    const QByteArray token = commandText(QStringLiteral("KEYBOARD_CMD"),
-                                         {{QStringLiteral("fncCommand"), QStringLiteral("A")}});
+    const QByteArray token = commandText(u"KEYBOARD_CMD"_s, {{u"fncCommand"_s, u"A"_s}});
     const QByteArray byte(1, static_cast<char>(CodeOfA));
     Times ofServer;
     Times ofFloor;
     for (int i = 0; i < keys; ++i) {
         QThread::msleep(static_cast<unsigned long>(Pause.count() / 2));
-        if (!measure(server, token, observer, ofServer))
+        if (!measure(server, token, observer, ofServer)) {
             giveUp("the server's key did not arrive");
+        }
         QThread::msleep(static_cast<unsigned long>(Pause.count() / 2));
-        if (!measure(floor, byte, observer, ofFloor))
+        if (!measure(floor, byte, observer, ofFloor)) {
             giveUp("the bare program's key did not arrive");
+        }
     }
     ofServer.print("server");
     ofFloor.print("floor");
@@ -99,18 +103,21 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     const DesktopSession session;
-    if (!session.problem().isEmpty())
+    if (!session.problem().isEmpty()) {
         giveUp(session.problem());
+    }
     const ServerProcess server(session);
     ChildProcess floor;
     floor.setProcessEnvironment(session.environment());
     floor.start(arguments.value(1), {});
-    if (!floor.waitForReadyRead())
+    if (!floor.waitForReadyRead()) {
         giveUp("the bare program did not start");
+    }
     const auto floorPort = floor.readLine().trimmed().toUShort();
     const quint16 serverPort = server.port();
-    if (serverPort == 0)
+    if (serverPort == 0) {
         giveUp("the server did not start: " + server.errorText());
+    }
     const int keys = arguments.value(2).toInt();
     compare(serverPort, floorPort, session.display(), keys > 0 ? keys : UsualNumberOfKeys);
 }

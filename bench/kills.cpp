@@ -23,22 +23,26 @@
 #include <random>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 namespace {
 
 QByteArray click(const char *code)
 {
-    return commandText("MOUSE_CMD", {{"fncCommand", code}});
+    return commandText(u"MOUSE_CMD"_s, {{u"fncCommand"_s, QLatin1StringView(code)}});
 }
 
 /// Whoever is killed may leave the pointer's button down; the next round begins with nothing.
 void letGo(InputWatcher &watcher)
 {
-    for (const int keycode : watcher.keysDown())
-        QProcess::execute("xdotool", {"keyup", QString::number(keycode)});
-    for (const char *button : {"1", "2", "3"})
-        QProcess::execute("xdotool", {"mouseup", button});
+    for (const int keycode : watcher.keysDown()) {
+        QProcess::execute(u"xdotool"_s, {u"keyup"_s, QString::number(keycode)});
+    }
+    for (const char *button : {"1", "2", "3"}) {
+        QProcess::execute(u"xdotool"_s, {u"mouseup"_s, QLatin1StringView(button)});
+    }
 }
 
 /// Whether the killed server has left something down.
@@ -52,15 +56,17 @@ bool isLeftDown(const DesktopSession &session, std::mt19937 &random)
     }
     InputWatcher watcher(session.display());
     std::vector<std::unique_ptr<Typist>> typists;
-    for (const QByteArray &token : {keyCommand("Cmd+Alt+Shift+A"), keyCommand("Shift+B"),
-                                    keyCommand("C"), click("0"), click("1")})
+    for (const QByteArray &token : {keyCommand(u"Cmd+Alt+Shift+A"_s), keyCommand(u"Shift+B"_s),
+                                    keyCommand(u"C"_s), click("0"), click("1")}) {
         typists.push_back(std::make_unique<Typist>(port, token));
+    }
     std::this_thread::sleep_for(std::chrono::microseconds(20'000 + random() % 180'000));
     server.end(SIGKILL);
     typists.clear();
     const bool isUp = waitUntil([&] { return watcher.isNothingDown(); }, 2s, 5ms);
-    if (!isUp)
+    if (!isUp) {
         letGo(watcher);
+    }
     return !isUp;
 }
 
@@ -85,8 +91,8 @@ int main(int argc, char **argv)
             std::fprintf(stderr, "%d kills, %d with a key or button left down\n", round, left);
         }
     }
-    LoadTable::tell(QStringLiteral("%1 kills amid floods of keys and clicks").arg(rounds),
-                    QStringLiteral("no key and no button is down two seconds later"),
-                    QStringLiteral("one was after %1 of them").arg(left), left == 0);
+    LoadTable::tell(u"%1 kills amid floods of keys and clicks"_s.arg(rounds),
+                    u"no key and no button is down two seconds later"_s,
+                    u"one was after %1 of them"_s.arg(left), left == 0);
     return LoadTable::haveAllHeld() ? 0 : 1;
 }

@@ -16,6 +16,8 @@
 #include <QProcess>
 #include <QThread>
 
+using namespace Qt::StringLiterals;
+
 using std::chrono::duration;
 using std::chrono::steady_clock;
 
@@ -49,22 +51,22 @@ struct Typist
     void print() const
     {
         std::printf("%-10s median %6.2f ms   p99 %6.2f ms   (%zu starts)\n",
-                    qPrintable(program.section('/', -1)), times.median(), times.atShare(0.99),
+                    qPrintable(program.section(u'/', -1)), times.median(), times.atShare(0.99),
                     times.size());
     }
 };
 
 QStringList serverAddress(const ServerBench &bench)
 {
-    return {"--host", "127.0.0.1", "--port", QString::number(bench.port())};
+    return {u"--host"_s, u"127.0.0.1"_s, u"--port"_s, QString::number(bench.port())};
 }
 
 void measureOneKey(const ServerBench &bench, const QString &quillmote, int starts)
 {
     KeyObserver observer(bench.session().display());
     const QProcessEnvironment environment = bench.session().environment();
-    Typist ours{quillmote, QStringList{"key", "A"} + serverAddress(bench), {}};
-    Typist theirs{QStringLiteral("xdotool"), {"key", "a"}, {}};
+    Typist ours{quillmote, QStringList{u"key"_s, u"A"_s} + serverAddress(bench), {}};
+    Typist theirs{u"xdotool"_s, {u"key"_s, u"a"_s}, {}};
     for (int number = 0; number < starts; ++number) {
         ours.type(environment, observer);
         theirs.type(environment, observer);
@@ -77,14 +79,15 @@ void measureOneKey(const ServerBench &bench, const QString &quillmote, int start
 
 void measureManyKeys(const ServerBench &bench, const QString &quillmote, int keys)
 {
-    const QString letters = QStringLiteral("abcdefghij");
+    const QString letters = u"abcdefghij"_s;
     InputWatcher watcher(bench.session().display());
     QProcess process;
     process.setProcessEnvironment(bench.session().environment());
     const auto start = steady_clock::now();
-    process.start(quillmote, QStringList{"key"} + letters.split(QString(), Qt::SkipEmptyParts) +
-                                 QStringList{"--repeat", QString::number(keys / letters.size())} +
-                                 serverAddress(bench));
+    process.start(quillmote,
+                  QStringList{u"key"_s} + letters.split(QString(), Qt::SkipEmptyParts) +
+                      QStringList{u"--repeat"_s, QString::number(keys / letters.size())} +
+                      serverAddress(bench));
     ServerBench::require(process.waitForFinished(LongestRunMilliseconds) && process.exitCode() == 0,
                          "many keys");
     const duration<double> time = steady_clock::now() - start;
@@ -102,7 +105,7 @@ void measureAll(const QStringList &arguments)
 {
     const int starts = arguments.value(2).toInt();
     const int keys = arguments.value(3).toInt();
-    ServerBench bench(QStringLiteral("/nonexistent"));
+    ServerBench bench(u"/nonexistent"_s);
     bench.start();
     measureOneKey(bench, arguments.value(1), starts > 0 ? starts : UsualNumberOfStarts);
     measureManyKeys(bench, arguments.value(1), keys > 0 ? keys : UsualNumberOfKeys);

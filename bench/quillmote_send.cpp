@@ -21,6 +21,8 @@
 
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 using FileRate::MiB;
 using std::chrono::steady_clock;
 
@@ -34,8 +36,9 @@ void makeFile(const QString &path, qint64 chunks)
     QFile file(path);
     ServerBench::require(file.open(QIODevice::WriteOnly), "a file to send");
     QByteArray chunk(MiB, Qt::Uninitialized);
-    for (qsizetype i = 0; i < chunk.size(); ++i)
+    for (qsizetype i = 0; i < chunk.size(); ++i) {
         chunk[i] = static_cast<char>(i * 7 + i / 251);
+    }
     for (qint64 i = 0; i < chunks; ++i) {
         chunk[0] = static_cast<char>(i);
         ServerBench::require(file.write(chunk) == MiB, "writing the file to send");
@@ -67,8 +70,8 @@ double byQuillmote(const ServerBench &bench, const QString &quillmote, const QSt
     QFile::remove(received);
     const auto start = steady_clock::now();
     // Bytes without a format of their own have no place for the announcement.
-    run(quillmote, {"send", "--force", original, "--host", "127.0.0.1", "--port",
-                    QString::number(bench.port()), "--timeout", "60"});
+    run(quillmote, {u"send"_s, u"--force"_s, original, u"--host"_s, u"127.0.0.1"_s, u"--port"_s,
+                    QString::number(bench.port()), u"--timeout"_s, u"60"_s});
     const double rate = FileRate::since(start, QFileInfo(original).size());
     // The announcement stands in front.
     QFile file(received);
@@ -85,8 +88,8 @@ double bySocat(const QString &original, const QString &received)
 {
     FileRate::SocatReceiver receiver(received);
     const auto start = steady_clock::now();
-    run(QStringLiteral("socat"), {"-u", "-b", "65536", QStringLiteral("OPEN:%1").arg(original),
-                                  QStringLiteral("TCP:127.0.0.1:%1").arg(receiver.port())});
+    run(u"socat"_s, {u"-u"_s, u"-b"_s, u"65536"_s, u"OPEN:%1"_s.arg(original),
+                     u"TCP:127.0.0.1:%1"_s.arg(receiver.port())});
     receiver.waitForEnd();
     const double rate = FileRate::since(start, QFileInfo(original).size());
     ServerBench::require(Folders::fileHash(received) == Folders::fileHash(original),
@@ -97,12 +100,13 @@ double bySocat(const QString &original, const QString &received)
 
 void compare(const QStringList &arguments)
 {
-    const QTemporaryDir folder(QDir(arguments.value(2)).absoluteFilePath("quillmote-send-XXXXXX"));
+    const QTemporaryDir folder(
+        QDir(arguments.value(2)).absoluteFilePath(u"quillmote-send-XXXXXX"_s));
     ServerBench::require(folder.isValid(), "a folder for the files");
     const int size = arguments.value(3).toInt();
     const int rounds = arguments.value(4).toInt();
-    const QString original = folder.filePath(QStringLiteral("original"));
-    const QString in = folder.filePath(QStringLiteral("in"));
+    const QString original = folder.filePath(u"original"_s);
+    const QString in = folder.filePath(u"in"_s);
     ServerBench::require(QDir().mkpath(in), "a folder for received files");
     makeFile(original, size > 0 ? size : UsualSize);
 
@@ -111,8 +115,8 @@ void compare(const QStringList &arguments)
     Sample ours;
     Sample theirs;
     for (int round = 0; round < (rounds > 0 ? rounds : UsualRounds); ++round) {
-        ours.add(byQuillmote(bench, arguments.value(1), original, in + "/original"));
-        theirs.add(bySocat(original, in + "/by-socat"));
+        ours.add(byQuillmote(bench, arguments.value(1), original, in + u"/original"_s));
+        theirs.add(bySocat(original, in + u"/by-socat"_s));
     }
     FileRate::compare("quillmote", ours, theirs);
 }

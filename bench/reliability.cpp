@@ -21,6 +21,8 @@
 #include <algorithm>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -42,23 +44,23 @@ void tell(const QString &load, const QString &promised, const QString &measured,
 class LoadedServer
 {
 public:
-    LoadedServer() : m_bench(QStringLiteral("/nonexistent")) { m_bench.start(); }
+    LoadedServer() : bench(u"/nonexistent"_s) { bench.start(); }
     ~LoadedServer()
     {
-        InputWatcher watcher(m_bench.session().display());
-        if (!watcher.isConnected() || !waitUntil([&] { return watcher.isNothingHeld(); }))
-            tell(QStringLiteral("(afterwards)"), QStringLiteral("no key is down"),
-                 QStringLiteral("one is"), false);
+        InputWatcher watcher(bench.session().display());
+        if (!watcher.isConnected() || !waitUntil([&] { return watcher.isNothingHeld(); })) {
+            tell(u"(afterwards)"_s, u"no key is down"_s, u"one is"_s, false);
+        }
     }
     LoadedServer(const LoadedServer &) = delete;
     LoadedServer &operator=(const LoadedServer &) = delete;
 
-    quint16 port() const { return m_bench.port(); }
-    qint64 processId() const { return m_bench.processId(); }
-    int descriptors() const { return m_bench.openDescriptors(); }
+    quint16 port() const { return bench.port(); }
+    qint64 processId() const { return bench.processId(); }
+    int descriptors() const { return bench.openDescriptors(); }
 
 private:
-    ServerBench m_bench;
+    ServerBench bench;
 };
 
 void crowd()
@@ -68,12 +70,13 @@ void crowd()
     QElapsedTimer time;
     time.start();
     std::vector<std::unique_ptr<Handheld>> handhelds;
-    while (handhelds.size() < size)
+    while (handhelds.size() < size) {
         handhelds.push_back(std::make_unique<Handheld>(server.port()));
+    }
     const auto answered = std::count_if(handhelds.begin(), handhelds.end(),
                                         [](const auto &handheld) { return handheld->isServed(); });
-    tell(QStringLiteral("%1 clients at once").arg(size), QStringLiteral("all are answered"),
-         QStringLiteral("%1 answered, in %2 s").arg(answered).arg(time.elapsed() / 1000.0),
+    tell(u"%1 clients at once"_s.arg(size), u"all are answered"_s,
+         u"%1 answered, in %2 s"_s.arg(answered).arg(time.elapsed() / 1000.0),
          size_t(answered) == size);
 }
 
@@ -81,18 +84,20 @@ void flood(const QString &kind, const QByteArray &token, int flooderCount = 1)
 {
     const LoadedServer server;
     std::vector<std::unique_ptr<Flooder>> flooders;
-    while (flooders.size() < size_t(flooderCount))
+    while (flooders.size() < size_t(flooderCount)) {
         flooders.push_back(std::make_unique<Flooder>(server.port(), token));
+    }
     Asker asker(server.port(), 10ms);
     const int seconds = scaled(30);
     QTest::qWait(seconds * 1000);
     const Sample times = asker.stop();
     qint64 taken = 0;
-    for (const auto &flooder : flooders)
+    for (const auto &flooder : flooders) {
         taken += flooder->stop() / Mebibyte / seconds;
-    tell(QStringLiteral("a flood of %1 for %2 s").arg(kind).arg(seconds),
-         QStringLiteral("another's answer within 20 ms (99th percentile)"),
-         QStringLiteral("median %1 ms, 99th percentile %2 ms; %3 MiB/s of the flood taken")
+    }
+    tell(u"a flood of %1 for %2 s"_s.arg(kind).arg(seconds),
+         u"another's answer within 20 ms (99th percentile)"_s,
+         u"median %1 ms, 99th percentile %2 ms; %3 MiB/s of the flood taken"_s
              .arg(times.median(), 0, 'f', 1)
              .arg(times.atShare(0.99), 0, 'f', 1)
              .arg(taken),
@@ -120,9 +125,9 @@ void connections()
     QTest::qWait(1000);
     const qint64 grown = (ProcessMemory::resident(server.processId()) - before) / Kibibyte;
     const int left = server.descriptors() - descriptors;
-    tell(QStringLiteral("%1 connections one after another").arg(count),
-         QStringLiteral("memory grows by less than 1 MiB, no descriptor is left"),
-         QStringLiteral("%1 KiB, %2 descriptors, in %3 s").arg(grown).arg(left).arg(seconds),
+    tell(u"%1 connections one after another"_s.arg(count),
+         u"memory grows by less than 1 MiB, no descriptor is left"_s,
+         u"%1 KiB, %2 descriptors, in %3 s"_s.arg(grown).arg(left).arg(seconds),
          grown < 1024 && left <= 0);
 }
 
@@ -143,10 +148,9 @@ void tokens()
         areAnswered = handheld.isServed();
     }
     const qint64 grown = (ProcessMemory::resident(server.processId()) - before) / Kibibyte;
-    tell(QStringLiteral("%1 tokens on one connection").arg(count),
-         QStringLiteral("all are answered, memory grows by less than 1 MiB"),
-         QStringLiteral("%1, %2 KiB, %3 us a token")
-             .arg(areAnswered ? QStringLiteral("all answered") : QStringLiteral("not answered"))
+    tell(u"%1 tokens on one connection"_s.arg(count),
+         u"all are answered, memory grows by less than 1 MiB"_s,
+         u"%1, %2 KiB, %3 us a token"_s.arg(areAnswered ? u"all answered"_s : u"not answered"_s)
              .arg(grown)
              .arg(double(time.elapsed()) * 1000 / count, 0, 'f', 0),
          areAnswered && grown < 1024);
@@ -162,15 +166,15 @@ void silentReader()
     ServerBench::require(silent.sendAndSettle("{ a = " + QByteArray(50'000, 'v') + "; }"),
                          "a large value");
     int asked = 0;
-    while (asked < 2000 && silent.send(serverInfo(), 5s) && silent.waitUntilRead(2s))
+    while (asked < 2000 && silent.send(serverInfo(), 5s) && silent.waitUntilRead(2s)) {
         ++asked;
+    }
     const Sample times = asker.stop();
     const qint64 grown = (ProcessMemory::peak(server.processId()) - before) / Mebibyte;
-    tell(QStringLiteral("a client that never reads its answers of 50 kB"),
-         QStringLiteral("disconnected past 4 MiB unsent, others unharmed"),
-         QStringLiteral("disconnected after %1 answers, memory %2 MiB more at most; others' 99th "
-                        "percentile %3 ms")
-             .arg(asked)
+    tell(u"a client that never reads its answers of 50 kB"_s,
+         u"disconnected past 4 MiB unsent, others unharmed"_s,
+         u"disconnected after %1 answers, memory %2 MiB more at most; others' 99th "
+         "percentile %3 ms"_s.arg(asked)
              .arg(grown)
              .arg(times.atShare(0.99), 0, 'f', 1),
          asked < 2000 && grown < 32 && asker.isServed() && times.atShare(0.99) < 100);
@@ -186,34 +190,31 @@ void greedy()
     for (int number = 0; sent < 64 * Mebibyte; ++number) {
         const QByteArray token =
             "{ key" + QByteArray::number(number) + " = " + QByteArray(20'000, 'v') + "; }";
-        if (!handheld.send(token) || !handheld.waitUntilRead(2s))
+        if (!handheld.send(token) || !handheld.waitUntilRead(2s)) {
             break;
+        }
         sent += token.size();
     }
     const qint64 grown = (ProcessMemory::peak(server.processId()) - before) / Mebibyte;
     Handheld other(server.port());
-    tell(QStringLiteral("a client that stores ever more values"),
-         QStringLiteral("disconnected past 16 MiB"),
-         QStringLiteral("disconnected after %1 MiB, memory %2 MiB more at most")
-             .arg(sent / Mebibyte)
-             .arg(grown),
+    tell(u"a client that stores ever more values"_s, u"disconnected past 16 MiB"_s,
+         u"disconnected after %1 MiB, memory %2 MiB more at most"_s.arg(sent / Mebibyte).arg(grown),
          sent < 17 * Mebibyte && other.isServed());
 }
 
 void loadAll()
 {
     crowd();
-    flood(QStringLiteral("nothing, for comparison,"), {}, 0);
-    flood(QStringLiteral("tokens with answers"), serverInfo());
-    flood(QStringLiteral("keys"), keyCommand("A"));
-    flood(QStringLiteral("bytes without form"), "}{ = ;( ");
-    flood(QStringLiteral("tokens of 1 MiB"), "{ a = " + QByteArray(int(Mebibyte), 'v') + "; }");
+    flood(u"nothing, for comparison,"_s, {}, 0);
+    flood(u"tokens with answers"_s, serverInfo());
+    flood(u"keys"_s, keyCommand(u"A"_s));
+    flood(u"bytes without form"_s, "}{ = ;( ");
+    flood(u"tokens of 1 MiB"_s, "{ a = " + QByteArray(int(Mebibyte), 'v') + "; }");
     // Many of them come in one read of 1 MiB, which is one token then.
     const QByteArray emptyEntries = "{ " + QByteArray(60'000, ';') + " }";
-    flood(QStringLiteral("a million empty entries a token"), emptyEntries);
-    flood(QStringLiteral("such tokens by eight clients"), emptyEntries, 8);
-    flood(QStringLiteral("lists of 20,000 items"),
-          "{ a = (" + QByteArray("b, ").repeated(20'000) + "); }");
+    flood(u"a million empty entries a token"_s, emptyEntries);
+    flood(u"such tokens by eight clients"_s, emptyEntries, 8);
+    flood(u"lists of 20,000 items"_s, "{ a = (" + QByteArray("b, ").repeated(20'000) + "); }");
     silentReader();
     greedy();
     tokens();

@@ -14,6 +14,8 @@
 #include <poll.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace ConnectionKeeper {
 namespace {
 
@@ -57,7 +59,7 @@ void endKeeperBehind(int lockFile)
 int highestDescriptor()
 {
     int highest = STDERR_FILENO;
-    const QStringList names = QDir(QStringLiteral("/dev/fd")).entryList(QDir::Files | QDir::System);
+    const QStringList names = QDir(u"/dev/fd"_s).entryList(QDir::Files | QDir::System);
     for (const QString &name : names) {
         highest = std::max(highest, name.toInt());
     }

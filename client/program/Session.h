@@ -10,6 +10,8 @@
 
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 /// A connection to the server that the arguments mean, used step by step.
 class Session
 {
@@ -34,9 +36,8 @@ public:
 
     /// The exit code of an outcome; tells the user of a failure, and what to do where no answer
     /// came in time.
-    static Terminal::ExitCode
-    report(const quillmote::Outcome &outcome,
-           const QString &timeoutAdvice = QStringLiteral("Try a longer --timeout."));
+    static Terminal::ExitCode report(const quillmote::Outcome &outcome,
+                                     const QString &timeoutAdvice = u"Try a longer --timeout."_s);
 
 private:
     bool findServer(const Arguments &arguments);

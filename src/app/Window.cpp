@@ -82,14 +82,15 @@ Window::Window() : server(nullptr)
     setIcon(blackLight());
     connect(trayIcon, SIGNAL(activated(QSystemTrayIcon::ActivationReason)), this,
             SLOT(iconActivated(QSystemTrayIcon::ActivationReason)));
-    // Wanted: when it is off, an entry of the login list stays until the preferences are closed.
+    // By design: when it is off, an entry of the login list stays until the preferences are closed.
     if (startAtLogon) {
         updateStartupAtLogon();
     }
     trayIcon->setVisible(true);
     messageHandler->watchNotificationDaemon();
     holdBalloonsUntilPlaced();
-    // Wanted: the server does not learn pairNeedsApproval before the preferences are closed once.
+    // By design: the server does not learn pairNeedsApproval before the preferences are closed
+    // once.
     startServer();
 }
 
@@ -198,7 +199,7 @@ void Window::stopServer()
 
 void Window::connectionStatus(bool connected)
 {
-    // Wanted: whether the server still runs does not matter here.
+    // By design: whether the server still runs does not matter here.
     light = connected ? greenLight() : orangeLight();
     if (!lightIsFresh.isActive()) {
         showLight();
@@ -229,7 +230,7 @@ void Window::aboutDialog()
         bringToFront(*aboutBox);
         return;
     }
-    // Wanted: this title, and a version that is not the application's.
+    // By design: this title, and a version that is not the application's.
     QMessageBox box(QMessageBox::Information, tr("QMessageBox::information()"),
                     tr("Vorna Server v1.1"), QMessageBox::Ok, this);
     aboutBox = &box;
@@ -267,7 +268,7 @@ void Window::openPreferencesDialog()
     connect(&dialog, SIGNAL(updateSignal(QString, QVariant)), this,
             SLOT(update(QString, QVariant)));
     preferences = &dialog;
-    // Wanted: however the dialog is closed, its values are taken.
+    // By design: however the dialog is closed, its values are taken.
     dialog.exec();
     takePreferences(dialog.property("parameters").toMap());
 }
@@ -287,7 +288,7 @@ void Window::restoreApplicationSettings()
     const QSettings settings;
     pairNeedsApproval = settings.value("pairNeedsApproval", QVariant(false)).toBool();
     startAtLogon = settings.value("startAtLogon", QVariant(true)).toBool();
-    // Wanted: the directory of documents is asked for and not used.
+    // By design: the directory of documents is asked for and not used.
     QString directory = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
     directory = QStandardPaths::writableLocation(QStandardPaths::HomeLocation) + u"/Downloads"_s;
     downloadDirectory = settings.value("downloadDirectory", directory).toString();

@@ -36,8 +36,8 @@ public slots:
     /// Live changes from the preferences dialog.
     void update(QString paramName, QVariant value);
     /// Shows the light at once.
-    void setIcon(QString iconName = ":/images/led_arancio.png");
-    /// Wanted: nothing. The tray opens the menu by itself.
+    void setIcon(QString iconName = QStringLiteral(":/images/led_arancio.png"));
+    /// By design: nothing. The tray opens the menu by itself.
     void iconActivated(QSystemTrayIcon::ActivationReason reason);
     void updateStartupAtLogon();
     /// Returns when the box is closed. While one is open, brings it to the front instead.

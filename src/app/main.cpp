@@ -22,6 +22,8 @@
 #include <cstdio>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 extern int qInitResources_VornaServer();
@@ -44,10 +46,10 @@ Status answer(const CommandLine &line)
         print(stdout, helpText());
         return Success;
     case CommandLine::Request::ShowVersion:
-        print(stdout, QStringLiteral("VornaServer %1\n").arg(version));
+        print(stdout, u"VornaServer %1\n"_s.arg(QLatin1StringView(version)));
         return Success;
     default:
-        print(stderr, QStringLiteral("VornaServer: %1\n").arg(line.refusal));
+        print(stderr, u"VornaServer: %1\n"_s.arg(line.refusal));
         return WrongUsage;
     }
 }
@@ -63,11 +65,11 @@ std::unique_ptr<QApplication> makeApplication(int &argc, char **argv, const Comm
 
 void describeApplication()
 {
-    QCoreApplication::setOrganizationName("Ostrovane");
-    QCoreApplication::setApplicationName("VornaServer");
-    QCoreApplication::setApplicationVersion(version);
+    QCoreApplication::setOrganizationName(u"Ostrovane"_s);
+    QCoreApplication::setApplicationName(u"VornaServer"_s);
+    QCoreApplication::setApplicationVersion(QLatin1StringView(version));
     // Small, since every balloon is a window too and hands it to the X server.
-    QApplication::setWindowIcon(QIcon(":/images/led_arancio.png").pixmap(48));
+    QApplication::setWindowIcon(QIcon(u":/images/led_arancio.png"_s).pixmap(48));
     // Every balloon draws its icons under names of its own, and the toolkit's cache never forgets a
     // name. There is little else here to keep.
     QPixmapCache::setCacheLimit(0);

@@ -67,7 +67,7 @@ void TKApplicationManagerMac::openApplication(QString name)
     if (application == nullptr) {
         return;
     }
-    // Wanted: Unitron starts by being asked its name.
+    // By design: Unitron starts by being asked its name.
     if (name == "Unitron"_L1) {
         application->name();
     } else {

@@ -45,7 +45,7 @@ void InteractionManagerMac::extractKeyCodeAndModifiers(QString shortcut)
         }
     }
     if (keyToken == nullptr) {
-        // Wanted: modifiers alone have a key code, but are never typed.
+        // By design: modifiers alone have a key code, but are never typed.
         parsed->keyCode = KeyTable::codeOf(tokens.last()).value_or(0);
         return;
     }
@@ -56,7 +56,7 @@ void InteractionManagerMac::resolveKey(const QString &keyToken)
 {
     const auto code = KeyTable::codeOf(keyToken.toUpper());
     if (!code) {
-        // Wanted: the token's identity, not its text.
+        // By design: the token's identity, not its text.
         const auto identity = reinterpret_cast<quintptr>(&keyToken);
         Messages::warning(
             {u"KeyCode not vailable for "_s, u"0x"_s + QString::number(identity, 16)});
@@ -70,7 +70,7 @@ void InteractionManagerMac::keyboardTapKeyEvent(QString shortcut)
 {
     extractKeyCodeAndModifiers(shortcut);
     if (!parsed->isValid) {
-        // Wanted: the shortcut itself is not told.
+        // By design: the shortcut itself is not told.
         Messages::warning({Messages::quoted(QObject::tr("Problem executing the shortcut: "))});
         return;
     }

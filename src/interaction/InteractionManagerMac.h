@@ -18,8 +18,8 @@ public:
     ~InteractionManagerMac() override;
 
     /// Splits the shortcut at every "+". Names of modifiers add their flag; the last other name is
-    /// the key. Wanted: the key is looked up by the upper-case form of its name only, so "a" types
-    /// the key "A", and names with lower-case letters ("Tab") can never be typed.
+    /// the key. By design: the key is looked up by the upper-case form of its name only, so "a"
+    /// types the key "A", and names with lower-case letters ("Tab") can never be typed.
     void extractKeyCodeAndModifiers(QString shortcut) override;
     /// Posts nothing but a warning when the last parse found no key.
     void generateKeyEvent(bool keyDown) override;

@@ -7,58 +7,37 @@
 
 #include <array>
 
+using namespace Qt::StringLiterals;
+
 namespace KeyTable {
 namespace {
 
-// Wanted: "[" and "]" carry each other's code, and "UArrow" one that no keyboard has. Handhelds in
-// use know them so.
+// By design: "[" and "]" carry each other's code, and "UArrow" one that no keyboard has. Handhelds
+// in use know them so.
 constexpr auto table = std::to_array<Row>({
-    {QLatin1StringView("A"), 0},        {QLatin1StringView("B"), 11},
-    {QLatin1StringView("C"), 8},        {QLatin1StringView("D"), 2},
-    {QLatin1StringView("E"), 14},       {QLatin1StringView("F"), 3},
-    {QLatin1StringView("G"), 5},        {QLatin1StringView("H"), 4},
-    {QLatin1StringView("I"), 34},       {QLatin1StringView("J"), 38},
-    {QLatin1StringView("K"), 40},       {QLatin1StringView("L"), 37},
-    {QLatin1StringView("M"), 46},       {QLatin1StringView("N"), 45},
-    {QLatin1StringView("O"), 31},       {QLatin1StringView("P"), 35},
-    {QLatin1StringView("Q"), 12},       {QLatin1StringView("R"), 15},
-    {QLatin1StringView("S"), 1},        {QLatin1StringView("T"), 17},
-    {QLatin1StringView("U"), 32},       {QLatin1StringView("V"), 9},
-    {QLatin1StringView("W"), 13},       {QLatin1StringView("X"), 7},
-    {QLatin1StringView("Y"), 16},       {QLatin1StringView("Z"), 6},
-    {QLatin1StringView("1"), 18},       {QLatin1StringView("2"), 19},
-    {QLatin1StringView("3"), 20},       {QLatin1StringView("4"), 21},
-    {QLatin1StringView("6"), 22},       {QLatin1StringView("5"), 23},
-    {QLatin1StringView("="), 24},       {QLatin1StringView("9"), 25},
-    {QLatin1StringView("7"), 26},       {QLatin1StringView("-"), 27},
-    {QLatin1StringView("8"), 28},       {QLatin1StringView("0"), 29},
-    {QLatin1StringView("["), 30},       {QLatin1StringView("]"), 33},
-    {QLatin1StringView("'"), 39},       {QLatin1StringView(";"), 41},
-    {QLatin1StringView("\\"), 42},      {QLatin1StringView(","), 43},
-    {QLatin1StringView("/"), 44},       {QLatin1StringView("Ret"), 36},
-    {QLatin1StringView("Tab"), 48},     {QLatin1StringView(" "), 49},
-    {QLatin1StringView("Del"), 51},     {QLatin1StringView("FDel"), 117},
-    {QLatin1StringView("Esc"), 53},     {QLatin1StringView("Cmd"), 55},
-    {QLatin1StringView("Shift"), 56},   {QLatin1StringView("CapsLock"), 57},
-    {QLatin1StringView("Alt"), 58},     {QLatin1StringView("Ctrl"), 59},
-    {QLatin1StringView("RShift"), 60},  {QLatin1StringView("RAlt"), 61},
-    {QLatin1StringView("RCtrl"), 62},   {QLatin1StringView("Fn"), 63},
-    {QLatin1StringView("VolUp"), 72},   {QLatin1StringView("VolDown"), 73},
-    {QLatin1StringView("Mute"), 74},    {QLatin1StringView("F1"), 122},
-    {QLatin1StringView("F2"), 120},     {QLatin1StringView("F3"), 99},
-    {QLatin1StringView("F4"), 118},     {QLatin1StringView("F5"), 96},
-    {QLatin1StringView("F6"), 97},      {QLatin1StringView("F7"), 98},
-    {QLatin1StringView("F8"), 100},     {QLatin1StringView("F9"), 101},
-    {QLatin1StringView("F10"), 109},    {QLatin1StringView("F11"), 103},
-    {QLatin1StringView("F12"), 111},    {QLatin1StringView("F13"), 105},
-    {QLatin1StringView("F14"), 107},    {QLatin1StringView("F15"), 113},
-    {QLatin1StringView("F16"), 106},    {QLatin1StringView("F17"), 64},
-    {QLatin1StringView("F18"), 79},     {QLatin1StringView("F19"), 80},
-    {QLatin1StringView("F20"), 90},     {QLatin1StringView("Help"), 114},
-    {QLatin1StringView("Home"), 115},   {QLatin1StringView("PUp"), 116},
-    {QLatin1StringView("End"), 119},    {QLatin1StringView("PDown"), 121},
-    {QLatin1StringView("LArrow"), 123}, {QLatin1StringView("RArrow"), 124},
-    {QLatin1StringView("DArrow"), 125}, {QLatin1StringView("UArrow"), 130},
+    {"A"_L1, 0},        {"B"_L1, 11},        {"C"_L1, 8},        {"D"_L1, 2},
+    {"E"_L1, 14},       {"F"_L1, 3},         {"G"_L1, 5},        {"H"_L1, 4},
+    {"I"_L1, 34},       {"J"_L1, 38},        {"K"_L1, 40},       {"L"_L1, 37},
+    {"M"_L1, 46},       {"N"_L1, 45},        {"O"_L1, 31},       {"P"_L1, 35},
+    {"Q"_L1, 12},       {"R"_L1, 15},        {"S"_L1, 1},        {"T"_L1, 17},
+    {"U"_L1, 32},       {"V"_L1, 9},         {"W"_L1, 13},       {"X"_L1, 7},
+    {"Y"_L1, 16},       {"Z"_L1, 6},         {"1"_L1, 18},       {"2"_L1, 19},
+    {"3"_L1, 20},       {"4"_L1, 21},        {"6"_L1, 22},       {"5"_L1, 23},
+    {"="_L1, 24},       {"9"_L1, 25},        {"7"_L1, 26},       {"-"_L1, 27},
+    {"8"_L1, 28},       {"0"_L1, 29},        {"["_L1, 30},       {"]"_L1, 33},
+    {"'"_L1, 39},       {";"_L1, 41},        {"\\"_L1, 42},      {","_L1, 43},
+    {"/"_L1, 44},       {"Ret"_L1, 36},      {"Tab"_L1, 48},     {" "_L1, 49},
+    {"Del"_L1, 51},     {"FDel"_L1, 117},    {"Esc"_L1, 53},     {"Cmd"_L1, 55},
+    {"Shift"_L1, 56},   {"CapsLock"_L1, 57}, {"Alt"_L1, 58},     {"Ctrl"_L1, 59},
+    {"RShift"_L1, 60},  {"RAlt"_L1, 61},     {"RCtrl"_L1, 62},   {"Fn"_L1, 63},
+    {"VolUp"_L1, 72},   {"VolDown"_L1, 73},  {"Mute"_L1, 74},    {"F1"_L1, 122},
+    {"F2"_L1, 120},     {"F3"_L1, 99},       {"F4"_L1, 118},     {"F5"_L1, 96},
+    {"F6"_L1, 97},      {"F7"_L1, 98},       {"F8"_L1, 100},     {"F9"_L1, 101},
+    {"F10"_L1, 109},    {"F11"_L1, 103},     {"F12"_L1, 111},    {"F13"_L1, 105},
+    {"F14"_L1, 107},    {"F15"_L1, 113},     {"F16"_L1, 106},    {"F17"_L1, 64},
+    {"F18"_L1, 79},     {"F19"_L1, 80},      {"F20"_L1, 90},     {"Help"_L1, 114},
+    {"Home"_L1, 115},   {"PUp"_L1, 116},     {"End"_L1, 119},    {"PDown"_L1, 121},
+    {"LArrow"_L1, 123}, {"RArrow"_L1, 124},  {"DArrow"_L1, 125}, {"UArrow"_L1, 130},
 });
 
 } // namespace

@@ -168,7 +168,8 @@ void ClientHandler::setFileToTransfer(QString fileName, quint64 size)
                               "path. Choose a folder in Preferences.")
                                .arg(directory)});
     }
-    // Wanted: a file that could not be opened is not announced as such; its bytes are thrown away.
+    // By design: a file that could not be opened is not announced as such; its bytes are thrown
+    // away.
     if (resources->descriptors.hasRoomForFile()) {
         openDownload(file, directory, fileName);
     }
@@ -225,8 +226,8 @@ void ClientHandler::handleChunk(bool isToken)
             return;
         }
     }
-    // Wanted: asked again, since the dispatch may just have begun a file. Its first bytes are those
-    // of the request.
+    // By design: asked again, since the dispatch may just have begun a file. Its first bytes are
+    // those of the request.
     if (isReceivingFile() && !receiveBuffer.isEmpty()) {
         receiveFileBytes();
     }
@@ -305,10 +306,10 @@ void ClientHandler::storeEntry(const QString &key, const QVariant &value)
 
 void ClientHandler::receiveFileBytes()
 {
-    // Wanted: a failed write returns -1, which raises the count.
+    // By design: a failed write returns -1, which raises the count.
     const qint64 written = file.isOpen() ? file.write(receiveBuffer) : -1;
     bytesRemaining = differenceWithinRange(bytesRemaining, written);
-    // Wanted: strictly below zero, so exactly the announced bytes do not end the transfer.
+    // By design: strictly below zero, so exactly the announced bytes do not end the transfer.
     if (bytesRemaining < 0) {
         finishFile();
     }

@@ -25,15 +25,15 @@ QString collapsed(QByteArrayView chunk)
     return QString::fromLatin1(nul < 0 ? chunk : chunk.first(nul)).simplified();
 }
 
-/// Where the token's own brace is looked for when something stands before it. Wanted: from
+/// Where the token's own brace is looked for when something stands before it. By design: from
 /// position 2 on, wherever the token opens, so a brace inside the token may be taken for it.
 qsizetype braceAfterPrefix(const QString &text)
 {
     return text.indexOf(u'{', 2);
 }
 
-/// The entries between the braces, without quotes and without the last ';'. Wanted: the first, the
-/// last and then again the last character go, whatever they are.
+/// The entries between the braces, without quotes and without the last ';'. By design: the first,
+/// the last and then again the last character go, whatever they are.
 QString bodyOf(QString text)
 {
     text.remove(u'"');
@@ -99,7 +99,8 @@ void Reader::visitSome(qsizetype effort, const EntryVisitor &visit)
     }
 }
 
-/// Cuts the next entry off the body; `storage` holds it where markers had to be taken out. Wanted:
+/// Cuts the next entry off the body; `storage` holds it where markers had to be taken out. By
+/// design:
 /// a
 /// ';' in front of everything never splits.
 QStringView Reader::nextSegment(QString &storage)
@@ -125,7 +126,7 @@ qsizetype Reader::beginSegment(const EntryVisitor &visit)
     QString storage;
     const QStringView segment = nextSegment(storage);
     const qsizetype equals = segment.indexOf(equalsSign);
-    // Wanted: without an equals sign the whole segment is the key, and the value starts at its
+    // By design: without an equals sign the whole segment is the key, and the value starts at its
     // third character.
     const QStringView key = equals < 0 ? segment : segment.left(equals);
     const qsizetype valueStart = std::min(equals + equalsSign.size(), segment.size());
@@ -134,7 +135,7 @@ qsizetype Reader::beginSegment(const EntryVisitor &visit)
         visit(key.trimmed().toString(), value.toString());
         return segment.size();
     }
-    // A value that opens a bracket is a list, closed or not. Wanted: its last character goes
+    // A value that opens a bracket is a list, closed or not. By design: its last character goes
     // whatever it is.
     value.chop(1);
     listKey = key.trimmed().toString();
@@ -239,7 +240,7 @@ void Writer::beginValue(QString &text)
     items = entry->toStringList();
     item = 0;
     if (items.isEmpty()) {
-        // Wanted: without an item there is no blank in front of the bracket.
+        // By design: without an item there is no blank in front of the bracket.
         text += " =();"_L1;
         ++entry;
         step = Step::Key;
@@ -260,7 +261,7 @@ void Writer::endItem(QString &text)
         pending = items.at(item);
         return;
     }
-    // Wanted: a blank behind the last item.
+    // By design: a blank behind the last item.
     text += " );"_L1;
     items.clear();
     ++entry;

@@ -19,7 +19,7 @@ void ToolkitClipboard::setText(const QString &text)
 void ToolkitClipboard::requestText(TextReceiver receiver)
 {
     const QMimeData *data = QGuiApplication::clipboard()->mimeData(QClipboard::Clipboard);
-    // Wanted: not hasText(), for which a list of files is text too.
+    // By design: not hasText(), for which a list of files is text too.
     const bool hasText = data != nullptr && data->hasFormat(u"text/plain"_s);
     receiver(hasText ? std::optional(data->text()) : std::nullopt);
 }

@@ -22,7 +22,7 @@ public:
     void setParameter(QString paramName, QVariant value);
 
 signals:
-    /// Wanted: announces texts only; check boxes are read at the close.
+    /// By design: announces texts only; check boxes are read at the close.
     void updateSignal(QString paramName, QVariant value);
 
 public slots:

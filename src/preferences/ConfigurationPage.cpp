@@ -62,7 +62,7 @@ QGroupBox *ConfigurationPage::downloadGroup()
     auto *browser = new QFileDialog(this);
     browser->setFileMode(QFileDialog::Directory);
     browser->setWindowModality(Qt::NonModal);
-    // Wanted: every directory entered while browsing is taken; the browser's result is not used.
+    // By design: every directory entered while browsing is taken; the browser's result is not used.
     connect(browser, SIGNAL(directoryEntered(QString)), directory, SLOT(setText(QString)));
     connect(choose, SIGNAL(clicked()), browser, SLOT(exec()));
     return group(QString(), {directory, choose});

@@ -91,7 +91,7 @@ bool Server::startServer()
         close();
         return false;
     }
-    // Wanted: connected anew at every start, so after a restart the slot runs twice.
+    // By design: connected anew at every start, so after a restart the slot runs twice.
     connect(this, SIGNAL(newConnection()), this, SLOT(manageConnections()));
     advertise();
     resources.descriptors.countOthers();
@@ -208,7 +208,8 @@ void Server::clientDisconnected()
 
 void Server::showFile(QString filename)
 {
-    // Wanted: the name is not encoded, so a "%", "?" or "#" in it counts as it does in an address.
+    // By design: the name is not encoded, so a "%", "?" or "#" in it counts as it does in an
+    // address.
     opener.open(u"file://"_s + filename);
 }
 

@@ -56,7 +56,7 @@ public:
 
 signals:
     void error(QTcpSocket::SocketError socketError);
-    /// Wanted: false as soon as any one client leaves, even while others remain.
+    /// By design: false as soon as any one client leaves, even while others remain.
     void clientConnected(bool connected);
 
 protected:

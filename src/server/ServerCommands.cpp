@@ -47,15 +47,15 @@ struct Server::Command
 void Server::serveClient()
 {
     static constexpr std::array commands = {
-        Command{QLatin1StringView("SERVER_PAIR"), &Server::servePairing},
-        Command{QLatin1StringView("URL_OPEN"), &Server::serveUrl},
-        Command{QLatin1StringView("TEXT_TRANSFER_AND_OPEN"), &Server::serveText},
-        Command{QLatin1StringView("SERVER_CLIPBOARD_REQUEST"), &Server::serveClipboardRequest},
-        Command{QLatin1StringView("FILE_TRANSFER_AND_OPEN"), &Server::serveFile},
-        Command{QLatin1StringView("SERVER_INFO"), &Server::serveServerInfo},
-        Command{QLatin1StringView("KEYBOARD_CMD"), &Server::serveKeyboard},
-        Command{QLatin1StringView("APPLICATION_CMD"), &Server::serveApplication},
-        Command{QLatin1StringView("MOUSE_CMD"), &Server::serveMouse},
+        Command{"SERVER_PAIR"_L1, &Server::servePairing},
+        Command{"URL_OPEN"_L1, &Server::serveUrl},
+        Command{"TEXT_TRANSFER_AND_OPEN"_L1, &Server::serveText},
+        Command{"SERVER_CLIPBOARD_REQUEST"_L1, &Server::serveClipboardRequest},
+        Command{"FILE_TRANSFER_AND_OPEN"_L1, &Server::serveFile},
+        Command{"SERVER_INFO"_L1, &Server::serveServerInfo},
+        Command{"KEYBOARD_CMD"_L1, &Server::serveKeyboard},
+        Command{"APPLICATION_CMD"_L1, &Server::serveApplication},
+        Command{"MOUSE_CMD"_L1, &Server::serveMouse},
     };
     auto *client = static_cast<ClientHandler *>(sender());
     const QString name = text(*client, u"cmdType"_s);
@@ -160,7 +160,7 @@ void Server::serveFile(ClientHandler &client)
 void Server::serveServerInfo(ClientHandler &client)
 {
     const QSize size = screens->desktopSize();
-    // Wanted: the height comes first, and the platform's name is the same everywhere.
+    // By design: the height comes first, and the platform's name is the same everywhere.
     setParameters(client,
                   {QString::number(size.height()), QString::number(size.width()), u"MAC-OSX"_s});
     answer(client, u"OK"_s);
@@ -171,10 +171,10 @@ void Server::serveKeyboard(ClientHandler &client)
     interactionManager->keyboardTapKeyEvent(functionCommand(client));
 }
 
-/// Wanted: known, and without effect.
+/// By design: known, and without effect.
 void Server::serveApplication(ClientHandler &) {}
 
-/// Wanted: what is not a number reads as 0, so a command without a usable code clicks.
+/// By design: what is not a number reads as 0, so a command without a usable code clicks.
 void Server::serveMouse(ClientHandler &client)
 {
     switch (functionCommand(client).toInt()) {

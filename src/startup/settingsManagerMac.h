@@ -11,8 +11,8 @@
 
 /// Keeps this program in the user's list of login items, or out of it.
 ///
-/// Wanted: an entry counts as ours when its path contains the name of our bundle anywhere, in any
-/// letter case; only the first such entry counts. Where the host reads that list no longer, its
+/// By design: an entry counts as ours when its path contains the name of our bundle anywhere, in
+/// any letter case; only the first such entry counts. Where the host reads that list no longer, its
 /// current means is told as well.
 class settingsManagerMac final : public settingsManager
 {

@@ -16,6 +16,8 @@
 #include <xcb/xproto.h>
 #include <xkbcommon/xkbcommon-keysyms.h>
 
+using namespace Qt::StringLiterals;
+
 /// An X display with a user at its keyboard, a client that watches, and the services under test.
 struct X11Scene
 {
@@ -26,8 +28,9 @@ struct X11Scene
 
     X11Scene()
     {
-        if (isReady())
+        if (isReady()) {
             services = makeServices();
+        }
     }
 
     bool isReady() const
@@ -44,7 +47,7 @@ struct X11Scene
     /// Gives all keyboards a layout, such as {"-layout", "de"}, and lets the services know.
     bool setLayout(const QStringList &arguments)
     {
-        const bool isSet = server.run(QStringLiteral("setxkbmap"), arguments);
+        const bool isSet = server.run(u"setxkbmap"_s, arguments);
         letServicesLearn();
         watcher.clear();
         return isSet;
@@ -89,8 +92,9 @@ struct X11Scene
     {
         std::vector<KeyInput> found;
         for (const KeyInput &key : watcher.keys()) {
-            if (key.isDown && !isModifier(key.keysym))
+            if (key.isDown && !isModifier(key.keysym)) {
                 found.push_back(key);
+            }
         }
         return found;
     }

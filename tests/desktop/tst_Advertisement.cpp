@@ -11,11 +11,13 @@
 #include <QFile>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 namespace {
 
-const QString ServiceType = QStringLiteral("_quillmote._tcp");
+const QString ServiceType = u"_quillmote._tcp"_s;
 /// How long a handheld may go on showing a server that has been stopped.
 constexpr auto GoneLimit = 3s;
 
@@ -28,8 +30,7 @@ std::optional<QVariantMap> ask(const NetworkHost &host, const SeenService &servi
     connection.setLastPreparation(host.entry());
     connection.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     connection.start(
-        "socat",
-        {"STDIO", QStringLiteral("TCP:%1:%2").arg(service.address.toString()).arg(service.port)});
+        u"socat"_s, {u"STDIO"_s, u"TCP:%1:%2"_s.arg(service.address.toString()).arg(service.port)});
     connection.write(token);
     QByteArray answer;
     waitUntil([&] {
@@ -41,17 +42,16 @@ std::optional<QVariantMap> ask(const NetworkHost &host, const SeenService &servi
 
 std::optional<QVariantMap> askForInfo(const NetworkHost &host, const SeenService &service)
 {
-    return ask(host, service, commandText(QStringLiteral("SERVER_INFO")));
+    return ask(host, service, commandText(u"SERVER_INFO"_s));
 }
 
 /// Makes a program, by the name of that with which the desktop opens web addresses, that records
 /// the numbers of its open descriptors.
 bool makeOpener(const QString &folder, const QString &record)
 {
-    QFile opener(folder + "/xdg-open");
-    const QByteArray text = QStringLiteral("#!/bin/sh\nls /proc/self/fd >'%1.part'\n"
-                                           "mv '%1.part' '%1'\n")
-                                .arg(record)
+    QFile opener(folder + u"/xdg-open"_s);
+    const QByteArray text = u"#!/bin/sh\nls /proc/self/fd >'%1.part'\n"
+                            "mv '%1.part' '%1'\n"_s.arg(record)
                                 .toUtf8();
     return QDir().mkpath(folder) && opener.open(QIODevice::WriteOnly) &&
            opener.write(text) == text.size() &&
@@ -91,14 +91,14 @@ private slots:
 
 private:
     void launch();
-    bool chooseStartStop() const { return m_scene->menu().choose(TrayMenu::Item::StartStop); }
-    QString hostName() const { return m_network->server().name(); }
+    bool chooseStartStop() const { return scene->menu().choose(TrayMenu::Item::StartStop); }
+    QString hostName() const { return network->server().name(); }
 
-    std::unique_ptr<NetworkNamespaces> m_network;
-    std::unique_ptr<AvahiDaemon> m_serverDaemon;
-    std::unique_ptr<AvahiDaemon> m_handheldDaemon;
-    std::unique_ptr<ServiceBrowser> m_browser;
-    std::unique_ptr<ServerScene> m_scene;
+    std::unique_ptr<NetworkNamespaces> network;
+    std::unique_ptr<AvahiDaemon> serverDaemon;
+    std::unique_ptr<AvahiDaemon> handheldDaemon;
+    std::unique_ptr<ServiceBrowser> browser;
+    std::unique_ptr<ServerScene> scene;
 };
 
 void tst_Advertisement::initTestCase()
@@ -108,37 +108,37 @@ void tst_Advertisement::initTestCase()
     // Where daemons and network tools are, which is not in everyone's path.
     qputenv("PATH", qgetenv("PATH") + ":/usr/sbin:/sbin");
 
-    m_network = std::make_unique<NetworkNamespaces>();
-    QCOMPARE(m_network->problem(), QByteArray());
-    m_serverDaemon = std::make_unique<AvahiDaemon>(m_network->server());
-    QCOMPARE(m_serverDaemon->problem(), QByteArray());
-    m_handheldDaemon = std::make_unique<AvahiDaemon>(m_network->handheld());
-    QCOMPARE(m_handheldDaemon->problem(), QByteArray());
-    QVERIFY(m_handheldDaemon->start());
-    m_browser =
-        std::make_unique<ServiceBrowser>(m_network->handheld(), *m_handheldDaemon, ServiceType);
-    m_scene = std::make_unique<ServerScene>();
-    QCOMPARE(m_scene->session().problem(), QByteArray());
-    m_scene->mutableSession().useSystemBus(m_serverDaemon->busAddress());
+    network = std::make_unique<NetworkNamespaces>();
+    QCOMPARE(network->problem(), QByteArray());
+    serverDaemon = std::make_unique<AvahiDaemon>(network->server());
+    QCOMPARE(serverDaemon->problem(), QByteArray());
+    handheldDaemon = std::make_unique<AvahiDaemon>(network->handheld());
+    QCOMPARE(handheldDaemon->problem(), QByteArray());
+    QVERIFY(handheldDaemon->start());
+    browser = std::make_unique<ServiceBrowser>(network->handheld(), *handheldDaemon, ServiceType);
+    scene = std::make_unique<ServerScene>();
+    QCOMPARE(scene->session().problem(), QByteArray());
+    scene->mutableSession().useSystemBus(serverDaemon->busAddress());
 }
 
 void tst_Advertisement::init()
 {
-    if (!m_serverDaemon->isRunning())
-        QVERIFY(m_serverDaemon->start());
-    QVERIFY(m_network->server().setName(hostName()));
+    if (!serverDaemon->isRunning()) {
+        QVERIFY(serverDaemon->start());
+    }
+    QVERIFY(network->server().setName(hostName()));
 }
 
 void tst_Advertisement::cleanup()
 {
-    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
-    QVERIFY(waitUntil([this] { return m_browser->services().isEmpty(); }));
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+    QVERIFY(waitUntil([this] { return browser->services().isEmpty(); }));
 }
 
 void tst_Advertisement::launch()
 {
-    m_scene->launch(m_network->server().entry());
-    QVERIFY(m_scene->port() != 0);
+    scene->launch(network->server().entry());
+    QVERIFY(scene->port() != 0);
 }
 
 void tst_Advertisement::handheldFindsTheServerAndTalksToIt()
@@ -146,33 +146,33 @@ void tst_Advertisement::handheldFindsTheServerAndTalksToIt()
     QElapsedTimer sinceLaunch;
     sinceLaunch.start();
     launch();
-    const auto service = m_browser->waitFor(hostName());
+    const auto service = browser->waitFor(hostName());
     QVERIFY(service);
     qInfo("Found %lld ms after the launch.", sinceLaunch.elapsed());
-    QCOMPARE(service->address, QHostAddress(m_network->server().address()));
-    QCOMPARE(service->port, m_scene->port());
+    QCOMPARE(service->address, QHostAddress(network->server().address()));
+    QCOMPARE(service->port, scene->port());
     QCOMPARE(service->text, QByteArray());
-    const auto answer = askForInfo(m_network->handheld(), *service);
+    const auto answer = askForInfo(network->handheld(), *service);
     QVERIFY(answer);
-    QCOMPARE(answer->value("cmdParameters").toStringList().value(2), QString("MAC-OSX"));
+    QCOMPARE(answer->value(u"cmdParameters"_s).toStringList().value(2), u"MAC-OSX"_s);
 }
 
 void tst_Advertisement::stoppedServerIsGoneAndAStartedOneIsBackWithItsNewPort()
 {
     launch();
-    QVERIFY(m_browser->waitFor(hostName()));
-    QVERIFY(m_scene->menu().open());
+    QVERIFY(browser->waitFor(hostName()));
+    QVERIFY(scene->menu().open());
     QElapsedTimer sinceStop;
     sinceStop.start();
-    QVERIFY(m_scene->menu().click(TrayMenu::Item::StartStop));
-    QVERIFY(m_browser->waitUntilGone(hostName(), GoneLimit));
+    QVERIFY(scene->menu().click(TrayMenu::Item::StartStop));
+    QVERIFY(browser->waitUntilGone(hostName(), GoneLimit));
     qInfo("Gone %lld ms after Stop Server.", sinceStop.elapsed());
 
     QVERIFY(chooseStartStop());
-    const auto service = m_browser->waitFor(hostName());
+    const auto service = browser->waitFor(hostName());
     QVERIFY(service);
-    QCOMPARE(service->port, m_scene->port());
-    QVERIFY(askForInfo(m_network->handheld(), *service));
+    QCOMPARE(service->port, scene->port());
+    QVERIFY(askForInfo(network->handheld(), *service));
 }
 
 void tst_Advertisement::endedServerIsGone_data()
@@ -186,23 +186,22 @@ void tst_Advertisement::endedServerIsGone()
 {
     QFETCH(int, signal);
     launch();
-    QVERIFY(m_browser->waitFor(hostName()));
+    QVERIFY(browser->waitFor(hostName()));
     QElapsedTimer sinceSignal;
     sinceSignal.start();
-    m_scene->server().end(signal);
-    QVERIFY(m_browser->waitUntilGone(hostName(), GoneLimit));
+    scene->server().end(signal);
+    QVERIFY(browser->waitUntilGone(hostName(), GoneLimit));
     qInfo("Gone %lld ms after the signal.", sinceSignal.elapsed());
 }
 
 void tst_Advertisement::daemonThatComesLaterThanTheServerAnnouncesIt()
 {
-    m_serverDaemon->stop();
+    serverDaemon->stop();
     launch();
-    const quint16 port = m_scene->port();
-    QVERIFY(
-        askForInfo(m_network->handheld(), {QHostAddress(m_network->server().address()), port, {}}));
-    QVERIFY(m_serverDaemon->start());
-    const auto service = m_browser->waitFor(hostName());
+    const quint16 port = scene->port();
+    QVERIFY(askForInfo(network->handheld(), {QHostAddress(network->server().address()), port, {}}));
+    QVERIFY(serverDaemon->start());
+    const auto service = browser->waitFor(hostName());
     QVERIFY(service);
     QCOMPARE(service->port, port);
 }
@@ -218,37 +217,37 @@ void tst_Advertisement::serverSurvivesTheDaemonAndIsFoundAgainWhenItIsBack()
 {
     QFETCH(bool, hasCrashed);
     launch();
-    const auto service = m_browser->waitFor(hostName());
+    const auto service = browser->waitFor(hostName());
     QVERIFY(service);
     if (hasCrashed) {
-        m_serverDaemon->crash();
+        serverDaemon->crash();
     } else {
-        m_serverDaemon->stop();
-        QVERIFY(m_browser->waitUntilGone(hostName()));
+        serverDaemon->stop();
+        QVERIFY(browser->waitUntilGone(hostName()));
     }
-    QVERIFY(askForInfo(m_network->handheld(), *service));
+    QVERIFY(askForInfo(network->handheld(), *service));
 
-    QVERIFY(m_serverDaemon->start());
+    QVERIFY(serverDaemon->start());
     // Looked for on the server's host, which remembers nothing from before; the other one may still
     // believe in what a crashed daemon has said.
-    ServiceBrowser newcomer(m_network->server(), *m_serverDaemon, ServiceType);
+    ServiceBrowser newcomer(network->server(), *serverDaemon, ServiceType);
     QCOMPARE(newcomer.waitFor(hostName()), service);
-    QCOMPARE(m_browser->waitFor(hostName()), service);
+    QCOMPARE(browser->waitFor(hostName()), service);
 }
 
 void tst_Advertisement::serverThatRestartsWithoutTheDaemonIsFoundWhenItIsBack()
 {
     launch();
-    QVERIFY(m_browser->waitFor(hostName()));
-    m_serverDaemon->stop();
-    QVERIFY(m_browser->waitUntilGone(hostName()));
+    QVERIFY(browser->waitFor(hostName()));
+    serverDaemon->stop();
+    QVERIFY(browser->waitUntilGone(hostName()));
     QVERIFY(chooseStartStop());
-    QVERIFY(waitUntil([this] { return !m_scene->server().isListening(); }));
+    QVERIFY(waitUntil([this] { return !scene->server().isListening(); }));
     QVERIFY(chooseStartStop());
-    const quint16 port = m_scene->port();
+    const quint16 port = scene->port();
     QVERIFY(port != 0);
-    QVERIFY(m_serverDaemon->start());
-    const auto service = m_browser->waitFor(hostName());
+    QVERIFY(serverDaemon->start());
+    const auto service = browser->waitFor(hostName());
     QVERIFY(service);
     QCOMPARE(service->port, port);
 }
@@ -256,34 +255,34 @@ void tst_Advertisement::serverThatRestartsWithoutTheDaemonIsFoundWhenItIsBack()
 void tst_Advertisement::serverThatIsStoppedStaysHiddenWhenTheDaemonComesBack()
 {
     launch();
-    QVERIFY(m_browser->waitFor(hostName()));
+    QVERIFY(browser->waitFor(hostName()));
     QVERIFY(chooseStartStop());
-    QVERIFY(m_browser->waitUntilGone(hostName()));
-    m_serverDaemon->stop();
-    QVERIFY(m_serverDaemon->start());
+    QVERIFY(browser->waitUntilGone(hostName()));
+    serverDaemon->stop();
+    QVERIFY(serverDaemon->start());
     // Nothing is to happen, so there is no condition to wait for.
-    QVERIFY(!m_browser->waitFor(hostName(), 3s));
+    QVERIFY(!browser->waitFor(hostName(), 3s));
 }
 
 void tst_Advertisement::lostDaemonCostsNoProcessorTime()
 {
     launch();
-    QVERIFY(m_browser->waitFor(hostName()));
-    m_serverDaemon->stop();
-    QVERIFY(m_browser->waitUntilGone(hostName()));
-    QVERIFY(m_scene->isAtRest());
+    QVERIFY(browser->waitFor(hostName()));
+    serverDaemon->stop();
+    QVERIFY(browser->waitUntilGone(hostName()));
+    QVERIFY(scene->isAtRest());
 }
 
 void tst_Advertisement::secondServerOfTheHostGetsANameOfItsOwn()
 {
     launch();
-    QVERIFY(m_browser->waitFor(hostName()));
-    ServerProcess second(m_scene->session(), m_network->server().entry());
-    const auto service = m_browser->waitFor(hostName() + " #2");
+    QVERIFY(browser->waitFor(hostName()));
+    ServerProcess second(scene->session(), network->server().entry());
+    const auto service = browser->waitFor(hostName() + u" #2"_s);
     QVERIFY(service);
     QCOMPARE(service->port, second.port());
-    QVERIFY(askForInfo(m_network->handheld(), *service));
-    QCOMPARE(m_browser->services().value(hostName()).port, m_scene->port());
+    QVERIFY(askForInfo(network->handheld(), *service));
+    QCOMPARE(browser->services().value(hostName()).port, scene->port());
     QCOMPARE(second.end(), std::optional(0));
 }
 
@@ -291,32 +290,32 @@ void tst_Advertisement::nameTakenByAnotherHostIsAvoided()
 {
     constexpr quint16 OtherPort = 4711;
     auto environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("DBUS_SYSTEM_BUS_ADDRESS", m_handheldDaemon->busAddress());
+    environment.insert(u"DBUS_SYSTEM_BUS_ADDRESS"_s, handheldDaemon->busAddress());
     ChildProcess other;
     other.setProcessEnvironment(environment);
-    other.setLastPreparation(m_network->handheld().entry());
-    other.start("avahi-publish", {"-s", hostName(), ServiceType, QString::number(OtherPort)});
-    QVERIFY(m_browser->waitFor(hostName()));
+    other.setLastPreparation(network->handheld().entry());
+    other.start(u"avahi-publish"_s, {u"-s"_s, hostName(), ServiceType, QString::number(OtherPort)});
+    QVERIFY(browser->waitFor(hostName()));
 
     launch();
-    const auto service = m_browser->waitFor(hostName() + " #2");
+    const auto service = browser->waitFor(hostName() + u" #2"_s);
     QVERIFY(service);
-    QCOMPARE(service->port, m_scene->port());
-    QCOMPARE(m_browser->services().value(hostName()).port, OtherPort);
+    QCOMPARE(service->port, scene->port());
+    QCOMPARE(browser->services().value(hostName()).port, OtherPort);
 }
 
 void tst_Advertisement::nameThatIsTooLongIsCutBetweenCharacters()
 {
     // The longest name that a host can have takes 64 bytes; that of a service, 63.
     const QString name(32, QChar(u'ä'));
-    QVERIFY(m_network->server().setName(name));
+    QVERIFY(network->server().setName(name));
     launch();
-    const auto first = m_browser->waitFor(name.left(31));
+    const auto first = browser->waitFor(name.left(31));
     QVERIFY(first);
-    QCOMPARE(first->port, m_scene->port());
+    QCOMPARE(first->port, scene->port());
 
-    ServerProcess second(m_scene->session(), m_network->server().entry());
-    const auto service = m_browser->waitFor(name.left(30) + " #2");
+    ServerProcess second(scene->session(), network->server().entry());
+    const auto service = browser->waitFor(name.left(30) + u" #2"_s);
     QVERIFY(service);
     QCOMPARE(service->port, second.port());
     QCOMPARE(second.end(), std::optional(0));
@@ -324,18 +323,18 @@ void tst_Advertisement::nameThatIsTooLongIsCutBetweenCharacters()
 
 void tst_Advertisement::startedProgramsInheritNoDescriptors()
 {
-    const QString folder = m_scene->session().path("bin");
-    const QString record = m_scene->session().path("descriptors");
+    const QString folder = scene->session().path(u"bin"_s);
+    const QString record = scene->session().path(u"descriptors"_s);
     QVERIFY(makeOpener(folder, record));
     const QByteArray path = qgetenv("PATH");
     qputenv("PATH", folder.toUtf8() + ':' + path);
     launch();
     qputenv("PATH", path);
-    const auto service = m_browser->waitFor(hostName());
+    const auto service = browser->waitFor(hostName());
     QVERIFY(service);
     const QByteArray token =
-        commandText("URL_OPEN", {{QStringLiteral("fncCommand"), "http://quillmote.example/"}});
-    QVERIFY(ask(m_network->handheld(), *service, token));
+        commandText(u"URL_OPEN"_s, {{u"fncCommand"_s, u"http://quillmote.example/"_s}});
+    QVERIFY(ask(network->handheld(), *service, token));
     QVERIFY(waitUntil([&] { return QFile::exists(record); }));
     // The last is that by which the program lists them.
     QCOMPARE(Folders::fileBytes(record), QByteArray("0\n1\n2\n3\n"));
@@ -344,8 +343,8 @@ void tst_Advertisement::startedProgramsInheritNoDescriptors()
 void tst_Advertisement::libraryDoesNotComplainToTheUser()
 {
     launch();
-    QVERIFY(m_browser->waitFor(hostName()));
-    QVERIFY(!m_scene->server().errorText().contains("WARNING"));
+    QVERIFY(browser->waitFor(hostName()));
+    QVERIFY(!scene->server().errorText().contains("WARNING"));
 }
 
 QTEST_GUILESS_MAIN(tst_Advertisement)

@@ -98,14 +98,14 @@ private:
     bool windowManagerAnswers() const;
     Record recordOf(const QString &name) const
     {
-        return Record(m_session->path(name + u".record"_s));
+        return Record(session->path(name + u".record"_s));
     }
     void writeData(const QString &file, const QByteArray &text) const;
     /// An entry for a small program, whose window bears the class "NAME-program" unless the end of
     /// the entry, from the program's further arguments on, says otherwise.
     void install(const QString &name, const QString &desktopId, const QByteArray &end = "\n") const;
-    void open(const QString &name) { m_applications->openApplication(name); }
-    void quit(const QString &name) { m_applications->quitApplication(name); }
+    void open(const QString &name) { applications->openApplication(name); }
+    void quit(const QString &name) { applications->quitApplication(name); }
     bool opens(const QString &name);
     /// The window manager has the program's window on its lists and in front. The focus comes some
     /// time before that.
@@ -113,18 +113,18 @@ private:
     /// Starts a program that nobody controls; its window takes the focus.
     void startBystander();
 
-    std::unique_ptr<DesktopSession> m_session;
-    std::unique_ptr<InteractionManager> m_interaction;
-    std::unique_ptr<TKApplicationManager> m_applications;
-    std::unique_ptr<ChildProcess> m_bystander;
+    std::unique_ptr<DesktopSession> session;
+    std::unique_ptr<InteractionManager> interaction;
+    std::unique_ptr<TKApplicationManager> applications;
+    std::unique_ptr<ChildProcess> bystander;
 };
 
 void tst_ApplicationControl::init()
 {
-    m_session = std::make_unique<DesktopSession>(DesktopSession::NoParts);
-    QCOMPARE(m_session->problem(), QByteArray());
+    session = std::make_unique<DesktopSession>(DesktopSession::NoParts);
+    QCOMPARE(session->problem(), QByteArray());
     // The programs inherit what this process has, so the session becomes its own.
-    const QProcessEnvironment environment = m_session->environment();
+    const QProcessEnvironment environment = session->environment();
     for (const QString &variable : environment.keys()) {
         if (variable != "QT_QPA_PLATFORM"_L1) {
             qputenv(variable.toLatin1().constData(), environment.value(variable).toUtf8());
@@ -133,9 +133,9 @@ void tst_ApplicationControl::init()
     QVERIFY(windowManagerAnswers());
     install(Music, u"com.apple.iTunes"_s, " -name music-player\nStartupWMClass=Music-Player\n");
     install(Finder, u"com.apple.finder"_s);
-    m_interaction = std::make_unique<InteractionManager>(new InteractionManagerMac);
-    m_applications =
-        std::make_unique<TKApplicationManager>(new TKApplicationManagerMac(m_interaction.get()));
+    interaction = std::make_unique<InteractionManager>(new InteractionManagerMac);
+    applications =
+        std::make_unique<TKApplicationManager>(new TKApplicationManagerMac(interaction.get()));
 }
 
 bool tst_ApplicationControl::windowManagerAnswers() const
@@ -155,16 +155,16 @@ void tst_ApplicationControl::cleanup()
             kill(record.processId(), SIGTERM);
         }
     }
-    m_applications.reset();
-    m_interaction.reset();
-    m_bystander.reset();
-    m_session.reset();
+    applications.reset();
+    interaction.reset();
+    bystander.reset();
+    session.reset();
 }
 
 void tst_ApplicationControl::writeData(const QString &file, const QByteArray &text) const
 {
-    QVERIFY(QDir().mkpath(m_session->path(u"data/applications"_s)));
-    QFile entry(m_session->path(u"data/applications/"_s + file));
+    QVERIFY(QDir().mkpath(session->path(u"data/applications"_s)));
+    QFile entry(session->path(u"data/applications/"_s + file));
     QVERIFY(entry.open(QIODevice::WriteOnly));
     entry.write(text);
 }
@@ -173,7 +173,7 @@ void tst_ApplicationControl::install(const QString &name, const QString &desktop
                                      const QByteArray &end) const
 {
     // By the link's name the program's window has a class of its own.
-    const QString program = m_session->path(name + u"-program"_s);
+    const QString program = session->path(name + u"-program"_s);
     QVERIFY(QFile::exists(program) || QFile::link(QStringLiteral(RECORDING_PROGRAM), program));
     writeData(desktopId + u".desktop"_s,
               "[Desktop Entry]\nType=Application\nName=" + name.toUtf8() +
@@ -191,17 +191,17 @@ bool tst_ApplicationControl::opens(const QString &name)
 
 bool tst_ApplicationControl::isInFront(const Record &record) const
 {
-    const auto windows = m_session->view().dialogs(record.processId());
+    const auto windows = session->view().dialogs(record.processId());
     return record.hasFocus() && windows.size() == 1 &&
-           windows.first().id == m_session->view().activeWindow();
+           windows.first().id == session->view().activeWindow();
 }
 
 void tst_ApplicationControl::startBystander()
 {
-    m_bystander = std::make_unique<ChildProcess>();
-    m_bystander->setProcessEnvironment(m_session->environment());
-    m_bystander->start(QStringLiteral(RECORDING_PROGRAM),
-                       {recordOf(u"bystander"_s).file(), u"-name"_s, u"bystander"_s});
+    bystander = std::make_unique<ChildProcess>();
+    bystander->setProcessEnvironment(session->environment());
+    bystander->start(QStringLiteral(RECORDING_PROGRAM),
+                     {recordOf(u"bystander"_s).file(), u"-name"_s, u"bystander"_s});
     QVERIFY(waitUntil([this] { return isInFront(recordOf(u"bystander"_s)); }));
 }
 
@@ -221,14 +221,14 @@ void tst_ApplicationControl::openLeavesARunningProgramInTheBackground()
     QVERIFY(opens(Music));
     startBystander();
     open(Music);
-    m_interaction->keyboardTapKeyEvent(u"A"_s);
+    interaction->keyboardTapKeyEvent(u"A"_s);
     QVERIFY(waitUntil([this] { return !recordOf(u"bystander"_s).keys().isEmpty(); }));
     QCOMPARE(recordOf(Music).keys(), QStringList());
 }
 
 void tst_ApplicationControl::openFindsTheDefaultFileManager()
 {
-    QVERIFY(QFile::remove(m_session->path(u"data/applications/com.apple.finder.desktop"_s)));
+    QVERIFY(QFile::remove(session->path(u"data/applications/com.apple.finder.desktop"_s)));
     install(Finder, u"org.example.Files"_s);
     writeData(u"mimeapps.list"_s,
               "[Default Applications]\ninode/directory=org.example.Files.desktop\n");
@@ -263,7 +263,7 @@ void tst_ApplicationControl::quitEndsTheProgramThoughAnotherIsInFront()
 void tst_ApplicationControl::quitEndsAMinimisedProgram()
 {
     QVERIFY(opens(Music));
-    const auto windows = m_session->view().dialogs(recordOf(Music).processId());
+    const auto windows = session->view().dialogs(recordOf(Music).processId());
     QCOMPARE(windows.size(), 1);
     ChildProcess minimise;
     minimise.start(u"xdotool"_s, {u"windowminimize"_s, QString::number(windows.first().id)});
@@ -279,7 +279,7 @@ void tst_ApplicationControl::quitOfAProgramThatDoesNotRunTypesNothing()
 {
     startBystander();
     quit(Music);
-    m_interaction->keyboardTapKeyEvent(u"A"_s);
+    interaction->keyboardTapKeyEvent(u"A"_s);
     QVERIFY(waitUntil([this] { return !recordOf(u"bystander"_s).keys().isEmpty(); }));
     QCOMPARE(recordOf(u"bystander"_s).keys(), QStringList{u"key A"_s});
     QCOMPARE(recordOf(Music).starts(), 0);
@@ -304,7 +304,7 @@ void tst_ApplicationControl::quitEndsTheRightProgramEveryTime()
 void tst_ApplicationControl::desktopBackgroundIsNoRunningProgram()
 {
     QVERIFY(opens(Finder));
-    const auto windows = m_session->view().dialogs(recordOf(Finder).processId());
+    const auto windows = session->view().dialogs(recordOf(Finder).processId());
     QCOMPARE(windows.size(), 1);
     ChildProcess makeBackground;
     makeBackground.start(u"xprop"_s, {u"-id"_s, QString::number(windows.first().id), u"-f"_s,

@@ -10,6 +10,8 @@
 
 #include <random>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -22,27 +24,27 @@ class MeasuredServer
 public:
     MeasuredServer()
     {
-        m_scene.launchForgetful();
+        scene.launchForgetful();
         // The first answers take memory that stays.
         const bool isReady = port() != 0 && Handheld(port()).isServed() &&
-                             ProcessMemory::forgetPeak(m_scene.server().processId());
-        m_before = isReady ? ProcessMemory::resident(m_scene.server().processId()) : 0;
+                             ProcessMemory::forgetPeak(scene.server().processId());
+        m_before = isReady ? ProcessMemory::resident(scene.server().processId()) : 0;
     }
 
     bool isMeasured() const { return m_before > 0; }
-    quint16 port() const { return m_scene.port(); }
-    QByteArray problemAtEnd() { return m_scene.problemAtEnd(); }
+    quint16 port() const { return scene.port(); }
+    QByteArray problemAtEnd() { return scene.problemAtEnd(); }
 
     /// How many bytes it has taken beyond, at its highest.
     qint64 growth() const
     {
-        const qint64 most = ProcessMemory::peak(m_scene.server().processId()) - m_before;
+        const qint64 most = ProcessMemory::peak(scene.server().processId()) - m_before;
         qInfo("Memory grew by %lld KiB", static_cast<long long>(most / 1024));
         return most;
     }
 
 private:
-    ServerScene m_scene;
+    ServerScene scene;
     qint64 m_before = 0;
 };
 
@@ -50,8 +52,9 @@ private:
 QByteArray keys(int first, int count)
 {
     QByteArray entries;
-    for (int number = first; number < first + count; ++number)
+    for (int number = first; number < first + count; ++number) {
         entries += QByteArray::number(number) + " = v;";
+    }
     return entries;
 }
 
@@ -97,70 +100,73 @@ private slots:
 private:
     bool isServing() const;
 
-    std::unique_ptr<ServerScene> m_scene;
-    std::unique_ptr<RecordingOpener> m_opener; ///< Keeps the machine's own programs out of this.
+    std::unique_ptr<ServerScene> scene;
+    std::unique_ptr<RecordingOpener> opener; ///< Keeps the machine's own programs out of this.
 };
 
 void tst_BadInput::initTestCase()
 {
-    m_scene = std::make_unique<ServerScene>();
-    QCOMPARE(m_scene->session().problem(), QByteArray());
-    m_opener = std::make_unique<RecordingOpener>(m_scene->session());
-    QVERIFY(m_scene->start());
+    scene = std::make_unique<ServerScene>();
+    QCOMPARE(scene->session().problem(), QByteArray());
+    opener = std::make_unique<RecordingOpener>(scene->session());
+    QVERIFY(scene->start());
 }
 
 void tst_BadInput::cleanup()
 {
-    QVERIFY2(m_scene->server().isRunning(), m_scene->server().errorText().constData());
-    QVERIFY2(isServing(), m_scene->server().errorText().constData());
+    QVERIFY2(scene->server().isRunning(), scene->server().errorText().constData());
+    QVERIFY2(isServing(), scene->server().errorText().constData());
 }
 
 void tst_BadInput::cleanupTestCase()
 {
-    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
 }
 
 /// Whether a fresh device gets its answer within two seconds.
 bool tst_BadInput::isServing() const
 {
-    return Handheld(m_scene->port()).isServed(2s);
+    return Handheld(scene->port()).isServed(2s);
 }
 
 void tst_BadInput::oddCommandIsSurvived_data()
 {
     QTest::addColumn<QByteArray>("token");
-    const QStringList commands{"SERVER_PAIR",
-                               "URL_OPEN",
-                               "TEXT_TRANSFER_AND_OPEN",
-                               "SERVER_CLIPBOARD_REQUEST",
-                               "FILE_TRANSFER_AND_OPEN",
-                               "SERVER_INFO",
-                               "KEYBOARD_CMD",
-                               "APPLICATION_CMD",
-                               "MOUSE_CMD",
-                               "server_pair",
-                               ""};
+    const QStringList commands{u"SERVER_PAIR"_s,
+                               u"URL_OPEN"_s,
+                               u"TEXT_TRANSFER_AND_OPEN"_s,
+                               u"SERVER_CLIPBOARD_REQUEST"_s,
+                               u"FILE_TRANSFER_AND_OPEN"_s,
+                               u"SERVER_INFO"_s,
+                               u"KEYBOARD_CMD"_s,
+                               u"APPLICATION_CMD"_s,
+                               u"MOUSE_CMD"_s,
+                               u"server_pair"_s,
+                               u""_s};
     const std::vector<std::pair<QByteArray, std::vector<TokenEntry>>> parameters{
         {"nothing else", {}},
-        {"no item", {{"cmdParameters", QStringList()}}},
-        {"one item", {{"cmdParameters", QStringList{"1"}}}},
-        {"three items", {{"cmdParameters", QStringList{"1", "2", "3"}}}},
-        {"a string for the list", {{"cmdParameters", "1"}}},
-        {"a list for the string", {{"fncCommand", QStringList{"4", "5"}}}},
+        {"no item", {{u"cmdParameters"_s, QStringList()}}},
+        {"one item", {{u"cmdParameters"_s, QStringList{u"1"_s}}}},
+        {"three items", {{u"cmdParameters"_s, QStringList{u"1"_s, u"2"_s, u"3"_s}}}},
+        {"a string for the list", {{u"cmdParameters"_s, u"1"_s}}},
+        {"a list for the string", {{u"fncCommand"_s, QStringList{u"4"_s, u"5"_s}}}},
         {"numbers out of range",
-         {{"fncCommand", "4"}, {"cmdParameters", QStringList{"99999999999", "-99999999999"}}}},
-        {"not-ASCII text", {{"fncCommand", QString::fromLatin1("\xe4\xff\x80")}}},
+         {{u"fncCommand"_s, u"4"_s},
+          {u"cmdParameters"_s, QStringList{u"99999999999"_s, u"-99999999999"_s}}}},
+        {"not-ASCII text", {{u"fncCommand"_s, QString::fromLatin1("\xe4\xff\x80")}}},
     };
-    for (const QString &command : commands)
-        for (const auto &[name, entries] : parameters)
+    for (const QString &command : commands) {
+        for (const auto &[name, entries] : parameters) {
             QTest::newRow((command.toLatin1() + " with " + name).constData())
                 << commandText(command, entries);
+        }
+    }
 }
 
 void tst_BadInput::oddCommandIsSurvived()
 {
     QFETCH(QByteArray, token);
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QVERIFY(handheld.sendAndSettle(token));
 }
 
@@ -193,22 +199,23 @@ void tst_BadInput::oddBytesAreSurvived_data()
 void tst_BadInput::oddBytesAreSurvived()
 {
     QFETCH(QByteArray, bytes);
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QVERIFY(handheld.sendAndSettle(bytes));
 }
 
 void tst_BadInput::bytesOneAtATimeAreNoToken()
 {
-    Handheld handheld(m_scene->port());
-    for (const char byte : serverInfo())
+    Handheld handheld(scene->port());
+    for (const char byte : serverInfo()) {
         QVERIFY(handheld.sendAndSettle(QByteArray(1, byte)));
+    }
     QVERIFY(!handheld.hasUnreadAnswer());
     QVERIFY(handheld.ask(serverInfo()));
 }
 
 void tst_BadInput::tokenInHalvesIsLost()
 {
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     const QByteArray token = serverInfo();
     QVERIFY(handheld.sendAndSettle(token.first(token.size() / 2)));
     QVERIFY(handheld.sendAndSettle(token.sliced(token.size() / 2)));
@@ -218,12 +225,12 @@ void tst_BadInput::tokenInHalvesIsLost()
 
 void tst_BadInput::twoTokensAtOnceAreReadAsOne()
 {
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     const auto answer = handheld.ask("{ a = one }{ b = two; cmdType = SERVER_INFO; }");
     QVERIFY(answer);
-    QCOMPARE(answer->value("a").toString(), QStringLiteral("one }{ b = two"));
-    QCOMPARE(answer->value("serverResponse").toString(), QStringLiteral("OK"));
-    QVERIFY(!answer->contains("b"));
+    QCOMPARE(answer->value(u"a"_s).toString(), u"one }{ b = two"_s);
+    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"OK"_s);
+    QVERIFY(!answer->contains(u"b"_s));
     QVERIFY(!handheld.hasUnreadAnswer());
 }
 
@@ -249,7 +256,7 @@ void tst_BadInput::largeTokenIsRead()
     QFETCH(QByteArray, filling);
     QFETCH(QString, key);
     QFETCH(QString, value);
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     const auto answer = handheld.ask("{ cmdType = SERVER_INFO; " + filling + " }");
     QVERIFY(answer);
     QVERIFY(answer->contains(key));
@@ -277,7 +284,7 @@ void tst_BadInput::keysAreStoredUpToTheLimit()
 {
     constexpr int Limit = 65'536;
     constexpr int Piece = 4'096;
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     for (int first = 0; first < Limit; first += Piece) {
         // The key of the command counts too.
         const int count = first + Piece < Limit ? Piece : Piece - 1;
@@ -288,7 +295,7 @@ void tst_BadInput::keysAreStoredUpToTheLimit()
     QVERIFY(answer);
     // The answer has put two more there, which do not count.
     QCOMPARE(answer->size(), Limit + 2);
-    QCOMPARE(answer->value("65534").toString(), QStringLiteral("v"));
+    QCOMPARE(answer->value(u"65534"_s).toString(), u"v"_s);
 
     QVERIFY(handheld.send("{ cmdType = SERVER_INFO; tooMany = v; }"));
     QVERIFY(handheld.waitUntilClosed());
@@ -300,13 +307,14 @@ void tst_BadInput::bytesAreStoredUpToTheLimit()
     constexpr int Value = 32'768;
     // The keys and the command take a few hundred bytes.
     constexpr int Fitting = 16 * MiB / Value - 1;
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     const auto token = [](int number) {
         return "{ cmdType = APPLICATION_CMD; " + QByteArray::number(number) + " = " +
                QByteArray(Value, 'v') + "; }";
     };
-    for (int number = 0; number < Fitting; ++number)
+    for (int number = 0; number < Fitting; ++number) {
         QVERIFY(handheld.sendAndSettle(token(number)));
+    }
     const auto answer = handheld.ask(serverInfo());
     QVERIFY(answer);
     QCOMPARE(answer->size(), Fitting + 3);
@@ -324,9 +332,11 @@ void tst_BadInput::manyKeysAreSurvived()
     QVERIFY(measured.isMeasured());
     for (int device = 0; device < 4; ++device) {
         Handheld handheld(measured.port());
-        for (int first = 0; first < 68'000 && handheld.isConnected(); first += 4'000)
-            if (!handheld.sendAndSettle("{ " + keys(first, 4'000) + " }"))
+        for (int first = 0; first < 68'000 && handheld.isConnected(); first += 4'000) {
+            if (!handheld.sendAndSettle("{ " + keys(first, 4'000) + " }")) {
                 break;
+            }
+        }
         QVERIFY(handheld.waitUntilClosed());
         QVERIFY(Handheld(measured.port()).isServed());
     }
@@ -337,7 +347,7 @@ void tst_BadInput::manyKeysAreSurvived()
 void tst_BadInput::resetDuringTheDispatchIsSurvived()
 {
     for (int i = 0; i < 50; ++i) {
-        Handheld handheld(m_scene->port());
+        Handheld handheld(scene->port());
         QVERIFY(handheld.send(serverInfo()));
         handheld.reset();
     }
@@ -346,7 +356,7 @@ void tst_BadInput::resetDuringTheDispatchIsSurvived()
 void tst_BadInput::resetDuringAHugeTokenIsSurvived()
 {
     for (int i = 0; i < 5; ++i) {
-        Handheld handheld(m_scene->port());
+        Handheld handheld(scene->port());
         handheld.send(openToken(4'000'000));
         handheld.reset();
     }
@@ -363,8 +373,9 @@ void tst_BadInput::answersThatNobodyReadsAreSurvived()
     QVERIFY(handheld.sendAndSettle("{ a = " + QByteArray(Value, 'v') + "; }"));
     constexpr int Enough = 200 * MiB / Value;
     int asked = 0;
-    while (asked < Enough && handheld.send(serverInfo()) && handheld.waitUntilRead())
+    while (asked < Enough && handheld.send(serverInfo()) && handheld.waitUntilRead()) {
         ++asked;
+    }
     qInfo("Closed after %d answers.", asked);
     QVERIFY(asked < Enough);
     QVERIFY(asked * Value > 4 * MiB);
@@ -401,14 +412,16 @@ void tst_BadInput::randomBytesAreSurvived()
     std::mt19937 random(Seed);
     for (int round = 0; round < 300; ++round) {
         QByteArray bytes = round % 2 == 0 ? "{ " : "";
-        for (unsigned i = random() % 60; i > 0; --i)
+        for (unsigned i = random() % 60; i > 0; --i) {
             bytes += random() % 4 == 0 ? QByteArray(1, char(random() % 256))
                                        : pieces[random() % unsigned(pieces.size())];
+        }
         bytes += round % 3 == 0 ? "; }" : "";
-        Handheld handheld(m_scene->port());
+        Handheld handheld(scene->port());
         QVERIFY2(handheld.send(bytes), bytes.toPercentEncoding().constData());
-        if (round % 10 == 0)
+        if (round % 10 == 0) {
             QVERIFY2(isServing(), bytes.toPercentEncoding().constData());
+        }
     }
 }
 
@@ -417,36 +430,38 @@ void tst_BadInput::manyConnectionsLeaveNothingOpen()
     QVERIFY(waitUntil([this] { return isServing(); }));
     int before = 0;
     QVERIFY(waitUntil([&] {
-        return std::exchange(before, m_scene->server().openDescriptors()) ==
-               m_scene->server().openDescriptors();
+        return std::exchange(before, scene->server().openDescriptors()) ==
+               scene->server().openDescriptors();
     }));
     for (int i = 0; i < 200; ++i) {
-        Handheld handheld(m_scene->port());
+        Handheld handheld(scene->port());
         QVERIFY(handheld.isConnected());
     }
     QVERIFY(isServing());
-    if (!waitUntil([&] { return m_scene->server().openDescriptors() <= before; }))
-        QCOMPARE(m_scene->server().openDescriptors(), before);
+    if (!waitUntil([&] { return scene->server().openDescriptors() <= before; })) {
+        QCOMPARE(scene->server().openDescriptors(), before);
+    }
 }
 
 void tst_BadInput::silentConnectionsDoNotDisturb()
 {
     std::vector<std::unique_ptr<Handheld>> silent;
-    for (int i = 0; i < 100; ++i)
-        silent.push_back(std::make_unique<Handheld>(m_scene->port()));
+    for (int i = 0; i < 100; ++i) {
+        silent.push_back(std::make_unique<Handheld>(scene->port()));
+    }
     QVERIFY(isServing());
 }
 
 void tst_BadInput::unfinishedFileIsSurvived()
 {
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     const auto answer = handheld.ask(commandText(
-        "FILE_TRANSFER_AND_OPEN",
-        {{"cmdParameters", QStringList{"../../../../escape", "18446744073709551615"}}}));
+        u"FILE_TRANSFER_AND_OPEN"_s,
+        {{u"cmdParameters"_s, QStringList{u"../../../../escape"_s, u"18446744073709551615"_s}}}));
     QVERIFY(answer);
     QVERIFY(handheld.send(QByteArray(100'000, 'x')));
     handheld.reset();
-    QVERIFY(!QFile::exists(m_scene->session().path(QStringLiteral("escape"))));
+    QVERIFY(!QFile::exists(scene->session().path(u"escape"_s)));
 }
 
 QTEST_GUILESS_MAIN(tst_BadInput)

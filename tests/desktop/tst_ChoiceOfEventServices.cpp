@@ -9,6 +9,8 @@
 
 #include <QRegularExpression>
 
+using namespace Qt::StringLiterals;
+
 using namespace platform;
 
 namespace {
@@ -38,7 +40,7 @@ void ChoiceOfEventServicesTest::init()
 {
     qunsetenv("DISPLAY");
     qunsetenv("WAYLAND_DISPLAY");
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
+    QTest::failOnWarning(QRegularExpression(u".*"_s));
 }
 
 void ChoiceOfEventServicesTest::anX11DisplayIsTypedOn()
@@ -49,7 +51,7 @@ void ChoiceOfEventServicesTest::anX11DisplayIsTypedOn()
     qputenv("DISPLAY", server.display().toLatin1());
     const auto services = makeEventServices();
     tapLetter(*services);
-    QTRY_COMPARE(watcher.typedText(), QStringLiteral("a"));
+    QTRY_COMPARE(watcher.typedText(), u"a"_s);
 }
 
 void ChoiceOfEventServicesTest::sessionsWithoutAdapterSayOnceWhatToDo_data()
@@ -59,7 +61,7 @@ void ChoiceOfEventServicesTest::sessionsWithoutAdapterSayOnceWhatToDo_data()
     QTest::addColumn<QByteArray>("waylandDisplay");
     QTest::addColumn<QString>("words");
     QTest::newRow("no display") << QStringList() << false << QByteArray() << "no X11 display";
-    QTest::newRow("no XTEST") << QStringList{"-extension", "XTEST"} << true << QByteArray()
+    QTest::newRow("no XTEST") << QStringList{u"-extension"_s, u"XTEST"_s} << true << QByteArray()
                               << "lacks the XTEST";
     QTest::newRow("Wayland with X11 programs")
         << QStringList() << true << QByteArray("wayland-0") << "choose an X11";
@@ -75,17 +77,20 @@ void ChoiceOfEventServicesTest::sessionsWithoutAdapterSayOnceWhatToDo()
     QFETCH(QString, words);
     const XServer server({640, 480}, serverArguments);
     QVERIFY(server.isRunning());
-    if (hasDisplay)
+    if (hasDisplay) {
         qputenv("DISPLAY", server.display().toLatin1());
-    if (!waylandDisplay.isEmpty())
+    }
+    if (!waylandDisplay.isEmpty()) {
         qputenv("WAYLAND_DISPLAY", waylandDisplay);
+    }
 
     const auto services = makeEventServices();
     QCOMPARE(services->pointerLocation(), Location{});
     const QRegularExpression warning(QRegularExpression::escape(words));
     QTest::ignoreMessage(QtWarningMsg, warning);
-    for (int count = 0; count < 3; ++count)
+    for (int count = 0; count < 3; ++count) {
         tapLetter(*services);
+    }
     services->postMouse({}, std::vector{MouseEvent{}}, EventTap::Hid);
 }
 

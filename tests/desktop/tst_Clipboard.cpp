@@ -11,6 +11,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 using std::chrono::milliseconds;
 
@@ -21,13 +23,12 @@ constexpr milliseconds Patience = 1s;
 
 QString response(const std::optional<QVariantMap> &answer)
 {
-    return answer ? answer->value(QStringLiteral("serverResponse")).toString()
-                  : QStringLiteral("no answer");
+    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
 }
 
 QStringList parameters(const std::optional<QVariantMap> &answer)
 {
-    return answer ? answer->value(QStringLiteral("cmdParameters")).toStringList() : QStringList();
+    return answer ? answer->value(u"cmdParameters"_s).toStringList() : QStringList();
 }
 
 const char *inMilliseconds(milliseconds time)
@@ -39,13 +40,12 @@ const char *inMilliseconds(milliseconds time)
 
 QByteArray clipboardRequest(const std::vector<TokenEntry> &entries = {})
 {
-    return commandText(QStringLiteral("SERVER_CLIPBOARD_REQUEST"), entries);
+    return commandText(u"SERVER_CLIPBOARD_REQUEST"_s, entries);
 }
 
 QByteArray sentText(const QString &text)
 {
-    return commandText(QStringLiteral("TEXT_TRANSFER_AND_OPEN"),
-                       {{QStringLiteral("fncCommand"), text}});
+    return commandText(u"TEXT_TRANSFER_AND_OPEN"_s, {{u"fncCommand"_s, text}});
 }
 
 } // namespace
@@ -85,23 +85,23 @@ private slots:
     void otherProgramsTakeTheClipboardOver();
 
 private:
-    const DesktopSession &session() const { return m_scene->session(); }
+    const DesktopSession &session() const { return scene->session(); }
     QList<milliseconds> serveUntilAnswered(Handheld &waiting) const;
 
-    std::unique_ptr<ServerScene> m_scene;
+    std::unique_ptr<ServerScene> scene;
 };
 
 void tst_Clipboard::init()
 {
-    m_scene = std::make_unique<ServerScene>();
-    QCOMPARE(m_scene->session().problem(), QByteArray());
-    QVERIFY(m_scene->start());
+    scene = std::make_unique<ServerScene>();
+    QCOMPARE(scene->session().problem(), QByteArray());
+    QVERIFY(scene->start());
 }
 
 void tst_Clipboard::cleanup()
 {
-    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
-    m_scene.reset();
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+    scene.reset();
 }
 
 void tst_Clipboard::textOfAnotherProgramIsSent_data()
@@ -134,20 +134,20 @@ void tst_Clipboard::textOfAnotherProgramIsSent()
     QFETCH(QString, sent);
     const ClipboardOwner owner(session(), content, target);
     QVERIFY(owner.isServing());
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QCOMPARE(handheld.ask(clipboardRequest()),
-             std::optional(QVariantMap{{"cmdType", "SERVER_CLIPBOARD_REQUEST"},
-                                       {"cmdParameters", QStringList{sent}},
-                                       {"serverResponse", "OK"}}));
+             std::optional(QVariantMap{{u"cmdType"_s, u"SERVER_CLIPBOARD_REQUEST"_s},
+                                       {u"cmdParameters"_s, QStringList{sent}},
+                                       {u"serverResponse"_s, u"OK"_s}}));
 }
 
 void tst_Clipboard::emptyTextIsOneEmptyItem()
 {
     const ClipboardOwner owner(session(), QByteArray());
     QVERIFY(owner.isServing());
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     const auto answer = handheld.ask(clipboardRequest());
-    QCOMPARE(response(answer), QStringLiteral("OK"));
+    QCOMPARE(response(answer), u"OK"_s);
     QCOMPARE(parameters(answer), QStringList{QString()});
 }
 
@@ -156,13 +156,14 @@ void tst_Clipboard::longTextIsSentWhole()
 {
     constexpr int Lines = 3 * 1024 * 1024 / 16;
     QByteArray content;
-    for (int line = 0; line < Lines; ++line)
+    for (int line = 0; line < Lines; ++line) {
         content += QByteArray::number(line).rightJustified(15, '.') + '\n';
+    }
     const ClipboardOwner owner(session(), content);
     QVERIFY(owner.isServing());
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     const auto answer = handheld.ask(clipboardRequest());
-    QCOMPARE(response(answer), QStringLiteral("OK"));
+    QCOMPARE(response(answer), u"OK"_s);
     QVERIFY(parameters(answer) == QStringList{QString::fromLatin1(content)});
 }
 
@@ -182,31 +183,32 @@ void tst_Clipboard::clipboardWithoutPlainTextIsAnErrorAndKeepsTheParameters()
     QFETCH(QString, target);
     const ClipboardOwner owner(session(), content, target);
     QVERIFY(owner.isServing());
-    Handheld handheld(m_scene->port());
-    const QStringList kept{"what", "was", "here"};
-    const auto answer = handheld.ask(clipboardRequest({{QStringLiteral("cmdParameters"), kept}}));
-    QCOMPARE(response(answer), QStringLiteral("ERROR"));
+    Handheld handheld(scene->port());
+    const QStringList kept{u"what"_s, u"was"_s, u"here"_s};
+    const auto answer = handheld.ask(clipboardRequest({{u"cmdParameters"_s, kept}}));
+    QCOMPARE(response(answer), u"ERROR"_s);
     QCOMPARE(parameters(answer), kept);
 }
 
 void tst_Clipboard::clipboardThatNobodyOwnsIsAnError()
 {
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     const auto answer = handheld.ask(clipboardRequest());
-    QCOMPARE(response(answer), QStringLiteral("ERROR"));
-    QVERIFY(!answer->contains(QStringLiteral("cmdParameters")));
+    QCOMPARE(response(answer), u"ERROR"_s);
+    QVERIFY(!answer->contains(u"cmdParameters"_s));
 }
 
 /// How long each question of another device took until the waiting one had its answer.
 QList<milliseconds> tst_Clipboard::serveUntilAnswered(Handheld &waiting) const
 {
     QList<milliseconds> times;
-    Handheld other(m_scene->port());
+    Handheld other(scene->port());
     while (!waiting.hasUnreadAnswer() && times.size() < 100'000) {
         QElapsedTimer time;
         time.start();
-        if (!other.ask(commandText(QStringLiteral("SERVER_INFO"))))
+        if (!other.ask(commandText(u"SERVER_INFO"_s))) {
             return {};
+        }
         times.append(milliseconds(time.elapsed()));
     }
     return times;
@@ -217,13 +219,13 @@ void tst_Clipboard::othersAreServedWhileTheOwnerIsSilent()
     ClipboardOwner owner(session(), "never told");
     QVERIFY(owner.isServing());
     owner.halt();
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QElapsedTimer time;
     time.start();
     QVERIFY(handheld.send(clipboardRequest()));
     QList<milliseconds> times = serveUntilAnswered(handheld);
     const milliseconds answered(time.elapsed());
-    QCOMPARE(response(handheld.answer()), QStringLiteral("ERROR"));
+    QCOMPARE(response(handheld.answer()), u"ERROR"_s);
     // Neither early nor late; a busy machine may add to it.
     QVERIFY2(answered > Patience * 9 / 10 && answered < Patience * 2, inMilliseconds(answered));
 
@@ -239,15 +241,15 @@ void tst_Clipboard::silentOwnerIsGivenUpDuringAFlood()
     ClipboardOwner owner(session(), "never told");
     QVERIFY(owner.isServing());
     owner.halt();
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QVERIFY(handheld.isServed());
-    Flooder flooder(m_scene->port(), serverInfo());
+    Flooder flooder(scene->port(), serverInfo());
     QElapsedTimer time;
     time.start();
     const auto answer = handheld.ask(clipboardRequest());
     const milliseconds answered(time.elapsed());
     QVERIFY(flooder.stop() > 0);
-    QCOMPARE(response(answer), QStringLiteral("ERROR"));
+    QCOMPARE(response(answer), u"ERROR"_s);
     QVERIFY2(answered < Patience * 3 / 2, inMilliseconds(answered));
 }
 
@@ -256,22 +258,22 @@ void tst_Clipboard::clipboardIsReadAgainAfterASilentOwner()
     ClipboardOwner silent(session(), "never told");
     QVERIFY(silent.isServing());
     silent.halt();
-    Handheld handheld(m_scene->port());
-    QCOMPARE(response(handheld.ask(clipboardRequest())), QStringLiteral("ERROR"));
+    Handheld handheld(scene->port());
+    QCOMPARE(response(handheld.ask(clipboardRequest())), u"ERROR"_s);
     const ClipboardOwner next(session(), "told");
     QVERIFY(next.isServing());
     const auto answer = handheld.ask(clipboardRequest());
-    QCOMPARE(response(answer), QStringLiteral("OK"));
-    QCOMPARE(parameters(answer), QStringList{"told"});
+    QCOMPARE(response(answer), u"OK"_s);
+    QCOMPARE(parameters(answer), QStringList{u"told"_s});
 }
 
 void tst_Clipboard::lateAnswerOfAnEarlierOwnerIsNotTaken()
 {
-    ClipboardOwner late(session(), "<i>late</i>", QStringLiteral("text/html"));
+    ClipboardOwner late(session(), "<i>late</i>", u"text/html"_s);
     QVERIFY(late.isServing());
     late.halt();
-    Handheld handheld(m_scene->port());
-    QCOMPARE(response(handheld.ask(clipboardRequest())), QStringLiteral("ERROR"));
+    Handheld handheld(scene->port());
+    QCOMPARE(response(handheld.ask(clipboardRequest())), u"ERROR"_s);
 
     PiecewiseOwner next(session().display());
     QVERIFY(handheld.send(clipboardRequest()));
@@ -283,8 +285,8 @@ void tst_Clipboard::lateAnswerOfAnEarlierOwnerIsNotTaken()
     QVERIFY(next.sendPiece("in time"));
     QVERIFY(next.sendPiece(QByteArray()));
     const auto answer = handheld.answer();
-    QCOMPARE(response(answer), QStringLiteral("OK"));
-    QCOMPARE(parameters(answer), QStringList{"in time"});
+    QCOMPARE(response(answer), u"OK"_s);
+    QCOMPARE(parameters(answer), QStringList{u"in time"_s});
 }
 
 void tst_Clipboard::ownerThatIsKilledIsAnError()
@@ -292,26 +294,26 @@ void tst_Clipboard::ownerThatIsKilledIsAnError()
     ClipboardOwner owner(session(), "never told");
     QVERIFY(owner.isServing());
     owner.halt();
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QVERIFY(handheld.sendAndSettle(clipboardRequest()));
     owner.kill();
-    QCOMPARE(response(handheld.answer(Patience * 2)), QStringLiteral("ERROR"));
-    QCOMPARE(response(handheld.ask(clipboardRequest())), QStringLiteral("ERROR"));
+    QCOMPARE(response(handheld.answer(Patience * 2)), u"ERROR"_s);
+    QCOMPARE(response(handheld.ask(clipboardRequest())), u"ERROR"_s);
 }
 
 void tst_Clipboard::ownerThatVanishesInTheMiddleOfATextIsAnError()
 {
     PiecewiseOwner owner(session().display());
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QVERIFY(handheld.send(clipboardRequest()));
     QVERIFY(owner.offerText());
     QVERIFY(owner.announcePieces());
     QVERIFY(owner.sendPiece("the first half"));
     owner.vanish();
     const auto answer = handheld.answer(Patience * 2);
-    QCOMPARE(response(answer), QStringLiteral("ERROR"));
-    QVERIFY(!answer->contains(QStringLiteral("cmdParameters")));
-    QCOMPARE(response(handheld.ask(clipboardRequest())), QStringLiteral("ERROR"));
+    QCOMPARE(response(answer), u"ERROR"_s);
+    QVERIFY(!answer->contains(u"cmdParameters"_s));
+    QCOMPARE(response(handheld.ask(clipboardRequest())), u"ERROR"_s);
 }
 
 void tst_Clipboard::textMayComePieceByPiece()
@@ -319,15 +321,15 @@ void tst_Clipboard::textMayComePieceByPiece()
     // On a busy machine these steps may take longer than the owner has.
     for (int attempt = 1; attempt <= 5; ++attempt) {
         PiecewiseOwner owner(session().display());
-        Handheld handheld(m_scene->port());
+        Handheld handheld(scene->port());
         QVERIFY(handheld.send(clipboardRequest()));
         QVERIFY(owner.offerText() && owner.announcePieces());
         // A letter of two bytes is cut.
         QVERIFY(owner.sendPiece("one \xc3") && owner.sendPiece("\xbc ") && owner.sendPiece("two"));
         QVERIFY(owner.sendPiece(QByteArray()));
         const auto answer = handheld.answer();
-        if (response(answer) == QStringLiteral("OK")) {
-            QCOMPARE(parameters(answer), QStringList{QStringLiteral("one \u00fc two")});
+        if (response(answer) == u"OK"_s) {
+            QCOMPARE(parameters(answer), QStringList{u"one \u00fc two"_s});
             return;
         }
     }
@@ -337,7 +339,7 @@ void tst_Clipboard::textMayComePieceByPiece()
 void tst_Clipboard::ownerHasASecondInAll()
 {
     PiecewiseOwner owner(session().display());
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QVERIFY(handheld.send(clipboardRequest()));
     QVERIFY(owner.offerText());
     QVERIFY(owner.announcePieces());
@@ -347,13 +349,13 @@ void tst_Clipboard::ownerHasASecondInAll()
         owner.sendPiece("x");
         waitUntil([&] { return handheld.hasUnreadAnswer(); }, Patience / 5);
     }
-    QCOMPARE(response(handheld.answer()), QStringLiteral("ERROR"));
+    QCOMPARE(response(handheld.answer()), u"ERROR"_s);
 }
 
 void tst_Clipboard::endlessTextIsAnError()
 {
     PiecewiseOwner owner(session().display());
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QVERIFY(handheld.send(clipboardRequest()));
     QVERIFY(owner.offerText());
     QVERIFY(owner.announcePieces());
@@ -362,32 +364,32 @@ void tst_Clipboard::endlessTextIsAnError()
         QVERIFY(owner.sendPiece(piece) || handheld.hasUnreadAnswer());
     }
     owner.vanish();
-    QCOMPARE(response(handheld.answer()), QStringLiteral("ERROR"));
+    QCOMPARE(response(handheld.answer()), u"ERROR"_s);
 }
 
 void tst_Clipboard::deviceThatLeftMeanwhileIsForgotten()
 {
     PiecewiseOwner owner(session().display());
-    Handheld leaving(m_scene->port());
+    Handheld leaving(scene->port());
     QVERIFY(leaving.send(clipboardRequest()));
     QVERIFY(owner.offerText());
     leaving.reset();
-    Handheld staying(m_scene->port());
-    QVERIFY(staying.ask(commandText(QStringLiteral("SERVER_INFO"))));
+    Handheld staying(scene->port());
+    QVERIFY(staying.ask(commandText(u"SERVER_INFO"_s)));
     QVERIFY(owner.announcePieces());
     QVERIFY(owner.sendPiece("nobody's"));
     QVERIFY(owner.sendPiece(QByteArray()));
-    QVERIFY(staying.ask(commandText(QStringLiteral("SERVER_INFO"))));
+    QVERIFY(staying.ask(commandText(u"SERVER_INFO"_s)));
 }
 
 void tst_Clipboard::lateTextIsAnsweredBeforeTheNextCommand()
 {
     PiecewiseOwner owner(session().display());
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QVERIFY(handheld.send(clipboardRequest()));
     QVERIFY(owner.offerText());
-    QVERIFY(handheld.send(commandText(QStringLiteral("SERVER_INFO"))));
-    Handheld other(m_scene->port());
+    QVERIFY(handheld.send(commandText(u"SERVER_INFO"_s)));
+    Handheld other(scene->port());
     QVERIFY(other.isServed());
     QVERIFY(!waitUntil([&] { return handheld.hasUnreadAnswer(); }, Patience / 2));
     QVERIFY(owner.announcePieces());
@@ -395,12 +397,11 @@ void tst_Clipboard::lateTextIsAnsweredBeforeTheNextCommand()
     QVERIFY(owner.sendPiece(QByteArray()));
 
     const auto text = handheld.answer();
-    QCOMPARE(text->value(QStringLiteral("cmdType")).toString(),
-             QStringLiteral("SERVER_CLIPBOARD_REQUEST"));
-    QCOMPARE(response(text), QStringLiteral("OK"));
-    QCOMPARE(parameters(text), QStringList{"late"});
+    QCOMPARE(text->value(u"cmdType"_s).toString(), u"SERVER_CLIPBOARD_REQUEST"_s);
+    QCOMPARE(response(text), u"OK"_s);
+    QCOMPARE(parameters(text), QStringList{u"late"_s});
     const auto info = handheld.answer();
-    QCOMPARE(info->value(QStringLiteral("cmdType")).toString(), QStringLiteral("SERVER_INFO"));
+    QCOMPARE(info->value(u"cmdType"_s).toString(), u"SERVER_INFO"_s);
     QCOMPARE(parameters(info).size(), 3);
 }
 
@@ -418,22 +419,21 @@ void tst_Clipboard::sentTextIsReadByOtherPrograms()
     QFETCH(QString, text);
     const ClipboardOwner before(session(), "replaced");
     QVERIFY(before.isServing());
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QCOMPARE(handheld.ask(sentText(text)),
-             std::optional(QVariantMap{{"cmdType", "TEXT_TRANSFER_AND_OPEN"},
-                                       {"fncCommand", QString()},
-                                       {"serverResponse", "OK"}}));
-    QCOMPARE(ClipboardOwner::read(session(), QStringLiteral("UTF8_STRING")),
-             std::optional(text.toUtf8()));
+             std::optional(QVariantMap{{u"cmdType"_s, u"TEXT_TRANSFER_AND_OPEN"_s},
+                                       {u"fncCommand"_s, QString()},
+                                       {u"serverResponse"_s, u"OK"_s}}));
+    QCOMPARE(ClipboardOwner::read(session(), u"UTF8_STRING"_s), std::optional(text.toUtf8()));
 }
 
 void tst_Clipboard::sentTextIsReadBack()
 {
-    Handheld handheld(m_scene->port());
-    for (const QString &text : {QStringLiteral("hello"), QString(), QStringLiteral("again")}) {
-        QCOMPARE(response(handheld.ask(sentText(text))), QStringLiteral("OK"));
+    Handheld handheld(scene->port());
+    for (const QString &text : {u"hello"_s, QString(), u"again"_s}) {
+        QCOMPARE(response(handheld.ask(sentText(text))), u"OK"_s);
         const auto answer = handheld.ask(clipboardRequest());
-        QCOMPARE(response(answer), QStringLiteral("OK"));
+        QCOMPARE(response(answer), u"OK"_s);
         QCOMPARE(parameters(answer), QStringList{text});
     }
 }
@@ -442,19 +442,19 @@ void tst_Clipboard::longSentTextIsReadByOtherPrograms()
 {
     // One token must come in one read of the server, which this size on the loopback does.
     const QString text(20'000, QLatin1Char('x'));
-    Handheld handheld(m_scene->port());
-    QCOMPARE(response(handheld.ask(sentText(text))), QStringLiteral("OK"));
+    Handheld handheld(scene->port());
+    QCOMPARE(response(handheld.ask(sentText(text))), u"OK"_s);
     QCOMPARE(ClipboardOwner::read(session()), std::optional(text.toLatin1()));
 }
 
 void tst_Clipboard::otherProgramsTakeTheClipboardOver()
 {
-    Handheld handheld(m_scene->port());
-    QCOMPARE(response(handheld.ask(sentText(QStringLiteral("ours")))), QStringLiteral("OK"));
+    Handheld handheld(scene->port());
+    QCOMPARE(response(handheld.ask(sentText(u"ours"_s))), u"OK"_s);
     const ClipboardOwner other(session(), "theirs");
     QVERIFY(other.isServing());
     const auto answer = handheld.ask(clipboardRequest());
-    QCOMPARE(parameters(answer), QStringList{"theirs"});
+    QCOMPARE(parameters(answer), QStringList{u"theirs"_s});
 }
 
 QTEST_GUILESS_MAIN(tst_Clipboard)

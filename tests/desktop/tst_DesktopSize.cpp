@@ -10,16 +10,17 @@
 
 #include "platform/linux/XcbHandles.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Variables = QList<std::pair<QString, QString>>;
 
 QByteArray moveBy(int right, int down)
 {
-    return commandText(QStringLiteral("MOUSE_CMD"),
-                       {{QStringLiteral("fncCommand"), QStringLiteral("4")},
-                        {QStringLiteral("cmdParameters"),
-                         QStringList{QString::number(right), QString::number(down)}}});
+    return commandText(u"MOUSE_CMD"_s, {{u"fncCommand"_s, u"4"_s},
+                                        {u"cmdParameters"_s, QStringList{QString::number(right),
+                                                                         QString::number(down)}}});
 }
 
 } // namespace
@@ -49,26 +50,26 @@ private:
     /// How far the pointer can be moved from the top left corner, and one pixel.
     QSize wayOfThePointer();
 
-    std::unique_ptr<ServerScene> m_scene;
+    std::unique_ptr<ServerScene> scene;
 };
 
 void tst_DesktopSize::init()
 {
-    m_scene = std::make_unique<ServerScene>();
-    QCOMPARE(m_scene->session().problem(), QByteArray());
+    scene = std::make_unique<ServerScene>();
+    QCOMPARE(scene->session().problem(), QByteArray());
 }
 
 void tst_DesktopSize::cleanup()
 {
-    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
-    m_scene.reset();
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+    scene.reset();
 }
 
 bool tst_DesktopSize::run(const QString &program, const QStringList &arguments,
                           const QByteArray &input)
 {
     QProcess process;
-    process.setProcessEnvironment(m_scene->session().environment());
+    process.setProcessEnvironment(scene->session().environment());
     process.start(program, arguments);
     process.write(input);
     process.closeWriteChannel();
@@ -78,27 +79,29 @@ bool tst_DesktopSize::run(const QString &program, const QStringList &arguments,
 
 QSize tst_DesktopSize::toldSize()
 {
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     return toldSize(handheld);
 }
 
 QSize tst_DesktopSize::toldSize(Handheld &handheld)
 {
     const auto answer = handheld.ask(serverInfo());
-    if (!answer)
+    if (!answer) {
         return {};
-    const QStringList told = answer->value(QStringLiteral("cmdParameters")).toStringList();
+    }
+    const QStringList told = answer->value(u"cmdParameters"_s).toStringList();
     return {told.value(1).toInt(), told.value(0).toInt()};
 }
 
 QSize tst_DesktopSize::wayOfThePointer()
 {
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     if (!handheld.sendAndSettle(moveBy(-100'000, -100'000)) ||
-        m_scene->view().pointer() != QPoint(0, 0) ||
-        !handheld.sendAndSettle(moveBy(100'000, 100'000)))
+        scene->view().pointer() != QPoint(0, 0) ||
+        !handheld.sendAndSettle(moveBy(100'000, 100'000))) {
         return {};
-    const QPoint corner = m_scene->view().pointer();
+    }
+    const QPoint corner = scene->view().pointer();
     return {corner.x() + 1, corner.y() + 1};
 }
 
@@ -106,53 +109,55 @@ void tst_DesktopSize::sizeIsInTheUnitOfThePointersMoves_data()
 {
     QTest::addColumn<QByteArray>("resources");
     QTest::addColumn<Variables>("variables");
-    for (const int dpi : {96, 144, 192})
+    for (const int dpi : {96, 144, 192}) {
         QTest::addRow("%d dpi", dpi) << "Xft.dpi: " + QByteArray::number(dpi) + '\n' << Variables();
-    QTest::newRow("scale factor 2") << QByteArray() << Variables{{"QT_SCALE_FACTOR", "2"}};
+    }
+    QTest::newRow("scale factor 2") << QByteArray() << Variables{{u"QT_SCALE_FACTOR"_s, u"2"_s}};
     QTest::newRow("scale factor 1.5 at 144 dpi")
-        << QByteArray("Xft.dpi: 144\n") << Variables{{"QT_SCALE_FACTOR", "1.5"}};
+        << QByteArray("Xft.dpi: 144\n") << Variables{{u"QT_SCALE_FACTOR"_s, u"1.5"_s}};
 }
 
 void tst_DesktopSize::sizeIsInTheUnitOfThePointersMoves()
 {
     QFETCH(QByteArray, resources);
     QFETCH(Variables, variables);
-    if (!resources.isEmpty())
-        QVERIFY(run(QStringLiteral("xrdb"), {"-nocpp", "-merge"}, resources));
-    for (const auto &[name, value] : variables)
-        m_scene->mutableSession().addVariable(name, value);
-    QVERIFY(m_scene->start());
-    QCOMPARE(toldSize(), m_scene->view().picture().size());
+    if (!resources.isEmpty()) {
+        QVERIFY(run(u"xrdb"_s, {u"-nocpp"_s, u"-merge"_s}, resources));
+    }
+    for (const auto &[name, value] : variables) {
+        scene->mutableSession().addVariable(name, value);
+    }
+    QVERIFY(scene->start());
+    QCOMPARE(toldSize(), scene->view().picture().size());
     QCOMPARE(toldSize(), wayOfThePointer());
 }
 
 void tst_DesktopSize::twoScreensOfDifferentScaleAreOneDesktop()
 {
-    const QSize whole = m_scene->view().picture().size();
+    const QSize whole = scene->view().picture().size();
     const int half = whole.width() / 2;
-    const QString screen = QStringLiteral("%1/%2x%3/%4+%5+0");
-    QVERIFY(run(QStringLiteral("xrandr"),
-                {"--setmonitor", "left",
-                 screen.arg(half).arg(150).arg(whole.height()).arg(150).arg(0), "screen"}));
-    QVERIFY(run(QStringLiteral("xrandr"),
-                {"--setmonitor", "right",
+    const QString screen = u"%1/%2x%3/%4+%5+0"_s;
+    QVERIFY(run(u"xrandr"_s,
+                {u"--setmonitor"_s, u"left"_s,
+                 screen.arg(half).arg(150).arg(whole.height()).arg(150).arg(0), u"screen"_s}));
+    QVERIFY(run(u"xrandr"_s,
+                {u"--setmonitor"_s, u"right"_s,
                  screen.arg(whole.width() - half).arg(150).arg(whole.height()).arg(150).arg(half),
-                 "none"}));
-    m_scene->mutableSession().addVariable(QStringLiteral("QT_SCREEN_SCALE_FACTORS"),
-                                          QStringLiteral("left=1;right=2"));
-    QVERIFY(m_scene->start());
+                 u"none"_s}));
+    scene->mutableSession().addVariable(u"QT_SCREEN_SCALE_FACTORS"_s, u"left=1;right=2"_s);
+    QVERIFY(scene->start());
     QCOMPARE(toldSize(), whole);
     QCOMPARE(toldSize(), wayOfThePointer());
 }
 
 void tst_DesktopSize::sizeIsToldWhileAnotherProgramKeepsTheDisplay()
 {
-    QVERIFY(m_scene->start());
-    Handheld handheld(m_scene->port());
+    QVERIFY(scene->start());
+    Handheld handheld(scene->port());
     const QSize before = toldSize(handheld);
     QVERIFY(!before.isEmpty());
     const XcbConnection holder(
-        xcb_connect(m_scene->session().display().toUtf8().constData(), nullptr));
+        xcb_connect(scene->session().display().toUtf8().constData(), nullptr));
     QVERIFY(xcb_connection_has_error(holder.get()) == 0);
     const auto cookie = xcb_grab_server_checked(holder.get());
     const auto failure = xcbOwned(xcb_request_check(holder.get(), cookie));

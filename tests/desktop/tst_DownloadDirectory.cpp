@@ -17,6 +17,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// What the system lets the server do to follow a path.
@@ -38,15 +40,14 @@ const std::vector<System> &systems()
 
 QString response(const std::optional<QVariantMap> &answer)
 {
-    return answer ? answer->value(QStringLiteral("serverResponse")).toString()
-                  : QStringLiteral("no answer");
+    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
 }
 
 /// Larger than itself, so that the file is complete once it has arrived.
-QByteArray request(const QString &name, const QString &size = QStringLiteral("0"))
+QByteArray request(const QString &name, const QString &size = u"0"_s)
 {
-    return commandText(QStringLiteral("FILE_TRANSFER_AND_OPEN"),
-                       {{QStringLiteral("cmdParameters"), QStringList{name, size}}});
+    return commandText(u"FILE_TRANSFER_AND_OPEN"_s,
+                       {{u"cmdParameters"_s, QStringList{name, size}}});
 }
 
 } // namespace
@@ -74,30 +75,31 @@ private slots:
 private:
     QString home(const QString &name) const
     {
-        return m_scene->session().home() + QLatin1Char('/') + name;
+        return scene->session().home() + QLatin1Char('/') + name;
     }
-    QString received(const QString &name) const { return home(QStringLiteral("received/") + name); }
+    QString received(const QString &name) const { return home(u"received/"_s + name); }
     bool launch(const std::function<void()> &confinement = [] {});
     QStringList heldInHome() const;
-    bool servesOthers() const { return Handheld(m_scene->port()).isServed(); }
+    bool servesOthers() const { return Handheld(scene->port()).isServed(); }
 
-    std::unique_ptr<ServerScene> m_scene;
+    std::unique_ptr<ServerScene> scene;
 };
 
 void tst_DownloadDirectory::init()
 {
-    m_scene = std::make_unique<ServerScene>(DesktopSession::Tray | DesktopSession::SessionBus);
-    QCOMPARE(m_scene->session().problem(), QByteArray());
-    for (const char *folder : {"received/trip/day", "Pictures", "Music/mine"})
+    scene = std::make_unique<ServerScene>(DesktopSession::Tray | DesktopSession::SessionBus);
+    QCOMPARE(scene->session().problem(), QByteArray());
+    for (const char *folder : {"received/trip/day", "Pictures", "Music/mine"}) {
         QVERIFY(QDir().mkpath(home(QLatin1String(folder))));
-    m_scene->storeSetting(QStringLiteral("downloadDirectory"), home(QStringLiteral("received")));
-    QVERIFY(Folders::write(home(QStringLiteral(".bashrc")), "# mine\n"));
-    QVERIFY(Folders::write(home(QStringLiteral("Pictures/cat.jpg")), "cat\n"));
-    QCOMPARE(::mkfifo(home(QStringLiteral("pipe")).toUtf8().constData(), 0600), 0);
+    }
+    scene->storeSetting(u"downloadDirectory"_s, home(u"received"_s));
+    QVERIFY(Folders::write(home(u".bashrc"_s), "# mine\n"));
+    QVERIFY(Folders::write(home(u"Pictures/cat.jpg"_s), "cat\n"));
+    QCOMPARE(::mkfifo(home(u"pipe"_s).toUtf8().constData(), 0600), 0);
     const auto link = [this](const char *target, const char *name) {
         return ::symlink(target, received(QLatin1String(name)).toUtf8().constData()) == 0;
     };
-    QVERIFY(link(home(QStringLiteral("Pictures")).toUtf8().constData(), "Pictures"));
+    QVERIFY(link(home(u"Pictures"_s).toUtf8().constData(), "Pictures"));
     QVERIFY(link("../Music/mine", "Music"));
     QVERIFY(link("../.bashrc", "settings"));
     QVERIFY(link("../new", "dangling"));
@@ -107,33 +109,36 @@ void tst_DownloadDirectory::init()
 
 void tst_DownloadDirectory::cleanup()
 {
-    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
-    m_scene.reset();
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+    scene.reset();
 }
 
 bool tst_DownloadDirectory::launch(const std::function<void()> &confinement)
 {
-    m_scene->launch(confinement);
-    return m_scene->port() != 0;
+    scene->launch(confinement);
+    return scene->port() != 0;
 }
 
 /// The files and folders in the home that the server has open.
 QStringList tst_DownloadDirectory::heldInHome() const
 {
     QStringList held;
-    const QDir descriptors(QStringLiteral("/proc/%1/fd").arg(m_scene->server().processId()));
+    const QDir descriptors(u"/proc/%1/fd"_s.arg(scene->server().processId()));
     const auto all = QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System;
-    for (const QFileInfo &descriptor : descriptors.entryInfoList(all))
-        if (descriptor.symLinkTarget().startsWith(m_scene->session().home()))
+    for (const QFileInfo &descriptor : descriptors.entryInfoList(all)) {
+        if (descriptor.symLinkTarget().startsWith(scene->session().home())) {
             held.append(descriptor.symLinkTarget());
+        }
+    }
     return held;
 }
 
 void tst_DownloadDirectory::linkLeadsNowhereOutside_data()
 {
     QTest::addColumn<int>("system");
-    for (size_t system = 0; system < systems().size(); ++system)
+    for (size_t system = 0; system < systems().size(); ++system) {
         QTest::newRow(systems()[system].name) << static_cast<int>(system);
+    }
 }
 
 void tst_DownloadDirectory::linkLeadsNowhereOutside()
@@ -141,21 +146,20 @@ void tst_DownloadDirectory::linkLeadsNowhereOutside()
     QFETCH(int, system);
     QVERIFY(launch(systems()[static_cast<size_t>(system)].confinement));
     QVERIFY(servesOthers());
-    const auto before = Folders::listing(m_scene->session().home());
+    const auto before = Folders::listing(scene->session().home());
     // As text the first of them lie in the directory.
     for (const char *name :
          {"Pictures/../.bashrc", "Music/../.bashrc", "Music/../new", "up/received/../.bashrc",
           "Pictures/../received/new", "Pictures/cat.jpg", "Pictures/new", "Music/new", "up/.bashrc",
           "settings", "dangling", "latest/../../.bashrc", "trip/../../new", "../.bashrc",
           "Pictures/../pipe", "Music/../../pipe", "up/pipe"}) {
-        Handheld handheld(m_scene->port());
-        QCOMPARE(response(handheld.ask(request(QLatin1String(name)))),
-                 QStringLiteral("START_BINARY_TRANSFER"));
+        Handheld handheld(scene->port());
+        QCOMPARE(response(handheld.ask(request(QLatin1String(name)))), u"START_BINARY_TRANSFER"_s);
         QVERIFY(handheld.sendAndSettle("some bytes"));
         QVERIFY(!handheld.hasUnreadAnswer());
     }
     QVERIFY(servesOthers());
-    QCOMPARE(Folders::differences(before, Folders::listing(m_scene->session().home())),
+    QCOMPARE(Folders::differences(before, Folders::listing(scene->session().home())),
              QStringList());
 }
 
@@ -178,37 +182,34 @@ void tst_DownloadDirectory::wayInsideIsFollowed()
         {"/absolute", "absolute"},
     };
     for (const auto &[name, file] : ways) {
-        Handheld handheld(m_scene->port());
+        Handheld handheld(scene->port());
         const QByteArray bytes = request(QLatin1String(name));
-        QCOMPARE(response(handheld.ask(bytes)), QStringLiteral("START_BINARY_TRANSFER"));
-        QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
+        QCOMPARE(response(handheld.ask(bytes)), u"START_BINARY_TRANSFER"_s);
+        QCOMPARE(response(handheld.answer()), u"OK"_s);
         QCOMPARE(Folders::fileBytes(received(QLatin1String(file))), bytes);
     }
 }
 
 void tst_DownloadDirectory::directoryMayBeALink()
 {
-    m_scene->storeSetting(QStringLiteral("downloadDirectory"),
-                          received(QStringLiteral("Pictures")));
+    scene->storeSetting(u"downloadDirectory"_s, received(u"Pictures"_s));
     QVERIFY(launch());
-    Handheld handheld(m_scene->port());
-    QCOMPARE(response(handheld.ask(request(QStringLiteral("new")))),
-             QStringLiteral("START_BINARY_TRANSFER"));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
-    QVERIFY(QFile::exists(home(QStringLiteral("Pictures/new"))));
+    Handheld handheld(scene->port());
+    QCOMPARE(response(handheld.ask(request(u"new"_s))), u"START_BINARY_TRANSFER"_s);
+    QCOMPARE(response(handheld.answer()), u"OK"_s);
+    QVERIFY(QFile::exists(home(u"Pictures/new"_s)));
 }
 
 /// It opens at once, as what nobody reads does not.
 void tst_DownloadDirectory::pipeThatIsReadGetsNothing()
 {
-    const QByteArray path = received(QStringLiteral("pipe")).toUtf8();
+    const QByteArray path = received(u"pipe"_s).toUtf8();
     QCOMPARE(::mkfifo(path.constData(), 0600), 0);
     const int reader = ::open(path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     QVERIFY(reader != -1);
     QVERIFY(launch());
-    Handheld handheld(m_scene->port());
-    QCOMPARE(response(handheld.ask(request(QStringLiteral("pipe")))),
-             QStringLiteral("START_BINARY_TRANSFER"));
+    Handheld handheld(scene->port());
+    QCOMPARE(response(handheld.ask(request(u"pipe"_s))), u"START_BINARY_TRANSFER"_s);
     QVERIFY(handheld.sendAndSettle("some bytes"));
     char byte = 0;
     const ssize_t count = ::read(reader, &byte, 1);
@@ -221,10 +222,10 @@ void tst_DownloadDirectory::pipeThatIsReadGetsNothing()
 void tst_DownloadDirectory::pipeBehindALinkDoesNotStopTheServer()
 {
     QVERIFY(launch());
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.send(request(QStringLiteral("Pictures/../pipe"))));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.send(request(u"Pictures/../pipe"_s)));
     QVERIFY(servesOthers());
-    QCOMPARE(response(handheld.answer()), QStringLiteral("START_BINARY_TRANSFER"));
+    QCOMPARE(response(handheld.answer()), u"START_BINARY_TRANSFER"_s);
 }
 
 void tst_DownloadDirectory::withoutAFullPathNothingIsSaved_data()
@@ -239,16 +240,15 @@ void tst_DownloadDirectory::withoutAFullPathNothingIsSaved_data()
 void tst_DownloadDirectory::withoutAFullPathNothingIsSaved()
 {
     QFETCH(QString, directory);
-    m_scene->storeSetting(QStringLiteral("downloadDirectory"), directory);
-    NotificationDesk desk(m_scene->session().busAddress());
+    scene->storeSetting(u"downloadDirectory"_s, directory);
+    NotificationDesk desk(scene->session().busAddress());
     QVERIFY(desk.isReady());
     QVERIFY(launch());
     QVERIFY(servesOthers());
-    const auto before = Folders::listing(m_scene->session().home());
+    const auto before = Folders::listing(scene->session().home());
     const QString told =
-        QStringLiteral("The file is not saved: the download directory \"%1\" is not a full path. "
-                       "Choose a folder in Preferences. ")
-            .arg(directory);
+        u"The file is not saved: the download directory \"%1\" is not a full path. "
+        "Choose a folder in Preferences. "_s.arg(directory);
     const auto timesTold = [&] {
         const auto all = desk.notifications();
         return std::count_if(all.begin(), all.end(), [&](const Notification &notification) {
@@ -256,15 +256,14 @@ void tst_DownloadDirectory::withoutAFullPathNothingIsSaved()
         });
     };
     for (int file = 1; file <= 2; ++file) {
-        Handheld handheld(m_scene->port());
-        QCOMPARE(response(handheld.ask(request(QStringLiteral("photo")))),
-                 QStringLiteral("START_BINARY_TRANSFER"));
+        Handheld handheld(scene->port());
+        QCOMPARE(response(handheld.ask(request(u"photo"_s))), u"START_BINARY_TRANSFER"_s);
         QVERIFY(handheld.sendAndSettle("some bytes"));
         QVERIFY(handheld.sendAndSettle("and more"));
         QVERIFY(!handheld.hasUnreadAnswer());
         QVERIFY(waitUntil([&] { return timesTold() == file; }));
     }
-    QCOMPARE(Folders::differences(before, Folders::listing(m_scene->session().home())),
+    QCOMPARE(Folders::differences(before, Folders::listing(scene->session().home())),
              QStringList());
     QCOMPARE(timesTold(), 2);
 }
@@ -272,18 +271,17 @@ void tst_DownloadDirectory::withoutAFullPathNothingIsSaved()
 void tst_DownloadDirectory::transferHoldsOneDescriptor()
 {
     QVERIFY(launch());
-    const QString large = QStringLiteral("1000000");
+    const QString large = u"1000000"_s;
     for (const char *name :
          {"settings", "Music/new", "trip", "trip/day/../../../new", "pipe/new"}) {
-        Handheld refused(m_scene->port());
+        Handheld refused(scene->port());
         QCOMPARE(response(refused.ask(request(QLatin1String(name), large))),
-                 QStringLiteral("START_BINARY_TRANSFER"));
+                 u"START_BINARY_TRANSFER"_s);
         QCOMPARE(heldInHome(), QStringList());
     }
-    Handheld handheld(m_scene->port());
-    const QString photo = QStringLiteral("trip/day/photo");
-    QCOMPARE(response(handheld.ask(request(photo, large))),
-             QStringLiteral("START_BINARY_TRANSFER"));
+    Handheld handheld(scene->port());
+    const QString photo = u"trip/day/photo"_s;
+    QCOMPARE(response(handheld.ask(request(photo, large))), u"START_BINARY_TRANSFER"_s);
     QCOMPARE(heldInHome(), QStringList{received(photo)});
     handheld.leave();
     QVERIFY(waitUntil([&] { return heldInHome().isEmpty(); }));

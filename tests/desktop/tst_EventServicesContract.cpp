@@ -9,6 +9,8 @@
 
 #include <cmath>
 
+using namespace Qt::StringLiterals;
+
 using namespace platform;
 
 /// What every adapter of the contract promises, whatever it does with the events.
@@ -39,38 +41,41 @@ private:
     static void addAdapters();
     std::unique_ptr<EventServices> makeAdapter(const QByteArray &name);
 
-    std::unique_ptr<X11Scene> m_scene;
-    EventRecord m_record;
+    std::unique_ptr<X11Scene> scene;
+    EventRecord record;
 };
 
 void EventServicesContractTest::addAdapters()
 {
     QTest::addColumn<QByteArray>("adapter");
-    for (const char *name : {"null", "recording", "X11"})
+    for (const char *name : {"null", "recording", "X11"}) {
         QTest::newRow(name) << QByteArray(name);
+    }
 }
 
 std::unique_ptr<EventServices> EventServicesContractTest::makeAdapter(const QByteArray &name)
 {
-    if (name == "X11")
-        return m_scene->makeServices();
-    if (name == "recording")
-        return std::make_unique<RecordingEventServices>(m_record);
-    return std::make_unique<NullEventServices>(QStringLiteral("No input here."));
+    if (name == "X11") {
+        return scene->makeServices();
+    }
+    if (name == "recording") {
+        return std::make_unique<RecordingEventServices>(record);
+    }
+    return std::make_unique<NullEventServices>(u"No input here."_s);
 }
 
 void EventServicesContractTest::init()
 {
-    m_scene = std::make_unique<X11Scene>();
-    QVERIFY(m_scene->isReady());
-    m_record = {};
+    scene = std::make_unique<X11Scene>();
+    QVERIFY(scene->isReady());
+    record = {};
 }
 
 void EventServicesContractTest::cleanup()
 {
     // Whatever was posted, and however it ended.
-    QTRY_VERIFY(m_scene->isNothingDown());
-    m_scene.reset();
+    QTRY_VERIFY(scene->isNothingDown());
+    scene.reset();
 }
 
 void EventServicesContractTest::theLocationIsTheSameUntilSomethingMoves()
@@ -98,8 +103,9 @@ void EventServicesContractTest::keysMayComeInAnyOrder()
 {
     QFETCH(QByteArray, adapter);
     const auto services = makeAdapter(adapter);
-    for (const bool isDown : {false, true, true, false, false, true, false})
+    for (const bool isDown : {false, true, true, false, false, true, false}) {
         services->postKeyboard({12, isDown, Flag::Command, EventTap::Session});
+    }
     services->postMouse({},
                         std::vector{MouseEvent{MouseEventType::OtherUp, {}, MouseButton::Center}},
                         EventTap::Hid);
@@ -111,9 +117,10 @@ void EventServicesContractTest::anyCodeAndAnyFlagsAreTaken()
     QFETCH(QByteArray, adapter);
     const auto services = makeAdapter(adapter);
     for (const int code : {0, 55, 57, 57, 63, 127, 128, 130, 0xffff}) {
-        for (const bool isDown : {true, false})
+        for (const bool isDown : {true, false}) {
             services->postKeyboard(
                 {static_cast<KeyCode>(code), isDown, ~EventFlags{0}, EventTap::Session});
+        }
     }
     QVERIFY(std::isfinite(services->pointerLocation().x));
 }
@@ -122,8 +129,9 @@ void EventServicesContractTest::anyPositionIsTaken()
 {
     QFETCH(QByteArray, adapter);
     const auto services = makeAdapter(adapter);
-    for (const double value : {-1e300, -70000., 0., 70000., 1e300, std::nan("")})
+    for (const double value : {-1e300, -70000., 0., 70000., 1e300, std::nan("")}) {
         services->postMouse({}, std::vector{MouseEvent{.position = {value, value}}}, EventTap::Hid);
+    }
     const Location location = services->pointerLocation();
     QVERIFY(std::isfinite(location.x) && std::isfinite(location.y));
 }
@@ -133,7 +141,7 @@ void EventServicesContractTest::noEventsAreNoEvents()
     QFETCH(QByteArray, adapter);
     const auto services = makeAdapter(adapter);
     const Location location = services->pointerLocation();
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
+    QTest::failOnWarning(QRegularExpression(u".*"_s));
     services->postMouse({}, {}, EventTap::Hid);
     QCOMPARE(services->pointerLocation(), location);
 }

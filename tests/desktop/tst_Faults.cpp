@@ -10,6 +10,8 @@
 #include <QDir>
 #include <QElapsedTimer>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -23,23 +25,22 @@ struct FaultyCommand
 };
 
 const QList<FaultyCommand> Commands{
-    {"SERVER_PAIR", {}, {"device", "Handheld"}},
-    {"URL_OPEN", "http://example.org/", {}},
-    {"TEXT_TRANSFER_AND_OPEN", "some text", {}},
+    {"SERVER_PAIR", {}, {u"device"_s, u"Handheld"_s}},
+    {"URL_OPEN", u"http://example.org/"_s, {}},
+    {"TEXT_TRANSFER_AND_OPEN", u"some text"_s, {}},
     {"SERVER_CLIPBOARD_REQUEST", {}, {}},
-    {"FILE_TRANSFER_AND_OPEN", {}, {"cut", "100000"}},
+    {"FILE_TRANSFER_AND_OPEN", {}, {u"cut"_s, u"100000"_s}},
     {"SERVER_INFO", {}, {}},
-    {"KEYBOARD_CMD", "Cmd+Shift+A", {}},
-    {"APPLICATION_CMD", "iTunes", {}},
-    {"MOUSE_CMD", "1", {}},
-    {"MOUSE_CMD", "4", {"5", "5"}},
+    {"KEYBOARD_CMD", u"Cmd+Shift+A"_s, {}},
+    {"APPLICATION_CMD", u"iTunes"_s, {}},
+    {"MOUSE_CMD", u"1"_s, {}},
+    {"MOUSE_CMD", u"4"_s, {u"5"_s, u"5"_s}},
 };
 
 QByteArray text(const FaultyCommand &command)
 {
-    return commandText(QLatin1String(command.name),
-                       {{QStringLiteral("fncCommand"), command.function},
-                        {QStringLiteral("cmdParameters"), command.parameters}});
+    return commandText(QLatin1String(command.name), {{u"fncCommand"_s, command.function},
+                                                     {u"cmdParameters"_s, command.parameters}});
 }
 
 } // namespace
@@ -67,31 +68,32 @@ private:
     void begin(DesktopSession::Parts parts = DesktopSession::Tray);
     bool isServing() const;
 
-    std::unique_ptr<ServerScene> m_scene;
-    std::unique_ptr<RecordingOpener> m_opener;
+    std::unique_ptr<ServerScene> scene;
+    std::unique_ptr<RecordingOpener> opener;
 };
 
 void tst_Faults::begin(DesktopSession::Parts parts)
 {
-    m_scene = std::make_unique<ServerScene>(parts);
-    QCOMPARE(m_scene->session().problem(), QByteArray());
-    m_opener = std::make_unique<RecordingOpener>(m_scene->session());
-    QVERIFY(QDir().mkpath(m_scene->session().home() + "/received"));
-    m_scene->storeSetting("downloadDirectory", m_scene->session().home() + "/received");
+    scene = std::make_unique<ServerScene>(parts);
+    QCOMPARE(scene->session().problem(), QByteArray());
+    opener = std::make_unique<RecordingOpener>(scene->session());
+    QVERIFY(QDir().mkpath(scene->session().home() + u"/received"_s));
+    scene->storeSetting(u"downloadDirectory"_s, scene->session().home() + u"/received"_s);
 }
 
 void tst_Faults::cleanup()
 {
-    if (!m_scene)
+    if (!scene) {
         return;
-    QVERIFY(m_scene->waitUntilNothingIsHeld());
-    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
-    m_scene.reset();
+    }
+    QVERIFY(scene->waitUntilNothingIsHeld());
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+    scene.reset();
 }
 
 bool tst_Faults::isServing() const
 {
-    return Handheld(m_scene->port()).isServed();
+    return Handheld(scene->port()).isServed();
 }
 
 void tst_Faults::resetsAtEveryStepAreSurvived_data()
@@ -107,21 +109,23 @@ void tst_Faults::resetsAtEveryStepAreSurvived()
 {
     QFETCH(int, step);
     begin();
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     for (const FaultyCommand &command : Commands) {
         const QByteArray token = text(command);
         for (int round = 0; round < 5; ++round) {
-            Handheld handheld(m_scene->port());
+            Handheld handheld(scene->port());
             QVERIFY(handheld.send(step == 0 ? token.left(token.size() / 2) : token));
-            if (step >= 2)
+            if (step >= 2) {
                 QVERIFY(handheld.waitUntilRead());
-            if (step == 3)
+            }
+            if (step == 3) {
                 QVERIFY(handheld.send(QByteArray(5000, 'x')));
+            }
             handheld.reset();
         }
         QVERIFY2(isServing(), command.name);
     }
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
+    QVERIFY(scene->showsLight(StatusLight::Orange));
 }
 
 void tst_Faults::endAmidAFloodOfKeysLeavesNoKeyDown_data()
@@ -136,27 +140,28 @@ void tst_Faults::endAmidAFloodOfKeysLeavesNoKeyDown()
     QFETCH(int, signal);
     for (int round = 0; round < 5; ++round) {
         begin();
-        QVERIFY(m_scene->start());
-        InputWatcher watcher(m_scene->session().display());
-        Handheld handheld(m_scene->port());
-        for (int i = 0; i < 20 + round; ++i)
-            QVERIFY(handheld.send(keyCommand("Cmd+Alt+Shift+A")) && handheld.waitUntilRead());
+        QVERIFY(scene->start());
+        InputWatcher watcher(scene->session().display());
+        Handheld handheld(scene->port());
+        for (int i = 0; i < 20 + round; ++i) {
+            QVERIFY(handheld.send(keyCommand(u"Cmd+Alt+Shift+A"_s)) && handheld.waitUntilRead());
+        }
         QVERIFY(waitUntil([&] { return !watcher.raw().empty(); }));
-        QVERIFY(handheld.send(keyCommand("Cmd+Alt+Shift+B")));
-        QCOMPARE(m_scene->server().end(signal).has_value(), signal == SIGTERM);
-        QVERIFY(m_scene->waitUntilNothingIsHeld());
+        QVERIFY(handheld.send(keyCommand(u"Cmd+Alt+Shift+B"_s)));
+        QCOMPARE(scene->server().end(signal).has_value(), signal == SIGTERM);
+        QVERIFY(scene->waitUntilNothingIsHeld());
     }
 }
 
 void tst_Faults::folderRemovedMeanwhileIsSurvived()
 {
     begin();
-    QVERIFY(m_scene->start());
-    const QString folder = m_scene->session().home() + "/received";
-    Handheld handheld(m_scene->port());
-    const auto answer = handheld.ask(
-        commandText("FILE_TRANSFER_AND_OPEN", {{"cmdParameters", QStringList{"file", "20000"}}}));
-    QCOMPARE(answer->value("serverResponse").toString(), QStringLiteral("START_BINARY_TRANSFER"));
+    QVERIFY(scene->start());
+    const QString folder = scene->session().home() + u"/received"_s;
+    Handheld handheld(scene->port());
+    const auto answer = handheld.ask(commandText(
+        u"FILE_TRANSFER_AND_OPEN"_s, {{u"cmdParameters"_s, QStringList{u"file"_s, u"20000"_s}}}));
+    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"START_BINARY_TRANSFER"_s);
     QVERIFY(handheld.sendAndSettle(QByteArray(10'000, 'x')));
     QVERIFY(QDir(folder).removeRecursively());
     QVERIFY(handheld.send(QByteArray(20'000, 'y')));
@@ -169,14 +174,14 @@ void tst_Faults::clockSetBackAndForthIsSurvived()
 {
     // A library that comes in front of the system's clock; the sanitizer insists on being first.
     begin();
-    const QString faked = m_scene->session().path("clock");
+    const QString faked = scene->session().path(u"clock"_s);
     QVERIFY(Folders::write(faked, "+0"));
-    m_scene->mutableSession().addVariable("FAKETIME_TIMESTAMP_FILE", faked);
-    m_scene->mutableSession().addVariable("FAKETIME_NO_CACHE", "1");
-    m_scene->mutableSession().addVariable("FAKETIME_DONT_FAKE_MONOTONIC", "1");
-    m_scene->mutableSession().addVariable("LD_PRELOAD", FAKED_CLOCK);
-    QVERIFY(m_scene->start());
-    Handheld handheld(m_scene->port());
+    scene->mutableSession().addVariable(u"FAKETIME_TIMESTAMP_FILE"_s, faked);
+    scene->mutableSession().addVariable(u"FAKETIME_NO_CACHE"_s, u"1"_s);
+    scene->mutableSession().addVariable(u"FAKETIME_DONT_FAKE_MONOTONIC"_s, u"1"_s);
+    scene->mutableSession().addVariable(u"LD_PRELOAD"_s, QStringLiteral(FAKED_CLOCK));
+    QVERIFY(scene->start());
+    Handheld handheld(scene->port());
     QVERIFY(handheld.ask(serverInfo()));
     for (const char *clock : {"-3650d", "+3650d", "+0"}) {
         QVERIFY(Folders::write(faked, clock));
@@ -184,47 +189,47 @@ void tst_Faults::clockSetBackAndForthIsSurvived()
         // An owner that is waited for, and no longer than ever.
         QElapsedTimer sinceRequest;
         sinceRequest.start();
-        QVERIFY(handheld.ask(commandText("SERVER_CLIPBOARD_REQUEST")));
+        QVERIFY(handheld.ask(commandText(u"SERVER_CLIPBOARD_REQUEST"_s)));
         QVERIFY(sinceRequest.elapsed() < 5000);
-        QVERIFY(handheld.send(keyCommand("A")));
+        QVERIFY(handheld.send(keyCommand(u"A"_s)));
         QVERIFY(isServing());
     }
-    QVERIFY(m_scene->isAtRest());
+    QVERIFY(scene->isAtRest());
 }
 
 void tst_Faults::trayThatGoesAndComesBackIsUsedAgain()
 {
     begin();
-    QVERIFY(m_scene->start());
-    Handheld handheld(m_scene->port());
-    m_scene->mutableSession().endTray();
+    QVERIFY(scene->start());
+    Handheld handheld(scene->port());
+    scene->mutableSession().endTray();
     QVERIFY(handheld.ask(serverInfo()));
     QVERIFY(isServing());
-    QVERIFY(m_scene->isAtRest());
-    QVERIFY(m_scene->mutableSession().startTray());
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
+    QVERIFY(scene->isAtRest());
+    QVERIFY(scene->mutableSession().startTray());
+    QVERIFY(scene->showsLight(StatusLight::Orange));
 }
 
 void tst_Faults::lostSessionBusIsSurvived()
 {
     begin(DesktopSession::Tray | DesktopSession::SessionBus);
-    QVERIFY(m_scene->start());
-    m_scene->mutableSession().endSessionBus();
+    QVERIFY(scene->start());
+    scene->mutableSession().endSessionBus();
     QVERIFY(isServing());
-    QVERIFY(m_scene->isAtRest());
+    QVERIFY(scene->isAtRest());
 }
 
 void tst_Faults::lostDisplayEndsTheServer()
 {
     begin();
-    QVERIFY(m_scene->start());
-    Handheld handheld(m_scene->port());
+    QVERIFY(scene->start());
+    Handheld handheld(scene->port());
     QVERIFY(handheld.ask(serverInfo()));
-    m_scene->mutableSession().endDisplay();
-    QCOMPARE(m_scene->server().waitForEnd(), 1);
+    scene->mutableSession().endDisplay();
+    QCOMPARE(scene->server().waitForEnd(), 1);
     QVERIFY(handheld.waitUntilClosed());
-    QCOMPARE(m_scene->server().complaints(), QByteArray());
-    m_scene.reset(); // nobody is left to be asked about keys
+    QCOMPARE(scene->server().complaints(), QByteArray());
+    scene.reset(); // nobody is left to be asked about keys
 }
 
 void tst_Faults::deviceWhoseCableIsPulledIsNoticed()
@@ -233,22 +238,21 @@ void tst_Faults::deviceWhoseCableIsPulledIsNoticed()
     const NetworkNamespaces network;
     QCOMPARE(network.problem(), QByteArray());
     begin();
-    m_scene->launch(network.server().entry());
-    QVERIFY(m_scene->port() != 0);
+    scene->launch(network.server().entry());
+    QVERIFY(scene->port() != 0);
     ChildProcess device;
     device.setLastPreparation(network.handheld().entry());
-    device.start(
-        "socat",
-        {"STDIO",
-         QStringLiteral("TCP:%1:%2").arg(network.server().address()).arg(m_scene->port())});
+    device.start(u"socat"_s,
+                 {u"STDIO"_s, u"TCP:%1:%2"_s.arg(network.server().address()).arg(scene->port())});
     device.write(serverInfo());
     QVERIFY(waitUntil([&] { return device.readAllStandardOutput().contains("OK"); }));
-    QVERIFY(m_scene->showsLight(StatusLight::Green));
+    QVERIFY(scene->showsLight(StatusLight::Green));
 
-    QVERIFY(network.handheld().run("ip", {"link", "set", NetworkNamespaces::device(), "down"}));
+    QVERIFY(network.handheld().run(u"ip"_s,
+                                   {u"link"_s, u"set"_s, NetworkNamespaces::device(), u"down"_s}));
     QElapsedTimer sinceThen;
     sinceThen.start();
-    QVERIFY(waitUntil([this] { return m_scene->isLight(StatusLight::Orange); }, 40s, 200ms));
+    QVERIFY(waitUntil([this] { return scene->isLight(StatusLight::Orange); }, 40s, 200ms));
     qInfo("Noticed after %lld s.", sinceThen.elapsed() / 1000);
 }
 

@@ -35,17 +35,18 @@ public:
 
     Typists(quint16 port, Kind kind)
     {
-        const QByteArrayList keys = {keyCommand("Cmd+Alt+Shift+A"), keyCommand("Shift+B"),
-                                     keyCommand("Ctrl+C"), keyCommand("Alt+D")};
-        const QByteArrayList clicks = {click("0"), click("1"), keyCommand("Shift+B")};
-        for (const QByteArray &token : kind == Keys ? keys : clicks)
+        const QByteArrayList keys = {keyCommand(u"Cmd+Alt+Shift+A"_s), keyCommand(u"Shift+B"_s),
+                                     keyCommand(u"Ctrl+C"_s), keyCommand(u"Alt+D"_s)};
+        const QByteArrayList clicks = {click("0"), click("1"), keyCommand(u"Shift+B"_s)};
+        for (const QByteArray &token : kind == Keys ? keys : clicks) {
             m_typists.push_back(std::make_unique<Typist>(port, token));
+        }
     }
 
 private:
     static QByteArray click(const char *code)
     {
-        return commandText("MOUSE_CMD", {{"fncCommand", code}});
+        return commandText(u"MOUSE_CMD"_s, {{u"fncCommand"_s, QLatin1StringView(code)}});
     }
 
     std::vector<std::unique_ptr<Typist>> m_typists;
@@ -55,12 +56,14 @@ private:
 pid_t guardOf(qint64 server)
 {
     QFile children(u"/proc/%1/task/%1/children"_s.arg(server));
-    if (!children.open(QIODevice::ReadOnly))
+    if (!children.open(QIODevice::ReadOnly)) {
         return 0;
+    }
     for (const QByteArray &child : children.readAll().split(' ')) {
-        QFile name("/proc/" + child.trimmed() + "/comm");
-        if (name.open(QIODevice::ReadOnly) && name.readAll().startsWith("VornaServer-gua"))
+        QFile name(u"/proc/"_s + QString::fromLatin1(child.trimmed()) + u"/comm"_s);
+        if (name.open(QIODevice::ReadOnly) && name.readAll().startsWith("VornaServer-gua")) {
             return child.trimmed().toInt();
+        }
     }
     return 0;
 }
@@ -77,8 +80,9 @@ QStringList descriptorsOf(pid_t process)
     QStringList targets;
     const QDir folder(u"/proc/%1/fd"_s.arg(process));
     for (const QFileInfo &descriptor :
-         folder.entryInfoList(QDir::Files | QDir::System | QDir::NoDotAndDotDot))
+         folder.entryInfoList(QDir::Files | QDir::System | QDir::NoDotAndDotDot)) {
         targets += descriptor.symLinkTarget().section(u'/', -1).section(u':', 0, 0);
+    }
     targets.sort();
     return targets;
 }
@@ -108,29 +112,30 @@ private slots:
 private:
     bool start();
 
-    std::unique_ptr<ServerScene> m_scene;
+    std::unique_ptr<ServerScene> scene;
     pid_t m_guard = 0;
 };
 
 void tst_InputGuard::init()
 {
-    m_scene = std::make_unique<ServerScene>();
-    QCOMPARE(m_scene->session().problem(), QByteArray());
+    scene = std::make_unique<ServerScene>();
+    QCOMPARE(scene->session().problem(), QByteArray());
 }
 
 void tst_InputGuard::cleanup()
 {
-    m_scene.reset();
+    scene.reset();
 }
 
 bool tst_InputGuard::start()
 {
-    m_scene->launch();
-    if (m_scene->port() == 0)
+    scene->launch();
+    if (scene->port() == 0) {
         return false;
-    m_guard = guardOf(m_scene->server().processId());
+    }
+    m_guard = guardOf(scene->server().processId());
     // Until it has a socket it does not know the display.
-    return m_guard != 0 && waitUntil([&] { return descriptorsOf(m_guard).contains("socket"); });
+    return m_guard != 0 && waitUntil([&] { return descriptorsOf(m_guard).contains(u"socket"_s); });
 }
 
 void tst_InputGuard::whatIsDownAtAKillIsReleased_data()
@@ -144,9 +149,9 @@ void tst_InputGuard::whatIsDownAtAKillIsReleased_data()
 void tst_InputGuard::whatIsDownAtAKillIsReleased()
 {
     QFETCH(bool, isGrabbed);
-    InputWatcher watcher(m_scene->session().display());
+    InputWatcher watcher(scene->session().display());
     ChildProcess holder;
-    holder.setProcessEnvironment(m_scene->session().environment());
+    holder.setProcessEnvironment(scene->session().environment());
     holder.start(QStringLiteral(HELD_KEYS), {});
     QVERIFY(holder.waitForStarted());
     QVERIFY(waitUntil([&] {
@@ -154,9 +159,9 @@ void tst_InputGuard::whatIsDownAtAKillIsReleased()
     }));
     const pid_t guard = guardOf(holder.processId());
     QVERIFY(guard != 0);
-    QVERIFY(waitUntil([&] { return descriptorsOf(guard).contains("socket"); }));
+    QVERIFY(waitUntil([&] { return descriptorsOf(guard).contains(u"socket"_s); }));
     const XcbConnection other(
-        xcb_connect(m_scene->session().display().toLatin1().constData(), nullptr));
+        xcb_connect(scene->session().display().toLatin1().constData(), nullptr));
     if (isGrabbed) {
         const auto cookie = xcb_grab_server_checked(other.get());
         QVERIFY(xcb_request_check(other.get(), cookie) == nullptr);
@@ -165,7 +170,7 @@ void tst_InputGuard::whatIsDownAtAKillIsReleased()
     QVERIFY(waitUntil([&] { return hasEnded(guard); }));
     xcb_ungrab_server(other.get());
     xcb_flush(other.get());
-    QVERIFY(m_scene->waitUntilNothingIsHeld());
+    QVERIFY(scene->waitUntilNothingIsHeld());
 }
 
 /// Some of them would.
@@ -174,12 +179,12 @@ void tst_InputGuard::killsAmidFloodsLeaveNothingDown()
     constexpr int Rounds = 16;
     for (int round = 0; round < Rounds; ++round) {
         QVERIFY(start());
-        InputWatcher watcher(m_scene->session().display());
-        Typists typists(m_scene->port(), round % 3 == 2 ? Typists::Clicks : Typists::Keys);
+        InputWatcher watcher(scene->session().display());
+        Typists typists(scene->port(), round % 3 == 2 ? Typists::Clicks : Typists::Keys);
         QVERIFY(waitUntil([&] { return watcher.raw().size() > 20; }));
         QTest::qWait(7 * round % 50);
-        m_scene->server().end(SIGKILL);
-        QVERIFY2(m_scene->waitUntilNothingIsHeld(), QByteArray::number(round).constData());
+        scene->server().end(SIGKILL);
+        QVERIFY2(scene->waitUntilNothingIsHeld(), QByteArray::number(round).constData());
     }
 }
 
@@ -190,14 +195,14 @@ void tst_InputGuard::aKillWhileTheDisplayIsBusyLeavesNothingDown()
     constexpr int Rounds = 10;
     for (int round = 0; round < Rounds; ++round) {
         QVERIFY(start());
-        InputWatcher watcher(m_scene->session().display());
-        const Typists typists(m_scene->port(), Typists::Keys);
+        InputWatcher watcher(scene->session().display());
+        const Typists typists(scene->port(), Typists::Keys);
         QVERIFY(waitUntil([&] { return watcher.raw().size() > 20; }));
-        m_scene->mutableSession().xServer().halt();
+        scene->mutableSession().xServer().halt();
         QTest::qWait(500);
-        m_scene->server().end(SIGKILL);
-        m_scene->mutableSession().xServer().resume();
-        QVERIFY2(m_scene->waitUntilNothingIsHeld(), QByteArray::number(round).constData());
+        scene->server().end(SIGKILL);
+        scene->mutableSession().xServer().resume();
+        QVERIFY2(scene->waitUntilNothingIsHeld(), QByteArray::number(round).constData());
     }
 }
 
@@ -205,25 +210,26 @@ void tst_InputGuard::aKillWhileTheDisplayIsBusyLeavesNothingDown()
 void tst_InputGuard::whatOthersHoldStaysDown()
 {
     QVERIFY(start());
-    InputWatcher watcher(m_scene->session().display());
-    PhysicalKeyboard user(m_scene->session().display());
-    Handheld handheld(m_scene->port());
-    for (const char *key : {"Z", "X", "Z", "X"})
-        QVERIFY(handheld.send(keyCommand(key)) && handheld.waitUntilRead());
+    InputWatcher watcher(scene->session().display());
+    PhysicalKeyboard user(scene->session().display());
+    Handheld handheld(scene->port());
+    for (const char *key : {"Z", "X", "Z", "X"}) {
+        QVERIFY(handheld.send(keyCommand(QLatin1StringView(key))) && handheld.waitUntilRead());
+    }
     QVERIFY(handheld.isServed());
     QVERIFY(waitUntil([&] { return watcher.raw().size() >= 8; }));
     // The server learns of the releases when it looks at what the display has answered.
-    QVERIFY(m_scene->server().processorShare(200ms) < 1000);
+    QVERIFY(scene->server().processorShare(200ms) < 1000);
 
     user.press(KeyZ);
-    QVERIFY(m_scene->user().holdKey(QString::number(KeyX)));
+    QVERIFY(scene->user().holdKey(QString::number(KeyX)));
     QVERIFY(waitUntil([&] { return watcher.keysDown() == std::vector<int>({KeyZ, KeyX}); }));
-    m_scene->server().end(SIGKILL);
+    scene->server().end(SIGKILL);
     QVERIFY(waitUntil([&] { return hasEnded(m_guard); }));
     QCOMPARE(watcher.keysDown(), std::vector<int>({KeyZ, KeyX}));
     user.release(KeyZ);
-    QVERIFY(m_scene->user().releaseKey(QString::number(KeyX)));
-    QVERIFY(m_scene->waitUntilNothingIsHeld());
+    QVERIFY(scene->user().releaseKey(QString::number(KeyX)));
+    QVERIFY(scene->waitUntilNothingIsHeld());
 }
 
 void tst_InputGuard::theGuardEndsWithTheServer_data()
@@ -239,41 +245,44 @@ void tst_InputGuard::theGuardEndsWithTheServer()
     QVERIFY(start());
     QElapsedTimer timer;
     timer.start();
-    QCOMPARE(m_scene->server().end(signal).has_value(), signal == SIGTERM);
+    QCOMPARE(scene->server().end(signal).has_value(), signal == SIGTERM);
     QVERIFY(waitUntil([&] { return hasEnded(m_guard); }));
     qInfo("Ended %lld ms after the signal.", static_cast<long long>(timer.elapsed()));
-    QCOMPARE(m_scene->server().complaints(), QByteArray());
+    QCOMPARE(scene->server().complaints(), QByteArray());
 }
 
 void tst_InputGuard::theGuardEndsWithTheDisplay()
 {
     QVERIFY(start());
-    m_scene->mutableSession().endDisplay();
-    QCOMPARE(m_scene->server().waitForEnd(), 1);
+    scene->mutableSession().endDisplay();
+    QCOMPARE(scene->server().waitForEnd(), 1);
     QVERIFY(waitUntil([&] { return hasEnded(m_guard); }));
 }
 
 void tst_InputGuard::theGuardStaysWhileTheServerRuns()
 {
     QVERIFY(start());
-    for (const int asking : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGUSR1})
+    for (const int asking : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGUSR1}) {
         QCOMPARE(::kill(m_guard, asking), 0);
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.send(keyCommand("A")) && handheld.waitUntilRead());
+    }
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.send(keyCommand(u"A"_s)) && handheld.waitUntilRead());
     QVERIFY(handheld.isServed());
     QTest::qWait(1'500); // longer than it waits for anything
     QVERIFY(!hasEnded(m_guard));
-    QCOMPARE(m_scene->server().end(), 0);
+    QCOMPARE(scene->server().end(), 0);
     QVERIFY(waitUntil([&] { return hasEnded(m_guard); }));
 }
 
 void tst_InputGuard::theGuardKeepsNothingOfTheServer()
 {
     QVERIFY(start());
-    const QStringList expected = {"memfd", "null", "null", "null", "pipe", "socket"};
+    const QStringList expected = {u"memfd"_s, u"null"_s, u"null"_s,
+                                  u"null"_s,  u"pipe"_s, u"socket"_s};
     QStringList names = descriptorsOf(m_guard);
-    for (QString &name : names)
+    for (QString &name : names) {
         name = name.section(u' ', 0, 0);
+    }
     QCOMPARE(names, expected);
     qInfo("The guard has %lld KiB in memory.",
           static_cast<long long>(ProcessMemory::resident(m_guard) / 1024));
@@ -284,12 +293,12 @@ void tst_InputGuard::aServerWithoutAGuardServes()
     QVERIFY(start());
     QCOMPARE(::kill(m_guard, SIGKILL), 0);
     QVERIFY(waitUntil([&] { return hasEnded(m_guard); }));
-    InputWatcher watcher(m_scene->session().display());
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.send(keyCommand("A")));
+    InputWatcher watcher(scene->session().display());
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.send(keyCommand(u"A"_s)));
     QVERIFY(waitUntil([&] { return watcher.raw().size() >= 2; }));
-    QVERIFY(m_scene->waitUntilNothingIsHeld());
-    QCOMPARE(m_scene->server().end(), 0);
+    QVERIFY(scene->waitUntilNothingIsHeld());
+    QCOMPARE(scene->server().end(), 0);
 }
 
 QTEST_GUILESS_MAIN(tst_InputGuard)

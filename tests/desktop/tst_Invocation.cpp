@@ -9,6 +9,8 @@
 #include <QFileInfo>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -52,32 +54,33 @@ private:
     void launch(const QStringList &arguments);
     void launchWithout(const QStringList &variables, const QStringList &arguments);
 
-    std::unique_ptr<ServerScene> m_scene;
+    std::unique_ptr<ServerScene> scene;
 };
 
 void tst_Invocation::cleanup()
 {
-    const QByteArray problem = m_scene ? m_scene->problemAtEnd() : QByteArray();
-    m_scene.reset();
+    const QByteArray problem = scene ? scene->problemAtEnd() : QByteArray();
+    scene.reset();
     QCOMPARE(problem, QByteArray());
 }
 
 bool tst_Invocation::open(DesktopSession::Parts parts)
 {
-    m_scene = std::make_unique<ServerScene>(parts);
-    return m_scene->session().problem().isEmpty();
+    scene = std::make_unique<ServerScene>(parts);
+    return scene->session().problem().isEmpty();
 }
 
 void tst_Invocation::launch(const QStringList &arguments)
 {
-    m_scene->launch([] {}, arguments);
+    scene->launch([] {}, arguments);
 }
 
 /// An empty variable counts as one that is not set.
 void tst_Invocation::launchWithout(const QStringList &variables, const QStringList &arguments)
 {
-    for (const QString &variable : variables)
-        m_scene->mutableSession().addVariable(variable, QString());
+    for (const QString &variable : variables) {
+        scene->mutableSession().addVariable(variable, QString());
+    }
     launch(arguments);
 }
 
@@ -93,13 +96,13 @@ void tst_Invocation::helpAndVersionNeedNoDisplay()
 {
     QFETCH(QString, option);
     QVERIFY(open(DesktopSession::NoParts));
-    launchWithout({"DISPLAY", "QT_QPA_PLATFORM"}, {option});
-    QCOMPARE(m_scene->server().waitForEnd(AtOnce), std::optional(0));
-    const QByteArray text = m_scene->server().outputText();
+    launchWithout({u"DISPLAY"_s, u"QT_QPA_PLATFORM"_s}, {option});
+    QCOMPARE(scene->server().waitForEnd(AtOnce), std::optional(0));
+    const QByteArray text = scene->server().outputText();
     QTEST(text.left(text.indexOf('\n')), "firstLine");
     QVERIFY(text.endsWith('\n'));
-    QCOMPARE(m_scene->server().errorText(), QByteArray());
-    QVERIFY(!QFileInfo::exists(m_scene->session().settingsFile()));
+    QCOMPARE(scene->server().errorText(), QByteArray());
+    QVERIFY(!QFileInfo::exists(scene->session().settingsFile()));
 }
 
 void tst_Invocation::everythingElseIsRefused_data()
@@ -107,11 +110,11 @@ void tst_Invocation::everythingElseIsRefused_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QByteArray>("reason");
     QTest::newRow("unknown option")
-        << QStringList{"--sned"} << QByteArray("Unknown option \"--sned\"");
+        << QStringList{u"--sned"_s} << QByteArray("Unknown option \"--sned\"");
     QTest::newRow("stray argument")
-        << QStringList{"-reverse", "stop"} << QByteArray("Unexpected argument \"stop\"");
+        << QStringList{u"-reverse"_s, u"stop"_s} << QByteArray("Unexpected argument \"stop\"");
     QTest::newRow("value that is missing")
-        << QStringList{"-style"} << QByteArray("Option \"-style\" needs a value");
+        << QStringList{u"-style"_s} << QByteArray("Option \"-style\" needs a value");
 }
 
 void tst_Invocation::everythingElseIsRefused()
@@ -120,11 +123,11 @@ void tst_Invocation::everythingElseIsRefused()
     QFETCH(QByteArray, reason);
     QVERIFY(open(DesktopSession::NoParts));
     // Refused before the display is looked for.
-    launchWithout({"DISPLAY"}, arguments);
-    QCOMPARE(m_scene->server().waitForEnd(AtOnce), std::optional(2));
-    QCOMPARE(m_scene->server().errorText(),
+    launchWithout({u"DISPLAY"_s}, arguments);
+    QCOMPARE(scene->server().waitForEnd(AtOnce), std::optional(2));
+    QCOMPARE(scene->server().errorText(),
              "VornaServer: " + reason + "; \"VornaServer --help\" lists the options.\n");
-    QCOMPARE(m_scene->server().outputText(), QByteArray());
+    QCOMPARE(scene->server().outputText(), QByteArray());
 }
 
 void tst_Invocation::withoutADisplayItSaysWhatToDo_data()
@@ -149,11 +152,11 @@ void tst_Invocation::withoutADisplayItSaysWhatToDo_data()
     QTest::newRow("nobody answers the plugin of the command line")
         << ":4711"
         << ""
-        << "" << QStringList{"-platform", "xcb"} << dead;
+        << "" << QStringList{u"-platform"_s, u"xcb"_s} << dead;
     QTest::newRow("nobody answers at the name of the command line")
         << ""
         << ""
-        << "" << QStringList{"-display", ":4711"} << dead;
+        << "" << QStringList{u"-display"_s, u":4711"_s} << dead;
     QTest::newRow("no compositor answers")
         << ""
         << "wayland-4711"
@@ -168,21 +171,21 @@ void tst_Invocation::withoutADisplayItSaysWhatToDo()
     QFETCH(QStringList, arguments);
     QFETCH(QByteArray, problem);
     QVERIFY(open(DesktopSession::NoParts));
-    m_scene->mutableSession().addVariable("DISPLAY", display);
-    m_scene->mutableSession().addVariable("WAYLAND_DISPLAY", wayland);
-    m_scene->mutableSession().addVariable("QT_QPA_PLATFORM", plugin);
+    scene->mutableSession().addVariable(u"DISPLAY"_s, display);
+    scene->mutableSession().addVariable(u"WAYLAND_DISPLAY"_s, wayland);
+    scene->mutableSession().addVariable(u"QT_QPA_PLATFORM"_s, plugin);
     launch(arguments);
-    QCOMPARE(m_scene->server().waitForEnd(AtOnce), std::optional(1));
-    QCOMPARE(m_scene->server().errorText(), "VornaServer: " + problem + WhatToDo);
-    QVERIFY(!QFileInfo::exists(m_scene->session().settingsFile()));
+    QCOMPARE(scene->server().waitForEnd(AtOnce), std::optional(1));
+    QCOMPARE(scene->server().errorText(), "VornaServer: " + problem + WhatToDo);
+    QVERIFY(!QFileInfo::exists(scene->session().settingsFile()));
 }
 
 void tst_Invocation::displayPluginThatIsNotThereIsNamed()
 {
     QVERIFY(open(DesktopSession::NoParts));
-    launch({"-platform", "sned"});
-    QCOMPARE(m_scene->server().waitForEnd(AtOnce), std::optional(1));
-    const QByteArray text = m_scene->server().errorText();
+    launch({u"-platform"_s, u"sned"_s});
+    QCOMPARE(scene->server().waitForEnd(AtOnce), std::optional(1));
+    const QByteArray text = scene->server().errorText();
     QVERIFY2(text.startsWith("VornaServer: The toolkit cannot start: "), text.constData());
     QVERIFY(text.contains("\"sned\""));
     QCOMPARE(text.count('\n'), 1);
@@ -192,9 +195,9 @@ void tst_Invocation::displayPluginThatIsNotThereIsNamed()
 void tst_Invocation::warningsOfAStartThatSucceedsAreKept()
 {
     QVERIFY(open(DesktopSession::Tray));
-    launch({"-platform", "sned;xcb"});
-    QVERIFY(m_scene->port() != 0);
-    const QByteArray text = m_scene->server().errorText();
+    launch({u"-platform"_s, u"sned;xcb"_s});
+    QVERIFY(scene->port() != 0);
+    const QByteArray text = scene->server().errorText();
     QVERIFY2(text.contains("\"sned\""), text.constData());
 }
 
@@ -210,78 +213,82 @@ void tst_Invocation::optionsOfTheToolkitAreTaken()
     QFETCH(QString, dash);
     // Not -qwindowgeometry: the toolkit gives it to its first window, which is the icon in the
     // tray.
-    QStringList arguments{"platform", "xcb",   "style",      "fusion",      "reverse",
-                          "name",     "vorna", "title",      "VornaServer", "nograb",
-                          "icon",     "/none", "stylesheet", "/none"};
+    QStringList arguments{u"platform"_s,    u"xcb"_s,    u"style"_s, u"fusion"_s,
+                          u"reverse"_s,     u"name"_s,   u"vorna"_s, u"title"_s,
+                          u"VornaServer"_s, u"nograb"_s, u"icon"_s,  u"/none"_s,
+                          u"stylesheet"_s,  u"/none"_s};
     for (QString &argument : arguments) {
-        static const QStringList values{"xcb", "fusion", "vorna", "VornaServer", "/none"};
-        if (!values.contains(argument))
+        static const QStringList values{u"xcb"_s, u"fusion"_s, u"vorna"_s, u"VornaServer"_s,
+                                        u"/none"_s};
+        if (!values.contains(argument)) {
             argument.prepend(dash);
+        }
     }
     QVERIFY(open(DesktopSession::Tray));
     launch(arguments);
-    QVERIFY(m_scene->port() != 0);
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
-    QCOMPARE(m_scene->server().end(), std::optional(0));
+    QVERIFY(scene->port() != 0);
+    QVERIFY(scene->showsLight(StatusLight::Orange));
+    QCOMPARE(scene->server().end(), std::optional(0));
 }
 
 void tst_Invocation::displayOfTheCommandLineIsUsed()
 {
     QVERIFY(open(DesktopSession::Tray));
-    const QString display = m_scene->session().display();
-    launchWithout({"DISPLAY"}, {"-display", display});
+    const QString display = scene->session().display();
+    launchWithout({u"DISPLAY"_s}, {u"-display"_s, display});
     // Not after the ten seconds that a tray is waited for.
-    QVERIFY(m_scene->server().port(AtOnce) != 0);
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
+    QVERIFY(scene->server().port(AtOnce) != 0);
+    QVERIFY(scene->showsLight(StatusLight::Orange));
     // The adapters type on that display too.
-    Handheld handheld(m_scene->port());
-    const QPoint before = m_scene->view().pointer();
+    Handheld handheld(scene->port());
+    const QPoint before = scene->view().pointer();
     QVERIFY(handheld.sendAndSettle(
-        commandText("MOUSE_CMD", {{"fncCommand", "4"}, {"cmdParameters", QStringList{"7", "5"}}})));
-    QVERIFY(waitUntil([&] { return m_scene->view().pointer() != before; }));
+        commandText(u"MOUSE_CMD"_s, {{u"fncCommand"_s, u"4"_s},
+                                     {u"cmdParameters"_s, QStringList{u"7"_s, u"5"_s}}})));
+    QVERIFY(waitUntil([&] { return scene->view().pointer() != before; }));
 }
 
 void tst_Invocation::pluginWithoutADisplayIsUsed()
 {
     QVERIFY(open(DesktopSession::NoParts));
-    launchWithout({"DISPLAY", "QT_QPA_PLATFORM"}, {"-platform", "offscreen"});
-    QVERIFY(waitUntil(
-        [this] { return ProcessTables::catches(m_scene->server().processId(), SIGTERM); }));
+    launchWithout({u"DISPLAY"_s, u"QT_QPA_PLATFORM"_s}, {u"-platform"_s, u"offscreen"_s});
+    QVERIFY(
+        waitUntil([this] { return ProcessTables::catches(scene->server().processId(), SIGTERM); }));
     // It waits for a tray now.
     QTest::qWait(1'500);
-    QVERIFY(m_scene->server().isRunning());
-    QCOMPARE(m_scene->server().end(), std::optional(0));
-    QCOMPARE(m_scene->server().errorText(), QByteArray());
+    QVERIFY(scene->server().isRunning());
+    QCOMPARE(scene->server().end(), std::optional(0));
+    QCOMPARE(scene->server().errorText(), QByteArray());
 }
 
 void tst_Invocation::portIsSaidOnceInATerminal()
 {
     QVERIFY(open(DesktopSession::Tray));
     PseudoTerminal terminal;
-    m_scene->launch(terminal.asErrorOutput());
-    const QByteArray line = "Listening on port " + QByteArray::number(m_scene->port()) + ".\r\n";
+    scene->launch(terminal.asErrorOutput());
+    const QByteArray line = "Listening on port " + QByteArray::number(scene->port()) + ".\r\n";
     QVERIFY(waitUntil([&] { return terminal.text().size() >= line.size(); }));
     QCOMPARE(terminal.text(), line);
     // Messages go to the tray, and another start of the server is not the program's.
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.ask(commandText("SERVER_INFO")));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.ask(commandText(u"SERVER_INFO"_s)));
     handheld.leave();
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
+    QVERIFY(scene->showsLight(StatusLight::Orange));
     for (const bool isListening : {false, true}) {
-        QVERIFY(m_scene->menu().choose(TrayMenu::Item::StartStop));
-        QVERIFY(waitUntil([&] { return m_scene->server().isListening() == isListening; }));
+        QVERIFY(scene->menu().choose(TrayMenu::Item::StartStop));
+        QVERIFY(waitUntil([&] { return scene->server().isListening() == isListening; }));
     }
-    QCOMPARE(m_scene->server().end(), std::optional(0));
+    QCOMPARE(scene->server().end(), std::optional(0));
     QCOMPARE(terminal.text(), line);
 }
 
 void tst_Invocation::portIsNotSaidElsewhere()
 {
     QVERIFY(open(DesktopSession::Tray));
-    QVERIFY(m_scene->start());
-    QCOMPARE(m_scene->server().end(), std::optional(0));
-    QCOMPARE(m_scene->server().errorText(), QByteArray());
-    QCOMPARE(m_scene->server().outputText(), QByteArray());
+    QVERIFY(scene->start());
+    QCOMPARE(scene->server().end(), std::optional(0));
+    QCOMPARE(scene->server().errorText(), QByteArray());
+    QCOMPARE(scene->server().outputText(), QByteArray());
 }
 
 void tst_Invocation::portThatIsLackingIsNotSaid()
@@ -289,12 +296,12 @@ void tst_Invocation::portThatIsLackingIsNotSaid()
     QVERIFY(open(DesktopSession::Tray));
     PseudoTerminal terminal;
     const auto asErrorOutput = terminal.asErrorOutput();
-    m_scene->launch([asErrorOutput] {
+    scene->launch([asErrorOutput] {
         asErrorOutput();
         LackOfPorts::bring();
     });
-    QVERIFY(m_scene->showsLight(StatusLight::Red));
-    QCOMPARE(m_scene->server().end(), std::optional(0));
+    QVERIFY(scene->showsLight(StatusLight::Red));
+    QCOMPARE(scene->server().end(), std::optional(0));
     QCOMPARE(terminal.text(), QByteArray());
 }
 
@@ -302,13 +309,13 @@ void tst_Invocation::withoutATrayATerminalTellsOfGnome()
 {
     QVERIFY(open(DesktopSession::NoParts));
     PseudoTerminal terminal;
-    m_scene->launch(terminal.asErrorOutput());
-    const auto box = m_scene->waitForDialog(QStringLiteral("VornaServer"));
+    scene->launch(terminal.asErrorOutput());
+    const auto box = scene->waitForDialog(u"VornaServer"_s);
     QVERIFY(box);
     QCOMPARE(terminal.text(), NoTray + "\r\nGNOME shows tray icons only with an extension, such as "
                                        "AppIndicator.\r\n");
-    QVERIFY(m_scene->clickButton(*box, 0));
-    QCOMPARE(m_scene->server().waitForEnd(), std::optional(1));
+    QVERIFY(scene->clickButton(*box, 0));
+    QCOMPARE(scene->server().waitForEnd(), std::optional(1));
 }
 
 QTEST_GUILESS_MAIN(tst_Invocation)

@@ -18,11 +18,14 @@ namespace {
 QByteArray lineOf(qint64 process, const char *file, const char *beginning)
 {
     QFile table(u"/proc/%1/%2"_s.arg(process).arg(QLatin1StringView(file)));
-    if (!table.open(QIODevice::ReadOnly))
+    if (!table.open(QIODevice::ReadOnly)) {
         return {};
-    for (const QByteArray &line : table.readAll().split('\n'))
-        if (line.startsWith(beginning))
+    }
+    for (const QByteArray &line : table.readAll().split('\n')) {
+        if (line.startsWith(beginning)) {
             return line.mid(qstrlen(beginning)).simplified();
+        }
+    }
     return {};
 }
 

@@ -19,6 +19,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -33,8 +35,9 @@ std::function<void()> descriptorLimit(rlim_t most)
 {
     return [most] {
         const rlimit limit{most, most};
-        if (setrlimit(RLIMIT_NOFILE, &limit) != 0)
+        if (setrlimit(RLIMIT_NOFILE, &limit) != 0) {
             _exit(1);
+        }
     };
 }
 
@@ -68,7 +71,7 @@ private:
     bool startWithoutQuarantine();
     qint64 residentMemory() const;
 
-    std::unique_ptr<ServerScene> m_scene;
+    std::unique_ptr<ServerScene> scene;
 };
 
 void tst_Load::initTestCase()
@@ -78,15 +81,15 @@ void tst_Load::initTestCase()
 
 void tst_Load::init()
 {
-    m_scene = std::make_unique<ServerScene>();
-    QCOMPARE(m_scene->session().problem(), QByteArray());
+    scene = std::make_unique<ServerScene>();
+    QCOMPARE(scene->session().problem(), QByteArray());
 }
 
 void tst_Load::cleanup()
 {
-    QVERIFY(m_scene->waitUntilNothingIsHeld());
-    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
-    m_scene.reset();
+    QVERIFY(scene->waitUntilNothingIsHeld());
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+    scene.reset();
 }
 
 /// Starts the server for a look at its memory: the sanitizer holds freed memory back otherwise, and
@@ -94,38 +97,41 @@ void tst_Load::cleanup()
 bool tst_Load::startWithoutQuarantine()
 {
     const QByteArray options = qgetenv("ASAN_OPTIONS");
-    m_scene->mutableSession().addVariable(
-        "ASAN_OPTIONS", options + ":quarantine_size_mb=0:thread_local_quarantine_size_kb=0");
-    return m_scene->start();
+    scene->mutableSession().addVariable(
+        u"ASAN_OPTIONS"_s, QString::fromLocal8Bit(options) +
+                               u":quarantine_size_mb=0:thread_local_quarantine_size_kb=0"_s);
+    return scene->start();
 }
 
 qint64 tst_Load::residentMemory() const
 {
-    return ProcessMemory::resident(m_scene->server().processId());
+    return ProcessMemory::resident(scene->server().processId());
 }
 
 void tst_Load::aCrowdIsServed()
 {
     constexpr size_t CrowdSize = 2000;
-    QVERIFY(m_scene->start());
-    const quint16 port = m_scene->port();
+    QVERIFY(scene->start());
+    const quint16 port = scene->port();
     QElapsedTimer time;
     time.start();
     std::vector<std::unique_ptr<Handheld>> crowd;
-    while (crowd.size() < CrowdSize)
+    while (crowd.size() < CrowdSize) {
         crowd.push_back(std::make_unique<Handheld>(port));
-    for (const auto &handheld : crowd)
+    }
+    for (const auto &handheld : crowd) {
         QVERIFY(handheld->isConnected() && handheld->isServed());
+    }
     qInfo("All answered in %.1f s.", double(time.elapsed()) / 1000);
-    QVERIFY(m_scene->server().openDescriptors() > int(CrowdSize));
+    QVERIFY(scene->server().openDescriptors() > int(CrowdSize));
     crowd.clear();
-    QVERIFY(waitUntil([this] { return m_scene->server().openDescriptors() < 100; }));
+    QVERIFY(waitUntil([this] { return scene->server().openDescriptors() < 100; }));
 }
 
 void tst_Load::connectionsOneAfterAnotherLeaveNothing()
 {
     QVERIFY(startWithoutQuarantine());
-    const quint16 port = m_scene->port();
+    const quint16 port = scene->port();
     const auto connectAndLeave = [&](int count) {
         for (int i = 0; i < count; ++i) {
             Handheld handheld(port);
@@ -133,32 +139,33 @@ void tst_Load::connectionsOneAfterAnotherLeaveNothing()
         }
     };
     connectAndLeave(1000);
-    const int descriptors = m_scene->server().openDescriptors();
+    const int descriptors = scene->server().openDescriptors();
     const qint64 before = residentMemory();
     connectAndLeave(2000);
     const qint64 grown = residentMemory() - before;
     qInfo("Memory grew by %lld KiB.", grown / 1024);
     QVERIFY(grown < SettlingOfTheSanitizer);
-    QVERIFY(waitUntil([&] { return m_scene->server().openDescriptors() <= descriptors; }));
+    QVERIFY(waitUntil([&] { return scene->server().openDescriptors() <= descriptors; }));
 }
 
 void tst_Load::connectionsBeyondTheDescriptorsWaitForThem()
 {
     constexpr int Descriptors = 128;
-    m_scene->launch(descriptorLimit(Descriptors));
-    QVERIFY(m_scene->port() != 0);
-    Handheld first(m_scene->port());
+    scene->launch(descriptorLimit(Descriptors));
+    QVERIFY(scene->port() != 0);
+    Handheld first(scene->port());
     QVERIFY(first.isServed());
 
     std::vector<std::unique_ptr<Handheld>> crowd;
-    for (int i = 0; i < Descriptors; ++i)
-        crowd.push_back(std::make_unique<Handheld>(m_scene->port()));
+    for (int i = 0; i < Descriptors; ++i) {
+        crowd.push_back(std::make_unique<Handheld>(scene->port()));
+    }
     QVERIFY(first.isServed());
-    Handheld late(m_scene->port());
+    Handheld late(scene->port());
     QVERIFY(late.send(serverInfo()));
     QVERIFY(!late.answer(500ms));
 
-    QVERIFY(m_scene->isAtRest());
+    QVERIFY(scene->isAtRest());
 
     QVERIFY(first.isServed());
     crowd.clear();
@@ -170,31 +177,31 @@ void tst_Load::connectionsBeyondTheDescriptorsWaitForThem()
 void tst_Load::filesBeyondTheDescriptorsAreNotOpened()
 {
     constexpr int Descriptors = 160;
-    const QString folder = m_scene->session().path(QStringLiteral("received"));
+    const QString folder = scene->session().path(u"received"_s);
     QVERIFY(QDir().mkpath(folder));
-    m_scene->storeSetting(QStringLiteral("downloadDirectory"), folder);
-    m_scene->launch(descriptorLimit(Descriptors));
-    QVERIFY(m_scene->port() != 0);
-    Handheld first(m_scene->port());
+    scene->storeSetting(u"downloadDirectory"_s, folder);
+    scene->launch(descriptorLimit(Descriptors));
+    QVERIFY(scene->port() != 0);
+    Handheld first(scene->port());
     QVERIFY(first.isServed());
 
     std::vector<std::unique_ptr<Handheld>> crowd;
-    for (int i = 0; i < Descriptors; ++i)
-        crowd.push_back(std::make_unique<Handheld>(m_scene->port()));
+    for (int i = 0; i < Descriptors; ++i) {
+        crowd.push_back(std::make_unique<Handheld>(scene->port()));
+    }
     QVERIFY(first.isServed());
     for (size_t i = 0; i < crowd.size(); ++i) {
-        QVERIFY(crowd[i]->send(commandText(
-            QStringLiteral("FILE_TRANSFER_AND_OPEN"),
-            {{QStringLiteral("cmdParameters"),
-              QStringList{QStringLiteral("file%1").arg(i), QStringLiteral("1000000")}}})));
+        QVERIFY(crowd[i]->send(
+            commandText(u"FILE_TRANSFER_AND_OPEN"_s,
+                        {{u"cmdParameters"_s, QStringList{u"file%1"_s.arg(i), u"1000000"_s}}})));
         QVERIFY(first.isServed());
     }
     const qsizetype files = QDir(folder).entryList(QDir::Files).size();
     qInfo("%lld files are open.", qint64(files));
     // Those that fit beside the connections, and no more.
     QVERIFY(files >= 8 && files <= 32);
-    QVERIFY(m_scene->server().openDescriptors() <= Descriptors - 24);
-    QVERIFY(m_scene->isAtRest());
+    QVERIFY(scene->server().openDescriptors() <= Descriptors - 24);
+    QVERIFY(scene->isAtRest());
     QVERIFY(first.isServed());
 }
 
@@ -202,28 +209,29 @@ void tst_Load::filesBeyondTheDescriptorsAreNotOpened()
 void tst_Load::connectionsThatComeAndGoDoNotUseUpTheReserve()
 {
     constexpr int Descriptors = 160;
-    m_scene->launch(descriptorLimit(Descriptors));
-    QVERIFY(m_scene->port() != 0);
-    Handheld first(m_scene->port());
+    scene->launch(descriptorLimit(Descriptors));
+    QVERIFY(scene->port() != 0);
+    Handheld first(scene->port());
     QVERIFY(first.isServed());
     std::deque<std::unique_ptr<Handheld>> crowd;
-    while (crowd.size() < Descriptors)
-        crowd.push_back(std::make_unique<Handheld>(m_scene->port()));
+    while (crowd.size() < Descriptors) {
+        crowd.push_back(std::make_unique<Handheld>(scene->port()));
+    }
     QVERIFY(first.isServed());
-    const int before = m_scene->server().openDescriptors();
+    const int before = scene->server().openDescriptors();
     for (int i = 0; i < 100; ++i) {
         // The oldest one has the lowest number.
         crowd.pop_front();
-        crowd.push_back(std::make_unique<Handheld>(m_scene->port()));
+        crowd.push_back(std::make_unique<Handheld>(scene->port()));
         QVERIFY(first.isServed());
     }
-    QVERIFY(waitUntil([&] { return m_scene->server().openDescriptors() <= before + 2; }));
+    QVERIFY(waitUntil([&] { return scene->server().openDescriptors() <= before + 2; }));
 }
 
 void tst_Load::connectionsThatComeAndGoHoldNobodyUp()
 {
-    QVERIFY(m_scene->start());
-    const quint16 port = m_scene->port();
+    QVERIFY(scene->start());
+    const quint16 port = scene->port();
     Asker asker(port, 10ms);
     std::atomic_bool isOver = false;
     std::atomic_int count = 0;
@@ -255,8 +263,8 @@ void tst_Load::floodOfTokensDoesNotHoldUpOthers_data()
 {
     QTest::addColumn<QByteArray>("token");
     QTest::newRow("with answers") << serverInfo();
-    QTest::newRow("of keys") << keyCommand("A");
-    QTest::newRow("that do nothing") << commandText(QStringLiteral("APPLICATION_CMD"));
+    QTest::newRow("of keys") << keyCommand(u"A"_s);
+    QTest::newRow("that do nothing") << commandText(u"APPLICATION_CMD"_s);
     QTest::newRow("that never end") << QByteArray("{ a = b;");
     QTest::newRow("without form") << QByteArray("}{ = ;( ");
 }
@@ -264,9 +272,9 @@ void tst_Load::floodOfTokensDoesNotHoldUpOthers_data()
 void tst_Load::floodOfTokensDoesNotHoldUpOthers()
 {
     QFETCH(QByteArray, token);
-    QVERIFY(m_scene->start());
-    Flooder flooder(m_scene->port(), token);
-    Asker asker(m_scene->port(), 10ms);
+    QVERIFY(scene->start());
+    Flooder flooder(scene->port(), token);
+    Asker asker(scene->port(), 10ms);
     QTest::qWait(4000);
     const Sample times = asker.stop();
     const qint64 taken = flooder.stop();
@@ -279,14 +287,15 @@ void tst_Load::floodOfTokensDoesNotHoldUpOthers()
 
 void tst_Load::deviceThatNeverReadsIsDisconnected()
 {
-    QVERIFY(m_scene->start());
-    Asker asker(m_scene->port(), 10ms);
-    Handheld silent(m_scene->port());
+    QVERIFY(scene->start());
+    Asker asker(scene->port(), 10ms);
+    Handheld silent(scene->port());
     // A large value comes back in every answer.
     QVERIFY(silent.sendAndSettle("{ a = " + QByteArray(50'000, 'v') + "; }"));
     int asked = 0;
-    while (asked < 1000 && silent.send(serverInfo(), 5s) && silent.waitUntilRead(2s))
+    while (asked < 1000 && silent.send(serverInfo(), 5s) && silent.waitUntilRead(2s)) {
         ++asked;
+    }
     QVERIFY2(asked < 1000, "still connected");
     QVERIFY(silent.waitUntilClosed());
     const Sample times = asker.stop();
@@ -294,7 +303,7 @@ void tst_Load::deviceThatNeverReadsIsDisconnected()
           times.atShare(0.99));
     QVERIFY(times.atShare(0.99) < 250);
     QVERIFY(asker.isServed());
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
+    QVERIFY(scene->showsLight(StatusLight::Orange));
 }
 
 void tst_Load::deviceThatStoresTooMuchIsDisconnected_data()
@@ -308,16 +317,17 @@ void tst_Load::deviceThatStoresTooMuchIsDisconnected()
 {
     QFETCH(QByteArray, value);
     constexpr int Enough = 70'000;
-    QVERIFY(m_scene->start());
-    Handheld greedy(m_scene->port());
-    Handheld other(m_scene->port());
+    QVERIFY(scene->start());
+    Handheld greedy(scene->port());
+    Handheld other(scene->port());
     int number = 0;
     qint64 sent = 0;
     bool isConnected = true;
     while (isConnected && number < Enough) {
         QByteArray token = "{ ";
-        while (token.size() < 20'000)
+        while (token.size() < 20'000) {
             token += "key" + QByteArray::number(number++) + " = " + value + ";";
+        }
         isConnected = greedy.send(token + " }") && greedy.waitUntilRead(5s);
         sent += token.size();
     }
@@ -331,21 +341,23 @@ void tst_Load::storesOfManyDevicesAreLimitedInAll()
 {
     constexpr size_t DeviceCount = 12;
     constexpr int TokensOfEach = 250;
-    QVERIFY(m_scene->start());
-    Asker asker(m_scene->port(), 10ms);
-    Handheld honest(m_scene->port());
+    QVERIFY(scene->start());
+    Asker asker(scene->port(), 10ms);
+    Handheld honest(scene->port());
     QVERIFY(honest.isServed());
     std::vector<std::unique_ptr<Handheld>> greedy;
-    while (greedy.size() < DeviceCount)
-        greedy.push_back(std::make_unique<Handheld>(m_scene->port()));
+    while (greedy.size() < DeviceCount) {
+        greedy.push_back(std::make_unique<Handheld>(scene->port()));
+    }
     const QByteArray value(60'000, 'v');
     const auto hasEnded = [](const auto &device) { return !device->throwUnreadAway(); };
     int number = 0;
     for (; number < TokensOfEach && std::none_of(greedy.begin(), greedy.end(), hasEnded);
          ++number) {
         const QByteArray token = "{ k" + QByteArray::number(number) + " = " + value + "; }";
-        for (const auto &device : greedy)
+        for (const auto &device : greedy) {
             QVERIFY((device->send(token) && device->waitUntilRead()) || hasEnded(device));
+        }
     }
     const Sample times = asker.stop();
     const auto ended = std::count_if(greedy.begin(), greedy.end(), hasEnded);
@@ -359,12 +371,14 @@ void tst_Load::storesOfManyDevicesAreLimitedInAll()
 void tst_Load::manyTokensOnOneConnectionTakeNoMemory()
 {
     QVERIFY(startWithoutQuarantine());
-    Handheld handheld(m_scene->port());
-    for (int i = 0; i < 1000; ++i)
+    Handheld handheld(scene->port());
+    for (int i = 0; i < 1000; ++i) {
         QVERIFY(handheld.isServed());
+    }
     const qint64 before = residentMemory();
-    for (int i = 0; i < 10'000; ++i)
+    for (int i = 0; i < 10'000; ++i) {
         QVERIFY(handheld.isServed());
+    }
     const qint64 grown = residentMemory() - before;
     qInfo("Memory grew by %lld KiB.", grown / 1024);
     QVERIFY(grown < SettlingOfTheSanitizer);

@@ -7,12 +7,14 @@
 #include <QElapsedTimer>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 Notification message(const QString &body)
 {
     constexpr int BalloonMilliseconds = 10'000;
-    return {QStringLiteral("VornaServer"), body, BalloonMilliseconds};
+    return {u"VornaServer"_s, body, BalloonMilliseconds};
 }
 
 } // namespace
@@ -39,43 +41,44 @@ private:
     bool announceFile(const QString &name);
     bool isAnnounced(const QString &body) const;
 
-    std::unique_ptr<ServerScene> m_scene;
-    std::unique_ptr<NotificationDesk> m_desk;
+    std::unique_ptr<ServerScene> scene;
+    std::unique_ptr<NotificationDesk> desk;
 };
 
 void tst_Notifications::init()
 {
-    m_scene = std::make_unique<ServerScene>(DesktopSession::SessionBus);
-    QCOMPARE(m_scene->session().problem(), QByteArray());
-    m_desk = std::make_unique<NotificationDesk>(m_scene->session().busAddress());
-    QVERIFY(m_desk->isReady());
+    scene = std::make_unique<ServerScene>(DesktopSession::SessionBus);
+    QCOMPARE(scene->session().problem(), QByteArray());
+    desk = std::make_unique<NotificationDesk>(scene->session().busAddress());
+    QVERIFY(desk->isReady());
 }
 
 void tst_Notifications::cleanup()
 {
-    const QByteArray problem = m_scene->problemAtEnd();
-    m_desk.reset();
-    m_scene.reset();
+    const QByteArray problem = scene->problemAtEnd();
+    desk.reset();
+    scene.reset();
     QCOMPARE(problem, QByteArray());
 }
 
 bool tst_Notifications::start()
 {
-    m_scene->launch();
-    return m_scene->port() != 0 && waitUntil([this] { return m_desk->icons().size() == 1; });
+    scene->launch();
+    return scene->port() != 0 && waitUntil([this] { return desk->icons().size() == 1; });
 }
 
 bool tst_Notifications::isAnnounced(const QString &body) const
 {
-    return waitUntil([&] { return m_desk->notifications().contains(message(body)); });
+    return waitUntil([&] { return desk->notifications().contains(message(body)); });
 }
 
 /// The server announces a file of that name before it receives it.
 bool tst_Notifications::announceFile(const QString &name)
 {
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     return handheld
-        .ask(commandText("FILE_TRANSFER_AND_OPEN", {{"cmdParameters", QStringList{name, "10"}}}))
+        .ask(commandText(u"FILE_TRANSFER_AND_OPEN"_s,
+                         {{u"cmdParameters"_s, QStringList{name, u"10"_s}}}))
         .has_value();
 }
 
@@ -84,10 +87,10 @@ void tst_Notifications::namesAreShownAsWritten_data()
     QTest::addColumn<QStringList>("capabilities");
     QTest::addColumn<QString>("handed");
     QTest::newRow("daemon that reads markup")
-        << QStringList{"body", "body-markup", "body-hyperlinks"}
+        << QStringList{u"body"_s, u"body-markup"_s, u"body-hyperlinks"_s}
         << "Received request to save file:  &lt;b&gt;a &amp; b &lt;img src=x&gt;  of size  10 ";
     QTest::newRow("daemon that does not")
-        << QStringList{"body", "actions"}
+        << QStringList{u"body"_s, u"actions"_s}
         << "Received request to save file:  <b>a & b <img src=x>  of size  10 ";
 }
 
@@ -95,65 +98,67 @@ void tst_Notifications::namesAreShownAsWritten()
 {
     QFETCH(QStringList, capabilities);
     QFETCH(QString, handed);
-    m_desk->setCapabilities(capabilities);
+    desk->setCapabilities(capabilities);
     QVERIFY(start());
-    QVERIFY(announceFile("<b>a & b <img src=x>"));
+    QVERIFY(announceFile(u"<b>a & b <img src=x>"_s));
     QVERIFY(isAnnounced(handed));
-    QVERIFY(isAnnounced("Server Started... "));
+    QVERIFY(isAnnounced(u"Server Started... "_s));
 }
 
 void tst_Notifications::replacedDaemonIsAskedWhatItReads()
 {
     QVERIFY(start());
-    QVERIFY(announceFile("<b>"));
-    QVERIFY(isAnnounced("Received request to save file:  <b>  of size  10 "));
-    m_desk->setCapabilities({"body", "body-markup"});
-    QVERIFY(m_desk->replaceNotifications());
+    QVERIFY(announceFile(u"<b>"_s));
+    QVERIFY(isAnnounced(u"Received request to save file:  <b>  of size  10 "_s));
+    desk->setCapabilities({u"body"_s, u"body-markup"_s});
+    QVERIFY(desk->replaceNotifications());
     // The bus tells the server of it when it is done with us, and it may be busy.
     QVERIFY(waitUntil(
         [&] {
-            return announceFile("<b>") &&
-                   m_desk->notifications().contains(
-                       message("Received request to save file:  &lt;b&gt;  of size  10 "));
+            return announceFile(u"<b>"_s) &&
+                   desk->notifications().contains(
+                       message(u"Received request to save file:  &lt;b&gt;  of size  10 "_s));
         },
         GenerousLimit, std::chrono::milliseconds(200)));
-    const qsizetype before = m_desk->notifications().size();
-    QVERIFY(announceFile("<i>"));
-    QVERIFY(isAnnounced("Received request to save file:  &lt;i&gt;  of size  10 "));
-    for (const Notification &each : m_desk->notifications().mid(before))
-        QVERIFY(!each.body.contains('<'));
+    const qsizetype before = desk->notifications().size();
+    QVERIFY(announceFile(u"<i>"_s));
+    QVERIFY(isAnnounced(u"Received request to save file:  &lt;i&gt;  of size  10 "_s));
+    for (const Notification &each : desk->notifications().mid(before)) {
+        QVERIFY(!each.body.contains(u'<'));
+    }
 }
 
 void tst_Notifications::haltedDaemonIsSentSixteenMessages()
 {
     constexpr int MostOnTheWay = 16;
     QVERIFY(start());
-    QVERIFY(isAnnounced("Server Started... "));
-    m_desk->haltNotifications();
+    QVERIFY(isAnnounced(u"Server Started... "_s));
+    desk->haltNotifications();
     // The server may not have been told yet that the first one has arrived.
-    const auto sent = [this] { return m_desk->notifications().size(); };
+    const auto sent = [this] { return desk->notifications().size(); };
     int number = 0;
     QVERIFY(waitUntil(
         [&] { return announceFile(QString::number(++number)) && sent() >= MostOnTheWay; }));
-    for (int i = 0; i < 40; ++i)
+    for (int i = 0; i < 40; ++i) {
         QVERIFY(announceFile(QString::number(++number)));
+    }
     QVERIFY(!waitUntil([&] { return sent() > 1 + MostOnTheWay; }, std::chrono::seconds(4)));
-    m_desk->resumeNotifications();
-    QVERIFY(isAnnounced(
-        QStringLiteral("Received request to save file:  %1  of size  10 ").arg(number)));
+    desk->resumeNotifications();
+    QVERIFY(isAnnounced(u"Received request to save file:  %1  of size  10 "_s.arg(number)));
     QVERIFY(sent() <= 1 + 2 * MostOnTheWay);
 }
 
 void tst_Notifications::daemonThatIsHaltedFromTheStartIsSentNothing()
 {
-    m_desk->haltNotifications();
+    desk->haltNotifications();
     QVERIFY(start());
-    for (int i = 0; i < 40; ++i)
+    for (int i = 0; i < 40; ++i) {
         QVERIFY(announceFile(QString::number(i)));
-    QVERIFY(m_desk->notifications().isEmpty());
-    m_desk->setCapabilities({"body", "body-markup"});
-    QVERIFY(m_desk->replaceNotifications());
-    QVERIFY(isAnnounced("Received request to save file:  39  of size  10 "));
+    }
+    QVERIFY(desk->notifications().isEmpty());
+    desk->setCapabilities({u"body"_s, u"body-markup"_s});
+    QVERIFY(desk->replaceNotifications());
+    QVERIFY(isAnnounced(u"Received request to save file:  39  of size  10 "_s));
 }
 
 void tst_Notifications::stormOfDevicesIsAnnouncedInBrief()
@@ -162,17 +167,18 @@ void tst_Notifications::stormOfDevicesIsAnnouncedInBrief()
     QElapsedTimer time;
     time.start();
     for (int i = 0; i < 300; ++i) {
-        Handheld handheld(m_scene->port());
+        Handheld handheld(scene->port());
         QVERIFY(handheld.isConnected());
-        if (i % 50 == 49)
-            QVERIFY(Handheld(m_scene->port()).isServed());
+        if (i % 50 == 49) {
+            QVERIFY(Handheld(scene->port()).isServed());
+        }
     }
-    QVERIFY(announceFile("newest"));
-    QVERIFY(isAnnounced("Received request to save file:  newest  of size  10 "));
-    QVERIFY(isAnnounced("Device Disconnected "));
-    QVERIFY2(m_desk->notifications().size() <= 10 * (2 + time.elapsed() / 1'000),
-             qPrintable(QString::number(m_desk->notifications().size())));
-    qInfo("%lld messages in %lld ms.", m_desk->notifications().size(), time.elapsed());
+    QVERIFY(announceFile(u"newest"_s));
+    QVERIFY(isAnnounced(u"Received request to save file:  newest  of size  10 "_s));
+    QVERIFY(isAnnounced(u"Device Disconnected "_s));
+    QVERIFY2(desk->notifications().size() <= 10 * (2 + time.elapsed() / 1'000),
+             qPrintable(QString::number(desk->notifications().size())));
+    qInfo("%lld messages in %lld ms.", desk->notifications().size(), time.elapsed());
 }
 
 QTEST_GUILESS_MAIN(tst_Notifications)

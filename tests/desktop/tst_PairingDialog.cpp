@@ -6,6 +6,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using Item = TrayMenu::Item;
 
 namespace {
@@ -16,14 +18,12 @@ constexpr int RejectButton = 1;
 
 QString response(const std::optional<QVariantMap> &answer)
 {
-    return answer ? answer->value(QStringLiteral("serverResponse")).toString()
-                  : QStringLiteral("no answer");
+    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
 }
 
 QByteArray pairing(const QString &device, const QString &name)
 {
-    return commandText(QStringLiteral("SERVER_PAIR"),
-                       {{QStringLiteral("cmdParameters"), QStringList{device, name}}});
+    return commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{device, name}}});
 }
 
 } // namespace
@@ -57,256 +57,259 @@ private:
     SeenWindow question() const;
     QStringList devicesStoredAtEnd();
 
-    std::unique_ptr<ServerScene> m_scene;
+    std::unique_ptr<ServerScene> scene;
 };
 
 /// A running server that asks before it pairs.
 void tst_PairingDialog::init()
 {
-    m_scene = std::make_unique<ServerScene>();
-    QCOMPARE(m_scene->session().problem(), QByteArray());
-    m_scene->storeSetting(QStringLiteral("pairNeedsApproval"), true);
-    QVERIFY(m_scene->start());
-    if (QTest::currentTestFunction() != QByteArray("isAskedOnceThePreferencesWereClosed"))
+    scene = std::make_unique<ServerScene>();
+    QCOMPARE(scene->session().problem(), QByteArray());
+    scene->storeSetting(u"pairNeedsApproval"_s, true);
+    QVERIFY(scene->start());
+    if (QTest::currentTestFunction() != QByteArray("isAskedOnceThePreferencesWereClosed")) {
         QVERIFY(closePreferences());
+    }
 }
 
 void tst_PairingDialog::cleanup()
 {
-    const QByteArray problem = m_scene->problemAtEnd();
-    m_scene.reset();
+    const QByteArray problem = scene->problemAtEnd();
+    scene.reset();
     QCOMPARE(problem, QByteArray());
 }
 
 bool tst_PairingDialog::closePreferences() const
 {
-    if (!m_scene->menu().choose(Item::Preferences))
+    if (!scene->menu().choose(Item::Preferences)) {
         return false;
-    const auto dialog = m_scene->waitForDialog(QStringLiteral("Config Dialog"));
-    return dialog && m_scene->view().saveScreenshot(QStringLiteral("preferences")) &&
-           m_scene->clickButton(*dialog, 0) && m_scene->waitUntilGone(*dialog);
+    }
+    const auto dialog = scene->waitForDialog(u"Config Dialog"_s);
+    return dialog && scene->view().saveScreenshot(u"preferences"_s) &&
+           scene->clickButton(*dialog, 0) && scene->waitUntilGone(*dialog);
 }
 
 /// The question on the screen, once it gets the keys; one without a number when there is none.
 SeenWindow tst_PairingDialog::question() const
 {
-    return m_scene->waitForDialog(QStringLiteral("VornaServer")).value_or(SeenWindow());
+    return scene->waitForDialog(u"VornaServer"_s).value_or(SeenWindow());
 }
 
 QStringList tst_PairingDialog::devicesStoredAtEnd()
 {
-    if (m_scene->server().end() != 0)
-        return {QStringLiteral("did not end in order")};
-    return m_scene->storedSetting(QStringLiteral("pairedDeviceList")).toStringList();
+    if (scene->server().end() != 0) {
+        return {u"did not end in order"_s};
+    }
+    return scene->storedSetting(u"pairedDeviceList"_s).toStringList();
 }
 
 void tst_PairingDialog::isAskedOnceThePreferencesWereClosed()
 {
-    Handheld handheld(m_scene->port());
-    QCOMPARE(response(handheld.ask(pairing("early", "Early bird"))), QStringLiteral("OK"));
-    QVERIFY(m_scene->view().dialogs(m_scene->server().processId()).isEmpty());
+    Handheld handheld(scene->port());
+    QCOMPARE(response(handheld.ask(pairing(u"early"_s, u"Early bird"_s))), u"OK"_s);
+    QVERIFY(scene->view().dialogs(scene->server().processId()).isEmpty());
 
     QVERIFY(closePreferences());
-    QVERIFY(handheld.send(pairing("late", "Late riser")));
+    QVERIFY(handheld.send(pairing(u"late"_s, u"Late riser"_s)));
     const SeenWindow dialog = question();
     QVERIFY(dialog.id != 0);
     QVERIFY(!handheld.hasUnreadAnswer());
-    QVERIFY(m_scene->clickButton(dialog, RejectButton));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("ERROR"));
+    QVERIFY(scene->clickButton(dialog, RejectButton));
+    QCOMPARE(response(handheld.answer()), u"ERROR"_s);
 }
 
 void tst_PairingDialog::acceptedDeviceIsAnsweredAndRemembered()
 {
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.send(pairing("id-1", "Anna's handheld")));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.send(pairing(u"id-1"_s, u"Anna's handheld"_s)));
     const SeenWindow dialog = question();
     QVERIFY(dialog.id != 0);
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("pairing-dialog")));
-    QVERIFY(m_scene->clickButton(dialog, AcceptButton));
+    QVERIFY(scene->view().saveScreenshot(u"pairing-dialog"_s));
+    QVERIFY(scene->clickButton(dialog, AcceptButton));
     const auto answer = handheld.answer();
     QCOMPARE(answer, std::optional(QVariantMap{
-                         {"cmdType", "SERVER_PAIR"},
-                         {"cmdParameters", QStringList{"id-1", "Anna's handheld"}},
-                         {"serverResponse", "OK"},
+                         {u"cmdType"_s, u"SERVER_PAIR"_s},
+                         {u"cmdParameters"_s, QStringList{u"id-1"_s, u"Anna's handheld"_s}},
+                         {u"serverResponse"_s, u"OK"_s},
                      }));
-    QCOMPARE(devicesStoredAtEnd(), QStringList{"id-1"});
+    QCOMPARE(devicesStoredAtEnd(), QStringList{u"id-1"_s});
 }
 
 void tst_PairingDialog::acceptedDeviceIsNotAskedAboutAgain()
 {
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.send(pairing("id-1", "Anna")));
-    QVERIFY(m_scene->clickButton(question(), AcceptButton));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
-    Handheld again(m_scene->port());
-    QCOMPARE(response(again.ask(pairing("id-1", "Anna"))), QStringLiteral("OK"));
-    QCOMPARE(devicesStoredAtEnd(), QStringList{"id-1"});
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.send(pairing(u"id-1"_s, u"Anna"_s)));
+    QVERIFY(scene->clickButton(question(), AcceptButton));
+    QCOMPARE(response(handheld.answer()), u"OK"_s);
+    Handheld again(scene->port());
+    QCOMPARE(response(again.ask(pairing(u"id-1"_s, u"Anna"_s))), u"OK"_s);
+    QCOMPARE(devicesStoredAtEnd(), QStringList{u"id-1"_s});
 }
 
 void tst_PairingDialog::escapeRejects()
 {
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.send(pairing("id-1", "Anna")));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.send(pairing(u"id-1"_s, u"Anna"_s)));
     const SeenWindow dialog = question();
-    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("ERROR"));
-    QVERIFY(m_scene->waitUntilGone(dialog));
+    QVERIFY(scene->user().tapKey(u"Escape"_s));
+    QCOMPARE(response(handheld.answer()), u"ERROR"_s);
+    QVERIFY(scene->waitUntilGone(dialog));
     QCOMPARE(devicesStoredAtEnd(), QStringList());
 }
 
 void tst_PairingDialog::returnKeyRejects()
 {
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.send(pairing("id-1", "Anna")));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.send(pairing(u"id-1"_s, u"Anna"_s)));
     QVERIFY(question().id != 0);
-    QVERIFY(m_scene->user().tapKey(QStringLiteral("Return")));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("ERROR"));
+    QVERIFY(scene->user().tapKey(u"Return"_s));
+    QCOMPARE(response(handheld.answer()), u"ERROR"_s);
     QCOMPARE(devicesStoredAtEnd(), QStringList());
 }
 
 void tst_PairingDialog::rejectedDeviceIsAskedAboutAgain()
 {
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.send(pairing("id-1", "Anna")));
-    QVERIFY(m_scene->clickButton(question(), RejectButton));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("ERROR"));
-    QVERIFY(handheld.send(pairing("id-1", "Anna")));
-    QVERIFY(m_scene->clickButton(question(), AcceptButton));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.send(pairing(u"id-1"_s, u"Anna"_s)));
+    QVERIFY(scene->clickButton(question(), RejectButton));
+    QCOMPARE(response(handheld.answer()), u"ERROR"_s);
+    QVERIFY(handheld.send(pairing(u"id-1"_s, u"Anna"_s)));
+    QVERIFY(scene->clickButton(question(), AcceptButton));
+    QCOMPARE(response(handheld.answer()), u"OK"_s);
 }
 
 void tst_PairingDialog::nameIsShownAsItIs()
 {
-    Handheld handheld(m_scene->port());
-    const QString name = QStringLiteral("<b>Bold</b> & <img src=x> ") + QString(60, 'W');
-    QVERIFY(handheld.send(pairing("id-1", name)));
+    Handheld handheld(scene->port());
+    const QString name = u"<b>Bold</b> & <img src=x> "_s + QString(60, u'W');
+    QVERIFY(handheld.send(pairing(u"id-1"_s, name)));
     const SeenWindow dialog = question();
     QVERIFY(dialog.id != 0);
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("pairing-dialog-odd-name")));
+    QVERIFY(scene->view().saveScreenshot(u"pairing-dialog-odd-name"_s));
     QVERIFY(QRect(0, 0, 1024, 768).contains(dialog.place));
-    QVERIFY(m_scene->clickButton(dialog, RejectButton));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("ERROR"));
+    QVERIFY(scene->clickButton(dialog, RejectButton));
+    QCOMPARE(response(handheld.answer()), u"ERROR"_s);
 }
 
 void tst_PairingDialog::otherDevicesAreServedMeanwhile()
 {
-    Handheld asking(m_scene->port());
-    QVERIFY(asking.send(pairing("id-1", "Anna")));
+    Handheld asking(scene->port());
+    QVERIFY(asking.send(pairing(u"id-1"_s, u"Anna"_s)));
     const SeenWindow dialog = question();
     QVERIFY(dialog.id != 0);
-    Handheld other(m_scene->port());
-    for (int i = 0; i < 3; ++i)
-        QCOMPARE(response(other.ask(serverInfo())), QStringLiteral("OK"));
+    Handheld other(scene->port());
+    for (int i = 0; i < 3; ++i) {
+        QCOMPARE(response(other.ask(serverInfo())), u"OK"_s);
+    }
     QVERIFY(!asking.hasUnreadAnswer());
-    QVERIFY(m_scene->clickButton(dialog, AcceptButton));
-    QCOMPARE(response(asking.answer()), QStringLiteral("OK"));
+    QVERIFY(scene->clickButton(dialog, AcceptButton));
+    QCOMPARE(response(asking.answer()), u"OK"_s);
 }
 
 void tst_PairingDialog::furtherTokensOfTheSameDeviceAreCarriedOut()
 {
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.send(pairing("id-1", "Anna")));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.send(pairing(u"id-1"_s, u"Anna"_s)));
     const SeenWindow dialog = question();
     QVERIFY(dialog.id != 0);
-    QCOMPARE(response(handheld.ask(serverInfo())), QStringLiteral("OK"));
-    QVERIFY(m_scene->user().moveTo({100, 100}));
+    QCOMPARE(response(handheld.ask(serverInfo())), u"OK"_s);
+    QVERIFY(scene->user().moveTo({100, 100}));
     QVERIFY(handheld.sendAndSettle(
-        commandText(QStringLiteral("MOUSE_CMD"),
-                    {{QStringLiteral("fncCommand"), QStringLiteral("4")},
-                     {QStringLiteral("cmdParameters"), QStringList{"30", "40"}}})));
-    QVERIFY(waitUntil([this] { return m_scene->view().pointer() == QPoint(130, 140); }));
+        commandText(u"MOUSE_CMD"_s, {{u"fncCommand"_s, u"4"_s},
+                                     {u"cmdParameters"_s, QStringList{u"30"_s, u"40"_s}}})));
+    QVERIFY(waitUntil([this] { return scene->view().pointer() == QPoint(130, 140); }));
 
-    QVERIFY(m_scene->clickButton(dialog, AcceptButton));
+    QVERIFY(scene->clickButton(dialog, AcceptButton));
     // The answer carries what the later tokens have put into the map.
     QCOMPARE(handheld.answer(), std::optional(QVariantMap{
-                                    {"cmdType", "MOUSE_CMD"},
-                                    {"cmdParameters", QStringList{"30", "40"}},
-                                    {"fncCommand", "4"},
-                                    {"serverResponse", "OK"},
+                                    {u"cmdType"_s, u"MOUSE_CMD"_s},
+                                    {u"cmdParameters"_s, QStringList{u"30"_s, u"40"_s}},
+                                    {u"fncCommand"_s, u"4"_s},
+                                    {u"serverResponse"_s, u"OK"_s},
                                 }));
-    QCOMPARE(devicesStoredAtEnd(), QStringList{"id-1"});
+    QCOMPARE(devicesStoredAtEnd(), QStringList{u"id-1"_s});
 }
 
 void tst_PairingDialog::deviceThatLeftIsRememberedWhenAccepted()
 {
-    Handheld leaving(m_scene->port());
-    QVERIFY(leaving.send(pairing("id-1", "Anna")));
+    Handheld leaving(scene->port());
+    QVERIFY(leaving.send(pairing(u"id-1"_s, u"Anna"_s)));
     const SeenWindow dialog = question();
     leaving.leave();
-    Handheld other(m_scene->port());
-    QCOMPARE(response(other.ask(serverInfo())), QStringLiteral("OK"));
-    QVERIFY(m_scene->clickButton(dialog, AcceptButton));
-    QVERIFY(m_scene->waitUntilGone(dialog));
-    QCOMPARE(response(other.ask(serverInfo())), QStringLiteral("OK"));
-    QCOMPARE(devicesStoredAtEnd(), QStringList{"id-1"});
+    Handheld other(scene->port());
+    QCOMPARE(response(other.ask(serverInfo())), u"OK"_s);
+    QVERIFY(scene->clickButton(dialog, AcceptButton));
+    QVERIFY(scene->waitUntilGone(dialog));
+    QCOMPARE(response(other.ask(serverInfo())), u"OK"_s);
+    QCOMPARE(devicesStoredAtEnd(), QStringList{u"id-1"_s});
 }
 
 void tst_PairingDialog::deviceThatLeftIsForgottenWhenRejected()
 {
-    Handheld leaving(m_scene->port());
-    QVERIFY(leaving.send(pairing("id-1", "Anna")));
+    Handheld leaving(scene->port());
+    QVERIFY(leaving.send(pairing(u"id-1"_s, u"Anna"_s)));
     const SeenWindow dialog = question();
     leaving.reset();
-    Handheld other(m_scene->port());
-    QCOMPARE(response(other.ask(serverInfo())), QStringLiteral("OK"));
-    QVERIFY(m_scene->clickButton(dialog, RejectButton));
-    QVERIFY(m_scene->waitUntilGone(dialog));
-    QCOMPARE(response(other.ask(serverInfo())), QStringLiteral("OK"));
+    Handheld other(scene->port());
+    QCOMPARE(response(other.ask(serverInfo())), u"OK"_s);
+    QVERIFY(scene->clickButton(dialog, RejectButton));
+    QVERIFY(scene->waitUntilGone(dialog));
+    QCOMPARE(response(other.ask(serverInfo())), u"OK"_s);
     QCOMPARE(devicesStoredAtEnd(), QStringList());
 }
 
 void tst_PairingDialog::seventeenthQuestionIsRefusedAtOnce()
 {
-    const qint64 process = m_scene->server().processId();
+    const qint64 process = scene->server().processId();
     std::vector<std::unique_ptr<Handheld>> handhelds;
     for (int i = 0; i < MostDialogs; ++i) {
-        handhelds.push_back(std::make_unique<Handheld>(m_scene->port()));
-        QVERIFY(handhelds.back()->send(pairing(QStringLiteral("id-%1").arg(i), "Crowd")));
-        QVERIFY(waitUntil([&] { return m_scene->view().dialogs(process).size() == i + 1; }));
+        handhelds.push_back(std::make_unique<Handheld>(scene->port()));
+        QVERIFY(handhelds.back()->send(pairing(u"id-%1"_s.arg(i), u"Crowd"_s)));
+        QVERIFY(waitUntil([&] { return scene->view().dialogs(process).size() == i + 1; }));
     }
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("pairing-dialogs-sixteen")));
-    Handheld late(m_scene->port());
-    QCOMPARE(response(late.ask(pairing("id-late", "Late"))), QStringLiteral("ERROR"));
-    QCOMPARE(m_scene->view().dialogs(process).size(), MostDialogs);
+    QVERIFY(scene->view().saveScreenshot(u"pairing-dialogs-sixteen"_s));
+    Handheld late(scene->port());
+    QCOMPARE(response(late.ask(pairing(u"id-late"_s, u"Late"_s))), u"ERROR"_s);
+    QCOMPARE(scene->view().dialogs(process).size(), MostDialogs);
 
     // The newest question is answered first, as it is on top of the others.
     for (int left = MostDialogs; left > 0; --left) {
-        const SeenWindow newest = m_scene->view().dialogs(process).constLast();
-        QVERIFY(waitUntil([&] { return m_scene->view().activeWindow() == newest.id; }));
-        QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
-        QVERIFY(m_scene->waitUntilGone(newest));
-        QCOMPARE(response(handhelds[size_t(left - 1)]->answer()), QStringLiteral("ERROR"));
+        const SeenWindow newest = scene->view().dialogs(process).constLast();
+        QVERIFY(waitUntil([&] { return scene->view().activeWindow() == newest.id; }));
+        QVERIFY(scene->user().tapKey(u"Escape"_s));
+        QVERIFY(scene->waitUntilGone(newest));
+        QCOMPARE(response(handhelds[size_t(left - 1)]->answer()), u"ERROR"_s);
     }
-    QVERIFY(late.send(pairing("id-late", "Late")));
-    QVERIFY(m_scene->clickButton(question(), AcceptButton));
-    QCOMPARE(response(late.answer()), QStringLiteral("OK"));
+    QVERIFY(late.send(pairing(u"id-late"_s, u"Late"_s)));
+    QVERIFY(scene->clickButton(question(), AcceptButton));
+    QCOMPARE(response(late.answer()), u"OK"_s);
 }
 
 void tst_PairingDialog::endWithOpenDialogsIsInOrder()
 {
-    const qint64 process = m_scene->server().processId();
-    Handheld known(m_scene->port());
-    QVERIFY(known.send(pairing("id-known", "Known")));
-    QVERIFY(m_scene->clickButton(question(), AcceptButton));
-    QCOMPARE(response(known.answer()), QStringLiteral("OK"));
+    const qint64 process = scene->server().processId();
+    Handheld known(scene->port());
+    QVERIFY(known.send(pairing(u"id-known"_s, u"Known"_s)));
+    QVERIFY(scene->clickButton(question(), AcceptButton));
+    QCOMPARE(response(known.answer()), u"OK"_s);
 
     std::vector<std::unique_ptr<Handheld>> handhelds;
     for (int i = 0; i < 3; ++i) {
-        handhelds.push_back(std::make_unique<Handheld>(m_scene->port()));
-        QVERIFY(handhelds.back()->send(pairing(QStringLiteral("id-%1").arg(i), "Crowd")));
-        QVERIFY(waitUntil([&] { return m_scene->view().dialogs(process).size() == i + 1; }));
+        handhelds.push_back(std::make_unique<Handheld>(scene->port()));
+        QVERIFY(handhelds.back()->send(pairing(u"id-%1"_s.arg(i), u"Crowd"_s)));
+        QVERIFY(waitUntil([&] { return scene->view().dialogs(process).size() == i + 1; }));
     }
-    QCOMPARE(devicesStoredAtEnd(), QStringList{"id-known"});
+    QCOMPARE(devicesStoredAtEnd(), QStringList{u"id-known"_s});
 }
 
 void tst_PairingDialog::killAmidADialogLetsTheDeviceGo()
 {
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.send(pairing("id", "Handheld")));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.send(pairing(u"id"_s, u"Handheld"_s)));
     question();
-    QVERIFY(!m_scene->server().end(SIGKILL));
+    QVERIFY(!scene->server().end(SIGKILL));
     QVERIFY(handheld.waitUntilClosed());
-    QVERIFY(!m_scene->storedSetting("pairedDeviceList").toStringList().contains("id"));
+    QVERIFY(!scene->storedSetting(u"pairedDeviceList"_s).toStringList().contains(u"id"_s));
 }
 
 QTEST_GUILESS_MAIN(tst_PairingDialog)

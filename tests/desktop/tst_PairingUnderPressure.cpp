@@ -5,6 +5,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using Item = TrayMenu::Item;
 
 namespace {
@@ -14,14 +16,12 @@ constexpr int RejectButton = 1;
 
 QString response(const std::optional<QVariantMap> &answer)
 {
-    return answer ? answer->value(QStringLiteral("serverResponse")).toString()
-                  : QStringLiteral("no answer");
+    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
 }
 
 QByteArray pairing(const QString &device, const QString &name)
 {
-    return commandText(QStringLiteral("SERVER_PAIR"),
-                       {{QStringLiteral("cmdParameters"), QStringList{device, name}}});
+    return commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{device, name}}});
 }
 
 } // namespace
@@ -43,104 +43,105 @@ private slots:
 private:
     SeenWindow question() const;
 
-    std::unique_ptr<ServerScene> m_scene;
+    std::unique_ptr<ServerScene> scene;
 };
 
 /// A running server that asks before it pairs.
 void tst_PairingUnderPressure::init()
 {
-    m_scene = std::make_unique<ServerScene>();
-    QCOMPARE(m_scene->session().problem(), QByteArray());
-    m_scene->storeSetting(QStringLiteral("pairNeedsApproval"), true);
-    QVERIFY(m_scene->start());
-    QVERIFY(m_scene->menu().choose(Item::Preferences));
-    const auto dialog = m_scene->waitForDialog(QStringLiteral("Config Dialog"));
-    QVERIFY(dialog && m_scene->user().tapKey(QStringLiteral("Escape")));
-    QVERIFY(m_scene->waitUntilGone(*dialog));
+    scene = std::make_unique<ServerScene>();
+    QCOMPARE(scene->session().problem(), QByteArray());
+    scene->storeSetting(u"pairNeedsApproval"_s, true);
+    QVERIFY(scene->start());
+    QVERIFY(scene->menu().choose(Item::Preferences));
+    const auto dialog = scene->waitForDialog(u"Config Dialog"_s);
+    QVERIFY(dialog && scene->user().tapKey(u"Escape"_s));
+    QVERIFY(scene->waitUntilGone(*dialog));
 }
 
 void tst_PairingUnderPressure::cleanup()
 {
-    const QByteArray problem = m_scene->problemAtEnd();
-    m_scene.reset();
+    const QByteArray problem = scene->problemAtEnd();
+    scene.reset();
     QCOMPARE(problem, QByteArray());
 }
 
 /// The question on the screen, once it gets the keys; one without a number when there is none.
 SeenWindow tst_PairingUnderPressure::question() const
 {
-    return m_scene->waitForDialog(QStringLiteral("VornaServer")).value_or(SeenWindow());
+    return scene->waitForDialog(u"VornaServer"_s).value_or(SeenWindow());
 }
 
 void tst_PairingUnderPressure::menuCanBeUsedWhileAQuestionIsOpen()
 {
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.send(pairing("id", "Handheld")));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.send(pairing(u"id"_s, u"Handheld"_s)));
     const SeenWindow dialog = question();
     QVERIFY(dialog.id != 0);
-    QVERIFY(m_scene->menu().choose(Item::StartStop));
-    QVERIFY(waitUntil([this] { return !m_scene->server().isListening(); }));
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("stopped-while-asking")));
+    QVERIFY(scene->menu().choose(Item::StartStop));
+    QVERIFY(waitUntil([this] { return !scene->server().isListening(); }));
+    QVERIFY(scene->view().saveScreenshot(u"stopped-while-asking"_s));
     QVERIFY(!handheld.hasUnreadAnswer());
-    QVERIFY(m_scene->clickButton(dialog, AcceptButton));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
-    QVERIFY(m_scene->menu().choose(Item::StartStop));
-    QVERIFY(waitUntil([this] { return m_scene->server().isListening(); }));
+    QVERIFY(scene->clickButton(dialog, AcceptButton));
+    QCOMPARE(response(handheld.answer()), u"OK"_s);
+    QVERIFY(scene->menu().choose(Item::StartStop));
+    QVERIFY(waitUntil([this] { return scene->server().isListening(); }));
 }
 
 void tst_PairingUnderPressure::quitWhileQuestionsAreOpenRefusesTheDevices()
 {
-    const qint64 process = m_scene->server().processId();
+    const qint64 process = scene->server().processId();
     std::vector<std::unique_ptr<Handheld>> handhelds;
     for (int i = 0; i < 3; ++i) {
-        handhelds.push_back(std::make_unique<Handheld>(m_scene->port()));
-        QVERIFY(handhelds.back()->send(pairing(QStringLiteral("id-%1").arg(i), "Crowd")));
-        QVERIFY(waitUntil([&] { return m_scene->view().dialogs(process).size() == i + 1; }));
+        handhelds.push_back(std::make_unique<Handheld>(scene->port()));
+        QVERIFY(handhelds.back()->send(pairing(u"id-%1"_s.arg(i), u"Crowd"_s)));
+        QVERIFY(waitUntil([&] { return scene->view().dialogs(process).size() == i + 1; }));
     }
-    QVERIFY(m_scene->menu().choose(Item::Quit));
-    QCOMPARE(m_scene->server().waitForEnd(), std::optional(0));
-    for (const auto &handheld : handhelds)
-        QCOMPARE(response(handheld->answer()), QStringLiteral("ERROR"));
-    QCOMPARE(m_scene->storedSetting("pairedDeviceList").toStringList(), QStringList());
+    QVERIFY(scene->menu().choose(Item::Quit));
+    QCOMPARE(scene->server().waitForEnd(), std::optional(0));
+    for (const auto &handheld : handhelds) {
+        QCOMPARE(response(handheld->answer()), u"ERROR"_s);
+    }
+    QCOMPARE(scene->storedSetting(u"pairedDeviceList"_s).toStringList(), QStringList());
 }
 
 void tst_PairingUnderPressure::endRefusesTheDevices()
 {
-    Handheld refused(m_scene->port());
-    QVERIFY(refused.send(pairing("refused", "Refused")));
+    Handheld refused(scene->port());
+    QVERIFY(refused.send(pairing(u"refused"_s, u"Refused"_s)));
     const SeenWindow dialog = question();
-    QVERIFY(m_scene->clickButton(dialog, RejectButton));
-    QCOMPARE(response(refused.answer()), QStringLiteral("ERROR"));
-    Handheld asking(m_scene->port());
-    QVERIFY(asking.send(pairing("asking", "Asking")));
+    QVERIFY(scene->clickButton(dialog, RejectButton));
+    QCOMPARE(response(refused.answer()), u"ERROR"_s);
+    Handheld asking(scene->port());
+    QVERIFY(asking.send(pairing(u"asking"_s, u"Asking"_s)));
     QVERIFY(question().id != 0);
     // It waits until the user may be asked again.
-    QVERIFY(refused.send(pairing("refused", "Refused")));
+    QVERIFY(refused.send(pairing(u"refused"_s, u"Refused"_s)));
     QVERIFY(refused.waitUntilRead());
-    QCOMPARE(m_scene->server().end(), std::optional(0));
-    QCOMPARE(response(asking.answer()), QStringLiteral("ERROR"));
-    QCOMPARE(response(refused.answer()), QStringLiteral("ERROR"));
+    QCOMPARE(scene->server().end(), std::optional(0));
+    QCOMPARE(response(asking.answer()), u"ERROR"_s);
+    QCOMPARE(response(refused.answer()), u"ERROR"_s);
 }
 
 void tst_PairingUnderPressure::deviceThatAsksAgainAndAgainLeavesTheMenuUsable()
 {
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.send(pairing("id", "Handheld")));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.send(pairing(u"id"_s, u"Handheld"_s)));
     QVERIFY(question().id != 0);
-    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("ERROR"));
+    QVERIFY(scene->user().tapKey(u"Escape"_s));
+    QCOMPARE(response(handheld.answer()), u"ERROR"_s);
 
-    QVERIFY(m_scene->menu().open());
-    QVERIFY(handheld.send(pairing("id", "Handheld")));
+    QVERIFY(scene->menu().open());
+    QVERIFY(handheld.send(pairing(u"id"_s, u"Handheld"_s)));
     // Its next box, due within a second, does not come over the menu, which it would close.
-    const qint64 process = m_scene->server().processId();
-    QVERIFY(!waitUntil([&] { return !m_scene->view().dialogs(process).isEmpty(); },
+    const qint64 process = scene->server().processId();
+    QVERIFY(!waitUntil([&] { return !scene->view().dialogs(process).isEmpty(); },
                        std::chrono::seconds(3)));
-    Handheld other(m_scene->port());
-    QCOMPARE(response(other.ask(serverInfo())), QStringLiteral("OK"));
-    QVERIFY(m_scene->menu().click(Item::Quit));
-    QCOMPARE(m_scene->server().waitForEnd(), std::optional(0));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("ERROR"));
+    Handheld other(scene->port());
+    QCOMPARE(response(other.ask(serverInfo())), u"OK"_s);
+    QVERIFY(scene->menu().click(Item::Quit));
+    QCOMPARE(scene->server().waitForEnd(), std::optional(0));
+    QCOMPARE(response(handheld.answer()), u"ERROR"_s);
 }
 
 QTEST_GUILESS_MAIN(tst_PairingUnderPressure)

@@ -9,6 +9,8 @@
 #include <QFileInfo>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using Item = TrayMenu::Item;
 using namespace std::chrono_literals;
 
@@ -25,22 +27,20 @@ constexpr QPoint CloseBox(-10, -10); ///< Of the window manager, from the top ri
 constexpr QPoint FirstFolder(150, 70);
 constexpr QPoint ChooseButton(573, 359);
 
-const QString Title = QStringLiteral("Config Dialog");
-const QString BrowserTitle = QStringLiteral("Find Directory");
-const QString ApprovalKey = QStringLiteral("pairNeedsApproval");
-const QString LogonKey = QStringLiteral("startAtLogon");
-const QString DownloadKey = QStringLiteral("downloadDirectory");
+const QString Title = u"Config Dialog"_s;
+const QString BrowserTitle = u"Find Directory"_s;
+const QString ApprovalKey = u"pairNeedsApproval"_s;
+const QString LogonKey = u"startAtLogon"_s;
+const QString DownloadKey = u"downloadDirectory"_s;
 
 QByteArray pairing(const QString &device)
 {
-    return commandText(QStringLiteral("SERVER_PAIR"),
-                       {{QStringLiteral("cmdParameters"), QStringList{device, "Anna"}}});
+    return commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{device, u"Anna"_s}}});
 }
 
 QString response(const std::optional<QVariantMap> &answer)
 {
-    return answer ? answer->value(QStringLiteral("serverResponse")).toString()
-                  : QStringLiteral("no answer");
+    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
 }
 
 } // namespace
@@ -74,7 +74,7 @@ private slots:
 
 private:
     bool open();
-    bool close() { return m_scene->clickButton(m_dialog, 0) && m_scene->waitUntilGone(m_dialog); }
+    bool close() { return scene->clickButton(m_dialog, 0) && scene->waitUntilGone(m_dialog); }
     bool closeByEscape();
     QPoint placeOf(Row row) const;
     QImage pictureOf(Row row) const;
@@ -84,48 +84,48 @@ private:
     bool leaveBrowser() const;
     bool hasLogonEntry() const;
 
-    const DesktopUser &user() const { return m_scene->user(); }
-    QString home() const { return m_scene->session().home(); }
-    QVariant stored(const QString &key) const { return m_scene->storedSetting(key); }
+    const DesktopUser &user() const { return scene->user(); }
+    QString home() const { return scene->session().home(); }
+    QVariant stored(const QString &key) const { return scene->storedSetting(key); }
 
-    std::unique_ptr<ServerScene> m_scene;
+    std::unique_ptr<ServerScene> scene;
     SeenWindow m_dialog;
-    SeenWindow m_browser;
+    SeenWindow browser;
 };
 
 void tst_Preferences::init()
 {
-    m_scene = std::make_unique<ServerScene>();
-    QCOMPARE(m_scene->session().problem(), QByteArray());
+    scene = std::make_unique<ServerScene>();
+    QCOMPARE(scene->session().problem(), QByteArray());
 }
 
 void tst_Preferences::cleanup()
 {
-    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
-    m_scene.reset();
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+    scene.reset();
 }
 
 bool tst_Preferences::open()
 {
-    if (!m_scene->menu().choose(Item::Preferences))
+    if (!scene->menu().choose(Item::Preferences)) {
         return false;
-    const auto dialog = m_scene->waitForDialog(Title);
+    }
+    const auto dialog = scene->waitForDialog(Title);
     m_dialog = dialog.value_or(SeenWindow());
     return dialog && waitUntil([this] {
-               return Pictures::textLines(m_scene->view().picture(m_dialog.place)).size() ==
-                      RowCount;
+               return Pictures::textLines(scene->view().picture(m_dialog.place)).size() == RowCount;
            });
 }
 
 bool tst_Preferences::closeByEscape()
 {
-    return user().tapKey(QStringLiteral("Escape")) && m_scene->waitUntilGone(m_dialog);
+    return user().tapKey(u"Escape"_s) && scene->waitUntilGone(m_dialog);
 }
 
 /// In the text of a check box, or beside the row's other controls.
 QPoint tst_Preferences::placeOf(Row row) const
 {
-    const QList<int> lines = Pictures::textLines(m_scene->view().settledPicture(m_dialog.place));
+    const QList<int> lines = Pictures::textLines(scene->view().settledPicture(m_dialog.place));
     return m_dialog.place.topLeft() + QPoint(LabelFromLeft, lines.value(static_cast<int>(row)));
 }
 
@@ -134,8 +134,8 @@ QImage tst_Preferences::pictureOf(Row row) const
     constexpr int HalfHeight = 9;
     const int y = placeOf(row).y();
     // Settled as a whole; then the pointer is elsewhere too.
-    return m_scene->view().picture(QRect(m_dialog.place.left() + 20, y - HalfHeight,
-                                         m_dialog.place.width() - 150, 2 * HalfHeight));
+    return scene->view().picture(QRect(m_dialog.place.left() + 20, y - HalfHeight,
+                                       m_dialog.place.width() - 150, 2 * HalfHeight));
 }
 
 bool tst_Preferences::clickRow(Row row) const
@@ -147,7 +147,7 @@ bool tst_Preferences::clickRow(Row row) const
 bool tst_Preferences::toggleApprovalByKeys() const
 {
     const QImage before = pictureOf(Row::Approval);
-    return user().tapKey(QStringLiteral("alt+a")) &&
+    return user().tapKey(u"alt+a"_s) &&
            waitUntil([&] { return pictureOf(Row::Approval) != before; });
 }
 
@@ -155,35 +155,37 @@ bool tst_Preferences::toggleApprovalByKeys() const
 bool tst_Preferences::browse()
 {
     // From the dialog's first control over the line edit.
-    const bool isPressed = user().moveWindow(m_dialog.id, {10, 430}) && user().tapKey("Tab") &&
-                           user().tapKey("Tab") && user().tapKey("space");
-    m_browser = m_scene->waitForDialog(BrowserTitle).value_or(SeenWindow());
-    const qint64 process = m_scene->server().processId();
+    const bool isPressed = user().moveWindow(m_dialog.id, {10, 430}) && user().tapKey(u"Tab"_s) &&
+                           user().tapKey(u"Tab"_s) && user().tapKey(u"space"_s);
+    browser = scene->waitForDialog(BrowserTitle).value_or(SeenWindow());
+    const qint64 process = scene->server().processId();
     const auto isMoved = [&] {
-        m_browser = m_scene->view().dialog(process, BrowserTitle).value_or(SeenWindow());
-        m_dialog = m_scene->view().dialog(process, Title).value_or(SeenWindow());
-        return m_browser.place.bottom() < m_dialog.place.top();
+        browser = scene->view().dialog(process, BrowserTitle).value_or(SeenWindow());
+        m_dialog = scene->view().dialog(process, Title).value_or(SeenWindow());
+        return browser.place.bottom() < m_dialog.place.top();
     };
-    return isPressed && user().moveWindow(m_browser.id, {200, 0}) && waitUntil(isMoved);
+    return isPressed && user().moveWindow(browser.id, {200, 0}) && waitUntil(isMoved);
 }
 
 bool tst_Preferences::leaveBrowser() const
 {
     // What was typed there may have opened a list of completions, which takes an Escape of its own.
     const auto isGone = [this] {
-        return !m_scene->view().dialog(m_scene->server().processId(), BrowserTitle).has_value();
+        return !scene->view().dialog(scene->server().processId(), BrowserTitle).has_value();
     };
-    for (int i = 0; i < 2 && !isGone(); ++i)
-        if (!user().tapKey(QStringLiteral("Escape")))
+    for (int i = 0; i < 2 && !isGone(); ++i) {
+        if (!user().tapKey(u"Escape"_s)) {
             return false;
+        }
+    }
     return waitUntil(isGone) &&
-           waitUntil([this] { return m_scene->view().activeWindow() == m_dialog.id; });
+           waitUntil([this] { return scene->view().activeWindow() == m_dialog.id; });
 }
 
 bool tst_Preferences::hasLogonEntry() const
 {
-    const QString path = m_scene->session().path(QStringLiteral("config/autostart"));
-    return !QDir(path).entryList({QStringLiteral("*.desktop")}).isEmpty();
+    const QString path = scene->session().path(u"config/autostart"_s);
+    return !QDir(path).entryList({u"*.desktop"_s}).isEmpty();
 }
 
 void tst_Preferences::looksAsItShould_data()
@@ -192,33 +194,35 @@ void tst_Preferences::looksAsItShould_data()
     QTest::addColumn<QSize>("size");
     QTest::newRow("normal") << QStringList() << Size;
     QTest::newRow("large-letters")
-        << QStringList{"QT_FONT_DPI=144", "QT_ENABLE_HIGHDPI_SCALING=0"} << Size;
-    QTest::newRow("scaled-by-the-desktop") << QStringList{"QT_FONT_DPI=144"} << Size * 3 / 2;
-    QTest::newRow("scaled-twice") << QStringList{"QT_SCALE_FACTOR=2"} << Size * 2;
+        << QStringList{u"QT_FONT_DPI=144"_s, u"QT_ENABLE_HIGHDPI_SCALING=0"_s} << Size;
+    QTest::newRow("scaled-by-the-desktop") << QStringList{u"QT_FONT_DPI=144"_s} << Size * 3 / 2;
+    QTest::newRow("scaled-twice") << QStringList{u"QT_SCALE_FACTOR=2"_s} << Size * 2;
 }
 
 void tst_Preferences::looksAsItShould()
 {
     QFETCH(QStringList, variables);
     QFETCH(QSize, size);
-    m_scene->storeSetting(DownloadKey, home() + QStringLiteral("/Pictures/Of a long journey"));
-    for (const QString &variable : variables)
-        qputenv(variable.section('=', 0, 0).toLatin1().constData(),
-                variable.section('=', 1).toLatin1());
-    const bool isOpen = m_scene->start() && open();
-    for (const QString &variable : variables)
-        qunsetenv(variable.section('=', 0, 0).toLatin1().constData());
+    scene->storeSetting(DownloadKey, home() + u"/Pictures/Of a long journey"_s);
+    for (const QString &variable : variables) {
+        qputenv(variable.section(u'=', 0, 0).toLatin1().constData(),
+                variable.section(u'=', 1).toLatin1());
+    }
+    const bool isOpen = scene->start() && open();
+    for (const QString &variable : variables) {
+        qunsetenv(variable.section(u'=', 0, 0).toLatin1().constData());
+    }
     QVERIFY(isOpen);
     QCOMPARE(m_dialog.title, Title);
     QCOMPARE(m_dialog.place.size(), size);
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("preferences-") +
-                                           QLatin1String(QTest::currentDataTag())));
+    QVERIFY(
+        scene->view().saveScreenshot(u"preferences-"_s + QLatin1String(QTest::currentDataTag())));
     QVERIFY(close());
 }
 
 void tst_Preferences::keepsItsSize()
 {
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(open());
     QCOMPARE(m_dialog.place.size(), Size);
     const QPoint corner = m_dialog.place.bottomRight() + QPoint(1, 1);
@@ -226,7 +230,7 @@ void tst_Preferences::keepsItsSize()
     // The title bar is what a double click makes the window fill the screen by.
     QVERIFY(user().doubleClick(m_dialog.place.topLeft() + QPoint(100, -10)));
     QVERIFY(clickRow(Row::Approval));
-    const auto now = m_scene->view().dialog(m_scene->server().processId(), Title);
+    const auto now = scene->view().dialog(scene->server().processId(), Title);
     QVERIFY(now);
     QCOMPARE(now->place.size(), Size);
 }
@@ -243,24 +247,25 @@ void tst_Preferences::everyWayToCloseTakesTheValues_data()
 void tst_Preferences::everyWayToCloseTakesTheValues()
 {
     QFETCH(QString, way);
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(open());
     QVERIFY(toggleApprovalByKeys());
-    if (way == QLatin1String("button"))
-        QVERIFY(m_scene->clickButton(m_dialog, 0));
-    else if (way == QLatin1String("box"))
+    if (way == "button"_L1) {
+        QVERIFY(scene->clickButton(m_dialog, 0));
+    } else if (way == "box"_L1) {
         QVERIFY(user().click(m_dialog.place.topRight() + CloseBox));
-    else
+    } else {
         QVERIFY(user().tapKey(way));
-    QVERIFY(m_scene->waitUntilGone(m_dialog));
+    }
+    QVERIFY(scene->waitUntilGone(m_dialog));
     QVERIFY(waitUntil([this] { return stored(ApprovalKey).toBool(); }));
     QCOMPARE(stored(LogonKey).toBool(), true);
-    QCOMPARE(stored(DownloadKey).toString(), home() + QStringLiteral("/Downloads"));
+    QCOMPARE(stored(DownloadKey).toString(), home() + u"/Downloads"_s);
 }
 
 void tst_Preferences::mouseTogglesTheCheckBoxes()
 {
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(open());
     const QImage approval = pictureOf(Row::Approval);
     const QImage logon = pictureOf(Row::Logon);
@@ -268,7 +273,7 @@ void tst_Preferences::mouseTogglesTheCheckBoxes()
     QVERIFY(clickRow(Row::Logon));
     QVERIFY(pictureOf(Row::Approval) != approval);
     QVERIFY(pictureOf(Row::Logon) != logon);
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("preferences-toggled")));
+    QVERIFY(scene->view().saveScreenshot(u"preferences-toggled"_s));
     QVERIFY(close());
     QVERIFY(waitUntil([this] { return stored(LogonKey).isValid(); }));
     QCOMPARE(stored(ApprovalKey).toBool(), true);
@@ -284,15 +289,16 @@ void tst_Preferences::mouseTogglesTheCheckBoxes()
 
 void tst_Preferences::keyboardReachesEveryControl()
 {
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(open());
-    QVERIFY(user().tapKey(QStringLiteral("space")));
-    for (int i = 0; i < 3; ++i)
-        QVERIFY(user().tapKey(QStringLiteral("Tab")));
-    QVERIFY(user().tapKey(QStringLiteral("space")));
-    QVERIFY(user().tapKey(QStringLiteral("Tab")));
-    QVERIFY(user().tapKey(QStringLiteral("space")));
-    QVERIFY(m_scene->waitUntilGone(m_dialog));
+    QVERIFY(user().tapKey(u"space"_s));
+    for (int i = 0; i < 3; ++i) {
+        QVERIFY(user().tapKey(u"Tab"_s));
+    }
+    QVERIFY(user().tapKey(u"space"_s));
+    QVERIFY(user().tapKey(u"Tab"_s));
+    QVERIFY(user().tapKey(u"space"_s));
+    QVERIFY(scene->waitUntilGone(m_dialog));
     QVERIFY(waitUntil([this] { return stored(LogonKey).isValid(); }));
     QCOMPARE(stored(ApprovalKey).toBool(), true);
     QCOMPARE(stored(LogonKey).toBool(), false);
@@ -300,16 +306,16 @@ void tst_Preferences::keyboardReachesEveryControl()
 
 void tst_Preferences::storedValuesAreShownAndStoredAgain()
 {
-    m_scene->storeSetting(ApprovalKey, true);
-    m_scene->storeSetting(LogonKey, false);
-    m_scene->storeSetting(DownloadKey, QStringLiteral("/not/there at all"));
-    QVERIFY(m_scene->start());
+    scene->storeSetting(ApprovalKey, true);
+    scene->storeSetting(LogonKey, false);
+    scene->storeSetting(DownloadKey, u"/not/there at all"_s);
+    QVERIFY(scene->start());
     QVERIFY(open());
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("preferences-stored-values")));
+    QVERIFY(scene->view().saveScreenshot(u"preferences-stored-values"_s));
     QVERIFY(closeByEscape());
     QCOMPARE(stored(ApprovalKey).toBool(), true);
     QCOMPARE(stored(LogonKey).toBool(), false);
-    QCOMPARE(stored(DownloadKey).toString(), QStringLiteral("/not/there at all"));
+    QCOMPARE(stored(DownloadKey).toString(), u"/not/there at all"_s);
 
     QVERIFY(open());
     QVERIFY(toggleApprovalByKeys());
@@ -321,16 +327,16 @@ void tst_Preferences::storedValuesAreShownAndStoredAgain()
 
 void tst_Preferences::nothingIsStoredBeforeTheClose()
 {
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(open());
     QVERIFY(toggleApprovalByKeys());
     QVERIFY(clickRow(Row::Logon));
     QVERIFY(toggleApprovalByKeys());
     QVERIFY(toggleApprovalByKeys());
     // An answer shows that the server has seen all that came before.
-    Handheld handheld(m_scene->port());
-    QCOMPARE(response(handheld.ask(pairing("early"))), QStringLiteral("OK"));
-    QVERIFY(!QFileInfo::exists(m_scene->session().settingsFile()));
+    Handheld handheld(scene->port());
+    QCOMPARE(response(handheld.ask(pairing(u"early"_s))), u"OK"_s);
+    QVERIFY(!QFileInfo::exists(scene->session().settingsFile()));
     QVERIFY(close());
     QVERIFY(waitUntil([this] { return stored(DownloadKey).isValid(); }));
     QCOMPARE(stored(ApprovalKey).toBool(), true);
@@ -339,7 +345,7 @@ void tst_Preferences::nothingIsStoredBeforeTheClose()
 
 void tst_Preferences::logonEntryComesAndGoesAtTheClose()
 {
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(hasLogonEntry());
     QVERIFY(open());
     const QImage ticked = pictureOf(Row::Logon);
@@ -360,49 +366,47 @@ void tst_Preferences::logonEntryComesAndGoesAtTheClose()
 
 void tst_Preferences::approvalIsInForceFromTheCloseOn()
 {
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(open());
     QVERIFY(toggleApprovalByKeys());
-    Handheld handheld(m_scene->port());
-    QCOMPARE(response(handheld.ask(pairing("before the close"))), QStringLiteral("OK"));
+    Handheld handheld(scene->port());
+    QCOMPARE(response(handheld.ask(pairing(u"before the close"_s))), u"OK"_s);
     QVERIFY(close());
-    QVERIFY(handheld.send(pairing("after the close")));
-    const auto question = m_scene->waitForDialog(QStringLiteral("VornaServer"));
+    QVERIFY(handheld.send(pairing(u"after the close"_s)));
+    const auto question = scene->waitForDialog(u"VornaServer"_s);
     QVERIFY(question);
-    QVERIFY(user().tapKey(QStringLiteral("Escape")));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("ERROR"));
-    QVERIFY(m_scene->waitUntilGone(*question));
+    QVERIFY(user().tapKey(u"Escape"_s));
+    QCOMPARE(response(handheld.answer()), u"ERROR"_s);
+    QVERIFY(scene->waitUntilGone(*question));
 
     QVERIFY(open());
     QVERIFY(toggleApprovalByKeys());
     QVERIFY(close());
-    QCOMPARE(response(handheld.ask(pairing("after the close"))), QStringLiteral("OK"));
+    QCOMPARE(response(handheld.ask(pairing(u"after the close"_s))), u"OK"_s);
 }
 
 void tst_Preferences::devicesAreServedWhileItIsOpen()
 {
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(open());
-    Handheld handheld(m_scene->port());
-    QCOMPARE(response(handheld.ask(commandText(QStringLiteral("SERVER_INFO")))),
-             QStringLiteral("OK"));
-    QVERIFY(m_scene->showsLight(StatusLight::Green));
+    Handheld handheld(scene->port());
+    QCOMPARE(response(handheld.ask(commandText(u"SERVER_INFO"_s))), u"OK"_s);
+    QVERIFY(scene->showsLight(StatusLight::Green));
     QVERIFY(browse());
-    QCOMPARE(response(handheld.ask(commandText(QStringLiteral("SERVER_INFO")))),
-             QStringLiteral("OK"));
+    QCOMPARE(response(handheld.ask(commandText(u"SERVER_INFO"_s))), u"OK"_s);
 }
 
 void tst_Preferences::folderEnteredWhileBrowsingIsTakenAtOnce()
 {
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(open());
     QVERIFY(browse());
     const QImage before = pictureOf(Row::Download);
-    QVERIFY(user().type(QStringLiteral("..")));
-    QVERIFY(user().tapKey(QStringLiteral("Return")));
+    QVERIFY(user().type(u".."_s));
+    QVERIFY(user().tapKey(u"Return"_s));
     QVERIFY(waitUntil([&] { return pictureOf(Row::Download) != before; }));
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("preferences-browsing")));
-    QVERIFY(!QFileInfo::exists(m_scene->session().settingsFile()));
+    QVERIFY(scene->view().saveScreenshot(u"preferences-browsing"_s));
+    QVERIFY(!QFileInfo::exists(scene->session().settingsFile()));
     // Taken although the file dialog is left without choosing.
     QVERIFY(leaveBrowser());
     QVERIFY(closeByEscape());
@@ -412,60 +416,59 @@ void tst_Preferences::folderEnteredWhileBrowsingIsTakenAtOnce()
 
 void tst_Preferences::folderEnteredByMouseIsWhereFilesGo()
 {
-    const QString folder = home() + QStringLiteral("/Music");
+    const QString folder = home() + u"/Music"_s;
     QVERIFY(QDir().mkpath(folder));
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(open());
     QVERIFY(browse());
     const QImage before = pictureOf(Row::Download);
-    QVERIFY(user().doubleClick(m_browser.place.topLeft() + FirstFolder));
+    QVERIFY(user().doubleClick(browser.place.topLeft() + FirstFolder));
     QVERIFY(waitUntil([&] { return pictureOf(Row::Download) != before; }));
     QVERIFY(leaveBrowser());
     QVERIFY(closeByEscape());
     QVERIFY(waitUntil([this] { return stored(DownloadKey).isValid(); }));
     QCOMPARE(stored(DownloadKey).toString(), folder);
 
-    Handheld handheld(m_scene->port());
-    const QByteArray request =
-        commandText(QStringLiteral("FILE_TRANSFER_AND_OPEN"),
-                    {{QStringLiteral("cmdParameters"), QStringList{"song", "1"}}});
-    QCOMPARE(response(handheld.ask(request)), QStringLiteral("START_BINARY_TRANSFER"));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
-    QCOMPARE(Folders::fileBytes(folder + QStringLiteral("/song")), request);
+    Handheld handheld(scene->port());
+    const QByteArray request = commandText(u"FILE_TRANSFER_AND_OPEN"_s,
+                                           {{u"cmdParameters"_s, QStringList{u"song"_s, u"1"_s}}});
+    QCOMPARE(response(handheld.ask(request)), u"START_BINARY_TRANSFER"_s);
+    QCOMPARE(response(handheld.answer()), u"OK"_s);
+    QCOMPARE(Folders::fileBytes(folder + u"/song"_s), request);
 }
 
 void tst_Preferences::folderOnlyChosenIsNotTaken()
 {
-    QVERIFY(QDir().mkpath(home() + QStringLiteral("/Music")));
-    QVERIFY(m_scene->start());
+    QVERIFY(QDir().mkpath(home() + u"/Music"_s));
+    QVERIFY(scene->start());
     QVERIFY(open());
     QVERIFY(browse());
-    QVERIFY(user().click(m_browser.place.topLeft() + FirstFolder));
-    QVERIFY(user().click(m_browser.place.topLeft() + ChooseButton));
-    QVERIFY(m_scene->waitUntilGone(m_browser));
-    QVERIFY(waitUntil([this] { return m_scene->view().activeWindow() == m_dialog.id; }));
+    QVERIFY(user().click(browser.place.topLeft() + FirstFolder));
+    QVERIFY(user().click(browser.place.topLeft() + ChooseButton));
+    QVERIFY(scene->waitUntilGone(browser));
+    QVERIFY(waitUntil([this] { return scene->view().activeWindow() == m_dialog.id; }));
     QVERIFY(closeByEscape());
     QVERIFY(waitUntil([this] { return stored(DownloadKey).isValid(); }));
-    QCOMPARE(stored(DownloadKey).toString(), home() + QStringLiteral("/Downloads"));
+    QCOMPARE(stored(DownloadKey).toString(), home() + u"/Downloads"_s);
 }
 
 void tst_Preferences::isNotOpenedTwice()
 {
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(open());
-    const qint64 process = m_scene->server().processId();
-    const auto icon = m_scene->view().trayIcon(process);
+    const qint64 process = scene->server().processId();
+    const auto icon = scene->view().trayIcon(process);
     QVERIFY(icon);
     QVERIFY(user().click(icon->center(), DesktopUser::Button::Right));
-    QVERIFY(!waitUntil([&] { return m_scene->view().menu(process).has_value(); }, 1s));
-    QCOMPARE(m_scene->view().dialogs(process).size(), 1);
+    QVERIFY(!waitUntil([&] { return scene->view().menu(process).has_value(); }, 1s));
+    QCOMPARE(scene->view().dialogs(process).size(), 1);
 }
 
 void tst_Preferences::endOfTheProgramWhileItIsOpenIsInOrder()
 {
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(open());
-    QCOMPARE(m_scene->server().end(), std::optional(0));
+    QCOMPARE(scene->server().end(), std::optional(0));
 }
 
 QTEST_GUILESS_MAIN(tst_Preferences)

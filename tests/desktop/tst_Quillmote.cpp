@@ -207,11 +207,11 @@ void tst_Quillmote::infoTellsTheSizeOfTheDesktop()
     const QJsonObject told = QJsonDocument::fromJson(run.output).object();
     const QByteArray geometry = outputOf(
         u"xwininfo"_s, {u"-display"_s, scene->session().display(), u"-root"_s, u"-stats"_s});
-    const QByteArray width = "Width: " + QByteArray::number(told.value("width").toInt());
-    const QByteArray height = "Height: " + QByteArray::number(told.value("height").toInt());
+    const QByteArray width = "Width: " + QByteArray::number(told.value(u"width"_s).toInt());
+    const QByteArray height = "Height: " + QByteArray::number(told.value(u"height"_s).toInt());
     QVERIFY2(geometry.contains(width + '\n') && geometry.contains(height + '\n'),
              geometry.constData());
-    QCOMPARE(told.value("platform").toString(), u"MAC-OSX"_s);
+    QCOMPARE(told.value(u"platform"_s).toString(), u"MAC-OSX"_s);
     QVERIFY(at({u"info"_s}).output.contains(" pixels, MAC-OSX\n"));
 }
 
@@ -272,7 +272,7 @@ void tst_Quillmote::textGoesToTheClipboardAndBack()
     QCOMPARE(at({u"copy"_s, u"see you at eight; bring {cake}"_s}).status, 0);
     const Run json = at({u"paste"_s, u"--json"_s});
     QCOMPARE(json.status, 0);
-    QCOMPARE(QJsonDocument::fromJson(json.output).object().value("text").toString(),
+    QCOMPARE(QJsonDocument::fromJson(json.output).object().value(u"text"_s).toString(),
              u"see you at eight; bring {cake}"_s);
 }
 

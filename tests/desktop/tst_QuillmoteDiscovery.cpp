@@ -132,7 +132,7 @@ QByteArray tst_QuillmoteDiscovery::rememberedServer() const
 {
     QFile file(memory->filePath(u"quillmote/last-server.json"_s));
     return file.open(QIODevice::ReadOnly)
-               ? QJsonDocument::fromJson(file.readAll())["name"].toString().toUtf8()
+               ? QJsonDocument::fromJson(file.readAll())[u"name"_s].toString().toUtf8()
                : QByteArray();
 }
 
@@ -388,11 +388,11 @@ void tst_QuillmoteDiscovery::watchingTellsWhatComesAndGoes()
     // One object a line, and one for the error.
     for (const char *event : {"found", "gone", "found"}) {
         const auto object = QJsonDocument::fromJson(jsonWatcher.readLine());
-        QCOMPARE(object["event"].toString(), QString::fromLatin1(event));
-        QCOMPARE(object["name"].toString(), hostName());
+        QCOMPARE(object[u"event"_s].toString(), QString::fromLatin1(event));
+        QCOMPARE(object[u"name"_s].toString(), hostName());
     }
     QCOMPARE(jsonWatcher.readAllStandardOutput(), QByteArray());
-    QCOMPARE(QJsonDocument::fromJson(jsonWatcher.readAllStandardError())["error"].toString(),
+    QCOMPARE(QJsonDocument::fromJson(jsonWatcher.readAllStandardError())[u"error"_s].toString(),
              u"no-discovery"_s);
     const QByteArray errors = watcher.readAllStandardError();
     QVERIFY2(watcher.exitCode() == 3, errors.constData());

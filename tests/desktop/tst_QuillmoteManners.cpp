@@ -127,7 +127,8 @@ bool tst_QuillmoteManners::start(DesktopSession::Parts parts)
     }
     desk = std::make_unique<NotificationDesk>(scene->session().busAddress());
     scene->launch();
-    return scene->port() != 0 && waitUntil([this] { return told().contains("Server Started..."); });
+    return scene->port() != 0 &&
+           waitUntil([this] { return told().contains(u"Server Started..."_s); });
 }
 
 void tst_QuillmoteManners::prepare(QProcess &program, const QStringList &arguments) const

@@ -168,17 +168,17 @@ void tst_QuillmoteSend::jsonHoldsTheCommandToo()
     const QByteArrayList lines = run.output.split('\n');
     QCOMPARE(lines.size(), 3);
     const QJsonObject image = QJsonDocument::fromJson(lines[0]).object();
-    QCOMPARE(image.value("file").toString(), u"a.png"_s);
-    QCOMPARE(image.value("bytes").toInt(), pngBytes.size());
-    QCOMPARE(image.value("opensUnchanged").toBool(true), false);
-    QCOMPARE(image.value("restore").toString(),
+    QCOMPARE(image.value(u"file"_s).toString(), u"a.png"_s);
+    QCOMPARE(image.value(u"bytes"_s).toInt(), pngBytes.size());
+    QCOMPARE(image.value(u"opensUnchanged"_s).toBool(true), false);
+    QCOMPARE(image.value(u"restore"_s).toString(),
              u"tail -c %1 ./a.png >./a.png.restored && mv ./a.png.restored ./a.png"_s.arg(
                  pngBytes.size()));
-    QCOMPARE(Folders::fileBytes(received(u"a.png"_s)).mid(image.value("bytesAhead").toInt()),
+    QCOMPARE(Folders::fileBytes(received(u"a.png"_s)).mid(image.value(u"bytesAhead"_s).toInt()),
              pngBytes);
     const QJsonObject text = QJsonDocument::fromJson(lines[1]).object();
-    QCOMPARE(text.value("file").toString(), u"b"_s);
-    QVERIFY(!text.contains("restore"));
+    QCOMPARE(text.value(u"file"_s).toString(), u"b"_s);
+    QVERIFY(!text.contains(u"restore"_s));
 }
 
 void tst_QuillmoteSend::plainTextBeginsOnItsSecondLine()

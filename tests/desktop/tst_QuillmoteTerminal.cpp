@@ -58,8 +58,9 @@ QByteArray withoutOwn(QByteArray text)
 {
     for (const char *own :
          {"\x1b[1;31m", "\x1b[1;33m", "\x1b[0m", "\r\x1b[K", "\x1b[?1049h", "\x1b[?1003h",
-          "\x1b[?1006h", "\x1b[2J\x1b[H", "\x1b[?1006l", "\x1b[?1003l", "\x1b[?1049l", "\r\n"})
+          "\x1b[?1006h", "\x1b[2J\x1b[H", "\x1b[?1006l", "\x1b[?1003l", "\x1b[?1049l", "\r\n"}) {
         text.replace(own, "");
+    }
     return text;
 }
 
@@ -68,8 +69,9 @@ QChar obeyedIn(const QByteArray &text)
 {
     for (const QChar character : QString::fromUtf8(text)) {
         const bool isControl = character.category() == QChar::Other_Control && character != u'\t';
-        if (isControl || character.category() == QChar::Other_Format)
+        if (isControl || character.category() == QChar::Other_Format) {
             return character;
+        }
     }
     return {};
 }
@@ -178,8 +180,9 @@ void tst_QuillmoteTerminal::theTimeLimitHolds()
         QTcpSocket *socket = server.nextPendingConnection();
         socket->write("{a = \"" + flood);
         connect(socket, &QTcpSocket::bytesWritten, socket, [&flood, socket] {
-            if (socket->bytesToWrite() < flood.size())
+            if (socket->bytesToWrite() < flood.size()) {
                 socket->write(flood);
+            }
         });
     });
     ChildProcess program;

@@ -12,21 +12,22 @@
 
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString DeviceKey = QStringLiteral("pairedDeviceList");
+const QString DeviceKey = u"pairedDeviceList"_s;
 
 QByteArray pairing(const QString &device)
 {
-    return commandText(QStringLiteral("SERVER_PAIR"),
-                       {{QStringLiteral("cmdParameters"), QStringList{device, "Anna"}}});
+    return commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{device, u"Anna"_s}}});
 }
 
 bool pairs(quint16 port, const QString &device)
 {
     Handheld handheld(port);
     const auto answer = handheld.ask(pairing(device));
-    return answer && answer->value(QStringLiteral("serverResponse")) == QStringLiteral("OK");
+    return answer && answer->value(u"serverResponse"_s) == u"OK"_s;
 }
 
 void setPermissions(const QString &path, mode_t mode)
@@ -61,40 +62,41 @@ private:
     bool writeSettings(const QByteArray &text) const;
     bool startConfined();
 
-    std::unique_ptr<ServerScene> m_scene;
+    std::unique_ptr<ServerScene> scene;
 };
 
 void tst_SettingsFile::init()
 {
-    m_scene = std::make_unique<ServerScene>();
-    QCOMPARE(m_scene->session().problem(), QByteArray());
+    scene = std::make_unique<ServerScene>();
+    QCOMPARE(scene->session().problem(), QByteArray());
 }
 
 void tst_SettingsFile::cleanup()
 {
-    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
-    m_scene.reset();
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+    scene.reset();
 }
 
 bool tst_SettingsFile::writeSettings(const QByteArray &text) const
 {
-    QFile file(m_scene->session().settingsFile());
+    QFile file(scene->session().settingsFile());
     return QDir().mkpath(QFileInfo(file).path()) && file.open(QIODevice::WriteOnly) &&
            file.write(text) == text.size();
 }
 
 bool tst_SettingsFile::startConfined()
 {
-    m_scene->launch(Confinement::heedsPermissions());
-    return m_scene->port() != 0;
+    scene->launch(Confinement::heedsPermissions());
+    return scene->port() != 0;
 }
 
 void tst_SettingsFile::garbageIsSurvived_data()
 {
     QTest::addColumn<QByteArray>("text");
     QByteArray bytes;
-    for (int i = 0; i < 100'000; ++i)
+    for (int i = 0; i < 100'000; ++i) {
         bytes += static_cast<char>(i * 31 + i / 256);
+    }
     QTest::newRow("any bytes") << bytes;
     QTest::newRow("NUL bytes") << QByteArray(10'000, '\0');
     QTest::newRow("one endless line") << QByteArray(1'000'000, 'x');
@@ -113,107 +115,108 @@ void tst_SettingsFile::garbageIsSurvived()
 {
     QFETCH(QByteArray, text);
     QVERIFY(writeSettings(text));
-    QVERIFY(m_scene->start());
-    QVERIFY(pairs(m_scene->port(), QStringLiteral("new")));
-    QCOMPARE(m_scene->server().end(), std::optional(0));
-    QVERIFY(m_scene->storedSetting(DeviceKey).toStringList().contains(QStringLiteral("new")));
+    QVERIFY(scene->start());
+    QVERIFY(pairs(scene->port(), u"new"_s));
+    QCOMPARE(scene->server().end(), std::optional(0));
+    QVERIFY(scene->storedSetting(DeviceKey).toStringList().contains(u"new"_s));
 }
 
 void tst_SettingsFile::oneDeviceWithoutAListIsRead()
 {
     QVERIFY(writeSettings("[General]\npairedDeviceList=old\n"));
-    QVERIFY(m_scene->start());
-    QVERIFY(pairs(m_scene->port(), QStringLiteral("new")));
-    QCOMPARE(m_scene->server().end(), std::optional(0));
-    QCOMPARE(m_scene->storedSetting(DeviceKey).toStringList(), (QStringList{"old", "new"}));
+    QVERIFY(scene->start());
+    QVERIFY(pairs(scene->port(), u"new"_s));
+    QCOMPARE(scene->server().end(), std::optional(0));
+    QCOMPARE(scene->storedSetting(DeviceKey).toStringList(), (QStringList{u"old"_s, u"new"_s}));
 }
 
 void tst_SettingsFile::unreadableFileIsSurvived()
 {
     QVERIFY(writeSettings("[General]\npairedDeviceList=old\n"));
-    setPermissions(m_scene->session().settingsFile(), 0000);
+    setPermissions(scene->session().settingsFile(), 0000);
     QVERIFY(startConfined());
-    QVERIFY(pairs(m_scene->port(), QStringLiteral("new")));
-    QCOMPARE(m_scene->server().end(), std::optional(0));
-    setPermissions(m_scene->session().settingsFile(), 0600);
+    QVERIFY(pairs(scene->port(), u"new"_s));
+    QCOMPARE(scene->server().end(), std::optional(0));
+    setPermissions(scene->session().settingsFile(), 0600);
     // Not overwritten by a list that does not know what was in it.
-    QCOMPARE(m_scene->storedSetting(DeviceKey).toStringList(), QStringList{"old"});
+    QCOMPARE(scene->storedSetting(DeviceKey).toStringList(), QStringList{u"old"_s});
 }
 
 void tst_SettingsFile::readOnlyFolderIsSurvived()
 {
     const QByteArray text = "[General]\npairedDeviceList=old\n";
-    const QString file = m_scene->session().settingsFile();
+    const QString file = scene->session().settingsFile();
     QVERIFY(writeSettings(text));
     setPermissions(file, 0444);
     setPermissions(QFileInfo(file).path(), 0555);
     QVERIFY(startConfined());
-    QVERIFY(pairs(m_scene->port(), QStringLiteral("new")));
-    QCOMPARE(m_scene->server().end(), std::optional(0));
+    QVERIFY(pairs(scene->port(), u"new"_s));
+    QCOMPARE(scene->server().end(), std::optional(0));
     setPermissions(QFileInfo(file).path(), 0755);
     QCOMPARE(Folders::fileBytes(file), text);
 }
 
 void tst_SettingsFile::folderInItsPlaceIsSurvived()
 {
-    QVERIFY(QDir().mkpath(m_scene->session().settingsFile()));
-    QVERIFY(m_scene->start());
-    QVERIFY(pairs(m_scene->port(), QStringLiteral("new")));
-    QCOMPARE(m_scene->server().end(), std::optional(0));
-    QVERIFY(QFileInfo(m_scene->session().settingsFile()).isDir());
+    QVERIFY(QDir().mkpath(scene->session().settingsFile()));
+    QVERIFY(scene->start());
+    QVERIFY(pairs(scene->port(), u"new"_s));
+    QCOMPARE(scene->server().end(), std::optional(0));
+    QVERIFY(QFileInfo(scene->session().settingsFile()).isDir());
 }
 
 void tst_SettingsFile::missingHomeIsSurvived()
 {
-    for (const char *folder : {"config", "data", "cache", "state"})
-        QVERIFY(QDir(m_scene->session().path(QLatin1String(folder))).removeRecursively());
+    for (const char *folder : {"config", "data", "cache", "state"}) {
+        QVERIFY(QDir(scene->session().path(QLatin1String(folder))).removeRecursively());
+    }
     // The program is started in it, so it goes when that has happened.
-    const QByteArray home = m_scene->session().home().toUtf8();
-    m_scene->launch([home] { ::rename(home.constData(), (home + "-gone").constData()); });
-    QVERIFY(m_scene->port() != 0);
-    QVERIFY(!QFileInfo::exists(m_scene->session().home()));
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
-    QVERIFY(pairs(m_scene->port(), QStringLiteral("new")));
-    Handheld handheld(m_scene->port());
-    QVERIFY(
-        handheld.ask(commandText(QStringLiteral("FILE_TRANSFER_AND_OPEN"),
-                                 {{QStringLiteral("cmdParameters"), QStringList{"photo", "10"}}})));
+    const QByteArray home = scene->session().home().toUtf8();
+    scene->launch([home] { ::rename(home.constData(), (home + "-gone").constData()); });
+    QVERIFY(scene->port() != 0);
+    QVERIFY(!QFileInfo::exists(scene->session().home()));
+    QVERIFY(scene->showsLight(StatusLight::Orange));
+    QVERIFY(pairs(scene->port(), u"new"_s));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.ask(commandText(u"FILE_TRANSFER_AND_OPEN"_s,
+                                     {{u"cmdParameters"_s, QStringList{u"photo"_s, u"10"_s}}})));
     QVERIFY(handheld.sendAndSettle("some bytes"));
-    QCOMPARE(m_scene->server().end(), std::optional(0));
-    QVERIFY(!QFileInfo::exists(m_scene->session().home()));
+    QCOMPARE(scene->server().end(), std::optional(0));
+    QVERIFY(!QFileInfo::exists(scene->session().home()));
 }
 
 void tst_SettingsFile::homeThatGoesMeanwhileIsSurvived()
 {
-    QVERIFY(m_scene->start());
-    for (const char *folder : {"home", "config", "data"})
-        QVERIFY(QDir(m_scene->session().path(QLatin1String(folder))).removeRecursively());
-    QVERIFY(pairs(m_scene->port(), QStringLiteral("new")));
-    QVERIFY(m_scene->menu().choose(TrayMenu::Item::Preferences));
-    const auto dialog = m_scene->waitForDialog(QStringLiteral("Config Dialog"));
+    QVERIFY(scene->start());
+    for (const char *folder : {"home", "config", "data"}) {
+        QVERIFY(QDir(scene->session().path(QLatin1String(folder))).removeRecursively());
+    }
+    QVERIFY(pairs(scene->port(), u"new"_s));
+    QVERIFY(scene->menu().choose(TrayMenu::Item::Preferences));
+    const auto dialog = scene->waitForDialog(u"Config Dialog"_s);
     QVERIFY(dialog);
-    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
-    QVERIFY(m_scene->waitUntilGone(*dialog));
-    QVERIFY(pairs(m_scene->port(), QStringLiteral("new")));
-    QCOMPARE(m_scene->server().end(), std::optional(0));
+    QVERIFY(scene->user().tapKey(u"Escape"_s));
+    QVERIFY(scene->waitUntilGone(*dialog));
+    QVERIFY(pairs(scene->port(), u"new"_s));
+    QCOMPARE(scene->server().end(), std::optional(0));
 }
 
 void tst_SettingsFile::ofTwoServersTheListOfTheLaterEndStays()
 {
-    m_scene->storeSetting(DeviceKey, QStringList{"old-1", "old-2"});
-    QVERIFY(m_scene->start());
-    ServerProcess second(m_scene->session());
+    scene->storeSetting(DeviceKey, QStringList{u"old-1"_s, u"old-2"_s});
+    QVERIFY(scene->start());
+    ServerProcess second(scene->session());
     QVERIFY(second.port() != 0);
-    QVERIFY(pairs(m_scene->port(), QStringLiteral("of the first")));
-    QVERIFY(pairs(second.port(), QStringLiteral("of the second")));
+    QVERIFY(pairs(scene->port(), u"of the first"_s));
+    QVERIFY(pairs(second.port(), u"of the second"_s));
 
     QCOMPARE(second.end(), std::optional(0));
-    QCOMPARE(m_scene->storedSetting(DeviceKey).toStringList(),
-             (QStringList{"old-1", "old-2", "of the second"}));
-    QVERIFY(pairs(m_scene->port(), QStringLiteral("late")));
-    QCOMPARE(m_scene->server().end(), std::optional(0));
-    QCOMPARE(m_scene->storedSetting(DeviceKey).toStringList(),
-             (QStringList{"old-1", "old-2", "of the first", "late"}));
+    QCOMPARE(scene->storedSetting(DeviceKey).toStringList(),
+             (QStringList{u"old-1"_s, u"old-2"_s, u"of the second"_s}));
+    QVERIFY(pairs(scene->port(), u"late"_s));
+    QCOMPARE(scene->server().end(), std::optional(0));
+    QCOMPARE(scene->storedSetting(DeviceKey).toStringList(),
+             (QStringList{u"old-1"_s, u"old-2"_s, u"of the first"_s, u"late"_s}));
 }
 
 void tst_SettingsFile::leftOverLockHoldsUpNeitherPreferencesNorEnd_data()
@@ -227,31 +230,31 @@ void tst_SettingsFile::leftOverLockHoldsUpNeitherPreferencesNorEnd()
 {
     QFETCH(QByteArray, lock);
     QVERIFY(writeSettings("[General]\nother=5\npairedDeviceList=old\n"));
-    const QString lockName = m_scene->session().settingsFile() + QStringLiteral(".lock");
+    const QString lockName = scene->session().settingsFile() + u".lock"_s;
     if (lock == "pipe") {
         QCOMPARE(::mkfifo(lockName.toUtf8().constData(), 0600), 0);
     } else {
         QFile file(lockName);
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(lock) == lock.size());
     }
-    QVERIFY(m_scene->start());
-    QVERIFY(pairs(m_scene->port(), QStringLiteral("new")));
-    QVERIFY(m_scene->menu().choose(TrayMenu::Item::Preferences));
-    const auto dialog = m_scene->waitForDialog(QStringLiteral("Config Dialog"));
+    QVERIFY(scene->start());
+    QVERIFY(pairs(scene->port(), u"new"_s));
+    QVERIFY(scene->menu().choose(TrayMenu::Item::Preferences));
+    const auto dialog = scene->waitForDialog(u"Config Dialog"_s);
     QVERIFY(dialog);
-    QVERIFY(m_scene->user().tapKey(QStringLiteral("space")));
+    QVERIFY(scene->user().tapKey(u"space"_s));
     QElapsedTimer time;
     time.start();
-    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
-    QVERIFY(m_scene->waitUntilGone(*dialog));
-    QVERIFY(pairs(m_scene->port(), QStringLiteral("old")));
-    QCOMPARE(m_scene->server().end(), std::optional(0));
+    QVERIFY(scene->user().tapKey(u"Escape"_s));
+    QVERIFY(scene->waitUntilGone(*dialog));
+    QVERIFY(pairs(scene->port(), u"old"_s));
+    QCOMPARE(scene->server().end(), std::optional(0));
     qInfo("Closed and ended in %lld ms.", time.elapsed());
     // Twice two seconds, and what a loaded machine adds.
     QVERIFY(time.elapsed() < 15'000);
-    QCOMPARE(m_scene->storedSetting(DeviceKey).toStringList(), (QStringList{"old", "new"}));
-    QCOMPARE(m_scene->storedSetting(QStringLiteral("pairNeedsApproval")).toBool(), true);
-    QCOMPARE(m_scene->storedSetting(QStringLiteral("other")).toInt(), 5);
+    QCOMPARE(scene->storedSetting(DeviceKey).toStringList(), (QStringList{u"old"_s, u"new"_s}));
+    QCOMPARE(scene->storedSetting(u"pairNeedsApproval"_s).toBool(), true);
+    QCOMPARE(scene->storedSetting(u"other"_s).toInt(), 5);
 }
 
 QTEST_GUILESS_MAIN(tst_SettingsFile)

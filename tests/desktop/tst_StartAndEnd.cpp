@@ -13,18 +13,19 @@
 
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// How long a tray may take to appear at logon, in milliseconds.
 constexpr int TrayGrace = 10'000;
 
-const QString PairedDevices = QStringLiteral("pairedDeviceList");
-const QStringList EarlierDevices{QStringLiteral("old-1"), QStringLiteral("old-2")};
+const QString PairedDevices = u"pairedDeviceList"_s;
+const QStringList EarlierDevices{u"old-1"_s, u"old-2"_s};
 
 QByteArray pairing(const QString &device)
 {
-    return commandText(QStringLiteral("SERVER_PAIR"),
-                       {{QStringLiteral("cmdParameters"), QStringList{device, "Anna"}}});
+    return commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{device, u"Anna"_s}}});
 }
 
 } // namespace
@@ -58,20 +59,20 @@ private:
     bool open(DesktopSession::Parts parts);
     bool storesNothingNew() const;
 
-    std::unique_ptr<ServerScene> m_scene;
+    std::unique_ptr<ServerScene> scene;
 };
 
 void tst_StartAndEnd::cleanup()
 {
-    const QByteArray problem = m_scene ? m_scene->problemAtEnd() : QByteArray();
-    m_scene.reset();
+    const QByteArray problem = scene ? scene->problemAtEnd() : QByteArray();
+    scene.reset();
     QCOMPARE(problem, QByteArray());
 }
 
 bool tst_StartAndEnd::open(DesktopSession::Parts parts)
 {
-    m_scene = std::make_unique<ServerScene>(parts);
-    return m_scene->session().problem().isEmpty();
+    scene = std::make_unique<ServerScene>(parts);
+    return scene->session().problem().isEmpty();
 }
 
 void tst_StartAndEnd::withoutATrayItRefusesToRun()
@@ -79,33 +80,32 @@ void tst_StartAndEnd::withoutATrayItRefusesToRun()
     QVERIFY(open(DesktopSession::NoParts));
     QElapsedTimer sinceLaunch;
     sinceLaunch.start();
-    m_scene->launch();
-    const auto box = m_scene->waitForDialog(QStringLiteral("VornaServer"));
+    scene->launch();
+    const auto box = scene->waitForDialog(u"VornaServer"_s);
     QVERIFY(box);
     // The toolkit's timers may be off by a twentieth.
     QVERIFY(sinceLaunch.elapsed() >= TrayGrace - TrayGrace / 20);
-    QVERIFY(!m_scene->server().isListening());
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("no-tray")));
-    QVERIFY(m_scene->clickButton(*box, 0));
-    QCOMPARE(m_scene->server().waitForEnd(), std::optional(1));
+    QVERIFY(!scene->server().isListening());
+    QVERIFY(scene->view().saveScreenshot(u"no-tray"_s));
+    QVERIFY(scene->clickButton(*box, 0));
+    QCOMPARE(scene->server().waitForEnd(), std::optional(1));
     // Nobody reads a file; in a terminal more is said.
-    QCOMPARE(m_scene->server().errorText(), QByteArray());
-    QVERIFY(!QFileInfo::exists(m_scene->session().settingsFile()));
+    QCOMPARE(scene->server().errorText(), QByteArray());
+    QVERIFY(!QFileInfo::exists(scene->session().settingsFile()));
 }
 
 void tst_StartAndEnd::trayThatComesLateIsUsed()
 {
     QVERIFY(open(DesktopSession::NoParts));
-    m_scene->launch();
+    scene->launch();
     // Nothing happens meanwhile, so there is no condition to wait for.
-    QVERIFY(
-        !waitUntil([this] { return m_scene->server().isListening(); }, std::chrono::seconds(3)));
-    QVERIFY(m_scene->mutableSession().startTray());
-    QVERIFY(m_scene->port() != 0);
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
+    QVERIFY(!waitUntil([this] { return scene->server().isListening(); }, std::chrono::seconds(3)));
+    QVERIFY(scene->mutableSession().startTray());
+    QVERIFY(scene->port() != 0);
+    QVERIFY(scene->showsLight(StatusLight::Orange));
     QVERIFY(waitUntil(
-        [this] { return m_scene->view().balloon(m_scene->server().processId()).has_value(); }));
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("late-tray")));
+        [this] { return scene->view().balloon(scene->server().processId()).has_value(); }));
+    QVERIFY(scene->view().saveScreenshot(u"late-tray"_s));
 }
 
 void tst_StartAndEnd::endSignalsWriteThePairedDevices_data()
@@ -120,13 +120,13 @@ void tst_StartAndEnd::endSignalsWriteThePairedDevices()
 {
     QFETCH(int, signal);
     QVERIFY(open(DesktopSession::Tray));
-    QVERIFY(m_scene->start());
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.ask(pairing("id-1")));
-    QVERIFY(handheld.ask(pairing("id-2")));
-    QCOMPARE(m_scene->server().end(signal), std::optional(0));
-    QCOMPARE(m_scene->storedSetting(QStringLiteral("pairedDeviceList")).toStringList(),
-             (QStringList{"id-1", "id-2"}));
+    QVERIFY(scene->start());
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.ask(pairing(u"id-1"_s)));
+    QVERIFY(handheld.ask(pairing(u"id-2"_s)));
+    QCOMPARE(scene->server().end(signal), std::optional(0));
+    QCOMPARE(scene->storedSetting(u"pairedDeviceList"_s).toStringList(),
+             (QStringList{u"id-1"_s, u"id-2"_s}));
     QVERIFY(handheld.waitUntilClosed());
 }
 
@@ -139,32 +139,33 @@ void tst_StartAndEnd::endSignalWhileWaitingForATrayEndsInOrder()
 {
     QFETCH(int, signal);
     QVERIFY(open(DesktopSession::NoParts));
-    m_scene->storeSetting(PairedDevices, EarlierDevices);
-    m_scene->launch();
+    scene->storeSetting(PairedDevices, EarlierDevices);
+    scene->launch();
     // Long enough to be in the middle of the waiting; nothing of it can be seen from outside.
     QTest::qWait(2'000);
-    QVERIFY(!m_scene->server().isListening());
+    QVERIFY(!scene->server().isListening());
     QElapsedTimer sinceSignal;
     sinceSignal.start();
     // After the box that says that there is no tray, the status is 1.
-    QCOMPARE(m_scene->server().end(signal), std::optional(0));
+    QCOMPARE(scene->server().end(signal), std::optional(0));
     QVERIFY(sinceSignal.elapsed() < TrayGrace / 2);
-    QCOMPARE(m_scene->server().errorText(), QByteArray());
+    QCOMPARE(scene->server().errorText(), QByteArray());
     QVERIFY(storesNothingNew());
 }
 
 /// The devices of an earlier run are there, and no core of this one.
 bool tst_StartAndEnd::storesNothingNew() const
 {
-    return m_scene->storedSetting(PairedDevices).toStringList() == EarlierDevices &&
-           QDir(m_scene->session().home()).entryList({"*core*"}, QDir::Files).isEmpty();
+    return scene->storedSetting(PairedDevices).toStringList() == EarlierDevices &&
+           QDir(scene->session().home()).entryList({u"*core*"_s}, QDir::Files).isEmpty();
 }
 
 void tst_StartAndEnd::endSignalDuringTheStartEndsInOrder_data()
 {
     QTest::addColumn<int>("milliseconds");
-    for (const int milliseconds : {0, 1, 2, 5, 10, 20, 30, 50, 100, 300, 1'000})
+    for (const int milliseconds : {0, 1, 2, 5, 10, 20, 30, 50, 100, 300, 1'000}) {
         QTest::addRow("after %d ms", milliseconds) << milliseconds;
+    }
 }
 
 /// Before the program's first instruction there is nobody to catch a signal: the system ends the
@@ -175,13 +176,13 @@ void tst_StartAndEnd::endSignalDuringTheStartEndsInOrder()
     constexpr int Rounds = 12;
     constexpr int LongestEnd = 5'000;
     QVERIFY(open(DesktopSession::Tray));
-    m_scene->storeSetting(PairedDevices, EarlierDevices);
+    scene->storeSetting(PairedDevices, EarlierDevices);
     int inOrder = 0;
     qint64 longest = 0;
     for (int i = 0; i < Rounds; ++i) {
-        m_scene->launch();
+        scene->launch();
         QThread::msleep(static_cast<unsigned long>(milliseconds));
-        ServerProcess &server = m_scene->server();
+        ServerProcess &server = scene->server();
         const bool isCaught = ProcessTables::catches(server.processId(), SIGTERM);
         QElapsedTimer sinceSignal;
         sinceSignal.start();
@@ -214,16 +215,16 @@ void tst_StartAndEnd::endSignalThatWaitsForTheStartEndsInOrder()
     QFETCH(int, milliseconds);
     constexpr int Rounds = 6;
     QVERIFY(open(DesktopSession::Tray));
-    m_scene->storeSetting(PairedDevices, EarlierDevices);
+    scene->storeSetting(PairedDevices, EarlierDevices);
     for (int i = 0; i < Rounds; ++i) {
-        m_scene->launch([] {
+        scene->launch([] {
             sigset_t all;
             sigfillset(&all);
             sigprocmask(SIG_BLOCK, &all, nullptr);
         });
         QThread::msleep(static_cast<unsigned long>(milliseconds));
-        QCOMPARE(m_scene->server().end(i % 2 == 0 ? SIGTERM : SIGHUP), std::optional(0));
-        QCOMPARE(m_scene->server().errorText(), QByteArray());
+        QCOMPARE(scene->server().end(i % 2 == 0 ? SIGTERM : SIGHUP), std::optional(0));
+        QCOMPARE(scene->server().errorText(), QByteArray());
         QVERIFY(storesNothingNew());
     }
 }
@@ -233,76 +234,75 @@ void tst_StartAndEnd::endSignalWhileTheDisplayHangsEndsInOrder()
 {
     constexpr int FirstDisplayPort = 6000;
     QVERIFY(open(DesktopSession::NoParts));
-    m_scene->storeSetting(PairedDevices, EarlierDevices);
+    scene->storeSetting(PairedDevices, EarlierDevices);
     QTcpServer display;
     QVERIFY(display.listen(QHostAddress::LocalHost));
     QVERIFY(display.serverPort() > FirstDisplayPort);
-    m_scene->mutableSession().addVariable(
-        QStringLiteral("DISPLAY"),
-        QStringLiteral("127.0.0.1:%1").arg(display.serverPort() - FirstDisplayPort));
-    m_scene->launch();
+    scene->mutableSession().addVariable(
+        u"DISPLAY"_s, u"127.0.0.1:%1"_s.arg(display.serverPort() - FirstDisplayPort));
+    scene->launch();
     QVERIFY(waitUntil([&] { return display.hasPendingConnections(); }));
-    QCOMPARE(m_scene->server().end(), std::optional(0));
-    QCOMPARE(m_scene->server().errorText(), QByteArray());
+    QCOMPARE(scene->server().end(), std::optional(0));
+    QCOMPARE(scene->server().errorText(), QByteArray());
     QVERIFY(storesNothingNew());
 }
 
 void tst_StartAndEnd::pairedDevicesAreReadAtTheNextStart()
 {
     QVERIFY(open(DesktopSession::Tray));
-    m_scene->storeSetting(QStringLiteral("pairedDeviceList"), QStringList{"old-1", "old-2"});
-    QVERIFY(m_scene->start());
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.ask(pairing("old-2")));
-    QVERIFY(handheld.ask(pairing("new")));
-    QCOMPARE(m_scene->server().end(), std::optional(0));
-    QCOMPARE(m_scene->storedSetting(QStringLiteral("pairedDeviceList")).toStringList(),
-             (QStringList{"old-1", "old-2", "new"}));
+    scene->storeSetting(u"pairedDeviceList"_s, QStringList{u"old-1"_s, u"old-2"_s});
+    QVERIFY(scene->start());
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.ask(pairing(u"old-2"_s)));
+    QVERIFY(handheld.ask(pairing(u"new"_s)));
+    QCOMPARE(scene->server().end(), std::optional(0));
+    QCOMPARE(scene->storedSetting(u"pairedDeviceList"_s).toStringList(),
+             (QStringList{u"old-1"_s, u"old-2"_s, u"new"_s}));
 }
 
 void tst_StartAndEnd::firstStartStoresNoPreferences()
 {
     QVERIFY(open(DesktopSession::Tray));
-    QVERIFY(m_scene->start());
-    QCOMPARE(m_scene->server().end(), std::optional(0));
-    QVERIFY(QFileInfo::exists(m_scene->session().settingsFile()));
-    QVERIFY(!m_scene->storedSetting(QStringLiteral("pairNeedsApproval")).isValid());
-    QVERIFY(!m_scene->storedSetting(QStringLiteral("startAtLogon")).isValid());
-    QVERIFY(!m_scene->storedSetting(QStringLiteral("downloadDirectory")).isValid());
+    QVERIFY(scene->start());
+    QCOMPARE(scene->server().end(), std::optional(0));
+    QVERIFY(QFileInfo::exists(scene->session().settingsFile()));
+    QVERIFY(!scene->storedSetting(u"pairNeedsApproval"_s).isValid());
+    QVERIFY(!scene->storedSetting(u"startAtLogon"_s).isValid());
+    QVERIFY(!scene->storedSetting(u"downloadDirectory"_s).isValid());
 }
 
 void tst_StartAndEnd::runsWithoutStandardStreams()
 {
     QVERIFY(open(DesktopSession::Tray));
-    m_scene->launch([] {
+    scene->launch([] {
         ::close(STDIN_FILENO);
         ::close(STDOUT_FILENO);
     });
-    QVERIFY(m_scene->port() != 0);
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.ask(commandText(QStringLiteral("SERVER_INFO"))));
+    QVERIFY(scene->port() != 0);
+    QVERIFY(scene->showsLight(StatusLight::Orange));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.ask(commandText(u"SERVER_INFO"_s)));
 }
 
 void tst_StartAndEnd::runsWithASessionBus()
 {
     QVERIFY(open(DesktopSession::Tray | DesktopSession::SessionBus));
-    QVERIFY(m_scene->start());
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
-    QVERIFY(m_scene->menu().choose(TrayMenu::Item::Quit));
-    QCOMPARE(m_scene->server().waitForEnd(), std::optional(0));
+    QVERIFY(scene->start());
+    QVERIFY(scene->showsLight(StatusLight::Orange));
+    QVERIFY(scene->menu().choose(TrayMenu::Item::Quit));
+    QCOMPARE(scene->server().waitForEnd(), std::optional(0));
 }
 
 void tst_StartAndEnd::secondServerListensBesideTheFirst()
 {
     QVERIFY(open(DesktopSession::Tray));
-    QVERIFY(m_scene->start());
-    ServerProcess second(m_scene->session());
+    QVERIFY(scene->start());
+    ServerProcess second(scene->session());
     QVERIFY(second.port() != 0);
-    QVERIFY(second.port() != m_scene->port());
+    QVERIFY(second.port() != scene->port());
     QCOMPARE(second.end(), std::optional(0));
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.ask(commandText(QStringLiteral("SERVER_INFO"))));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.ask(commandText(u"SERVER_INFO"_s)));
 }
 
 QTEST_GUILESS_MAIN(tst_StartAndEnd)

@@ -18,6 +18,8 @@
 
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -29,14 +31,13 @@ constexpr qsizetype LargestRead = 2 * MiB;
 
 QString response(const std::optional<QVariantMap> &answer)
 {
-    return answer ? answer->value(QStringLiteral("serverResponse")).toString()
-                  : QStringLiteral("no answer");
+    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
 }
 
 QByteArray fileRequest(const QString &name, const QString &size)
 {
-    return commandText(QStringLiteral("FILE_TRANSFER_AND_OPEN"),
-                       {{QStringLiteral("cmdParameters"), QStringList{name, size}}});
+    return commandText(u"FILE_TRANSFER_AND_OPEN"_s,
+                       {{u"cmdParameters"_s, QStringList{name, size}}});
 }
 
 QByteArray fileRequest(const QString &name, qint64 size)
@@ -49,8 +50,9 @@ QByteArray fileRequest(const QString &name, qint64 size)
 QByteArray exactRequest(const QString &name, qint64 contentSize)
 {
     QByteArray request = fileRequest(name, contentSize);
-    for (int round = 0; round < 3; ++round)
+    for (int round = 0; round < 3; ++round) {
         request = fileRequest(name, request.size() + contentSize - 1);
+    }
     return request;
 }
 
@@ -110,35 +112,35 @@ private:
     bool sendAsOneRead(Handheld &handheld, const QByteArray &bytes) const;
     bool servesOthers() const;
 
-    std::unique_ptr<ServerScene> m_scene;
-    std::unique_ptr<RecordingOpener> m_opener;
+    std::unique_ptr<ServerScene> scene;
+    std::unique_ptr<RecordingOpener> opener;
 };
 
 void tst_Transfers::init()
 {
-    m_scene = std::make_unique<ServerScene>();
-    QCOMPARE(m_scene->session().problem(), QByteArray());
-    m_opener = std::make_unique<RecordingOpener>(m_scene->session());
+    scene = std::make_unique<ServerScene>();
+    QCOMPARE(scene->session().problem(), QByteArray());
+    opener = std::make_unique<RecordingOpener>(scene->session());
     QVERIFY(QDir().mkpath(received()));
-    m_scene->storeSetting(QStringLiteral("downloadDirectory"), received());
+    scene->storeSetting(u"downloadDirectory"_s, received());
 }
 
 void tst_Transfers::cleanup()
 {
-    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
-    m_scene.reset();
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+    scene.reset();
 }
 
 /// A path in the download folder.
 QString tst_Transfers::received(const QString &name) const
 {
-    const QString folder = m_scene->session().home() + QStringLiteral("/received");
+    const QString folder = scene->session().home() + u"/received"_s;
     return name.isEmpty() ? folder : folder + QLatin1Char('/') + name;
 }
 
 bool tst_Transfers::beginTransfer(Handheld &handheld, const QByteArray &request) const
 {
-    return response(handheld.ask(request)) == QStringLiteral("START_BINARY_TRANSFER");
+    return response(handheld.ask(request)) == u"START_BINARY_TRANSFER"_s;
 }
 
 /// Has the system make room for that many bytes. It lets a connection hold more, the more is
@@ -150,10 +152,12 @@ qsizetype tst_Transfers::roomFor(Handheld &handheld, qsizetype size) const
     constexpr int Attempts = 10;
     constexpr qsizetype MostAtATime = 256 * KiB + 1;
     qint64 held = 0;
-    for (int attempt = 0; attempt < Attempts && held >= 0 && held < size; ++attempt)
+    for (int attempt = 0; attempt < Attempts && held >= 0 && held < size; ++attempt) {
         held = std::max(held, mostHeldOfAFile(handheld));
-    if (held < size)
+    }
+    if (held < size) {
         qInfo("The system held %lld bytes", static_cast<long long>(held));
+    }
     // Not to the last byte: how it packs them is its own affair.
     const qsizetype room = held >= size ? size : static_cast<qsizetype>(held * 3 / 4);
     return room >= std::min(size, MostAtATime) ? room : 0;
@@ -164,8 +168,9 @@ qsizetype tst_Transfers::roomFor(Handheld &handheld, qsizetype size) const
 qint64 tst_Transfers::mostHeldOfAFile(Handheld &handheld) const
 {
     constexpr qint64 Size = 64 * MiB;
-    if (!beginTransfer(handheld, exactRequest(QStringLiteral("wide"), Size)))
+    if (!beginTransfer(handheld, exactRequest(u"wide"_s, Size))) {
         return -1;
+    }
     std::atomic_bool isSent = false;
     std::thread sender([&] {
         handheld.send(QByteArray(Size, 'w'));
@@ -173,30 +178,30 @@ qint64 tst_Transfers::mostHeldOfAFile(Handheld &handheld) const
     });
     qint64 most = 0;
     while (!isSent) {
-        m_scene->server().halt();
+        scene->server().halt();
         std::this_thread::sleep_for(10ms);
         most = std::max(most, handheld.unreadAtServer());
-        m_scene->server().resume();
+        scene->server().resume();
         std::this_thread::sleep_for(10ms);
     }
     sender.join();
-    return response(handheld.answer()) == QStringLiteral("OK") ? most : -1;
+    return response(handheld.answer()) == u"OK"_s ? most : -1;
 }
 
 /// All of it is there before the server looks.
 bool tst_Transfers::sendAsOneRead(Handheld &handheld, const QByteArray &bytes) const
 {
-    m_scene->server().halt();
+    scene->server().halt();
     const bool isThere = handheld.send(bytes) &&
                          waitUntil([&] { return handheld.unreadAtServer() == bytes.size(); });
-    m_scene->server().resume();
+    scene->server().resume();
     return isThere;
 }
 
 bool tst_Transfers::servesOthers() const
 {
-    Handheld other(m_scene->port());
-    return response(other.ask(commandText(QStringLiteral("SERVER_INFO")))) == QStringLiteral("OK");
+    Handheld other(scene->port());
+    return response(other.ask(commandText(u"SERVER_INFO"_s))) == u"OK"_s;
 }
 
 void tst_Transfers::fileBeginsWithItsRequestAndIsOpened_data()
@@ -220,19 +225,19 @@ void tst_Transfers::fileBeginsWithItsRequestAndIsOpened()
 {
     QFETCH(QString, name);
     QFETCH(QString, content);
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     const QByteArray request = exactRequest(name, content.size());
     const QString size = QString::number(request.size() + content.size() - 1);
-    QVariantMap answer{{"cmdType", "FILE_TRANSFER_AND_OPEN"},
-                       {"cmdParameters", QStringList{name, size}},
-                       {"serverResponse", "START_BINARY_TRANSFER"}};
-    Handheld handheld(m_scene->port());
+    QVariantMap answer{{u"cmdType"_s, u"FILE_TRANSFER_AND_OPEN"_s},
+                       {u"cmdParameters"_s, QStringList{name, size}},
+                       {u"serverResponse"_s, u"START_BINARY_TRANSFER"_s}};
+    Handheld handheld(scene->port());
     QCOMPARE(handheld.ask(request), std::optional(answer));
     QVERIFY(handheld.send(content.toLatin1()));
-    answer["serverResponse"] = "OK";
+    answer[u"serverResponse"_s] = u"OK"_s;
     QCOMPARE(handheld.answer(), std::optional(answer));
     QCOMPARE(Folders::fileBytes(received(name)), request + content.toLatin1());
-    QVERIFY(waitUntil([&] { return m_opener->opened() == QStringList{received(name)}; }));
+    QVERIFY(waitUntil([&] { return opener->opened() == QStringList{received(name)}; }));
 }
 
 void tst_Transfers::fileNotLargerThanItsRequestIsCompleteAtOnce_data()
@@ -242,7 +247,7 @@ void tst_Transfers::fileNotLargerThanItsRequestIsCompleteAtOnce_data()
     QTest::newRow("one byte") << "1";
     QTest::newRow("ten bytes") << "10";
     QTest::newRow("one byte less than the request")
-        << QString::number(fileRequest(QStringLiteral("small"), 10).size() - 1);
+        << QString::number(fileRequest(u"small"_s, 10).size() - 1);
     QTest::newRow("not a number") << "abc";
     QTest::newRow("below zero") << "-5";
     QTest::newRow("more than 64 bits") << "99999999999999999999";
@@ -251,59 +256,60 @@ void tst_Transfers::fileNotLargerThanItsRequestIsCompleteAtOnce_data()
 void tst_Transfers::fileNotLargerThanItsRequestIsCompleteAtOnce()
 {
     QFETCH(QString, size);
-    QVERIFY(m_scene->start());
-    const QByteArray request = fileRequest(QStringLiteral("small"), size);
-    Handheld handheld(m_scene->port());
+    QVERIFY(scene->start());
+    const QByteArray request = fileRequest(u"small"_s, size);
+    Handheld handheld(scene->port());
     QVERIFY(beginTransfer(handheld, request));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
-    QCOMPARE(Folders::fileBytes(received("small")), request);
-    QVERIFY(waitUntil([&] { return m_opener->opened() == QStringList{received("small")}; }));
+    QCOMPARE(response(handheld.answer()), u"OK"_s);
+    QCOMPARE(Folders::fileBytes(received(u"small"_s)), request);
+    QVERIFY(waitUntil([&] { return opener->opened() == QStringList{received(u"small"_s)}; }));
     // Read as a token again.
-    QCOMPARE(response(handheld.ask(commandText(QStringLiteral("SERVER_INFO")))),
-             QStringLiteral("OK"));
-    QCOMPARE(Folders::fileBytes(received("small")), request);
+    QCOMPARE(response(handheld.ask(commandText(u"SERVER_INFO"_s))), u"OK"_s);
+    QCOMPARE(Folders::fileBytes(received(u"small"_s)), request);
 }
 
 void tst_Transfers::exactlyTheAnnouncedBytesDoNotEndTheTransfer()
 {
-    QVERIFY(m_scene->start());
-    const QByteArray request = exactRequest(QStringLiteral("strict"), 6);
-    Handheld handheld(m_scene->port());
+    QVERIFY(scene->start());
+    const QByteArray request = exactRequest(u"strict"_s, 6);
+    Handheld handheld(scene->port());
     QVERIFY(beginTransfer(handheld, request));
     QVERIFY(handheld.sendAndSettle("12345"));
     QVERIFY(!handheld.hasUnreadAnswer());
-    QCOMPARE(Folders::fileBytes(received("strict")), request + "12345");
-    QVERIFY(m_opener->opened().isEmpty());
+    QCOMPARE(Folders::fileBytes(received(u"strict"_s)), request + "12345");
+    QVERIFY(opener->opened().isEmpty());
 
     QVERIFY(handheld.send("6"));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
-    QCOMPARE(Folders::fileBytes(received("strict")), request + "123456");
+    QCOMPARE(response(handheld.answer()), u"OK"_s);
+    QCOMPARE(Folders::fileBytes(received(u"strict"_s)), request + "123456");
 }
 
 void tst_Transfers::bytesInTheReadOfTheRequestAreAllKept_data()
 {
     QTest::addColumn<qsizetype>("size");
     QTest::newRow("a little") << qsizetype{1000};
-    for (const qsizetype size : {64 * KiB, 256 * KiB})
-        for (const qsizetype difference : {-1, 0, 1})
+    for (const qsizetype size : {64 * KiB, 256 * KiB}) {
+        for (const qsizetype difference : {-1, 0, 1}) {
             QTest::addRow("%lld", static_cast<long long>(size + difference)) << size + difference;
+        }
+    }
     QTest::newRow("the largest token") << MiB;
 }
 
 void tst_Transfers::bytesInTheReadOfTheRequestAreAllKept()
 {
     QFETCH(qsizetype, size);
-    QVERIFY(m_scene->start());
-    Handheld handheld(m_scene->port());
+    QVERIFY(scene->start());
+    Handheld handheld(scene->port());
     const qsizetype room = roomFor(handheld, size);
     QVERIFY(room > 0);
     // Behind the last " }" of the read, so they do not disturb the request.
-    QByteArray all = fileRequest(QStringLiteral("early"), 10);
+    QByteArray all = fileRequest(u"early"_s, 10);
     all += QByteArray(room - all.size(), 'x');
     QVERIFY(sendAsOneRead(handheld, all));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("START_BINARY_TRANSFER"));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
-    const QByteArray file = Folders::fileBytes(received("early"));
+    QCOMPARE(response(handheld.answer()), u"START_BINARY_TRANSFER"_s);
+    QCOMPARE(response(handheld.answer()), u"OK"_s);
+    const QByteArray file = Folders::fileBytes(received(u"early"_s));
     QCOMPARE(file.size(), all.size());
     QVERIFY(file == all);
 }
@@ -313,9 +319,10 @@ void tst_Transfers::bytesInTheLastReadAreAllKept_data()
     QTest::addColumn<qsizetype>("announced");
     QTest::addColumn<qsizetype>("sent");
     QTest::newRow("a little too much") << qsizetype{1000} << qsizetype{1010};
-    for (const qsizetype size : {64 * KiB, 256 * KiB, MiB})
+    for (const qsizetype size : {64 * KiB, 256 * KiB, MiB}) {
         QTest::addRow("%lld and one byte", static_cast<long long>(size))
             << qsizetype{10} << size + 1;
+    }
     QTest::newRow("2 MiB for 10 bytes") << qsizetype{10} << LargestRead;
     QTest::newRow("2 MiB for 300 KiB") << 300 * KiB << LargestRead;
     QTest::newRow("2 MiB for 1 MiB") << MiB << LargestRead;
@@ -325,100 +332,100 @@ void tst_Transfers::bytesInTheLastReadAreAllKept()
 {
     QFETCH(qsizetype, announced);
     QFETCH(qsizetype, sent);
-    QVERIFY(m_scene->start());
-    Handheld handheld(m_scene->port());
+    QVERIFY(scene->start());
+    Handheld handheld(scene->port());
     sent = roomFor(handheld, sent);
     QVERIFY(sent > 0);
-    const QByteArray request = exactRequest(QStringLiteral("late"), std::min(announced, sent - 1));
+    const QByteArray request = exactRequest(u"late"_s, std::min(announced, sent - 1));
     QVERIFY(beginTransfer(handheld, request));
     // Different bytes everywhere, so that none can stand for another.
     QByteArray content(sent, '\0');
-    for (qsizetype i = 0; i < sent; ++i)
+    for (qsizetype i = 0; i < sent; ++i) {
         content[i] = static_cast<char>(i * 7 + i / 251);
+    }
     QVERIFY(sendAsOneRead(handheld, content));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
-    const QByteArray file = Folders::fileBytes(received("late"));
+    QCOMPARE(response(handheld.answer()), u"OK"_s);
+    const QByteArray file = Folders::fileBytes(received(u"late"_s));
     QCOMPARE(file.size(), request.size() + sent);
     QVERIFY(file == request + content);
-    QCOMPARE(response(handheld.ask(commandText(QStringLiteral("SERVER_INFO")))),
-             QStringLiteral("OK"));
+    QCOMPARE(response(handheld.ask(commandText(u"SERVER_INFO"_s))), u"OK"_s);
 }
 
 void tst_Transfers::tokensDuringATransferGoIntoTheFile()
 {
-    QVERIFY(m_scene->start());
-    const QByteArray token = commandText(QStringLiteral("SERVER_INFO"));
-    const QByteArray request = exactRequest(QStringLiteral("mixed"), token.size() + 1);
-    Handheld handheld(m_scene->port());
+    QVERIFY(scene->start());
+    const QByteArray token = commandText(u"SERVER_INFO"_s);
+    const QByteArray request = exactRequest(u"mixed"_s, token.size() + 1);
+    Handheld handheld(scene->port());
     QVERIFY(beginTransfer(handheld, request));
     QVERIFY(handheld.sendAndSettle(token));
     QVERIFY(!handheld.hasUnreadAnswer());
     QVERIFY(handheld.send("!"));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
-    QCOMPARE(Folders::fileBytes(received("mixed")), request + token + '!');
+    QCOMPARE(response(handheld.answer()), u"OK"_s);
+    QCOMPARE(Folders::fileBytes(received(u"mixed"_s)), request + token + '!');
 }
 
 void tst_Transfers::filesFollowOneAnotherOnOneConnection()
 {
-    QVERIFY(m_scene->start());
-    Handheld handheld(m_scene->port());
+    QVERIFY(scene->start());
+    Handheld handheld(scene->port());
     for (const char *name : {"first", "second"}) {
         const QByteArray request = exactRequest(QLatin1String(name), 7);
         QVERIFY(beginTransfer(handheld, request));
         QVERIFY(handheld.send("content"));
-        QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
-        QCOMPARE(Folders::fileBytes(received(name)), request + "content");
+        QCOMPARE(response(handheld.answer()), u"OK"_s);
+        QCOMPARE(Folders::fileBytes(received(QLatin1StringView(name))), request + "content");
     }
-    QVERIFY(waitUntil([&] { return m_opener->opened().size() == 2; }));
+    QVERIFY(waitUntil([&] { return opener->opened().size() == 2; }));
 }
 
 void tst_Transfers::filesOfSeveralDevicesArriveAtOnce()
 {
-    QVERIFY(m_scene->start());
-    Handheld one(m_scene->port());
-    Handheld two(m_scene->port());
-    const QByteArray requestOne = exactRequest(QStringLiteral("one"), 4);
-    const QByteArray requestTwo = exactRequest(QStringLiteral("two"), 4);
+    QVERIFY(scene->start());
+    Handheld one(scene->port());
+    Handheld two(scene->port());
+    const QByteArray requestOne = exactRequest(u"one"_s, 4);
+    const QByteArray requestTwo = exactRequest(u"two"_s, 4);
     QVERIFY(beginTransfer(one, requestOne));
     QVERIFY(beginTransfer(two, requestTwo));
     QVERIFY(one.sendAndSettle("11"));
     QVERIFY(two.sendAndSettle("22"));
     QVERIFY(one.send("11"));
     QVERIFY(two.send("22"));
-    QCOMPARE(response(one.answer()), QStringLiteral("OK"));
-    QCOMPARE(response(two.answer()), QStringLiteral("OK"));
-    QCOMPARE(Folders::fileBytes(received("one")), requestOne + "1111");
-    QCOMPARE(Folders::fileBytes(received("two")), requestTwo + "2222");
+    QCOMPARE(response(one.answer()), u"OK"_s);
+    QCOMPARE(response(two.answer()), u"OK"_s);
+    QCOMPARE(Folders::fileBytes(received(u"one"_s)), requestOne + "1111");
+    QCOMPARE(Folders::fileBytes(received(u"two"_s)), requestTwo + "2222");
 }
 
 void tst_Transfers::existingFileIsAppendedTo()
 {
-    QVERIFY(m_scene->start());
-    QFile existing(received("notes"));
+    QVERIFY(scene->start());
+    QFile existing(received(u"notes"_s));
     QVERIFY(existing.open(QIODevice::WriteOnly));
     QVERIFY(existing.write("what was there\n") > 0);
     existing.close();
-    const QByteArray request = exactRequest(QStringLiteral("notes"), 3);
-    Handheld handheld(m_scene->port());
+    const QByteArray request = exactRequest(u"notes"_s, 3);
+    Handheld handheld(scene->port());
     QVERIFY(beginTransfer(handheld, request));
     QVERIFY(handheld.send("new"));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
-    QCOMPARE(Folders::fileBytes(received("notes")), "what was there\n" + request + "new");
+    QCOMPARE(response(handheld.answer()), u"OK"_s);
+    QCOMPARE(Folders::fileBytes(received(u"notes"_s)), "what was there\n" + request + "new");
 }
 
 /// Until the preferences were closed once, although these then show another folder.
 void tst_Transfers::withoutASettingFilesGoToTheDesktop()
 {
-    QVERIFY(QFile::remove(m_scene->session().settingsFile()));
-    const QString desktop = m_scene->session().home() + QStringLiteral("/Desktop");
+    QVERIFY(QFile::remove(scene->session().settingsFile()));
+    const QString desktop = scene->session().home() + u"/Desktop"_s;
     QVERIFY(QDir().mkpath(desktop));
-    QVERIFY(m_scene->start());
-    const QByteArray request = exactRequest(QStringLiteral("plain"), 2);
-    Handheld handheld(m_scene->port());
+    QVERIFY(scene->start());
+    const QByteArray request = exactRequest(u"plain"_s, 2);
+    Handheld handheld(scene->port());
     QVERIFY(beginTransfer(handheld, request));
     QVERIFY(handheld.send("ok"));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
-    QCOMPARE(Folders::fileBytes(desktop + QStringLiteral("/plain")), request + "ok");
+    QCOMPARE(response(handheld.answer()), u"OK"_s);
+    QCOMPARE(Folders::fileBytes(desktop + u"/plain"_s), request + "ok");
 }
 
 /// On the disk of the build folder, since /tmp may be memory itself.
@@ -427,14 +434,14 @@ void tst_Transfers::largeFileTakesNoMemory()
     constexpr qint64 Chunks = 1024;
     constexpr qint64 MostGrowth = 16 * MiB;
     const QTemporaryDir folder(QFileInfo(qEnvironmentVariable("VORNA_SERVER")).absolutePath() +
-                               QStringLiteral("/large-XXXXXX"));
-    m_scene->storeSetting(QStringLiteral("downloadDirectory"), folder.path());
-    m_scene->launchForgetful();
-    QVERIFY(m_scene->port() != 0);
-    const qint64 process = m_scene->server().processId();
+                               u"/large-XXXXXX"_s);
+    scene->storeSetting(u"downloadDirectory"_s, folder.path());
+    scene->launchForgetful();
+    QVERIFY(scene->port() != 0);
+    const qint64 process = scene->server().processId();
 
-    const QByteArray request = exactRequest(QStringLiteral("large"), Chunks * MiB);
-    Handheld handheld(m_scene->port());
+    const QByteArray request = exactRequest(u"large"_s, Chunks * MiB);
+    Handheld handheld(scene->port());
     QVERIFY(beginTransfer(handheld, request));
     QCryptographicHash hash(QCryptographicHash::Sha1);
     hash.addData(request);
@@ -445,26 +452,26 @@ void tst_Transfers::largeFileTakesNoMemory()
         hash.addData(chunk);
         QVERIFY(handheld.send(chunk));
     }
-    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
+    QCOMPARE(response(handheld.answer()), u"OK"_s);
     const qint64 growth = ProcessMemory::peak(process) - before;
     qInfo("Memory grew by %lld KiB", static_cast<long long>(growth / 1024));
     QVERIFY(growth < MostGrowth);
-    const QString path = folder.filePath(QStringLiteral("large"));
+    const QString path = folder.filePath(u"large"_s);
     QCOMPARE(QFileInfo(path).size(), request.size() + Chunks * MiB);
     QCOMPARE(Folders::fileHash(path), hash.result());
 }
 
 void tst_Transfers::existingFolderInTheNameIsUsed()
 {
-    QVERIFY(QDir().mkpath(received("trip/day one")));
-    QVERIFY(m_scene->start());
-    const QString name = QStringLiteral("trip/../trip/day one/photo");
+    QVERIFY(QDir().mkpath(received(u"trip/day one"_s)));
+    QVERIFY(scene->start());
+    const QString name = u"trip/../trip/day one/photo"_s;
     const QByteArray request = exactRequest(name, 2);
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QVERIFY(beginTransfer(handheld, request));
     QVERIFY(handheld.send("ok"));
-    QCOMPARE(response(handheld.answer()), QStringLiteral("OK"));
-    QCOMPARE(Folders::fileBytes(received("trip/day one/photo")), request + "ok");
+    QCOMPARE(response(handheld.answer()), u"OK"_s);
+    QCOMPARE(Folders::fileBytes(received(u"trip/day one/photo"_s)), request + "ok");
 }
 
 void tst_Transfers::nameThatCannotBeStoredTakesNothing_data()
@@ -472,11 +479,11 @@ void tst_Transfers::nameThatCannotBeStoredTakesNothing_data()
     QTest::addColumn<QString>("name");
     QTest::newRow("of a missing folder") << "missing/photo";
     QTest::newRow("one folder up") << "../photo";
-    QTest::newRow("several folders up") << "../../../../../../../../tmp/" + nameOfThisRun();
+    QTest::newRow("several folders up") << u"../../../../../../../../tmp/"_s + nameOfThisRun();
     QTest::newRow("up in the middle") << "there/../../photo";
     QTest::newRow("up in the middle, absolute") << "/there/../../photo";
     QTest::newRow("into the neighbour of the same beginning") << "../received-too/photo";
-    QTest::newRow("absolute") << "/etc/" + nameOfThisRun();
+    QTest::newRow("absolute") << u"/etc/"_s + nameOfThisRun();
     QTest::newRow("absolute, of what is there") << "/etc/passwd";
     QTest::newRow("of a folder") << "there";
     QTest::newRow("the folder itself") << ".";
@@ -490,38 +497,38 @@ void tst_Transfers::nameThatCannotBeStoredTakesNothing_data()
 void tst_Transfers::nameThatCannotBeStoredTakesNothing()
 {
     QFETCH(QString, name);
-    QVERIFY(QDir().mkpath(received("there")));
-    QVERIFY(QDir().mkpath(received() + QStringLiteral("-too")));
-    QFile file(received("file"));
+    QVERIFY(QDir().mkpath(received(u"there"_s)));
+    QVERIFY(QDir().mkpath(received() + u"-too"_s));
+    QFile file(received(u"file"_s));
     QVERIFY(file.open(QIODevice::WriteOnly));
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(servesOthers());
-    const QString everything = m_scene->session().path(QString());
+    const QString everything = scene->session().path(QString());
     const auto before = Folders::listing(everything);
 
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QVERIFY(beginTransfer(handheld, fileRequest(name, 10)));
     QVERIFY(handheld.sendAndSettle(QByteArray(100'000, 'x')));
-    QVERIFY(handheld.sendAndSettle(commandText(QStringLiteral("SERVER_INFO"))));
+    QVERIFY(handheld.sendAndSettle(commandText(u"SERVER_INFO"_s)));
     QVERIFY(!handheld.hasUnreadAnswer());
     handheld.leave();
     QVERIFY(servesOthers());
     QCOMPARE(Folders::differences(before, Folders::listing(everything)), QStringList());
-    QVERIFY(!QFile::exists(QStringLiteral("/tmp/") + nameOfThisRun()));
-    QVERIFY(!QFile::exists(QStringLiteral("/etc/") + nameOfThisRun()));
-    QVERIFY(m_opener->opened().isEmpty());
+    QVERIFY(!QFile::exists(u"/tmp/"_s + nameOfThisRun()));
+    QVERIFY(!QFile::exists(u"/etc/"_s + nameOfThisRun()));
+    QVERIFY(opener->opened().isEmpty());
 }
 
 /// A size beyond 63 bits counts from below zero, so the end shows by how much a write raises it.
 void tst_Transfers::aFailedWriteRaisesTheCountByOne()
 {
-    QVERIFY(m_scene->start());
-    const QString name = QStringLiteral("missing/photo");
-    Handheld two(m_scene->port());
-    QVERIFY(beginTransfer(two, fileRequest(name, QStringLiteral("18446744073709551614"))));
-    QCOMPARE(response(two.answer()), QStringLiteral("OK"));
-    Handheld one(m_scene->port());
-    QVERIFY(beginTransfer(one, fileRequest(name, QStringLiteral("18446744073709551615"))));
+    QVERIFY(scene->start());
+    const QString name = u"missing/photo"_s;
+    Handheld two(scene->port());
+    QVERIFY(beginTransfer(two, fileRequest(name, u"18446744073709551614"_s)));
+    QCOMPARE(response(two.answer()), u"OK"_s);
+    Handheld one(scene->port());
+    QVERIFY(beginTransfer(one, fileRequest(name, u"18446744073709551615"_s)));
     QVERIFY(one.sendAndSettle("x"));
     QVERIFY(!one.hasUnreadAnswer());
 }
@@ -529,9 +536,9 @@ void tst_Transfers::aFailedWriteRaisesTheCountByOne()
 void tst_Transfers::missingDownloadFolderIsNotMade()
 {
     QVERIFY(QDir().rmdir(received()));
-    QVERIFY(m_scene->start());
-    Handheld handheld(m_scene->port());
-    QVERIFY(beginTransfer(handheld, fileRequest(QStringLiteral("photo"), 10)));
+    QVERIFY(scene->start());
+    Handheld handheld(scene->port());
+    QVERIFY(beginTransfer(handheld, fileRequest(u"photo"_s, 10)));
     QVERIFY(handheld.sendAndSettle("some bytes"));
     QVERIFY(!handheld.hasUnreadAnswer());
     QVERIFY(!QFileInfo::exists(received()));
@@ -540,10 +547,10 @@ void tst_Transfers::missingDownloadFolderIsNotMade()
 /// Opened for writing it would wait for a reader for ever.
 void tst_Transfers::namedPipeDoesNotStopTheServer()
 {
-    QCOMPARE(::mkfifo(received("pipe").toUtf8().constData(), 0600), 0);
-    QVERIFY(m_scene->start());
-    Handheld handheld(m_scene->port());
-    QVERIFY(beginTransfer(handheld, fileRequest(QStringLiteral("pipe"), 10)));
+    QCOMPARE(::mkfifo(received(u"pipe"_s).toUtf8().constData(), 0600), 0);
+    QVERIFY(scene->start());
+    Handheld handheld(scene->port());
+    QVERIFY(beginTransfer(handheld, fileRequest(u"pipe"_s, 10)));
     QVERIFY(handheld.sendAndSettle("some bytes"));
     QVERIFY(!handheld.hasUnreadAnswer());
     QVERIFY(servesOthers());
@@ -552,11 +559,11 @@ void tst_Transfers::namedPipeDoesNotStopTheServer()
 void tst_Transfers::fullDiskKeepsWhatFitted()
 {
     constexpr qint64 Room = 1024 * 1024;
-    m_scene->launch(Confinement::smallDisk(received(), Room));
-    QVERIFY2(m_scene->port() != 0, m_scene->server().errorText().constData());
-    const QString seen = Confinement::insideOf(m_scene->server().processId(), received("large"));
-    Handheld handheld(m_scene->port());
-    const QByteArray request = exactRequest(QStringLiteral("large"), 3 * Room);
+    scene->launch(Confinement::smallDisk(received(), Room));
+    QVERIFY2(scene->port() != 0, scene->server().errorText().constData());
+    const QString seen = Confinement::insideOf(scene->server().processId(), received(u"large"_s));
+    Handheld handheld(scene->port());
+    const QByteArray request = exactRequest(u"large"_s, 3 * Room);
     QVERIFY(beginTransfer(handheld, request));
     const QByteArray content(3 * Room, 'x');
     QVERIFY(handheld.sendAndSettle(content));
@@ -571,19 +578,19 @@ void tst_Transfers::fullDiskKeepsWhatFitted()
     QCOMPARE(Folders::fileBytes(seen), QByteArray("further"));
     handheld.leave();
     QVERIFY(servesOthers());
-    QVERIFY(m_opener->opened().isEmpty());
+    QVERIFY(opener->opened().isEmpty());
 }
 
 void tst_Transfers::folderWithoutPermissionTakesNothing()
 {
     QCOMPARE(::chmod(received().toUtf8().constData(), 0555), 0);
-    m_scene->launch(Confinement::heedsPermissions());
-    QVERIFY2(m_scene->port() != 0, m_scene->server().errorText().constData());
-    Handheld handheld(m_scene->port());
-    QVERIFY(beginTransfer(handheld, fileRequest(QStringLiteral("photo"), 10)));
+    scene->launch(Confinement::heedsPermissions());
+    QVERIFY2(scene->port() != 0, scene->server().errorText().constData());
+    Handheld handheld(scene->port());
+    QVERIFY(beginTransfer(handheld, fileRequest(u"photo"_s, 10)));
     QVERIFY(handheld.sendAndSettle("some bytes"));
     QVERIFY(!handheld.hasUnreadAnswer());
-    QVERIFY(!QFileInfo::exists(received("photo")));
+    QVERIFY(!QFileInfo::exists(received(u"photo"_s)));
     QVERIFY(servesOthers());
     QCOMPARE(::chmod(received().toUtf8().constData(), 0755), 0);
 }
@@ -598,26 +605,27 @@ void tst_Transfers::bytesOfADeviceThatLeftAreKept_data()
 void tst_Transfers::bytesOfADeviceThatLeftAreKept()
 {
     QFETCH(bool, inOrder);
-    QVERIFY(m_scene->start());
-    const QByteArray request = fileRequest(QStringLiteral("half"), 1'000'000);
+    QVERIFY(scene->start());
+    const QByteArray request = fileRequest(u"half"_s, 1'000'000);
     const QByteArray half(500'000, 'h');
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QVERIFY(beginTransfer(handheld, request));
     QVERIFY(handheld.sendAndSettle(half));
-    if (inOrder)
+    if (inOrder) {
         handheld.leave();
-    else
+    } else {
         handheld.reset();
+    }
     QVERIFY(servesOthers());
-    QCOMPARE(Folders::fileBytes(received("half")), request + half);
+    QCOMPARE(Folders::fileBytes(received(u"half"_s)), request + half);
     // The next device's bytes come behind them.
-    Handheld next(m_scene->port());
-    const QByteArray again = exactRequest(QStringLiteral("half"), 3);
+    Handheld next(scene->port());
+    const QByteArray again = exactRequest(u"half"_s, 3);
     QVERIFY(beginTransfer(next, again));
     QVERIFY(next.send("end"));
-    QCOMPARE(response(next.answer()), QStringLiteral("OK"));
-    QCOMPARE(Folders::fileBytes(received("half")), request + half + again + "end");
-    QVERIFY(waitUntil([&] { return m_opener->opened() == QStringList{received("half")}; }));
+    QCOMPARE(response(next.answer()), u"OK"_s);
+    QCOMPARE(Folders::fileBytes(received(u"half"_s)), request + half + again + "end");
+    QVERIFY(waitUntil([&] { return opener->opened() == QStringList{received(u"half"_s)}; }));
 }
 
 void tst_Transfers::bytesAreKeptWhenTheServerEnds_data()
@@ -630,15 +638,15 @@ void tst_Transfers::bytesAreKeptWhenTheServerEnds_data()
 void tst_Transfers::bytesAreKeptWhenTheServerEnds()
 {
     QFETCH(int, signal);
-    QVERIFY(m_scene->start());
-    const QByteArray request = fileRequest(QStringLiteral("half"), 1'000'000);
-    Handheld handheld(m_scene->port());
+    QVERIFY(scene->start());
+    const QByteArray request = fileRequest(u"half"_s, 1'000'000);
+    Handheld handheld(scene->port());
     QVERIFY(beginTransfer(handheld, request));
     // Odd sizes, so that no buffer happens to be full at the end.
     QVERIFY(handheld.sendAndSettle(QByteArray(12'345, 'a')));
     QVERIFY(handheld.sendAndSettle("b"));
-    QCOMPARE(m_scene->server().end(signal).has_value(), signal != SIGKILL);
-    QCOMPARE(Folders::fileBytes(received("half")), request + QByteArray(12'345, 'a') + 'b');
+    QCOMPARE(scene->server().end(signal).has_value(), signal != SIGKILL);
+    QCOMPARE(Folders::fileBytes(received(u"half"_s)), request + QByteArray(12'345, 'a') + 'b');
 }
 
 QTEST_GUILESS_MAIN(tst_Transfers)

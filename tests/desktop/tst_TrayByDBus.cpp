@@ -7,22 +7,24 @@
 #include <QMap>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int BalloonMilliseconds = 10'000;
 
 constexpr QPoint InTheMiddle(500, 400);
-const QString preferencesLabel = QStringLiteral("Preferences...");
+const QString preferencesLabel = u"Preferences..."_s;
 
 /// Of the dialogs, by their items in the menu.
 const QMap<QString, QString> titles{
-    {QStringLiteral("About"), QStringLiteral("QMessageBox::information()")},
-    {preferencesLabel, QStringLiteral("Config Dialog")},
+    {u"About"_s, u"QMessageBox::information()"_s},
+    {preferencesLabel, u"Config Dialog"_s},
 };
 
 Notification message(const QString &body)
 {
-    return {QStringLiteral("VornaServer"), body, BalloonMilliseconds};
+    return {u"VornaServer"_s, body, BalloonMilliseconds};
 }
 
 } // namespace
@@ -60,204 +62,205 @@ private:
     void choose(const QString &label) const;
     std::optional<SeenWindow> openDialog(const QString &label) const;
     bool openWindowInFront();
-    QList<SeenWindow> dialogs() const
-    {
-        return m_scene->view().dialogs(m_scene->server().processId());
-    }
+    QList<SeenWindow> dialogs() const { return scene->view().dialogs(scene->server().processId()); }
     bool isInFront(const SeenWindow &dialog) const;
     PublishedItem item(const QString &label) const;
     bool hasItem(const QString &label) const { return item(label).number != 0; }
     bool isAnnounced(const QString &body) const;
 
-    std::unique_ptr<ServerScene> m_scene;
-    std::unique_ptr<NotificationDesk> m_desk;
-    std::unique_ptr<ChildProcess> m_otherProgram;
+    std::unique_ptr<ServerScene> scene;
+    std::unique_ptr<NotificationDesk> desk;
+    std::unique_ptr<ChildProcess> otherProgram;
 };
 
 void tst_TrayByDBus::init()
 {
-    m_scene = std::make_unique<ServerScene>(DesktopSession::SessionBus);
-    QCOMPARE(m_scene->session().problem(), QByteArray());
+    scene = std::make_unique<ServerScene>(DesktopSession::SessionBus);
+    QCOMPARE(scene->session().problem(), QByteArray());
 }
 
 void tst_TrayByDBus::cleanup()
 {
-    const QByteArray problem = m_scene->problemAtEnd();
-    m_otherProgram.reset();
-    m_desk.reset();
-    m_scene.reset();
+    const QByteArray problem = scene->problemAtEnd();
+    otherProgram.reset();
+    desk.reset();
+    scene.reset();
     QCOMPARE(problem, QByteArray());
 }
 
 bool tst_TrayByDBus::start()
 {
-    m_desk = std::make_unique<NotificationDesk>(m_scene->session().busAddress());
-    if (!m_desk->isReady())
+    desk = std::make_unique<NotificationDesk>(scene->session().busAddress());
+    if (!desk->isReady()) {
         return false;
-    m_scene->launch();
-    return m_scene->port() != 0 && waitUntil([this] { return m_desk->icons().size() == 1; });
+    }
+    scene->launch();
+    return scene->port() != 0 && waitUntil([this] { return desk->icons().size() == 1; });
 }
 
 /// The item with that label, or one with number 0.
 PublishedItem tst_TrayByDBus::item(const QString &label) const
 {
-    for (const PublishedItem &item : m_desk->menu(m_desk->icons().constFirst()))
-        if (item.label == label)
+    for (const PublishedItem &item : desk->menu(desk->icons().constFirst())) {
+        if (item.label == label) {
             return item;
+        }
+    }
     return {};
 }
 
 void tst_TrayByDBus::choose(const QString &label) const
 {
-    m_desk->click(m_desk->icons().constFirst(), item(label).number);
+    desk->click(desk->icons().constFirst(), item(label).number);
 }
 
 /// Chooses the item and waits for its dialog.
 std::optional<SeenWindow> tst_TrayByDBus::openDialog(const QString &label) const
 {
     choose(label);
-    return m_scene->waitForDialog(titles.value(label));
+    return scene->waitForDialog(titles.value(label));
 }
 
 /// Another program's window, which the user clicks into, covers the dialogs.
 bool tst_TrayByDBus::openWindowInFront()
 {
-    const DesktopView &view = m_scene->view();
+    const DesktopView &view = scene->view();
     const quint32 before = view.frontWindow();
-    m_otherProgram = std::make_unique<ChildProcess>();
-    m_otherProgram->setProcessEnvironment(m_scene->session().environment());
-    m_otherProgram->start(QStringLiteral("xterm"),
-                          {"-geometry", "160x50+0+0", "-e", "sleep", "600"});
+    otherProgram = std::make_unique<ChildProcess>();
+    otherProgram->setProcessEnvironment(scene->session().environment());
+    otherProgram->start(u"xterm"_s,
+                        {u"-geometry"_s, u"160x50+0+0"_s, u"-e"_s, u"sleep"_s, u"600"_s});
     const auto isInUse = [&] {
         return view.frontWindow() != before && view.activeWindow() == view.frontWindow();
     };
-    return waitUntil(isInUse) && m_scene->user().click(InTheMiddle) && waitUntil(isInUse);
+    return waitUntil(isInUse) && scene->user().click(InTheMiddle) && waitUntil(isInUse);
 }
 
 bool tst_TrayByDBus::isInFront(const SeenWindow &dialog) const
 {
     return waitUntil([&] {
-        return m_scene->view().frontWindow() == dialog.id &&
-               m_scene->view().activeWindow() == dialog.id;
+        return scene->view().frontWindow() == dialog.id &&
+               scene->view().activeWindow() == dialog.id;
     });
 }
 
 bool tst_TrayByDBus::isAnnounced(const QString &body) const
 {
-    return waitUntil([&] { return m_desk->notifications().contains(message(body)); });
+    return waitUntil([&] { return desk->notifications().contains(message(body)); });
 }
 
 void tst_TrayByDBus::panelThatComesLateIsUsed()
 {
-    m_scene->launch();
+    scene->launch();
     // Nothing happens meanwhile, so there is no condition to wait for.
-    QVERIFY(
-        !waitUntil([this] { return m_scene->server().isListening(); }, std::chrono::seconds(3)));
-    m_desk = std::make_unique<NotificationDesk>(m_scene->session().busAddress());
-    QVERIFY(m_desk->isReady());
-    QVERIFY(m_scene->port() != 0);
-    QVERIFY(waitUntil([this] { return m_desk->icons().size() == 1; }));
-    QVERIFY(isAnnounced(QStringLiteral("Server Started... ")));
+    QVERIFY(!waitUntil([this] { return scene->server().isListening(); }, std::chrono::seconds(3)));
+    desk = std::make_unique<NotificationDesk>(scene->session().busAddress());
+    QVERIFY(desk->isReady());
+    QVERIFY(scene->port() != 0);
+    QVERIFY(waitUntil([this] { return desk->icons().size() == 1; }));
+    QVERIFY(isAnnounced(u"Server Started... "_s));
 }
 
 void tst_TrayByDBus::startIsAnnounced()
 {
     QVERIFY(start());
-    QVERIFY(isAnnounced(QStringLiteral("Server Started... ")));
-    QCOMPARE(m_desk->notifications(), QList<Notification>{message("Server Started... ")});
+    QVERIFY(isAnnounced(u"Server Started... "_s));
+    QCOMPARE(desk->notifications(), QList<Notification>{message(u"Server Started... "_s)});
 }
 
 void tst_TrayByDBus::devicesAreAnnounced()
 {
     QVERIFY(start());
-    Handheld handheld(m_scene->port());
-    QVERIFY(
-        handheld.ask(commandText("SERVER_PAIR", {{"cmdParameters", QStringList{"id-1", "Anna"}}})));
-    QVERIFY(isAnnounced(QStringLiteral("Device Connected ")));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.ask(
+        commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{u"id-1"_s, u"Anna"_s}}})));
+    QVERIFY(isAnnounced(u"Device Connected "_s));
     handheld.leave();
-    QVERIFY(isAnnounced(QStringLiteral("Device Disconnected ")));
-    QCOMPARE(m_desk->notifications(),
-             (QList<Notification>{message("Server Started... "), message("Device Connected "),
-                                  message("Device Disconnected ")}));
+    QVERIFY(isAnnounced(u"Device Disconnected "_s));
+    QCOMPARE(desk->notifications(),
+             (QList<Notification>{message(u"Server Started... "_s), message(u"Device Connected "_s),
+                                  message(u"Device Disconnected "_s)}));
 }
 
 /// Starts a server that asks about devices.
 bool tst_TrayByDBus::askBeforePairing()
 {
-    m_scene->storeSetting(QStringLiteral("pairNeedsApproval"), true);
-    if (!start())
+    scene->storeSetting(u"pairNeedsApproval"_s, true);
+    if (!start()) {
         return false;
-    m_desk->click(m_desk->icons().constFirst(), item("Preferences...").number);
-    const auto preferences = m_scene->waitForDialog(QStringLiteral("Config Dialog"));
-    return preferences && m_scene->user().tapKey(QStringLiteral("Escape")) &&
-           m_scene->waitUntilGone(*preferences);
+    }
+    desk->click(desk->icons().constFirst(), item(u"Preferences..."_s).number);
+    const auto preferences = scene->waitForDialog(u"Config Dialog"_s);
+    return preferences && scene->user().tapKey(u"Escape"_s) && scene->waitUntilGone(*preferences);
 }
 
 void tst_TrayByDBus::refusedDeviceIsAnnounced()
 {
     QVERIFY(askBeforePairing());
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QVERIFY(handheld.send(
-        commandText("SERVER_PAIR", {{"cmdParameters", QStringList{"id-1", "Anna"}}})));
-    QVERIFY(m_scene->waitForDialog(QStringLiteral("VornaServer")));
-    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
+        commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{u"id-1"_s, u"Anna"_s}}})));
+    QVERIFY(scene->waitForDialog(u"VornaServer"_s));
+    QVERIFY(scene->user().tapKey(u"Escape"_s));
     QVERIFY(handheld.answer());
-    QVERIFY(isAnnounced(QStringLiteral("Device Rejected !! ")));
+    QVERIFY(isAnnounced(u"Device Rejected !! "_s));
 }
 
 void tst_TrayByDBus::keysThatCannotBeTypedAreAnnounced()
 {
     QVERIFY(start());
-    QVERIFY(isAnnounced(QStringLiteral("Server Started... ")));
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.sendAndSettle(commandText("KEYBOARD_CMD", {{"fncCommand", "Tab"}})));
-    QVERIFY(isAnnounced(QStringLiteral("\"Problem executing the shortcut: \" ")));
-    const QString first = m_desk->notifications().value(1).body;
-    QVERIFY2(first.startsWith(QStringLiteral("KeyCode not vailable for  0x")) ||
-                 first.startsWith(QStringLiteral("KeyCode not vailable for 0x")),
+    QVERIFY(isAnnounced(u"Server Started... "_s));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.sendAndSettle(commandText(u"KEYBOARD_CMD"_s, {{u"fncCommand"_s, u"Tab"_s}})));
+    QVERIFY(isAnnounced(u"\"Problem executing the shortcut: \" "_s));
+    const QString first = desk->notifications().value(1).body;
+    QVERIFY2(first.startsWith(u"KeyCode not vailable for  0x"_s) ||
+                 first.startsWith(u"KeyCode not vailable for 0x"_s),
              qPrintable(first));
-    QVERIFY(!first.contains(QStringLiteral("Tab")));
+    QVERIFY(!first.contains(u"Tab"_s));
 }
 
 void tst_TrayByDBus::menuHoldsItsItems()
 {
     QVERIFY(start());
     QStringList labels;
-    for (const PublishedItem &item : m_desk->menu(m_desk->icons().constFirst()))
-        labels.append(item.isSeparator ? QStringLiteral("-") : item.label);
-    QCOMPARE(labels, (QStringList{"About", "-", "Support Website", "Stop Server", "Preferences...",
-                                  "-", "Quit"}));
-    QVERIFY(item("Stop Server").isCheckable);
-    QVERIFY(item("Stop Server").isChecked);
-    QCOMPARE(m_desk->toolTip(m_desk->icons().constFirst()), QStringLiteral("VornaServer"));
+    for (const PublishedItem &item : desk->menu(desk->icons().constFirst())) {
+        labels.append(item.isSeparator ? u"-"_s : item.label);
+    }
+    QCOMPARE(labels, (QStringList{u"About"_s, u"-"_s, u"Support Website"_s, u"Stop Server"_s,
+                                  u"Preferences..."_s, u"-"_s, u"Quit"_s}));
+    QVERIFY(item(u"Stop Server"_s).isCheckable);
+    QVERIFY(item(u"Stop Server"_s).isChecked);
+    QCOMPARE(desk->toolTip(desk->icons().constFirst()), u"VornaServer"_s);
 }
 
 void tst_TrayByDBus::startStopItemIsRenamed()
 {
     QVERIFY(start());
-    const QString icon = m_desk->icons().constFirst();
-    const quint16 firstPort = m_scene->port();
-    m_desk->click(icon, item("Stop Server").number);
-    QVERIFY(waitUntil([this] { return hasItem("Start Server"); }));
-    QVERIFY(!m_scene->server().isListening());
+    const QString icon = desk->icons().constFirst();
+    const quint16 firstPort = scene->port();
+    desk->click(icon, item(u"Stop Server"_s).number);
+    QVERIFY(waitUntil([this] { return hasItem(u"Start Server"_s); }));
+    QVERIFY(!scene->server().isListening());
     QVERIFY(!Handheld(firstPort).isConnected());
-    m_desk->click(icon, item("Start Server").number);
-    QVERIFY(waitUntil([this] { return hasItem("Stop Server"); }));
-    QVERIFY(Handheld(m_scene->port()).ask(commandText("SERVER_INFO")));
+    desk->click(icon, item(u"Start Server"_s).number);
+    QVERIFY(waitUntil([this] { return hasItem(u"Stop Server"_s); }));
+    QVERIFY(Handheld(scene->port()).ask(commandText(u"SERVER_INFO"_s)));
 }
 
 void tst_TrayByDBus::quitEndsTheProgram()
 {
     QVERIFY(start());
-    m_desk->click(m_desk->icons().constFirst(), item("Quit").number);
-    QCOMPARE(m_scene->server().waitForEnd(), std::optional(0));
+    desk->click(desk->icons().constFirst(), item(u"Quit"_s).number);
+    QCOMPARE(scene->server().waitForEnd(), std::optional(0));
 }
 
 void tst_TrayByDBus::secondChoiceShowsTheOpenDialog_data()
 {
     QTest::addColumn<QString>("label");
-    for (const QString &label : titles.keys())
+    for (const QString &label : titles.keys()) {
         QTest::newRow(qPrintable(label)) << label;
+    }
 }
 
 void tst_TrayByDBus::secondChoiceShowsTheOpenDialog()
@@ -267,13 +270,13 @@ void tst_TrayByDBus::secondChoiceShowsTheOpenDialog()
     const auto dialog = openDialog(label);
     QVERIFY(dialog);
     QVERIFY(openWindowInFront());
-    QVERIFY(m_scene->view().frontWindow() != dialog->id);
+    QVERIFY(scene->view().frontWindow() != dialog->id);
     choose(label);
     QVERIFY(isInFront(*dialog));
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("second-choice")));
+    QVERIFY(scene->view().saveScreenshot(u"second-choice"_s));
     QCOMPARE(dialogs().size(), 1);
-    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
-    QVERIFY(m_scene->waitUntilGone(*dialog));
+    QVERIFY(scene->user().tapKey(u"Escape"_s));
+    QVERIFY(scene->waitUntilGone(*dialog));
     QVERIFY(openDialog(label));
 }
 
@@ -281,7 +284,7 @@ void tst_TrayByDBus::minimizedDialogComesBack()
 {
     QVERIFY(start());
     const auto dialog = openDialog(preferencesLabel);
-    QVERIFY(dialog && m_scene->user().minimizeWindow(dialog->id));
+    QVERIFY(dialog && scene->user().minimizeWindow(dialog->id));
     QVERIFY(waitUntil([this] { return dialogs().isEmpty(); }));
     choose(preferencesLabel);
     QVERIFY(isInFront(*dialog));
@@ -292,17 +295,17 @@ void tst_TrayByDBus::valuesOfTheOneDialogAreTaken()
 {
     QVERIFY(start());
     const auto dialog = openDialog(preferencesLabel);
-    QVERIFY(dialog && m_scene->user().tapKey(QStringLiteral("alt+a")));
+    QVERIFY(dialog && scene->user().tapKey(u"alt+a"_s));
     QVERIFY(openWindowInFront());
     choose(preferencesLabel);
     QVERIFY(isInFront(*dialog));
-    QVERIFY(!m_scene->storedSetting(QStringLiteral("pairNeedsApproval")).isValid());
-    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
-    QVERIFY(m_scene->waitUntilGone(*dialog));
+    QVERIFY(!scene->storedSetting(u"pairNeedsApproval"_s).isValid());
+    QVERIFY(scene->user().tapKey(u"Escape"_s));
+    QVERIFY(scene->waitUntilGone(*dialog));
     // A second dialog would have been closed by now, and would have stored the old value.
-    choose(QStringLiteral("Quit"));
-    QCOMPARE(m_scene->server().waitForEnd(), std::optional(0));
-    QCOMPARE(m_scene->storedSetting(QStringLiteral("pairNeedsApproval")).toBool(), true);
+    choose(u"Quit"_s);
+    QCOMPARE(scene->server().waitForEnd(), std::optional(0));
+    QCOMPARE(scene->storedSetting(u"pairNeedsApproval"_s).toBool(), true);
 }
 
 void tst_TrayByDBus::folderChooserStaysInFront()
@@ -311,21 +314,22 @@ void tst_TrayByDBus::folderChooserStaysInFront()
     const auto dialog = openDialog(preferencesLabel);
     QVERIFY(dialog);
     // From the dialog's first control over the line edit to Choose.
-    for (const char *key : {"Tab", "Tab", "space"})
-        QVERIFY(m_scene->user().tapKey(key));
-    const auto chooser = m_scene->waitForDialog(QStringLiteral("Find Directory"));
+    for (const char *key : {"Tab", "Tab", "space"}) {
+        QVERIFY(scene->user().tapKey(QLatin1StringView(key)));
+    }
+    const auto chooser = scene->waitForDialog(u"Find Directory"_s);
     QVERIFY(chooser);
     QVERIFY(openWindowInFront());
     choose(preferencesLabel);
     QVERIFY(isInFront(*chooser));
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("second-choice-while-browsing")));
+    QVERIFY(scene->view().saveScreenshot(u"second-choice-while-browsing"_s));
     QCOMPARE(dialogs().size(), 2);
     // It takes keys as before.
-    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
-    QVERIFY(m_scene->waitUntilGone(*chooser));
-    QVERIFY(waitUntil([&] { return m_scene->view().activeWindow() == dialog->id; }));
-    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
-    QVERIFY(m_scene->waitUntilGone(*dialog));
+    QVERIFY(scene->user().tapKey(u"Escape"_s));
+    QVERIFY(scene->waitUntilGone(*chooser));
+    QVERIFY(waitUntil([&] { return scene->view().activeWindow() == dialog->id; }));
+    QVERIFY(scene->user().tapKey(u"Escape"_s));
+    QVERIFY(scene->waitUntilGone(*dialog));
 }
 
 void tst_TrayByDBus::quitWhileADialogIsOpenEndsInOrder_data()
@@ -337,33 +341,32 @@ void tst_TrayByDBus::quitWhileADialogIsOpenEndsInOrder()
 {
     QFETCH(QString, label);
     QVERIFY(start());
-    Handheld handheld(m_scene->port());
-    QVERIFY(
-        handheld.ask(commandText("SERVER_PAIR", {{"cmdParameters", QStringList{"id-1", "Anna"}}})));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.ask(
+        commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{u"id-1"_s, u"Anna"_s}}})));
     QVERIFY(openDialog(label));
-    if (label == preferencesLabel)
-        QVERIFY(m_scene->user().tapKey(QStringLiteral("space")));
-    choose(QStringLiteral("Quit"));
-    QCOMPARE(m_scene->server().waitForEnd(), std::optional(0));
-    QCOMPARE(m_scene->storedSetting(QStringLiteral("pairedDeviceList")).toStringList(),
-             QStringList{"id-1"});
+    if (label == preferencesLabel) {
+        QVERIFY(scene->user().tapKey(u"space"_s));
+    }
+    choose(u"Quit"_s);
+    QCOMPARE(scene->server().waitForEnd(), std::optional(0));
+    QCOMPARE(scene->storedSetting(u"pairedDeviceList"_s).toStringList(), QStringList{u"id-1"_s});
     // However the preferences are closed, their values are taken.
-    QCOMPARE(m_scene->storedSetting(QStringLiteral("pairNeedsApproval")).toBool(),
-             label == preferencesLabel);
+    QCOMPARE(scene->storedSetting(u"pairNeedsApproval"_s).toBool(), label == preferencesLabel);
 }
 
 void tst_TrayByDBus::quitWhileAQuestionIsOpenRefusesTheDevice()
 {
     QVERIFY(askBeforePairing());
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QVERIFY(handheld.send(
-        commandText("SERVER_PAIR", {{"cmdParameters", QStringList{"id-1", "Anna"}}})));
-    QVERIFY(m_scene->waitForDialog(QStringLiteral("VornaServer")));
-    choose(QStringLiteral("Quit"));
-    QCOMPARE(m_scene->server().waitForEnd(), std::optional(0));
+        commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{u"id-1"_s, u"Anna"_s}}})));
+    QVERIFY(scene->waitForDialog(u"VornaServer"_s));
+    choose(u"Quit"_s);
+    QCOMPARE(scene->server().waitForEnd(), std::optional(0));
     const auto answer = handheld.answer();
     QVERIFY(answer);
-    QCOMPARE(answer->value("serverResponse").toString(), QStringLiteral("ERROR"));
+    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"ERROR"_s);
 }
 
 QTEST_GUILESS_MAIN(tst_TrayByDBus)

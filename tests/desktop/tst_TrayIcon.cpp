@@ -11,6 +11,8 @@
 
 #include <sys/resource.h>
 
+using namespace Qt::StringLiterals;
+
 using Item = TrayMenu::Item;
 using namespace std::chrono_literals;
 
@@ -44,7 +46,7 @@ private:
     bool stopByMenu() const;
     bool closeBalloon() const;
 
-    std::unique_ptr<ServerScene> m_scene;
+    std::unique_ptr<ServerScene> scene;
 };
 
 void tst_TrayIcon::init()
@@ -54,14 +56,14 @@ void tst_TrayIcon::init()
 
 void tst_TrayIcon::open(DesktopSession::Parts parts)
 {
-    m_scene = std::make_unique<ServerScene>(parts);
-    QCOMPARE(m_scene->session().problem(), QByteArray());
+    scene = std::make_unique<ServerScene>(parts);
+    QCOMPARE(scene->session().problem(), QByteArray());
 }
 
 void tst_TrayIcon::cleanup()
 {
-    const QByteArray problem = m_scene->problemAtEnd();
-    m_scene.reset();
+    const QByteArray problem = scene->problemAtEnd();
+    scene.reset();
     QCOMPARE(problem, QByteArray());
 }
 
@@ -69,61 +71,63 @@ void tst_TrayIcon::cleanup()
 QImage tst_TrayIcon::startStopText() const
 {
     constexpr int CheckMarkWidth = 24;
-    const TrayMenu menu = m_scene->menu();
-    if (!menu.open())
+    const TrayMenu menu = scene->menu();
+    if (!menu.open()) {
         return {};
+    }
     const QImage row = menu.row(Item::StartStop);
-    if (!menu.leave())
+    if (!menu.leave()) {
         return {};
+    }
     return row.copy(row.rect().adjusted(CheckMarkWidth, 0, 0, 0));
 }
 
 /// The balloon of the start comes up to a second later, and may cover a part of the menu.
 bool tst_TrayIcon::closeBalloon() const
 {
-    const auto balloon = [this] { return m_scene->view().balloon(m_scene->server().processId()); };
+    const auto balloon = [this] { return scene->view().balloon(scene->server().processId()); };
     return waitUntil([&] { return balloon().has_value(); }) &&
-           m_scene->user().click(balloon()->place.center()) &&
+           scene->user().click(balloon()->place.center()) &&
            waitUntil([&] { return !balloon().has_value(); });
 }
 
 bool tst_TrayIcon::stopByMenu() const
 {
-    return m_scene->menu().choose(Item::StartStop) &&
-           waitUntil([this] { return !m_scene->server().isListening(); });
+    return scene->menu().choose(Item::StartStop) &&
+           waitUntil([this] { return !scene->server().isListening(); });
 }
 
 void tst_TrayIcon::isOrangeWhileTheServerListens()
 {
-    QVERIFY(m_scene->start());
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("light-orange-listening")));
+    QVERIFY(scene->start());
+    QVERIFY(scene->showsLight(StatusLight::Orange));
+    QVERIFY(scene->view().saveScreenshot(u"light-orange-listening"_s));
 }
 
 void tst_TrayIcon::isGreenWhileADeviceIsConnected()
 {
-    QVERIFY(m_scene->start());
-    Handheld handheld(m_scene->port());
-    QVERIFY(m_scene->showsLight(StatusLight::Green));
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("light-green-connected")));
+    QVERIFY(scene->start());
+    Handheld handheld(scene->port());
+    QVERIFY(scene->showsLight(StatusLight::Green));
+    QVERIFY(scene->view().saveScreenshot(u"light-green-connected"_s));
     handheld.leave();
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("light-orange-after-leaving")));
+    QVERIFY(scene->showsLight(StatusLight::Orange));
+    QVERIFY(scene->view().saveScreenshot(u"light-orange-after-leaving"_s));
 }
 
 void tst_TrayIcon::isBlackOnceTheServerIsStopped()
 {
-    QVERIFY(m_scene->start());
-    const quint16 port = m_scene->port();
+    QVERIFY(scene->start());
+    const quint16 port = scene->port();
     QVERIFY(stopByMenu());
-    QVERIFY(m_scene->showsLight(StatusLight::Black));
+    QVERIFY(scene->showsLight(StatusLight::Black));
     QVERIFY(!Handheld(port).isConnected());
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("light-black-stopped")));
+    QVERIFY(scene->view().saveScreenshot(u"light-black-stopped"_s));
 }
 
 void tst_TrayIcon::isRedWhenTheServerHasNoPortToListenOn()
 {
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(closeBalloon());
     // Twice the same: nothing else was in front of it.
     QImage stopText;
@@ -131,60 +135,60 @@ void tst_TrayIcon::isRedWhenTheServerHasNoPortToListenOn()
         const QImage before = std::exchange(stopText, startStopText());
         return !stopText.isNull() && stopText == before;
     }));
-    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
 
-    m_scene->launch(LackOfPorts::bring);
-    QVERIFY(m_scene->showsLight(StatusLight::Red));
-    QVERIFY(!m_scene->server().isListening());
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("light-red-not-started")));
+    scene->launch(LackOfPorts::bring);
+    QVERIFY(scene->showsLight(StatusLight::Red));
+    QVERIFY(!scene->server().isListening());
+    QVERIFY(scene->view().saveScreenshot(u"light-red-not-started"_s));
     QVERIFY(waitUntil([&] { return startStopText() == stopText; }));
 
-    QVERIFY(LackOfPorts::end(m_scene->server().processId()));
-    QVERIFY(m_scene->menu().choose(Item::StartStop));
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
-    QVERIFY(m_scene->server().isListening());
+    QVERIFY(LackOfPorts::end(scene->server().processId()));
+    QVERIFY(scene->menu().choose(Item::StartStop));
+    QVERIFY(scene->showsLight(StatusLight::Orange));
+    QVERIFY(scene->server().isListening());
 }
 
 void tst_TrayIcon::isRedWhenARestartFailsAndOrangeOnceItWorks()
 {
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(stopByMenu());
-    const auto process = static_cast<pid_t>(m_scene->server().processId());
+    const auto process = static_cast<pid_t>(scene->server().processId());
     rlimit usual{};
     QCOMPARE(prlimit(process, RLIMIT_NOFILE, nullptr, &usual), 0);
     const rlimit none{3, usual.rlim_max};
     QCOMPARE(prlimit(process, RLIMIT_NOFILE, &none, nullptr), 0);
-    QVERIFY(m_scene->menu().choose(Item::StartStop));
-    QVERIFY(m_scene->showsLight(StatusLight::Red));
-    QVERIFY(!m_scene->server().isListening());
+    QVERIFY(scene->menu().choose(Item::StartStop));
+    QVERIFY(scene->showsLight(StatusLight::Red));
+    QVERIFY(!scene->server().isListening());
 
     QCOMPARE(prlimit(process, RLIMIT_NOFILE, &usual, nullptr), 0);
-    QVERIFY(m_scene->menu().choose(Item::StartStop));
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
-    QVERIFY(m_scene->server().isListening());
+    QVERIFY(scene->menu().choose(Item::StartStop));
+    QVERIFY(scene->showsLight(StatusLight::Orange));
+    QVERIFY(scene->server().isListening());
 }
 
 void tst_TrayIcon::turnsOrangeWhenOneOfTwoDevicesLeaves()
 {
-    QVERIFY(m_scene->start());
-    Handheld staying(m_scene->port());
-    Handheld leaving(m_scene->port());
-    QVERIFY(staying.ask(commandText(QStringLiteral("SERVER_INFO"))));
-    QVERIFY(leaving.ask(commandText(QStringLiteral("SERVER_INFO"))));
-    QVERIFY(m_scene->showsLight(StatusLight::Green));
+    QVERIFY(scene->start());
+    Handheld staying(scene->port());
+    Handheld leaving(scene->port());
+    QVERIFY(staying.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(leaving.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(scene->showsLight(StatusLight::Green));
     leaving.leave();
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
-    QVERIFY(staying.ask(commandText(QStringLiteral("SERVER_INFO"))));
+    QVERIFY(scene->showsLight(StatusLight::Orange));
+    QVERIFY(staying.ask(commandText(u"SERVER_INFO"_s)));
 }
 
 void tst_TrayIcon::startBalloonIsSeenAtTheIcon()
 {
-    QVERIFY(m_scene->start());
-    const qint64 process = m_scene->server().processId();
-    QVERIFY(waitUntil([&] { return m_scene->view().balloon(process).has_value(); }));
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("balloon-server-started")));
-    const QRect balloon = m_scene->view().balloon(process).value_or(SeenWindow()).place;
-    const QRect icon = m_scene->view().trayIcon(process).value_or(QRect());
+    QVERIFY(scene->start());
+    const qint64 process = scene->server().processId();
+    QVERIFY(waitUntil([&] { return scene->view().balloon(process).has_value(); }));
+    QVERIFY(scene->view().saveScreenshot(u"balloon-server-started"_s));
+    const QRect balloon = scene->view().balloon(process).value_or(SeenWindow()).place;
+    const QRect icon = scene->view().trayIcon(process).value_or(QRect());
     // The balloon's arrow points into the icon.
     QVERIFY(balloon.intersects(icon.adjusted(-1, -1, 1, 1)));
 }
@@ -192,14 +196,14 @@ void tst_TrayIcon::startBalloonIsSeenAtTheIcon()
 void tst_TrayIcon::listensAtOnceWhereTheTrayTakesNoIconIn()
 {
     open(DesktopSession::NoParts);
-    const TrayDouble tray(m_scene->session().display(), TrayDouble::Manner::Ignores);
+    const TrayDouble tray(scene->session().display(), TrayDouble::Manner::Ignores);
     QVERIFY(tray.isReady());
-    m_scene->launch();
+    scene->launch();
     QVERIFY(waitUntil([&] { return tray.sinceRequest().isValid(); }, GenerousLimit, 1ms));
-    QVERIFY(waitUntil([&] { return m_scene->server().isListening(); }, GenerousLimit, 1ms));
+    QVERIFY(waitUntil([&] { return scene->server().isListening(); }, GenerousLimit, 1ms));
     const qint64 listening = tray.sinceRequest().elapsed();
-    const qint64 process = m_scene->server().processId();
-    QVERIFY(waitUntil([&] { return m_scene->view().balloon(process).has_value(); }));
+    const qint64 process = scene->server().processId();
+    QVERIFY(waitUntil([&] { return scene->view().balloon(process).has_value(); }));
     const qint64 balloon = tray.sinceRequest().elapsed();
     qInfo("Listening %lld ms after the icon was shown, balloon %lld ms after it.", listening,
           balloon);
@@ -211,52 +215,51 @@ void tst_TrayIcon::listensAtOnceWhereTheTrayTakesNoIconIn()
 void tst_TrayIcon::choiceInTheFirstSecondHolds()
 {
     open(DesktopSession::NoParts);
-    const TrayDouble tray(m_scene->session().display(), TrayDouble::Manner::TakesToOrigin);
+    const TrayDouble tray(scene->session().display(), TrayDouble::Manner::TakesToOrigin);
     QVERIFY(tray.isReady());
-    m_scene->launch();
-    const qint64 process = m_scene->server().processId();
-    QVERIFY(waitUntil([&] { return m_scene->view().trayIcon(process).has_value(); }));
-    QVERIFY(m_scene->menu().choose(Item::StartStop));
+    scene->launch();
+    const qint64 process = scene->server().processId();
+    QVERIFY(waitUntil([&] { return scene->view().trayIcon(process).has_value(); }));
+    QVERIFY(scene->menu().choose(Item::StartStop));
     qInfo("Chosen %lld ms after the icon was shown.", tray.sinceRequest().elapsed());
-    QVERIFY(waitUntil([&] { return !m_scene->server().isListening(); }));
+    QVERIFY(waitUntil([&] { return !scene->server().isListening(); }));
     // Until whatever waits for the first second is done.
     QTest::qWait(1'500);
-    QVERIFY(!m_scene->server().isListening());
-    QVERIFY(m_scene->showsLight(StatusLight::Black));
+    QVERIFY(!scene->server().isListening());
+    QVERIFY(scene->showsLight(StatusLight::Black));
 }
 
 void tst_TrayIcon::pairingReplacesTheBalloon()
 {
-    QVERIFY(m_scene->start());
-    const qint64 process = m_scene->server().processId();
-    QVERIFY(waitUntil([&] { return m_scene->view().balloon(process).has_value(); }));
-    const SeenWindow first = m_scene->view().balloon(process).value_or(SeenWindow());
-    Handheld handheld(m_scene->port());
-    const auto answer = handheld.ask(
-        commandText(QStringLiteral("SERVER_PAIR"),
-                    {{QStringLiteral("cmdParameters"), QStringList{"id-1", "Anna's handheld"}}}));
+    QVERIFY(scene->start());
+    const qint64 process = scene->server().processId();
+    QVERIFY(waitUntil([&] { return scene->view().balloon(process).has_value(); }));
+    const SeenWindow first = scene->view().balloon(process).value_or(SeenWindow());
+    Handheld handheld(scene->port());
+    const auto answer = handheld.ask(commandText(
+        u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{u"id-1"_s, u"Anna's handheld"_s}}}));
     QVERIFY(answer);
-    QCOMPARE(answer->value(QStringLiteral("serverResponse")).toString(), QStringLiteral("OK"));
+    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"OK"_s);
     QVERIFY(waitUntil([&] {
-        const auto now = m_scene->view().balloon(process);
+        const auto now = scene->view().balloon(process);
         return now && now->id != first.id;
     }));
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("balloon-device-connected")));
+    QVERIFY(scene->view().saveScreenshot(u"balloon-device-connected"_s));
 }
 
 void tst_TrayIcon::stoppedServerOffersToStart()
 {
-    QVERIFY(m_scene->start());
+    QVERIFY(scene->start());
     QVERIFY(closeBalloon());
-    QVERIFY(m_scene->menu().open());
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("menu-listening")));
-    QVERIFY(m_scene->menu().leave());
+    QVERIFY(scene->menu().open());
+    QVERIFY(scene->view().saveScreenshot(u"menu-listening"_s));
+    QVERIFY(scene->menu().leave());
     const QImage stopText = startStopText();
     QVERIFY(stopByMenu());
-    QVERIFY(m_scene->menu().open());
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("menu-stopped")));
-    QVERIFY(m_scene->menu().click(Item::StartStop));
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
+    QVERIFY(scene->menu().open());
+    QVERIFY(scene->view().saveScreenshot(u"menu-stopped"_s));
+    QVERIFY(scene->menu().click(Item::StartStop));
+    QVERIFY(scene->showsLight(StatusLight::Orange));
     QVERIFY(waitUntil([&] { return startStopText() == stopText; }));
     QVERIFY(stopByMenu());
     const QImage startText = startStopText();
@@ -265,43 +268,43 @@ void tst_TrayIcon::stoppedServerOffersToStart()
 
 void tst_TrayIcon::restartedServerServesDevices()
 {
-    QVERIFY(m_scene->start());
-    Handheld early(m_scene->port());
-    QVERIFY(early.ask(commandText(QStringLiteral("SERVER_INFO"))));
+    QVERIFY(scene->start());
+    Handheld early(scene->port());
+    QVERIFY(early.ask(commandText(u"SERVER_INFO"_s)));
     QVERIFY(stopByMenu());
     // A connection from before the stop goes on.
-    QVERIFY(early.ask(commandText(QStringLiteral("SERVER_INFO"))));
-    QVERIFY(m_scene->menu().choose(Item::StartStop));
-    QVERIFY(m_scene->showsLight(StatusLight::Orange));
-    Handheld late(m_scene->port());
-    QVERIFY(late.ask(commandText(QStringLiteral("SERVER_INFO"))));
-    QVERIFY(m_scene->showsLight(StatusLight::Green));
-    QVERIFY(early.ask(commandText(QStringLiteral("SERVER_INFO"))));
+    QVERIFY(early.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(scene->menu().choose(Item::StartStop));
+    QVERIFY(scene->showsLight(StatusLight::Orange));
+    Handheld late(scene->port());
+    QVERIFY(late.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(scene->showsLight(StatusLight::Green));
+    QVERIFY(early.ask(commandText(u"SERVER_INFO"_s)));
 }
 
 void tst_TrayIcon::aboutBoxNamesTheProgram()
 {
-    QVERIFY(m_scene->start());
-    QVERIFY(m_scene->menu().choose(Item::About));
-    auto box = m_scene->waitForDialog(QStringLiteral("QMessageBox::information()"));
+    QVERIFY(scene->start());
+    QVERIFY(scene->menu().choose(Item::About));
+    auto box = scene->waitForDialog(u"QMessageBox::information()"_s);
     QVERIFY(box);
-    QVERIFY(m_scene->view().saveScreenshot(QStringLiteral("about")));
-    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
-    QVERIFY(m_scene->waitUntilGone(*box));
+    QVERIFY(scene->view().saveScreenshot(u"about"_s));
+    QVERIFY(scene->user().tapKey(u"Escape"_s));
+    QVERIFY(scene->waitUntilGone(*box));
 
-    QVERIFY(m_scene->menu().choose(Item::About));
-    box = m_scene->waitForDialog(QStringLiteral("QMessageBox::information()"));
-    QVERIFY(box && m_scene->clickButton(*box, 0));
-    QVERIFY(m_scene->waitUntilGone(*box));
-    QVERIFY(m_scene->server().isRunning());
-    QVERIFY(m_scene->server().isListening());
+    QVERIFY(scene->menu().choose(Item::About));
+    box = scene->waitForDialog(u"QMessageBox::information()"_s);
+    QVERIFY(box && scene->clickButton(*box, 0));
+    QVERIFY(scene->waitUntilGone(*box));
+    QVERIFY(scene->server().isRunning());
+    QVERIFY(scene->server().isListening());
 }
 
 void tst_TrayIcon::quitEndsTheProgram()
 {
-    QVERIFY(m_scene->start());
-    QVERIFY(m_scene->menu().choose(Item::Quit));
-    QCOMPARE(m_scene->server().waitForEnd(), std::optional(0));
+    QVERIFY(scene->start());
+    QVERIFY(scene->menu().choose(Item::Quit));
+    QCOMPARE(scene->server().waitForEnd(), std::optional(0));
 }
 
 QTEST_GUILESS_MAIN(tst_TrayIcon)

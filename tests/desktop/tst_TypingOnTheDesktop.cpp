@@ -12,37 +12,39 @@
 
 #include <array>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// Typed after what is tested, so that everything before it has arrived when it has.
-const QString Marker = QStringLiteral("F11");
+const QString Marker = u"F11"_s;
 constexpr quint32 MarkerSymbol = XKB_KEY_F11;
 
 /// A place over the watcher's window, where clicks disturb nothing else.
 constexpr QPoint Rest(40, 30);
 
-const QString FunctionKey = QStringLiteral("fncCommand");
-const QString ParametersKey = QStringLiteral("cmdParameters");
+const QString FunctionKey = u"fncCommand"_s;
+const QString ParametersKey = u"cmdParameters"_s;
 
 /// What has one sign only in this text, such as the semicolon, which otherwise ends an entry.
 QString guarded(const QString &text)
 {
-    return QStringLiteral("[[[IGNORE]]]") + text + QStringLiteral("[[[ENDIGNORE]]]");
+    return u"[[[IGNORE]]]"_s + text + u"[[[ENDIGNORE]]]"_s;
 }
 
 QByteArray keyboard(const QString &shortcut)
 {
-    return commandText("KEYBOARD_CMD", {{FunctionKey, guarded(shortcut)}});
+    return commandText(u"KEYBOARD_CMD"_s, {{FunctionKey, guarded(shortcut)}});
 }
 
 QByteArray mouse(const QString &code)
 {
-    return commandText("MOUSE_CMD", {{FunctionKey, code}});
+    return commandText(u"MOUSE_CMD"_s, {{FunctionKey, code}});
 }
 
 QByteArray mouse(const QString &code, const QStringList &parameters)
 {
-    return commandText("MOUSE_CMD", {{FunctionKey, code}, {ParametersKey, parameters}});
+    return commandText(u"MOUSE_CMD"_s, {{FunctionKey, code}, {ParametersKey, parameters}});
 }
 
 bool isModifierKey(quint32 symbol)
@@ -65,27 +67,29 @@ QString describe(const KeyInput &key)
                                                              {XCB_MOD_MASK_1, "Alt"},
                                                              {XCB_MOD_MASK_4, "Super"}}};
     QStringList held;
-    for (const auto &[mask, name] : masks)
-        if ((key.modifiers & mask) != 0)
+    for (const auto &[mask, name] : masks) {
+        if ((key.modifiers & mask) != 0) {
             held.append(QLatin1String(name));
-    const QString suffix = held.isEmpty() ? QString() : " (" + held.join(' ') + ')';
-    return (key.isDown ? '+' : '-') + nameOf(key.keysym) + suffix;
+        }
+    }
+    const QString suffix = held.isEmpty() ? QString() : u" ("_s + held.join(u' ') + u')';
+    return (key.isDown ? u'+' : u'-') + nameOf(key.keysym) + suffix;
 }
 
 QString describe(const RawInput &input)
 {
     switch (input.kind) {
     case RawInput::Kind::ButtonPress:
-        return QStringLiteral("press %1").arg(input.detail);
+        return u"press %1"_s.arg(input.detail);
     case RawInput::Kind::ButtonRelease:
-        return QStringLiteral("release %1").arg(input.detail);
+        return u"release %1"_s.arg(input.detail);
     case RawInput::Kind::Motion:
-        return QStringLiteral("move");
+        return u"move"_s;
     case RawInput::Kind::KeyPress:
     case RawInput::Kind::KeyRelease:
         break;
     }
-    return QStringLiteral("key");
+    return u"key"_s;
 }
 
 } // namespace
@@ -128,52 +132,53 @@ private:
     bool waitForMarker();
     QStringList mouseInputSoFar();
 
-    std::unique_ptr<ServerScene> m_scene;
-    std::unique_ptr<InputWatcher> m_watcher;
+    std::unique_ptr<ServerScene> scene;
+    std::unique_ptr<InputWatcher> watcher;
 };
 
 void tst_TypingOnTheDesktop::initTestCase()
 {
-    m_scene = std::make_unique<ServerScene>();
-    QCOMPARE(m_scene->session().problem(), QByteArray());
-    QVERIFY(m_scene->start());
-    m_watcher = std::make_unique<InputWatcher>(m_scene->session().display());
-    QVERIFY(m_watcher->isConnected());
+    scene = std::make_unique<ServerScene>();
+    QCOMPARE(scene->session().problem(), QByteArray());
+    QVERIFY(scene->start());
+    watcher = std::make_unique<InputWatcher>(scene->session().display());
+    QVERIFY(watcher->isConnected());
 }
 
 void tst_TypingOnTheDesktop::init()
 {
-    m_watcher->takeFocus();
-    QVERIFY(m_scene->user().moveTo(Rest));
-    QVERIFY(waitUntil([this] { return m_watcher->pointerPosition() == Rest; }));
-    m_watcher->clear();
+    watcher->takeFocus();
+    QVERIFY(scene->user().moveTo(Rest));
+    QVERIFY(waitUntil([this] { return watcher->pointerPosition() == Rest; }));
+    watcher->clear();
 }
 
 /// Nothing stays down, whatever was typed.
 void tst_TypingOnTheDesktop::cleanup()
 {
-    QCOMPARE(m_watcher->keysDown(), std::vector<int>());
-    QCOMPARE(m_watcher->pointerMask(), 0);
+    QCOMPARE(watcher->keysDown(), std::vector<int>());
+    QCOMPARE(watcher->pointerMask(), 0);
 }
 
 void tst_TypingOnTheDesktop::cleanupTestCase()
 {
-    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
 }
 
 /// Sends the token on a connection of its own and waits until the server is done with it.
 bool tst_TypingOnTheDesktop::carryOut(const QByteArray &token)
 {
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     return handheld.sendAndSettle(token);
 }
 
 bool tst_TypingOnTheDesktop::waitForMarker()
 {
-    if (!carryOut(keyboard(Marker)))
+    if (!carryOut(keyboard(Marker))) {
         return false;
+    }
     return waitUntil([this] {
-        const std::vector<KeyInput> &keys = m_watcher->keys();
+        const std::vector<KeyInput> &keys = watcher->keys();
         return !keys.empty() && keys.back().keysym == MarkerSymbol && !keys.back().isDown;
     });
 }
@@ -181,65 +186,79 @@ bool tst_TypingOnTheDesktop::waitForMarker()
 /// The key events that the token caused.
 QStringList tst_TypingOnTheDesktop::keysOf(const QByteArray &token)
 {
-    m_watcher->clear();
-    if (!carryOut(token) || !waitForMarker())
-        return {QStringLiteral("no marker")};
+    watcher->clear();
+    if (!carryOut(token) || !waitForMarker()) {
+        return {u"no marker"_s};
+    }
     QStringList described;
-    for (const KeyInput &key : m_watcher->keys())
-        if (key.keysym != MarkerSymbol)
+    for (const KeyInput &key : watcher->keys()) {
+        if (key.keysym != MarkerSymbol) {
             described.append(describe(key));
+        }
+    }
     return described;
 }
 
 /// Those of keys that are no modifiers.
 QStringList tst_TypingOnTheDesktop::plainKeysOf(const QByteArray &token)
 {
-    m_watcher->clear();
-    if (!carryOut(token) || !waitForMarker())
-        return {QStringLiteral("no marker")};
+    watcher->clear();
+    if (!carryOut(token) || !waitForMarker()) {
+        return {u"no marker"_s};
+    }
     QStringList described;
-    for (const KeyInput &key : m_watcher->keys())
-        if (key.keysym != MarkerSymbol && !isModifierKey(key.keysym))
+    for (const KeyInput &key : watcher->keys()) {
+        if (key.keysym != MarkerSymbol && !isModifierKey(key.keysym)) {
             described.append(describe(key));
+        }
+    }
     return described;
 }
 
 QStringList tst_TypingOnTheDesktop::mouseInputSoFar()
 {
     QStringList described;
-    for (const RawInput &input : m_watcher->raw())
-        if (input.kind != RawInput::Kind::KeyPress && input.kind != RawInput::Kind::KeyRelease)
+    for (const RawInput &input : watcher->raw()) {
+        if (input.kind != RawInput::Kind::KeyPress && input.kind != RawInput::Kind::KeyRelease) {
             described.append(describe(input));
+        }
+    }
     return described;
 }
 
 QStringList tst_TypingOnTheDesktop::mouseInputOf(const QByteArray &token)
 {
-    m_watcher->clear();
-    if (!carryOut(token) || !waitForMarker())
-        return {QStringLiteral("no marker")};
+    watcher->clear();
+    if (!carryOut(token) || !waitForMarker()) {
+        return {u"no marker"_s};
+    }
     return mouseInputSoFar();
 }
 
 void tst_TypingOnTheDesktop::everyTypableNameTypesItsKey()
 {
     std::vector<std::pair<QString, quint32>> names{
-        // Wanted: the two square brackets are exchanged.
-        {"[", XKB_KEY_bracketright}, {"]", XKB_KEY_bracketleft}, {"=", XKB_KEY_equal},
-        {"-", XKB_KEY_minus},        {"'", XKB_KEY_apostrophe},  {";", XKB_KEY_semicolon},
-        {"\\", XKB_KEY_backslash},   {",", XKB_KEY_comma},       {"/", XKB_KEY_slash},
+        // By design: the two square brackets are exchanged.
+        {u"["_s, XKB_KEY_bracketright}, {u"]"_s, XKB_KEY_bracketleft}, {u"="_s, XKB_KEY_equal},
+        {u"-"_s, XKB_KEY_minus},        {u"'"_s, XKB_KEY_apostrophe},  {u";"_s, XKB_KEY_semicolon},
+        {u"\\"_s, XKB_KEY_backslash},   {u","_s, XKB_KEY_comma},       {u"/"_s, XKB_KEY_slash},
     };
-    for (char letter = 'A'; letter <= 'Z'; ++letter)
-        names.emplace_back(QChar(letter), quint32(letter - 'A' + XKB_KEY_a));
-    for (char letter = 'a'; letter <= 'z'; ++letter)
-        names.emplace_back(QChar(letter), quint32(letter - 'a' + XKB_KEY_a));
-    for (char digit = '0'; digit <= '9'; ++digit)
-        names.emplace_back(QChar(digit), quint32(digit - '0' + XKB_KEY_0));
-    for (int number = 1; number <= 12; ++number)
-        if (QStringLiteral("F%1").arg(number) != Marker)
-            names.emplace_back(QStringLiteral("F%1").arg(number), quint32(XKB_KEY_F1 + number - 1));
+    for (char letter = 'A'; letter <= 'Z'; ++letter) {
+        names.emplace_back(QChar::fromLatin1(letter), quint32(letter - 'A' + XKB_KEY_a));
+    }
+    for (char letter = 'a'; letter <= 'z'; ++letter) {
+        names.emplace_back(QChar::fromLatin1(letter), quint32(letter - 'a' + XKB_KEY_a));
+    }
+    for (char digit = '0'; digit <= '9'; ++digit) {
+        names.emplace_back(QChar::fromLatin1(digit), quint32(digit - '0' + XKB_KEY_0));
+    }
+    for (int number = 1; number <= 12; ++number) {
+        if (u"F%1"_s.arg(number) != Marker) {
+            names.emplace_back(u"F%1"_s.arg(number), quint32(XKB_KEY_F1 + number - 1));
+        }
+    }
     for (const auto &[name, symbol] : names) {
-        const QStringList expected{'+' + nameOf(symbol), '-' + nameOf(symbol)};
+        const QStringList expected{u'+' + nameOf(symbol), u'-' + nameOf(symbol)};
         QCOMPARE(keysOf(keyboard(name)), expected);
     }
 }
@@ -248,12 +267,12 @@ void tst_TypingOnTheDesktop::functionKeysThatTheLayoutLacksArePressedByPosition(
 {
     constexpr int CodeOfF13 = 191; // The kernel's KEY_F13 (183) and the 8 that X11 adds.
     for (int number = 13; number <= 20; ++number) {
-        m_watcher->clear();
-        QVERIFY(carryOut(keyboard(QStringLiteral("F%1").arg(number))));
+        watcher->clear();
+        QVERIFY(carryOut(keyboard(u"F%1"_s.arg(number))));
         QVERIFY(waitForMarker());
-        QCOMPARE(m_watcher->keys().size(), size_t(4));
-        QCOMPARE(m_watcher->keys()[0].keycode, CodeOfF13 + number - 13);
-        QCOMPARE(m_watcher->keys()[1].keycode, CodeOfF13 + number - 13);
+        QCOMPARE(watcher->keys().size(), size_t(4));
+        QCOMPARE(watcher->keys()[0].keycode, CodeOfF13 + number - 13);
+        QCOMPARE(watcher->keys()[1].keycode, CodeOfF13 + number - 13);
     }
 }
 
@@ -262,20 +281,21 @@ void tst_TypingOnTheDesktop::shortcutHoldsItsModifiers_data()
     QTest::addColumn<QString>("shortcut");
     QTest::addColumn<QStringList>("keys");
     const auto row = [](const char *shortcut, const QString &key) {
-        QTest::newRow(shortcut) << QString(shortcut) << QStringList{'+' + key, '-' + key};
+        QTest::newRow(shortcut) << QString::fromLatin1(shortcut)
+                                << QStringList{u'+' + key, u'-' + key};
     };
-    row("Cmd+Q", "q (Control)");
-    row("Ctrl+Q", "q (Control)");
-    row("Cmd+Ctrl+Q", "q (Control)");
-    row("Alt+F9", "F9 (Alt)");
-    row("Shift+A", "A (Shift)");
-    row("Shift+1", "exclam (Shift)");
-    row("Shift+Alt+a", "A (Shift Alt)");
-    row("Cmd+Alt+Shift+Z", "Z (Shift Control Alt)");
-    row("A+B", "b");
-    row("A+Cmd+B+Shift", "B (Shift Control)");
-    row("cmd+q", "q");
-    row("Shift+ +Cmd", "space (Shift Control)");
+    row("Cmd+Q", u"q (Control)"_s);
+    row("Ctrl+Q", u"q (Control)"_s);
+    row("Cmd+Ctrl+Q", u"q (Control)"_s);
+    row("Alt+F9", u"F9 (Alt)"_s);
+    row("Shift+A", u"A (Shift)"_s);
+    row("Shift+1", u"exclam (Shift)"_s);
+    row("Shift+Alt+a", u"A (Shift Alt)"_s);
+    row("Cmd+Alt+Shift+Z", u"Z (Shift Control Alt)"_s);
+    row("A+B", u"b"_s);
+    row("A+Cmd+B+Shift", u"B (Shift Control)"_s);
+    row("cmd+q", u"q"_s);
+    row("Shift+ +Cmd", u"space (Shift Control)"_s);
 }
 
 void tst_TypingOnTheDesktop::shortcutHoldsItsModifiers()
@@ -287,18 +307,20 @@ void tst_TypingOnTheDesktop::shortcutHoldsItsModifiers()
 
 void tst_TypingOnTheDesktop::shortcutIsPressedAndReleasedInOrder()
 {
-    QCOMPARE(keysOf(keyboard("Cmd+Q")),
-             (QStringList{"+Control_L", "+q (Control)", "-q (Control)", "-Control_L (Control)"}));
-    QCOMPARE(keysOf(keyboard("A")), (QStringList{"+a", "-a"}));
-    QCOMPARE(keysOf(keyboard("F5")), (QStringList{"+F5", "-F5"}));
+    QCOMPARE(keysOf(keyboard(u"Cmd+Q"_s)),
+             (QStringList{u"+Control_L"_s, u"+q (Control)"_s, u"-q (Control)"_s,
+                          u"-Control_L (Control)"_s}));
+    QCOMPARE(keysOf(keyboard(u"A"_s)), (QStringList{u"+a"_s, u"-a"_s}));
+    QCOMPARE(keysOf(keyboard(u"F5"_s)), (QStringList{u"+F5"_s, u"-F5"_s}));
 }
 
 void tst_TypingOnTheDesktop::namesThatCannotBeTypedTypeNothing()
 {
     for (const char *name : {"Ret",  "Tab",    "Esc", "Del",   "Home",      "UArrow",      "VolUp",
                              "Help", "RShift", "Cmd", "Shift", "Cmd+Shift", "Cmd+",        "+",
-                             "++",   "",       ".",   "AB",    "F21",       "Cmd+Nonsense"})
-        QCOMPARE(keysOf(keyboard(name)), QStringList());
+                             "++",   "",       ".",   "AB",    "F21",       "Cmd+Nonsense"}) {
+        QCOMPARE(keysOf(keyboard(QLatin1StringView(name))), QStringList());
+    }
 }
 
 void tst_TypingOnTheDesktop::clicksPressTheirButton_data()
@@ -319,128 +341,131 @@ void tst_TypingOnTheDesktop::clicksPressTheirButton()
 {
     QFETCH(QString, code);
     QFETCH(int, button);
-    const QStringList expected{QStringLiteral("press %1").arg(button),
-                               QStringLiteral("release %1").arg(button)};
+    const QStringList expected{u"press %1"_s.arg(button), u"release %1"_s.arg(button)};
     QStringList clicks = mouseInputOf(mouse(code));
-    clicks.removeAll(QStringLiteral("move"));
+    clicks.removeAll(u"move"_s);
     QCOMPARE(clicks, expected);
-    QCOMPARE(m_watcher->pointerPosition(), Rest);
-    QCOMPARE(m_watcher->buttons().size(), size_t(2));
-    for (const ButtonInput &input : m_watcher->buttons())
+    QCOMPARE(watcher->pointerPosition(), Rest);
+    QCOMPARE(watcher->buttons().size(), size_t(2));
+    for (const ButtonInput &input : watcher->buttons()) {
         QCOMPARE(input.position, Rest);
+    }
 }
 
 void tst_TypingOnTheDesktop::otherMouseCodesDoNothing()
 {
-    for (const char *code : {"5", "-1", "99", "6", "-4", "1000"})
-        QCOMPARE(mouseInputOf(mouse(code)), QStringList());
-    QCOMPARE(m_watcher->pointerPosition(), Rest);
+    for (const char *code : {"5", "-1", "99", "6", "-4", "1000"}) {
+        QCOMPARE(mouseInputOf(mouse(QLatin1StringView(code))), QStringList());
+    }
+    QCOMPARE(watcher->pointerPosition(), Rest);
 }
 
 void tst_TypingOnTheDesktop::missingMouseCodeClicksLeft()
 {
-    QStringList clicks = mouseInputOf(commandText("MOUSE_CMD"));
-    clicks.removeAll(QStringLiteral("move"));
-    QCOMPARE(clicks, (QStringList{"press 1", "release 1"}));
+    QStringList clicks = mouseInputOf(commandText(u"MOUSE_CMD"_s));
+    clicks.removeAll(u"move"_s);
+    QCOMPARE(clicks, (QStringList{u"press 1"_s, u"release 1"_s}));
 }
 
 void tst_TypingOnTheDesktop::pointerMovesByTheOffset_data()
 {
     QTest::addColumn<QStringList>("offset");
     QTest::addColumn<QPoint>("expected");
-    QTest::newRow("right and up") << QStringList{"10", "-5"} << QPoint(10, -5);
-    QTest::newRow("left and down") << QStringList{"-20", "300"} << QPoint(-20, 300);
-    QTest::newRow("not at all") << QStringList{"0", "0"} << QPoint(0, 0);
-    QTest::newRow("not a number") << QStringList{"x", "7"} << QPoint(0, 7);
-    QTest::newRow("both empty") << QStringList{"", ""} << QPoint(0, 0);
+    QTest::newRow("right and up") << QStringList{u"10"_s, u"-5"_s} << QPoint(10, -5);
+    QTest::newRow("left and down") << QStringList{u"-20"_s, u"300"_s} << QPoint(-20, 300);
+    QTest::newRow("not at all") << QStringList{u"0"_s, u"0"_s} << QPoint(0, 0);
+    QTest::newRow("not a number") << QStringList{u"x"_s, u"7"_s} << QPoint(0, 7);
+    QTest::newRow("both empty") << QStringList{u""_s, u""_s} << QPoint(0, 0);
 }
 
 void tst_TypingOnTheDesktop::pointerMovesByTheOffset()
 {
     QFETCH(QStringList, offset);
     QFETCH(QPoint, expected);
-    QStringList input = mouseInputOf(mouse("4", offset));
-    input.removeAll(QStringLiteral("move"));
+    QStringList input = mouseInputOf(mouse(u"4"_s, offset));
+    input.removeAll(u"move"_s);
     QCOMPARE(input, QStringList());
-    QCOMPARE(m_watcher->pointerPosition(), Rest + expected);
+    QCOMPARE(watcher->pointerPosition(), Rest + expected);
 }
 
 void tst_TypingOnTheDesktop::pointerStaysOnTheScreen()
 {
-    mouseInputOf(mouse("4", {"-5000", "-5000"}));
-    QCOMPARE(m_watcher->pointerPosition(), QPoint(0, 0));
-    mouseInputOf(mouse("4", {"2147483647", "2147483647"}));
-    QCOMPARE(m_watcher->pointerPosition(), QPoint(1023, 767));
-    mouseInputOf(mouse("4", {"-2147483648", "-2147483648"}));
-    QCOMPARE(m_watcher->pointerPosition(), QPoint(0, 0));
+    mouseInputOf(mouse(u"4"_s, {u"-5000"_s, u"-5000"_s}));
+    QCOMPARE(watcher->pointerPosition(), QPoint(0, 0));
+    mouseInputOf(mouse(u"4"_s, {u"2147483647"_s, u"2147483647"_s}));
+    QCOMPARE(watcher->pointerPosition(), QPoint(1023, 767));
+    mouseInputOf(mouse(u"4"_s, {u"-2147483648"_s, u"-2147483648"_s}));
+    QCOMPARE(watcher->pointerPosition(), QPoint(0, 0));
 }
 
 void tst_TypingOnTheDesktop::moveReusesEarlierParameters()
 {
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.sendAndSettle(mouse("4", {"11", "12"})));
-    QVERIFY(handheld.sendAndSettle(mouse("4")));
-    QVERIFY(handheld.sendAndSettle(commandText("MOUSE_CMD")));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.sendAndSettle(mouse(u"4"_s, {u"11"_s, u"12"_s})));
+    QVERIFY(handheld.sendAndSettle(mouse(u"4"_s)));
+    QVERIFY(handheld.sendAndSettle(commandText(u"MOUSE_CMD"_s)));
     QVERIFY(waitForMarker());
-    QCOMPARE(m_watcher->pointerPosition(), Rest + 3 * QPoint(11, 12));
+    QCOMPARE(watcher->pointerPosition(), Rest + 3 * QPoint(11, 12));
 }
 
 void tst_TypingOnTheDesktop::wrongNumberOfOffsetsDoesNothing()
 {
     for (const QStringList &offset :
-         {QStringList{"10"}, QStringList{"10", "-5", "0"}, QStringList()})
-        QCOMPARE(mouseInputOf(mouse("4", offset)), QStringList());
-    QCOMPARE(mouseInputOf(mouse("4")), QStringList());
-    QCOMPARE(m_watcher->pointerPosition(), Rest);
+         {QStringList{u"10"_s}, QStringList{u"10"_s, u"-5"_s, u"0"_s}, QStringList()}) {
+        QCOMPARE(mouseInputOf(mouse(u"4"_s, offset)), QStringList());
+    }
+    QCOMPARE(mouseInputOf(mouse(u"4"_s)), QStringList());
+    QCOMPARE(watcher->pointerPosition(), Rest);
 }
 
 void tst_TypingOnTheDesktop::applicationCommandDoesNothing()
 {
-    Handheld handheld(m_scene->port());
-    m_watcher->clear();
-    QVERIFY(handheld.sendAndSettle(commandText(
-        "APPLICATION_CMD", {{FunctionKey, "Q"}, {ParametersKey, QStringList{"Finder", "1"}}})));
+    Handheld handheld(scene->port());
+    watcher->clear();
+    QVERIFY(handheld.sendAndSettle(
+        commandText(u"APPLICATION_CMD"_s,
+                    {{FunctionKey, u"Q"_s}, {ParametersKey, QStringList{u"Finder"_s, u"1"_s}}})));
     QVERIFY(waitForMarker());
-    QCOMPARE(m_watcher->keys().size(), size_t(2));
+    QCOMPARE(watcher->keys().size(), size_t(2));
     QCOMPARE(mouseInputSoFar(), QStringList());
     QVERIFY(!handheld.hasUnreadAnswer());
 }
 
 void tst_TypingOnTheDesktop::refusedDeviceStillTypes()
 {
-    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
-    m_scene->storeSetting(QStringLiteral("pairNeedsApproval"), true);
-    QVERIFY(m_scene->start());
-    QVERIFY(m_scene->menu().choose(TrayMenu::Item::Preferences));
-    const auto preferences = m_scene->waitForDialog(QStringLiteral("Config Dialog"));
-    QVERIFY(preferences && m_scene->clickButton(*preferences, 0));
-    QVERIFY(m_scene->waitUntilGone(*preferences));
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+    scene->storeSetting(u"pairNeedsApproval"_s, true);
+    QVERIFY(scene->start());
+    QVERIFY(scene->menu().choose(TrayMenu::Item::Preferences));
+    const auto preferences = scene->waitForDialog(u"Config Dialog"_s);
+    QVERIFY(preferences && scene->clickButton(*preferences, 0));
+    QVERIFY(scene->waitUntilGone(*preferences));
 
-    Handheld handheld(m_scene->port());
-    QVERIFY(
-        handheld.send(commandText("SERVER_PAIR", {{ParametersKey, QStringList{"id", "Refused"}}})));
-    QVERIFY(m_scene->waitForDialog(QStringLiteral("VornaServer")));
-    QVERIFY(m_scene->user().tapKey(QStringLiteral("Escape")));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.send(
+        commandText(u"SERVER_PAIR"_s, {{ParametersKey, QStringList{u"id"_s, u"Refused"_s}}})));
+    QVERIFY(scene->waitForDialog(u"VornaServer"_s));
+    QVERIFY(scene->user().tapKey(u"Escape"_s));
     const auto answer = handheld.answer();
     QVERIFY(answer);
-    QCOMPARE(answer->value(QStringLiteral("serverResponse")).toString(), QStringLiteral("ERROR"));
+    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"ERROR"_s);
 
-    m_watcher->takeFocus();
-    QVERIFY(m_scene->user().moveTo(Rest));
-    m_watcher->clear();
-    QVERIFY(handheld.sendAndSettle(keyboard("Cmd+Q")));
-    QVERIFY(handheld.sendAndSettle(mouse("1")));
+    watcher->takeFocus();
+    QVERIFY(scene->user().moveTo(Rest));
+    watcher->clear();
+    QVERIFY(handheld.sendAndSettle(keyboard(u"Cmd+Q"_s)));
+    QVERIFY(handheld.sendAndSettle(mouse(u"1"_s)));
     QVERIFY(waitForMarker());
-    QVERIFY(m_watcher->typedText().startsWith(QChar('Q' - '@')));
-    QVERIFY(mouseInputSoFar().contains(QStringLiteral("press 3")));
+    QVERIFY(watcher->typedText().startsWith(QChar('Q' - '@')));
+    QVERIFY(mouseInputSoFar().contains(u"press 3"_s));
 }
 
 void tst_TypingOnTheDesktop::keyTheUserHoldsDoesNotSpoilWhatIsTyped()
 {
-    QVERIFY(m_scene->user().holdKey(QStringLiteral("shift")));
-    const QStringList keys = plainKeysOf(keyboard("A"));
-    QVERIFY(m_scene->user().releaseKey(QStringLiteral("shift")));
-    QCOMPARE(keys, (QStringList{"+a", "-a"}));
+    QVERIFY(scene->user().holdKey(u"shift"_s));
+    const QStringList keys = plainKeysOf(keyboard(u"A"_s));
+    QVERIFY(scene->user().releaseKey(u"shift"_s));
+    QCOMPARE(keys, (QStringList{u"+a"_s, u"-a"_s}));
 }
 
 QTEST_GUILESS_MAIN(tst_TypingOnTheDesktop)

@@ -10,11 +10,13 @@
 #include <QFile>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QByteArray urlCommand(const QString &url)
 {
-    return commandText(QStringLiteral("URL_OPEN"), {{QStringLiteral("fncCommand"), url}});
+    return commandText(u"URL_OPEN"_s, {{u"fncCommand"_s, url}});
 }
 
 } // namespace
@@ -45,30 +47,31 @@ private:
     QStringList handedOver() const;
     bool hasOpened(const QStringList &expected) const;
 
-    std::unique_ptr<ServerScene> m_scene;
-    std::unique_ptr<RecordingOpener> m_opener;
+    std::unique_ptr<ServerScene> scene;
+    std::unique_ptr<RecordingOpener> opener;
 };
 
 void tst_UrlOpening::init()
 {
-    m_scene = std::make_unique<ServerScene>();
-    QCOMPARE(m_scene->session().problem(), QByteArray());
-    m_opener = std::make_unique<RecordingOpener>(m_scene->session());
-    QVERIFY(m_scene->start());
+    scene = std::make_unique<ServerScene>();
+    QCOMPARE(scene->session().problem(), QByteArray());
+    opener = std::make_unique<RecordingOpener>(scene->session());
+    QVERIFY(scene->start());
 }
 
 void tst_UrlOpening::cleanup()
 {
-    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
-    m_scene.reset();
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+    scene.reset();
 }
 
 /// Waits until the opener was given these, and tells what it was given otherwise.
 bool tst_UrlOpening::hasOpened(const QStringList &expected) const
 {
-    if (waitUntil([&] { return m_opener->opened() == expected; }))
+    if (waitUntil([&] { return opener->opened() == expected; })) {
         return true;
-    qWarning() << "opened instead:" << m_opener->opened();
+    }
+    qWarning() << "opened instead:" << opener->opened();
     return false;
 }
 
@@ -90,34 +93,35 @@ void tst_UrlOpening::addressIsOpened()
 {
     QFETCH(QString, url);
     QFETCH(QString, opened);
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QCOMPARE(handheld.ask(urlCommand(url)),
-             std::optional(QVariantMap{
-                 {"cmdType", "URL_OPEN"}, {"fncCommand", url}, {"serverResponse", "OK"}}));
+             std::optional(QVariantMap{{u"cmdType"_s, u"URL_OPEN"_s},
+                                       {u"fncCommand"_s, url},
+                                       {u"serverResponse"_s, u"OK"_s}}));
     QVERIFY(hasOpened({opened}));
-    QVERIFY(!QFile::exists(m_scene->session().home() + QStringLiteral("/owned")));
+    QVERIFY(!QFile::exists(scene->session().home() + u"/owned"_s));
 }
 
 void tst_UrlOpening::fileIsOpened()
 {
-    const QString path = m_scene->session().home() + QStringLiteral("/letter to Ann.txt");
+    const QString path = scene->session().home() + u"/letter to Ann.txt"_s;
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
     QVERIFY(file.write("Dear Ann\n") > 0);
     file.close();
-    Handheld handheld(m_scene->port());
-    const auto answer = handheld.ask(urlCommand(QStringLiteral("file://") + path));
+    Handheld handheld(scene->port());
+    const auto answer = handheld.ask(urlCommand(u"file://"_s + path));
     QVERIFY(answer);
-    QCOMPARE(answer->value("serverResponse").toString(), QStringLiteral("OK"));
+    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"OK"_s);
     QVERIFY(hasOpened({path}));
 }
 
 void tst_UrlOpening::addressesAreOpenedInTheirOrder()
 {
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QStringList urls;
     for (int i = 0; i < 3; ++i) {
-        urls.append(QStringLiteral("http://example.org/%1").arg(i));
+        urls.append(u"http://example.org/%1"_s.arg(i));
         QVERIFY(handheld.ask(urlCommand(urls.constLast())));
         QVERIFY(hasOpened(urls));
     }
@@ -125,12 +129,13 @@ void tst_UrlOpening::addressesAreOpenedInTheirOrder()
 
 void tst_UrlOpening::emptyAddressIsAnsweredOk()
 {
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     QCOMPARE(handheld.ask(urlCommand(QString())),
-             std::optional(QVariantMap{
-                 {"cmdType", "URL_OPEN"}, {"fncCommand", QString()}, {"serverResponse", "OK"}}));
-    QVERIFY(handheld.ask(urlCommand(QStringLiteral("http://example.org/next"))));
-    QVERIFY(hasOpened({QStringLiteral("http://example.org/next")}));
+             std::optional(QVariantMap{{u"cmdType"_s, u"URL_OPEN"_s},
+                                       {u"fncCommand"_s, QString()},
+                                       {u"serverResponse"_s, u"OK"_s}}));
+    QVERIFY(handheld.ask(urlCommand(u"http://example.org/next"_s)));
+    QVERIFY(hasOpened({u"http://example.org/next"_s}));
 }
 
 void tst_UrlOpening::addressThatNothingOpensIsAnsweredOk_data()
@@ -146,54 +151,53 @@ void tst_UrlOpening::addressThatNothingOpensIsAnsweredOk_data()
 void tst_UrlOpening::addressThatNothingOpensIsAnsweredOk()
 {
     QFETCH(QString, url);
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     const auto answer = handheld.ask(urlCommand(url));
     QVERIFY(answer);
-    QCOMPARE(answer->value("serverResponse").toString(), QStringLiteral("OK"));
-    QVERIFY(handheld.ask(urlCommand(QStringLiteral("http://example.org/next"))));
-    QVERIFY(hasOpened({QStringLiteral("http://example.org/next")}));
+    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"OK"_s);
+    QVERIFY(handheld.ask(urlCommand(u"http://example.org/next"_s)));
+    QVERIFY(hasOpened({u"http://example.org/next"_s}));
 }
 
 /// A server whose desktop has a program of the test's own for everything: the very command line
 /// that the toolkit makes is written down.
 bool tst_UrlOpening::restartWithOwnOpener()
 {
-    if (!m_scene->problemAtEnd().isEmpty())
+    if (!scene->problemAtEnd().isEmpty()) {
         return false;
-    const DesktopSession &session = m_scene->session();
-    const QString program = session.path(QStringLiteral("programs/xdg-open"));
-    QDir().mkpath(session.path(QStringLiteral("programs")));
+    }
+    const DesktopSession &session = scene->session();
+    const QString program = session.path(u"programs/xdg-open"_s);
+    QDir().mkpath(session.path(u"programs"_s));
     if (!Folders::write(program, "#!/bin/sh\nprintf '%s\\n' \"$*\" >> '" +
-                                     session.path(QStringLiteral("handed-over.log")).toUtf8() +
-                                     "'\n"))
+                                     session.path(u"handed-over.log"_s).toUtf8() + "'\n")) {
         return false;
+    }
     QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    m_scene->mutableSession().addVariable(QStringLiteral("PATH"),
-                                          session.path(QStringLiteral("programs")) +
-                                              QLatin1Char(':') + qEnvironmentVariable("PATH"));
-    return m_scene->start();
+    scene->mutableSession().addVariable(u"PATH"_s, session.path(u"programs"_s) + QLatin1Char(':') +
+                                                       qEnvironmentVariable("PATH"));
+    return scene->start();
 }
 
 QStringList tst_UrlOpening::handedOver() const
 {
-    return QString::fromUtf8(
-               Folders::fileBytes(m_scene->session().path(QStringLiteral("handed-over.log"))))
+    return QString::fromUtf8(Folders::fileBytes(scene->session().path(u"handed-over.log"_s)))
         .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
 void tst_UrlOpening::optionsNeverReachTheOpener()
 {
     QVERIFY(restartWithOwnOpener());
-    Handheld handheld(m_scene->port());
+    Handheld handheld(scene->port());
     for (const char *url : {"--help", "-x", "%2dx", "%2D%2Dhelp", "-", "-%2f", "../x"}) {
         const auto answer = handheld.ask(urlCommand(QLatin1String(url)));
         QVERIFY(answer);
-        QCOMPARE(answer->value("serverResponse").toString(), QStringLiteral("OK"));
+        QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"OK"_s);
     }
-    QVERIFY(waitUntil([&] { return handedOver() == QStringList{QStringLiteral("../x")}; }));
-    const QString next = QStringLiteral("http://example.org/next");
+    QVERIFY(waitUntil([&] { return handedOver() == QStringList{u"../x"_s}; }));
+    const QString next = u"http://example.org/next"_s;
     QVERIFY(handheld.ask(urlCommand(next)));
-    QVERIFY(waitUntil([&] { return handedOver() == QStringList({QStringLiteral("../x"), next}); }));
+    QVERIFY(waitUntil([&] { return handedOver() == QStringList({u"../x"_s, next}); }));
 }
 
 /// Each program may be a browser's window.
@@ -206,16 +210,16 @@ void tst_UrlOpening::floodOfAddressesStartsFewPrograms()
     QElapsedTimer clock;
     clock.start();
     for (int connection = 0; connection < 4; ++connection) {
-        Handheld handheld(m_scene->port());
+        Handheld handheld(scene->port());
         for (int i = 0; i < Count / 4; ++i) {
-            const auto answer = handheld.ask(urlCommand(QStringLiteral("http://example.org/")));
+            const auto answer = handheld.ask(urlCommand(u"http://example.org/"_s));
             QVERIFY(answer);
-            QCOMPARE(answer->value("serverResponse").toString(), QStringLiteral("OK"));
+            QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"OK"_s);
         }
     }
     // What is opened last is written down last, or nearly so.
-    const QString last = QStringLiteral("http://example.org/last");
-    Handheld handheld(m_scene->port());
+    const QString last = u"http://example.org/last"_s;
+    Handheld handheld(scene->port());
     QVERIFY(
         waitUntil([&] { return handheld.ask(urlCommand(last)) && handedOver().contains(last); }));
     const qint64 most = AtOnce + clock.elapsed() / MillisecondsForOne + 1;
@@ -230,16 +234,16 @@ void tst_UrlOpening::floodOfAddressesStartsFewPrograms()
 /// A browser lives long; nobody waits for its end.
 void tst_UrlOpening::openerMayRunOn()
 {
-    QFile program(m_scene->session().path(QStringLiteral("recording-opener")));
+    QFile program(scene->session().path(u"recording-opener"_s));
     QVERIFY(program.open(QIODevice::Append));
-    const QString release = m_scene->session().path(QStringLiteral("run/opener-may-end"));
+    const QString release = scene->session().path(u"run/opener-may-end"_s);
     QVERIFY(program.write("mkfifo '" + release.toUtf8() + "'; read line < '" + release.toUtf8() +
                           "'\n") > 0);
     program.close();
-    Handheld handheld(m_scene->port());
-    QVERIFY(handheld.ask(urlCommand(QStringLiteral("http://example.org/long"))));
-    QVERIFY(hasOpened({QStringLiteral("http://example.org/long")}));
-    QVERIFY(handheld.ask(commandText(QStringLiteral("SERVER_INFO"))));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.ask(urlCommand(u"http://example.org/long"_s)));
+    QVERIFY(hasOpened({u"http://example.org/long"_s}));
+    QVERIFY(handheld.ask(commandText(u"SERVER_INFO"_s)));
     QFile pipe(release);
     QVERIFY(waitUntil([&] { return pipe.exists(); }));
     QVERIFY(pipe.open(QIODevice::WriteOnly));
@@ -248,17 +252,17 @@ void tst_UrlOpening::openerMayRunOn()
 
 void tst_UrlOpening::isAnsweredWithoutAnyOpener()
 {
-    QCOMPARE(m_scene->problemAtEnd(), QByteArray());
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
     const QByteArray programs = qgetenv("PATH");
     qputenv("PATH", "/nonexistent");
-    m_scene->launch();
+    scene->launch();
     qputenv("PATH", programs);
-    QVERIFY(m_scene->port() != 0);
-    Handheld handheld(m_scene->port());
-    const auto answer = handheld.ask(urlCommand(QStringLiteral("http://example.org/")));
+    QVERIFY(scene->port() != 0);
+    Handheld handheld(scene->port());
+    const auto answer = handheld.ask(urlCommand(u"http://example.org/"_s));
     QVERIFY(answer);
-    QCOMPARE(answer->value("serverResponse").toString(), QStringLiteral("OK"));
-    QVERIFY(m_opener->opened().isEmpty());
+    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"OK"_s);
+    QVERIFY(opener->opened().isEmpty());
 }
 
 QTEST_GUILESS_MAIN(tst_UrlOpening)

@@ -13,6 +13,8 @@
 
 #include "platform/linux/XcbHandles.h"
 
+using namespace Qt::StringLiterals;
+
 using namespace platform;
 using Kind = RawInput::Kind;
 
@@ -83,151 +85,157 @@ private slots:
     void aBrokenConnectionIsLeftInPeace();
 
 private:
-    std::unique_ptr<X11Scene> m_scene;
+    std::unique_ptr<X11Scene> scene;
 };
 
 void X11EventServicesTest::init()
 {
-    m_scene = std::make_unique<X11Scene>();
-    QVERIFY(m_scene->isReady());
-    QVERIFY(m_scene->setLayout({"-layout", "us"}));
+    scene = std::make_unique<X11Scene>();
+    QVERIFY(scene->isReady());
+    QVERIFY(scene->setLayout({u"-layout"_s, u"us"_s}));
 }
 
 void X11EventServicesTest::cleanup()
 {
-    m_scene->services.reset();
-    m_scene->watcher.sync();
-    if (m_scene->watcher.isConnected())
-        QVERIFY(m_scene->isNothingDown());
-    m_scene.reset();
+    scene->services.reset();
+    scene->watcher.sync();
+    if (scene->watcher.isConnected()) {
+        QVERIFY(scene->isNothingDown());
+    }
+    scene.reset();
 }
 
 void X11EventServicesTest::everyKeyOfALayoutGivesItsSign_data()
 {
     QTest::addColumn<QString>("layout");
-    for (const char *layout : {"us", "fr", "de", "ru"})
+    for (const char *layout : {"us", "fr", "de", "ru"}) {
         QTest::newRow(layout) << layout;
+    }
 }
 
 void X11EventServicesTest::everyKeyOfALayoutGivesItsSign()
 {
     QFETCH(QString, layout);
     const auto drawing = KeyboardDrawing::keys();
-    QVERIFY(m_scene->setLayout({"-layout", layout}));
+    QVERIFY(scene->setLayout({u"-layout"_s, layout}));
     for (const auto &[row, isBorne] : LayoutSigns::rowsOf(layout)) {
-        if (row.name == QLatin1StringView("CapsLock"))
+        if (row.name == "CapsLock"_L1) {
             continue; // Has a test of its own.
+        }
         QVERIFY2(drawing.contains(row.name), row.name.data());
         const KeyboardDrawing::Key drawn = drawing.value(row.name);
-        m_scene->tap(row.name.data());
+        scene->tap(row.name.data());
         const std::size_t expected = 2;
         QVERIFY2(waitUntil([&] {
-                     const auto &keys = m_scene->watcher.keys();
-                     return keys.size() >= expected && m_scene->watcher.keysDown().empty();
+                     const auto &keys = scene->watcher.keys();
+                     return keys.size() >= expected && scene->watcher.keysDown().empty();
                  }),
                  row.name.data());
-        m_scene->watcher.sync();
-        const auto keys = m_scene->watcher.keys();
+        scene->watcher.sync();
+        const auto keys = scene->watcher.keys();
         const auto pressed = std::find_if(keys.rbegin(), keys.rend(),
                                           [](const KeyInput &key) { return key.isDown; });
         QVERIFY2((pressed->keysym == drawn.keysym) == isBorne, row.name.data());
         QVERIFY2(isBorne || pressed->keycode == drawn.position, row.name.data());
         QVERIFY2((pressed->modifiers & ~(Shift | Mod5)) == 0, row.name.data());
-        m_scene->watcher.clear();
+        scene->watcher.clear();
     }
 }
 
 void X11EventServicesTest::capsLockCanBeSwitchedOnAndOff()
 {
     for (const int expected : {Lock, 0, Lock, 0}) {
-        m_scene->tap("CapsLock");
-        QTRY_COMPARE(m_scene->modifiers(), expected);
-        m_scene->letServicesLearn();
+        scene->tap("CapsLock");
+        QTRY_COMPARE(scene->modifiers(), expected);
+        scene->letServicesLearn();
     }
 }
 
 void X11EventServicesTest::codesWithoutMeaningPostNothing()
 {
-    for (const char *name : {"Fn", "UArrow"})
-        m_scene->tap(name, Flag::Command);
-    m_scene->tap("A");
-    QVERIFY(m_scene->waitForTaps(1));
-    QCOMPARE(m_scene->watcher.raw().size(), std::size_t{2});
+    for (const char *name : {"Fn", "UArrow"}) {
+        scene->tap(name, Flag::Command);
+    }
+    scene->tap("A");
+    QVERIFY(scene->waitForTaps(1));
+    QCOMPARE(scene->watcher.raw().size(), std::size_t{2});
 }
 
 void X11EventServicesTest::theLayoutInEffectCounts()
 {
-    QVERIFY(m_scene->setLayout({"-layout", "us,ru", "-option", "grp:menu_toggle"}));
-    m_scene->tap(";");
-    QVERIFY(m_scene->waitForTaps(1));
-    QCOMPARE(m_scene->presses().back().keysym, quint32{XKB_KEY_semicolon});
-    QCOMPARE(m_scene->presses().back().modifiers, 0);
+    QVERIFY(scene->setLayout({u"-layout"_s, u"us,ru"_s, u"-option"_s, u"grp:menu_toggle"_s}));
+    scene->tap(";");
+    QVERIFY(scene->waitForTaps(1));
+    QCOMPARE(scene->presses().back().keysym, quint32{XKB_KEY_semicolon});
+    QCOMPARE(scene->presses().back().modifiers, 0);
 
-    m_scene->user.tap(Menu);
-    m_scene->letServicesLearn();
-    m_scene->tap(";");
-    m_scene->tap("A");
-    QVERIFY(m_scene->waitForTaps(3));
-    const auto presses = m_scene->presses();
+    scene->user.tap(Menu);
+    scene->letServicesLearn();
+    scene->tap(";");
+    scene->tap("A");
+    QVERIFY(scene->waitForTaps(3));
+    const auto presses = scene->presses();
     QCOMPARE(presses[1].keysym, quint32{XKB_KEY_semicolon});
     QCOMPARE(presses[1].modifiers, Shift);
     QCOMPARE(presses[1].group, 1);
     QCOMPARE(presses[2].keysym, quint32{XKB_KEY_Cyrillic_ef});
 
-    m_scene->user.tap(Menu);
-    m_scene->letServicesLearn();
-    m_scene->tap("A");
-    QVERIFY(m_scene->waitForTaps(4));
-    QCOMPARE(m_scene->presses().back().text, QStringLiteral("a"));
+    scene->user.tap(Menu);
+    scene->letServicesLearn();
+    scene->tap("A");
+    QVERIFY(scene->waitForTaps(4));
+    QCOMPARE(scene->presses().back().text, u"a"_s);
 }
 
 void X11EventServicesTest::theLayoutOfTheFakedKeyboardCounts()
 {
-    const auto faked = m_scene->watcher.deviceNumber("Virtual core XTEST keyboard");
+    const auto faked = scene->watcher.deviceNumber(u"Virtual core XTEST keyboard"_s);
     QVERIFY(faked);
-    QVERIFY(m_scene->setLayout({"-device", QString::number(*faked), "-layout", "fr"}));
+    QVERIFY(scene->setLayout({u"-device"_s, QString::number(*faked), u"-layout"_s, u"fr"_s}));
     // The user's own keyboard has the other layout, and the core keyboard follows whoever types.
     for (int round = 0; round < 3; ++round) {
-        m_scene->user.tap(LetterA);
-        QVERIFY(m_scene->waitForTaps(1));
-        m_scene->tap("Q");
-        QVERIFY(m_scene->waitForTaps(2));
-        QCOMPARE(m_scene->watcher.typedText(), QStringLiteral("aq"));
-        QCOMPARE(m_scene->presses().back().keycode, LetterA);
-        m_scene->watcher.clear();
+        scene->user.tap(LetterA);
+        QVERIFY(scene->waitForTaps(1));
+        scene->tap("Q");
+        QVERIFY(scene->waitForTaps(2));
+        QCOMPARE(scene->watcher.typedText(), u"aq"_s);
+        QCOMPARE(scene->presses().back().keycode, LetterA);
+        scene->watcher.clear();
     }
 }
 
 void X11EventServicesTest::aChangedLayoutIsFollowed()
 {
     for (const char *layout : {"fr", "de", "us", "fr"}) {
-        QVERIFY(m_scene->setLayout({"-layout", layout}));
-        for (const char *name : {"A", "Y", "Z", "=", "1"})
-            m_scene->tap(name);
-        QVERIFY(m_scene->waitForTaps(5));
-        QCOMPARE(m_scene->watcher.typedText(), QStringLiteral("ayz=1"));
+        QVERIFY(scene->setLayout({u"-layout"_s, QLatin1StringView(layout)}));
+        for (const char *name : {"A", "Y", "Z", "=", "1"}) {
+            scene->tap(name);
+        }
+        QVERIFY(scene->waitForTaps(5));
+        QCOMPARE(scene->watcher.typedText(), u"ayz=1"_s);
     }
 }
 
 void X11EventServicesTest::aSingleChangedKeyIsFollowed()
 {
-    QVERIFY(m_scene->server.run("xmodmap", {"-e", "keycode 38 = b B", "-e", "keycode 56 = a A"}));
-    m_scene->letServicesLearn();
-    m_scene->watcher.clear();
-    m_scene->tap("A");
-    QVERIFY(m_scene->waitForTaps(1));
-    QCOMPARE(m_scene->watcher.typedText(), QStringLiteral("a"));
-    QCOMPARE(m_scene->presses().back().keycode, 56);
+    QVERIFY(scene->server.run(u"xmodmap"_s,
+                              {u"-e"_s, u"keycode 38 = b B"_s, u"-e"_s, u"keycode 56 = a A"_s}));
+    scene->letServicesLearn();
+    scene->watcher.clear();
+    scene->tap("A");
+    QVERIFY(scene->waitForTaps(1));
+    QCOMPARE(scene->watcher.typedText(), u"a"_s);
+    QCOMPARE(scene->presses().back().keycode, 56);
 }
 
 void X11EventServicesTest::aKeyThatIsDownGoesUpAfterALayoutChange()
 {
-    m_scene->press("A");
-    QTRY_VERIFY(m_scene->isDown(LetterA));
-    QVERIFY(m_scene->setLayout({"-layout", "fr"}));
-    QVERIFY(m_scene->isDown(LetterA));
-    m_scene->release("A");
-    QTRY_VERIFY(m_scene->isNothingDown());
+    scene->press("A");
+    QTRY_VERIFY(scene->isDown(LetterA));
+    QVERIFY(scene->setLayout({u"-layout"_s, u"fr"_s}));
+    QVERIFY(scene->isDown(LetterA));
+    scene->release("A");
+    QTRY_VERIFY(scene->isNothingDown());
 }
 
 void X11EventServicesTest::flagsAreTheModifiersInEffect_data()
@@ -248,233 +256,236 @@ void X11EventServicesTest::flagsAreTheModifiersInEffect_data()
 void X11EventServicesTest::flagsAreTheModifiersInEffect()
 {
     QFETCH(quint64, flags);
-    m_scene->tap("K", flags);
-    QVERIFY(m_scene->waitForTaps(1));
-    QTEST(m_scene->presses().back().modifiers, "modifiers");
-    QCOMPARE(m_scene->modifiers(), 0);
+    scene->tap("K", flags);
+    QVERIFY(scene->waitForTaps(1));
+    QTEST(scene->presses().back().modifiers, "modifiers");
+    QCOMPARE(scene->modifiers(), 0);
 }
 
 void X11EventServicesTest::modifiersArePressedInOrderAndReleasedInReverse()
 {
-    m_scene->tap("K", Flag::Shift | Flag::Alternate | Flag::Command);
-    QVERIFY(m_scene->waitForTaps(1));
+    scene->tap("K", Flag::Shift | Flag::Alternate | Flag::Command);
+    QVERIFY(scene->waitForTaps(1));
     std::vector<int> keycodes;
-    for (const RawInput &input : m_scene->watcher.raw())
+    for (const RawInput &input : scene->watcher.raw()) {
         keycodes.push_back(input.kind == Kind::KeyPress ? input.detail : -input.detail);
+    }
     QCOMPARE(keycodes, (std::vector{37, 64, 50, 45, -45, -50, -64, -37}));
 }
 
 void X11EventServicesTest::aHeldShiftIsReleasedAndNotPressedAgain()
 {
-    m_scene->user.press(ShiftLeft);
-    m_scene->letServicesLearn();
-    m_scene->tap("A");
-    QVERIFY(waitUntil([&] { return m_scene->presses().size() == 1; }));
-    QTRY_VERIFY(m_scene->isNothingDown());
-    QCOMPARE(m_scene->presses().back().keysym, quint32{XKB_KEY_a});
-    QCOMPARE(m_scene->presses().back().modifiers, 0);
-    QCOMPARE(m_scene->rawPresses(ShiftLeft), 1);
+    scene->user.press(ShiftLeft);
+    scene->letServicesLearn();
+    scene->tap("A");
+    QVERIFY(waitUntil([&] { return scene->presses().size() == 1; }));
+    QTRY_VERIFY(scene->isNothingDown());
+    QCOMPARE(scene->presses().back().keysym, quint32{XKB_KEY_a});
+    QCOMPARE(scene->presses().back().modifiers, 0);
+    QCOMPARE(scene->rawPresses(ShiftLeft), 1);
 
-    m_scene->user.release(ShiftLeft);
-    QVERIFY(m_scene->isNothingDown());
+    scene->user.release(ShiftLeft);
+    QVERIFY(scene->isNothingDown());
 }
 
 void X11EventServicesTest::bothHeldShiftKeysAreReleased()
 {
-    m_scene->user.press(ShiftLeft);
-    m_scene->user.press(ShiftRight);
-    m_scene->letServicesLearn();
-    m_scene->tap("A");
-    QVERIFY(waitUntil([&] { return m_scene->presses().size() == 1; }));
-    QCOMPARE(m_scene->presses().back().text, QStringLiteral("a"));
-    QTRY_VERIFY(m_scene->isNothingDown());
-    m_scene->user.release(ShiftLeft);
-    m_scene->user.release(ShiftRight);
+    scene->user.press(ShiftLeft);
+    scene->user.press(ShiftRight);
+    scene->letServicesLearn();
+    scene->tap("A");
+    QVERIFY(waitUntil([&] { return scene->presses().size() == 1; }));
+    QCOMPARE(scene->presses().back().text, u"a"_s);
+    QTRY_VERIFY(scene->isNothingDown());
+    scene->user.release(ShiftLeft);
+    scene->user.release(ShiftRight);
 }
 
 void X11EventServicesTest::aHeldShiftThatIsWantedStaysHeld()
 {
-    m_scene->user.press(ShiftLeft);
-    m_scene->letServicesLearn();
-    m_scene->tap("A", Flag::Shift);
-    QVERIFY(waitUntil([&] { return m_scene->presses().size() == 1; }));
-    QCOMPARE(m_scene->presses().back().modifiers, Shift);
-    m_scene->watcher.sync();
-    QVERIFY(m_scene->isDown(ShiftLeft));
-    QCOMPARE(m_scene->rawPresses(ShiftLeft), 1);
-    m_scene->user.release(ShiftLeft);
+    scene->user.press(ShiftLeft);
+    scene->letServicesLearn();
+    scene->tap("A", Flag::Shift);
+    QVERIFY(waitUntil([&] { return scene->presses().size() == 1; }));
+    QCOMPARE(scene->presses().back().modifiers, Shift);
+    scene->watcher.sync();
+    QVERIFY(scene->isDown(ShiftLeft));
+    QCOMPARE(scene->rawPresses(ShiftLeft), 1);
+    scene->user.release(ShiftLeft);
 }
 
 void X11EventServicesTest::aHeldAltGrDoesNotChangeTheSign()
 {
-    QVERIFY(m_scene->setLayout({"-layout", "de"}));
-    m_scene->user.press(AltGr);
-    m_scene->letServicesLearn();
-    m_scene->tap("Q");
-    m_scene->tap("\\");
-    m_scene->tap("Q");
-    QVERIFY(waitUntil([&] { return m_scene->presses().size() == 3; }));
-    QCOMPARE(m_scene->watcher.typedText(), QStringLiteral("q\\q"));
-    QTRY_VERIFY(m_scene->isNothingDown());
-    m_scene->user.release(AltGr);
+    QVERIFY(scene->setLayout({u"-layout"_s, u"de"_s}));
+    scene->user.press(AltGr);
+    scene->letServicesLearn();
+    scene->tap("Q");
+    scene->tap("\\");
+    scene->tap("Q");
+    QVERIFY(waitUntil([&] { return scene->presses().size() == 3; }));
+    QCOMPARE(scene->watcher.typedText(), u"q\\q"_s);
+    QTRY_VERIFY(scene->isNothingDown());
+    scene->user.release(AltGr);
 }
 
 void X11EventServicesTest::capsLockDoesNotCountAndComesBack()
 {
-    m_scene->user.tap(CapsLock);
-    m_scene->letServicesLearn();
-    m_scene->tap("A");
-    m_scene->tap("A", Flag::Shift);
-    m_scene->tap("C", Flag::Command);
-    QVERIFY(waitUntil([&] { return m_scene->presses().size() == 3; }));
-    QTRY_COMPARE(m_scene->modifiers(), Lock);
-    const auto presses = m_scene->presses();
+    scene->user.tap(CapsLock);
+    scene->letServicesLearn();
+    scene->tap("A");
+    scene->tap("A", Flag::Shift);
+    scene->tap("C", Flag::Command);
+    QVERIFY(waitUntil([&] { return scene->presses().size() == 3; }));
+    QTRY_COMPARE(scene->modifiers(), Lock);
+    const auto presses = scene->presses();
     QCOMPARE(presses[0].keysym, quint32{XKB_KEY_a});
     QCOMPARE(presses[0].modifiers, 0);
     QCOMPARE(presses[1].keysym, quint32{XKB_KEY_A});
     QCOMPARE(presses[1].modifiers, Shift);
     QCOMPARE(presses[2].modifiers, Control);
 
-    m_scene->press("A");
-    QTRY_COMPARE(m_scene->modifiers(), 0);
-    m_scene->services.reset();
-    QTRY_COMPARE(m_scene->modifiers(), Lock);
+    scene->press("A");
+    QTRY_COMPARE(scene->modifiers(), 0);
+    scene->services.reset();
+    QTRY_COMPARE(scene->modifiers(), Lock);
 }
 
 void X11EventServicesTest::locksFromBeforeTheStartDoNotCountEither()
 {
-    m_scene->user.tap(CapsLock);
-    m_scene->services = m_scene->makeServices();
-    m_scene->tap("A");
-    QVERIFY(waitUntil([&] { return m_scene->presses().size() == 1; }));
-    QCOMPARE(m_scene->watcher.typedText(), QStringLiteral("a"));
-    QTRY_COMPARE(m_scene->modifiers(), Lock);
+    scene->user.tap(CapsLock);
+    scene->services = scene->makeServices();
+    scene->tap("A");
+    QVERIFY(waitUntil([&] { return scene->presses().size() == 1; }));
+    QCOMPARE(scene->watcher.typedText(), u"a"_s);
+    QTRY_COMPARE(scene->modifiers(), Lock);
 }
 
 void X11EventServicesTest::aLockedShiftDoesNotCountAndComesBack()
 {
-    QVERIFY(m_scene->setLayout({"-layout", "us", "-option", "caps:shiftlock"}));
-    m_scene->user.tap(CapsLock);
-    QCOMPARE(m_scene->modifiers(), Shift);
-    m_scene->letServicesLearn();
-    m_scene->tap("1");
-    m_scene->tap("A", Flag::Shift);
-    QVERIFY(waitUntil([&] { return m_scene->presses().size() == 2; }));
-    QTRY_COMPARE(m_scene->modifiers(), Shift);
-    QCOMPARE(m_scene->watcher.typedText(), QStringLiteral("1A"));
-    QCOMPARE(m_scene->presses()[0].modifiers, 0);
-    QCOMPARE(m_scene->presses()[1].modifiers, Shift);
+    QVERIFY(scene->setLayout({u"-layout"_s, u"us"_s, u"-option"_s, u"caps:shiftlock"_s}));
+    scene->user.tap(CapsLock);
+    QCOMPARE(scene->modifiers(), Shift);
+    scene->letServicesLearn();
+    scene->tap("1");
+    scene->tap("A", Flag::Shift);
+    QVERIFY(waitUntil([&] { return scene->presses().size() == 2; }));
+    QTRY_COMPARE(scene->modifiers(), Shift);
+    QCOMPARE(scene->watcher.typedText(), u"1A"_s);
+    QCOMPARE(scene->presses()[0].modifiers, 0);
+    QCOMPARE(scene->presses()[1].modifiers, Shift);
 }
 
 void X11EventServicesTest::aLatchDoesNotCount()
 {
-    QVERIFY(m_scene->setLayout({"-layout", "de", "-option", "lv3:caps_switch_latch"}));
-    m_scene->user.press(AltGr);
-    m_scene->user.tap(CapsLock);
-    m_scene->user.release(AltGr);
-    QCOMPARE(m_scene->modifiers(), Mod5);
-    m_scene->letServicesLearn();
-    m_scene->watcher.clear();
-    m_scene->tap("Q");
-    QVERIFY(m_scene->waitForTaps(1));
-    QCOMPARE(m_scene->watcher.typedText(), QStringLiteral("q"));
-    QCOMPARE(m_scene->modifiers(), 0);
+    QVERIFY(scene->setLayout({u"-layout"_s, u"de"_s, u"-option"_s, u"lv3:caps_switch_latch"_s}));
+    scene->user.press(AltGr);
+    scene->user.tap(CapsLock);
+    scene->user.release(AltGr);
+    QCOMPARE(scene->modifiers(), Mod5);
+    scene->letServicesLearn();
+    scene->watcher.clear();
+    scene->tap("Q");
+    QVERIFY(scene->waitForTaps(1));
+    QCOMPARE(scene->watcher.typedText(), u"q"_s);
+    QCOMPARE(scene->modifiers(), 0);
 }
 
 void X11EventServicesTest::numLockIsLeftAlone()
 {
-    m_scene->user.tap(NumLock);
-    m_scene->letServicesLearn();
-    m_scene->watcher.clear();
-    m_scene->tap("A");
-    QVERIFY(m_scene->waitForTaps(1));
-    QCOMPARE(m_scene->presses().back().modifiers, Mod2);
-    QCOMPARE(m_scene->modifiers(), Mod2);
-    QCOMPARE(m_scene->watcher.raw().size(), std::size_t{2});
+    scene->user.tap(NumLock);
+    scene->letServicesLearn();
+    scene->watcher.clear();
+    scene->tap("A");
+    QVERIFY(scene->waitForTaps(1));
+    QCOMPARE(scene->presses().back().modifiers, Mod2);
+    QCOMPARE(scene->modifiers(), Mod2);
+    QCOMPARE(scene->watcher.raw().size(), std::size_t{2});
 }
 
 void X11EventServicesTest::shortcutsInARowDoNotSeeEachOthersModifiers()
 {
     // While the server is halted no report comes between them.
-    m_scene->haltServer();
-    m_scene->tap("C", Flag::Command);
-    m_scene->tap("X");
-    m_scene->tap("V", Flag::Command);
-    m_scene->tap("Y", Flag::Shift);
-    m_scene->tap("Z", Flag::Command | Flag::Shift);
-    m_scene->server.resume();
-    QVERIFY(m_scene->waitForTaps(5));
+    scene->haltServer();
+    scene->tap("C", Flag::Command);
+    scene->tap("X");
+    scene->tap("V", Flag::Command);
+    scene->tap("Y", Flag::Shift);
+    scene->tap("Z", Flag::Command | Flag::Shift);
+    scene->server.resume();
+    QVERIFY(scene->waitForTaps(5));
     std::vector<int> modifiers;
-    for (const KeyInput &key : m_scene->presses())
+    for (const KeyInput &key : scene->presses()) {
         modifiers.push_back(key.modifiers);
+    }
     QCOMPARE(modifiers, (std::vector{Control, 0, Control, Shift, Control | Shift}));
 
     // Once more, with the reports of all that still unread.
-    m_scene->tap("C", Flag::Command);
-    m_scene->tap("X");
-    QVERIFY(m_scene->waitForTaps(7));
-    QCOMPARE(m_scene->presses()[5].modifiers, Control);
-    QCOMPARE(m_scene->presses()[6].modifiers, 0);
-    QCOMPARE(m_scene->rawPresses(ControlLeft), 4);
+    scene->tap("C", Flag::Command);
+    scene->tap("X");
+    QVERIFY(scene->waitForTaps(7));
+    QCOMPARE(scene->presses()[5].modifiers, Control);
+    QCOMPARE(scene->presses()[6].modifiers, 0);
+    QCOMPARE(scene->rawPresses(ControlLeft), 4);
 }
 
 void X11EventServicesTest::aHeldControlDoesNotReachKeysInARow()
 {
-    m_scene->user.press(ControlLeft);
-    m_scene->letServicesLearn();
-    m_scene->haltServer();
-    m_scene->tap("X");
-    m_scene->tap("C", Flag::Command);
-    m_scene->tap("X");
-    m_scene->server.resume();
-    QVERIFY(waitUntil([&] { return m_scene->presses().size() == 3; }));
-    const auto presses = m_scene->presses();
+    scene->user.press(ControlLeft);
+    scene->letServicesLearn();
+    scene->haltServer();
+    scene->tap("X");
+    scene->tap("C", Flag::Command);
+    scene->tap("X");
+    scene->server.resume();
+    QVERIFY(waitUntil([&] { return scene->presses().size() == 3; }));
+    const auto presses = scene->presses();
     QCOMPARE(presses[0].modifiers, 0);
     QCOMPARE(presses[1].modifiers, Control);
     QCOMPARE(presses[2].modifiers, 0);
-    QTRY_VERIFY(m_scene->isNothingDown());
-    m_scene->user.release(ControlLeft);
+    QTRY_VERIFY(scene->isNothingDown());
+    scene->user.release(ControlLeft);
 }
 
 void X11EventServicesTest::overlappingKeysLeaveNothingDown()
 {
-    m_scene->user.tap(CapsLock);
-    m_scene->letServicesLearn();
-    m_scene->press("A", Flag::Command);
-    m_scene->press("B", Flag::Alternate | Flag::Shift);
-    m_scene->press("Shift");
-    m_scene->release("A", Flag::Command);
-    m_scene->release("Shift");
-    m_scene->release("B", Flag::Alternate | Flag::Shift);
-    QTRY_VERIFY(m_scene->presses().size() == 2 && m_scene->isNothingDown());
-    QCOMPARE(m_scene->modifiers(), Lock);
-    QCOMPARE(m_scene->presses()[0].modifiers, Control);
-    QCOMPARE(m_scene->presses()[1].modifiers, Mod1 | Shift);
+    scene->user.tap(CapsLock);
+    scene->letServicesLearn();
+    scene->press("A", Flag::Command);
+    scene->press("B", Flag::Alternate | Flag::Shift);
+    scene->press("Shift");
+    scene->release("A", Flag::Command);
+    scene->release("Shift");
+    scene->release("B", Flag::Alternate | Flag::Shift);
+    QTRY_VERIFY(scene->presses().size() == 2 && scene->isNothingDown());
+    QCOMPARE(scene->modifiers(), Lock);
+    QCOMPARE(scene->presses()[0].modifiers, Control);
+    QCOMPARE(scene->presses()[1].modifiers, Mod1 | Shift);
 }
 
 void X11EventServicesTest::aKeyIsPostedWithoutWaitingForTheServer()
 {
-    m_scene->haltServer();
+    scene->haltServer();
     QElapsedTimer timer;
     timer.start();
-    for (int count = 0; count < 10; ++count)
-        m_scene->tap("=", Flag::Command | Flag::Shift); // Would hang for ever if it waited.
+    for (int count = 0; count < 10; ++count) {
+        scene->tap("=", Flag::Command | Flag::Shift); // Would hang for ever if it waited.
+    }
     QVERIFY(timer.elapsed() < 1000);
-    QVERIFY(m_scene->watcher.keys().empty());
-    m_scene->server.resume();
-    QVERIFY(m_scene->waitForTaps(10));
+    QVERIFY(scene->watcher.keys().empty());
+    scene->server.resume();
+    QVERIFY(scene->waitForTaps(10));
 }
 
 void X11EventServicesTest::aServerThatAnotherClientHoldsTakesKeys()
 {
     const XcbConnection holder(
-        xcb_connect(m_scene->server.display().toLatin1().constData(), nullptr));
+        xcb_connect(scene->server.display().toLatin1().constData(), nullptr));
     const auto cookie = xcb_grab_server_checked(holder.get());
     QVERIFY(!xcbOwned(xcb_request_check(holder.get(), cookie)));
 
-    m_scene->tap("A", Flag::Command);
-    QVERIFY(m_scene->waitForTaps(1));
-    QCOMPARE(m_scene->services->pointerLocation(), (Location{400, 300}));
+    scene->tap("A", Flag::Command);
+    QVERIFY(scene->waitForTaps(1));
+    QCOMPARE(scene->services->pointerLocation(), (Location{400, 300}));
 
     xcb_ungrab_server(holder.get());
     xcb_flush(holder.get());
@@ -482,76 +493,76 @@ void X11EventServicesTest::aServerThatAnotherClientHoldsTakesKeys()
 
 void X11EventServicesTest::aPressLeavesTogetherWithItsRelease()
 {
-    m_scene->press("A", Flag::Command);
-    m_scene->watcher.sync(); // No event loop runs meanwhile.
-    QVERIFY(m_scene->watcher.raw().empty());
-    m_scene->release("A", Flag::Command);
-    QVERIFY(m_scene->waitForTaps(1));
+    scene->press("A", Flag::Command);
+    scene->watcher.sync(); // No event loop runs meanwhile.
+    QVERIFY(scene->watcher.raw().empty());
+    scene->release("A", Flag::Command);
+    QVERIFY(scene->waitForTaps(1));
 }
 
 void X11EventServicesTest::aPressAloneLeavesFromTheEventLoop()
 {
-    m_scene->press("A");
-    QTRY_VERIFY(m_scene->isDown(LetterA));
-    m_scene->release("A");
-    QTRY_VERIFY(m_scene->isNothingDown());
+    scene->press("A");
+    QTRY_VERIFY(scene->isDown(LetterA));
+    scene->release("A");
+    QTRY_VERIFY(scene->isNothingDown());
 }
 
 void X11EventServicesTest::aReleaseWithoutAPressReleases()
 {
-    m_scene->user.press(LetterA);
-    m_scene->release("A");
-    QTRY_VERIFY(m_scene->isNothingDown());
-    m_scene->user.release(LetterA);
+    scene->user.press(LetterA);
+    scene->release("A");
+    QTRY_VERIFY(scene->isNothingDown());
+    scene->user.release(LetterA);
 }
 
 void X11EventServicesTest::aSecondPressIsAPressAgain()
 {
-    m_scene->press("A", Flag::Command);
-    m_scene->press("A");
-    m_scene->release("A");
-    QVERIFY(m_scene->waitForTaps(2));
-    QVERIFY(m_scene->isNothingDown());
-    QCOMPARE(m_scene->presses()[0].modifiers, Control);
-    QCOMPARE(m_scene->presses()[1].modifiers, 0);
+    scene->press("A", Flag::Command);
+    scene->press("A");
+    scene->release("A");
+    QVERIFY(scene->waitForTaps(2));
+    QVERIFY(scene->isNothingDown());
+    QCOMPARE(scene->presses()[0].modifiers, Control);
+    QCOMPARE(scene->presses()[1].modifiers, 0);
 }
 
 void X11EventServicesTest::destructionReleasesWhatIsDown()
 {
-    m_scene->press("A", Flag::Command | Flag::Shift);
-    m_scene->press("B");
-    QTRY_VERIFY(m_scene->isDown(LetterA));
-    m_scene->services.reset();
-    QTRY_VERIFY(m_scene->isNothingDown());
-    QCOMPARE(m_scene->modifiers(), 0);
+    scene->press("A", Flag::Command | Flag::Shift);
+    scene->press("B");
+    QTRY_VERIFY(scene->isDown(LetterA));
+    scene->services.reset();
+    QTRY_VERIFY(scene->isNothingDown());
+    QCOMPARE(scene->modifiers(), 0);
 }
 
 void X11EventServicesTest::destructionWaitsForASlowServer()
 {
-    m_scene->press("A");
-    QTRY_VERIFY(m_scene->isDown(LetterA));
-    m_scene->haltServer();
+    scene->press("A");
+    QTRY_VERIFY(scene->isDown(LetterA));
+    scene->haltServer();
     std::thread server([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        m_scene->server.resume();
+        scene->server.resume();
     });
-    m_scene->services.reset();
+    scene->services.reset();
     server.join();
-    QVERIFY(m_scene->isNothingDown());
+    QVERIFY(scene->isNothingDown());
 }
 
 void X11EventServicesTest::aBrokenConnectionIsLeftInPeace()
 {
-    m_scene->press("A");
-    m_scene->server.end();
-    m_scene->tap("A");
-    m_scene->services->postMouse({}, std::vector{MouseEvent{}}, EventTap::Hid);
-    QCOMPARE(m_scene->services->pointerLocation(), Location{});
+    scene->press("A");
+    scene->server.end();
+    scene->tap("A");
+    scene->services->postMouse({}, std::vector{MouseEvent{}}, EventTap::Hid);
+    QCOMPARE(scene->services->pointerLocation(), Location{});
 
     QSignalSpy rounds(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::awake);
     QTest::qWait(200);
     QVERIFY2(rounds.count() < 100, qPrintable(QString::number(rounds.count())));
-    m_scene->tap("A");
+    scene->tap("A");
 }
 
 QTEST_GUILESS_MAIN(X11EventServicesTest)

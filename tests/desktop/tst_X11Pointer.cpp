@@ -5,6 +5,8 @@
 
 #include <limits>
 
+using namespace Qt::StringLiterals;
+
 using namespace platform;
 
 namespace {
@@ -48,49 +50,49 @@ private:
     bool setMapping(const char *mapping);
     bool waitForButtons(std::size_t count);
 
-    std::unique_ptr<X11Scene> m_scene;
+    std::unique_ptr<X11Scene> scene;
 };
 
 void X11PointerTest::init()
 {
-    m_scene = std::make_unique<X11Scene>();
-    QVERIFY(m_scene->isReady());
+    scene = std::make_unique<X11Scene>();
+    QVERIFY(scene->isReady());
     moveTo(Somewhere);
-    QTRY_COMPARE(m_scene->watcher.pointerPosition(), QPoint(120, 80));
-    m_scene->watcher.clear();
+    QTRY_COMPARE(scene->watcher.pointerPosition(), QPoint(120, 80));
+    scene->watcher.clear();
 }
 
 void X11PointerTest::cleanup()
 {
-    m_scene->services.reset();
-    m_scene->watcher.sync();
-    QVERIFY(m_scene->isNothingDown());
-    m_scene.reset();
+    scene->services.reset();
+    scene->watcher.sync();
+    QVERIFY(scene->isNothingDown());
+    scene.reset();
 }
 
 void X11PointerTest::moveTo(const Location &position)
 {
-    m_scene->services->postMouse({}, std::vector{MouseEvent{.position = position}}, EventTap::Hid);
+    scene->services->postMouse({}, std::vector{MouseEvent{.position = position}}, EventTap::Hid);
 }
 
 void X11PointerTest::post(MouseEventType type, MouseButton button)
 {
     // The position is another one on purpose: a click does not move the pointer.
-    m_scene->services->postMouse(SourceState::HidSystem,
-                                 std::vector{MouseEvent{type, {1, 2}, button}}, EventTap::Hid);
+    scene->services->postMouse(SourceState::HidSystem,
+                               std::vector{MouseEvent{type, {1, 2}, button}}, EventTap::Hid);
 }
 
 bool X11PointerTest::setMapping(const char *mapping)
 {
-    const bool isSet = m_scene->server.run(
-        "xmodmap", {"-e", QStringLiteral("pointer = %1").arg(QLatin1String(mapping))});
-    m_scene->letServicesLearn();
+    const bool isSet =
+        scene->server.run(u"xmodmap"_s, {u"-e"_s, u"pointer = %1"_s.arg(QLatin1String(mapping))});
+    scene->letServicesLearn();
     return isSet;
 }
 
 bool X11PointerTest::waitForButtons(std::size_t count)
 {
-    return waitUntil([&] { return m_scene->watcher.buttons().size() >= count; });
+    return waitUntil([&] { return scene->watcher.buttons().size() >= count; });
 }
 
 void X11PointerTest::thePointerGoesWhereItIsSent_data()
@@ -115,20 +117,20 @@ void X11PointerTest::thePointerGoesWhereItIsSent()
     QFETCH(double, x);
     QFETCH(double, y);
     moveTo({x, y});
-    QTRY_VERIFY(!m_scene->watcher.raw().empty());
-    QTEST(m_scene->watcher.pointerPosition(), "position");
+    QTRY_VERIFY(!scene->watcher.raw().empty());
+    QTEST(scene->watcher.pointerPosition(), "position");
 }
 
 void X11PointerTest::theLocationIsThatOfThePointer()
 {
-    QCOMPARE(m_scene->services->pointerLocation(), Somewhere);
+    QCOMPARE(scene->services->pointerLocation(), Somewhere);
     moveTo({799, 0});
-    QCOMPARE(m_scene->services->pointerLocation(), (Location{799, 0}));
+    QCOMPARE(scene->services->pointerLocation(), (Location{799, 0}));
 }
 
 void X11PointerTest::theScreenThatTheDisplayNamesIsMeant()
 {
-    const XServer server({640, 480}, {"-screen", "1", "320x240x24"});
+    const XServer server({640, 480}, {u"-screen"_s, u"1"_s, u"320x240x24"_s});
     QVERIFY(server.isRunning());
     const auto display = [&](const char *screen) {
         return X11Display((server.display().toLatin1() + screen).constData());
@@ -140,9 +142,9 @@ void X11PointerTest::theScreenThatTheDisplayNamesIsMeant()
 void X11PointerTest::eachMoveIsPosted()
 {
     const std::vector<MouseEvent> moves(3, {.position = Somewhere});
-    m_scene->services->postMouse({}, moves, EventTap::Hid);
-    QTRY_COMPARE(m_scene->watcher.raw().size(), std::size_t{3});
-    QCOMPARE(m_scene->watcher.raw().back().kind, RawInput::Kind::Motion);
+    scene->services->postMouse({}, moves, EventTap::Hid);
+    QTRY_COMPARE(scene->watcher.raw().size(), std::size_t{3});
+    QCOMPARE(scene->watcher.raw().back().kind, RawInput::Kind::Motion);
 }
 
 void X11PointerTest::aClickPressesAndReleasesWhereThePointerIs_data()
@@ -167,16 +169,16 @@ void X11PointerTest::aClickPressesAndReleasesWhereThePointerIs()
     const std::vector<MouseEvent> click = {
         {MouseEventType(pressType), {1, 2}, MouseButton(button)},
         {MouseEventType(releaseType), {1, 2}, MouseButton(button)}};
-    m_scene->services->postMouse(SourceState::HidSystem, click, EventTap::Hid);
+    scene->services->postMouse(SourceState::HidSystem, click, EventTap::Hid);
     QVERIFY(waitForButtons(2));
-    const auto buttons = m_scene->watcher.buttons();
+    const auto buttons = scene->watcher.buttons();
     QVERIFY(buttons[0].isDown);
     QVERIFY(!buttons[1].isDown);
     for (const ButtonInput &input : buttons) {
         QTEST(input.button, "meaning");
         QCOMPARE(input.position, QPoint(120, 80));
     }
-    QCOMPARE(m_scene->watcher.raw().size(), std::size_t{2}); // No motion.
+    QCOMPARE(scene->watcher.raw().size(), std::size_t{2}); // No motion.
 }
 
 void X11PointerTest::aButtonKeepsItsMeaningForLeftHanders_data()
@@ -199,17 +201,18 @@ void X11PointerTest::aButtonKeepsItsMeaningForLeftHanders()
     post(MouseEventType::OtherUp, MouseButton::Center);
     QVERIFY(waitForButtons(6));
     std::vector<int> meanings;
-    for (const ButtonInput &input : m_scene->watcher.buttons())
+    for (const ButtonInput &input : scene->watcher.buttons()) {
         meanings.push_back(input.isDown ? input.button : -input.button);
+    }
     QCOMPARE(meanings, (std::vector{1, -1, 3, -3, 2, -2}));
 
     // Services that start on such a display know it too.
-    m_scene->services = m_scene->makeServices();
-    m_scene->watcher.clear();
+    scene->services = scene->makeServices();
+    scene->watcher.clear();
     post(MouseEventType::LeftDown);
     post(MouseEventType::LeftUp);
     QVERIFY(waitForButtons(2));
-    QCOMPARE(m_scene->watcher.buttons().front().button, MainButton);
+    QCOMPARE(scene->watcher.buttons().front().button, MainButton);
 }
 
 void X11PointerTest::aButtonThatWasTakenAwayIsNotPressed()
@@ -220,7 +223,7 @@ void X11PointerTest::aButtonThatWasTakenAwayIsNotPressed()
     post(MouseEventType::LeftDown);
     post(MouseEventType::LeftUp);
     QVERIFY(waitForButtons(2));
-    QCOMPARE(m_scene->watcher.raw().size(), std::size_t{2});
+    QCOMPARE(scene->watcher.raw().size(), std::size_t{2});
 }
 
 void X11PointerTest::aButtonThatIsDownGoesUpAfterTheMappingChanged()
@@ -228,32 +231,32 @@ void X11PointerTest::aButtonThatIsDownGoesUpAfterTheMappingChanged()
     post(MouseEventType::LeftDown);
     QVERIFY(waitForButtons(1));
     // The mapping of a pressed button cannot be changed, but where others are is free.
-    QVERIFY(m_scene->server.run("xmodmap", {"-e", "pointer = 1 3 2 4 5 6 7 8 9 10"}));
-    m_scene->letServicesLearn();
+    QVERIFY(scene->server.run(u"xmodmap"_s, {u"-e"_s, u"pointer = 1 3 2 4 5 6 7 8 9 10"_s}));
+    scene->letServicesLearn();
     post(MouseEventType::LeftUp);
-    QTRY_VERIFY(m_scene->isNothingDown());
+    QTRY_VERIFY(scene->isNothingDown());
 }
 
 void X11PointerTest::aReleaseWithoutAPressReleases()
 {
     post(MouseEventType::RightDown, MouseButton::Right);
     QVERIFY(waitForButtons(1));
-    const auto others = m_scene->makeServices();
+    const auto others = scene->makeServices();
     others->postMouse({}, std::vector{MouseEvent{MouseEventType::RightUp, {}, MouseButton::Right}},
                       EventTap::Hid);
-    QTRY_VERIFY(m_scene->isNothingDown());
+    QTRY_VERIFY(scene->isNothingDown());
 }
 
 void X11PointerTest::clicksArePostedWithoutWaitingForTheServer()
 {
-    m_scene->haltServer();
+    scene->haltServer();
     for (int count = 0; count < 10; ++count) {
         post(MouseEventType::LeftDown);
         post(MouseEventType::LeftUp);
         moveTo(Somewhere);
     }
-    QVERIFY(m_scene->watcher.buttons().empty());
-    m_scene->server.resume();
+    QVERIFY(scene->watcher.buttons().empty());
+    scene->server.resume();
     QVERIFY(waitForButtons(20));
 }
 
@@ -262,8 +265,8 @@ void X11PointerTest::destructionReleasesWhatIsDown()
     post(MouseEventType::LeftDown);
     post(MouseEventType::OtherDown, MouseButton::Center);
     QVERIFY(waitForButtons(2));
-    m_scene->services.reset();
-    QTRY_VERIFY(m_scene->isNothingDown());
+    scene->services.reset();
+    QTRY_VERIFY(scene->isNothingDown());
 }
 
 QTEST_GUILESS_MAIN(X11PointerTest)

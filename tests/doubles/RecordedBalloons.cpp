@@ -3,6 +3,8 @@
 
 #include "doubles/RecordedBalloons.h"
 
+using namespace Qt::StringLiterals;
+
 std::vector<RecordedBalloon> &recordedBalloons()
 {
     static std::vector<RecordedBalloon> balloons;
@@ -33,7 +35,7 @@ void QSystemTrayIcon::showMessage(const QString &title, const QString &msg, Mess
                                   int msecs)
 {
     // The toolkit's own complaint of a platform that has no trays.
-    if (msg.contains(QLatin1String("QPlatformNativeInterface::systemTrayWindowChanged"))) {
+    if (msg.contains("QPlatformNativeInterface::systemTrayWindowChanged"_L1)) {
         return;
     }
     recordedBalloons().push_back({this, title, msg, icon, msecs});

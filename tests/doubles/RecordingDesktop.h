@@ -8,6 +8,8 @@
 #include <QStringList>
 #include <QUrl>
 
+using namespace Qt::StringLiterals;
+
 /// Takes the place of the programs that open addresses and files while it lives, and writes down
 /// what it was given.
 class RecordingDesktop : public QObject
@@ -34,5 +36,5 @@ public slots:
     void open(const QUrl &url) { opened.append(url.toString()); }
 
 private:
-    static QStringList schemes() { return {"http", "https", "file"}; }
+    static QStringList schemes() { return {u"http"_s, u"https"_s, u"file"_s}; }
 };

@@ -9,6 +9,8 @@
 
 #include <functional>
 
+using namespace Qt::StringLiterals;
+
 /// What a RecordingLoginItems reads and writes; the test keeps it, so it outlives the adapter that
 /// the code under test owns.
 struct LoginItemRecord
@@ -21,7 +23,7 @@ struct LoginItemRecord
         bool operator==(const Entry &) const = default;
     };
 
-    QString applicationPath = QStringLiteral("/opt/vorna/VornaServer");
+    QString applicationPath = u"/opt/vorna/VornaServer"_s;
     /// The saved list: what another program would see.
     QList<Entry> entries;
     int saves = 0;

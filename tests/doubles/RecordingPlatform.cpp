@@ -40,7 +40,7 @@ public:
         PlatformRecord::current().notificationDaemonIsReady = nullptr;
     }
     bool takesOneMore() override { return PlatformRecord::current().isNotificationDaemonReady; }
-    QString asPlainText(const QString &text) const override { return '[' + text + ']'; }
+    QString asPlainText(const QString &text) const override { return u'[' + text + u']'; }
     void hasOneMore() override { ++PlatformRecord::current().balloonsHanded; }
 };
 

@@ -8,6 +8,8 @@
 #include <QHash>
 #include <QStringList>
 
+using namespace Qt::StringLiterals;
+
 /// What a RecordingScriptingBridge knows and was asked; the test keeps it, so it outlives the
 /// adapter that the code under test owns.
 struct ScriptingRecord
@@ -61,7 +63,7 @@ public:
     std::unique_ptr<platform::ScriptableApplication>
     applicationWithBundleIdentifier(const QString &bundleIdentifier) override
     {
-        record.calls.append(QStringLiteral("lookup ") + bundleIdentifier);
+        record.calls.append(u"lookup "_s + bundleIdentifier);
         if (!record.applications.contains(bundleIdentifier)) {
             return nullptr;
         }

@@ -17,6 +17,8 @@
 #include <QSettings>
 #include <QUrl>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int mostKnownDevices = 1000;
@@ -171,7 +173,7 @@ void Session::answerWaiting()
     PlatformRecord &record = PlatformRecord::current();
     model.isClipboardSlow = record.isClipboardSlow = false;
     for (const auto &receiver : std::exchange(record.waitingReaders, {})) {
-        receiver(QString("late"));
+        receiver(u"late"_s);
     }
     // The answer shows the map as it is before anything else is read.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

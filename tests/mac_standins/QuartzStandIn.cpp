@@ -6,6 +6,8 @@
 
 #include <ApplicationServices/ApplicationServices.h>
 
+using namespace Qt::StringLiterals;
+
 using namespace standin;
 
 namespace {
@@ -30,8 +32,7 @@ public:
 
 QString nameOf(CGEventSourceRef source)
 {
-    return source == nullptr ? QStringLiteral("no source")
-                             : QStringLiteral("source %1").arg(checked<Source>(source).state);
+    return source == nullptr ? u"no source"_s : u"source %1"_s.arg(checked<Source>(source).state);
 }
 
 CGEventRef makeEvent(const char *call, CGEventSourceRef source, const QString &description)
@@ -59,38 +60,34 @@ CGPoint CGEventGetLocation(CGEventRef event)
 CGEventRef CGEventCreateKeyboardEvent(CGEventSourceRef source, CGKeyCode key, bool isDown)
 {
     return makeEvent("CGEventCreateKeyboardEvent", source,
-                     QStringLiteral("key %1 %2").arg(key).arg(isDown ? "down" : "up"));
+                     u"key %1 %2"_s.arg(key).arg(isDown ? "down" : "up"));
 }
 
 CGEventRef CGEventCreateMouseEvent(CGEventSourceRef source, CGEventType type, CGPoint position,
                                    CGMouseButton button)
 {
-    return makeEvent("CGEventCreateMouseEvent", source,
-                     QStringLiteral("type %1 at %2,%3 button %4")
-                         .arg(type)
-                         .arg(position.x)
-                         .arg(position.y)
-                         .arg(button));
+    return makeEvent(
+        "CGEventCreateMouseEvent", source,
+        u"type %1 at %2,%3 button %4"_s.arg(type).arg(position.x).arg(position.y).arg(button));
 }
 
 void CGEventSetFlags(CGEventRef event, CGEventFlags flags)
 {
     checked<Event>(event).flags = flags;
-    calls().append(QStringLiteral("CGEventSetFlags 0x%1").arg(flags, 0, 16));
+    calls().append(u"CGEventSetFlags 0x%1"_s.arg(flags, 0, 16));
 }
 
 void CGEventPost(CGEventTapLocation tap, CGEventRef event)
 {
     const Event &posted = checked<Event>(event);
-    calls().append(QStringLiteral("CGEventPost tap %1 flags 0x%2 %3")
-                       .arg(tap)
+    calls().append(u"CGEventPost tap %1 flags 0x%2 %3"_s.arg(tap)
                        .arg(posted.flags, 0, 16)
                        .arg(posted.description));
 }
 
 CGEventSourceRef CGEventSourceCreate(CGEventSourceStateID state)
 {
-    calls().append(QStringLiteral("CGEventSourceCreate %1").arg(state));
+    calls().append(u"CGEventSourceCreate %1"_s.arg(state));
     return referenceTo<CGEventSourceRef>(new Source(state));
 }
 

@@ -12,6 +12,8 @@
 
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 namespace standin {
 
 /// The calls in their order, such as "CGEventPost tap 1 flags 0x100000 key 12 down".
@@ -26,7 +28,7 @@ int liveObjects();
 struct World
 {
     /// None: the program has no bundle.
-    std::optional<QString> bundlePath = QStringLiteral("/Applications/VornaServer.app");
+    std::optional<QString> bundlePath = u"/Applications/VornaServer.app"_s;
     /// Strings can be read in place, in the system's encoding.
     bool hasCStrings = true;
 

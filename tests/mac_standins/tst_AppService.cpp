@@ -11,6 +11,8 @@
 #include <QFile>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using standin::world;
 
 /// A system with a register of its own: macOS 13 and later.
@@ -29,7 +31,7 @@ private slots:
     void anAgentOfAnEarlierSystemIsRemoved();
 
 private:
-    const QString path = QStringLiteral("/Applications/VornaServer.app");
+    const QString path = u"/Applications/VornaServer.app"_s;
 };
 
 void tst_AppService::theRegisterIsToldOnlyWhatItDoesNotHold_data()

@@ -10,13 +10,15 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using standin::calls;
 using standin::world;
 
 namespace {
 
-const QString finder = QStringLiteral("com.apple.finder");
-const QString unitron = QStringLiteral("dk.Otee.Unity_Unitron");
+const QString finder = u"com.apple.finder"_s;
+const QString unitron = u"dk.Otee.Unity_Unitron"_s;
 
 } // namespace
 

@@ -11,13 +11,15 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace platform;
 using standin::world;
 
 namespace {
 
-const QString application = QStringLiteral("loginwindow");
-const QString key = QStringLiteral("AutoLaunchedApplicationDictionary");
+const QString application = u"loginwindow"_s;
+const QString key = u"AutoLaunchedApplicationDictionary"_s;
 
 CFOwner<CFMutableArrayRef> newArray()
 {
@@ -138,7 +140,7 @@ void tst_AutoLaunchList::aPathIsReadInEveryForm_data()
                 << path << hasCStrings;
         };
         row("plain", "/Applications/VornaServer.app");
-        row("empty", QStringLiteral(""));
+        row("empty", u""_s);
         row("beyond ASCII", QString::fromUtf8("/Users/J\xc3\xb6rg/Vorna\xe2\x82\xac.app"));
         row("beyond 16 bits", QString::fromUtf8("/Users/\xf0\x9f\x98\x80/VornaServer.app"));
     }

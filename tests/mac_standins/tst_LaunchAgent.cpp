@@ -13,11 +13,13 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using platform::LaunchAgent;
 
 namespace {
 
-const QString bundle = QStringLiteral("/Applications/VornaServer.app");
+const QString bundle = u"/Applications/VornaServer.app"_s;
 
 QByteArray contentOf(const QString &fileName)
 {

@@ -8,6 +8,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace platform;
 using standin::calls;
 using standin::world;
@@ -150,7 +152,7 @@ void tst_QuartzEventServices::aClickIsPressAndReleaseFromOneHidSource_data()
     QTest::addColumn<QString>("press");
     QTest::addColumn<QString>("release");
     const auto row = [](const char *name, Tap tap, int press, int release, int button) {
-        const QString event = QStringLiteral("type %1 at 3,4 button %2");
+        const QString event = u"type %1 at 3,4 button %2"_s;
         QTest::newRow(name) << tap << event.arg(press).arg(button)
                             << event.arg(release).arg(button);
     };

@@ -13,23 +13,24 @@ Asker::Asker(quint16 port, milliseconds pace) : m_thread([this, port, pace] { ru
 
 const Sample &Asker::stop()
 {
-    m_isOver = true;
-    if (m_thread.joinable())
+    isOver = true;
+    if (m_thread.joinable()) {
         m_thread.join();
-    return m_times;
+    }
+    return times;
 }
 
 void Asker::run(quint16 port, milliseconds pace)
 {
     Handheld handheld(port);
     const QByteArray question = serverInfo();
-    while (!m_isOver) {
+    while (!isOver) {
         const auto start = steady_clock::now();
         if (!handheld.ask(question)) {
             m_isServed = false;
             return;
         }
-        m_times.add(duration<double, std::milli>(steady_clock::now() - start).count());
+        times.add(duration<double, std::milli>(steady_clock::now() - start).count());
         std::this_thread::sleep_until(start + pace);
     }
 }

@@ -31,8 +31,8 @@ public:
 private:
     void run(quint16 port, std::chrono::milliseconds pace);
 
-    std::atomic_bool m_isOver = false;
+    std::atomic_bool isOver = false;
     std::atomic_bool m_isServed = true;
-    Sample m_times;
+    Sample times;
     std::thread m_thread; // last, so that the rest is there before it runs
 };

@@ -7,6 +7,8 @@
 
 #include <QFile>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// A bus that trusts everyone on the host (dbus-daemon(1)).
@@ -49,54 +51,57 @@ bool writeFile(const QString &path, const QString &text)
 
 AvahiDaemon::AvahiDaemon(const NetworkHost &host) : m_host(host)
 {
-    if (!writeFile(path("bus.conf"), QString(BusConfiguration).arg(busAddress())) ||
-        !writeFile(path("daemon.conf"),
-                   QString(DaemonConfiguration).arg(m_host.name(), NetworkNamespaces::device())))
+    if (!writeFile(path("bus.conf"), QString::fromLatin1(BusConfiguration).arg(busAddress())) ||
+        !writeFile(path("daemon.conf"), QString::fromLatin1(DaemonConfiguration)
+                                            .arg(m_host.name(), NetworkNamespaces::device()))) {
         m_problem = "no configuration files for avahi-daemon";
-    else
+    } else {
         startBus();
+    }
 }
 
 QString AvahiDaemon::busAddress() const
 {
-    return "unix:path=" + path("bus");
+    return u"unix:path="_s + path("bus");
 }
 
 void AvahiDaemon::startBus()
 {
-    m_bus.setLastPreparation(m_host.entry());
-    m_bus.setStandardErrorFile(path("bus.log"));
-    m_bus.start("dbus-daemon",
-                {"--config-file=" + path("bus.conf"), "--nofork", "--nopidfile", "--nosyslog"});
-    if (!waitUntil([this] { return QFile::exists(path("bus")); }))
+    bus.setLastPreparation(m_host.entry());
+    bus.setStandardErrorFile(path("bus.log"));
+    bus.start(u"dbus-daemon"_s, {u"--config-file="_s + path("bus.conf"), u"--nofork"_s,
+                                 u"--nopidfile"_s, u"--nosyslog"_s});
+    if (!waitUntil([this] { return QFile::exists(path("bus")); })) {
         m_problem = "did not start: dbus-daemon";
+    }
 }
 
 bool AvahiDaemon::start()
 {
     auto environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("DBUS_SYSTEM_BUS_ADDRESS", busAddress());
-    m_daemon = std::make_unique<ChildProcess>();
-    m_daemon->setProcessEnvironment(environment);
-    m_daemon->setLastPreparation(m_host.entry());
-    m_daemon->setProcessChannelMode(QProcess::MergedChannels);
-    m_daemon->start("avahi-daemon", {"--file=" + path("daemon.conf"), "--no-drop-root",
-                                     "--no-chroot", "--no-rlimits"});
+    environment.insert(u"DBUS_SYSTEM_BUS_ADDRESS"_s, busAddress());
+    daemon = std::make_unique<ChildProcess>();
+    daemon->setProcessEnvironment(environment);
+    daemon->setLastPreparation(m_host.entry());
+    daemon->setProcessChannelMode(QProcess::MergedChannels);
+    daemon->start(u"avahi-daemon"_s, {u"--file="_s + path("daemon.conf"), u"--no-drop-root"_s,
+                                      u"--no-chroot"_s, u"--no-rlimits"_s});
     QByteArray output;
     return waitUntil([&] {
-        output += m_daemon->readAll();
+        output += daemon->readAll();
         return output.contains("Server startup complete");
     });
 }
 
 void AvahiDaemon::stop()
 {
-    m_daemon.reset();
+    daemon.reset();
 }
 
 void AvahiDaemon::crash()
 {
-    if (m_daemon)
-        m_daemon->kill();
-    m_daemon.reset();
+    if (daemon) {
+        daemon->kill();
+    }
+    daemon.reset();
 }

@@ -23,7 +23,7 @@ public:
     /// The system bus's address.
     QString busAddress() const;
 
-    bool isRunning() const { return m_daemon != nullptr; }
+    bool isRunning() const { return daemon != nullptr; }
     /// Starts the daemon and waits until it serves; false when it does not.
     bool start();
     /// Ends the daemon in order: it takes back what it had announced.
@@ -34,11 +34,11 @@ public:
 private:
     void writeConfiguration() const;
     void startBus();
-    QString path(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
+    QString path(const char *name) const { return folder.filePath(QLatin1String(name)); }
 
     const NetworkHost &m_host;
-    QTemporaryDir m_folder;
+    QTemporaryDir folder;
     QByteArray m_problem;
-    ChildProcess m_bus;
-    std::unique_ptr<ChildProcess> m_daemon;
+    ChildProcess bus;
+    std::unique_ptr<ChildProcess> daemon;
 };

@@ -18,11 +18,13 @@ ChildProcess::ChildProcess()
 
 ChildProcess::~ChildProcess()
 {
-    if (state() == NotRunning)
+    if (state() == NotRunning) {
         return;
+    }
     terminate();
-    if (waitForFinished(PatienceMilliseconds))
+    if (waitForFinished(PatienceMilliseconds)) {
         return;
+    }
     kill();
     waitForFinished(PatienceMilliseconds);
 }

@@ -7,12 +7,14 @@
 
 #include <sys/types.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QStringList arguments(const QStringList &first, const QString &target)
 {
-    const QStringList all = first + QStringList{"-selection", "clipboard"};
-    return target.isEmpty() ? all : all + QStringList{"-target", target};
+    const QStringList all = first + QStringList{u"-selection"_s, u"clipboard"_s};
+    return target.isEmpty() ? all : all + QStringList{u"-target"_s, target};
 }
 
 } // namespace
@@ -23,13 +25,13 @@ ClipboardOwner::ClipboardOwner(const DesktopSession &session, const QByteArray &
     , m_content(content)
     , m_target(target)
 {
-    m_process.setProcessEnvironment(session.environment());
-    m_process.setStandardErrorFile(QProcess::nullDevice());
+    process.setProcessEnvironment(session.environment());
+    process.setStandardErrorFile(QProcess::nullDevice());
     // Quiet means: in the foreground, with no copy of itself behind.
-    m_process.start(QStringLiteral("xclip"), arguments({"-in", "-quiet"}, target));
-    m_process.write(content);
-    m_process.closeWriteChannel();
-    while (m_process.bytesToWrite() > 0 && m_process.waitForBytesWritten()) {
+    process.start(u"xclip"_s, arguments({u"-in"_s, u"-quiet"_s}, target));
+    process.write(content);
+    process.closeWriteChannel();
+    while (process.bytesToWrite() > 0 && process.waitForBytesWritten()) {
     }
 }
 
@@ -42,25 +44,25 @@ bool ClipboardOwner::isServing() const
 {
     return waitUntil([this] {
         // A read of nothing may also be that of an owner before.
-        return m_process.state() == QProcess::Running && read(m_session, m_target) == m_content;
+        return process.state() == QProcess::Running && read(m_session, m_target) == m_content;
     });
 }
 
 void ClipboardOwner::halt()
 {
-    ::kill(static_cast<pid_t>(m_process.processId()), SIGSTOP);
+    ::kill(static_cast<pid_t>(process.processId()), SIGSTOP);
 }
 
 bool ClipboardOwner::resumeUntilItEnds()
 {
-    ::kill(static_cast<pid_t>(m_process.processId()), SIGCONT);
-    return m_process.waitForFinished();
+    ::kill(static_cast<pid_t>(process.processId()), SIGCONT);
+    return process.waitForFinished();
 }
 
 void ClipboardOwner::kill()
 {
-    m_process.kill();
-    m_process.waitForFinished();
+    process.kill();
+    process.waitForFinished();
 }
 
 std::optional<QByteArray> ClipboardOwner::read(const DesktopSession &session, const QString &target)
@@ -68,7 +70,7 @@ std::optional<QByteArray> ClipboardOwner::read(const DesktopSession &session, co
     ChildProcess reader;
     reader.setProcessEnvironment(session.environment());
     reader.setStandardErrorFile(QProcess::nullDevice());
-    reader.start(QStringLiteral("xclip"), arguments({"-out"}, target));
+    reader.start(u"xclip"_s, arguments({u"-out"_s}, target));
     const bool hasText = reader.waitForFinished() && reader.exitStatus() == QProcess::NormalExit &&
                          reader.exitCode() == 0;
     return hasText ? std::optional(reader.readAllStandardOutput()) : std::nullopt;

@@ -36,5 +36,5 @@ private:
     const DesktopSession &m_session;
     QByteArray m_content;
     QString m_target;
-    ChildProcess m_process;
+    ChildProcess process;
 };

@@ -18,6 +18,8 @@
 #include <cstddef>
 #include <cstring>
 
+using namespace Qt::StringLiterals;
+
 namespace Confinement {
 
 namespace {
@@ -34,17 +36,20 @@ namespace {
 /// A program that root starts may have at most the capabilities of this set (capabilities(7)).
 void forbid(unsigned long capability)
 {
-    if (::prctl(PR_CAPBSET_DROP, capability, 0, 0, 0) != 0 && ::geteuid() == 0)
+    if (::prctl(PR_CAPBSET_DROP, capability, 0, 0, 0) != 0 && ::geteuid() == 0) {
         giveUp("cannot give up the rights of root\n");
+    }
 }
 
 // A namespace of one's own needs root, or a user namespace in which one is root.
 void enterNamespace()
 {
-    if (::unshare(CLONE_NEWNS) != 0 && ::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
+    if (::unshare(CLONE_NEWNS) != 0 && ::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
         giveUp("no mount namespace\n");
-    if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+    }
+    if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
         giveUp("the mounts stay shared\n");
+    }
 }
 
 } // namespace
@@ -68,8 +73,9 @@ std::function<void()> withoutCall(long number, int error)
         };
         const sock_fprog program{filter.size(), filter.data()};
         if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
-            ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program, 0, 0) != 0)
+            ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program, 0, 0) != 0) {
             giveUp("the system call cannot be taken away\n");
+        }
     };
 }
 
@@ -77,14 +83,15 @@ std::function<void()> smallDisk(const QString &folder, qint64 bytes)
 {
     return [path = folder.toUtf8(), options = "size=" + QByteArray::number(bytes)] {
         enterNamespace();
-        if (::mount("none", path.constData(), "tmpfs", 0, options.constData()) != 0)
+        if (::mount("none", path.constData(), "tmpfs", 0, options.constData()) != 0) {
             giveUp("no small disk\n");
+        }
     };
 }
 
 QString insideOf(qint64 processId, const QString &path)
 {
-    return QStringLiteral("/proc/%1/root").arg(processId) + path;
+    return u"/proc/%1/root"_s.arg(processId) + path;
 }
 
 } // namespace Confinement

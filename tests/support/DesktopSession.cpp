@@ -5,9 +5,11 @@
 
 #include <QDir>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString DeadBus = QStringLiteral("unix:path=/nonexistent");
+const QString DeadBus = u"unix:path=/nonexistent"_s;
 
 /// A session bus that starts no program of the machine's own.
 const char BusSettings[] =
@@ -26,66 +28,68 @@ const char BusSettings[] =
 
 /// Variables by which a program finds its private folders.
 const QList<std::pair<QString, QString>> PrivateFolders{
-    {QStringLiteral("HOME"), QStringLiteral("home")},
-    {QStringLiteral("XDG_CONFIG_HOME"), QStringLiteral("config")},
-    {QStringLiteral("XDG_DATA_HOME"), QStringLiteral("data")},
-    {QStringLiteral("XDG_CACHE_HOME"), QStringLiteral("cache")},
-    {QStringLiteral("XDG_STATE_HOME"), QStringLiteral("state")},
-    {QStringLiteral("XDG_RUNTIME_DIR"), QStringLiteral("run")},
+    {u"HOME"_s, u"home"_s},
+    {u"XDG_CONFIG_HOME"_s, u"config"_s},
+    {u"XDG_DATA_HOME"_s, u"data"_s},
+    {u"XDG_CACHE_HOME"_s, u"cache"_s},
+    {u"XDG_STATE_HOME"_s, u"state"_s},
+    {u"XDG_RUNTIME_DIR"_s, u"run"_s},
 };
 
 } // namespace
 
-DesktopSession::DesktopSession(Parts parts) : m_busAddress(DeadBus), m_systemBusAddress(DeadBus)
+DesktopSession::DesktopSession(Parts parts) : m_busAddress(DeadBus), systemBusAddress(DeadBus)
 {
     makeFolders();
     require(m_xServer.isRunning(), "Xvfb");
-    if (!m_problem.isEmpty())
+    if (!m_problem.isEmpty()) {
         return;
+    }
     m_view = std::make_unique<DesktopView>(display());
     m_user = std::make_unique<DesktopUser>(display());
-    if (parts.testFlag(SessionBus))
+    if (parts.testFlag(SessionBus)) {
         startBus();
+    }
     startWindowManager();
-    if (parts.testFlag(Tray))
+    if (parts.testFlag(Tray)) {
         require(startTray(), "trayer");
+    }
 }
 
 void DesktopSession::require(bool isThere, const QByteArray &what)
 {
-    if (!isThere)
+    if (!isThere) {
         m_problem += "did not start: " + what + "\n";
+    }
 }
 
 void DesktopSession::makeFolders()
 {
-    for (const auto &[variable, folder] : PrivateFolders)
+    for (const auto &[variable, folder] : PrivateFolders) {
         QDir().mkpath(path(folder));
-    QFile::setPermissions(path(QStringLiteral("run")),
-                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+    QFile::setPermissions(path(u"run"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
 void DesktopSession::startBus()
 {
-    const QString address = QStringLiteral("unix:path=") + path(QStringLiteral("run/bus"));
-    QFile settings(path(QStringLiteral("bus.conf")));
+    const QString address = u"unix:path="_s + path(u"run/bus"_s);
+    QFile settings(path(u"bus.conf"_s));
     require(settings.open(QIODevice::WriteOnly) && settings.write(BusSettings) > 0, "bus.conf");
     settings.close();
-    m_bus.setProcessEnvironment(environment());
-    m_bus.setStandardErrorFile(path(QStringLiteral("bus.log")));
-    m_bus.start(QStringLiteral("dbus-daemon"),
-                {QStringLiteral("--config-file=") + settings.fileName(), QStringLiteral("--nofork"),
-                 QStringLiteral("--nopidfile"), QStringLiteral("--address=") + address});
-    require(waitUntil([this] { return QFile::exists(path(QStringLiteral("run/bus"))); }),
-            "dbus-daemon");
+    bus.setProcessEnvironment(environment());
+    bus.setStandardErrorFile(path(u"bus.log"_s));
+    bus.start(u"dbus-daemon"_s, {u"--config-file="_s + settings.fileName(), u"--nofork"_s,
+                                 u"--nopidfile"_s, u"--address="_s + address});
+    require(waitUntil([this] { return QFile::exists(path(u"run/bus"_s)); }), "dbus-daemon");
     m_busAddress = address;
 }
 
 void DesktopSession::startWindowManager()
 {
-    m_windowManager.setProcessEnvironment(environment());
-    m_windowManager.setStandardErrorFile(path(QStringLiteral("openbox.log")));
-    m_windowManager.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
+    windowManager.setProcessEnvironment(environment());
+    windowManager.setStandardErrorFile(path(u"openbox.log"_s));
+    windowManager.start(u"openbox"_s, {u"--sm-disable"_s});
     require(waitUntil([this] { return m_view->hasWindowManager(); }), "openbox");
     // It announces itself before it listens, and overlooks what happens in between.
     require(waitUntil([this] { return windowManagerAnswers(); }), "answers of openbox");
@@ -95,33 +99,29 @@ bool DesktopSession::windowManagerAnswers() const
 {
     ChildProcess request;
     request.setProcessEnvironment(environment());
-    request.start(QStringLiteral("xdotool"),
-                  {QStringLiteral("set_num_desktops"), QStringLiteral("1"),
-                   QStringLiteral("get_num_desktops")});
+    request.start(u"xdotool"_s, {u"set_num_desktops"_s, u"1"_s, u"get_num_desktops"_s});
     return request.waitForFinished() && request.readAllStandardOutput().trimmed() == "1";
 }
 
 bool DesktopSession::startTray()
 {
-    m_tray.setProcessEnvironment(environment());
-    m_tray.setStandardErrorFile(path(QStringLiteral("trayer.log")));
-    m_tray.start(QStringLiteral("trayer"),
-                 {QStringLiteral("--edge"), QStringLiteral("bottom"), QStringLiteral("--align"),
-                  QStringLiteral("right"), QStringLiteral("--widthtype"), QStringLiteral("request"),
-                  QStringLiteral("--height"), QStringLiteral("24")});
+    tray.setProcessEnvironment(environment());
+    tray.setStandardErrorFile(path(u"trayer.log"_s));
+    tray.start(u"trayer"_s, {u"--edge"_s, u"bottom"_s, u"--align"_s, u"right"_s, u"--widthtype"_s,
+                             u"request"_s, u"--height"_s, u"24"_s});
     return waitUntil([this] { return m_view->hasTray(); });
 }
 
 void DesktopSession::endTray()
 {
-    m_tray.kill();
-    m_tray.waitForFinished();
+    tray.kill();
+    tray.waitForFinished();
 }
 
 void DesktopSession::endSessionBus()
 {
-    m_bus.kill();
-    m_bus.waitForFinished();
+    bus.kill();
+    bus.waitForFinished();
 }
 
 void DesktopSession::endDisplay()
@@ -137,21 +137,24 @@ QString DesktopSession::display() const
 QProcessEnvironment DesktopSession::environment() const
 {
     auto environment = QProcessEnvironment::systemEnvironment();
-    for (const auto &[variable, folder] : PrivateFolders)
+    for (const auto &[variable, folder] : PrivateFolders) {
         environment.insert(variable, path(folder));
-    environment.insert(QStringLiteral("DISPLAY"), display());
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_busAddress);
-    environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), m_systemBusAddress);
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    }
+    environment.insert(u"DISPLAY"_s, display());
+    environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, m_busAddress);
+    environment.insert(u"DBUS_SYSTEM_BUS_ADDRESS"_s, systemBusAddress);
+    environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
     for (const char *variable : {"WAYLAND_DISPLAY", "XDG_CURRENT_DESKTOP", "XDG_SESSION_TYPE",
-                                 "QT_QPA_PLATFORMTHEME", "QT_STYLE_OVERRIDE", "SESSION_MANAGER"})
+                                 "QT_QPA_PLATFORMTHEME", "QT_STYLE_OVERRIDE", "SESSION_MANAGER"}) {
         environment.remove(QLatin1String(variable));
-    for (const auto &[name, value] : m_variables.asKeyValueRange())
+    }
+    for (const auto &[name, value] : variables.asKeyValueRange()) {
         environment.insert(name, value);
+    }
     return environment;
 }
 
 QString DesktopSession::settingsFile() const
 {
-    return path(QStringLiteral("config/Ostrovane/VornaServer.conf"));
+    return path(u"config/Ostrovane/VornaServer.conf"_s);
 }

@@ -13,6 +13,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 /// A desktop of its own: an X server, a window manager and, where wanted, a tray and a session
 /// bus, with a fresh home. Nothing in it reaches the machine's own session, nor its system bus.
 class DesktopSession
@@ -41,15 +43,15 @@ public:
     /// The session bus's address; one that leads nowhere in a session without a bus.
     QString busAddress() const { return m_busAddress; }
     /// Where programs started from now on look for the system bus; it leads nowhere until told.
-    void useSystemBus(const QString &address) { m_systemBusAddress = address; }
+    void useSystemBus(const QString &address) { systemBusAddress = address; }
     /// Adds to what programs started from now on find in their environment.
-    void addVariable(const QString &name, const QString &value) { m_variables.insert(name, value); }
+    void addVariable(const QString &name, const QString &value) { variables.insert(name, value); }
     /// What a program of this session is started with.
     QProcessEnvironment environment() const;
 
     /// A file or folder of this session, by its path below the private folder.
     QString path(const QString &relative) const { return m_folder.filePath(relative); }
-    QString home() const { return path(QStringLiteral("home")); }
+    QString home() const { return path(u"home"_s); }
     /// The server's settings file.
     QString settingsFile() const;
 
@@ -66,13 +68,13 @@ private:
     QTemporaryDir m_folder;
     QByteArray m_problem;
     QString m_busAddress;
-    QString m_systemBusAddress;
-    QMap<QString, QString> m_variables; ///< Added by the test.
+    QString systemBusAddress;
+    QMap<QString, QString> variables; ///< Added by the test.
     // The parts end in the reverse order: what is shown goes before what shows it.
     XServer m_xServer;
-    ChildProcess m_bus;
-    ChildProcess m_windowManager;
-    ChildProcess m_tray;
+    ChildProcess bus;
+    ChildProcess windowManager;
+    ChildProcess tray;
     std::unique_ptr<DesktopView> m_view;
     std::unique_ptr<DesktopUser> m_user;
 };

@@ -6,11 +6,13 @@
 #include <QProcess>
 #include <QProcessEnvironment>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QStringList moveWords(const QPoint &point)
 {
-    return {QStringLiteral("mousemove"), QString::number(point.x()), QString::number(point.y())};
+    return {u"mousemove"_s, QString::number(point.x()), QString::number(point.y())};
 }
 
 } // namespace
@@ -21,10 +23,10 @@ bool DesktopUser::run(const QStringList &arguments) const
 {
     QProcess tool;
     auto environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DISPLAY"), m_display);
+    environment.insert(u"DISPLAY"_s, m_display);
     tool.setProcessEnvironment(environment);
     tool.setProcessChannelMode(QProcess::ForwardedChannels);
-    tool.start(QStringLiteral("xdotool"), arguments);
+    tool.start(u"xdotool"_s, arguments);
     return tool.waitForFinished() && tool.exitStatus() == QProcess::NormalExit &&
            tool.exitCode() == 0;
 }
@@ -37,47 +39,48 @@ bool DesktopUser::moveTo(const QPoint &point) const
 bool DesktopUser::click(const QPoint &point, Button button) const
 {
     return run(moveWords(point) +
-               QStringList{QStringLiteral("click"), QString::number(static_cast<int>(button))});
+               QStringList{u"click"_s, QString::number(static_cast<int>(button))});
 }
 
 bool DesktopUser::doubleClick(const QPoint &point) const
 {
-    return run(moveWords(point) + QStringList{"click", "--repeat", "2", "--delay", "50", "1"});
+    return run(moveWords(point) +
+               QStringList{u"click"_s, u"--repeat"_s, u"2"_s, u"--delay"_s, u"50"_s, u"1"_s});
 }
 
 bool DesktopUser::drag(const QPoint &from, const QPoint &to) const
 {
-    return run(moveWords(from) + QStringList{"mousedown", "1"} + moveWords(to) +
-               QStringList{"mouseup", "1"});
+    return run(moveWords(from) + QStringList{u"mousedown"_s, u"1"_s} + moveWords(to) +
+               QStringList{u"mouseup"_s, u"1"_s});
 }
 
 bool DesktopUser::tapKey(const QString &name) const
 {
-    return run({QStringLiteral("key"), name});
+    return run({u"key"_s, name});
 }
 
 bool DesktopUser::holdKey(const QString &name) const
 {
-    return run({QStringLiteral("keydown"), name});
+    return run({u"keydown"_s, name});
 }
 
 bool DesktopUser::releaseKey(const QString &name) const
 {
-    return run({QStringLiteral("keyup"), name});
+    return run({u"keyup"_s, name});
 }
 
 bool DesktopUser::type(const QString &text) const
 {
-    return run({QStringLiteral("type"), text});
+    return run({u"type"_s, text});
 }
 
 bool DesktopUser::moveWindow(quint32 window, const QPoint &corner) const
 {
-    return run({QStringLiteral("windowmove"), QString::number(window), QString::number(corner.x()),
+    return run({u"windowmove"_s, QString::number(window), QString::number(corner.x()),
                 QString::number(corner.y())});
 }
 
 bool DesktopUser::minimizeWindow(quint32 window) const
 {
-    return run({QStringLiteral("windowminimize"), QString::number(window)});
+    return run({u"windowminimize"_s, QString::number(window)});
 }

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <functional>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// Frees what the X library hands out.
@@ -64,8 +66,9 @@ QByteArray DesktopView::Private::property(xcb_window_t window, const char *name)
         xcb_get_property(connection, false, window, atom(name), XCB_ATOM_ANY, 0, 4096);
     const Owned<xcb_get_property_reply_t> reply(
         xcb_get_property_reply(connection, cookie, nullptr));
-    if (!reply)
+    if (!reply) {
         return {};
+    }
     return QByteArray(static_cast<const char *>(xcb_get_property_value(reply.get())),
                       xcb_get_property_value_length(reply.get()));
 }
@@ -74,8 +77,9 @@ QList<quint32> DesktopView::Private::numbers(xcb_window_t window, const char *na
 {
     const QByteArray bytes = property(window, name);
     QList<quint32> result(bytes.size() / qsizetype(sizeof(quint32)));
-    if (!result.isEmpty())
+    if (!result.isEmpty()) {
         std::memcpy(result.data(), bytes.constData(), size_t(result.size()) * sizeof(quint32));
+    }
     return result;
 }
 
@@ -102,8 +106,9 @@ QRect DesktopView::Private::place(xcb_window_t window) const
         xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr));
     const Owned<xcb_translate_coordinates_reply_t> corner(xcb_translate_coordinates_reply(
         connection, xcb_translate_coordinates(connection, window, root, 0, 0), nullptr));
-    if (!geometry || !corner)
+    if (!geometry || !corner) {
         return {};
+    }
     return QRect(corner->dst_x, corner->dst_y, geometry->width, geometry->height);
 }
 
@@ -117,14 +122,17 @@ std::optional<SeenWindow> DesktopView::Private::find(xcb_window_t below,
 {
     const Owned<xcb_query_tree_reply_t> tree(
         xcb_query_tree_reply(connection, xcb_query_tree(connection, below), nullptr));
-    if (!tree)
+    if (!tree) {
         return std::nullopt;
+    }
     const xcb_window_t *children = xcb_query_tree_children(tree.get());
     for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
-        if (isWanted({children[i], below}))
+        if (isWanted({children[i], below})) {
             return describe(children[i]);
-        if (const auto found = find(children[i], isWanted))
+        }
+        if (const auto found = find(children[i], isWanted)) {
             return found;
+        }
     }
     return std::nullopt;
 }
@@ -141,8 +149,9 @@ std::optional<SeenWindow> DesktopView::Private::findPopup(qint64 processId, bool
 DesktopView::DesktopView(const QString &display) : d(std::make_unique<Private>())
 {
     d->connection = xcb_connect(display.toLocal8Bit().constData(), nullptr);
-    if (!isConnected())
+    if (!isConnected()) {
         return;
+    }
     const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(d->connection)).data;
     d->root = screen->root;
     d->size = QSize(screen->width_in_pixels, screen->height_in_pixels);
@@ -175,17 +184,21 @@ bool DesktopView::hasTray() const
 QList<SeenWindow> DesktopView::dialogs(qint64 processId) const
 {
     QList<SeenWindow> result;
-    for (const quint32 window : d->numbers(d->root, "_NET_CLIENT_LIST"))
-        if (d->belongsTo(window, processId) && d->isViewable(window))
+    for (const quint32 window : d->numbers(d->root, "_NET_CLIENT_LIST")) {
+        if (d->belongsTo(window, processId) && d->isViewable(window)) {
             result.append(d->describe(window));
+        }
+    }
     return result;
 }
 
 std::optional<SeenWindow> DesktopView::dialog(qint64 processId, const QString &title) const
 {
-    for (const SeenWindow &window : dialogs(processId))
-        if (window.title == title)
+    for (const SeenWindow &window : dialogs(processId)) {
+        if (window.title == title) {
             return window;
+        }
+    }
     return std::nullopt;
 }
 
@@ -238,8 +251,9 @@ QImage DesktopView::picture(const QRect &area) const
         static_cast<int16_t>(part.y()), static_cast<uint16_t>(part.width()),
         static_cast<uint16_t>(part.height()), ~0U);
     const Owned<xcb_get_image_reply_t> reply(xcb_get_image_reply(d->connection, cookie, nullptr));
-    if (!reply)
+    if (!reply) {
         return {};
+    }
     // Depth 24 comes as 32 bits a pixel, the byte order of this machine.
     return QImage(xcb_get_image_data(reply.get()), part.width(), part.height(), part.width() * 4,
                   QImage::Format_RGB32)
@@ -250,10 +264,13 @@ QImage DesktopView::settledPicture(const QRect &area, std::chrono::milliseconds 
 {
     const auto hasContent = [](const QImage &image) {
         const QRgb first = image.pixel(0, 0);
-        for (int y = 0; y < image.height(); ++y)
-            for (int x = 0; x < image.width(); ++x)
-                if (image.pixel(x, y) != first)
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                if (image.pixel(x, y) != first) {
                     return true;
+                }
+            }
+        }
         return false;
     };
     constexpr int CalmLooks = 10; // One look every 10 ms; a cursor blinks slower than they last.
@@ -272,8 +289,8 @@ QImage DesktopView::settledPicture(const QRect &area, std::chrono::milliseconds 
 
 bool DesktopView::saveScreenshot(const QString &name) const
 {
-    const QString folder = qEnvironmentVariable("VORNA_SCREENSHOTS", QStringLiteral("screenshots"));
+    const QString folder = qEnvironmentVariable("VORNA_SCREENSHOTS", u"screenshots"_s);
     const QImage image = settledPicture();
     return !image.isNull() && QDir().mkpath(folder) &&
-           image.save(folder + QLatin1Char('/') + name + QLatin1String(".png"));
+           image.save(folder + QLatin1Char('/') + name + ".png"_L1);
 }

@@ -22,18 +22,19 @@ Flooder::Flooder(quint16 port, const QByteArray &token)
 
 qint64 Flooder::stop()
 {
-    m_isOver = true;
-    if (m_thread.joinable())
+    isOver = true;
+    if (m_thread.joinable()) {
         m_thread.join();
-    return m_sent;
+    }
+    return sent;
 }
 
 void Flooder::run(quint16 port, const QByteArray &bytes)
 {
     Handheld handheld(port);
-    while (!m_isOver && m_isConnected) {
+    while (!isOver && m_isConnected) {
         m_isConnected = handheld.send(bytes);
-        m_sent += bytes.size();
+        sent += bytes.size();
         while (handheld.hasUnreadAnswer() && handheld.throwUnreadAway()) {
         }
     }

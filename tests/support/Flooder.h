@@ -27,8 +27,8 @@ public:
 private:
     void run(quint16 port, const QByteArray &bytes);
 
-    std::atomic_bool m_isOver = false;
+    std::atomic_bool isOver = false;
     std::atomic_bool m_isConnected = true;
-    std::atomic<qint64> m_sent = 0;
+    std::atomic<qint64> sent = 0;
     std::thread m_thread; // last, so that the rest is there before it runs
 };

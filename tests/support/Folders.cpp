@@ -15,12 +15,15 @@ namespace {
 
 QByteArray describe(const QFileInfo &entry)
 {
-    if (entry.isSymLink())
+    if (entry.isSymLink()) {
         return "link to " + entry.symLinkTarget().toUtf8();
-    if (entry.isDir())
+    }
+    if (entry.isDir()) {
         return "folder";
-    if (entry.isFile())
+    }
+    if (entry.isFile()) {
         return QByteArray::number(entry.size()) + " bytes " + fileHash(entry.filePath()).toHex();
+    }
     return "special file";
 }
 
@@ -44,12 +47,16 @@ QStringList differences(const QMap<QString, QByteArray> &before,
                         const QMap<QString, QByteArray> &after)
 {
     std::set<QString> paths;
-    for (const auto &[path, content] : before.asKeyValueRange())
-        if (after.value(path) != content)
+    for (const auto &[path, content] : before.asKeyValueRange()) {
+        if (after.value(path) != content) {
             paths.insert(path);
-    for (const auto &[path, content] : after.asKeyValueRange())
-        if (before.value(path) != content)
+        }
+    }
+    for (const auto &[path, content] : after.asKeyValueRange()) {
+        if (before.value(path) != content) {
             paths.insert(path);
+        }
+    }
     return QStringList(paths.begin(), paths.end());
 }
 

@@ -17,6 +17,8 @@
 #include <array>
 #include <cerrno>
 
+using namespace Qt::StringLiterals;
+
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
@@ -24,36 +26,41 @@ namespace {
 
 QString valueText(const QVariant &value)
 {
-    if (value.typeId() != QMetaType::QStringList)
+    if (value.typeId() != QMetaType::QStringList) {
         return QLatin1Char('"') + value.toString() + QLatin1Char('"');
+    }
     QStringList items;
-    for (const QString &item : value.toStringList())
+    for (const QString &item : value.toStringList()) {
         items.append(QLatin1Char('"') + item + QLatin1Char('"'));
-    return QLatin1String("( ") + items.join(QLatin1String(", ")) + QLatin1String(" )");
+    }
+    return "( "_L1 + items.join(", "_L1) + " )"_L1;
 }
 
 /// Reads `("a", "b" );` or `();`, the brackets being taken off already.
 QStringList readItems(QStringView text)
 {
     QStringList items;
-    for (const QStringView item : text.split(QStringView(u"\", \"")))
+    for (const QStringView item : text.split(QStringView(u"\", \""))) {
         items.append(item.trimmed().toString().remove(QLatin1Char('"')));
+    }
     return text.isEmpty() ? QStringList() : items;
 }
 
 /// Takes one entry off the front of the text.
 std::optional<TokenEntry> takeEntry(QStringView &text)
 {
-    const qsizetype equals = text.indexOf(QLatin1String(" ="));
-    if (equals < 0)
+    const qsizetype equals = text.indexOf(" ="_L1);
+    if (equals < 0) {
         return std::nullopt;
+    }
     const QString key = text.left(equals).toString();
     const QStringView rest = text.mid(equals + 2).trimmed();
     const bool isList = rest.startsWith(QLatin1Char('('));
-    const QString ending = isList ? QStringLiteral(");") : QStringLiteral("\";");
+    const QString ending = isList ? u");"_s : u"\";"_s;
     const qsizetype end = rest.indexOf(ending, 1);
-    if (end < 0)
+    if (end < 0) {
         return std::nullopt;
+    }
     const QStringView value = rest.mid(1, end - 1);
     text = rest.mid(end + 2);
     return TokenEntry(key, isList ? QVariant(readItems(value)) : QVariant(value.toString()));
@@ -64,8 +71,9 @@ std::optional<TokenEntry> takeEntry(QStringView &text)
 qsizetype firstAnswerSize(const QByteArray &received)
 {
     const qsizetype boundary = received.indexOf(";}{");
-    if (boundary >= 0)
+    if (boundary >= 0) {
         return boundary + 2;
+    }
     return received.endsWith(";}") || received == "{}" ? received.size() : 0;
 }
 
@@ -90,47 +98,49 @@ quint16 ownPortOf(int socket)
 
 QByteArray tokenText(const std::vector<TokenEntry> &entries)
 {
-    QString text = QStringLiteral("{\n");
-    for (const auto &[key, value] : entries)
-        text += QStringLiteral("    ") + key + QLatin1String(" = ") + valueText(value) +
-                QLatin1String(";\n");
-    return (text + QLatin1String("}")).toLatin1();
+    QString text = u"{\n"_s;
+    for (const auto &[key, value] : entries) {
+        text += u"    "_s + key + " = "_L1 + valueText(value) + ";\n"_L1;
+    }
+    return (text + "}"_L1).toLatin1();
 }
 
 QByteArray commandText(const QString &command, const std::vector<TokenEntry> &entries)
 {
-    std::vector<TokenEntry> all{{QStringLiteral("cmdType"), command}};
+    std::vector<TokenEntry> all{{u"cmdType"_s, command}};
     all.insert(all.end(), entries.begin(), entries.end());
     return tokenText(all);
 }
 
 QByteArray serverInfo()
 {
-    return commandText(QStringLiteral("SERVER_INFO"));
+    return commandText(u"SERVER_INFO"_s);
 }
 
 QByteArray keyCommand(const QString &shortcut)
 {
-    return commandText(QStringLiteral("KEYBOARD_CMD"), {{QStringLiteral("fncCommand"), shortcut}});
+    return commandText(u"KEYBOARD_CMD"_s, {{u"fncCommand"_s, shortcut}});
 }
 
 std::optional<QVariantMap> readAnswer(const QByteArray &text)
 {
     const QString all = QString::fromLatin1(text);
-    if (!all.startsWith(QLatin1Char('{')) || !all.endsWith(QLatin1Char('}')))
+    if (!all.startsWith(QLatin1Char('{')) || !all.endsWith(QLatin1Char('}'))) {
         return std::nullopt;
+    }
     QStringView rest = QStringView(all).sliced(1).chopped(1);
     QVariantMap answer;
     while (!rest.isEmpty()) {
         const auto entry = takeEntry(rest);
-        if (!entry)
+        if (!entry) {
             return std::nullopt;
+        }
         answer.insert(entry->first, entry->second);
     }
     return answer;
 }
 
-Handheld::Handheld(quint16 port) : m_serverPort(port)
+Handheld::Handheld(quint16 port) : serverPort(port)
 {
     const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const sockaddr_in address = loopback(port);
@@ -141,7 +151,7 @@ Handheld::Handheld(quint16 port) : m_serverPort(port)
     const int on = 1;
     setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     m_socket = socket;
-    m_ownPort = ownPortOf(socket);
+    ownPort = ownPortOf(socket);
 }
 
 Handheld::~Handheld()
@@ -155,8 +165,9 @@ bool Handheld::waitFor(short pollEvents, steady_clock::time_point end) const
         const auto left = std::chrono::ceil<milliseconds>(end - steady_clock::now()).count();
         pollfd waiting{m_socket, pollEvents, 0};
         const int ready = ::poll(&waiting, 1, static_cast<int>(std::max<qint64>(left, 0)));
-        if (ready >= 0 || errno != EINTR)
+        if (ready >= 0 || errno != EINTR) {
             return ready > 0;
+        }
     }
 }
 
@@ -168,22 +179,25 @@ bool Handheld::send(const QByteArray &bytes, milliseconds limit)
         const auto count =
             ::send(m_socket, bytes.constData() + sent, static_cast<size_t>(bytes.size() - sent),
                    MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (count > 0)
+        if (count > 0) {
             sent += count;
-        else if (errno != EAGAIN || !waitFor(POLLOUT, end))
+        } else if (errno != EAGAIN || !waitFor(POLLOUT, end)) {
             return false;
+        }
     }
     return true;
 }
 
 bool Handheld::receiveMore(steady_clock::time_point end)
 {
-    if (m_socket < 0 || !waitFor(POLLIN, end))
+    if (m_socket < 0 || !waitFor(POLLIN, end)) {
         return false;
+    }
     std::array<char, 65536> chunk;
     const auto count = ::recv(m_socket, chunk.data(), chunk.size(), 0);
-    if (count <= 0)
+    if (count <= 0) {
         return false;
+    }
     m_received.append(chunk.data(), count);
     return true;
 }
@@ -191,9 +205,11 @@ bool Handheld::receiveMore(steady_clock::time_point end)
 std::optional<QVariantMap> Handheld::answer(milliseconds limit)
 {
     const auto end = steady_clock::now() + limit;
-    while (firstAnswerSize(m_received) == 0)
-        if (!receiveMore(end))
+    while (firstAnswerSize(m_received) == 0) {
+        if (!receiveMore(end)) {
             return std::nullopt;
+        }
+    }
     const QByteArray first = m_received.left(firstAnswerSize(m_received));
     m_received.remove(0, first.size());
     return readAnswer(first);
@@ -207,7 +223,7 @@ std::optional<QVariantMap> Handheld::ask(const QByteArray &token, milliseconds l
 bool Handheld::isServed(milliseconds limit)
 {
     const auto reply = ask(serverInfo(), limit);
-    return reply && reply->value(QStringLiteral("serverResponse")) == QStringLiteral("OK");
+    return reply && reply->value(u"serverResponse"_s) == u"OK"_s;
 }
 
 bool Handheld::waitUntilRead(milliseconds limit)
@@ -216,24 +232,27 @@ bool Handheld::waitUntilRead(milliseconds limit)
     while (true) {
         int onTheWay = 0;
         ::ioctl(m_socket, SIOCOUTQ, &onTheWay);
-        if (onTheWay == 0 && ProcessTables::unreadBytes(m_serverPort, m_ownPort) == 0)
+        if (onTheWay == 0 && ProcessTables::unreadBytes(serverPort, ownPort) == 0) {
             return true;
-        if (steady_clock::now() > end)
+        }
+        if (steady_clock::now() > end) {
             return false;
+        }
         ::usleep(1000);
     }
 }
 
 qint64 Handheld::unreadAtServer() const
 {
-    return ProcessTables::unreadBytes(m_serverPort, m_ownPort).value_or(0);
+    return ProcessTables::unreadBytes(serverPort, ownPort).value_or(0);
 }
 
 bool Handheld::sendAndSettle(const QByteArray &bytes)
 {
-    if (!send(bytes) || !waitUntilRead())
+    if (!send(bytes) || !waitUntilRead()) {
         return false;
-    Handheld other(m_serverPort);
+    }
+    Handheld other(serverPort);
     return other.isConnected() && other.ask(serverInfo()).has_value();
 }
 
@@ -259,8 +278,9 @@ bool Handheld::waitUntilClosed(milliseconds limit)
 
 void Handheld::leave()
 {
-    if (m_socket >= 0)
+    if (m_socket >= 0) {
         ::close(std::exchange(m_socket, -1));
+    }
 }
 
 void Handheld::reset()

@@ -89,7 +89,7 @@ private:
     bool receiveMore(std::chrono::steady_clock::time_point end);
 
     int m_socket = -1;
-    quint16 m_serverPort = 0;
-    quint16 m_ownPort = 0;
+    quint16 serverPort = 0;
+    quint16 ownPort = 0;
     QByteArray m_received; ///< Bytes that came and that no answer has used.
 };

@@ -133,37 +133,41 @@ void InputWatcher::Private::loadKeyboardMap()
 
 void InputWatcher::Private::takeIn()
 {
-    while (const auto event = xcbOwned(xcb_poll_for_event(connection.get())))
+    while (const auto event = xcbOwned(xcb_poll_for_event(connection.get()))) {
         takeIn(event.get());
+    }
 }
 
 void InputWatcher::Private::takeIn(xcb_generic_event_t *event)
 {
     const int type = event->response_type & 0x7f;
-    if (type == xkbEvent)
+    if (type == xkbEvent) {
         takeInXkb(event);
-    else if (type == XCB_GE_GENERIC)
+    } else if (type == XCB_GE_GENERIC) {
         takeInRaw(reinterpret_cast<const xcb_ge_generic_event_t *>(event));
-    else if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE)
+    } else if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) {
         takeInKey(reinterpret_cast<const xcb_key_press_event_t *>(event), type == XCB_KEY_PRESS);
-    else if (type == XCB_BUTTON_PRESS || type == XCB_BUTTON_RELEASE)
+    } else if (type == XCB_BUTTON_PRESS || type == XCB_BUTTON_RELEASE) {
         takeInButton(reinterpret_cast<const xcb_button_press_event_t *>(event),
                      type == XCB_BUTTON_PRESS);
+    }
 }
 
 void InputWatcher::Private::takeInXkb(const xcb_generic_event_t *event)
 {
     // Both notices carry the device at the same place.
     const auto *notice = reinterpret_cast<const xcb_xkb_map_notify_event_t *>(event);
-    if (notice->deviceID == coreKeyboard)
+    if (notice->deviceID == coreKeyboard) {
         loadKeyboardMap();
+    }
 }
 
 void InputWatcher::Private::takeInRaw(const xcb_ge_generic_event_t *event)
 {
     const auto kind = rawKindOf(event->event_type);
-    if (!kind)
+    if (!kind) {
         return;
+    }
     const auto *input = reinterpret_cast<const xcb_input_raw_key_press_event_t *>(event);
     raw.push_back({*kind, static_cast<int>(input->detail), input->sourceid, input->time,
                    std::chrono::steady_clock::now()});
@@ -199,8 +203,9 @@ InputWatcher::InputWatcher(const QString &display, const QRect &window)
 {
     d->connection.reset(xcb_connect(display.toLatin1().constData(), nullptr));
     d->screen = firstScreen(d->connection.get());
-    if (!d->screen)
+    if (!d->screen) {
         return;
+    }
     // A watcher must see what happens while another client holds the server, too.
     xcb_test_grab_control(d->connection.get(), 1);
     d->watchDevices();
@@ -244,8 +249,9 @@ const std::vector<ButtonInput> &InputWatcher::buttons()
 QString InputWatcher::typedText()
 {
     QString text;
-    for (const KeyInput &key : keys())
+    for (const KeyInput &key : keys()) {
         text += key.isDown ? key.text : QString();
+    }
     return text;
 }
 
@@ -293,8 +299,9 @@ std::vector<int> InputWatcher::keysDown()
     const auto keymap = xcbOwned(xcb_query_keymap_reply(d->connection.get(), cookie, nullptr));
     std::vector<int> down;
     for (int keycode = 0; keymap && keycode < 256; ++keycode) {
-        if ((keymap->keys[keycode / 8] >> (keycode % 8)) & 1)
+        if ((keymap->keys[keycode / 8] >> (keycode % 8)) & 1) {
             down.push_back(keycode);
+        }
     }
     return down;
 }

@@ -11,6 +11,8 @@
 
 #include <xkbcommon/xkbcommon-keysyms.h>
 
+using namespace Qt::StringLiterals;
+
 /// What each name of the wire means, written down from the drawing of a US keyboard and from
 /// docs/protocol.md. It shares nothing with the server's tables, so a wrong row of theirs shows.
 namespace KeyboardDrawing {
@@ -33,40 +35,40 @@ inline void addRow(QHash<QString, Key> &keys, int firstPosition, const char *cha
 
 inline void addFunctionKeys(QHash<QString, Key> &keys, int first, int last, int firstPosition)
 {
-    for (int number = first; number <= last; ++number)
-        keys.insert(
-            QStringLiteral("F%1").arg(number),
-            {static_cast<quint32>(XKB_KEY_F1 + number - 1), firstPosition + number - first});
+    for (int number = first; number <= last; ++number) {
+        keys.insert(u"F%1"_s.arg(number), {static_cast<quint32>(XKB_KEY_F1 + number - 1),
+                                           firstPosition + number - first});
+    }
 }
 
 /// By the name on the wire, without `Fn` and `UArrow`, which mean nothing here.
 inline QHash<QString, Key> keys()
 {
     QHash<QString, Key> keys{
-        {"Ret", {XKB_KEY_Return, 36}},
-        {"Tab", {XKB_KEY_Tab, 23}},
-        {"Del", {XKB_KEY_BackSpace, 22}},
-        {"FDel", {XKB_KEY_Delete, 119}},
-        {"Esc", {XKB_KEY_Escape, 9}},
-        {"Home", {XKB_KEY_Home, 110}},
-        {"PUp", {XKB_KEY_Page_Up, 112}},
-        {"End", {XKB_KEY_End, 115}},
-        {"PDown", {XKB_KEY_Page_Down, 117}},
-        {"LArrow", {XKB_KEY_Left, 113}},
-        {"RArrow", {XKB_KEY_Right, 114}},
-        {"DArrow", {XKB_KEY_Down, 116}},
-        {"Help", {XKB_KEY_Help, 146}},
-        {"VolUp", {XKB_KEY_XF86AudioRaiseVolume, 123}},
-        {"VolDown", {XKB_KEY_XF86AudioLowerVolume, 122}},
-        {"Mute", {XKB_KEY_XF86AudioMute, 121}},
-        {"Cmd", {XKB_KEY_Control_L, 37}}, // Control is what copies and quits here.
-        {"Ctrl", {XKB_KEY_Control_L, 37}},
-        {"Shift", {XKB_KEY_Shift_L, 50}},
-        {"CapsLock", {XKB_KEY_Caps_Lock, 66}},
-        {"Alt", {XKB_KEY_Alt_L, 64}},
-        {"RShift", {XKB_KEY_Shift_R, 62}},
-        {"RAlt", {XKB_KEY_Alt_R, 108}},
-        {"RCtrl", {XKB_KEY_Control_R, 105}},
+        {u"Ret"_s, {XKB_KEY_Return, 36}},
+        {u"Tab"_s, {XKB_KEY_Tab, 23}},
+        {u"Del"_s, {XKB_KEY_BackSpace, 22}},
+        {u"FDel"_s, {XKB_KEY_Delete, 119}},
+        {u"Esc"_s, {XKB_KEY_Escape, 9}},
+        {u"Home"_s, {XKB_KEY_Home, 110}},
+        {u"PUp"_s, {XKB_KEY_Page_Up, 112}},
+        {u"End"_s, {XKB_KEY_End, 115}},
+        {u"PDown"_s, {XKB_KEY_Page_Down, 117}},
+        {u"LArrow"_s, {XKB_KEY_Left, 113}},
+        {u"RArrow"_s, {XKB_KEY_Right, 114}},
+        {u"DArrow"_s, {XKB_KEY_Down, 116}},
+        {u"Help"_s, {XKB_KEY_Help, 146}},
+        {u"VolUp"_s, {XKB_KEY_XF86AudioRaiseVolume, 123}},
+        {u"VolDown"_s, {XKB_KEY_XF86AudioLowerVolume, 122}},
+        {u"Mute"_s, {XKB_KEY_XF86AudioMute, 121}},
+        {u"Cmd"_s, {XKB_KEY_Control_L, 37}}, // Control is what copies and quits here.
+        {u"Ctrl"_s, {XKB_KEY_Control_L, 37}},
+        {u"Shift"_s, {XKB_KEY_Shift_L, 50}},
+        {u"CapsLock"_s, {XKB_KEY_Caps_Lock, 66}},
+        {u"Alt"_s, {XKB_KEY_Alt_L, 64}},
+        {u"RShift"_s, {XKB_KEY_Shift_R, 62}},
+        {u"RAlt"_s, {XKB_KEY_Alt_R, 108}},
+        {u"RCtrl"_s, {XKB_KEY_Control_R, 105}},
     };
     addRow(keys, 10, "1234567890-=");
     addRow(keys, 24, "qwertyuiop[]");
@@ -74,8 +76,8 @@ inline QHash<QString, Key> keys()
     addRow(keys, 51, "\\zxcvbnm,");
     addRow(keys, 61, "/");
     addRow(keys, 65, " ");
-    // Wanted: each bracket has the other one's name.
-    std::swap(keys["["], keys["]"]);
+    // By design: each bracket has the other one's name.
+    std::swap(keys[u"["_s], keys[u"]"_s]);
     addFunctionKeys(keys, 1, 10, 67);
     addFunctionKeys(keys, 11, 12, 95);
     addFunctionKeys(keys, 13, 20, 191);

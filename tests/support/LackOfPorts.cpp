@@ -13,6 +13,8 @@
 
 #include <cstring>
 
+using namespace Qt::StringLiterals;
+
 namespace LackOfPorts {
 
 namespace {
@@ -31,15 +33,17 @@ constexpr char OnlyPortRange[] = "40000 40000";
 // A namespace of one's own needs root, or a user namespace in which one is root.
 void enterNamespace()
 {
-    if (::unshare(CLONE_NEWNET) != 0 && ::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0)
+    if (::unshare(CLONE_NEWNET) != 0 && ::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) {
         giveUp("no network namespace\n");
+    }
 }
 
 void leaveOnePort()
 {
     const int file = ::open(RangeFile, O_WRONLY | O_CLOEXEC);
-    if (::write(file, OnlyPortRange, sizeof OnlyPortRange - 1) < 0)
+    if (::write(file, OnlyPortRange, sizeof OnlyPortRange - 1) < 0) {
         giveUp("no range of ports\n");
+    }
     ::close(file);
 }
 
@@ -50,8 +54,9 @@ void takePort()
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(OnlyPort);
-    if (::bind(holder, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
+    if (::bind(holder, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
         giveUp("the port is taken\n");
+    }
 }
 
 } // namespace
@@ -65,13 +70,12 @@ void bring()
 
 bool end(qint64 processId)
 {
-    QStringList arguments{QStringLiteral("--target"), QString::number(processId),
-                          QStringLiteral("--net")};
-    if (::geteuid() != 0)
-        arguments += {QStringLiteral("--user"), QStringLiteral("--preserve-credentials")};
-    arguments += {QStringLiteral("sh"), QStringLiteral("-c"),
-                  QStringLiteral("echo 40000 40100 > ") + QLatin1String(RangeFile)};
-    return QProcess::execute(QStringLiteral("nsenter"), arguments) == 0;
+    QStringList arguments{u"--target"_s, QString::number(processId), u"--net"_s};
+    if (::geteuid() != 0) {
+        arguments += {u"--user"_s, u"--preserve-credentials"_s};
+    }
+    arguments += {u"sh"_s, u"-c"_s, u"echo 40000 40100 > "_s + QLatin1String(RangeFile)};
+    return QProcess::execute(u"nsenter"_s, arguments) == 0;
 }
 
 } // namespace LackOfPorts

@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 /// What the layouts of the tests bear, read off their drawings (xkb-data's symbols, model pc105).
 namespace LayoutSigns {
 
@@ -18,21 +20,21 @@ namespace LayoutSigns {
 /// on. They are found by position everywhere.
 inline QStringList namesOfLateFunctionKeys()
 {
-    return {"F13", "F14", "F15", "F16", "F17", "F18", "F19", "F20"};
+    return {u"F13"_s, u"F14"_s, u"F15"_s, u"F16"_s, u"F17"_s, u"F18"_s, u"F19"_s, u"F20"_s};
 }
 
 /// Names of the key table whose sign no key of the layout bears.
 inline QStringList namesNotBorne(const QString &layout)
 {
     QStringList names = namesOfLateFunctionKeys();
-    if (layout == QLatin1StringView("fr") || layout == QLatin1StringView("de"))
-        names << "RAlt"; // It is AltGr there.
-    if (layout == QLatin1StringView("ru")) {
-        names << "["
-              << "]"
-              << "'";
-        for (char letter = 'A'; letter <= 'Z'; ++letter)
+    if (layout == "fr"_L1 || layout == "de"_L1) {
+        names << u"RAlt"_s; // It is AltGr there.
+    }
+    if (layout == "ru"_L1) {
+        names << u"["_s << u"]"_s << u"'"_s;
+        for (char letter = 'A'; letter <= 'Z'; ++letter) {
             names << QString(QLatin1Char(letter));
+        }
     }
     return names;
 }
@@ -40,7 +42,7 @@ inline QStringList namesNotBorne(const QString &layout)
 /// Names that mean nothing here at all.
 inline QStringList namesWithoutMeaning()
 {
-    return {"Fn", "UArrow"};
+    return {u"Fn"_s, u"UArrow"_s};
 }
 
 /// Every row of the key table that means something here, with whether the layout bears its sign.
@@ -49,8 +51,9 @@ inline std::vector<std::pair<KeyTable::Row, bool>> rowsOf(const QString &layout)
     std::vector<std::pair<KeyTable::Row, bool>> rows;
     const QStringList notBorne = namesNotBorne(layout);
     for (const KeyTable::Row &row : KeyTable::rows()) {
-        if (!namesWithoutMeaning().contains(row.name))
+        if (!namesWithoutMeaning().contains(row.name)) {
             rows.emplace_back(row, !notBorne.contains(row.name));
+        }
     }
     return rows;
 }

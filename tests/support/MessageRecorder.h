@@ -5,6 +5,8 @@
 
 #include <QStringList>
 
+using namespace Qt::StringLiterals;
+
 /// Takes over the toolkit's message channel while it lives and writes down what comes, byte for
 /// byte. Complaints of the toolkit about connections go on to the channel's earlier owner, since a
 /// test run fails on them.
@@ -22,8 +24,8 @@ public:
 
     /// Everything in its order, such as "warning: Device Connected ".
     QStringList all() const { return messages; }
-    QStringList warnings() const { return withPrefix(QStringLiteral("warning: ")); }
-    QStringList debugs() const { return withPrefix(QStringLiteral("debug: ")); }
+    QStringList warnings() const { return withPrefix(u"warning: "_s); }
+    QStringList debugs() const { return withPrefix(u"debug: "_s); }
     void clear() { messages.clear(); }
 
 private:
@@ -31,21 +33,21 @@ private:
     {
         switch (type) {
         case QtDebugMsg:
-            return QStringLiteral("debug: ");
+            return u"debug: "_s;
         case QtWarningMsg:
-            return QStringLiteral("warning: ");
+            return u"warning: "_s;
         default:
-            return QStringLiteral("other: ");
+            return u"other: "_s;
         }
     }
 
     static void record(QtMsgType type, const QMessageLogContext &context, const QString &text)
     {
-        if (text.startsWith(QStringLiteral("QObject::"))) {
+        if (text.startsWith(u"QObject::"_s)) {
             earlier(type, context, text);
         }
         // The platform without a screen complains of what it cannot do.
-        if (!text.startsWith(QStringLiteral("This plugin does not support "))) {
+        if (!text.startsWith(u"This plugin does not support "_s)) {
             messages.append(kind(type) + text);
         }
     }

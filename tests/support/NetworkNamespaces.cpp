@@ -9,6 +9,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int CannotEnter = 125;
@@ -32,8 +34,9 @@ exec sleep infinity
 void enter(pid_t keeper)
 {
     const auto host = static_cast<int>(::syscall(SYS_pidfd_open, keeper, 0));
-    if (::setns(host, CLONE_NEWUSER | CLONE_NEWNET | CLONE_NEWNS | CLONE_NEWUTS) != 0)
+    if (::setns(host, CLONE_NEWUSER | CLONE_NEWNET | CLONE_NEWNS | CLONE_NEWUTS) != 0) {
         ::_exit(CannotEnter);
+    }
     ::close(host);
 }
 
@@ -58,13 +61,15 @@ NetworkHost::NetworkHost(QString name, QString address)
 
 bool NetworkHost::start(const NetworkHost *inside)
 {
-    QStringList namespaces{"--net", "--mount", "--uts"};
-    if (inside != nullptr)
+    QStringList namespaces{u"--net"_s, u"--mount"_s, u"--uts"_s};
+    if (inside != nullptr) {
         m_keeper.setLastPreparation(inside->entry());
-    else
-        namespaces += {"--user", "--map-root-user"};
+    } else {
+        namespaces += {u"--user"_s, u"--map-root-user"_s};
+    }
     m_keeper.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_keeper.start("unshare", namespaces + QStringList{"sh", "-c", KeeperScript});
+    m_keeper.start(u"unshare"_s,
+                   namespaces + QStringList{u"sh"_s, u"-c"_s, QLatin1StringView(KeeperScript)});
     waitUntil(
         [this] { return m_keeper.canReadLine() || m_keeper.state() == QProcess::NotRunning; });
     return m_keeper.readLine() == "ready\n" && setName(m_name);
@@ -83,17 +88,17 @@ bool NetworkHost::run(const QString &program, const QStringList &arguments) cons
 bool NetworkHost::joinTo(const NetworkHost &other) const
 {
     const QString device = NetworkNamespaces::device();
-    return run("ip", {"link", "add", device, "type", "veth", "peer", "name", device, "netns",
-                      QString::number(other.m_keeper.processId())}) &&
+    return run(u"ip"_s, {u"link"_s, u"add"_s, device, u"type"_s, u"veth"_s, u"peer"_s, u"name"_s,
+                         device, u"netns"_s, QString::number(other.m_keeper.processId())}) &&
            bringUp() && other.bringUp();
 }
 
 bool NetworkHost::bringUp() const
 {
     const QString device = NetworkNamespaces::device();
-    return run("ip", {"link", "set", "lo", "up"}) &&
-           run("ip", {"address", "add", m_address + "/24", "dev", device}) &&
-           run("ip", {"link", "set", device, "up"});
+    return run(u"ip"_s, {u"link"_s, u"set"_s, u"lo"_s, u"up"_s}) &&
+           run(u"ip"_s, {u"address"_s, u"add"_s, m_address + u"/24"_s, u"dev"_s, device}) &&
+           run(u"ip"_s, {u"link"_s, u"set"_s, device, u"up"_s});
 }
 
 bool NetworkHost::setName(const QString &name) const
@@ -101,24 +106,26 @@ bool NetworkHost::setName(const QString &name) const
     // Not by hostname(1), which knows what a name may not be.
     const auto rename = [enterHost = entry(), bytes = name.toUtf8()] {
         enterHost();
-        if (::sethostname(bytes.constData(), static_cast<size_t>(bytes.size())) != 0)
+        if (::sethostname(bytes.constData(), static_cast<size_t>(bytes.size())) != 0) {
             ::_exit(CannotEnter);
+        }
     };
-    return runTool(rename, "true", {});
+    return runTool(rename, u"true"_s, {});
 }
 
 NetworkNamespaces::NetworkNamespaces()
-    : m_server("desk", "10.77.0.1")
-    , m_handheld("pocket", "10.77.0.2")
+    : m_server(u"desk"_s, u"10.77.0.1"_s)
+    , m_handheld(u"pocket"_s, u"10.77.0.2"_s)
 {
-    if (!m_server.start() || !m_handheld.start(&m_server))
+    if (!m_server.start() || !m_handheld.start(&m_server)) {
         m_problem = "This machine does not let the test make namespaces of user, network, mounts "
                     "and host name (unshare --user --net --mount --uts).";
-    else if (!m_server.joinTo(m_handheld))
+    } else if (!m_server.joinTo(m_handheld)) {
         m_problem = "The two hosts could not be joined by a network (ip link add type veth).";
+    }
 }
 
 QString NetworkNamespaces::device()
 {
-    return QStringLiteral("cable");
+    return u"cable"_s;
 }

@@ -10,11 +10,13 @@
 
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString ItemPath = QStringLiteral("/StatusNotifierItem");
-const QString ItemInterface = QStringLiteral("org.kde.StatusNotifierItem");
-const QString MenuInterface = QStringLiteral("com.canonical.dbusmenu");
+const QString ItemPath = u"/StatusNotifierItem"_s;
+const QString ItemInterface = u"org.kde.StatusNotifierItem"_s;
+const QString MenuInterface = u"com.canonical.dbusmenu"_s;
 
 /// An item and those below it, as com.canonical.dbusmenu lays them out: (ia{sv}av).
 struct LayoutItem
@@ -36,10 +38,10 @@ LayoutItem readLayout(const QDBusArgument &argument)
 PublishedItem publishedItem(const LayoutItem &item)
 {
     const QVariantMap &properties = item.properties;
-    return {item.number, properties.value(QStringLiteral("label")).toString(),
-            properties.value(QStringLiteral("toggle-type")) == QStringLiteral("checkmark"),
-            properties.value(QStringLiteral("toggle-state")).toInt() == 1,
-            properties.value(QStringLiteral("type")) == QStringLiteral("separator")};
+    return {item.number, properties.value(u"label"_s).toString(),
+            properties.value(u"toggle-type"_s) == u"checkmark"_s,
+            properties.value(u"toggle-state"_s).toInt() == 1,
+            properties.value(u"type"_s) == u"separator"_s};
 }
 
 } // namespace
@@ -99,63 +101,65 @@ private:
 };
 
 NotificationDesk::NotificationDesk(const QString &busAddress)
-    : m_bus(QDBusConnection::connectToBus(busAddress, busAddress))
+    : bus(QDBusConnection::connectToBus(busAddress, busAddress))
 {
     new WatcherAdaptor(this);
     new NotificationsAdaptor(this);
-    m_isReady = m_bus.registerObject(QStringLiteral("/StatusNotifierWatcher"), this) &&
-                m_bus.registerObject(QStringLiteral("/org/freedesktop/Notifications"), this) &&
-                m_bus.registerService(QStringLiteral("org.freedesktop.Notifications")) &&
-                m_bus.registerService(QStringLiteral("org.kde.StatusNotifierWatcher"));
+    m_isReady = bus.registerObject(u"/StatusNotifierWatcher"_s, this) &&
+                bus.registerObject(u"/org/freedesktop/Notifications"_s, this) &&
+                bus.registerService(u"org.freedesktop.Notifications"_s) &&
+                bus.registerService(u"org.kde.StatusNotifierWatcher"_s);
 }
 
 NotificationDesk::~NotificationDesk()
 {
-    QDBusConnection::disconnectFromBus(m_bus.name());
+    QDBusConnection::disconnectFromBus(bus.name());
 }
 
 void NotificationDesk::leaveUnanswered(const QDBusMessage &call, const QVariant &answer)
 {
-    if (m_isHalted) {
+    if (isHalted) {
         call.setDelayedReply(true);
-        m_lateAnswers.append(call.createReply(answer));
+        lateAnswers.append(call.createReply(answer));
     }
 }
 
 void NotificationDesk::resumeNotifications()
 {
-    m_isHalted = false;
-    for (const QDBusMessage &answer : std::exchange(m_lateAnswers, {}))
-        m_bus.send(answer);
+    isHalted = false;
+    for (const QDBusMessage &answer : std::exchange(lateAnswers, {})) {
+        bus.send(answer);
+    }
 }
 
 bool NotificationDesk::replaceNotifications()
 {
-    m_isHalted = false;
-    m_lateAnswers.clear();
-    const QString name = QStringLiteral("org.freedesktop.Notifications");
-    return m_bus.unregisterService(name) && m_bus.registerService(name);
+    isHalted = false;
+    lateAnswers.clear();
+    const QString name = u"org.freedesktop.Notifications"_s;
+    return bus.unregisterService(name) && bus.registerService(name);
 }
 
 QVariant NotificationDesk::property(const QString &icon, const QString &name) const
 {
-    auto call = QDBusMessage::createMethodCall(
-        icon, ItemPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    auto call = QDBusMessage::createMethodCall(icon, ItemPath, u"org.freedesktop.DBus.Properties"_s,
+                                               u"Get"_s);
     call << ItemInterface << name;
-    const QDBusMessage reply = m_bus.call(call);
+    const QDBusMessage reply = bus.call(call);
     return reply.arguments().value(0).value<QDBusVariant>().variant();
 }
 
 QString NotificationDesk::menuPath(const QString &icon) const
 {
-    return property(icon, QStringLiteral("Menu")).value<QDBusObjectPath>().path();
+    return property(icon, u"Menu"_s).value<QDBusObjectPath>().path();
 }
 
 QString NotificationDesk::toolTip(const QString &icon) const
 {
-    const QVariant value = property(icon, QStringLiteral("ToolTip"));
-    if (!value.canConvert<QDBusArgument>())
+    const QVariant value = property(icon, u"ToolTip"_s);
+    if (!value.canConvert<QDBusArgument>()) {
         return {};
+    }
     // An icon's name, its pictures (width, height, bytes), the title and a description.
     const auto argument = value.value<QDBusArgument>();
     QString iconName;
@@ -180,24 +184,24 @@ QString NotificationDesk::toolTip(const QString &icon) const
 
 QList<PublishedItem> NotificationDesk::menu(const QString &icon) const
 {
-    auto call = QDBusMessage::createMethodCall(icon, menuPath(icon), MenuInterface,
-                                               QStringLiteral("GetLayout"));
+    auto call = QDBusMessage::createMethodCall(icon, menuPath(icon), MenuInterface, u"GetLayout"_s);
     call << 0 << -1 << QStringList();
-    const QVariant layout = m_bus.call(call).arguments().value(1);
+    const QVariant layout = bus.call(call).arguments().value(1);
     QList<PublishedItem> items;
-    if (!layout.canConvert<QDBusArgument>())
+    if (!layout.canConvert<QDBusArgument>()) {
         return items;
-    for (const QVariant &child : readLayout(layout.value<QDBusArgument>()).children)
+    }
+    for (const QVariant &child : readLayout(layout.value<QDBusArgument>()).children) {
         items.append(publishedItem(readLayout(child.value<QDBusArgument>())));
+    }
     return items;
 }
 
 void NotificationDesk::click(const QString &icon, int itemNumber) const
 {
-    auto call = QDBusMessage::createMethodCall(icon, menuPath(icon), MenuInterface,
-                                               QStringLiteral("Event"));
-    call << itemNumber << QStringLiteral("clicked") << QVariant::fromValue(QDBusVariant(0)) << 0U;
-    m_bus.call(call, QDBus::NoBlock);
+    auto call = QDBusMessage::createMethodCall(icon, menuPath(icon), MenuInterface, u"Event"_s);
+    call << itemNumber << u"clicked"_s << QVariant::fromValue(QDBusVariant(0)) << 0U;
+    bus.call(call, QDBus::NoBlock);
 }
 
 #include "NotificationDesk.moc"

@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <QVariantMap>
 
+using namespace Qt::StringLiterals;
+
 /// A message as the server hands it to the desktop.
 struct Notification
 {
@@ -52,7 +54,7 @@ public:
     void setCapabilities(const QStringList &capabilities) { m_capabilities = capabilities; }
     /// Takes messages and questions from now on, and leaves them without an answer, as a halted
     /// daemon does.
-    void haltNotifications() { m_isHalted = true; }
+    void haltNotifications() { isHalted = true; }
     /// Answers all of them.
     void resumeNotifications();
     /// Ends as the one who shows messages; then begins as another one.
@@ -71,14 +73,14 @@ private:
     QVariant property(const QString &icon, const QString &name) const;
     QString menuPath(const QString &icon) const;
 
-    QDBusConnection m_bus;
+    QDBusConnection bus;
     bool m_isReady = false;
     QStringList m_icons;
     /// Keeps the answer back while the desk is halted.
     void leaveUnanswered(const QDBusMessage &call, const QVariant &answer);
 
     QList<Notification> m_notifications;
-    QStringList m_capabilities{QStringLiteral("body")};
-    bool m_isHalted = false;
-    QList<QDBusMessage> m_lateAnswers;
+    QStringList m_capabilities{u"body"_s};
+    bool isHalted = false;
+    QList<QDBusMessage> lateAnswers;
 };

@@ -31,8 +31,9 @@ PhysicalKeyboard::PhysicalKeyboard(const QString &display) : d(std::make_unique<
     xcb_connection_t *connection = d->connection.get();
     const auto *extension = xcb_get_extension_data(connection, &xcb_input_id);
     const auto device = platform::inputDeviceNumber(connection, "Xvfb keyboard");
-    if (!extension || !device)
+    if (!extension || !device) {
         return;
+    }
     d->firstDeviceEvent = extension->first_event;
     d->device = static_cast<std::uint8_t>(*device);
 }

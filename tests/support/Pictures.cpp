@@ -22,9 +22,11 @@ bool isDark(QRgb pixel)
 
 bool hasTextAt(const QImage &menu, int y)
 {
-    for (int x = Frame; x < menu.width() - Frame; ++x)
-        if (isDark(menu.pixel(x, y)))
+    for (int x = Frame; x < menu.width() - Frame; ++x) {
+        if (isDark(menu.pixel(x, y))) {
             return true;
+        }
+    }
     return false;
 }
 
@@ -36,12 +38,15 @@ QList<QRect> stretches(const QImage &dialog, int y)
     int start = -1;
     for (int x = Frame; x <= dialog.width() - Frame; ++x) {
         const bool isGround = x == dialog.width() - Frame || dialog.pixel(x, y) == ground;
-        if (!isGround && start < 0)
+        if (!isGround && start < 0) {
             start = x;
-        if (isGround && start >= 0 && x - start >= NarrowestButton)
+        }
+        if (isGround && start >= 0 && x - start >= NarrowestButton) {
             found.append(QRect(start, y, x - start, 1));
-        if (isGround)
+        }
+        if (isGround) {
             start = -1;
+        }
     }
     return found;
 }
@@ -51,8 +56,9 @@ int topOf(const QImage &dialog, const QRect &bottom)
 {
     const QRgb ground = dialog.pixel(Frame, dialog.height() - 1 - Frame);
     int y = bottom.y();
-    while (y > 0 && dialog.pixel(bottom.center().x(), y - 1) != ground)
+    while (y > 0 && dialog.pixel(bottom.center().x(), y - 1) != ground) {
         --y;
+    }
     return y;
 }
 
@@ -64,12 +70,15 @@ QList<int> textLines(const QImage &menu)
     int start = -1;
     for (int y = Frame; y <= menu.height() - Frame; ++y) {
         const bool isText = y < menu.height() - Frame && hasTextAt(menu, y);
-        if (isText && start < 0)
+        if (isText && start < 0) {
             start = y;
-        if (!isText && start >= 0 && y - start >= ShortestTextLine)
+        }
+        if (!isText && start >= 0 && y - start >= ShortestTextLine) {
             middles.append((start + y) / 2);
-        if (!isText)
+        }
+        if (!isText) {
             start = -1;
+        }
     }
     return middles;
 }
@@ -78,10 +87,12 @@ QList<QRect> lowestButtons(const QImage &dialog)
 {
     for (int y = dialog.height() - 1 - Frame; y > 0; --y) {
         QList<QRect> buttons = stretches(dialog, y);
-        if (buttons.isEmpty())
+        if (buttons.isEmpty()) {
             continue;
-        for (QRect &button : buttons)
+        }
+        for (QRect &button : buttons) {
             button.setTop(topOf(dialog, button));
+        }
         return buttons;
     }
     return {};
@@ -94,16 +105,18 @@ QColor middleColour(const QImage &picture)
     for (int y = picture.height() / 3; y < picture.height() * 2 / 3; ++y) {
         for (int x = picture.width() / 3; x < picture.width() * 2 / 3; ++x) {
             const QColor colour = picture.pixelColor(x, y);
-            if (colour.alpha() < 250)
+            if (colour.alpha() < 250) {
                 continue;
+            }
             sums[0] += colour.red();
             sums[1] += colour.green();
             sums[2] += colour.blue();
             ++count;
         }
     }
-    if (count == 0)
+    if (count == 0) {
         return {};
+    }
     return QColor(int(sums[0] / count), int(sums[1] / count), int(sums[2] / count));
 }
 

@@ -57,17 +57,20 @@ void PiecewiseOwner::Private::takeClipboard()
     // The reply tells that the server has carried out what came before.
     const Owned<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
         connection, xcb_get_selection_owner(connection, clipboard), nullptr));
-    if (!owner || owner->owner != window)
+    if (!owner || owner->owner != window) {
         qFatal("Cannot own the clipboard");
+    }
 }
 
 bool PiecewiseOwner::Private::waitFor(const IsWanted &isWanted) const
 {
     const auto end = std::chrono::steady_clock::now() + GenerousLimit;
     while (std::chrono::steady_clock::now() < end) {
-        while (const Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection)})
-            if (isWanted(*event))
+        while (const Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
+            if (isWanted(*event)) {
                 return true;
+            }
+        }
         pollfd arrival{xcb_get_file_descriptor(connection), POLLIN, 0};
         ::poll(&arrival, 1, 10);
     }
@@ -77,8 +80,9 @@ bool PiecewiseOwner::Private::waitFor(const IsWanted &isWanted) const
 bool PiecewiseOwner::Private::waitForRequest(xcb_atom_t target)
 {
     return waitFor([&](const xcb_generic_event_t &event) {
-        if ((event.response_type & 0x7f) != XCB_SELECTION_REQUEST)
+        if ((event.response_type & 0x7f) != XCB_SELECTION_REQUEST) {
             return false;
+        }
         request = reinterpret_cast<const xcb_selection_request_event_t &>(event);
         return request.target == target;
     });
@@ -87,8 +91,9 @@ bool PiecewiseOwner::Private::waitForRequest(xcb_atom_t target)
 bool PiecewiseOwner::Private::waitUntilTaken() const
 {
     return waitFor([&](const xcb_generic_event_t &event) {
-        if ((event.response_type & 0x7f) != XCB_PROPERTY_NOTIFY)
+        if ((event.response_type & 0x7f) != XCB_PROPERTY_NOTIFY) {
             return false;
+        }
         const auto &change = reinterpret_cast<const xcb_property_notify_event_t &>(event);
         return change.state == XCB_PROPERTY_DELETE && change.window == request.requestor &&
                change.atom == request.property;
@@ -132,8 +137,9 @@ PiecewiseOwner::~PiecewiseOwner()
 
 bool PiecewiseOwner::offerText()
 {
-    if (!d->waitForRequest(d->atom("TARGETS")))
+    if (!d->waitForRequest(d->atom("TARGETS"))) {
         return false;
+    }
     const xcb_atom_t text = d->atom("UTF8_STRING");
     d->put(XCB_ATOM_ATOM, 32, 1, &text);
     d->notify();
@@ -142,8 +148,9 @@ bool PiecewiseOwner::offerText()
 
 bool PiecewiseOwner::announcePieces()
 {
-    if (!d->waitForRequest(d->atom("UTF8_STRING")))
+    if (!d->waitForRequest(d->atom("UTF8_STRING"))) {
         return false;
+    }
     const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(d->connection, d->request.requestor, XCB_CW_EVENT_MASK, &mask);
     const uint32_t leastSize = 1;
@@ -154,14 +161,16 @@ bool PiecewiseOwner::announcePieces()
 
 bool PiecewiseOwner::sendPiece(const QByteArray &piece)
 {
-    if (!d->waitUntilTaken())
+    if (!d->waitUntilTaken()) {
         return false;
+    }
     d->put(d->atom("UTF8_STRING"), 8, static_cast<uint32_t>(piece.size()), piece.constData());
     return true;
 }
 
 void PiecewiseOwner::vanish()
 {
-    if (d->connection != nullptr)
+    if (d->connection != nullptr) {
         xcb_disconnect(std::exchange(d->connection, nullptr));
+    }
 }

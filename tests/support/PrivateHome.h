@@ -9,6 +9,8 @@
 #include <QSettings>
 #include <QTemporaryDir>
 
+using namespace Qt::StringLiterals;
+
 /// A home directory and a settings store of the application's own, empty at first and gone
 /// afterwards. The environment's HOME stays changed for the rest of the process.
 class PrivateHome
@@ -17,11 +19,10 @@ public:
     PrivateHome()
     {
         qputenv("HOME", QFile::encodeName(directory.path()));
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(path(QStringLiteral("config"))));
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
-                           path(QStringLiteral("config")));
-        QCoreApplication::setOrganizationName(QStringLiteral("Ostrovane"));
-        QCoreApplication::setApplicationName(QStringLiteral("VornaServer"));
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(path(u"config"_s)));
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, path(u"config"_s));
+        QCoreApplication::setOrganizationName(u"Ostrovane"_s);
+        QCoreApplication::setApplicationName(u"VornaServer"_s);
     }
 
     QString path() const { return directory.path(); }

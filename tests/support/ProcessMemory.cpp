@@ -7,6 +7,8 @@
 #include <QFile>
 #include <QList>
 
+using namespace Qt::StringLiterals;
+
 namespace ProcessMemory {
 
 namespace {
@@ -14,12 +16,15 @@ namespace {
 /// A value of /proc/PID/status, which tells it in kibibytes (proc(5)).
 qint64 statusValue(qint64 processId, const QByteArray &name)
 {
-    QFile file(QStringLiteral("/proc/%1/status").arg(processId));
-    if (!file.open(QIODevice::ReadOnly))
+    QFile file(u"/proc/%1/status"_s.arg(processId));
+    if (!file.open(QIODevice::ReadOnly)) {
         return 0;
-    for (const QByteArray &line : file.readAll().split('\n'))
-        if (line.startsWith(name + ':'))
+    }
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        if (line.startsWith(name + ':')) {
             return line.simplified().split(' ').value(1).toLongLong() * 1024;
+        }
+    }
     return 0;
 }
 
@@ -37,7 +42,7 @@ qint64 peak(qint64 processId)
 
 bool forgetPeak(qint64 processId)
 {
-    QFile file(QStringLiteral("/proc/%1/clear_refs").arg(processId));
+    QFile file(u"/proc/%1/clear_refs"_s.arg(processId));
     return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write("5") == 1;
 }
 

@@ -8,17 +8,17 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-PseudoTerminal::PseudoTerminal()
-    : m_screen(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK))
+PseudoTerminal::PseudoTerminal() : screen(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK))
 {
-    if (grantpt(m_screen) == 0 && unlockpt(m_screen) == 0)
-        m_program = open(ptsname(m_screen), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (grantpt(screen) == 0 && unlockpt(screen) == 0) {
+        m_program = open(ptsname(screen), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    }
 }
 
 PseudoTerminal::~PseudoTerminal()
 {
     close(m_program);
-    close(m_screen);
+    close(screen);
 }
 
 std::function<void()> PseudoTerminal::asErrorOutput() const
@@ -29,22 +29,24 @@ std::function<void()> PseudoTerminal::asErrorOutput() const
 std::function<void()> PseudoTerminal::asStandardStreams() const
 {
     return [program = m_program] {
-        for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
             dup2(program, standard);
+        }
     };
 }
 
 void PseudoTerminal::type(const QByteArray &keys) const
 {
     [[maybe_unused]] const ssize_t written =
-        write(m_screen, keys.constData(), static_cast<size_t>(keys.size()));
+        write(screen, keys.constData(), static_cast<size_t>(keys.size()));
 }
 
 QByteArray PseudoTerminal::text()
 {
     std::array<char, 4096> buffer{};
     ssize_t count = 0;
-    while ((count = read(m_screen, buffer.data(), buffer.size())) > 0)
+    while ((count = read(screen, buffer.data(), buffer.size())) > 0) {
         m_text.append(buffer.data(), count);
+    }
     return m_text;
 }

@@ -28,7 +28,7 @@ public:
     QByteArray text();
 
 private:
-    int m_screen = -1;
+    int screen = -1;
     int m_program = -1;
     QByteArray m_text;
 };

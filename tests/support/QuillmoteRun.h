@@ -6,6 +6,8 @@
 #include "ChildProcess.h"
 #include "ServerScene.h"
 
+using namespace Qt::StringLiterals;
+
 /// How a run of the handheld for the command line ended.
 struct QuillmoteRun
 {
@@ -24,8 +26,7 @@ public:
     {
         program.setProcessEnvironment(m_scene.session().environment());
         program.start(qEnvironmentVariable("VORNA_QUILLMOTE"),
-                      QStringList{QStringLiteral("--host=127.0.0.1"),
-                                  QStringLiteral("--port=%1").arg(m_scene.port())} +
+                      QStringList{u"--host=127.0.0.1"_s, u"--port=%1"_s.arg(m_scene.port())} +
                           arguments);
     }
 

@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QFile>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 const char EntryName[] = "recording-opener.desktop";
@@ -20,19 +22,20 @@ const QList<QByteArray> Kinds{
 void writeFile(const QString &path, const QByteArray &text)
 {
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size())
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size()) {
         qFatal("Cannot write %s", qPrintable(path));
+    }
 }
 
 } // namespace
 
 RecordingOpener::RecordingOpener(const DesktopSession &session)
-    : m_program(session.path(QStringLiteral("recording-opener")))
-    , m_record(session.path(QStringLiteral("opened.log")))
-    , m_dataFolder(session.path(QStringLiteral("data/applications")))
-    , m_configurationFolder(session.path(QStringLiteral("config")))
+    : program(session.path(u"recording-opener"_s))
+    , m_record(session.path(u"opened.log"_s))
+    , dataFolder(session.path(u"data/applications"_s))
+    , configurationFolder(session.path(u"config"_s))
 {
-    QDir().mkpath(m_dataFolder);
+    QDir().mkpath(dataFolder);
     writeProgram();
     writeDesktopEntry();
     makeDefault();
@@ -40,29 +43,31 @@ RecordingOpener::RecordingOpener(const DesktopSession &session)
 
 void RecordingOpener::writeProgram() const
 {
-    writeFile(m_program, "#!/bin/sh\nprintf '%s\\n' \"$1\" >> '" + m_record.toUtf8() + "'\n");
-    QFile::setPermissions(m_program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    writeFile(program, "#!/bin/sh\nprintf '%s\\n' \"$1\" >> '" + m_record.toUtf8() + "'\n");
+    QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
 void RecordingOpener::writeDesktopEntry() const
 {
-    writeFile(m_dataFolder + QLatin1Char('/') + QLatin1String(EntryName),
+    writeFile(dataFolder + QLatin1Char('/') + QLatin1String(EntryName),
               "[Desktop Entry]\nType=Application\nName=Recording opener\nNoDisplay=true\nExec=" +
-                  m_program.toUtf8() + " %u\nMimeType=" + Kinds.join(';') + ";\n");
+                  program.toUtf8() + " %u\nMimeType=" + Kinds.join(';') + ";\n");
 }
 
 void RecordingOpener::makeDefault() const
 {
     QByteArray list = "[Default Applications]\n";
-    for (const QByteArray &kind : Kinds)
+    for (const QByteArray &kind : Kinds) {
         list += kind + '=' + EntryName + '\n';
-    writeFile(m_configurationFolder + QLatin1String("/mimeapps.list"), list);
+    }
+    writeFile(configurationFolder + "/mimeapps.list"_L1, list);
 }
 
 QStringList RecordingOpener::opened() const
 {
     QFile record(m_record);
-    if (!record.open(QIODevice::ReadOnly))
+    if (!record.open(QIODevice::ReadOnly)) {
         return {};
+    }
     return QString::fromUtf8(record.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }

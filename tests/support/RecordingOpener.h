@@ -24,8 +24,8 @@ private:
     void writeDesktopEntry() const;
     void makeDefault() const;
 
-    QString m_program;
+    QString program;
     QString m_record;
-    QString m_dataFolder;
-    QString m_configurationFolder;
+    QString dataFolder;
+    QString configurationFolder;
 };

@@ -11,17 +11,18 @@
 class Sample
 {
 public:
-    void add(double value) { m_values.insert(position(value), value); }
-    size_t size() const { return m_values.size(); }
+    void add(double value) { values.insert(position(value), value); }
+    size_t size() const { return values.size(); }
 
     /// The value that this share of all stays below: 0.5 is the median. 0 when nothing was
     /// measured.
     double atShare(double share) const
     {
-        if (m_values.empty())
+        if (values.empty()) {
             return 0;
-        const auto index = static_cast<size_t>(share * static_cast<double>(m_values.size()));
-        return m_values[std::min(index, m_values.size() - 1)];
+        }
+        const auto index = static_cast<size_t>(share * static_cast<double>(values.size()));
+        return values[std::min(index, values.size() - 1)];
     }
     double median() const { return atShare(0.5); }
     double largest() const { return atShare(1); }
@@ -29,8 +30,8 @@ public:
 private:
     std::vector<double>::const_iterator position(double value) const
     {
-        return std::upper_bound(m_values.begin(), m_values.end(), value);
+        return std::upper_bound(values.begin(), values.end(), value);
     }
 
-    std::vector<double> m_values; ///< In rising order.
+    std::vector<double> values; ///< In rising order.
 };

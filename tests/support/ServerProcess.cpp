@@ -12,17 +12,19 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 ServerProcess::ServerProcess(const DesktopSession &session, std::function<void()> lastPreparation,
                              const QStringList &arguments)
-    : m_errorFile(session.path(QStringLiteral("server.log")))
+    : errorFile(session.path(u"server.log"_s))
 {
-    m_process.setProcessEnvironment(session.environment());
-    m_process.setWorkingDirectory(session.home());
-    m_process.setStandardInputFile(QProcess::nullDevice());
-    m_process.setStandardErrorFile(m_errorFile, QIODevice::Append);
-    m_process.setLastPreparation(std::move(lastPreparation));
-    m_process.start(qEnvironmentVariable("VORNA_SERVER"), arguments);
-    m_process.waitForStarted();
+    process.setProcessEnvironment(session.environment());
+    process.setWorkingDirectory(session.home());
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(errorFile, QIODevice::Append);
+    process.setLastPreparation(std::move(lastPreparation));
+    process.start(qEnvironmentVariable("VORNA_SERVER"), arguments);
+    process.waitForStarted();
 }
 
 quint16 ServerProcess::port(std::chrono::milliseconds limit) const
@@ -52,28 +54,31 @@ std::optional<int> ServerProcess::end(int signal)
 
 void ServerProcess::send(int signal) const
 {
-    if (isRunning())
+    if (isRunning()) {
         ::kill(static_cast<pid_t>(processId()), signal);
+    }
 }
 
 std::optional<int> ServerProcess::waitForEnd(std::chrono::milliseconds limit)
 {
     const bool hasEnded = waitUntil([this] { return !isRunning(); }, limit);
-    if (!hasEnded || m_process.exitStatus() != QProcess::NormalExit)
+    if (!hasEnded || process.exitStatus() != QProcess::NormalExit) {
         return std::nullopt;
-    return m_process.exitCode();
+    }
+    return process.exitCode();
 }
 
 std::optional<int> ServerProcess::endingSignal() const
 {
-    if (isRunning() || m_process.exitStatus() != QProcess::CrashExit)
+    if (isRunning() || process.exitStatus() != QProcess::CrashExit) {
         return std::nullopt;
-    return m_process.exitCode();
+    }
+    return process.exitCode();
 }
 
 int ServerProcess::openDescriptors() const
 {
-    const QDir descriptors(QStringLiteral("/proc/%1/fd").arg(processId()));
+    const QDir descriptors(u"/proc/%1/fd"_s.arg(processId()));
     const auto all = QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System;
     return static_cast<int>(descriptors.entryList(all).size());
 }
@@ -90,16 +95,19 @@ int ServerProcess::processorShare(std::chrono::milliseconds duration) const
 
 QByteArray ServerProcess::errorText() const
 {
-    QFile file(m_errorFile);
+    QFile file(errorFile);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 QByteArray ServerProcess::complaints() const
 {
     QByteArray found;
-    for (const QByteArray &line : errorText().split('\n'))
-        for (const char *sign : {"Sanitizer", "runtime error:", "QObject::", "ASSERT"})
-            if (line.contains(sign))
+    for (const QByteArray &line : errorText().split('\n')) {
+        for (const char *sign : {"Sanitizer", "runtime error:", "QObject::", "ASSERT"}) {
+            if (line.contains(sign)) {
                 found += line + '\n';
+            }
+        }
+    }
     return found;
 }

@@ -20,8 +20,8 @@ public:
         const DesktopSession &session, std::function<void()> lastPreparation = [] {},
         const QStringList &arguments = {});
 
-    qint64 processId() const { return m_process.processId(); }
-    bool isRunning() const { return m_process.state() == QProcess::Running; }
+    qint64 processId() const { return process.processId(); }
+    bool isRunning() const { return process.state() == QProcess::Running; }
 
     /// The port it listens on, once it does; 0 when the limit passed first.
     quint16 port(std::chrono::milliseconds limit = GenerousLimit) const;
@@ -48,7 +48,7 @@ public:
     int processorShare(std::chrono::milliseconds duration) const;
 
     /// Everything it wrote to its standard output, up to now.
-    QByteArray outputText() { return m_output += m_process.readAllStandardOutput(); }
+    QByteArray outputText() { return output += process.readAllStandardOutput(); }
 
     /// Everything it wrote to its standard error.
     QByteArray errorText() const;
@@ -60,7 +60,7 @@ public:
 private:
     void send(int signal) const;
 
-    QString m_errorFile;
-    QByteArray m_output;
-    ChildProcess m_process;
+    QString errorFile;
+    QByteArray output;
+    ChildProcess process;
 };

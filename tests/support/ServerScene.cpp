@@ -64,9 +64,11 @@ std::optional<SeenWindow> ServerScene::waitForDialog(const QString &title) const
 bool ServerScene::waitUntilGone(const SeenWindow &dialog) const
 {
     return waitUntil([&] {
-        for (const SeenWindow &window : view().dialogs(m_server->processId()))
-            if (window.id == dialog.id)
+        for (const SeenWindow &window : view().dialogs(m_server->processId())) {
+            if (window.id == dialog.id) {
                 return false;
+            }
+        }
         return true;
     });
 }
@@ -74,8 +76,9 @@ bool ServerScene::waitUntilGone(const SeenWindow &dialog) const
 bool ServerScene::clickButton(const SeenWindow &dialog, int index) const
 {
     const QList<QRect> buttons = Pictures::lowestButtons(view().settledPicture(dialog.place));
-    if (index >= buttons.size())
+    if (index >= buttons.size()) {
         return false;
+    }
     return user().click(dialog.place.topLeft() + buttons[index].center());
 }
 
@@ -102,15 +105,18 @@ bool ServerScene::isAtRest() const
 
 QByteArray ServerScene::problemAtEnd()
 {
-    if (!m_server)
+    if (!m_server) {
         return {};
+    }
     const bool wasRunning = m_server->isRunning();
     const std::optional<int> status = m_server->end();
     QByteArray problem = m_server->complaints();
-    if (wasRunning && status != 0)
+    if (wasRunning && status != 0) {
         problem +=
             "exit status " + (status ? QByteArray::number(*status) : "none: crashed or hung");
-    if (isAnythingHeld())
+    }
+    if (isAnythingHeld()) {
         problem += "a key or button was left down";
+    }
     return problem.isEmpty() ? problem : problem + '\n' + m_server->errorText();
 }

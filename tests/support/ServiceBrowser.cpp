@@ -3,6 +3,8 @@
 
 #include "ServiceBrowser.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// avahi-browse writes a byte that is no letter or digit as a backslash and three decimal digits,
@@ -31,17 +33,18 @@ ServiceBrowser::ServiceBrowser(const NetworkHost &host, const AvahiDaemon &daemo
                                const QString &type)
 {
     auto environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("DBUS_SYSTEM_BUS_ADDRESS", daemon.busAddress());
-    m_browse.setProcessEnvironment(environment);
-    m_browse.setLastPreparation(host.entry());
-    m_browse.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_browse.start("avahi-browse", {"--resolve", "--parsable", "--no-db-lookup", type});
+    environment.insert(u"DBUS_SYSTEM_BUS_ADDRESS"_s, daemon.busAddress());
+    browse.setProcessEnvironment(environment);
+    browse.setLastPreparation(host.entry());
+    browse.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    browse.start(u"avahi-browse"_s, {u"--resolve"_s, u"--parsable"_s, u"--no-db-lookup"_s, type});
 }
 
 const QMap<QString, SeenService> &ServiceBrowser::services()
 {
-    while (m_browse.canReadLine())
-        take(m_browse.readLine().trimmed());
+    while (browse.canReadLine()) {
+        take(browse.readLine().trimmed());
+    }
     return m_services;
 }
 
@@ -50,18 +53,20 @@ void ServiceBrowser::take(const QByteArray &line)
 {
     const QList<QByteArray> fields = line.split(';');
     const QString name = unescaped(fields.value(3));
-    if (fields[0] == "=" && fields.size() >= 10)
+    if (fields[0] == "=" && fields.size() >= 10) {
         m_services[name] = {QHostAddress(QString::fromLatin1(fields[7])), fields[8].toUShort(),
                             fields[9]};
-    else if (fields[0] == "-")
+    } else if (fields[0] == "-") {
         m_services.remove(name);
+    }
 }
 
 std::optional<SeenService> ServiceBrowser::waitFor(const QString &name,
                                                    std::chrono::milliseconds limit)
 {
-    if (!waitUntil([&] { return services().contains(name); }, limit))
+    if (!waitUntil([&] { return services().contains(name); }, limit)) {
         return std::nullopt;
+    }
     return m_services.value(name);
 }
 

@@ -41,6 +41,6 @@ public:
 private:
     void take(const QByteArray &line);
 
-    ChildProcess m_browse;
+    ChildProcess browse;
     QMap<QString, SeenService> m_services;
 };

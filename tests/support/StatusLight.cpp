@@ -5,6 +5,8 @@
 
 #include "Pictures.h"
 
+using namespace Qt::StringLiterals;
+
 extern int qInitResources_VornaServer();
 
 namespace {
@@ -15,13 +17,13 @@ QString imageOf(StatusLight light)
 {
     switch (light) {
     case StatusLight::Black:
-        return QStringLiteral(":/images/led_nero.png");
+        return u":/images/led_nero.png"_s;
     case StatusLight::Orange:
-        return QStringLiteral(":/images/led_arancio.png");
+        return u":/images/led_arancio.png"_s;
     case StatusLight::Green:
-        return QStringLiteral(":/images/led_verde.png");
+        return u":/images/led_verde.png"_s;
     case StatusLight::Red:
-        return QStringLiteral(":/images/led_rosso.png");
+        return u":/images/led_rosso.png"_s;
     }
     return {};
 }

@@ -57,8 +57,9 @@ void TrayDouble::Private::makeWindow()
     xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, IconSize,
                       IconSize, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
                       XCB_CW_OVERRIDE_REDIRECT, &overridesManager);
-    if (manner == Manner::TakesToOrigin)
+    if (manner == Manner::TakesToOrigin) {
         xcb_map_window(connection, window);
+    }
     xcb_set_selection_owner(connection, window, atom("_NET_SYSTEM_TRAY_S0"), XCB_CURRENT_TIME);
     xcb_flush(connection);
 }
@@ -66,16 +67,19 @@ void TrayDouble::Private::makeWindow()
 void TrayDouble::Private::readEvents()
 {
     while (const auto event = Owned<xcb_generic_event_t>(xcb_poll_for_event(connection))) {
-        if ((event->response_type & 0x7f) != XCB_CLIENT_MESSAGE)
+        if ((event->response_type & 0x7f) != XCB_CLIENT_MESSAGE) {
             continue;
+        }
         xcb_client_message_event_t message;
         std::memcpy(&message, event.get(), sizeof message);
         if (message.type != atom("_NET_SYSTEM_TRAY_OPCODE") ||
-            message.data.data32[1] != RequestDock)
+            message.data.data32[1] != RequestDock) {
             continue;
+        }
         sinceRequest.start();
-        if (manner == Manner::TakesToOrigin)
+        if (manner == Manner::TakesToOrigin) {
             takeIn(message.data.data32[2]);
+        }
     }
 }
 
@@ -99,8 +103,9 @@ void TrayDouble::Private::takeIn(xcb_window_t icon) const
 TrayDouble::TrayDouble(const QString &display, Manner manner) : d(std::make_unique<Private>(manner))
 {
     d->connection = xcb_connect(display.toLocal8Bit().constData(), nullptr);
-    if (xcb_connection_has_error(d->connection) != 0)
+    if (xcb_connection_has_error(d->connection) != 0) {
         return;
+    }
     d->screen = xcb_setup_roots_iterator(xcb_get_setup(d->connection)).data;
     d->makeWindow();
     d->notifier = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(d->connection),
@@ -117,8 +122,9 @@ TrayDouble::~TrayDouble()
 
 bool TrayDouble::isReady() const
 {
-    if (d->window == 0)
+    if (d->window == 0) {
         return false;
+    }
     const Owned<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
         d->connection, xcb_get_selection_owner(d->connection, d->atom("_NET_SYSTEM_TRAY_S0")),
         nullptr));

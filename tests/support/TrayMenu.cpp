@@ -5,6 +5,8 @@
 
 #include "Pictures.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int HalfRowHeight = 8;
@@ -38,11 +40,13 @@ bool TrayMenu::open() const
         icon = m_session.view().trayIcon(m_server.processId());
         return icon.has_value();
     });
-    if (!icon)
+    if (!icon) {
         return false;
+    }
     const QPoint point = clickablePoint(*icon, m_session.view().pointer());
-    if (!m_session.user().click(point, DesktopUser::Button::Right))
+    if (!m_session.user().click(point, DesktopUser::Button::Right)) {
         return false;
+    }
     return waitUntil([this] {
         const auto menu = window();
         return menu &&
@@ -53,11 +57,13 @@ bool TrayMenu::open() const
 std::optional<QPoint> TrayMenu::middleOf(Item item) const
 {
     const auto menu = window();
-    if (!menu)
+    if (!menu) {
         return std::nullopt;
+    }
     const QList<int> lines = Pictures::textLines(m_session.view().settledPicture(menu->place));
-    if (lines.size() != ItemCount)
+    if (lines.size() != ItemCount) {
         return std::nullopt;
+    }
     return QPoint(menu->place.center().x(), menu->place.top() + lines[static_cast<int>(item)]);
 }
 
@@ -70,7 +76,7 @@ bool TrayMenu::click(Item item) const
 
 bool TrayMenu::leave() const
 {
-    return m_session.user().tapKey(QStringLiteral("Escape")) &&
+    return m_session.user().tapKey(u"Escape"_s) &&
            waitUntil([this] { return !window().has_value(); });
 }
 
@@ -78,8 +84,9 @@ QImage TrayMenu::row(Item item) const
 {
     const auto middle = middleOf(item);
     const auto menu = window();
-    if (!middle || !menu)
+    if (!middle || !menu) {
         return {};
+    }
     return m_session.view().picture(QRect(menu->place.left(), middle->y() - HalfRowHeight,
                                           menu->place.width(), 2 * HalfRowHeight));
 }

@@ -14,14 +14,16 @@ Typist::Typist(quint16 port, const QByteArray &token)
 
 void Typist::stop()
 {
-    m_isOver = true;
-    if (m_thread.joinable())
+    isOver = true;
+    if (m_thread.joinable()) {
         m_thread.join();
+    }
 }
 
 void Typist::run(quint16 port, const QByteArray &token)
 {
     Handheld handheld(port);
-    while (!m_isOver && handheld.send(token))
+    while (!isOver && handheld.send(token)) {
         std::this_thread::sleep_for(100us);
+    }
 }

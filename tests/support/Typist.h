@@ -24,6 +24,6 @@ public:
 private:
     void run(quint16 port, const QByteArray &token);
 
-    std::atomic_bool m_isOver = false;
+    std::atomic_bool isOver = false;
     std::thread m_thread; // last, so that the rest is there before it runs
 };

@@ -19,8 +19,9 @@ bool waitUntil(Condition condition, std::chrono::milliseconds limit = GenerousLi
 {
     const QDeadlineTimer end(limit);
     while (!condition()) {
-        if (end.hasExpired())
+        if (end.hasExpired()) {
             return condition();
+        }
         QTest::qWait(static_cast<int>(pause.count()));
     }
     return true;

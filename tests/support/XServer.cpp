@@ -8,6 +8,8 @@
 #include <csignal>
 #include <sys/prctl.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr auto LimitInMilliseconds = static_cast<int>(GenerousLimit.count());
@@ -16,8 +18,9 @@ constexpr auto LimitInMilliseconds = static_cast<int>(GenerousLimit.count());
 QString readDisplayNumber(QProcess &process)
 {
     while (!process.canReadLine()) {
-        if (!process.waitForReadyRead(LimitInMilliseconds))
+        if (!process.waitForReadyRead(LimitInMilliseconds)) {
             return {};
+        }
     }
     return QString::fromLatin1(process.readLine().trimmed());
 }
@@ -26,15 +29,16 @@ QString readDisplayNumber(QProcess &process)
 
 XServer::XServer(QSize screen, const QStringList &arguments)
 {
-    const QString geometry = QStringLiteral("%1x%2x24").arg(screen.width()).arg(screen.height());
+    const QString geometry = u"%1x%2x24"_s.arg(screen.width()).arg(screen.height());
     m_process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
     m_process.setStandardErrorFile(QProcess::nullDevice());
-    m_process.start(QStringLiteral("Xvfb"), QStringList{"-displayfd", "1", "-screen", "0", geometry,
-                                                        "-nolisten", "tcp", "-noreset"} +
-                                                arguments);
+    m_process.start(u"Xvfb"_s, QStringList{u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, geometry,
+                                           u"-nolisten"_s, u"tcp"_s, u"-noreset"_s} +
+                                   arguments);
     const QString number = readDisplayNumber(m_process);
-    if (!number.isEmpty())
+    if (!number.isEmpty()) {
         m_display = QLatin1Char(':') + number;
+    }
 }
 
 XServer::~XServer()
@@ -46,8 +50,9 @@ void XServer::end()
 {
     resume();
     m_process.terminate();
-    if (!m_process.waitForFinished(LimitInMilliseconds))
+    if (!m_process.waitForFinished(LimitInMilliseconds)) {
         m_process.kill();
+    }
     m_process.waitForFinished();
 }
 
@@ -59,7 +64,7 @@ bool XServer::isRunning() const
 QProcessEnvironment XServer::environment() const
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DISPLAY"), m_display);
+    environment.insert(u"DISPLAY"_s, m_display);
     return environment;
 }
 
@@ -75,12 +80,14 @@ bool XServer::run(const QString &program, const QStringList &arguments) const
 
 void XServer::halt()
 {
-    if (isRunning())
+    if (isRunning()) {
         kill(static_cast<pid_t>(m_process.processId()), SIGSTOP);
+    }
 }
 
 void XServer::resume()
 {
-    if (isRunning())
+    if (isRunning()) {
         kill(static_cast<pid_t>(m_process.processId()), SIGCONT);
+    }
 }

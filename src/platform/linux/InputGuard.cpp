@@ -24,9 +24,10 @@ namespace {
 /// Beside this program, where it is built, or where it is installed.
 QString guardProgram()
 {
-    const QString folder = QCoreApplication::applicationDirPath() + '/';
+    const QString folder = QCoreApplication::applicationDirPath() + u'/';
     for (const char *place : {"", VORNA_GUARD_FOLDER "/"}) {
-        const QString path = folder + place + VORNA_GUARD_NAME;
+        const QString path =
+            folder + QLatin1StringView(place) + QLatin1StringView(VORNA_GUARD_NAME);
         if (QFileInfo(path).isExecutable()) {
             return path;
         }

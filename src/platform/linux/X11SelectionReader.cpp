@@ -34,7 +34,7 @@ constexpr int eventsInTurn = 8;
 /// As lists of targets go, this is long; in bytes.
 constexpr uint32_t maximumTargets = 64 * 1024;
 
-/// What plain text is offered as, the best first. Wanted: a list of files is no text.
+/// What plain text is offered as, the best first. By design: a list of files is no text.
 constexpr std::array textTargetNames = {"UTF8_STRING", "text/plain;charset=utf-8", "STRING",
                                         "text/plain"};
 

@@ -5,6 +5,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 using Time = BalloonQueue::Clock::time_point;
 
@@ -44,12 +46,12 @@ void tst_BalloonQueue::tenAreDueAtOnce()
     QVERIFY(queue.isEmpty());
     for (int i = 0; i < 10; ++i) {
         // The same text is a balloon of its own once the one before is shown.
-        queue.add("text");
+        queue.add(u"text"_s);
         QCOMPARE(queue.delay(begin), 0ms);
-        QCOMPARE(queue.take(begin), QString("text"));
+        QCOMPARE(queue.take(begin), u"text"_s);
         QVERIFY(queue.isEmpty());
     }
-    queue.add("text");
+    queue.add(u"text"_s);
     QCOMPARE(queue.delay(begin), 1'000ms);
     QCOMPARE(queue.delay(begin + 999ms), 1ms);
     QCOMPARE(queue.delay(begin + 1s), 0ms);
@@ -60,13 +62,13 @@ void tst_BalloonQueue::aTextThatWaitsIsMerged()
 {
     BalloonQueue queue;
     for (const char *text : {"a", "b", "a", "a", "c", "b"}) {
-        queue.add(text);
+        queue.add(QLatin1StringView(text));
     }
     QStringList texts;
     while (!queue.isEmpty()) {
         texts.append(queue.take(begin));
     }
-    QCOMPARE(texts, QStringList({"a", "c", "b"}));
+    QCOMPARE(texts, QStringList({u"a"_s, u"c"_s, u"b"_s}));
 }
 
 void tst_BalloonQueue::ofTooManyTheOldestAreDropped()
@@ -124,7 +126,7 @@ void tst_BalloonQueue::theNewestIsShownSoonAfterTheStorm()
     }
     const Time last = now;
     run(queue, now, now + 1h, shown);
-    QCOMPARE(shown.constLast().first, QString("4999"));
+    QCOMPARE(shown.constLast().first, u"4999"_s);
     QVERIFY(shown.constLast().second - last <= 1'700ms);
 }
 
@@ -132,11 +134,11 @@ void tst_BalloonQueue::afterACalmSecondTenAreDueAgain()
 {
     BalloonQueue queue;
     for (int i = 0; i < 10; ++i) {
-        queue.add("text");
+        queue.add(u"text"_s);
         queue.take(begin);
     }
     for (int i = 0; i < 10; ++i) {
-        queue.add("text");
+        queue.add(u"text"_s);
         QCOMPARE(queue.delay(begin + 1s), 0ms);
         queue.take(begin + 1s);
     }

@@ -8,6 +8,8 @@
 #include <QStringList>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QStringList &calls()
@@ -19,8 +21,8 @@ QStringList &calls()
 class RecordingRuntime final : public platform::ApplicationRuntime
 {
 public:
-    RecordingRuntime() { calls().append("loaded"); }
-    ~RecordingRuntime() override { calls().append("given back"); }
+    RecordingRuntime() { calls().append(u"loaded"_s); }
+    ~RecordingRuntime() override { calls().append(u"given back"_s); }
 };
 
 } // namespace
@@ -42,9 +44,9 @@ private slots:
 void tst_CocoaInitializer::theRuntimeIsHeldForAsLongAsTheInitializerLives()
 {
     auto initializer = std::make_unique<CocoaInitializer>();
-    QCOMPARE(calls(), QStringList{"loaded"});
+    QCOMPARE(calls(), QStringList{u"loaded"_s});
     initializer.reset();
-    QCOMPARE(calls(), QStringList({"loaded", "given back"}));
+    QCOMPARE(calls(), QStringList({u"loaded"_s, u"given back"_s}));
 }
 
 QTEST_GUILESS_MAIN(tst_CocoaInitializer)

@@ -8,6 +8,8 @@
 
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 using Request = CommandLine::Request;
 
 /// What the program makes of its arguments.
@@ -60,7 +62,7 @@ void tst_CommandLine::refusalsNameTheArgument_data()
     QTest::addColumn<QString>("reason");
     const auto unknown = [](const char *name, const QByteArrayList &arguments) {
         QTest::newRow(arguments.join(' ').constData())
-            << arguments << QStringLiteral("Unknown option \"%1\"").arg(name);
+            << arguments << u"Unknown option \"%1\""_s.arg(QLatin1StringView(name));
     };
     unknown("--sned", {"--sned"});
     unknown("-h", {"-h"});
@@ -88,7 +90,7 @@ void tst_CommandLine::refusalsNameTheArgument()
     QFETCH(QString, reason);
     const CommandLine line = readCommandLine(arguments);
     QCOMPARE(line.request, Request::Refuse);
-    QCOMPARE(line.refusal, reason + "; \"VornaServer --help\" lists the options.");
+    QCOMPARE(line.refusal, reason + u"; \"VornaServer --help\" lists the options."_s);
 }
 
 void tst_CommandLine::theDisplayIsRead_data()
@@ -118,12 +120,12 @@ void tst_CommandLine::theHelpListsItsOptions()
 {
     const QString help = helpText();
     for (const char *option : {"--help", "--version", "-platform", "-display", "-style"}) {
-        QVERIFY2(help.contains(QStringLiteral("\n  %1 ").arg(option)), option);
+        QVERIFY2(help.contains(u"\n  %1 "_s.arg(QLatin1StringView(option))), option);
     }
-    QVERIFY(help.startsWith("Usage: VornaServer "));
-    QVERIFY(help.endsWith('\n'));
-    QCOMPARE(help.split("\n\n").size(), 4); // usage, purpose, options, and the rest
-    for (const QString &line : help.split('\n')) {
+    QVERIFY(help.startsWith(u"Usage: VornaServer "_s));
+    QVERIFY(help.endsWith(u'\n'));
+    QCOMPARE(help.split(u"\n\n"_s).size(), 4); // usage, purpose, options, and the rest
+    for (const QString &line : help.split(u'\n')) {
         QVERIFY2(line.size() <= 90, qPrintable(line));
     }
 }

@@ -15,6 +15,8 @@
 #include <memory>
 #include <type_traits>
 
+using namespace Qt::StringLiterals;
+
 class tst_MessageHandler : public QObject
 {
     Q_OBJECT
@@ -80,7 +82,7 @@ void tst_MessageHandler::thereIsOneHandler()
 
 void tst_MessageHandler::withoutAnIconNothingHappens()
 {
-    MessageHandlerOutput(QtWarningMsg, QMessageLogContext(), "text");
+    MessageHandlerOutput(QtWarningMsg, QMessageLogContext(), u"text"_s);
     QVERIFY(recordedBalloons().empty());
     QCOMPARE(earlier->all(), QStringList());
 }
@@ -93,8 +95,8 @@ void tst_MessageHandler::aWarningIsABalloonOfTenSeconds()
     QCOMPARE(recordedBalloons().size(), 1U);
     const RecordedBalloon &balloon = recordedBalloons().front();
     QCOMPARE(balloon.trayIcon, icon.get());
-    QCOMPARE(balloon.title, QString("VornaServer"));
-    QCOMPARE(balloon.text, QString("text"));
+    QCOMPARE(balloon.title, u"VornaServer"_s);
+    QCOMPARE(balloon.text, u"text"_s);
     QCOMPARE(balloon.icon, QSystemTrayIcon::Information);
     QCOMPARE(balloon.milliseconds, 10'000);
 }
@@ -105,7 +107,7 @@ void tst_MessageHandler::theTextIsShownAsItCame_data()
     QTest::newRow("blank at the end") << "Server Started... ";
     QTest::newRow("empty") << "";
     QTest::newRow("quotes and markers") << "\"a\" %1 &b <b>\n";
-    QTest::newRow("letters beyond ASCII") << QStringLiteral("\u00e9 \u2603 \U0001f600");
+    QTest::newRow("letters beyond ASCII") << u"\u00e9 \u2603 \U0001f600"_s;
 }
 
 void tst_MessageHandler::theTextIsShownAsItCame()
@@ -140,7 +142,7 @@ void tst_MessageHandler::otherMessagesAreSwallowed()
 {
     QFETCH(QtMsgType, type);
     handler().installMessageHandler(icon.get());
-    MessageHandlerOutput(type, QMessageLogContext(), "text");
+    MessageHandlerOutput(type, QMessageLogContext(), u"text"_s);
     handler().shutdown();
     QVERIFY(recordedBalloons().empty());
     QCOMPARE(earlier->all(), QStringList());
@@ -154,8 +156,8 @@ void tst_MessageHandler::theEarlierHandlerIsNotCalledMeanwhile()
     qWarning("warning");
     qCritical("critical");
     handler().shutdown();
-    QCOMPARE(earlier->all(), QStringList{"warning: before"});
-    QCOMPARE(balloonTexts(), QStringList{"warning"});
+    QCOMPARE(earlier->all(), QStringList{u"warning: before"_s});
+    QCOMPARE(balloonTexts(), QStringList{u"warning"_s});
 }
 
 void tst_MessageHandler::afterShutdownTheEarlierHandlerIsBack()
@@ -163,7 +165,7 @@ void tst_MessageHandler::afterShutdownTheEarlierHandlerIsBack()
     handler().installMessageHandler(icon.get());
     handler().shutdown();
     qWarning("after");
-    QCOMPARE(earlier->all(), QStringList{"warning: after"});
+    QCOMPARE(earlier->all(), QStringList{u"warning: after"_s});
     QVERIFY(recordedBalloons().empty());
     QCOMPARE(handler().trayIcon(), icon.get());
 }
@@ -185,7 +187,7 @@ void tst_MessageHandler::installingTwiceStillGivesTheEarlierHandlerBack()
     handler().installMessageHandler(icon.get());
     handler().shutdown();
     qWarning("after");
-    QCOMPARE(earlier->all(), QStringList{"warning: after"});
+    QCOMPARE(earlier->all(), QStringList{u"warning: after"_s});
     QVERIFY(recordedBalloons().empty());
 }
 
@@ -208,7 +210,7 @@ void tst_MessageHandler::aWarningOfAnotherThreadIsShownByTheIconsThread()
     const bool isShown = waitUntil([] { return !recordedBalloons().empty(); });
     handler().shutdown();
     QVERIFY(isShown);
-    QCOMPARE(balloonTexts(), QStringList{"from elsewhere"});
+    QCOMPARE(balloonTexts(), QStringList{u"from elsewhere"_s});
 }
 
 // ---- Holding ------------------------------------------------------------------------------------
@@ -222,16 +224,16 @@ void tst_MessageHandler::heldBalloonsAreShownInTheirOrder()
     qWarning("second");
     QCOMPARE(balloonTexts(), QStringList());
     handler().releaseBalloons();
-    QCOMPARE(balloonTexts(), QStringList({"first", "second"}));
+    QCOMPARE(balloonTexts(), QStringList({u"first"_s, u"second"_s}));
     const RecordedBalloon &balloon = recordedBalloons().front();
     QCOMPARE(balloon.trayIcon, icon.get());
-    QCOMPARE(balloon.title, QString("VornaServer"));
+    QCOMPARE(balloon.title, u"VornaServer"_s);
     QCOMPARE(balloon.icon, QSystemTrayIcon::Information);
     QCOMPARE(balloon.milliseconds, 10'000);
     qWarning("third");
     handler().releaseBalloons();
     handler().shutdown();
-    QCOMPARE(balloonTexts(), QStringList({"first", "second", "third"}));
+    QCOMPARE(balloonTexts(), QStringList({u"first"_s, u"second"_s, u"third"_s}));
 }
 
 void tst_MessageHandler::ofTooManyHeldBalloonsTheOldestAreDropped()
@@ -259,7 +261,7 @@ void tst_MessageHandler::aWarningOfAnotherThreadWaitsToo()
     QCOMPARE(balloonTexts(), QStringList());
     handler().releaseBalloons();
     handler().shutdown();
-    QCOMPARE(balloonTexts(), QStringList{"from elsewhere"});
+    QCOMPARE(balloonTexts(), QStringList{u"from elsewhere"_s});
 }
 
 void tst_MessageHandler::heldBalloonsEndWithTheInstallation()
@@ -275,7 +277,7 @@ void tst_MessageHandler::heldBalloonsEndWithTheInstallation()
     handler().installMessageHandler(icon.get());
     qWarning("shown");
     handler().shutdown();
-    QCOMPARE(balloonTexts(), QStringList{"shown"});
+    QCOMPARE(balloonTexts(), QStringList{u"shown"_s});
 }
 
 void tst_MessageHandler::anIconThatIsGoneGetsNoHeldBalloons()
@@ -324,12 +326,12 @@ void tst_MessageHandler::theNewestOfAStormIsShown()
         qWarning("Device Disconnected ");
     }
     qWarning("newest");
-    const bool isShown = waitUntil([] { return balloonTexts().constLast() == "newest"; });
+    const bool isShown = waitUntil([] { return balloonTexts().constLast() == u"newest"_s; });
     handler().shutdown();
     QVERIFY(isShown);
     // The ten that were shown at once, and the rest merged.
     QCOMPARE(balloonTexts().mid(BalloonQueue::maximumPerSecond),
-             QStringList({"Device Connected ", "Device Disconnected ", "newest"}));
+             QStringList({u"Device Connected "_s, u"Device Disconnected "_s, u"newest"_s}));
 }
 
 void tst_MessageHandler::aStormEndsWithTheInstallation()
@@ -345,7 +347,7 @@ void tst_MessageHandler::aStormEndsWithTheInstallation()
     handler().installMessageHandler(icon.get());
     qWarning("shown");
     handler().shutdown();
-    QCOMPARE(balloonTexts().constLast(), QString("shown"));
+    QCOMPARE(balloonTexts().constLast(), u"shown"_s);
 }
 
 void tst_MessageHandler::anIconThatIsGoneEndsAStorm()
@@ -369,8 +371,8 @@ void tst_MessageHandler::aDaemonIsHandedWhatItShowsAsWritten()
     handler().watchNotificationDaemon();
     qWarning("<b>text</b>");
     handler().shutdown();
-    QCOMPARE(balloonTexts(), QStringList{"[<b>text</b>]"});
-    QCOMPARE(recordedBalloons().front().title, QString("VornaServer"));
+    QCOMPARE(balloonTexts(), QStringList{u"[<b>text</b>]"_s});
+    QCOMPARE(recordedBalloons().front().title, u"VornaServer"_s);
     QCOMPARE(PlatformRecord::current().balloonsHanded, 1);
     QVERIFY(!PlatformRecord::current().notificationDaemonIsReady);
 }
@@ -391,7 +393,7 @@ void tst_MessageHandler::aDaemonThatTakesNoMoreIsHandedNoMore()
     const bool areShown = waitUntil([] { return recordedBalloons().size() == 2; });
     handler().shutdown();
     QVERIFY(areShown);
-    QCOMPARE(balloonTexts(), QStringList({"[first]", "[second]"}));
+    QCOMPARE(balloonTexts(), QStringList({u"[first]"_s, u"[second]"_s}));
 }
 
 QTEST_MAIN(tst_MessageHandler)

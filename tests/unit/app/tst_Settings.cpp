@@ -18,6 +18,8 @@
 #include <functional>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 LoginItemRecord &loginItems()
@@ -32,7 +34,7 @@ public:
     WatchedStore()
     {
         static const QSettings::Format format =
-            QSettings::registerFormat(QStringLiteral("watched"), read, write);
+            QSettings::registerFormat(u"watched"_s, read, write);
         QSettings::setDefaultFormat(format);
         written.clear();
     }
@@ -137,9 +139,10 @@ QVariantMap tst_Settings::shownPreferences()
     QVariantMap shown;
     openPreferences([&](QDialog &dialog) {
         for (const char *key : {"PairApproval", "Logon"}) {
-            shown[key] = dialog.findChild<QCheckBox *>(key)->isChecked();
+            shown[QLatin1StringView(key)] =
+                dialog.findChild<QCheckBox *>(QLatin1StringView(key))->isChecked();
         }
-        shown["Download"] = dialog.findChild<QLineEdit *>("Download")->text();
+        shown[u"Download"_s] = dialog.findChild<QLineEdit *>(u"Download"_s)->text();
     });
     return shown;
 }
@@ -150,9 +153,9 @@ void tst_Settings::anEmptyStoreGivesTheDefaults()
 {
     window = std::make_unique<Window>();
     QCOMPARE(QSettings().allKeys(), QStringList());
-    QCOMPARE(shownPreferences(), QVariantMap({{"PairApproval", false},
-                                              {"Logon", true},
-                                              {"Download", home->path() + "/Downloads"}}));
+    QCOMPARE(shownPreferences(), QVariantMap({{u"PairApproval"_s, false},
+                                              {u"Logon"_s, true},
+                                              {u"Download"_s, home->path() + u"/Downloads"_s}}));
 }
 
 void tst_Settings::theDefaultDirectoryIsNotMade()
@@ -160,7 +163,7 @@ void tst_Settings::theDefaultDirectoryIsNotMade()
     window = std::make_unique<Window>();
     openPreferences();
     window.reset();
-    QVERIFY(!QFile::exists(home->path("Downloads")));
+    QVERIFY(!QFile::exists(home->path(u"Downloads"_s)));
 }
 
 void tst_Settings::storedValuesAreRestored_data()
@@ -171,7 +174,7 @@ void tst_Settings::storedValuesAreRestored_data()
     QTest::newRow("both off") << false << false << "/a b";
     QTest::newRow("approval") << true << false << "";
     QTest::newRow("logon") << false << true << "relative";
-    QTest::newRow("both on") << true << true << QStringLiteral("/\u00e9\u2603, \"x\"");
+    QTest::newRow("both on") << true << true << u"/\u00e9\u2603, \"x\""_s;
 }
 
 void tst_Settings::storedValuesAreRestored()
@@ -184,20 +187,20 @@ void tst_Settings::storedValuesAreRestored()
     QSettings().setValue("downloadDirectory", directory);
     window = std::make_unique<Window>();
     QCOMPARE(loginItems().entries.size(), startsAtLogon ? 1 : 0);
-    QCOMPARE(shownPreferences(), QVariantMap({{"PairApproval", needsApproval},
-                                              {"Logon", startsAtLogon},
-                                              {"Download", directory}}));
+    QCOMPARE(shownPreferences(), QVariantMap({{u"PairApproval"_s, needsApproval},
+                                              {u"Logon"_s, startsAtLogon},
+                                              {u"Download"_s, directory}}));
 }
 
 void tst_Settings::oddValuesAreConverted_data()
 {
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<bool>("isOn");
-    QTest::newRow("text false") << QVariant("false") << false;
-    QTest::newRow("text 0") << QVariant("0") << false;
+    QTest::newRow("text false") << QVariant(u"false"_s) << false;
+    QTest::newRow("text 0") << QVariant(u"0"_s) << false;
     QTest::newRow("number 1") << QVariant(1) << true;
-    QTest::newRow("any text") << QVariant("yes") << true;
-    QTest::newRow("empty text") << QVariant("") << false;
+    QTest::newRow("any text") << QVariant(u"yes"_s) << true;
+    QTest::newRow("empty text") << QVariant(u""_s) << false;
 }
 
 void tst_Settings::oddValuesAreConverted()
@@ -208,8 +211,8 @@ void tst_Settings::oddValuesAreConverted()
     QSettings().setValue("pairNeedsApproval", value);
     window = std::make_unique<Window>();
     const QVariantMap shown = shownPreferences();
-    QCOMPARE(shown["Logon"].toBool(), isOn);
-    QCOMPARE(shown["PairApproval"].toBool(), isOn);
+    QCOMPARE(shown[u"Logon"_s].toBool(), isOn);
+    QCOMPARE(shown[u"PairApproval"_s].toBool(), isOn);
 }
 
 // ---- Storing ------------------------------------------------------------------------------------
@@ -218,17 +221,18 @@ void tst_Settings::closingThePreferencesStoresAllThree()
 {
     window = std::make_unique<Window>();
     openPreferences([](QDialog &dialog) {
-        dialog.findChild<QCheckBox *>("PairApproval")->click();
-        dialog.findChild<QCheckBox *>("Logon")->click();
-        dialog.findChild<QLineEdit *>("Download")->setText("/else/where");
+        dialog.findChild<QCheckBox *>(u"PairApproval"_s)->click();
+        dialog.findChild<QCheckBox *>(u"Logon"_s)->click();
+        dialog.findChild<QLineEdit *>(u"Download"_s)->setText(u"/else/where"_s);
     });
     QCOMPARE(stored("pairNeedsApproval").toBool(), true);
     QCOMPARE(stored("startAtLogon").toBool(), false);
-    QCOMPARE(stored("downloadDirectory").toString(), QString("/else/where"));
+    QCOMPARE(stored("downloadDirectory").toString(), u"/else/where"_s);
     QStringList keys = QSettings().allKeys();
     keys.sort();
-    QCOMPARE(keys, QStringList({"downloadDirectory", "pairNeedsApproval", "startAtLogon"}));
-    QVERIFY(!window->findChild<Server *>()->deviceIsPresent("device"));
+    QCOMPARE(keys,
+             QStringList({u"downloadDirectory"_s, u"pairNeedsApproval"_s, u"startAtLogon"_s}));
+    QVERIFY(!window->findChild<Server *>()->deviceIsPresent(u"device"_s));
 }
 
 void tst_Settings::theValuesAreInTheStoreAtOnce()
@@ -236,7 +240,7 @@ void tst_Settings::theValuesAreInTheStoreAtOnce()
     window = std::make_unique<Window>();
     openPreferences();
     // Another program reads the file, not our memory.
-    const QByteArray file = contentOf(home->path("config/Ostrovane/VornaServer.conf"));
+    const QByteArray file = contentOf(home->path(u"config/Ostrovane/VornaServer.conf"_s));
     QVERIFY(file.contains("startAtLogon=true"));
     QVERIFY(file.contains("pairNeedsApproval=false"));
     QVERIFY(file.contains("downloadDirectory="));
@@ -256,12 +260,12 @@ void tst_Settings::everyWayOfClosingStores()
     QFETCH(QString, way);
     window = std::make_unique<Window>();
     openPreferences([&](QDialog &dialog) {
-        dialog.findChild<QCheckBox *>("PairApproval")->click();
-        if (way == "escape") {
+        dialog.findChild<QCheckBox *>(u"PairApproval"_s)->click();
+        if (way == u"escape"_s) {
             QTest::keyClick(&dialog, Qt::Key_Escape);
-        } else if (way == "accept") {
+        } else if (way == u"accept"_s) {
             dialog.accept();
-        } else if (way == "reject") {
+        } else if (way == u"reject"_s) {
             dialog.reject();
         }
     });
@@ -273,13 +277,13 @@ void tst_Settings::changesWaitForTheClose()
     QSettings().setValue("startAtLogon", false);
     window = std::make_unique<Window>();
     openPreferences([&](QDialog &dialog) {
-        dialog.findChild<QCheckBox *>("Logon")->click();
-        dialog.findChild<QCheckBox *>("PairApproval")->click();
-        dialog.findChild<QLineEdit *>("Download")->setText("/else/where");
+        dialog.findChild<QCheckBox *>(u"Logon"_s)->click();
+        dialog.findChild<QCheckBox *>(u"PairApproval"_s)->click();
+        dialog.findChild<QLineEdit *>(u"Download"_s)->setText(u"/else/where"_s);
         QCOMPARE(loginItems().entries.size(), 0);
-        QCOMPARE(QSettings().allKeys(), QStringList{"startAtLogon"});
+        QCOMPARE(QSettings().allKeys(), QStringList{u"startAtLogon"_s});
         QCOMPARE(stored("startAtLogon").toBool(), false);
-        QVERIFY(window->findChild<Server *>()->deviceIsPresent("device"));
+        QVERIFY(window->findChild<Server *>()->deviceIsPresent(u"device"_s));
     });
     QCOMPARE(loginItems().entries.size(), 1);
     QCOMPARE(stored("startAtLogon").toBool(), true);
@@ -293,9 +297,9 @@ void tst_Settings::theLoginListThenTheServerThenTheStoreLearnTheValues()
     // What each of the three has learnt at the moment at which another one learns it.
     const auto state = [this](const char *moment) {
         // A device that is let in is known from then on, so each look takes another.
-        const bool isAsked = !window->findChild<Server *>()->deviceIsPresent(moment);
-        return QStringLiteral("%1: logon entries %2, approval %3, stored %4")
-            .arg(moment)
+        const bool isAsked =
+            !window->findChild<Server *>()->deviceIsPresent(QLatin1StringView(moment));
+        return u"%1: logon entries %2, approval %3, stored %4"_s.arg(QLatin1StringView(moment))
             .arg(loginItems().entries.size())
             .arg(isAsked)
             .arg(WatchedStore::written.size());
@@ -304,32 +308,33 @@ void tst_Settings::theLoginListThenTheServerThenTheStoreLearnTheValues()
     loginItems().onSave = [&] { seen.append(state("list saved")); };
     WatchedStore::onWrite = [&] { seen.append(state("settings stored")); };
     openPreferences([](QDialog &dialog) {
-        dialog.findChild<QCheckBox *>("Logon")->click();
-        dialog.findChild<QCheckBox *>("PairApproval")->click();
+        dialog.findChild<QCheckBox *>(u"Logon"_s)->click();
+        dialog.findChild<QCheckBox *>(u"PairApproval"_s)->click();
     });
     loginItems().onSave = nullptr;
-    QCOMPARE(seen, QStringList({"list saved: logon entries 0, approval 0, stored 0",
-                                "settings stored: logon entries 0, approval 1, stored 0"}));
-    QCOMPARE(WatchedStore::written.value("startAtLogon").toBool(), false);
-    QCOMPARE(WatchedStore::written.value("pairNeedsApproval").toBool(), true);
+    QCOMPARE(seen, QStringList({u"list saved: logon entries 0, approval 0, stored 0"_s,
+                                u"settings stored: logon entries 0, approval 1, stored 0"_s}));
+    QCOMPARE(WatchedStore::written.value(u"startAtLogon"_s).toBool(), false);
+    QCOMPARE(WatchedStore::written.value(u"pairNeedsApproval"_s).toBool(), true);
 }
 
 void tst_Settings::theNextDialogShowsWhatWasTaken()
 {
     window = std::make_unique<Window>();
     openPreferences([](QDialog &dialog) {
-        dialog.findChild<QCheckBox *>("PairApproval")->click();
-        dialog.findChild<QLineEdit *>("Download")->setText("/else/where");
+        dialog.findChild<QCheckBox *>(u"PairApproval"_s)->click();
+        dialog.findChild<QLineEdit *>(u"Download"_s)->setText(u"/else/where"_s);
     });
-    QCOMPARE(shownPreferences(),
-             QVariantMap({{"PairApproval", true}, {"Logon", true}, {"Download", "/else/where"}}));
+    QCOMPARE(shownPreferences(), QVariantMap({{u"PairApproval"_s, true},
+                                              {u"Logon"_s, true},
+                                              {u"Download"_s, u"/else/where"_s}}));
 }
 
 void tst_Settings::nothingElseIsStoredAtTheEnd()
 {
     window = std::make_unique<Window>();
     openPreferences();
-    window->update("Logon", false);
+    window->update(u"Logon"_s, false);
     window.reset();
     QCOMPARE(stored("startAtLogon").toBool(), true);
     QCOMPARE(stored("pairedDeviceList").toStringList(), QStringList());
@@ -343,7 +348,7 @@ void tst_Settings::aDirectoryIsStoredUnchecked_data()
     QTest::newRow("relative") << "../x/";
     QTest::newRow("blanks") << "  ";
     QTest::newRow("signs of the file's own syntax") << "/a=b;[c], \"d\"\\e%20";
-    QTest::newRow("letters beyond Latin-1") << QStringLiteral("/\u2603");
+    QTest::newRow("letters beyond Latin-1") << u"/\u2603"_s;
 }
 
 void tst_Settings::aDirectoryIsStoredUnchecked()
@@ -351,25 +356,25 @@ void tst_Settings::aDirectoryIsStoredUnchecked()
     QFETCH(QString, directory);
     window = std::make_unique<Window>();
     openPreferences(
-        [&](QDialog &dialog) { dialog.findChild<QLineEdit *>("Download")->setText(directory); });
+        [&](QDialog &dialog) { dialog.findChild<QLineEdit *>(u"Download"_s)->setText(directory); });
     QCOMPARE(stored("downloadDirectory").toString(), directory);
 }
 
 void tst_Settings::untilTheDialogWasClosedFilesGoToTheDesktop()
 {
-    const QString desktop = home->subdirectory("Desktop");
-    const QString downloads = home->subdirectory("Downloads");
+    const QString desktop = home->subdirectory(u"Desktop"_s);
+    const QString downloads = home->subdirectory(u"Downloads"_s);
     window = std::make_unique<Window>();
     ServedPeer peer(*window->findChild<Server *>());
     const QByteArray request =
         "{ cmdType = FILE_TRANSFER_AND_OPEN; cmdParameters = (note, 1000); }";
     peer.ask(request);
-    QCOMPARE(contentOf(desktop + "/note"), request);
+    QCOMPARE(contentOf(desktop + u"/note"_s), request);
 
     openPreferences();
     ServedPeer other(*window->findChild<Server *>());
     other.ask(request);
-    QCOMPARE(contentOf(downloads + "/note"), request);
+    QCOMPARE(contentOf(downloads + u"/note"_s), request);
 }
 
 QTEST_MAIN(tst_Settings)

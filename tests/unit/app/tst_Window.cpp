@@ -30,6 +30,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using LoginEntries = QList<LoginItemRecord::Entry>;
@@ -44,9 +46,9 @@ QString lightOf(const QIcon &icon)
 {
     const QImage shown = icon.pixmap(256).toImage();
     for (const char *name : {"nero", "arancio", "verde", "rosso"}) {
-        const QIcon light(QStringLiteral(":/images/led_%1.png").arg(name));
+        const QIcon light(u":/images/led_%1.png"_s.arg(QLatin1StringView(name)));
         if (shown == light.pixmap(256).toImage()) {
-            return name;
+            return QLatin1StringView(name);
         }
     }
     return {};
@@ -141,7 +143,7 @@ private:
     QString light() const
     {
         const QString inTray = lightOf(trayIcon->icon());
-        return lightOf(window->windowIcon()) == inTray ? inTray : "differs";
+        return lightOf(window->windowIcon()) == inTray ? inTray : u"differs"_s;
     }
     /// Whether the choice opens a dialog above the one that is open; it is closed again, since the
     /// test would wait for it.
@@ -218,7 +220,7 @@ void tst_Window::theLightsAreFourDifferentPictures()
 {
     QList<QImage> seen;
     for (const char *name : {"nero", "arancio", "verde", "rosso"}) {
-        const QImage light(QStringLiteral(":/images/led_%1.png").arg(name));
+        const QImage light(u":/images/led_%1.png"_s.arg(QLatin1StringView(name)));
         QCOMPARE(light.size(), QSize(256, 256));
         QVERIFY(light.hasAlphaChannel());
         QVERIFY(!seen.contains(light));
@@ -241,7 +243,7 @@ void tst_Window::theActionsBearTheirTexts_data()
 void tst_Window::theActionsBearTheirTexts()
 {
     makeWindow();
-    const QAction *found = action(QTest::currentDataTag());
+    const QAction *found = action(QString::fromLatin1(QTest::currentDataTag()));
     QVERIFY(found != nullptr);
     QTEST(found->toolTip(), "toolTip");
     QTEST(found->isCheckable(), "isCheckable");
@@ -254,10 +256,10 @@ void tst_Window::theMenuHoldsTheActionsInTheirOrder()
     makeWindow();
     QStringList entries;
     for (const QAction *entry : trayIcon->contextMenu()->actions()) {
-        entries.append(entry->isSeparator() ? "-" : entry->text());
+        entries.append(entry->isSeparator() ? u"-"_s : entry->text());
     }
-    QCOMPARE(entries, QStringList({"About", "-", "Support Website", "Stop Server", "Preferences...",
-                                   "-", "Quit"}));
+    QCOMPARE(entries, QStringList({u"About"_s, u"-"_s, u"Support Website"_s, u"Stop Server"_s,
+                                   u"Preferences..."_s, u"-"_s, u"Quit"_s}));
 }
 
 /// Which does nothing with them, so only the connection shows.
@@ -275,7 +277,7 @@ void tst_Window::everythingIsTheWindowsOwn()
     QCOMPARE(trayIcon->contextMenu()->parent(), window.get());
     QCOMPARE(server()->parent(), window.get());
     for (const char *text : {"About", "Support Website", "Stop Server", "Preferences...", "Quit"}) {
-        QCOMPARE(action(text)->parent(), window.get());
+        QCOMPARE(action(QLatin1StringView(text))->parent(), window.get());
     }
     QVERIFY(window->parent() == nullptr);
 }
@@ -293,14 +295,14 @@ void tst_Window::theServerRunsAtOnce()
 {
     makeWindow();
     QVERIFY(server()->isListening());
-    QCOMPARE(light(), QString("arancio"));
-    QCOMPARE(trayIcon->toolTip(), QString("VornaServer"));
+    QCOMPARE(light(), u"arancio"_s);
+    QCOMPARE(trayIcon->toolTip(), u"VornaServer"_s);
 }
 
 void tst_Window::startingIsToldByABalloon()
 {
     makeWindow();
-    QCOMPARE(balloonTexts(), QStringList{"Server Started... "});
+    QCOMPARE(balloonTexts(), QStringList{u"Server Started... "_s});
     QCOMPARE(recordedBalloons()[0].trayIcon, trayIcon);
 }
 
@@ -310,7 +312,7 @@ void tst_Window::theServerDoesNotWaitForTheIconsPlace()
     makeWindow();
     // Nothing has been waited for: no event loop has run.
     QVERIFY(server()->isListening());
-    QCOMPARE(light(), QString("arancio"));
+    QCOMPARE(light(), u"arancio"_s);
     QCOMPARE(balloonTexts(), QStringList());
 }
 
@@ -318,13 +320,13 @@ void tst_Window::aChoiceBeforeTheIconHasItsPlaceHolds()
 {
     recordedIconPlace() = unplaced;
     makeWindow();
-    action("Stop Server")->trigger();
+    action(u"Stop Server"_s)->trigger();
     QVERIFY(!server()->isListening());
     QVERIFY(waitUntil([] { return !balloonTexts().isEmpty(); }));
     QVERIFY(!server()->isListening());
-    QCOMPARE(light(), QString("nero"));
-    QVERIFY(action("Start Server") != nullptr);
-    QCOMPARE(balloonTexts(), QStringList{"Server Started... "});
+    QCOMPARE(light(), u"nero"_s);
+    QVERIFY(action(u"Start Server"_s) != nullptr);
+    QCOMPARE(balloonTexts(), QStringList{u"Server Started... "_s});
 }
 
 void tst_Window::balloonsWaitForTheIconsPlace()
@@ -337,9 +339,9 @@ void tst_Window::balloonsWaitForTheIconsPlace()
     QMoveEvent moved(QPoint(100, 100), QPoint());
     QCoreApplication::sendEvent(window.get(), &moved);
     QVERIFY(waitUntil([] { return balloonTexts().size() == 2; }));
-    QCOMPARE(balloonTexts(), QStringList({"Server Started... ", "second"}));
+    QCOMPARE(balloonTexts(), QStringList({u"Server Started... "_s, u"second"_s}));
     qWarning("third");
-    QCOMPARE(balloonTexts(), QStringList({"Server Started... ", "second", "third"}));
+    QCOMPARE(balloonTexts(), QStringList({u"Server Started... "_s, u"second"_s, u"third"_s}));
 }
 
 void tst_Window::balloonsDoNotWaitLongerThanASecond()
@@ -351,7 +353,7 @@ void tst_Window::balloonsDoNotWaitLongerThanASecond()
     QVERIFY(waitUntil([] { return !balloonTexts().isEmpty(); }));
     QVERIFY2(sinceShown.elapsed() >= 990, qPrintable(QString::number(sinceShown.elapsed())));
     QVERIFY2(sinceShown.elapsed() < 3'000, qPrintable(QString::number(sinceShown.elapsed())));
-    QCOMPARE(balloonTexts(), QStringList{"Server Started... "});
+    QCOMPARE(balloonTexts(), QStringList{u"Server Started... "_s});
 }
 
 void tst_Window::balloonsThatWaitEndWithTheWindow()
@@ -366,21 +368,21 @@ void tst_Window::balloonsThatWaitEndWithTheWindow()
 void tst_Window::theToggleStopsAndStarts()
 {
     makeWindow();
-    QAction *toggle = action("Stop Server");
+    QAction *toggle = action(u"Stop Server"_s);
     toggle->trigger();
     QVERIFY(!server()->isListening());
-    QCOMPARE(light(), QString("nero"));
-    QCOMPARE(toggle->text(), QString("Start Server"));
+    QCOMPARE(light(), u"nero"_s);
+    QCOMPARE(toggle->text(), u"Start Server"_s);
     QVERIFY(!toggle->isChecked());
-    QCOMPARE(trayIcon->toolTip(), QString("VornaServer"));
+    QCOMPARE(trayIcon->toolTip(), u"VornaServer"_s);
     QCOMPARE(balloonTexts().size(), 1);
 
     toggle->trigger();
     QVERIFY(server()->isListening());
-    QCOMPARE(light(), QString("arancio"));
-    QCOMPARE(toggle->text(), QString("Stop Server"));
+    QCOMPARE(light(), u"arancio"_s);
+    QCOMPARE(toggle->text(), u"Stop Server"_s);
     QVERIFY(toggle->isChecked());
-    QCOMPARE(balloonTexts(), QStringList({"Server Started... ", "Server Started... "}));
+    QCOMPARE(balloonTexts(), QStringList({u"Server Started... "_s, u"Server Started... "_s}));
 }
 
 void tst_Window::theLightIsOrangeWhileTheServerStarts()
@@ -390,27 +392,27 @@ void tst_Window::theLightIsOrangeWhileTheServerStarts()
     QString seen;
     DnsSdRecord::current().onRegister = [&] { seen = light(); };
     window->startServer();
-    QCOMPARE(seen, QString("arancio"));
+    QCOMPARE(seen, u"arancio"_s);
 }
 
 void tst_Window::startingOrStoppingTwiceFollowsTheState()
 {
     makeWindow();
-    QAction *toggle = action("Stop Server");
+    QAction *toggle = action(u"Stop Server"_s);
     // The slots leave the tick to the menu.
     window->stopServer();
     QVERIFY(toggle->isChecked());
-    QCOMPARE(light(), QString("nero"));
-    window->setIcon(":/images/led_verde.png");
+    QCOMPARE(light(), u"nero"_s);
+    window->setIcon(u":/images/led_verde.png"_s);
     window->stopServer();
-    QCOMPARE(light(), QString("verde"));
-    QCOMPARE(toggle->text(), QString("Start Server"));
+    QCOMPARE(light(), u"verde"_s);
+    QCOMPARE(toggle->text(), u"Start Server"_s);
 
     window->startServer();
     QVERIFY(server()->isListening());
     window->startServer();
     QVERIFY(!server()->isListening());
-    QCOMPARE(toggle->text(), QString("Start Server"));
+    QCOMPARE(toggle->text(), u"Start Server"_s);
     QVERIFY(toggle->isChecked());
 }
 
@@ -421,8 +423,8 @@ void tst_Window::aFailedFirstStartIsRed()
         makeWindow();
     }
     QVERIFY(!server()->isListening());
-    QCOMPARE(light(), QString("rosso"));
-    QAction *toggle = action("Stop Server");
+    QCOMPARE(light(), u"rosso"_s);
+    QAction *toggle = action(u"Stop Server"_s);
     QVERIFY(toggle != nullptr);
     QVERIFY(!toggle->isChecked());
     QCOMPARE(balloonTexts(), QStringList());
@@ -430,23 +432,23 @@ void tst_Window::aFailedFirstStartIsRed()
     // Choosing it tries again.
     toggle->trigger();
     QVERIFY(server()->isListening());
-    QCOMPARE(light(), QString("arancio"));
-    QCOMPARE(toggle->text(), QString("Stop Server"));
+    QCOMPARE(light(), u"arancio"_s);
+    QCOMPARE(toggle->text(), u"Stop Server"_s);
     QVERIFY(toggle->isChecked());
-    QCOMPARE(balloonTexts(), QStringList{"Server Started... "});
+    QCOMPARE(balloonTexts(), QStringList{u"Server Started... "_s});
 }
 
 void tst_Window::aFailedLaterStartIsRed()
 {
     makeWindow();
-    QAction *toggle = action("Stop Server");
+    QAction *toggle = action(u"Stop Server"_s);
     toggle->trigger();
     {
         const DescriptorLimit none(0);
         toggle->trigger();
     }
-    QCOMPARE(light(), QString("rosso"));
-    QCOMPARE(toggle->text(), QString("Start Server"));
+    QCOMPARE(light(), u"rosso"_s);
+    QCOMPARE(toggle->text(), u"Start Server"_s);
     QVERIFY(!toggle->isChecked());
 }
 
@@ -454,25 +456,25 @@ void tst_Window::clientsAreShown()
 {
     makeWindow();
     ServedPeer peer(*server());
-    QCOMPARE(light(), QString("verde"));
-    QVERIFY(action("Stop Server")->isChecked());
+    QCOMPARE(light(), u"verde"_s);
+    QVERIFY(action(u"Stop Server"_s)->isChecked());
     peer.leave();
-    QVERIFY(waitUntil([&] { return light() == "arancio"; }));
-    QCOMPARE(balloonTexts(), QStringList({"Server Started... ", "Device Disconnected "}));
+    QVERIFY(waitUntil([&] { return light() == u"arancio"_s; }));
+    QCOMPARE(balloonTexts(), QStringList({u"Server Started... "_s, u"Device Disconnected "_s}));
 }
 
 void tst_Window::aClientLeavingAStoppedServerShowsOrange()
 {
     makeWindow();
     ServedPeer peer(*server());
-    action("Stop Server")->trigger();
-    QCOMPARE(light(), QString("nero"));
+    action(u"Stop Server"_s)->trigger();
+    QCOMPARE(light(), u"nero"_s);
     peer.leave();
-    QVERIFY(waitUntil([&] { return light() == "arancio"; }));
+    QVERIFY(waitUntil([&] { return light() == u"arancio"_s; }));
     QVERIFY(!server()->isListening());
-    QCOMPARE(trayIcon->contextMenu()->actions().at(3)->text(), QString("Start Server"));
+    QCOMPARE(trayIcon->contextMenu()->actions().at(3)->text(), u"Start Server"_s);
     window->connectionStatus(true);
-    QVERIFY(waitUntil([&] { return light() == "verde"; }));
+    QVERIFY(waitUntil([&] { return light() == u"verde"_s; }));
 }
 
 void tst_Window::aCrowdChangesTheLightTenTimesASecond()
@@ -515,9 +517,9 @@ void tst_Window::theLastLightOfACrowdIsShown()
     for (int change = 1; change <= changes; ++change) {
         window->connectionStatus(change % 2 == 1);
         // The first one is shown at once.
-        QCOMPARE(light(), QString("verde"));
+        QCOMPARE(light(), u"verde"_s);
     }
-    const QString last = changes % 2 == 1 ? "verde" : "arancio";
+    const QString last = changes % 2 == 1 ? u"verde"_s : u"arancio"_s;
     QVERIFY(waitUntil([&] { return light() == last; }));
     QTest::qWait(250);
     QCOMPARE(light(), last);
@@ -531,10 +533,10 @@ void tst_Window::aChoiceInTheMenuDoesNotWaitForTheCrowd()
     makeWindow();
     window->connectionStatus(true);
     window->connectionStatus(false);
-    action("Stop Server")->trigger();
-    QCOMPARE(light(), QString("nero"));
+    action(u"Stop Server"_s)->trigger();
+    QCOMPARE(light(), u"nero"_s);
     QTest::qWait(250);
-    QCOMPARE(light(), QString("nero"));
+    QCOMPARE(light(), u"nero"_s);
 }
 
 // ---- The icon -----------------------------------------------------------------------------------
@@ -542,19 +544,19 @@ void tst_Window::aChoiceInTheMenuDoesNotWaitForTheCrowd()
 void tst_Window::theDefaultLightIsOrange()
 {
     makeWindow();
-    window->setIcon(":/images/led_rosso.png");
+    window->setIcon(u":/images/led_rosso.png"_s);
     window->setIcon();
-    QCOMPARE(light(), QString("arancio"));
-    window->setIcon(":/images/led_rosso.png");
+    QCOMPARE(light(), u"arancio"_s);
+    window->setIcon(u":/images/led_rosso.png"_s);
     QVERIFY(QMetaObject::invokeMethod(window.get(), "setIcon"));
-    QCOMPARE(light(), QString("arancio"));
+    QCOMPARE(light(), u"arancio"_s);
 }
 
 void tst_Window::everyLightIsShownEverywhere_data()
 {
     QTest::addColumn<QString>("name");
     for (const char *name : {"nero", "arancio", "verde", "rosso"}) {
-        QTest::newRow(name) << QString(name);
+        QTest::newRow(name) << QString::fromLatin1(name);
     }
 }
 
@@ -562,11 +564,11 @@ void tst_Window::everyLightIsShownEverywhere()
 {
     QFETCH(QString, name);
     makeWindow();
-    trayIcon->setToolTip("other");
-    window->setIcon(":/images/led_" + name + ".png");
+    trayIcon->setToolTip(u"other"_s);
+    window->setIcon(u":/images/led_"_s + name + u".png"_s);
     QCOMPARE(lightOf(trayIcon->icon()), name);
     QCOMPARE(lightOf(window->windowIcon()), name);
-    QCOMPARE(trayIcon->toolTip(), QString("VornaServer"));
+    QCOMPARE(trayIcon->toolTip(), u"VornaServer"_s);
 }
 
 void tst_Window::clicksOnTheIconDoNothing()
@@ -579,7 +581,7 @@ void tst_Window::clicksOnTheIconDoNothing()
     }
     QVERIFY(!window->isVisible());
     QVERIFY(server()->isListening());
-    QCOMPARE(light(), QString("arancio"));
+    QCOMPARE(light(), u"arancio"_s);
     QCOMPARE(balloonTexts(), QStringList());
 }
 
@@ -589,14 +591,14 @@ void tst_Window::theStoredApprovalIsNotInForceBeforeThePreferencesClose()
 {
     QSettings().setValue("pairNeedsApproval", true);
     makeWindow();
-    QVERIFY(server()->deviceIsPresent("early"));
+    QVERIFY(server()->deviceIsPresent(u"early"_s));
     const DialogVisitor<QDialog> visitor([&](QDialog &preferences) {
-        QVERIFY(server()->deviceIsPresent("while it is open"));
+        QVERIFY(server()->deviceIsPresent(u"while it is open"_s));
         preferences.close();
     });
-    action("Preferences...")->trigger();
+    action(u"Preferences..."_s)->trigger();
     QCOMPARE(visitor.visited(), 1);
-    QVERIFY(!server()->deviceIsPresent("late"));
+    QVERIFY(!server()->deviceIsPresent(u"late"_s));
 }
 
 void tst_Window::startAtLogonIsMadeTrueAtTheStart()
@@ -618,9 +620,9 @@ void tst_Window::liveChangesOfLogonAreTakenAtOnce()
 {
     makeWindow();
     QCOMPARE(loginItems().entries.size(), 1);
-    window->update("Logon", false);
+    window->update(u"Logon"_s, false);
     QCOMPARE(loginItems().entries.size(), 0);
-    window->update("Logon", true);
+    window->update(u"Logon"_s, true);
     QCOMPARE(loginItems().entries.size(), 1);
     // Stored only when the preferences close.
     QVERIFY(!QSettings().contains("startAtLogon"));
@@ -631,7 +633,7 @@ void tst_Window::otherLiveChangesAreIgnored_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QVariant>("value");
     QTest::newRow("approval") << "PairApproval" << QVariant(true);
-    QTest::newRow("directory") << "Download" << QVariant("/else/where");
+    QTest::newRow("directory") << "Download" << QVariant(u"/else/where"_s);
     QTest::newRow("other letter case") << "logon" << QVariant(false);
     QTest::newRow("unknown") << "Other" << QVariant(false);
     QTest::newRow("empty") << "" << QVariant();
@@ -646,14 +648,14 @@ void tst_Window::otherLiveChangesAreIgnored()
     window->update(name, value);
     QCOMPARE(loginItems().saves, saves);
     QCOMPARE(loginItems().entries.size(), 1);
-    QVERIFY(server()->deviceIsPresent("device"));
+    QVERIFY(server()->deviceIsPresent(u"device"_s));
     QCOMPARE(QSettings().allKeys(), QStringList());
     const DialogVisitor<QDialog> visitor([&](QDialog &preferences) {
         const QVariantMap shown = preferences.property("parameters").toMap();
         preferences.close();
-        QCOMPARE(shown, QVariantMap({{"PairApproval", false},
-                                     {"Logon", true},
-                                     {"Download", home->path("Downloads")}}));
+        QCOMPARE(shown, QVariantMap({{u"PairApproval"_s, false},
+                                     {u"Logon"_s, true},
+                                     {u"Download"_s, home->path(u"Downloads"_s)}}));
     });
     window->openPreferencesDialog();
     QCOMPARE(visitor.visited(), 1);
@@ -688,14 +690,14 @@ void tst_Window::theAboutBoxSaysItsWords()
 {
     makeWindow();
     const DialogVisitor<QMessageBox> visitor([&](QMessageBox &box) {
-        QCOMPARE(box.windowTitle(), QString("QMessageBox::information()"));
-        QCOMPARE(box.text(), QString("Vorna Server v1.1"));
+        QCOMPARE(box.windowTitle(), u"QMessageBox::information()"_s);
+        QCOMPARE(box.text(), u"Vorna Server v1.1"_s);
         QCOMPARE(box.standardButtons(), QMessageBox::Ok);
         QCOMPARE(box.icon(), QMessageBox::Information);
         QCOMPARE(box.parent(), window.get());
         box.accept();
     });
-    action("About")->trigger();
+    action(u"About"_s)->trigger();
     QCOMPARE(visitor.visited(), 1);
     QVERIFY(server()->isListening());
 }
@@ -730,38 +732,38 @@ void tst_Window::theValuesOfTheOnePreferencesDialogAreTaken()
 {
     makeWindow();
     const DialogVisitor<QDialog> visitor([&](QDialog &dialog) {
-        dialog.findChild<QCheckBox *>("PairApproval")->click();
-        QVERIFY(!secondDialogComes("Preferences...", dialog));
+        dialog.findChild<QCheckBox *>(u"PairApproval"_s)->click();
+        QVERIFY(!secondDialogComes(u"Preferences..."_s, dialog));
         QVERIFY(QSettings().allKeys().isEmpty());
-        dialog.findChild<QCheckBox *>("Logon")->click();
+        dialog.findChild<QCheckBox *>(u"Logon"_s)->click();
         dialog.close();
     });
-    action("Preferences...")->trigger();
+    action(u"Preferences..."_s)->trigger();
     QCOMPARE(visitor.visited(), 1);
     QCOMPARE(QSettings().value("pairNeedsApproval").toBool(), true);
     QCOMPARE(QSettings().value("startAtLogon").toBool(), false);
     QCOMPARE(loginItems().entries.size(), 0);
-    QVERIFY(!server()->deviceIsPresent("device"));
+    QVERIFY(!server()->deviceIsPresent(u"device"_s));
 }
 
 void tst_Window::theFileDialogStaysAboveThePreferences()
 {
     makeWindow();
     const DialogVisitor<QFileDialog> browsing([&](QFileDialog &browser) {
-        QVERIFY(!secondDialogComes("Preferences...", browser));
+        QVERIFY(!secondDialogComes(u"Preferences..."_s, browser));
         QVERIFY(waitUntil([&] { return QApplication::activeWindow() == &browser; }));
         QCOMPARE(QApplication::activeModalWidget(), &browser);
         browser.close();
     });
     const DialogVisitor<ConfigDialog> preferences([&](ConfigDialog &dialog) {
         for (QPushButton *button : dialog.findChildren<QPushButton *>()) {
-            if (button->text() == "Choose") {
+            if (button->text() == u"Choose"_s) {
                 button->click();
             }
         }
         dialog.close();
     });
-    action("Preferences...")->trigger();
+    action(u"Preferences..."_s)->trigger();
     QCOMPARE(browsing.visited(), 1);
     QCOMPARE(preferences.visited(), 1);
 }
@@ -771,7 +773,7 @@ void tst_Window::aDialogCanBeOpenedAgainOnceItIsClosed()
     makeWindow();
     const DialogVisitor<QDialog> visitor([](QDialog &dialog) { dialog.close(); });
     for (const char *choice : {"About", "Preferences...", "About", "Preferences..."}) {
-        action(choice)->trigger();
+        action(QLatin1StringView(choice))->trigger();
     }
     QCOMPARE(visitor.visited(), 4);
 }
@@ -779,9 +781,9 @@ void tst_Window::aDialogCanBeOpenedAgainOnceItIsClosed()
 void tst_Window::theWebsiteIsOpened()
 {
     makeWindow();
-    action("Support Website")->trigger();
-    QCOMPARE(desktop->opened, QStringList{VORNA_SUPPORT_WEBSITE});
-    QVERIFY(desktop->opened[0].startsWith("http://"));
+    action(u"Support Website"_s)->trigger();
+    QCOMPARE(desktop->opened, QStringList{QLatin1StringView(VORNA_SUPPORT_WEBSITE)});
+    QVERIFY(desktop->opened[0].startsWith(u"http://"_s));
 }
 
 void tst_Window::quitEndsTheProgramAndClosingDoesNot()
@@ -793,7 +795,7 @@ void tst_Window::quitEndsTheProgramAndClosingDoesNot()
         window->close();
         QTimer::singleShot(0, window.get(), [&] {
             isRunningOn = true;
-            action("Quit")->trigger();
+            action(u"Quit"_s)->trigger();
         });
     });
     QCOMPARE(QApplication::exec(), 0);
@@ -814,17 +816,17 @@ void tst_Window::quitWhileADialogIsOpenEndsInOrder()
     makeWindow();
     QTimer::singleShot(0, window.get(), [&] { action(choice)->trigger(); });
     const DialogVisitor<QDialog> visitor([&](QDialog &dialog) {
-        if (auto *approval = dialog.findChild<QCheckBox *>("PairApproval")) {
+        if (auto *approval = dialog.findChild<QCheckBox *>(u"PairApproval"_s)) {
             approval->click();
         }
         // From the menu, whose event comes to the dialog's loop.
-        QTimer::singleShot(0, window.get(), [&] { action("Quit")->trigger(); });
+        QTimer::singleShot(0, window.get(), [&] { action(u"Quit"_s)->trigger(); });
     });
     QTimer::singleShot(GenerousLimit, window.get(), [] { QCoreApplication::exit(1); });
     QCOMPARE(QApplication::exec(), 0);
     QCOMPARE(visitor.visited(), 1);
     // However the preferences are closed, their values are taken.
-    QCOMPARE(QSettings().value("pairNeedsApproval").toBool(), choice == "Preferences...");
+    QCOMPARE(QSettings().value("pairNeedsApproval").toBool(), choice == u"Preferences..."_s);
 }
 
 void tst_Window::messagesGoToTheTrayForAsLongAsTheWindowLives()
@@ -835,18 +837,18 @@ void tst_Window::messagesGoToTheTrayForAsLongAsTheWindowLives()
     qDebug("quiet");
     window.reset();
     qWarning("after");
-    QCOMPARE(messages->all(), QStringList({"warning: before", "warning: after"}));
-    QCOMPARE(balloonTexts(), QStringList({"Server Started... ", "meanwhile"}));
+    QCOMPARE(messages->all(), QStringList({u"warning: before"_s, u"warning: after"_s}));
+    QCOMPARE(balloonTexts(), QStringList({u"Server Started... "_s, u"meanwhile"_s}));
 }
 
 void tst_Window::theEndStoresThePairedDevices()
 {
     makeWindow();
-    server()->deviceIsPresent("device");
+    server()->deviceIsPresent(u"device"_s);
     QCOMPARE(QSettings().allKeys(), QStringList());
     window.reset();
     // And nothing else: the preferences are stored when their dialog closes.
-    QCOMPARE(QSettings().allKeys(), QStringList{"pairedDeviceList"});
+    QCOMPARE(QSettings().allKeys(), QStringList{u"pairedDeviceList"_s});
     QCOMPARE(DnsSdRecord::current().living, 0);
 }
 

@@ -13,11 +13,13 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString iTunes = "com.apple.iTunes";
-const QString finder = "com.apple.finder";
-const QString unitron = "dk.Otee.Unity_Unitron";
+const QString iTunes = u"com.apple.iTunes"_s;
+const QString finder = u"com.apple.finder"_s;
+const QString unitron = u"dk.Otee.Unity_Unitron"_s;
 
 /// An implementation that writes down what it was asked.
 class RecordingManager final : public TKApplicationManagerImp
@@ -27,13 +29,12 @@ public:
         : TKApplicationManagerImp(nullptr)
         , calls(callList)
     {
-        supportedApplications << "one"
-                              << "two";
+        supportedApplications << u"one"_s << u"two"_s;
     }
-    ~RecordingManager() override { calls.append("gone"); }
-    void openApplication(QString name) override { calls.append("open " + name); }
-    void quitApplication(QString name) override { calls.append("quit " + name); }
-    void checkAvailableApplications() override { calls.append("check"); }
+    ~RecordingManager() override { calls.append(u"gone"_s); }
+    void openApplication(QString name) override { calls.append(u"open "_s + name); }
+    void quitApplication(QString name) override { calls.append(u"quit "_s + name); }
+    void checkAvailableApplications() override { calls.append(u"check"_s); }
 
 private:
     QStringList &calls;
@@ -85,8 +86,9 @@ void tst_TKApplicationManager::init()
 {
     messages = std::make_unique<MessageRecorder>();
     record = ScriptingRecord();
-    record.applications = {
-        {iTunes, {false, "Music"}}, {finder, {true, "Files"}}, {unitron, {false, "Unitron"}}};
+    record.applications = {{iTunes, {false, u"Music"_s}},
+                           {finder, {true, u"Files"_s}},
+                           {unitron, {false, u"Unitron"_s}}};
     interaction = std::make_unique<InteractionManager>(new RecordingInteraction(record.calls));
     manager = std::make_unique<TKApplicationManager>(new TKApplicationManagerMac(
         interaction.get(), std::make_unique<RecordingScriptingBridge>(record)));
@@ -113,21 +115,21 @@ void tst_TKApplicationManager::addUnknownNames()
     QTest::addColumn<QString>("name");
     for (const char *name : {"Notes", "finder", "ITUNES", "unitron", "Finder ", "com.apple.finder",
                              "", "%1 and %2", "a \"quoted\" one"}) {
-        QTest::addRow("'%s'", name) << QString(name);
+        QTest::addRow("'%s'", name) << QString::fromLatin1(name);
     }
-    QTest::newRow("letter beyond Latin-1") << QStringLiteral("F\u2603nder");
+    QTest::newRow("letter beyond Latin-1") << u"F\u2603nder"_s;
 }
 
 void tst_TKApplicationManager::theFacadeHandsCallsOnAndOwnsItsImplementation()
 {
     QStringList calls;
     auto facade = std::make_unique<TKApplicationManager>(new RecordingManager(calls));
-    QCOMPARE(facade->applicationList(), QStringList({"one", "two"}));
-    facade->openApplication("Finder");
-    facade->quitApplication("iTunes");
-    QCOMPARE(calls, QStringList({"open Finder", "quit iTunes"}));
+    QCOMPARE(facade->applicationList(), QStringList({u"one"_s, u"two"_s}));
+    facade->openApplication(u"Finder"_s);
+    facade->quitApplication(u"iTunes"_s);
+    QCOMPARE(calls, QStringList({u"open Finder"_s, u"quit iTunes"_s}));
     facade.reset();
-    QCOMPARE(calls.last(), QString("gone"));
+    QCOMPARE(calls.last(), u"gone"_s);
 }
 
 void tst_TKApplicationManager::thereMayBeNoImplementation()
@@ -139,7 +141,7 @@ void tst_TKApplicationManager::thereMayBeNoImplementation()
 
 void tst_TKApplicationManager::threeApplicationsAreListedInTheirOrder()
 {
-    QCOMPARE(manager->applicationList(), QStringList({"iTunes", "Finder", "Unitron"}));
+    QCOMPARE(manager->applicationList(), QStringList({u"iTunes"_s, u"Finder"_s, u"Unitron"_s}));
 }
 
 void tst_TKApplicationManager::allOfThemCountAsAvailable()
@@ -147,8 +149,8 @@ void tst_TKApplicationManager::allOfThemCountAsAvailable()
     const TKApplicationManagerMac mac(nullptr, std::make_unique<RecordingScriptingBridge>(record));
     QStringList available = mac.available();
     available.sort();
-    QCOMPARE(available, QStringList({"Finder", "Unitron", "iTunes"}));
-    QCOMPARE(mac.supported(), QStringList({"iTunes", "Finder", "Unitron"}));
+    QCOMPARE(available, QStringList({u"Finder"_s, u"Unitron"_s, u"iTunes"_s}));
+    QCOMPARE(mac.supported(), QStringList({u"iTunes"_s, u"Finder"_s, u"Unitron"_s}));
 }
 
 void tst_TKApplicationManager::checkingAgainAddsThemAgain()
@@ -176,10 +178,10 @@ void tst_TKApplicationManager::openingStartsWhatDoesNotRun()
     record.applications[identifier].isRunning = false;
     manager->openApplication(name);
     // Unitron starts by being asked its name.
-    const QString start = name == "Unitron" ? "name " : "run ";
-    QCOMPARE(record.calls,
-             QStringList({"lookup " + identifier, "isRunning " + identifier, start + identifier}));
-    QCOMPARE(messages->all(), QStringList{"debug: \"Starting " + name + "\" "});
+    const QString start = name == u"Unitron"_s ? u"name "_s : u"run "_s;
+    QCOMPARE(record.calls, QStringList({u"lookup "_s + identifier, u"isRunning "_s + identifier,
+                                        start + identifier}));
+    QCOMPARE(messages->all(), QStringList{u"debug: \"Starting "_s + name + u"\" "_s});
 }
 
 void tst_TKApplicationManager::openingWhatRunsDoesNothingAndSaysNothing_data()
@@ -193,18 +195,18 @@ void tst_TKApplicationManager::openingWhatRunsDoesNothingAndSaysNothing()
     QFETCH(QString, identifier);
     record.applications[identifier].isRunning = true;
     manager->openApplication(name);
-    QCOMPARE(record.calls, QStringList({"lookup " + identifier, "isRunning " + identifier}));
+    QCOMPARE(record.calls, QStringList({u"lookup "_s + identifier, u"isRunning "_s + identifier}));
     QCOMPARE(messages->all(), QStringList());
 }
 
 void tst_TKApplicationManager::openingWhatIsNotInstalledIsOnlyTold()
 {
     record.applications.clear();
-    manager->openApplication("Finder");
-    manager->openApplication("Unitron");
-    QCOMPARE(record.calls, QStringList({"lookup " + finder, "lookup " + unitron}));
+    manager->openApplication(u"Finder"_s);
+    manager->openApplication(u"Unitron"_s);
+    QCOMPARE(record.calls, QStringList({u"lookup "_s + finder, u"lookup "_s + unitron}));
     QCOMPARE(messages->all(),
-             QStringList({"debug: \"Starting Finder\" ", "debug: \"Starting Unitron\" "}));
+             QStringList({u"debug: \"Starting Finder\" "_s, u"debug: \"Starting Unitron\" "_s}));
 }
 
 void tst_TKApplicationManager::openingAnUnknownNameIsOnlyTold_data()
@@ -217,7 +219,7 @@ void tst_TKApplicationManager::openingAnUnknownNameIsOnlyTold()
     QFETCH(QString, name);
     manager->openApplication(name);
     QCOMPARE(record.calls, QStringList());
-    QCOMPARE(messages->all(), QStringList{"debug: \"Starting " + name + "\" "});
+    QCOMPARE(messages->all(), QStringList{u"debug: \"Starting "_s + name + u"\" "_s});
 }
 
 void tst_TKApplicationManager::quittingActivatesThenTypesTheShortcut_data()
@@ -231,15 +233,15 @@ void tst_TKApplicationManager::quittingActivatesThenTypesTheShortcut()
     QFETCH(QString, identifier);
     record.applications[identifier].isRunning = true;
     manager->quitApplication(name);
-    QCOMPARE(record.calls, QStringList({"lookup " + identifier, "isRunning " + identifier,
-                                        "activate " + identifier, "type Cmd+Q"}));
+    QCOMPARE(record.calls, QStringList({u"lookup "_s + identifier, u"isRunning "_s + identifier,
+                                        u"activate "_s + identifier, u"type Cmd+Q"_s}));
     QCOMPARE(messages->all(), QStringList());
 }
 
 void tst_TKApplicationManager::quittingWhatDoesNotRunDoesNothing()
 {
-    manager->quitApplication("iTunes");
-    QCOMPARE(record.calls, QStringList({"lookup " + iTunes, "isRunning " + iTunes}));
+    manager->quitApplication(u"iTunes"_s);
+    QCOMPARE(record.calls, QStringList({u"lookup "_s + iTunes, u"isRunning "_s + iTunes}));
     QCOMPARE(messages->all(), QStringList());
 }
 
@@ -259,9 +261,9 @@ void tst_TKApplicationManager::quittingAnUnknownNameDoesNothing()
 void tst_TKApplicationManager::theInteractionManagerIsLeftToItsOwner()
 {
     manager.reset();
-    QVERIFY(!record.calls.contains("gone"));
+    QVERIFY(!record.calls.contains(u"gone"_s));
     interaction.reset();
-    QVERIFY(record.calls.contains("gone"));
+    QVERIFY(record.calls.contains(u"gone"_s));
 }
 
 QTEST_GUILESS_MAIN(tst_TKApplicationManager)

@@ -17,6 +17,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -127,7 +129,7 @@ void tst_ConnectionKeeper::whatAServerSendsDoesNotEndIt()
 void tst_ConnectionKeeper::theNextOneEndsTheEarlier()
 {
     const KeptConnection first;
-    QVERIFY(waitUntil([&] { return QFile::exists(runtime->filePath("quillmote-keeper")); }));
+    QVERIFY(waitUntil([&] { return QFile::exists(runtime->filePath(u"quillmote-keeper"_s)); }));
     QTest::qWait(100);
     QVERIFY(first.isOpen());
     ConnectionKeeper::endEarlier();
@@ -171,13 +173,13 @@ void tst_ConnectionKeeper::nothingOfTheCallerIsHeldOpen()
 void tst_ConnectionKeeper::itBelongsToNoSessionOfTheCaller()
 {
     const KeptConnection connection;
-    QVERIFY(waitUntil([&] { return QFile::exists(runtime->filePath("quillmote-keeper")); }));
-    QFile children(QStringLiteral("/proc/self/task/%1/children").arg(gettid()));
+    QVERIFY(waitUntil([&] { return QFile::exists(runtime->filePath(u"quillmote-keeper"_s)); }));
+    QFile children(u"/proc/self/task/%1/children"_s.arg(gettid()));
     QVERIFY(children.open(QIODevice::ReadOnly));
     const pid_t keeper = children.readAll().trimmed().toInt();
     QVERIFY(keeper > 0);
     QVERIFY(waitUntil([&] { return getsid(keeper) == keeper && getpgid(keeper) == keeper; }));
-    QCOMPARE(QFile::symLinkTarget(QStringLiteral("/proc/%1/cwd").arg(keeper)), QString("/"));
+    QCOMPARE(QFile::symLinkTarget(u"/proc/%1/cwd"_s.arg(keeper)), u"/"_s);
 }
 
 void tst_ConnectionKeeper::withoutARuntimeDirectoryNothingIsKept()
@@ -192,8 +194,8 @@ void tst_ConnectionKeeper::withoutARuntimeDirectoryNothingIsKept()
 
 void tst_ConnectionKeeper::aLinkInPlaceOfTheLockIsNotFollowed()
 {
-    const QString target = runtime->filePath("target");
-    QVERIFY(QFile::link(target, runtime->filePath("quillmote-keeper")));
+    const QString target = runtime->filePath(u"target"_s);
+    QVERIFY(QFile::link(target, runtime->filePath(u"quillmote-keeper"_s)));
     const KeptConnection connection;
     QVERIFY(waitUntil([&] { return !connection.isOpen(); }, 2s));
     QVERIFY(!QFile::exists(target));

@@ -67,26 +67,26 @@ private slots:
 private:
     void send(const Request &request);
 
-    std::unique_ptr<SilentServer> m_server;
+    std::unique_ptr<SilentServer> server;
     std::unique_ptr<Connection> m_connection;
-    std::vector<Outcome> m_outcomes;
+    std::vector<Outcome> outcomes;
 };
 
 void tst_ConnectionTimes::init()
 {
     m_connection = std::make_unique<Connection>();
-    m_server = std::make_unique<SilentServer>();
-    m_outcomes.clear();
+    server = std::make_unique<SilentServer>();
+    outcomes.clear();
     m_connection->setTimeout(5s);
     QSignalSpy opened(m_connection.get(), &Connection::opened);
-    m_connection->open(u"127.0.0.1"_s, m_server->serverPort());
+    m_connection->open(u"127.0.0.1"_s, server->serverPort());
     QVERIFY(opened.wait(5'000));
-    QTRY_VERIFY(m_server->socket != nullptr);
+    QTRY_VERIFY(server->socket != nullptr);
 }
 
 void tst_ConnectionTimes::send(const Request &request)
 {
-    m_connection->send(request, [this](const Outcome &outcome) { m_outcomes.push_back(outcome); });
+    m_connection->send(request, [this](const Outcome &outcome) { outcomes.push_back(outcome); });
 }
 
 void tst_ConnectionTimes::anIdleConnectionStaysOpen()
@@ -94,7 +94,7 @@ void tst_ConnectionTimes::anIdleConnectionStaysOpen()
     Connection idle;
     idle.setTimeout(100ms);
     QSignalSpy lost(&idle, &Connection::lost);
-    idle.open(u"127.0.0.1"_s, m_server->serverPort());
+    idle.open(u"127.0.0.1"_s, server->serverPort());
     QTRY_VERIFY(idle.isOpen());
     QTest::qWait(400);
     QVERIFY(idle.isOpen());
@@ -124,89 +124,96 @@ void tst_ConnectionTimes::aServerThatDoesNotAcceptIsLostInTime()
 
 void tst_ConnectionTimes::aRepeatableRequestIsSentAgainUntilItIsAnswered()
 {
-    for (const Request &request : {Request::serverInfo(), Request::copy(u"a"_s), Request::paste()})
+    for (const Request &request :
+         {Request::serverInfo(), Request::copy(u"a"_s), Request::paste()}) {
         QVERIFY(request.isRepeatable);
+    }
     send(Request::serverInfo());
-    QTRY_COMPARE(m_server->reads.size(), 3);
-    QVERIFY(m_server->reads[0].contains("quillmote = 1;"));
-    QVERIFY(m_server->reads[1].contains("quillmote = 2;"));
-    QVERIFY(m_server->reads[2].contains("quillmote = 3;"));
-    m_server->answer(3);
-    QTRY_COMPARE(m_outcomes.size(), size_t(1));
-    QCOMPARE(m_outcomes[0].kind, Kind::Done);
+    QTRY_COMPARE(server->reads.size(), 3);
+    QVERIFY(server->reads[0].contains("quillmote = 1;"));
+    QVERIFY(server->reads[1].contains("quillmote = 2;"));
+    QVERIFY(server->reads[2].contains("quillmote = 3;"));
+    server->answer(3);
+    QTRY_COMPARE(outcomes.size(), size_t(1));
+    QCOMPARE(outcomes[0].kind, Kind::Done);
     QTest::qWait(1'300);
-    QCOMPARE(m_server->reads.size(), 3);
+    QCOMPARE(server->reads.size(), 3);
 }
 
 void tst_ConnectionTimes::otherRequestsAreSentOnce_data()
 {
     QTest::addColumn<QString>("command");
-    for (const char *command : {"URL_OPEN", "SERVER_PAIR", "FILE_TRANSFER_AND_OPEN"})
+    for (const char *command : {"URL_OPEN", "SERVER_PAIR", "FILE_TRANSFER_AND_OPEN"}) {
         QTest::newRow(command) << command;
+    }
 }
 
 void tst_ConnectionTimes::otherRequestsAreSentOnce()
 {
     QFETCH(QString, command);
     for (const Request &request :
-         {Request::openUrl(u"a"_s), Request::pair(u"a"_s, u"b"_s), Request::sendFile(u"a"_s, 1)})
-        if (request.command == command)
+         {Request::openUrl(u"a"_s), Request::pair(u"a"_s, u"b"_s), Request::sendFile(u"a"_s, 1)}) {
+        if (request.command == command) {
             send(request);
-    QTRY_COMPARE(m_server->reads.size(), 1);
+        }
+    }
+    QTRY_COMPARE(server->reads.size(), 1);
     QTest::qWait(1'300);
-    QCOMPARE(m_server->reads.size(), 1);
+    QCOMPARE(server->reads.size(), 1);
 }
 
 void tst_ConnectionTimes::anAnswerToAnEarlierTryIsNotTaken()
 {
     send(Request::serverInfo());
-    QTRY_COMPARE(m_server->reads.size(), 2);
-    m_server->answer(1, "OLD");
+    QTRY_COMPARE(server->reads.size(), 2);
+    server->answer(1, "OLD");
     QTest::qWait(100);
-    QVERIFY(m_outcomes.empty());
-    m_server->answer(2, "NEW");
-    QTRY_COMPARE(m_outcomes.size(), size_t(1));
-    QCOMPARE(m_outcomes[0].answer.response(), u"NEW"_s);
+    QVERIFY(outcomes.empty());
+    server->answer(2, "NEW");
+    QTRY_COMPARE(outcomes.size(), size_t(1));
+    QCOMPARE(outcomes[0].answer.response(), u"NEW"_s);
 }
 
 void tst_ConnectionTimes::aQuestionToThePersonThereMayTakeLonger()
 {
     m_connection->setTimeout(200ms);
     send(Request::pair(u"id"_s, u"name"_s));
-    QTRY_COMPARE(m_server->reads.size(), 1);
+    QTRY_COMPARE(server->reads.size(), 1);
     QTest::qWait(700);
-    QVERIFY(m_outcomes.empty());
-    m_server->answer(1);
-    QTRY_COMPARE(m_outcomes.size(), size_t(1));
-    QCOMPARE(m_outcomes[0].kind, Kind::Done);
+    QVERIFY(outcomes.empty());
+    server->answer(1);
+    QTRY_COMPARE(outcomes.size(), size_t(1));
+    QCOMPARE(outcomes[0].kind, Kind::Done);
 }
 
 /// From its own sending, not from that of the first.
 void tst_ConnectionTimes::theTimeCountsForEachRequest()
 {
     m_connection->setTimeout(700ms);
-    for (int tag = 1; tag <= 3; ++tag)
-        send(Request::openUrl(u"a"_s));
     for (int tag = 1; tag <= 3; ++tag) {
-        QTRY_COMPARE(m_server->reads.size(), tag);
-        QTest::qWait(400);
-        m_server->answer(tag);
+        send(Request::openUrl(u"a"_s));
     }
-    QTRY_COMPARE(m_outcomes.size(), size_t(3));
-    for (const Outcome &outcome : m_outcomes)
+    for (int tag = 1; tag <= 3; ++tag) {
+        QTRY_COMPARE(server->reads.size(), tag);
+        QTest::qWait(400);
+        server->answer(tag);
+    }
+    QTRY_COMPARE(outcomes.size(), size_t(3));
+    for (const Outcome &outcome : outcomes) {
         QCOMPARE(outcome.kind, Kind::Done);
+    }
 }
 
 void tst_ConnectionTimes::aKeyIsAskedForOnce()
 {
     send(Request::key(u"A"_s));
-    QTRY_VERIFY(m_server->reads.join().contains("question = 1;"));
+    QTRY_VERIFY(server->reads.join().contains("question = 1;"));
     QTest::qWait(1'300);
-    QCOMPARE(m_server->reads.join().count("question"), 1);
-    QCOMPARE(m_server->reads.join().count("KEYBOARD_CMD"), 1);
-    m_server->socket->write("{quillmote = \"1\";question = \"1\";serverResponse = \"OK\";}");
-    QTRY_COMPARE(m_outcomes.size(), size_t(1));
-    QCOMPARE(m_outcomes[0].kind, Kind::Done);
+    QCOMPARE(server->reads.join().count("question"), 1);
+    QCOMPARE(server->reads.join().count("KEYBOARD_CMD"), 1);
+    server->socket->write("{quillmote = \"1\";question = \"1\";serverResponse = \"OK\";}");
+    QTRY_COMPARE(outcomes.size(), size_t(1));
+    QCOMPARE(outcomes[0].kind, Kind::Done);
 }
 
 void tst_ConnectionTimes::everyEndIsExplained()
@@ -215,11 +222,11 @@ void tst_ConnectionTimes::everyEndIsExplained()
     m_connection->setTimeout(200ms);
     send(Request::openUrl(u"a"_s));
     send(Request::openUrl(u"b"_s));
-    QTRY_COMPARE(m_outcomes.size(), size_t(2));
-    QCOMPARE(m_outcomes[0].kind, Kind::TimedOut);
-    QVERIFY(m_outcomes[0].problem.contains(u"in time"_s));
-    QCOMPARE(m_outcomes[1].kind, Kind::Lost);
-    QVERIFY(m_outcomes[1].problem.contains(u"lost"_s));
+    QTRY_COMPARE(outcomes.size(), size_t(2));
+    QCOMPARE(outcomes[0].kind, Kind::TimedOut);
+    QVERIFY(outcomes[0].problem.contains(u"in time"_s));
+    QCOMPARE(outcomes[1].kind, Kind::Lost);
+    QVERIFY(outcomes[1].problem.contains(u"lost"_s));
     QCOMPARE(lost.count(), 1);
     QVERIFY(lost[0][0].toString().contains(u"in time"_s));
 }
@@ -228,12 +235,12 @@ void tst_ConnectionTimes::anEndIsReportedOnce()
 {
     QSignalSpy lost(m_connection.get(), &Connection::lost);
     send(Request::openUrl(u"a"_s));
-    QTRY_COMPARE(m_server->reads.size(), 1);
-    m_server->socket->write("HTTP/1.1 400 Bad Request\r\n");
-    m_server->socket->disconnectFromHost();
-    QTRY_COMPARE(m_outcomes.size(), size_t(1));
-    QCOMPARE(m_outcomes[0].kind, Kind::Lost);
-    QVERIFY(m_outcomes[0].problem.contains(u"not an answer"_s));
+    QTRY_COMPARE(server->reads.size(), 1);
+    server->socket->write("HTTP/1.1 400 Bad Request\r\n");
+    server->socket->disconnectFromHost();
+    QTRY_COMPARE(outcomes.size(), size_t(1));
+    QCOMPARE(outcomes[0].kind, Kind::Lost);
+    QVERIFY(outcomes[0].problem.contains(u"not an answer"_s));
     QTest::qWait(100);
     m_connection->cancel();
     QCOMPARE(lost.count(), 1);
@@ -245,10 +252,10 @@ void tst_ConnectionTimes::aClosedConnectionRefusesWhatFollows()
     QSignalSpy lost(m_connection.get(), &Connection::lost);
     m_connection->close();
     send(Request::serverInfo());
-    QTRY_COMPARE(m_outcomes.size(), size_t(1));
-    QCOMPARE(m_outcomes[0].kind, Kind::Lost);
-    QTRY_COMPARE(m_server->socket->state(), QAbstractSocket::UnconnectedState);
-    QCOMPARE(m_server->reads, QList<QByteArray>());
+    QTRY_COMPARE(outcomes.size(), size_t(1));
+    QCOMPARE(outcomes[0].kind, Kind::Lost);
+    QTRY_COMPARE(server->socket->state(), QAbstractSocket::UnconnectedState);
+    QCOMPARE(server->reads, QList<QByteArray>());
     QCOMPARE(lost.count(), 0);
 }
 

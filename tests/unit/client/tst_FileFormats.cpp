@@ -57,20 +57,24 @@ void tst_FileFormats::theCommentIsComplete_data()
         QTest::addRow("%s, %s", name, head.left(20).constData())
             << name << head << before << behind << format << skipped;
     };
-    for (const char *suffix : {"py", "sh", "rb", "pl", "yaml", "yml", "toml", "conf"})
-        row(qPrintable(u"a."_s + suffix), "text", "# ", "\n", suffix);
-    for (const char *suffix : {"c", "h", "cpp", "hpp", "css", "js", "ts", "java"})
-        row(qPrintable(u"a."_s + suffix), "text", "/* ", " */\n", suffix);
-    row("a.b.TEX", "text", "% ", "\n", "tex");
-    row("a", "%PDF-1.4", "%% ", "\n", "PDF");
-    row("a", "<html>", "<!-- ", " -->\n", "HTML");
-    row("a", " \n<HTML lang=de>", "<!-- ", " -->\n", "HTML");
-    row("a", "<!DocType HTML>", "<!-- ", " -->\n", "HTML");
-    row("a", "<svg>", "<!-- ", " -->\n", "XML");
-    row("a", "<?xml?><a/>", "<?xml?><!-- ", " -->\n", "XML", 7);
-    row("a", "#!/bin/sh\nexit", "#!/bin/sh\n# ", "\n", "script", 10);
-    row("a.py", "\xef\xbb\xbfprint", "\xef\xbb\xbf# ", "\n", "py", 3);
-    row("a.py", "#!/usr/bin/python3\n", "#!/usr/bin/python3\n# ", "\n", "script", 19);
+    for (const char *suffix : {"py", "sh", "rb", "pl", "yaml", "yml", "toml", "conf"}) {
+        row(qPrintable(u"a."_s + QLatin1StringView(suffix)), "text", "# ", "\n",
+            QLatin1StringView(suffix));
+    }
+    for (const char *suffix : {"c", "h", "cpp", "hpp", "css", "js", "ts", "java"}) {
+        row(qPrintable(u"a."_s + QLatin1StringView(suffix)), "text", "/* ", " */\n",
+            QLatin1StringView(suffix));
+    }
+    row("a.b.TEX", "text", "% ", "\n", u"tex"_s);
+    row("a", "%PDF-1.4", "%% ", "\n", u"PDF"_s);
+    row("a", "<html>", "<!-- ", " -->\n", u"HTML"_s);
+    row("a", " \n<HTML lang=de>", "<!-- ", " -->\n", u"HTML"_s);
+    row("a", "<!DocType HTML>", "<!-- ", " -->\n", u"HTML"_s);
+    row("a", "<svg>", "<!-- ", " -->\n", u"XML"_s);
+    row("a", "<?xml?><a/>", "<?xml?><!-- ", " -->\n", u"XML"_s, 7);
+    row("a", "#!/bin/sh\nexit", "#!/bin/sh\n# ", "\n", u"script"_s, 10);
+    row("a.py", "\xef\xbb\xbfprint", "\xef\xbb\xbf# ", "\n", u"py"_s, 3);
+    row("a.py", "#!/usr/bin/python3\n", "#!/usr/bin/python3\n# ", "\n", u"script"_s, 19);
 }
 
 void tst_FileFormats::theCommentIsComplete()

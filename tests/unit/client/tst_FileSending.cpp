@@ -43,16 +43,19 @@ private:
     void receive()
     {
         received += socket->readAll();
-        if (isSilent)
+        if (isSilent) {
             return;
-        if (!std::exchange(m_isReady, true))
+        }
+        if (!std::exchange(isReady, true)) {
             socket->write(ready);
-        if (received.size() >= m_size)
+        }
+        if (received.size() >= m_size) {
             socket->write(stored);
+        }
     }
 
     qsizetype m_size;
-    bool m_isReady = false;
+    bool isReady = false;
 };
 
 /// A file that is shorter than it said.
@@ -88,31 +91,31 @@ private:
     bool open(const FileServer &server);
     void send(const std::shared_ptr<QIODevice> &body);
 
-    std::unique_ptr<Connection> m_connection;
+    std::unique_ptr<Connection> connection;
     std::optional<Outcome> m_outcome;
-    std::vector<std::pair<quint64, quint64>> m_progress;
+    std::vector<std::pair<quint64, quint64>> progress;
 };
 
 void tst_FileSending::init()
 {
-    m_connection = std::make_unique<Connection>();
-    m_connection->setTimeout(5s);
+    connection = std::make_unique<Connection>();
+    connection->setTimeout(5s);
     m_outcome.reset();
-    m_progress.clear();
+    progress.clear();
 }
 
 bool tst_FileSending::open(const FileServer &server)
 {
-    QSignalSpy opened(m_connection.get(), &Connection::opened);
-    m_connection->open(u"127.0.0.1"_s, server.serverPort());
+    QSignalSpy opened(connection.get(), &Connection::opened);
+    connection->open(u"127.0.0.1"_s, server.serverPort());
     return opened.wait(5'000);
 }
 
 void tst_FileSending::send(const std::shared_ptr<QIODevice> &body)
 {
-    m_connection->sendFile(
-        announcement, m_connection->nextTag(), body, quint64(body->size()),
-        [this](quint64 sent, quint64 total) { m_progress.emplace_back(sent, total); },
+    connection->sendFile(
+        announcement, connection->nextTag(), body, quint64(body->size()),
+        [this](quint64 sent, quint64 total) { progress.emplace_back(sent, total); },
         [this](const Outcome &outcome) { m_outcome = outcome; });
 }
 
@@ -129,8 +132,9 @@ std::shared_ptr<QBuffer> bufferOf(const QByteArray &content)
 QByteArray contentOf(qsizetype size)
 {
     QByteArray content(size, '\0');
-    for (qsizetype i = 0; i < size; ++i)
+    for (qsizetype i = 0; i < size; ++i) {
         content[i] = static_cast<char>(i * 7 + i / 251);
+    }
     return content;
 }
 
@@ -139,8 +143,9 @@ QByteArray contentOf(qsizetype size)
 void tst_FileSending::theFileFollowsWhenTheServerIsReady_data()
 {
     QTest::addColumn<qsizetype>("size");
-    for (const qsizetype size : {1, 1000, 256 * 1024, 256 * 1024 + 1, 5'000'000})
+    for (const qsizetype size : {1, 1000, 256 * 1024, 256 * 1024 + 1, 5'000'000}) {
         QTest::addRow("%lld bytes", static_cast<long long>(size)) << size;
+    }
 }
 
 void tst_FileSending::theFileFollowsWhenTheServerIsReady()
@@ -162,12 +167,12 @@ void tst_FileSending::nothingFollowsUntilTheServerIsReady()
     FileServer server(3);
     server.isSilent = true;
     QVERIFY(open(server));
-    m_connection->setTimeout(300ms);
+    connection->setTimeout(300ms);
     send(bufferOf("abc"));
     QTRY_VERIFY(m_outcome.has_value());
     QCOMPARE(m_outcome->kind, Kind::TimedOut);
     QCOMPARE(server.received, announcement);
-    QVERIFY(m_progress.empty());
+    QVERIFY(progress.empty());
 }
 
 void tst_FileSending::aRefusalOfTheServerEndsIt()
@@ -191,12 +196,13 @@ void tst_FileSending::progressIsReportedToTheEnd()
     QVERIFY(open(server));
     send(bufferOf(contentOf(Size)));
     QTRY_VERIFY(m_outcome.has_value());
-    QVERIFY(m_progress.size() > 3);
-    QVERIFY(m_progress.front().first < Size);
-    QVERIFY(std::ranges::is_sorted(m_progress));
-    QCOMPARE(m_progress.back(), std::pair(Size, Size));
-    for (const auto &[sent, total] : m_progress)
+    QVERIFY(progress.size() > 3);
+    QVERIFY(progress.front().first < Size);
+    QVERIFY(std::ranges::is_sorted(progress));
+    QCOMPARE(progress.back(), std::pair(Size, Size));
+    for (const auto &[sent, total] : progress) {
         QCOMPARE(total, Size);
+    }
 }
 
 void tst_FileSending::aFileThatCannotBeReadEndsTheConnection()
@@ -211,7 +217,7 @@ void tst_FileSending::aFileThatCannotBeReadEndsTheConnection()
     QCOMPARE(m_outcome->kind, Kind::Lost);
     QVERIFY2(m_outcome->problem.contains(u"cannot be read"_s), qPrintable(m_outcome->problem));
     QVERIFY2(m_outcome->problem.contains(u"the disk is gone"_s), qPrintable(m_outcome->problem));
-    QVERIFY(!m_connection->isOpen());
+    QVERIFY(!connection->isOpen());
 }
 
 /// The one under way and those behind it.
@@ -222,17 +228,18 @@ void tst_FileSending::cancellingEndsEveryRequest()
     QVERIFY(open(server));
     send(bufferOf("abc"));
     std::vector<Kind> behind;
-    for (int i = 0; i < 3; ++i)
-        m_connection->send(Request::serverInfo(),
-                           [&](const Outcome &outcome) { behind.push_back(outcome.kind); });
+    for (int i = 0; i < 3; ++i) {
+        connection->send(Request::serverInfo(),
+                         [&](const Outcome &outcome) { behind.push_back(outcome.kind); });
+    }
     QTRY_COMPARE(server.received, announcement);
-    QSignalSpy lost(m_connection.get(), &Connection::lost);
-    m_connection->cancel();
+    QSignalSpy lost(connection.get(), &Connection::lost);
+    connection->cancel();
     QTRY_COMPARE(behind, (std::vector{Kind::Lost, Kind::Lost, Kind::Lost}));
     QCOMPARE(m_outcome->kind, Kind::Lost);
     QVERIFY(m_outcome->problem.contains(u"Cancelled"_s));
     QCOMPARE(lost.count(), 1);
-    QVERIFY(!m_connection->isOpen());
+    QVERIFY(!connection->isOpen());
     QTRY_COMPARE(server.socket->state(), QAbstractSocket::UnconnectedState);
 }
 
@@ -242,7 +249,7 @@ void tst_FileSending::whatTheServerTakesSlowlyDoesNotTimeOut()
     constexpr qsizetype Size = 24'000'000;
     FileServer server(Size);
     QVERIFY(open(server));
-    m_connection->setTimeout(1500ms);
+    connection->setTimeout(1500ms);
     server.isSilent = true;
     send(bufferOf(contentOf(Size)));
     QTRY_COMPARE(server.received, announcement);

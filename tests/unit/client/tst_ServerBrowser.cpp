@@ -50,8 +50,9 @@ struct Service
     DNSServiceErrorType start(DNSServiceRef *reference, const QString &question)
     {
         asked += question;
-        if (refusal != kDNSServiceErr_NoError)
+        if (refusal != kDNSServiceErr_NoError) {
             return refusal;
+        }
         *reference = new Operation{question, {}, eventfd(0, EFD_NONBLOCK), kDNSServiceErr_NoError};
         running.push_back(*reference);
         return kDNSServiceErr_NoError;
@@ -73,8 +74,9 @@ struct Service
     QStringList runningQuestions() const
     {
         QStringList questions;
-        for (const Operation *operation : running)
+        for (const Operation *operation : running) {
             questions += operation->question;
+        }
         return questions;
     }
 };
@@ -85,15 +87,18 @@ DNSServiceErrorType startBrowsing(DNSServiceRef *reference, DNSServiceFlags flag
                                   uint32_t interface, const char *type, const char *domain,
                                   DNSServiceBrowseReply callback, void *context)
 {
-    const auto result =
-        service.start(reference, u"browse %1 %2 %3 %4"_s.arg(flags).arg(interface).arg(type).arg(
-                                     domain == nullptr ? "everywhere" : domain));
-    if (result == kDNSServiceErr_NoError)
+    const auto result = service.start(
+        reference, u"browse %1 %2 %3 %4"_s.arg(flags)
+                       .arg(interface)
+                       .arg(QLatin1StringView(type))
+                       .arg(QLatin1StringView(domain == nullptr ? "everywhere" : domain)));
+    if (result == kDNSServiceErr_NoError) {
         service.browsing[*reference] = [reference = *reference, callback,
                                         context](auto added, auto error, const QString &name) {
             callback(reference, added, 7, error, name.toUtf8().constData(), "_quillmote._tcp.",
                      "local.", context);
         };
+    }
     return result;
 }
 
@@ -104,12 +109,14 @@ DNSServiceErrorType startResolving(DNSServiceRef *reference, DNSServiceFlags fla
 {
     const auto result =
         service.start(reference, u"resolve %1 %2 %3 %4 %5"_s.arg(flags).arg(interface).arg(
-                                     QString::fromUtf8(name), type, domain));
-    if (result == kDNSServiceErr_NoError)
+                                     QString::fromUtf8(name), QLatin1StringView(type),
+                                     QLatin1StringView(domain)));
+    if (result == kDNSServiceErr_NoError) {
         service.resolving[*reference] = [reference = *reference, callback, context](auto error) {
             const quint16 port = qToBigEndian<quint16>(4660);
             callback(reference, 0, 7, error, "full", "desk.local.", port, 0, nullptr, context);
         };
+    }
     return result;
 }
 
@@ -117,16 +124,18 @@ DNSServiceErrorType startQuery(DNSServiceRef *reference, DNSServiceFlags flags, 
                                const char *host, uint16_t type, uint16_t dnsClass,
                                DNSServiceQueryRecordReply callback, void *context)
 {
-    const auto result = service.start(
-        reference,
-        u"look up %1 %2 %3 type %4 class %5"_s.arg(flags).arg(interface).arg(host).arg(type).arg(
-            dnsClass));
-    if (result == kDNSServiceErr_NoError)
+    const auto result = service.start(reference, u"look up %1 %2 %3 type %4 class %5"_s.arg(flags)
+                                                     .arg(interface)
+                                                     .arg(QLatin1StringView(host))
+                                                     .arg(type)
+                                                     .arg(dnsClass));
+    if (result == kDNSServiceErr_NoError) {
         service.looking[*reference] = [reference = *reference, callback,
                                        context](auto added, auto error, auto length) {
             const quint8 address[] = {192, 0, 2, 17, 0, 0, 0, 0};
             callback(reference, added, 7, error, "full", 1, 1, length, address, 60, context);
         };
+    }
     return result;
 }
 
@@ -138,11 +147,13 @@ int descriptorOf(DNSServiceRef reference)
 DNSServiceErrorType giveReply(DNSServiceRef reference)
 {
     quint64 count = 0;
-    if (::read(reference->descriptor, &count, sizeof count) != ssize_t{sizeof count})
+    if (::read(reference->descriptor, &count, sizeof count) != ssize_t{sizeof count}) {
         return kDNSServiceErr_Unknown;
+    }
     const DNSServiceErrorType result = reference->result;
-    if (reference->reply)
+    if (reference->reply) {
         reference->reply();
+    }
     return result;
 }
 
@@ -191,8 +202,8 @@ private:
     void lookedUp(DNSServiceFlags flags = kDNSServiceFlagsAdd,
                   DNSServiceErrorType error = kDNSServiceErr_NoError, uint16_t length = 4);
 
-    std::unique_ptr<ServerBrowser> m_browser;
-    Operation *m_browse = nullptr;
+    std::unique_ptr<ServerBrowser> browser;
+    Operation *browse = nullptr;
     QList<ServerAddress> m_found;
     QStringList m_gone;
     QStringList m_failed;
@@ -204,19 +215,19 @@ void tst_ServerBrowser::init()
     m_found.clear();
     m_gone.clear();
     m_failed.clear();
-    m_browser = std::make_unique<ServerBrowser>();
-    connect(m_browser.get(), &ServerBrowser::found, this,
+    browser = std::make_unique<ServerBrowser>();
+    connect(browser.get(), &ServerBrowser::found, this,
             [this](const ServerAddress &server) { m_found += server; });
-    connect(m_browser.get(), &ServerBrowser::gone, this,
+    connect(browser.get(), &ServerBrowser::gone, this,
             [this](const QString &name) { m_gone += name; });
-    connect(m_browser.get(), &ServerBrowser::failed, this,
+    connect(browser.get(), &ServerBrowser::failed, this,
             [this](const QString &problem) { m_failed += problem; });
 }
 
 /// Every operation is given back.
 void tst_ServerBrowser::cleanup()
 {
-    m_browser.reset();
+    browser.reset();
     QCOMPARE(service.runningQuestions(), QStringList());
 }
 
@@ -241,7 +252,7 @@ void tst_ServerBrowser::lookedUp(DNSServiceFlags flags, DNSServiceErrorType erro
 
 void tst_ServerBrowser::aServerIsResolvedThenLookedUpThenFound()
 {
-    m_browser->start();
+    browser->start();
     browsed(kDNSServiceFlagsAdd, u"Ada\u2019s desk"_s);
     resolved();
     QVERIFY(m_found.isEmpty());
@@ -258,7 +269,7 @@ void tst_ServerBrowser::aServerIsResolvedThenLookedUpThenFound()
 /// One that is open when the service ends could end the program.
 void tst_ServerBrowser::onlyTheNextQuestionIsOpen()
 {
-    m_browser->start();
+    browser->start();
     const QString browsing = service.runningQuestions().value(0);
     browsed(kDNSServiceFlagsAdd, u"desk"_s);
     QCOMPARE(service.runningQuestions().size(), 2);
@@ -271,7 +282,7 @@ void tst_ServerBrowser::onlyTheNextQuestionIsOpen()
 
 void tst_ServerBrowser::aServerSeenAtTwoPlacesIsFoundOnceAndGoneOnce()
 {
-    m_browser->start();
+    browser->start();
     browsed(kDNSServiceFlagsAdd, u"desk"_s);
     browsed(kDNSServiceFlagsAdd | kDNSServiceFlagsMoreComing, u"desk"_s);
     QCOMPARE(service.asked.size(), 2);
@@ -288,7 +299,7 @@ void tst_ServerBrowser::aServerSeenAtTwoPlacesIsFoundOnceAndGoneOnce()
 
 void tst_ServerBrowser::aServerThatComesBackIsFoundAgain()
 {
-    m_browser->start();
+    browser->start();
     for (int round = 1; round <= 2; ++round) {
         browsed(kDNSServiceFlagsAdd, u"desk"_s);
         resolved();
@@ -317,7 +328,7 @@ void tst_ServerBrowser::whatIsNoAddressIsNotFound()
     QFETCH(uint, flags);
     QFETCH(int, error);
     QFETCH(uint, length);
-    m_browser->start();
+    browser->start();
     browsed(kDNSServiceFlagsAdd, u"desk"_s);
     resolved();
     lookedUp(flags, error, static_cast<uint16_t>(length));
@@ -329,7 +340,7 @@ void tst_ServerBrowser::whatIsNoAddressIsNotFound()
 
 void tst_ServerBrowser::aNameThatCannotBeResolvedIsGone()
 {
-    m_browser->start();
+    browser->start();
     browsed(kDNSServiceFlagsAdd, u"desk"_s);
     resolved(kDNSServiceErr_NoSuchName);
     QCOMPARE(m_gone, QStringList(u"desk"_s));
@@ -340,7 +351,7 @@ void tst_ServerBrowser::aNameThatCannotBeResolvedIsGone()
 
 void tst_ServerBrowser::anUnknownNameThatGoesIsNoNews()
 {
-    m_browser->start();
+    browser->start();
     browsed(0, u"desk"_s);
     QCOMPARE(m_gone, QStringList());
     QCOMPARE(service.asked.size(), 1);
@@ -361,7 +372,7 @@ void tst_ServerBrowser::aMissingServiceFails()
     QFETCH(int, refusal);
     service.exists = exists;
     service.refusal = refusal;
-    m_browser->start();
+    browser->start();
     QCOMPARE(m_failed.size(), 0);
     QTRY_COMPARE(m_failed.size(), 1);
     QVERIFY2(m_failed[0].contains(u"not running"_s), qPrintable(m_failed[0]));
@@ -370,7 +381,7 @@ void tst_ServerBrowser::aMissingServiceFails()
 
 void tst_ServerBrowser::aServiceThatEndsFailsOnce()
 {
-    m_browser->start();
+    browser->start();
     browsed(0, QString(), kDNSServiceErr_Unknown);
     QCOMPARE(m_failed.size(), 1);
     Operation *operation = service.latest();

@@ -9,6 +9,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 class tst_InteractionManager : public QObject
 {
     Q_OBJECT
@@ -23,16 +25,16 @@ void tst_InteractionManager::everyCallIsHandedOn()
 {
     QStringList calls;
     InteractionManager manager(new RecordingInteraction(calls));
-    manager.keyboardTapKeyEvent("Cmd+Q");
-    manager.extractKeyCodeAndModifiers("a");
+    manager.keyboardTapKeyEvent(u"Cmd+Q"_s);
+    manager.extractKeyCodeAndModifiers(u"a"_s);
     manager.generateKeyEvent(true);
     manager.generateKeyEvent(false);
     manager.moveMouseWithOffset(10, -5);
     manager.leftMouseButtonTapped();
     manager.rightMouseButtonTapped();
     manager.centerMouseButtonTapped();
-    QCOMPARE(calls, QStringList({"type Cmd+Q", "extract a", "key down", "key up", "move 10 -5",
-                                 "left", "right", "center"}));
+    QCOMPARE(calls, QStringList({u"type Cmd+Q"_s, u"extract a"_s, u"key down"_s, u"key up"_s,
+                                 u"move 10 -5"_s, u"left"_s, u"right"_s, u"center"_s}));
 }
 
 void tst_InteractionManager::theImplementationGoesWithTheFacade()
@@ -41,7 +43,7 @@ void tst_InteractionManager::theImplementationGoesWithTheFacade()
     auto manager = std::make_unique<InteractionManager>(new RecordingInteraction(calls));
     QCOMPARE(calls, QStringList());
     manager.reset();
-    QCOMPARE(calls, QStringList{"gone"});
+    QCOMPARE(calls, QStringList{u"gone"_s});
 }
 
 void tst_InteractionManager::thereMayBeNoImplementation()

@@ -13,6 +13,8 @@
 #include <limits>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 using platform::EventTap;
 using platform::KeyboardEvent;
 using platform::MouseButton;
@@ -21,11 +23,11 @@ using platform::SourceState;
 
 namespace {
 
-const QString notTyped = "\"Problem executing the shortcut: \" ";
+const QString notTyped = u"\"Problem executing the shortcut: \" "_s;
 
 bool isKeyNotAvailable(const QString &message)
 {
-    static const QRegularExpression form("^KeyCode not vailable for  0x[0-9a-f]+ $");
+    static const QRegularExpression form(u"^KeyCode not vailable for  0x[0-9a-f]+ $"_s);
     return form.match(message).hasMatch();
 }
 
@@ -37,17 +39,17 @@ public:
 
     quint64 getModifier(QString token) override
     {
-        asked.append("getModifier " + token);
+        asked.append(u"getModifier "_s + token);
         return 0x1;
     }
     void extractKeyCodeAndModifiers(QString shortcut) override
     {
-        asked.append("extract " + shortcut);
+        asked.append(u"extract "_s + shortcut);
         InteractionManagerMac::extractKeyCodeAndModifiers(shortcut);
     }
     void generateKeyEvent(bool keyDown) override
     {
-        asked.append(keyDown ? "down" : "up");
+        asked.append(keyDown ? u"down"_s : u"up"_s);
         InteractionManagerMac::generateKeyEvent(keyDown);
     }
 
@@ -118,7 +120,7 @@ void tst_InteractionManagerMac::modifiersAreKnownByTheirExactNames_data()
 void tst_InteractionManagerMac::modifiersAreKnownByTheirExactNames()
 {
     QFETCH(quint64, flag);
-    const QString token = QString(QTest::currentDataTag()).remove('\'');
+    const QString token = QString::fromLatin1(QTest::currentDataTag()).remove(u'\'');
     QCOMPARE(manager->getModifier(token), flag);
     QCOMPARE(manager->isModifier(token), flag != 0);
 }
@@ -132,7 +134,7 @@ void tst_InteractionManagerMac::shortcutsAreTyped_data()
     QTest::addColumn<quint64>("flags");
 
     const auto row = [](const char *shortcut, quint16 code, quint64 flags) {
-        QTest::newRow(shortcut) << QString(shortcut) << code << flags;
+        QTest::newRow(shortcut) << QString::fromLatin1(shortcut) << code << flags;
     };
     row("Cmd+Q", 12, 0x100000);
     row("Shift+Alt+a", 0, 0xA0000);
@@ -196,7 +198,7 @@ void tst_InteractionManagerMac::keysThatAreNotThereAreTold_data()
     for (const char *shortcut :
          {"Ret", "Tab", "Esc", "Home", "UArrow", "VolUp", "Cmd+Tab", "Cmd+", "Cmd++", "+", "++",
           ".", "A+Tab", "RCtrl", "cmd", "Cmd+Q+.", "Cmd + Q", "AB", "F21"}) {
-        QTest::newRow(shortcut) << QString(shortcut);
+        QTest::newRow(shortcut) << QString::fromLatin1(shortcut);
     }
     QTest::newRow("empty") << QString();
     QTest::newRow("letter beyond ASCII") << QString(u'\u00e9');
@@ -207,7 +209,7 @@ void tst_InteractionManagerMac::keysThatAreNotThereAreTold_data()
     QTest::newRow("long s") << QString(u'\u017f');
     QTest::newRow("i without a dot") << QString(u'\u0131');
     QTest::newRow("long") << QString(1'000'000, u'x');
-    QTest::newRow("many") << QString("x+").repeated(100'000);
+    QTest::newRow("many") << u"x+"_s.repeated(100'000);
 }
 
 void tst_InteractionManagerMac::keysThatAreNotThereAreTold()
@@ -227,7 +229,7 @@ void tst_InteractionManagerMac::modifiersAloneAreToldButNotTyped_data()
     QTest::addColumn<QString>("shortcut");
     for (const char *shortcut :
          {"Cmd", "Alt", "Ctrl", "Shift", "Cmd+Shift", "Cmd+Alt+Ctrl+Shift"}) {
-        QTest::newRow(shortcut) << QString(shortcut);
+        QTest::newRow(shortcut) << QString::fromLatin1(shortcut);
     }
 }
 
@@ -237,13 +239,13 @@ void tst_InteractionManagerMac::modifiersAloneAreToldButNotTyped()
     QFETCH(QString, shortcut);
     manager->keyboardTapKeyEvent(shortcut);
     QVERIFY(record.calls.empty());
-    QCOMPARE(messages.all(), QStringList{"warning: " + notTyped});
+    QCOMPARE(messages.all(), QStringList{u"warning: "_s + notTyped});
 }
 
 void tst_InteractionManagerMac::aParseAloneTypesNothing()
 {
     const MessageRecorder messages;
-    manager->extractKeyCodeAndModifiers("Cmd+Q");
+    manager->extractKeyCodeAndModifiers(u"Cmd+Q"_s);
     QVERIFY(record.calls.empty());
     QCOMPARE(messages.all(), QStringList());
 }
@@ -251,14 +253,14 @@ void tst_InteractionManagerMac::aParseAloneTypesNothing()
 void tst_InteractionManagerMac::aParseAloneOfAnUnknownKeyTellsOnlyThat()
 {
     const MessageRecorder messages;
-    manager->extractKeyCodeAndModifiers("Cmd+Tab");
+    manager->extractKeyCodeAndModifiers(u"Cmd+Tab"_s);
     QCOMPARE(messages.all().size(), 1);
     QVERIFY(isKeyNotAvailable(messages.warnings().value(0)));
 }
 
 void tst_InteractionManagerMac::theKeyOfTheLastParseCanBeRepeated()
 {
-    manager->extractKeyCodeAndModifiers("Cmd+Q");
+    manager->extractKeyCodeAndModifiers(u"Cmd+Q"_s);
     manager->generateKeyEvent(false);
     manager->generateKeyEvent(true);
     manager->generateKeyEvent(true);
@@ -270,20 +272,20 @@ void tst_InteractionManagerMac::theKeyOfTheLastParseCanBeRepeated()
 void tst_InteractionManagerMac::aFailedParseLeavesNothingToRepeat()
 {
     for (const char *failing : {"Tab", "Cmd", ""}) {
-        manager->extractKeyCodeAndModifiers("Cmd+Q");
-        manager->extractKeyCodeAndModifiers(failing);
+        manager->extractKeyCodeAndModifiers(u"Cmd+Q"_s);
+        manager->extractKeyCodeAndModifiers(QLatin1StringView(failing));
         const MessageRecorder messages;
         manager->generateKeyEvent(true);
         QVERIFY(record.calls.empty());
-        QCOMPARE(messages.all(), QStringList{"warning: Problem executing  Key Down "});
+        QCOMPARE(messages.all(), QStringList{u"warning: Problem executing  Key Down "_s});
     }
 }
 
 void tst_InteractionManagerMac::flagsOfAnEarlierShortcutAreForgotten()
 {
-    manager->keyboardTapKeyEvent("Cmd+Shift+Q");
-    manager->keyboardTapKeyEvent("Cmd");
-    manager->keyboardTapKeyEvent("a");
+    manager->keyboardTapKeyEvent(u"Cmd+Shift+Q"_s);
+    manager->keyboardTapKeyEvent(u"Cmd"_s);
+    manager->keyboardTapKeyEvent(u"a"_s);
     QCOMPARE(record.keyboardEvents().size(), 4U);
     QCOMPARE(record.keyboardEvents()[2].flags, quint64(0));
 }
@@ -294,16 +296,16 @@ void tst_InteractionManagerMac::generatingBeforeAnyParseIsTold()
     manager->generateKeyEvent(false);
     manager->generateKeyEvent(true);
     QVERIFY(record.calls.empty());
-    QCOMPARE(messages.all(), QStringList({"warning: Problem executing  Key Up ",
-                                          "warning: Problem executing  Key Down "}));
+    QCOMPARE(messages.all(), QStringList({u"warning: Problem executing  Key Up "_s,
+                                          u"warning: Problem executing  Key Down "_s}));
 }
 
 void tst_InteractionManagerMac::tappingGoesThroughTheVirtualOperations()
 {
     ChangedManager changed(std::make_unique<RecordingEventServices>(record));
-    changed.keyboardTapKeyEvent("Cmd+A+Shift");
-    QCOMPARE(changed.asked, QStringList({"extract Cmd+A+Shift", "getModifier Cmd",
-                                         "getModifier Shift", "down", "up"}));
+    changed.keyboardTapKeyEvent(u"Cmd+A+Shift"_s);
+    QCOMPARE(changed.asked, QStringList({u"extract Cmd+A+Shift"_s, u"getModifier Cmd"_s,
+                                         u"getModifier Shift"_s, u"down"_s, u"up"_s}));
     QCOMPARE(record.keyboardEvents().size(), 2U);
     QCOMPARE(record.keyboardEvents()[0].flags, quint64(0x1));
 }

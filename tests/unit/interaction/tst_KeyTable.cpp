@@ -141,7 +141,7 @@ void tst_KeyTable::otherNamesHaveNoCode_data()
 
     for (const char *name : {"a", "z", "TAB", "tab", "RET", "f5",  "UARROW", "CMD", "cmd",  "+",
                              ".", "`", "A ",  " A",  "  ",  "F21", "F0",     "10",  "Meta", "Up"}) {
-        QTest::newRow(name) << QString(name);
+        QTest::newRow(name) << QString::fromLatin1(name);
     }
     QTest::newRow("empty") << QString();
     QTest::newRow("letter beyond ASCII") << QString(u'\u00e9');

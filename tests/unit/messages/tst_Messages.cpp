@@ -7,6 +7,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class tst_Messages : public QObject
 {
     Q_OBJECT
@@ -26,12 +28,12 @@ void tst_Messages::everyItemIsFollowedByOneBlank_data()
     QTest::addColumn<QString>("text");
 
     QTest::newRow("no item") << QStringList{} << "";
-    QTest::newRow("an empty item") << QStringList{""} << " ";
-    QTest::newRow("one item") << QStringList{"Server Started..."} << "Server Started... ";
+    QTest::newRow("an empty item") << QStringList{u""_s} << " ";
+    QTest::newRow("one item") << QStringList{u"Server Started..."_s} << "Server Started... ";
     QTest::newRow("an item that ends in a blank keeps it")
-        << QStringList{"Opening URL: ", "http://x"} << "Opening URL:  http://x ";
-    QTest::newRow("four items") << QStringList{"a ", "b", " c ", "d"} << "a  b  c  d ";
-    QTest::newRow("nothing is escaped") << QStringList{"a\"\\\n\t"} << "a\"\\\n\t ";
+        << QStringList{u"Opening URL: "_s, u"http://x"_s} << "Opening URL:  http://x ";
+    QTest::newRow("four items") << QStringList{u"a "_s, u"b"_s, u" c "_s, u"d"_s} << "a  b  c  d ";
+    QTest::newRow("nothing is escaped") << QStringList{u"a\"\\\n\t"_s} << "a\"\\\n\t ";
 }
 
 void tst_Messages::everyItemIsFollowedByOneBlank()
@@ -65,7 +67,7 @@ void tst_Messages::quotingEscapesNothing_data()
     QTest::newRow("quotes and backslashes") << "a\"b\\c"
                                             << "\"a\"b\\c\"";
     QTest::newRow("line end and letters beyond ASCII")
-        << QStringLiteral("\u00e9\n\u2603") << QStringLiteral("\"\u00e9\n\u2603\"");
+        << u"\u00e9\n\u2603"_s << u"\"\u00e9\n\u2603\""_s;
 }
 
 void tst_Messages::quotingEscapesNothing()
@@ -77,15 +79,15 @@ void tst_Messages::quotingEscapesNothing()
 void tst_Messages::aWarningArrivesByteForByte()
 {
     const MessageRecorder recorder;
-    Messages::warning({"Opening URL: ", QStringLiteral("\u00e9\"\\\n")});
-    QCOMPARE(recorder.all(), QStringList{QStringLiteral("warning: Opening URL:  \u00e9\"\\\n ")});
+    Messages::warning({u"Opening URL: "_s, u"\u00e9\"\\\n"_s});
+    QCOMPARE(recorder.all(), QStringList{u"warning: Opening URL:  \u00e9\"\\\n "_s});
 }
 
 void tst_Messages::aDebugMessageArrivesByteForByte()
 {
     const MessageRecorder recorder;
-    Messages::debug({"File: ", "\"/a b\""});
-    QCOMPARE(recorder.all(), QStringList{"debug: File:  \"/a b\" "});
+    Messages::debug({u"File: "_s, u"\"/a b\""_s});
+    QCOMPARE(recorder.all(), QStringList{u"debug: File:  \"/a b\" "_s});
 }
 
 QTEST_GUILESS_MAIN(tst_Messages)

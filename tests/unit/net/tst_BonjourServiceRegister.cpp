@@ -17,9 +17,11 @@
 
 #include <fcntl.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const BonjourRecord quillmote("desk", "_quillmote._tcp", "");
+const BonjourRecord quillmote(u"desk"_s, u"_quillmote._tcp"_s, u""_s);
 constexpr DNSServiceErrorType daemonNotThere = -65537;
 
 DnsSdRecord &dnsSd()
@@ -75,10 +77,10 @@ void tst_BonjourServiceRegister::aRecordHoldsItsThreeTexts()
     const BonjourRecord empty;
     QVERIFY(empty.serviceName.isEmpty() && empty.registeredType.isEmpty() &&
             empty.replyDomain.isEmpty());
-    const BonjourRecord record("name", "type", "domain");
-    QCOMPARE(record.serviceName, QString("name"));
-    QCOMPARE(record.registeredType, QString("type"));
-    QCOMPARE(record.replyDomain, QString("domain"));
+    const BonjourRecord record(u"name"_s, u"type"_s, u"domain"_s);
+    QCOMPARE(record.serviceName, u"name"_s);
+    QCOMPARE(record.registeredType, u"type"_s);
+    QCOMPARE(record.replyDomain, u"domain"_s);
     const BonjourRecord copy = record;
     QVERIFY(copy == record);
 }
@@ -125,16 +127,14 @@ void tst_BonjourServiceRegister::anEmptyDomainIsANullPointer()
 void tst_BonjourServiceRegister::aDomainIsHandedOn()
 {
     BonjourServiceRegister service(nullptr);
-    service.registerService({"desk", "_quillmote._tcp", "example.net"}, 1);
+    service.registerService({u"desk"_s, u"_quillmote._tcp"_s, u"example.net"_s}, 1);
     QCOMPARE(dnsSd().registrations.front().domain, QByteArray("example.net"));
 }
 
 void tst_BonjourServiceRegister::textsAreUtf8()
 {
     BonjourServiceRegister service(nullptr);
-    service.registerService({QStringLiteral("b\u00fcro"), QStringLiteral("_\u00e9._tcp"),
-                             QStringLiteral("\u2603.local")},
-                            1);
+    service.registerService({u"b\u00fcro"_s, u"_\u00e9._tcp"_s, u"\u2603.local"_s}, 1);
     QCOMPARE(dnsSd().registrations.front().name, QByteArray("b\xc3\xbcro"));
     QCOMPARE(dnsSd().registrations.front().type, QByteArray("_\xc3\xa9._tcp"));
     QCOMPARE(dnsSd().registrations.front().domain, QByteArray("\xe2\x98\x83.local"));
@@ -199,7 +199,7 @@ void tst_BonjourServiceRegister::aConfirmationIsAnnouncedWithTheFinalNames()
     dnsSd().makeReadable();
     QVERIFY(waitUntil([&] { return !confirmations.isEmpty(); }));
 
-    const BonjourRecord expected(QStringLiteral("b\u00fcro (2)"), "_quillmote._tcp.", "local.");
+    const BonjourRecord expected(u"b\u00fcro (2)"_s, u"_quillmote._tcp."_s, u"local."_s);
     QCOMPARE(confirmations.count(), 1);
     QVERIFY(confirmations.at(0).at(0).value<BonjourRecord>() == expected);
     QVERIFY(service.finalRecord() == expected);
@@ -214,7 +214,7 @@ void tst_BonjourServiceRegister::aFurtherConfirmationReplacesTheRecord()
     dnsSd().reply(kDNSServiceErr_NoError, "desk", "_quillmote._tcp", "local.");
     dnsSd().reply(kDNSServiceErr_NoError, "desk (2)", "_quillmote._tcp", "local.");
     QCOMPARE(confirmations.count(), 2);
-    QCOMPARE(service.finalRecord().serviceName, QString("desk (2)"));
+    QCOMPARE(service.finalRecord().serviceName, u"desk (2)"_s);
 }
 
 void tst_BonjourServiceRegister::anErrorInTheReplyIsAnnounced()
@@ -227,7 +227,7 @@ void tst_BonjourServiceRegister::anErrorInTheReplyIsAnnounced()
     dnsSd().reply(kDNSServiceErr_NameConflict, "other", "other", "other");
     QCOMPARE(codesOf(errors), QList<DNSServiceErrorType>{kDNSServiceErr_NameConflict});
     QCOMPARE(confirmations.count(), 1);
-    QCOMPARE(service.finalRecord().serviceName, QString("desk"));
+    QCOMPARE(service.finalRecord().serviceName, u"desk"_s);
 }
 
 void tst_BonjourServiceRegister::anErrorWhileReadingIsAnnounced()
@@ -276,11 +276,11 @@ void tst_BonjourServiceRegister::aSecondRegistrationIsRefusedWithAWarning()
     const QSignalSpy errors(&service, &BonjourServiceRegister::error);
     service.registerService(quillmote, 1);
     const auto *notifier = service.findChild<QSocketNotifier *>();
-    service.registerService({"other", "_other._tcp", ""}, 2);
+    service.registerService({u"other"_s, u"_other._tcp"_s, u""_s}, 2);
 
     QCOMPARE(messages.all(),
-             QStringList{"warning: Warning: Already registered a service for this object, "
-                         "aborting new register "});
+             QStringList{u"warning: Warning: Already registered a service for this object, "
+                         "aborting new register "_s});
     QCOMPARE(dnsSd().registrations.size(), 1U);
     QCOMPARE(dnsSd().released, 0);
     QCOMPARE(service.findChildren<QSocketNotifier *>().size(), 1);

@@ -25,6 +25,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// While it lives, no file of this process grows beyond the size, in bytes.
@@ -149,7 +151,7 @@ private:
     void deliver(const QByteArray &bytes);
     /// What the peer has received once nothing more is on its way.
     QByteArray answers();
-    QString received(const QString &name) const { return home->path("received/" + name); }
+    QString received(const QString &name) const { return home->path(u"received/"_s + name); }
 
     std::unique_ptr<PrivateHome> home;
     std::unique_ptr<MessageRecorder> messages;
@@ -167,7 +169,7 @@ void tst_ClientHandler::initTestCase()
 void tst_ClientHandler::init()
 {
     home = std::make_unique<PrivateHome>();
-    QSettings().setValue("downloadDirectory", home->subdirectory("received"));
+    QSettings().setValue("downloadDirectory", home->subdirectory(u"received"_s));
     messages = std::make_unique<MessageRecorder>();
     sockets = std::make_unique<SocketPair>();
     QVERIFY(sockets->isConnected());
@@ -220,7 +222,7 @@ void tst_ClientHandler::startsEmpty()
     QVERIFY(handler->deviceName.isEmpty());
     QVERIFY(handler->parent() == nullptr);
     QVERIFY(!handler->parseToken());
-    QCOMPARE(handler->packageToken(), QString("{}"));
+    QCOMPARE(handler->packageToken(), u"{}"_s);
 }
 
 // ---- What arrives -------------------------------------------------------------------------------
@@ -230,8 +232,8 @@ void tst_ClientHandler::aChunkThatIsATokenIsStoredAndAnnouncedOnce()
     deliver("{\n    cmdType = \"SERVER_PAIR\";\n    cmdParameters = (\n        \"id\",\n"
             "        name\n    );\n}");
     QCOMPARE(tokens->count(), 1);
-    const TokenMap expected = {{"cmdType", "SERVER_PAIR"},
-                               {"cmdParameters", QStringList{"id", "name"}}};
+    const TokenMap expected = {{u"cmdType"_s, u"SERVER_PAIR"_s},
+                               {u"cmdParameters"_s, QStringList{u"id"_s, u"name"_s}}};
     QCOMPARE(handler->token, expected);
     QCOMPARE(messages->all(), QStringList());
     // Nothing is left of it to be read once more.
@@ -242,7 +244,7 @@ void tst_ClientHandler::twoTokensInOneChunkAreAnnouncedOnce()
 {
     deliver("{ a = b; } { c = d; }");
     QCOMPARE(tokens->count(), 1);
-    const TokenMap expected = {{"a", "b"}, {"} { c", "d"}};
+    const TokenMap expected = {{u"a"_s, u"b"_s}, {u"} { c"_s, u"d"_s}};
     QCOMPARE(handler->token, expected);
 }
 
@@ -251,7 +253,7 @@ void tst_ClientHandler::eachChunkIsAToken()
     deliver("{ a = 1; }");
     deliver("{ b = 2; }");
     QCOMPARE(tokens->count(), 2);
-    const TokenMap expected = {{"a", "1"}, {"b", "2"}};
+    const TokenMap expected = {{u"a"_s, u"1"_s}, {u"b"_s, u"2"_s}};
     QCOMPARE(handler->token, expected);
 }
 
@@ -263,7 +265,7 @@ void tst_ClientHandler::aTokenInTwoHalvesIsLost()
     QVERIFY(handler->token.isEmpty());
     // Neither half is kept for what comes next.
     deliver("{ a = b; }");
-    QCOMPARE(handler->token, TokenMap({{"a", "b"}}));
+    QCOMPARE(handler->token, TokenMap({{u"a"_s, u"b"_s}}));
     QCOMPARE(answers(), QByteArray());
 }
 
@@ -281,7 +283,7 @@ void tst_ClientHandler::aKeySentAgainOverwritesAndOthersStay()
 {
     deliver("{ a = 1; b = (x, y); }");
     deliver("{ a = 2; }");
-    const TokenMap expected = {{"a", "2"}, {"b", QStringList{"x", "y"}}};
+    const TokenMap expected = {{u"a"_s, u"2"_s}, {u"b"_s, QStringList{u"x"_s, u"y"_s}}};
     QCOMPARE(handler->token, expected);
 }
 
@@ -317,7 +319,7 @@ void tst_ClientHandler::anythingElseIsDroppedWithoutAWord()
 void tst_ClientHandler::aReversedTokenIsTold()
 {
     deliver("a = \"b\";\n} {\nc");
-    QCOMPARE(messages->all(), QStringList{"debug: Bad token :  \"a = \"b\"; } { c\" "});
+    QCOMPARE(messages->all(), QStringList{u"debug: Bad token :  \"a = \"b\"; } { c\" "_s});
     QCOMPARE(tokens->count(), 0);
     QVERIFY(handler->token.isEmpty());
 }
@@ -325,9 +327,9 @@ void tst_ClientHandler::aReversedTokenIsTold()
 void tst_ClientHandler::aPrefixIsTold()
 {
     deliver("prefix{ a = b; }");
-    QCOMPARE(messages->all(), QStringList{"debug: Fix token... "});
+    QCOMPARE(messages->all(), QStringList{u"debug: Fix token... "_s});
     QCOMPARE(tokens->count(), 1);
-    QCOMPARE(handler->token, TokenMap({{"a", "b"}}));
+    QCOMPARE(handler->token, TokenMap({{u"a"_s, u"b"_s}}));
 }
 
 void tst_ClientHandler::bracesWithoutAnythingToCutAreNotTold()
@@ -393,7 +395,7 @@ void tst_ClientHandler::aTokenOfOneReadIsReadWhole()
     emit socket.readyRead();
     processAll();
     QCOMPARE(announced.count(), 1);
-    QCOMPARE(reader.token.value("a").toString().size(), size - 9);
+    QCOMPARE(reader.token.value(u"a"_s).toString().size(), size - 9);
 }
 
 void tst_ClientHandler::aTokenBeyondOneReadIsLost()
@@ -421,7 +423,7 @@ void tst_ClientHandler::whatArrivesTogetherIsOneRead()
     QVERIFY(waitUntilArrived(sockets->peer));
     handler->resumeReading();
     QVERIFY(waitUntil([&] { return tokens->count() == 1; }));
-    QCOMPARE(handler->token.value("} { b"), QVariant("c"));
+    QCOMPARE(handler->token.value(u"} { b"_s), QVariant(u"c"_s));
     processAll();
     QCOMPARE(tokens->count(), 1);
 }
@@ -434,9 +436,9 @@ void tst_ClientHandler::othersAreReadWhileALongTokenIsTakenApart()
     ClientHandler longReader(&longSocket, &resources);
     ClientHandler shortReader(&shortSocket, &resources);
     QStringList order;
-    connect(&longReader, &ClientHandler::tokenAvailable, this, [&] { order.append("long"); });
+    connect(&longReader, &ClientHandler::tokenAvailable, this, [&] { order.append(u"long"_s); });
     connect(&shortReader, &ClientHandler::tokenAvailable, this, [&] {
-        order.append("short");
+        order.append(u"short"_s);
         if (order.size() < 20) {
             shortSocket.receive("{ a = b; }");
             emit shortSocket.readyRead();
@@ -447,8 +449,8 @@ void tst_ClientHandler::othersAreReadWhileALongTokenIsTakenApart()
     shortSocket.receive("{ a = b; }");
     emit shortSocket.readyRead();
     processAll();
-    QCOMPARE(order.count("long"), 1);
-    QCOMPARE(order.indexOf("long"), 20);
+    QCOMPARE(order.count(u"long"_s), 1);
+    QCOMPARE(order.indexOf(u"long"_s), 20);
 }
 
 void tst_ClientHandler::aLongTokenOfALeavingPeerIsReadToItsEnd()
@@ -458,19 +460,19 @@ void tst_ClientHandler::aLongTokenOfALeavingPeerIsReadToItsEnd()
     sockets->peer.disconnectFromHost();
     QVERIFY(waitUntil([&] { return handler.isNull(); }));
     QCOMPARE(tokens->count(), 1);
-    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+    QCOMPARE(messages->warnings(), QStringList{u"Device Disconnected "_s});
 }
 
 void tst_ClientHandler::aLongTokenIsWrittenToTheFileThatItAnnounces()
 {
     connect(handler, &ClientHandler::tokenAvailable, this,
-            [&] { handler->setFileToTransfer("note", 40'000); });
+            [&] { handler->setFileToTransfer(u"note"_s, 40'000); });
     const QByteArray request = tokenOfSize(30'000);
     deliver(request);
     QCOMPARE(files->count(), 0);
     deliver(QByteArray(20'000, 'f'));
     QCOMPARE(files->count(), 1);
-    QCOMPARE(contentOf(received("note")), request + QByteArray(20'000, 'f'));
+    QCOMPARE(contentOf(received(u"note"_s)), request + QByteArray(20'000, 'f'));
 }
 
 void tst_ClientHandler::nothingIsReadWhileReadingIsPaused()
@@ -487,7 +489,7 @@ void tst_ClientHandler::nothingIsReadWhileReadingIsPaused()
     processAll();
     // One read, so one token.
     QCOMPARE(tokens->count(), 1);
-    QCOMPARE(handler->token.value("}{ c"), QVariant("d"));
+    QCOMPARE(handler->token.value(u"}{ c"_s), QVariant(u"d"_s));
 }
 
 void tst_ClientHandler::whatALeavingPeerSentDuringAPauseIsRead()
@@ -504,7 +506,7 @@ void tst_ClientHandler::whatALeavingPeerSentDuringAPauseIsRead()
     handler->resumeReading();
     QVERIFY(waitUntil([&] { return handler.isNull(); }));
     QCOMPARE(tokens->count(), 1);
-    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+    QCOMPARE(messages->warnings(), QStringList{u"Device Disconnected "_s});
 }
 
 void tst_ClientHandler::aSocketThatIsClosedHereEndsAPause()
@@ -512,7 +514,7 @@ void tst_ClientHandler::aSocketThatIsClosedHereEndsAPause()
     handler->pauseReading();
     sockets->accepted->abort();
     QVERIFY(waitUntil([&] { return handler.isNull(); }));
-    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+    QCOMPARE(messages->warnings(), QStringList{u"Device Disconnected "_s});
 }
 
 // ---- Answers ------------------------------------------------------------------------------------
@@ -526,8 +528,8 @@ void tst_ClientHandler::theAnswerIsTheWholeMapAndNothingElse()
 
 void tst_ClientHandler::anAnswerIsOneByteACharacter()
 {
-    handler->token.insert("k", QStringLiteral("\u00e9\u00ff\u2603"));
-    QCOMPARE(handler->packageToken(), QStringLiteral("{k = \"\u00e9\u00ff\u2603\";}"));
+    handler->token.insert(u"k"_s, u"\u00e9\u00ff\u2603"_s);
+    QCOMPARE(handler->packageToken(), u"{k = \"\u00e9\u00ff\u2603\";}"_s);
     handler->sendToken();
     QCOMPARE(answers(), QByteArray("{k = \"\xe9\xff?\";}"));
 }
@@ -537,7 +539,7 @@ void tst_ClientHandler::anAnswerToAPeerThatHasLeftGoesNowhere()
     sockets->accepted->abort();
     handler->sendToken();
     // Above all no complaint of the toolkit, which would reach the user as a balloon.
-    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+    QCOMPARE(messages->warnings(), QStringList{u"Device Disconnected "_s});
 }
 
 void tst_ClientHandler::acceptingAPairPutsNothingOnTheWire()
@@ -553,7 +555,7 @@ void tst_ClientHandler::moreThanFourMebibytesOfUnreadAnswersEndTheConnection()
 {
     // With `{k = "";}` around it the answer has exactly 32 KiB. Nothing is sent as long as the
     // event loop does not run.
-    handler->token.insert("k", QString(32 * 1024 - 9, u'x'));
+    handler->token.insert(u"k"_s, QString(32 * 1024 - 9, u'x'));
     for (int count = 0; count < 128; ++count) {
         handler->sendToken();
     }
@@ -565,8 +567,8 @@ void tst_ClientHandler::moreThanFourMebibytesOfUnreadAnswersEndTheConnection()
 
     handler->sendToken();
     QCOMPARE(sockets->accepted->state(), QAbstractSocket::UnconnectedState);
-    QCOMPARE(messages->all(), QStringList({"debug: The device does not read its answers. ",
-                                           "warning: Device Disconnected "}));
+    QCOMPARE(messages->all(), QStringList({u"debug: The device does not read its answers. "_s,
+                                           u"warning: Device Disconnected "_s}));
     QVERIFY(waitUntil([&] { return handler.isNull(); }));
 }
 
@@ -576,10 +578,10 @@ void tst_ClientHandler::aLongAnswerArrivesWhole()
     for (int number = 0; number < 200'000; ++number) {
         items.append(QString::number(number));
     }
-    handler->token.insert("list", items);
-    handler->token.insert("text", QString(2 * mebibyte, u'\u00e9'));
+    handler->token.insert(u"list"_s, items);
+    handler->token.insert(u"text"_s, QString(2 * mebibyte, u'\u00e9'));
     handler->sendToken();
-    handler->token.insert("later", "is not in it");
+    handler->token.insert(u"later"_s, u"is not in it"_s);
     QByteArray whole = handler->packageToken().toLatin1();
     handler->sendToken();
     QByteArray arrived;
@@ -587,7 +589,7 @@ void tst_ClientHandler::aLongAnswerArrivesWhole()
         arrived += sockets->peer.readAll();
         return arrived.endsWith(whole);
     }));
-    handler->token.remove("later");
+    handler->token.remove(u"later"_s);
     // The map's order may have changed.
     const QByteArray first = arrived.chopped(whole.size());
     QCOMPARE(first.size(), handler->packageToken().size());
@@ -613,7 +615,7 @@ void tst_ClientHandler::aLongAnswerLeavesTheOthersTheirTurns()
             emit shortSocket.readyRead();
         }
     });
-    longWriter.token.insert("k", QString(mebibyte, u'x'));
+    longWriter.token.insert(u"k"_s, QString(mebibyte, u'x'));
     longWriter.sendToken();
     shortSocket.receive("{ a = b; }");
     emit shortSocket.readyRead();
@@ -623,7 +625,7 @@ void tst_ClientHandler::aLongAnswerLeavesTheOthersTheirTurns()
 
 void tst_ClientHandler::aLongAnswerThatNobodyReadsWaits()
 {
-    handler->token.insert("k", QString(32 * mebibyte, u'x'));
+    handler->token.insert(u"k"_s, QString(32 * mebibyte, u'x'));
     handler->sendToken();
     const auto isStuck = [&] {
         const qint64 before = sockets->accepted->bytesToWrite();
@@ -649,12 +651,12 @@ void tst_ClientHandler::aLongAnswerThatNobodyReadsWaits()
 
 void tst_ClientHandler::aPeerThatLeavesALongAnswerIsNoticed()
 {
-    handler->token.insert("k", QString(32 * mebibyte, u'x'));
+    handler->token.insert(u"k"_s, QString(32 * mebibyte, u'x'));
     handler->sendToken();
     QVERIFY(waitUntil([&] { return sockets->peer.bytesAvailable() > 0; }));
     sockets->peer.abort();
     QVERIFY(waitUntil([&] { return handler.isNull(); }));
-    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+    QCOMPARE(messages->warnings(), QStringList{u"Device Disconnected "_s});
 }
 
 // ---- What all connections may hold --------------------------------------------------------------
@@ -689,8 +691,9 @@ void tst_ClientHandler::theConnectionThatHoldsMostGoes()
     processAll();
     QVERIFY(handlers[2].isNull());
     QVERIFY(!handlers[0].isNull() && !handlers[1].isNull() && !handlers[3].isNull());
-    QCOMPARE(messages->debugs(),
-             QStringList{"All devices together have stored too much, and this one most of it. "});
+    QCOMPARE(
+        messages->debugs(),
+        QStringList{u"All devices together have stored too much, and this one most of it. "_s});
     // The one that makes it too much may be the largest itself, amid its own token.
     store(0, 'c', 100);
     processAll();
@@ -749,8 +752,8 @@ void tst_ClientHandler::oneKeyMoreEndsTheConnection()
     sockets->peer.write(numberedKeys(100'000, 2048));
     QVERIFY(waitUntil([&] { return handler.isNull(); }));
     QCOMPARE(tokens->count(), 32);
-    QCOMPARE(messages->all(), QStringList({"debug: The device has stored too much. ",
-                                           "warning: Device Disconnected "}));
+    QCOMPARE(messages->all(), QStringList({u"debug: The device has stored too much. "_s,
+                                           u"warning: Device Disconnected "_s}));
 }
 
 void tst_ClientHandler::moreThanSixteenMebibytesEndTheConnection()
@@ -764,12 +767,12 @@ void tst_ClientHandler::moreThanSixteenMebibytesEndTheConnection()
     sockets->peer.write("{ last = " + value + "; }");
     QVERIFY(waitUntil([&] { return handler.isNull(); }));
     QCOMPARE(tokens->count(), 511);
-    QCOMPARE(messages->debugs(), QStringList{"The device has stored too much. "});
+    QCOMPARE(messages->debugs(), QStringList{u"The device has stored too much. "_s});
 }
 
 void tst_ClientHandler::whatTheServerStoresDoesNotCount()
 {
-    handler->token.insert("cmdParameters", QStringList{QString(20 * mebibyte, u'x')});
+    handler->token.insert(u"cmdParameters"_s, QStringList{QString(20 * mebibyte, u'x')});
     deliver("{ a = b; }");
     QCOMPARE(tokens->count(), 1);
     QCOMPARE(sockets->accepted->state(), QAbstractSocket::ConnectedState);
@@ -779,92 +782,93 @@ void tst_ClientHandler::whatTheServerStoresDoesNotCount()
 
 void tst_ClientHandler::theFileIsNamedInAMessage()
 {
-    handler->setFileToTransfer("a b.txt", 5);
-    QCOMPARE(messages->all(), QStringList{"debug: File:  \"" + received("a b.txt") + "\" "});
-    QVERIFY(QFile::exists(received("a b.txt")));
+    handler->setFileToTransfer(u"a b.txt"_s, 5);
+    QCOMPARE(messages->all(),
+             QStringList{u"debug: File:  \""_s + received(u"a b.txt"_s) + u"\" "_s});
+    QVERIFY(QFile::exists(received(u"a b.txt"_s)));
 }
 
 void tst_ClientHandler::theRequestStandsAtTheHeadOfTheFile()
 {
     connect(handler, &ClientHandler::tokenAvailable, handler,
-            [&] { handler->setFileToTransfer("note", 10); });
+            [&] { handler->setFileToTransfer(u"note"_s, 10); });
     deliver(fortyByteRequest());
 
-    QCOMPARE(contentOf(received("note")), fortyByteRequest());
+    QCOMPARE(contentOf(received(u"note"_s)), fortyByteRequest());
     QCOMPARE(files->count(), 1);
-    QCOMPARE(files->at(0).at(0).toString(), received("note"));
-    QCOMPARE(handler->token.value("serverResponse").toString(), QString("OK"));
+    QCOMPARE(files->at(0).at(0).toString(), received(u"note"_s));
+    QCOMPARE(handler->token.value(u"serverResponse"_s).toString(), u"OK"_s);
     QVERIFY(answers().contains("serverResponse = \"OK\";"));
 }
 
 void tst_ClientHandler::theTransferEndsOnlyBeyondTheAnnouncedSize()
 {
     connect(handler, &ClientHandler::tokenAvailable, handler,
-            [&] { handler->setFileToTransfer("note", 40); });
+            [&] { handler->setFileToTransfer(u"note"_s, 40); });
     deliver(fortyByteRequest());
-    QCOMPARE(contentOf(received("note")), fortyByteRequest());
+    QCOMPARE(contentOf(received(u"note"_s)), fortyByteRequest());
     QCOMPARE(files->count(), 0);
-    QVERIFY(!handler->token.contains("serverResponse"));
+    QVERIFY(!handler->token.contains(u"serverResponse"_s));
 
     deliver("x");
-    QCOMPARE(contentOf(received("note")), fortyByteRequest() + "x");
+    QCOMPARE(contentOf(received(u"note"_s)), fortyByteRequest() + "x");
     QCOMPARE(files->count(), 1);
 }
 
 void tst_ClientHandler::everyFurtherChunkGoesIntoTheFile()
 {
-    handler->setFileToTransfer("note", 10);
+    handler->setFileToTransfer(u"note"_s, 10);
     deliver("0123456789");
     QCOMPARE(files->count(), 0);
     QCOMPARE(sockets->peer.bytesAvailable(), 0);
     deliver("{ a = b; }");
     QCOMPARE(files->count(), 1);
-    QCOMPARE(contentOf(received("note")), QByteArray("0123456789{ a = b; }"));
+    QCOMPARE(contentOf(received(u"note"_s)), QByteArray("0123456789{ a = b; }"));
     QCOMPARE(tokens->count(), 0);
-    QVERIFY(!handler->token.contains("a"));
+    QVERIFY(!handler->token.contains(u"a"_s));
 }
 
 void tst_ClientHandler::aLastChunkIsWrittenWhole()
 {
-    handler->setFileToTransfer("note", 3);
+    handler->setFileToTransfer(u"note"_s, 3);
     deliver(QByteArray("0123\0"
                        "56789",
                        10));
-    QCOMPARE(contentOf(received("note")), QByteArray("0123\0"
-                                                     "56789",
-                                                     10));
+    QCOMPARE(contentOf(received(u"note"_s)), QByteArray("0123\0"
+                                                        "56789",
+                                                        10));
     QCOMPARE(files->count(), 1);
 }
 
 void tst_ClientHandler::bytesOfAFileMayComeSingly()
 {
-    handler->setFileToTransfer("note", 3);
+    handler->setFileToTransfer(u"note"_s, 3);
     for (int byte = 0; byte < 3; ++byte) {
         deliver("x");
         QCOMPARE(files->count(), 0);
     }
     deliver("y");
     QCOMPARE(files->count(), 1);
-    QCOMPARE(contentOf(received("note")), QByteArray("xxxy"));
+    QCOMPARE(contentOf(received(u"note"_s)), QByteArray("xxxy"));
 }
 
 void tst_ClientHandler::anExistingFileIsExtended()
 {
-    QFile earlier(received("note"));
+    QFile earlier(received(u"note"_s));
     QVERIFY(earlier.open(QIODevice::WriteOnly));
     earlier.write("earlier ");
     earlier.close();
-    handler->setFileToTransfer("note", 0);
+    handler->setFileToTransfer(u"note"_s, 0);
     deliver("later");
-    QCOMPARE(contentOf(received("note")), QByteArray("earlier later"));
+    QCOMPARE(contentOf(received(u"note"_s)), QByteArray("earlier later"));
     QCOMPARE(files->count(), 1);
 }
 
 void tst_ClientHandler::theCompletionAnswerCarriesTheWholeMap()
 {
-    handler->token.insert("cmdParameters", QStringList{"note", "0"});
-    handler->token.insert("serverResponse", "START_BINARY_TRANSFER");
-    handler->setFileToTransfer("note", 0);
+    handler->token.insert(u"cmdParameters"_s, QStringList{u"note"_s, u"0"_s});
+    handler->token.insert(u"serverResponse"_s, u"START_BINARY_TRANSFER"_s);
+    handler->setFileToTransfer(u"note"_s, 0);
     deliver("x");
     const QByteArray parameters = "cmdParameters = (\"note\", \"0\" );";
     const QByteArray response = "serverResponse = \"OK\";";
@@ -876,71 +880,71 @@ void tst_ClientHandler::theCompletionAnswerCarriesTheWholeMap()
 
 void tst_ClientHandler::afterTheFileTokensAreReadAgain()
 {
-    handler->setFileToTransfer("note", 0);
+    handler->setFileToTransfer(u"note"_s, 0);
     deliver("x");
     deliver("{ a = b; }");
     QCOMPARE(tokens->count(), 1);
-    QCOMPARE(contentOf(received("note")), QByteArray("x"));
+    QCOMPARE(contentOf(received(u"note"_s)), QByteArray("x"));
 }
 
 void tst_ClientHandler::anotherFileMayFollow()
 {
-    handler->setFileToTransfer("one", 0);
+    handler->setFileToTransfer(u"one"_s, 0);
     deliver("1");
-    handler->setFileToTransfer("two", 0);
+    handler->setFileToTransfer(u"two"_s, 0);
     deliver("2");
-    QCOMPARE(contentOf(received("one")), QByteArray("1"));
-    QCOMPARE(contentOf(received("two")), QByteArray("2"));
+    QCOMPARE(contentOf(received(u"one"_s)), QByteArray("1"));
+    QCOMPARE(contentOf(received(u"two"_s)), QByteArray("2"));
     QCOMPARE(files->count(), 2);
 }
 
 void tst_ClientHandler::aSecondAnnouncementTakesTheFirstOnesPlace()
 {
-    handler->setFileToTransfer("one", 100);
-    handler->setFileToTransfer("two", 0);
+    handler->setFileToTransfer(u"one"_s, 100);
+    handler->setFileToTransfer(u"two"_s, 0);
     deliver("2");
-    QCOMPARE(contentOf(received("one")), QByteArray());
-    QCOMPARE(contentOf(received("two")), QByteArray("2"));
+    QCOMPARE(contentOf(received(u"one"_s)), QByteArray());
+    QCOMPARE(contentOf(received(u"two"_s)), QByteArray("2"));
     QCOMPARE(files->count(), 1);
-    QCOMPARE(files->at(0).at(0).toString(), received("two"));
+    QCOMPARE(files->at(0).at(0).toString(), received(u"two"_s));
     QCOMPARE(messages->warnings(), QStringList());
 }
 
 void tst_ClientHandler::aSecondAnnouncementThatIsRefusedEndsTheFirst()
 {
-    handler->setFileToTransfer("one", 100);
-    handler->setFileToTransfer("../two", 0);
+    handler->setFileToTransfer(u"one"_s, 100);
+    handler->setFileToTransfer(u"../two"_s, 0);
     deliver("2");
-    QCOMPARE(contentOf(received("one")), QByteArray());
+    QCOMPARE(contentOf(received(u"one"_s)), QByteArray());
     QCOMPARE(files->count(), 0);
 }
 
 void tst_ClientHandler::withoutASettingFilesGoToTheDesktop()
 {
     QSettings().remove("downloadDirectory");
-    const QString desktop = home->subdirectory("Desktop");
-    handler->setFileToTransfer("note", 0);
+    const QString desktop = home->subdirectory(u"Desktop"_s);
+    handler->setFileToTransfer(u"note"_s, 0);
     deliver("x");
-    QCOMPARE(contentOf(desktop + "/note"), QByteArray("x"));
+    QCOMPARE(contentOf(desktop + u"/note"_s), QByteArray("x"));
     QCOMPARE(files->count(), 1);
-    QCOMPARE(files->at(0).at(0).toString(), desktop + "/note");
+    QCOMPARE(files->at(0).at(0).toString(), desktop + u"/note"_s);
 }
 
 void tst_ClientHandler::theSettingIsReadAtEachAnnouncement()
 {
-    const QString elsewhere = home->subdirectory("elsewhere");
+    const QString elsewhere = home->subdirectory(u"elsewhere"_s);
     QSettings().setValue("downloadDirectory", elsewhere);
-    handler->setFileToTransfer("note", 0);
+    handler->setFileToTransfer(u"note"_s, 0);
     deliver("x");
-    QCOMPARE(contentOf(elsewhere + "/note"), QByteArray("x"));
+    QCOMPARE(contentOf(elsewhere + u"/note"_s), QByteArray("x"));
 }
 
 void tst_ClientHandler::aMissingDirectoryIsNotMade()
 {
-    QSettings().setValue("downloadDirectory", home->path("missing"));
-    handler->setFileToTransfer("note", 0);
+    QSettings().setValue("downloadDirectory", home->path(u"missing"_s));
+    handler->setFileToTransfer(u"note"_s, 0);
     deliver("x");
-    QVERIFY(!QFile::exists(home->path("missing")));
+    QVERIFY(!QFile::exists(home->path(u"missing"_s)));
     QCOMPARE(files->count(), 0);
 }
 
@@ -962,34 +966,34 @@ void tst_ClientHandler::aTransferThatCannotBeOpenedNeverEnds_data()
 void tst_ClientHandler::aTransferThatCannotBeOpenedNeverEnds()
 {
     QFETCH(QString, name);
-    home->subdirectory("received/directory");
-    QVERIFY(QFile::link("/dev/full", received("device")));
-    QVERIFY(QFile::link("../outside", received("link")));
-    QVERIFY(QFile::link(home->subdirectory("elsewhere/pictures"), received("pictures")));
+    home->subdirectory(u"received/directory"_s);
+    QVERIFY(QFile::link(u"/dev/full"_s, received(u"device"_s)));
+    QVERIFY(QFile::link(u"../outside"_s, received(u"link"_s)));
+    QVERIFY(QFile::link(home->subdirectory(u"elsewhere/pictures"_s), received(u"pictures"_s)));
     handler->setFileToTransfer(name, 0);
-    QCOMPARE(messages->all(), QStringList{"debug: File:  \"" + received(name) + "\" "});
+    QCOMPARE(messages->all(), QStringList{u"debug: File:  \""_s + received(name) + u"\" "_s});
     for (int chunk = 0; chunk < 5; ++chunk) {
         deliver("{ a = b; }");
     }
     // Still in file mode: nothing is read as a token, nothing is answered, nothing is written.
     QCOMPARE(tokens->count(), 0);
     QCOMPARE(files->count(), 0);
-    QVERIFY(!QFile::exists(home->path("outside")));
-    QVERIFY(!QFile::exists(home->path("missing")));
-    QVERIFY(!QFile::exists(home->path("elsewhere/note")));
-    QVERIFY(!QFile::exists(home->path("elsewhere/pictures/note")));
+    QVERIFY(!QFile::exists(home->path(u"outside"_s)));
+    QVERIFY(!QFile::exists(home->path(u"missing"_s)));
+    QVERIFY(!QFile::exists(home->path(u"elsewhere/note"_s)));
+    QVERIFY(!QFile::exists(home->path(u"elsewhere/pictures/note"_s)));
     QCOMPARE(answers(), QByteArray());
     // The toolkit does not complain of writes to a file that is not open.
-    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+    QCOMPARE(messages->warnings(), QStringList{u"Device Disconnected "_s});
 }
 
 /// A pipe that nobody reads could not be opened for writing; this one can.
 void tst_ClientHandler::aPipeThatIsReadGetsNothing()
 {
-    QCOMPARE(mkfifo(qPrintable(received("pipe")), 0600), 0);
-    const int reader = open(qPrintable(received("pipe")), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    QCOMPARE(mkfifo(qPrintable(received(u"pipe"_s)), 0600), 0);
+    const int reader = open(qPrintable(received(u"pipe"_s)), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     QVERIFY(reader != -1);
-    handler->setFileToTransfer("pipe", 0);
+    handler->setFileToTransfer(u"pipe"_s, 0);
     deliver("content");
     char byte = 0;
     const ssize_t count = read(reader, &byte, 1);
@@ -1014,40 +1018,40 @@ void tst_ClientHandler::withoutAFullPathNothingIsSavedAndTheUserIsTold()
     QSettings().setValue("downloadDirectory", directory);
     const QString before = QDir::currentPath();
     QDir::setCurrent(home->path());
-    const QStringList told = {"debug: File:  \"" + directory + "/note\" ",
-                              "warning: The file is not saved: the download directory \"" +
+    const QStringList told = {u"debug: File:  \""_s + directory + u"/note\" "_s,
+                              u"warning: The file is not saved: the download directory \""_s +
                                   directory +
-                                  "\" is not a full path. Choose a folder in Preferences. "};
-    handler->setFileToTransfer("note", 0);
+                                  u"\" is not a full path. Choose a folder in Preferences. "_s};
+    handler->setFileToTransfer(u"note"_s, 0);
     QCOMPARE(messages->all(), told);
     deliver("content");
     deliver("more");
     // Once a file, not once a chunk.
     QCOMPARE(messages->all(), told);
-    handler->setFileToTransfer("note", 0);
+    handler->setFileToTransfer(u"note"_s, 0);
     QCOMPARE(messages->all(), told + told);
     QDir::setCurrent(before);
     QCOMPARE(files->count(), 0);
-    QVERIFY(!QFile::exists(home->path("note")));
-    QVERIFY(!QFile::exists(received("note")));
-    QVERIFY(!QFile::exists("/note"));
+    QVERIFY(!QFile::exists(home->path(u"note"_s)));
+    QVERIFY(!QFile::exists(received(u"note"_s)));
+    QVERIFY(!QFile::exists(u"/note"_s));
 }
 
 void tst_ClientHandler::aTransferHoldsOneDescriptor()
 {
     const auto descriptors = [] {
-        return QDir("/proc/self/fd").entryList(QDir::AllEntries | QDir::System).size();
+        return QDir(u"/proc/self/fd"_s).entryList(QDir::AllEntries | QDir::System).size();
     };
     const auto before = descriptors();
-    home->subdirectory("received/directory");
+    home->subdirectory(u"received/directory"_s);
     for (const char *name :
          {"../outside", "directory", "directory/../../outside", "missing/note"}) {
-        handler->setFileToTransfer(name, 100);
+        handler->setFileToTransfer(QLatin1StringView(name), 100);
         QCOMPARE(descriptors(), before);
     }
-    handler->setFileToTransfer("directory/note", 100);
+    handler->setFileToTransfer(u"directory/note"_s, 100);
     QCOMPARE(descriptors(), before + 1);
-    handler->setFileToTransfer("another", 0);
+    handler->setFileToTransfer(u"another"_s, 0);
     QCOMPARE(descriptors(), before + 1);
     deliver("x");
     QCOMPARE(files->count(), 1);
@@ -1056,7 +1060,7 @@ void tst_ClientHandler::aTransferHoldsOneDescriptor()
 
 void tst_ClientHandler::aFailedWriteRaisesTheCount()
 {
-    handler->setFileToTransfer("note", 10);
+    handler->setFileToTransfer(u"note"_s, 10);
     deliver("01234567");
     {
         const FileSizeLimit full(8);
@@ -1067,7 +1071,7 @@ void tst_ClientHandler::aFailedWriteRaisesTheCount()
     QCOMPARE(files->count(), 0);
     deliver("b");
     QCOMPARE(files->count(), 1);
-    QCOMPARE(contentOf(received("note")), QByteArray("0123456789ab"));
+    QCOMPARE(contentOf(received(u"note"_s)), QByteArray("0123456789ab"));
 }
 
 void tst_ClientHandler::aSizeBeyondTheRangeOfTheCountEndsAtOnce_data()
@@ -1083,26 +1087,26 @@ void tst_ClientHandler::aSizeBeyondTheRangeOfTheCountEndsAtOnce_data()
 void tst_ClientHandler::aSizeBeyondTheRangeOfTheCountEndsAtOnce()
 {
     QFETCH(quint64, size);
-    handler->setFileToTransfer("note", size);
+    handler->setFileToTransfer(u"note"_s, size);
     deliver("content");
     QCOMPARE(files->count(), 1);
-    QCOMPARE(contentOf(received("note")), QByteArray("content"));
+    QCOMPARE(contentOf(received(u"note"_s)), QByteArray("content"));
 }
 
 void tst_ClientHandler::aFileThatCannotBeOpenedEndsInSilenceToo()
 {
-    handler->setFileToTransfer("../outside", quint64(1) << 63);
+    handler->setFileToTransfer(u"../outside"_s, quint64(1) << 63);
     messages->clear();
     deliver("lost");
     QCOMPARE(files->count(), 1);
     // Above all no complaint of the toolkit, which would reach the user as a balloon.
     QCOMPARE(messages->all(), QStringList());
-    QVERIFY(!QFile::exists(home->path("outside")));
+    QVERIFY(!QFile::exists(home->path(u"outside"_s)));
 }
 
 void tst_ClientHandler::theLargestCountStaysWhereItIs()
 {
-    handler->setFileToTransfer("../outside", (quint64(1) << 63) - 1);
+    handler->setFileToTransfer(u"../outside"_s, (quint64(1) << 63) - 1);
     deliver("lost");
     deliver("{ a = b; }");
     QCOMPARE(files->count(), 0);
@@ -1111,11 +1115,11 @@ void tst_ClientHandler::theLargestCountStaysWhereItIs()
 
 void tst_ClientHandler::aPeerThatLeavesDuringATransferLeavesWhatItSent()
 {
-    handler->setFileToTransfer("note", 100);
+    handler->setFileToTransfer(u"note"_s, 100);
     deliver("half");
     sockets->peer.disconnectFromHost();
     QVERIFY(waitUntil([&] { return handler.isNull(); }));
-    QCOMPARE(contentOf(received("note")), QByteArray("half"));
+    QCOMPARE(contentOf(received(u"note"_s)), QByteArray("half"));
     QCOMPARE(files->count(), 0);
 }
 
@@ -1127,7 +1131,7 @@ void tst_ClientHandler::aPeerThatLeavesIsToldAndEndsTheHandler()
     sockets->peer.disconnectFromHost();
     QVERIFY(waitUntil([&] { return handler.isNull(); }));
     QCOMPARE(ends.count(), 1);
-    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+    QCOMPARE(messages->warnings(), QStringList{u"Device Disconnected "_s});
 }
 
 void tst_ClientHandler::aBrokenConnectionIsToldTwiceAndEndsTheHandlerOnce()
@@ -1140,8 +1144,8 @@ void tst_ClientHandler::aBrokenConnectionIsToldTwiceAndEndsTheHandlerOnce()
     sockets->peer.abort();
     QVERIFY(waitUntil([&] { return handler.isNull(); }));
     QCOMPARE(messages->all(),
-             QStringList({"debug: Socket error:  QAbstractSocket::RemoteHostClosedError ",
-                          "warning: Device Disconnected "}));
+             QStringList({u"debug: Socket error:  QAbstractSocket::RemoteHostClosedError "_s,
+                          u"warning: Device Disconnected "_s}));
     QCOMPARE(ends.count(), 1);
 }
 
@@ -1151,7 +1155,7 @@ void tst_ClientHandler::anErrorAloneEndsNothing()
         handler, "socketError",
         Q_ARG(QAbstractSocket::SocketError, QAbstractSocket::SocketTimeoutError));
     QCOMPARE(messages->all(),
-             QStringList{"debug: Socket error:  QAbstractSocket::SocketTimeoutError "});
+             QStringList{u"debug: Socket error:  QAbstractSocket::SocketTimeoutError "_s});
     deliver("{ a = b; }");
     QCOMPARE(tokens->count(), 1);
 }

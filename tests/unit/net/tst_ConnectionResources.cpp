@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 class tst_ConnectionResources : public QObject
 {
     Q_OBJECT
@@ -23,7 +25,7 @@ void tst_ConnectionResources::aLargeStoreIsGivenBackInSteps()
     QStringList kept;
     TokenMap map;
     for (int number = 0; number < lists; ++number) {
-        kept.append(QStringLiteral("item %1").arg(number));
+        kept.append(u"item %1"_s.arg(number));
         map.insert(QString::number(number), QStringList(10'000, kept.last()));
     }
     // What only this list holds has been given back.

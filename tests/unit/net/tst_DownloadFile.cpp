@@ -11,6 +11,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 class tst_DownloadFile : public QObject
 {
     Q_OBJECT
@@ -53,15 +55,15 @@ void tst_DownloadFile::aNameIsJoinedToTheDirectory_data()
 void tst_DownloadFile::aNameIsJoinedToTheDirectory()
 {
     QFETCH(QString, name);
-    home->subdirectory("received/sub");
+    home->subdirectory(u"received/sub"_s);
     for (const char *ending : {"", "/", "//", "/sub/.."}) {
-        const QString directory = home->path("received") + ending;
+        const QString directory = home->path(u"received"_s) + QLatin1StringView(ending);
         QFile file;
         QVERIFY(openDownload(file, directory, name));
         QCOMPARE(file.write("content"), qint64(7));
         file.close();
-        QCOMPARE(contentOf(directory + "/" + name), QByteArray("content"));
-        QVERIFY(QFile::remove(directory + "/" + name));
+        QCOMPARE(contentOf(directory + u"/"_s + name), QByteArray("content"));
+        QVERIFY(QFile::remove(directory + u"/"_s + name));
     }
 }
 
@@ -69,24 +71,24 @@ void tst_DownloadFile::anExistingFileIsExtended()
 {
     for (int time = 0; time < 2; ++time) {
         QFile file;
-        QVERIFY(openDownload(file, home->subdirectory("received"), "note"));
+        QVERIFY(openDownload(file, home->subdirectory(u"received"_s), u"note"_s));
         QCOMPARE(file.write("again "), qint64(6));
     }
-    QCOMPARE(contentOf(home->path("received/note")), QByteArray("again again "));
+    QCOMPARE(contentOf(home->path(u"received/note"_s)), QByteArray("again again "));
 }
 
 void tst_DownloadFile::whatIsWrittenIsInTheFileAtOnce()
 {
     QFile file;
-    QVERIFY(openDownload(file, home->subdirectory("received"), "note"));
+    QVERIFY(openDownload(file, home->subdirectory(u"received"_s), u"note"_s));
     // Behind what others append meanwhile, too.
     for (const char *bytes : {"a", "b"}) {
         QCOMPARE(file.write(bytes), qint64(1));
-        QFile other(home->path("received/note"));
+        QFile other(home->path(u"received/note"_s));
         QVERIFY(other.open(QIODevice::Append));
         QCOMPARE(other.write("+"), qint64(1));
     }
-    QCOMPARE(contentOf(home->path("received/note")), QByteArray("a+b+"));
+    QCOMPARE(contentOf(home->path(u"received/note"_s)), QByteArray("a+b+"));
 }
 
 void tst_DownloadFile::namesThatLeadElsewhereAreRefused_data()
@@ -101,22 +103,22 @@ void tst_DownloadFile::namesThatLeadElsewhereAreRefused_data()
     QTest::newRow("out of a directory") << "sub/../../note";
     QTest::newRow("outside by a link") << "link/note";
     QTest::newRow("back from a link") << "link/../note";
-    QTest::newRow("with a NUL") << QString("note") + QChar::Null;
-    QTest::newRow("with a NUL in the middle") << QString("no") + QChar::Null + "te";
+    QTest::newRow("with a NUL") << u"note"_s + QChar::Null;
+    QTest::newRow("with a NUL in the middle") << u"no"_s + QChar::Null + u"te"_s;
 }
 
 void tst_DownloadFile::namesThatLeadElsewhereAreRefused()
 {
     QFETCH(QString, name);
-    home->subdirectory("received/sub");
-    QVERIFY(QFile::link(home->subdirectory("pictures/of/mine"), home->path("received/link")));
+    home->subdirectory(u"received/sub"_s);
+    QVERIFY(QFile::link(home->subdirectory(u"pictures/of/mine"_s), home->path(u"received/link"_s)));
     QFile file;
-    QVERIFY(!openDownload(file, home->path("received"), name));
+    QVERIFY(!openDownload(file, home->path(u"received"_s), name));
     QVERIFY(!file.isOpen());
     QCOMPARE(QDir(home->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-             QStringList({"pictures", "received"}));
-    QCOMPARE(QDir(home->path("pictures/of")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries),
-             QStringList{"mine"});
+             QStringList({u"pictures"_s, u"received"_s}));
+    QCOMPARE(QDir(home->path(u"pictures/of"_s)).entryList(QDir::NoDotAndDotDot | QDir::AllEntries),
+             QStringList{u"mine"_s});
 }
 
 void tst_DownloadFile::onlyAFullPathIsADownloadDirectory_data()
@@ -136,28 +138,28 @@ void tst_DownloadFile::onlyAFullPathIsADownloadDirectory_data()
 void tst_DownloadFile::onlyAFullPathIsADownloadDirectory()
 {
     QFETCH(QString, directory);
-    home->subdirectory("here/received");
+    home->subdirectory(u"here/received"_s);
     const QString before = QDir::currentPath();
-    QDir::setCurrent(home->path("here"));
+    QDir::setCurrent(home->path(u"here"_s));
     QFile file;
-    const bool isOpened = openDownload(file, directory, "note");
-    const bool isOpenedByAFullPath = openDownload(file, directory, home->path("here/note"));
+    const bool isOpened = openDownload(file, directory, u"note"_s);
+    const bool isOpenedByAFullPath = openDownload(file, directory, home->path(u"here/note"_s));
     QDir::setCurrent(before);
     QVERIFY(!isDownloadDirectory(directory));
     QVERIFY(!isOpened);
     QVERIFY(!isOpenedByAFullPath);
-    QVERIFY(isDownloadDirectory(home->path("here")));
-    QVERIFY(!QFile::exists(home->path("here/note")));
-    QVERIFY(!QFile::exists(home->path("here/received/note")));
+    QVERIFY(isDownloadDirectory(home->path(u"here"_s)));
+    QVERIFY(!QFile::exists(home->path(u"here/note"_s)));
+    QVERIFY(!QFile::exists(home->path(u"here/received/note"_s)));
 }
 
 void tst_DownloadFile::theRootDirectoryIsOneToo()
 {
-    QVERIFY(isDownloadDirectory("/"));
+    QVERIFY(isDownloadDirectory(u"/"_s));
     QFile file;
     // By its full path below the root directory, which is no way out of it.
-    QVERIFY(openDownload(file, "/", home->path("note")));
-    QVERIFY(QFile::exists(home->path("note")));
+    QVERIFY(openDownload(file, u"/"_s, home->path(u"note"_s)));
+    QVERIFY(QFile::exists(home->path(u"note"_s)));
 }
 
 QTEST_GUILESS_MAIN(tst_DownloadFile)

@@ -7,6 +7,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr qint64 limit = 1'000;
@@ -32,7 +34,8 @@ private slots:
     void aTextThatNobodyHoldsIsGivenBack();
 
 private:
-    std::unique_ptr<MemoryAccount> account(const QString &name, const QString &address = "10.0.0.1")
+    std::unique_ptr<MemoryAccount> account(const QString &name,
+                                           const QString &address = u"10.0.0.1"_s)
     {
         auto made = std::make_unique<MemoryAccount>(budget, QHostAddress(address),
                                                     [this, name] { closed.append(name); });
@@ -51,39 +54,39 @@ void tst_MemoryBudget::init()
 
 void tst_MemoryBudget::theLimitItselfIsAllowed()
 {
-    const auto one = account("one");
-    const auto two = account("two");
+    const auto one = account(u"one"_s);
+    const auto two = account(u"two"_s);
     one->set(600);
     two->set(400);
     QCOMPARE(budget.total(), limit);
     QCOMPARE(closed, QStringList());
     two->set(401);
-    QCOMPARE(closed, QStringList("one"));
+    QCOMPARE(closed, QStringList(u"one"_s));
     QCOMPARE(budget.total(), 401);
 }
 
 void tst_MemoryBudget::theOneThatHoldsMostGoes()
 {
-    const auto small = account("small");
-    const auto large = account("large");
-    const auto last = account("last");
+    const auto small = account(u"small"_s);
+    const auto large = account(u"large"_s);
+    const auto last = account(u"last"_s);
     small->set(10);
     large->set(600);
     last->set(391);
-    QCOMPARE(closed, QStringList("large"));
+    QCOMPARE(closed, QStringList(u"large"_s));
 }
 
 void tst_MemoryBudget::asManyGoAsMust()
 {
-    const auto one = account("one");
-    const auto two = account("two");
-    const auto three = account("three");
+    const auto one = account(u"one"_s);
+    const auto two = account(u"two"_s);
+    const auto three = account(u"three"_s);
     one->set(300);
     two->set(310);
     three->set(320);
     {
         const SharedText text(budget, QString(250, u'x'));
-        QCOMPARE(closed, QStringList({"three", "two"}));
+        QCOMPARE(closed, QStringList({u"three"_s, u"two"_s}));
     }
     QCOMPARE(budget.total(), 300);
 }
@@ -91,31 +94,31 @@ void tst_MemoryBudget::asManyGoAsMust()
 /// Many connections of one peer are one peer: each may hold little.
 void tst_MemoryBudget::theAddressThatHoldsMostLosesOne()
 {
-    const auto honest = account("honest", "10.0.0.2");
+    const auto honest = account(u"honest"_s, u"10.0.0.2"_s);
     std::vector<std::unique_ptr<MemoryAccount>> crowd;
     honest->set(200);
     for (int number = 0; number < 9; ++number) {
         crowd.push_back(account(QString::number(number)));
         crowd.back()->set(90 + number);
     }
-    QCOMPARE(closed, QStringList("8"));
+    QCOMPARE(closed, QStringList(u"8"_s));
     QCOMPARE(budget.total(), 200 + 8 * 90 + 28);
 }
 
 void tst_MemoryBudget::theOneThatGrowsMayGoItself()
 {
-    const auto other = account("other");
-    const auto growing = account("growing");
+    const auto other = account(u"other"_s);
+    const auto growing = account(u"growing"_s);
     other->set(300);
     growing->set(5'000);
-    QCOMPARE(closed, QStringList("growing"));
+    QCOMPARE(closed, QStringList(u"growing"_s));
     QCOMPARE(budget.total(), 300);
 }
 
 void tst_MemoryBudget::whatEndsGivesBackWhatItHeld()
 {
     {
-        const auto one = account("one");
+        const auto one = account(u"one"_s);
         one->set(700);
         one->set(500);
         QCOMPARE(budget.total(), 500);
@@ -126,11 +129,11 @@ void tst_MemoryBudget::whatEndsGivesBackWhatItHeld()
 
 void tst_MemoryBudget::aClosedAccountHoldsNothingAnyMore()
 {
-    const auto one = account("one");
+    const auto one = account(u"one"_s);
     one->set(500);
     one->close();
     one->set(800);
-    one->setText(std::make_shared<const SharedText>(budget, "text"));
+    one->setText(std::make_shared<const SharedText>(budget, u"text"_s));
     QCOMPARE(budget.total(), 0);
 }
 
@@ -149,9 +152,9 @@ void tst_MemoryBudget::aTextThatManyHoldCountsOnce()
 
 void tst_MemoryBudget::aTextIsSharedAmongThoseWhoHoldIt()
 {
-    const auto one = account("one", "10.0.0.1");
-    const auto two = account("two", "10.0.0.2");
-    const auto greedy = account("greedy", "10.0.0.3");
+    const auto one = account(u"one"_s, u"10.0.0.1"_s);
+    const auto two = account(u"two"_s, u"10.0.0.2"_s);
+    const auto greedy = account(u"greedy"_s, u"10.0.0.3"_s);
     auto text = std::make_shared<const SharedText>(budget, QString(300, u'x'));
     one->setText(text);
     two->setText(text);
@@ -160,12 +163,12 @@ void tst_MemoryBudget::aTextIsSharedAmongThoseWhoHoldIt()
     greedy->set(399);
     QCOMPARE(closed, QStringList());
     greedy->set(401);
-    QCOMPARE(closed, QStringList("greedy"));
+    QCOMPARE(closed, QStringList(u"greedy"_s));
 }
 
 void tst_MemoryBudget::aTextThatNobodyHoldsIsGivenBack()
 {
-    const auto one = account("one");
+    const auto one = account(u"one"_s);
     one->setText(std::make_shared<const SharedText>(budget, QString(100, u'x')));
     QCOMPARE(budget.total(), 200);
     one->setText(std::make_shared<const SharedText>(budget, QString(50, u'x')));

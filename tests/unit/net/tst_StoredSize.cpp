@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class tst_StoredSize : public QObject
 {
     Q_OBJECT
@@ -33,7 +35,7 @@ void tst_StoredSize::oneKeyMoreThanTheMaximumIsTooMuch()
         stored.store(QString::number(key), QString());
     }
     QVERIFY(!stored.isTooMuch());
-    stored.store("one more", QString());
+    stored.store(u"one more"_s, QString());
     QVERIFY(stored.isTooMuch());
 }
 
@@ -41,7 +43,7 @@ void tst_StoredSize::aKeySentAgainCountsOnce()
 {
     StoredSize stored;
     for (int time = 0; time < 70'000; ++time) {
-        stored.store("cmdType", QString(1000, u'x'));
+        stored.store(u"cmdType"_s, QString(1000, u'x'));
     }
     QVERIFY(!stored.isTooMuch());
 }
@@ -50,9 +52,9 @@ void tst_StoredSize::oneByteMoreThanTheMaximumIsTooMuch()
 {
     constexpr qsizetype maximum = 16 * 1024 * 1024;
     StoredSize stored;
-    stored.store("k", QString(maximum - 1, u'x'));
+    stored.store(u"k"_s, QString(maximum - 1, u'x'));
     QVERIFY(!stored.isTooMuch());
-    stored.store("k", QString(maximum, u'x'));
+    stored.store(u"k"_s, QString(maximum, u'x'));
     QVERIFY(stored.isTooMuch());
 }
 
@@ -79,9 +81,9 @@ void tst_StoredSize::aListCountsItsItemsAndTheirSeparators()
 void tst_StoredSize::aSmallerValueGivesItsBytesBack()
 {
     StoredSize stored;
-    stored.store("a", QString(10'000'000, u'x'));
-    stored.store("a", QString());
-    stored.store("b", QString(10'000'000, u'x'));
+    stored.store(u"a"_s, QString(10'000'000, u'x'));
+    stored.store(u"a"_s, QString());
+    stored.store(u"b"_s, QString(10'000'000, u'x'));
     QVERIFY(!stored.isTooMuch());
 }
 
@@ -89,12 +91,12 @@ void tst_StoredSize::shortItemsTakeMoreMemoryThanOnTheWire()
 {
     StoredSize stored;
     QCOMPARE(stored.memory(), 0);
-    stored.store("k", QString(100'000, u'x'));
+    stored.store(u"k"_s, QString(100'000, u'x'));
     QVERIFY(stored.memory() >= 200'000 && stored.memory() < 201'000);
-    stored.store("k", QStringList(100'000, "a"));
+    stored.store(u"k"_s, QStringList(100'000, u"a"_s));
     // What three bytes on the wire take: the place in the list, the text and what is around it.
     QVERIFY(stored.memory() >= 100'000 * 40 && stored.memory() < 100'000 * 80);
-    stored.store("k", QString());
+    stored.store(u"k"_s, QString());
     QVERIFY(stored.memory() < 1'000);
 }
 

@@ -11,6 +11,8 @@
 
 #include <array>
 
+using namespace Qt::StringLiterals;
+
 using TokenText::ReadResult;
 
 Q_DECLARE_METATYPE(TokenText::ReadResult)
@@ -75,108 +77,118 @@ void tst_TokenText::readsEntries_data()
     };
     const auto list = [](const QStringList &items) { return QVariant(items); };
 
-    row("one entry", "{ a = b; }", {{"a", "b"}});
-    row("two entries", "{ a = b; c = d; }", {{"a", "b"}, {"c", "d"}});
-    row("a key sent twice", "{ a = b; a = c; }", {{"a", "c"}});
-    row("value with an equals sign", "{ a = b = c; }", {{"a", "b = c"}});
-    row("value without blanks around the equals sign", "{ a=b; }", {{"a=b", "b"}});
+    row("one entry", "{ a = b; }", {{u"a"_s, u"b"_s}});
+    row("two entries", "{ a = b; c = d; }", {{u"a"_s, u"b"_s}, {u"c"_s, u"d"_s}});
+    row("a key sent twice", "{ a = b; a = c; }", {{u"a"_s, u"c"_s}});
+    row("value with an equals sign", "{ a = b = c; }", {{u"a"_s, u"b = c"_s}});
+    row("value without blanks around the equals sign", "{ a=b; }", {{u"a=b"_s, u"b"_s}});
     row("Latin-1 letters", "{ \xe9 = \xff; }", {{QString(u'\u00e9'), QString(u'\u00ff')}});
-    row("bracket inside a text", "{ a = x(b, c); }", {{"a", "x(b, c)"}});
+    row("bracket inside a text", "{ a = x(b, c); }", {{u"a"_s, u"x(b, c)"_s}});
 
-    row("line ends, tabs and other white space", "{\r\n\ta\v=\f\n b  c;\t}", {{"a", "b c"}});
-    row("blanks around", " \n { a = b; } \t", {{"a", "b"}});
+    row("line ends, tabs and other white space", "{\r\n\ta\v=\f\n b  c;\t}", {{u"a"_s, u"b c"_s}});
+    row("blanks around", " \n { a = b; } \t", {{u"a"_s, u"b"_s}});
     row("no-break space",
         "{\xa0"
         "a = b;\xa0}",
-        {{"a", "b"}});
+        {{u"a"_s, u"b"_s}});
 
-    row("last character goes when no ';' ends the body", "{ a = bc }", {{"a", "b"}});
-    row("last character of a short body", "{ a = b }", {{"a", ""}});
-    row("empty body", "{ }", {{"", ""}});
-    row("body of blanks", "{     }", {{"", ""}});
-    row("body of one ';'", "{ ; }", {{"", ""}});
-    row("';' in front of everything does not split", "{ ;; }", {{";", ""}});
-    row("';' in front of an entry", "{ ;a = b; }", {{";a", "b"}});
-    row("empty segment", "{ a = b;; }", {{"a", "b"}, {"", ""}});
-    row("two empty segments", "{ a = b;;;c = d; }", {{"a", "b"}, {"", ""}, {"c", "d"}});
-    row("no equals sign", "{ abcd; }", {{"abcd", "cd"}});
-    row("no equals sign, one character", "{ a; }", {{"a", ""}});
-    row("no equals sign in a further segment", "{ a = b; xyz; }", {{"a", "b"}, {"xyz", "yz"}});
-    row("equals sign without a key", "{ = b; }", {{"= b", "b"}});
-    row("key without a value", "{ a =; }", {{"a =", "="}});
+    row("last character goes when no ';' ends the body", "{ a = bc }", {{u"a"_s, u"b"_s}});
+    row("last character of a short body", "{ a = b }", {{u"a"_s, u""_s}});
+    row("empty body", "{ }", {{u""_s, u""_s}});
+    row("body of blanks", "{     }", {{u""_s, u""_s}});
+    row("body of one ';'", "{ ; }", {{u""_s, u""_s}});
+    row("';' in front of everything does not split", "{ ;; }", {{u";"_s, u""_s}});
+    row("';' in front of an entry", "{ ;a = b; }", {{u";a"_s, u"b"_s}});
+    row("empty segment", "{ a = b;; }", {{u"a"_s, u"b"_s}, {u""_s, u""_s}});
+    row("two empty segments", "{ a = b;;;c = d; }",
+        {{u"a"_s, u"b"_s}, {u""_s, u""_s}, {u"c"_s, u"d"_s}});
+    row("no equals sign", "{ abcd; }", {{u"abcd"_s, u"cd"_s}});
+    row("no equals sign, one character", "{ a; }", {{u"a"_s, u""_s}});
+    row("no equals sign in a further segment", "{ a = b; xyz; }",
+        {{u"a"_s, u"b"_s}, {u"xyz"_s, u"yz"_s}});
+    row("equals sign without a key", "{ = b; }", {{u"= b"_s, u"b"_s}});
+    row("key without a value", "{ a =; }", {{u"a ="_s, u"="_s}});
     row("no key but an equals sign in a further segment", "{ a = b; = c; }",
-        {{"a", "b"}, {"", "c"}});
+        {{u"a"_s, u"b"_s}, {u""_s, u"c"_s}});
 
-    row("list", "{ l = (a, b); }", {{"l", list({"a", "b"})}});
-    row("list of one", "{ l = (a); }", {{"l", list({"a"})}});
-    row("empty list", "{ l = (); }", {{"l", list({""})}});
-    row("list of a blank", "{ l = ( ); }", {{"l", list({""})}});
-    row("missing item", "{ l = (a, , b); }", {{"l", list({"a", "", "b"})}});
-    row("missing first item", "{ l = (, a); }", {{"l", list({"", "a"})}});
-    row("missing last item", "{ l = (a, ); }", {{"l", list({"a,"})}});
-    row("comma without a blank", "{ l = (a,b); }", {{"l", list({"a,b"})}});
-    row("blanks around items", "{ l = ( a , b ); }", {{"l", list({"a ", "b"})}});
-    row("list that is not closed", "{ l = (a, b; }", {{"l", list({"a,"})}});
-    row("only an opening bracket", "{ l = (; }", {{"l", list({""})}});
-    row("something behind the closing bracket", "{ l = (a, b) c; }", {{"l", list({"a", "b)"})}});
-    row("list in a list", "{ l = ((a, b), c); }", {{"l", list({"(a", "b)", "c"})}});
-    row("two brackets", "{ l = (); m = (x); }", {{"l", list({""})}, {"m", list({"x"})}});
+    row("list", "{ l = (a, b); }", {{u"l"_s, list({u"a"_s, u"b"_s})}});
+    row("list of one", "{ l = (a); }", {{u"l"_s, list({u"a"_s})}});
+    row("empty list", "{ l = (); }", {{u"l"_s, list({u""_s})}});
+    row("list of a blank", "{ l = ( ); }", {{u"l"_s, list({u""_s})}});
+    row("missing item", "{ l = (a, , b); }", {{u"l"_s, list({u"a"_s, u""_s, u"b"_s})}});
+    row("missing first item", "{ l = (, a); }", {{u"l"_s, list({u""_s, u"a"_s})}});
+    row("missing last item", "{ l = (a, ); }", {{u"l"_s, list({u"a,"_s})}});
+    row("comma without a blank", "{ l = (a,b); }", {{u"l"_s, list({u"a,b"_s})}});
+    row("blanks around items", "{ l = ( a , b ); }", {{u"l"_s, list({u"a "_s, u"b"_s})}});
+    row("list that is not closed", "{ l = (a, b; }", {{u"l"_s, list({u"a,"_s})}});
+    row("only an opening bracket", "{ l = (; }", {{u"l"_s, list({u""_s})}});
+    row("something behind the closing bracket", "{ l = (a, b) c; }",
+        {{u"l"_s, list({u"a"_s, u"b)"_s})}});
+    row("list in a list", "{ l = ((a, b), c); }", {{u"l"_s, list({u"(a"_s, u"b)"_s, u"c"_s})}});
+    row("two brackets", "{ l = (); m = (x); }",
+        {{u"l"_s, list({u""_s})}, {u"m"_s, list({u"x"_s})}});
     row("list as the value of a segment without an equals sign", "{ ab(c, d); }",
-        {{"ab(c, d)", list({"c", "d"})}});
+        {{u"ab(c, d)"_s, list({u"c"_s, u"d"_s})}});
 
-    row("quotes are removed", "{ \"a\" = \"b\"; }", {{"a", "b"}});
+    row("quotes are removed", "{ \"a\" = \"b\"; }", {{u"a"_s, u"b"_s}});
     row("quotes everywhere", "{ \"\"a\" \"=\" \"b\"\"\";\" c = (\"d\", e\"f, \"\"); \" }",
-        {{"a", "b"}, {"c", list({"d", "ef,"})}});
-    row("quotes around the whole", "\"{ a = b; }\"", {{"a", "b"}});
-    row("quotes hide no ';'", "{ a = \"b;c\"; }", {{"a", "b"}, {"c", ""}});
-    row("blanks inside quotes", "{ a = \"  b  c  \"; }", {{"a", "b c"}});
-    row("blanks that only quotes part", "{ a = b\" \" c; }", {{"a", "b  c"}});
-    row("a quote as the last character", "{ a = bc\" }", {{"a", "b"}});
-    row("only quotes", "{ \"\"\"\" }", {{"", ""}});
+        {{u"a"_s, u"b"_s}, {u"c"_s, list({u"d"_s, u"ef,"_s})}});
+    row("quotes around the whole", "\"{ a = b; }\"", {{u"a"_s, u"b"_s}});
+    row("quotes hide no ';'", "{ a = \"b;c\"; }", {{u"a"_s, u"b"_s}, {u"c"_s, u""_s}});
+    row("blanks inside quotes", "{ a = \"  b  c  \"; }", {{u"a"_s, u"b c"_s}});
+    row("blanks that only quotes part", "{ a = b\" \" c; }", {{u"a"_s, u"b  c"_s}});
+    row("a quote as the last character", "{ a = bc\" }", {{u"a"_s, u"b"_s}});
+    row("only quotes", "{ \"\"\"\" }", {{u""_s, u""_s}});
 
     row("ignored ';'", "{ a = x[[[IGNORE]]];y[[[ENDIGNORE]]]; b = z; }",
-        {{"a", "x;y"}, {"b", "z"}});
-    row("ignored ';;'", "{ a = [[[IGNORE]]];;[[[ENDIGNORE]]]; }", {{"a", ";;"}});
+        {{u"a"_s, u"x;y"_s}, {u"b"_s, u"z"_s}});
+    row("ignored ';;'", "{ a = [[[IGNORE]]];;[[[ENDIGNORE]]]; }", {{u"a"_s, u";;"_s}});
     row("only the first pair counts",
         "{ a = [[[IGNORE]]]1;2[[[ENDIGNORE]]]; b = [[[IGNORE]]]3;4[[[ENDIGNORE]]]; }",
-        {{"a", "1;2"}, {"b", "3"}, {"4", ""}});
+        {{u"a"_s, u"1;2"_s}, {u"b"_s, u"3"_s}, {u"4"_s, u""_s}});
     row("two starts, one end", "{ a = [[[IGNORE]]]1;[[[IGNORE]]]2;3[[[ENDIGNORE]]]; }",
-        {{"a", "1;2;3"}});
+        {{u"a"_s, u"1;2;3"_s}});
     row("one start, two ends", "{ a = [[[IGNORE]]]1;2[[[ENDIGNORE]]]3;4[[[ENDIGNORE]]]; }",
-        {{"a", "1;23"}, {"4", ""}});
-    row("end before start", "{ a = [[[ENDIGNORE]]]1;2[[[IGNORE]]]; }", {{"a", "1"}, {"2", ""}});
+        {{u"a"_s, u"1;23"_s}, {u"4"_s, u""_s}});
+    row("end before start", "{ a = [[[ENDIGNORE]]]1;2[[[IGNORE]]]; }",
+        {{u"a"_s, u"1"_s}, {u"2"_s, u""_s}});
     row("end before start before end", "{ a = [[[ENDIGNORE]]]1;[[[IGNORE]]]2;3[[[ENDIGNORE]]]; }",
-        {{"a", "1"}, {"2", ""}, {"3", ""}});
-    row("start without end", "{ a = [[[IGNORE]]]1;2; }", {{"a", "1"}, {"2", ""}});
-    row("end without start", "{ a = 1;2[[[ENDIGNORE]]]; }", {{"a", "1"}, {"2", ""}});
+        {{u"a"_s, u"1"_s}, {u"2"_s, u""_s}, {u"3"_s, u""_s}});
+    row("start without end", "{ a = [[[IGNORE]]]1;2; }", {{u"a"_s, u"1"_s}, {u"2"_s, u""_s}});
+    row("end without start", "{ a = 1;2[[[ENDIGNORE]]]; }", {{u"a"_s, u"1"_s}, {u"2"_s, u""_s}});
     row("stretch over entries", "{ a = [[[IGNORE]]]1; b = 2[[[ENDIGNORE]]]; }",
-        {{"a", "1; b = 2"}});
-    row("markers at the very ends", "{ [[[IGNORE]]]a = 1;2[[[ENDIGNORE]]]; }", {{"a", "1;2"}});
+        {{u"a"_s, u"1; b = 2"_s}});
+    row("markers at the very ends", "{ [[[IGNORE]]]a = 1;2[[[ENDIGNORE]]]; }",
+        {{u"a"_s, u"1;2"_s}});
     row("markers in other letters", "{ a = [[[ignore]]]1;2[[[endignore]]]; }",
-        {{"a", "[[[ignore]]]1"}, {"2[[[endignore]]]", "[[endignore]]]"}});
+        {{u"a"_s, u"[[[ignore]]]1"_s}, {u"2[[[endignore]]]"_s, u"[[endignore]]]"_s}});
     row("marker that the removal of another makes", "{ a = [[[END[[[IGNORE]]]IGNORE]]]x; }",
-        {{"a", "x"}});
+        {{u"a"_s, u"x"_s}});
     row("start marker in a start marker", "{ a = [[[IGN[[[IGNORE]]]ORE]]]x; }",
-        {{"a", "[[[IGNORE]]]x"}});
+        {{u"a"_s, u"[[[IGNORE]]]x"_s}});
     row("end marker in a start marker", "{ a = [[[IGN[[[ENDIGNORE]]]ORE]]]x; }",
-        {{"a", "[[[IGNORE]]]x"}});
-    row("marker cut by quotes", "{ a = [[[IGN\"ORE]]]1;2[[[END\"IGNORE]]]; }", {{"a", "1;2"}});
+        {{u"a"_s, u"[[[IGNORE]]]x"_s}});
+    row("marker cut by quotes", "{ a = [[[IGN\"ORE]]]1;2[[[END\"IGNORE]]]; }",
+        {{u"a"_s, u"1;2"_s}});
 
-    row("prefix of one character stays, with its brace", "x{ a = b; }", {{"{ a", "b"}});
-    row("prefix of two characters", "xy{ a = b; }", {{"a", "b"}});
-    row("prefix of five characters", "vwxyz{ a = b; }", {{"a", "b"}});
-    row("prefix with a blank", "x { a = b; }", {{"a", "b"}});
-    row("brace at position 2 in a prefix of five", "ab{cd{ e = f; }", {{"cd{ e", "f"}});
-    row("brace at position 1 in a prefix of five", "a{bcd{ e = f; }", {{"e", "f"}});
-    row("brace at position 0 in a prefix", "{abcd{ e = f; }", {{"e", "f"}});
-    row("brace inside a token at position 1", "x{ a = {b; }", {{"b", ""}});
-    row("second token behind one at position 1", "x{ a = b; } { c = d; }", {{"c", "d"}});
-    row("brace behind the last closing one", "x{ } y{", {{"{ }", "}"}});
-    row("rest behind a token with a prefix is cut off", "xy{ a = b; } rest", {{"a", "b"}});
-    row("rest behind a token without a prefix stays", "{ a = b; } xyz", {{"a", "b"}, {"} x", "x"}});
-    row("two tokens in one chunk", "{ a = b; } { c = d; }", {{"a", "b"}, {"} { c", "d"}});
-    row("two tokens in one chunk, not parted", "{ a = b; }{ c = d; }", {{"a", "b"}, {"}{ c", "d"}});
-    row("braces inside values", "{ a = {; b = }; }", {{"a", "{"}, {"b", "}"}});
+    row("prefix of one character stays, with its brace", "x{ a = b; }", {{u"{ a"_s, u"b"_s}});
+    row("prefix of two characters", "xy{ a = b; }", {{u"a"_s, u"b"_s}});
+    row("prefix of five characters", "vwxyz{ a = b; }", {{u"a"_s, u"b"_s}});
+    row("prefix with a blank", "x { a = b; }", {{u"a"_s, u"b"_s}});
+    row("brace at position 2 in a prefix of five", "ab{cd{ e = f; }", {{u"cd{ e"_s, u"f"_s}});
+    row("brace at position 1 in a prefix of five", "a{bcd{ e = f; }", {{u"e"_s, u"f"_s}});
+    row("brace at position 0 in a prefix", "{abcd{ e = f; }", {{u"e"_s, u"f"_s}});
+    row("brace inside a token at position 1", "x{ a = {b; }", {{u"b"_s, u""_s}});
+    row("second token behind one at position 1", "x{ a = b; } { c = d; }", {{u"c"_s, u"d"_s}});
+    row("brace behind the last closing one", "x{ } y{", {{u"{ }"_s, u"}"_s}});
+    row("rest behind a token with a prefix is cut off", "xy{ a = b; } rest", {{u"a"_s, u"b"_s}});
+    row("rest behind a token without a prefix stays", "{ a = b; } xyz",
+        {{u"a"_s, u"b"_s}, {u"} x"_s, u"x"_s}});
+    row("two tokens in one chunk", "{ a = b; } { c = d; }",
+        {{u"a"_s, u"b"_s}, {u"} { c"_s, u"d"_s}});
+    row("two tokens in one chunk, not parted", "{ a = b; }{ c = d; }",
+        {{u"a"_s, u"b"_s}, {u"}{ c"_s, u"d"_s}});
+    row("braces inside values", "{ a = {; b = }; }", {{u"a"_s, u"{"_s}, {u"b"_s, u"}"_s}});
 }
 
 void tst_TokenText::readsEntries()
@@ -230,7 +242,7 @@ void tst_TokenText::tellsWhatItFound()
 void tst_TokenText::givesTheCollapsedTextOfWhatItCouldNotRead()
 {
     const auto ignore = [](const QString &, const QVariant &) {};
-    QCOMPARE(TokenText::read("\tx  }\r\n{ \"y\"  ", ignore).text, QString("x } { \"y\""));
+    QCOMPARE(TokenText::read("\tx  }\r\n{ \"y\"  ", ignore).text, u"x } { \"y\""_s);
 }
 
 void tst_TokenText::visitsNothingOfWhatItCouldNotRead_data()
@@ -251,9 +263,9 @@ void tst_TokenText::visitsEntriesInTheirOrderAndKeysTwice()
 {
     QStringList visited;
     TokenText::read("{ b = 1; a = 2; b = 3; }", [&](const QString &key, const QVariant &value) {
-        visited.append(key + '=' + value.toString());
+        visited.append(key + u'=' + value.toString());
     });
-    QCOMPARE(visited, QStringList({"b=1", "a=2", "b=3"}));
+    QCOMPARE(visited, QStringList({u"b=1"_s, u"a=2"_s, u"b=3"_s}));
 }
 
 void tst_TokenText::readsTheWorkedExample()
@@ -265,14 +277,15 @@ void tst_TokenText::readsTheWorkedExample()
                              "        two\n"
                              "    );\n"
                              "}";
-    const TokenMap entries = {{"cmdType", "example"}, {"cmdParameters", QStringList{"one", "two"}}};
+    const TokenMap entries = {{u"cmdType"_s, u"example"_s},
+                              {u"cmdParameters"_s, QStringList{u"one"_s, u"two"_s}}};
     QCOMPARE(mapOf(chunk), entries);
     QCOMPARE(resultOf(chunk), ReadResult::Token);
 }
 
 void tst_TokenText::readsUpToTheFirstNulByte()
 {
-    const TokenMap entries = {{"a", "b"}};
+    const TokenMap entries = {{u"a"_s, u"b"_s}};
     QCOMPARE(mapOf(QByteArray("{ a = b; }\0 c = d; }", 20)), entries);
     QCOMPARE(mapOf(QByteArray("{ a = b; }\0", 11)), entries);
     QCOMPARE(resultOf(QByteArray("{ a = b;\0 }", 11)), ReadResult::NotAToken);
@@ -365,9 +378,9 @@ QString described(const std::vector<std::pair<std::string, NaiveTokenReader::Val
 {
     QString text;
     for (const auto &[key, value] : entries) {
-        text += '<' + QString::fromStdString(key) + '>' + (value.isList ? "list" : "text");
+        text += u'<' + QString::fromStdString(key) + u'>' + (value.isList ? u"list"_s : u"text"_s);
         for (const std::string &item : value.texts) {
-            text += '<' + QString::fromStdString(item) + '>';
+            text += u'<' + QString::fromStdString(item) + u'>';
         }
     }
     return text;
@@ -378,13 +391,13 @@ QString described(NaiveTokenReader::Outcome outcome)
     using NaiveTokenReader::Outcome;
     switch (outcome) {
     case Outcome::Silent:
-        return "silent";
+        return u"silent"_s;
     case Outcome::Bad:
-        return "bad";
+        return u"bad"_s;
     case Outcome::Read:
-        return "read";
+        return u"read"_s;
     case Outcome::Fixed:
-        return "fixed";
+        return u"fixed"_s;
     }
     return {};
 }
@@ -393,13 +406,13 @@ QString described(ReadResult result)
 {
     switch (result) {
     case ReadResult::NotAToken:
-        return "silent";
+        return u"silent"_s;
     case ReadResult::Reversed:
-        return "bad";
+        return u"bad"_s;
     case ReadResult::Token:
-        return "read";
+        return u"read"_s;
     case ReadResult::TokenWithPrefix:
-        return "fixed";
+        return u"fixed"_s;
     }
     return {};
 }
@@ -409,9 +422,9 @@ QString describedReading(const QByteArray &text)
     QString entries;
     const auto reading = TokenText::read(text, [&](const QString &key, const QVariant &value) {
         const bool isList = value.typeId() == QMetaType::QStringList;
-        entries += '<' + key + '>' + (isList ? "list" : "text");
+        entries += u'<' + key + u'>' + (isList ? u"list"_s : u"text"_s);
         for (const QString &item : isList ? value.toStringList() : QStringList{value.toString()}) {
-            entries += '<' + item + '>';
+            entries += u'<' + item + u'>';
         }
     });
     return described(reading.result) + entries;
@@ -433,7 +446,7 @@ void tst_TokenText::agreesWithTheNaiveReader()
     }
     // Random texts that never reach a branch would prove nothing about it.
     for (const char *outcome : {"silent", "bad", "read", "fixed"}) {
-        QVERIFY2(outcomes.value(outcome) > 50, outcome);
+        QVERIFY2(outcomes.value(QLatin1StringView(outcome)) > 50, outcome);
     }
 }
 
@@ -491,56 +504,57 @@ void tst_TokenText::writesEntries_data()
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<QString>("text");
 
-    QTest::newRow("text") << QVariant("v") << "{k = \"v\";}";
-    QTest::newRow("empty text") << QVariant("") << "{k = \"\";}";
+    QTest::newRow("text") << QVariant(u"v"_s) << "{k = \"v\";}";
+    QTest::newRow("empty text") << QVariant(u""_s) << "{k = \"\";}";
     QTest::newRow("no value") << QVariant() << "{k = \"\";}";
     QTest::newRow("number") << QVariant(-5) << "{k = \"-5\";}";
     QTest::newRow("boolean") << QVariant(true) << "{k = \"true\";}";
     QTest::newRow("quotes, backslashes and line ends")
-        << QVariant("a\"\\\n;") << "{k = \"a\"\\\n;\";}";
+        << QVariant(u"a\"\\\n;"_s) << "{k = \"a\"\\\n;\";}";
     QTest::newRow("letters beyond ASCII")
-        << QVariant(QStringLiteral("\u00e9\u2603")) << QStringLiteral("{k = \"\u00e9\u2603\";}");
+        << QVariant(u"\u00e9\u2603"_s) << u"{k = \"\u00e9\u2603\";}"_s;
     QTest::newRow("empty list") << QVariant(QStringList()) << "{k =();}";
-    QTest::newRow("list of one") << QVariant(QStringList{"a"}) << "{k = (\"a\" );}";
-    QTest::newRow("list of two") << QVariant(QStringList{"a", "b"}) << "{k = (\"a\", \"b\" );}";
+    QTest::newRow("list of one") << QVariant(QStringList{u"a"_s}) << "{k = (\"a\" );}";
+    QTest::newRow("list of two") << QVariant(QStringList{u"a"_s, u"b"_s})
+                                 << "{k = (\"a\", \"b\" );}";
     QTest::newRow("list of three empty ones")
-        << QVariant(QStringList{"", "", ""}) << "{k = (\"\", \"\", \"\" );}";
+        << QVariant(QStringList{u""_s, u""_s, u""_s}) << "{k = (\"\", \"\", \"\" );}";
     QTest::newRow("list item with a quote")
-        << QVariant(QStringList{"a\"b"}) << "{k = (\"a\"b\" );}";
+        << QVariant(QStringList{u"a\"b"_s}) << "{k = (\"a\"b\" );}";
 }
 
 void tst_TokenText::writesEntries()
 {
     QFETCH(QVariant, value);
-    QTEST(TokenText::write({{"k", value}}), "text");
+    QTEST(TokenText::write({{u"k"_s, value}}), "text");
 }
 
 void tst_TokenText::writesAllEntriesWithNothingBetweenThem()
 {
-    QCOMPARE(TokenText::write({}), QString("{}"));
-    QCOMPARE(TokenText::write({{"", ""}}), QString("{ = \"\";}"));
+    QCOMPARE(TokenText::write({}), u"{}"_s);
+    QCOMPARE(TokenText::write({{u""_s, u""_s}}), u"{ = \"\";}"_s);
 
-    const QString response = "serverResponse = \"OK\";";
-    const QString command = "fncCommand = (\"x\", \"y\" );";
-    const QString text =
-        TokenText::write({{"serverResponse", "OK"}, {"fncCommand", QStringList{"x", "y"}}});
-    QVERIFY2(text == '{' + response + command + '}' || text == '{' + command + response + '}',
+    const QString response = u"serverResponse = \"OK\";"_s;
+    const QString command = u"fncCommand = (\"x\", \"y\" );"_s;
+    const QString text = TokenText::write(
+        {{u"serverResponse"_s, u"OK"_s}, {u"fncCommand"_s, QStringList{u"x"_s, u"y"_s}}});
+    QVERIFY2(text == u'{' + response + command + u'}' || text == u'{' + command + response + u'}',
              qPrintable(text));
 }
 
 void tst_TokenText::writesTheBlankBeforeAnEmptyListAway()
 {
-    const QString text = TokenText::write({{"a", "b"}, {"k", QStringList()}});
-    QVERIFY2(text == "{a = \"b\";k =();}" || text == "{k =();a = \"b\";}", qPrintable(text));
+    const QString text = TokenText::write({{u"a"_s, u"b"_s}, {u"k"_s, QStringList()}});
+    QVERIFY2(text == u"{a = \"b\";k =();}"_s || text == u"{k =();a = \"b\";}"_s, qPrintable(text));
 }
 
 void tst_TokenText::writesTheSameInPieces()
 {
-    const TokenMap token = {{"", ""},
-                            {"a", "some text"},
-                            {"none", QStringList()},
-                            {"one", QStringList{""}},
-                            {"many", QStringList{"b", "", "cd", QString(50, u'x')}},
+    const TokenMap token = {{u""_s, u""_s},
+                            {u"a"_s, u"some text"_s},
+                            {u"none"_s, QStringList()},
+                            {u"one"_s, QStringList{u""_s}},
+                            {u"many"_s, QStringList{u"b"_s, u""_s, u"cd"_s, QString(50, u'x')}},
                             {QString(40, u'k'), QString(90, u'v')}};
     const QString whole = TokenText::write(token);
     for (qsizetype size = 1; size <= whole.size() + 1; ++size) {
@@ -559,20 +573,21 @@ void tst_TokenText::writesTheSameInPieces()
 
 void tst_TokenText::writesTheMapAsItWas()
 {
-    TokenMap token = {{"a", QString(100, u'x')}};
+    TokenMap token = {{u"a"_s, QString(100, u'x')}};
     const QString before = TokenText::write(token);
     TokenText::Writer writer(token);
     QString text;
     QVERIFY(writer.writeSome(text, 10));
-    token.insert("a", "y");
-    token.insert("b", "z");
+    token.insert(u"a"_s, u"y"_s);
+    token.insert(u"b"_s, u"z"_s);
     QVERIFY(!writer.writeSome(text, 1'000));
     QCOMPARE(text, before);
 }
 
 void tst_TokenText::writesWhatItCannotReadItself()
 {
-    const TokenMap token = {{"serverResponse", "OK"}, {"cmdParameters", QStringList{"a", "b"}}};
+    const TokenMap token = {{u"serverResponse"_s, u"OK"_s},
+                            {u"cmdParameters"_s, QStringList{u"a"_s, u"b"_s}}};
     QCOMPARE(resultOf(TokenText::write(token).toLatin1()), ReadResult::NotAToken);
 }
 

@@ -9,6 +9,8 @@
 #include <memory>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 void processAll()
@@ -50,32 +52,32 @@ void tst_Turns::nothingIsDoneBeforeTheEventLoopRuns()
 {
     done.clear();
     Turns turns;
-    turns.enter(this, counted("a", 1));
+    turns.enter(this, counted(u"a"_s, 1));
     QCOMPARE(done, QStringList());
     processAll();
-    QCOMPARE(done, QStringList{"a"});
+    QCOMPARE(done, QStringList{u"a"_s});
 }
 
 void tst_Turns::workersTakeTurns()
 {
     done.clear();
     Turns turns;
-    turns.enter(this, counted("a", 3));
-    turns.enter(this, counted("b", 2));
+    turns.enter(this, counted(u"a"_s, 3));
+    turns.enter(this, counted(u"b"_s, 2));
     processAll();
-    QCOMPARE(done, QStringList({"a", "b", "a", "b", "a"}));
+    QCOMPARE(done, QStringList({u"a"_s, u"b"_s, u"a"_s, u"b"_s, u"a"_s}));
 }
 
 void tst_Turns::otherEventsComeBetweenTwoTurns()
 {
     done.clear();
     Turns turns;
-    turns.enter(this, counted("a", 2));
-    turns.enter(this, counted("b", 1));
+    turns.enter(this, counted(u"a"_s, 2));
+    turns.enter(this, counted(u"b"_s, 1));
     QMetaObject::invokeMethod(
-        this, [this] { done.append("other"); }, Qt::QueuedConnection);
+        this, [this] { done.append(u"other"_s); }, Qt::QueuedConnection);
     processAll();
-    QCOMPARE(done, QStringList({"a", "other", "b", "a"}));
+    QCOMPARE(done, QStringList({u"a"_s, u"other"_s, u"b"_s, u"a"_s}));
 }
 
 void tst_Turns::onlySoManyAreAtWorkAtOnce()
@@ -84,13 +86,13 @@ void tst_Turns::onlySoManyAreAtWorkAtOnce()
     Turns turns;
     const auto most = int(Turns::maximumAtWork);
     for (int worker = 0; worker < most; ++worker) {
-        turns.enter(this, counted("early", 2));
+        turns.enter(this, counted(u"early"_s, 2));
     }
-    turns.enter(this, counted("late", 1));
+    turns.enter(this, counted(u"late"_s, 1));
     processAll();
     QCOMPARE(done.size(), 2 * most + 1);
     // In after the first of the others is done, behind all who have a second turn.
-    QCOMPARE(done.indexOf("late"), 2 * most);
+    QCOMPARE(done.indexOf(u"late"_s), 2 * most);
 }
 
 void tst_Turns::aWorkerThatIsGoneHasNoTurn()
@@ -98,11 +100,11 @@ void tst_Turns::aWorkerThatIsGoneHasNoTurn()
     done.clear();
     Turns turns;
     auto worker = std::make_unique<QObject>();
-    turns.enter(worker.get(), counted("gone", 1));
-    turns.enter(this, counted("there", 1));
+    turns.enter(worker.get(), counted(u"gone"_s, 1));
+    turns.enter(this, counted(u"there"_s, 1));
     worker.reset();
     processAll();
-    QCOMPARE(done, QStringList{"there"});
+    QCOMPARE(done, QStringList{u"there"_s});
 }
 
 void tst_Turns::aWorkerMayEndInItsTurn()
@@ -111,12 +113,12 @@ void tst_Turns::aWorkerMayEndInItsTurn()
     Turns turns;
     auto worker = std::make_unique<QObject>();
     turns.enter(worker.get(), [&] {
-        done.append("a");
+        done.append(u"a"_s);
         worker.reset();
         return true;
     });
     processAll();
-    QCOMPARE(done, QStringList{"a"});
+    QCOMPARE(done, QStringList{u"a"_s});
 }
 
 void tst_Turns::othersTakeTheirTurnsInTheLoopOfAStep()
@@ -124,14 +126,14 @@ void tst_Turns::othersTakeTheirTurnsInTheLoopOfAStep()
     done.clear();
     Turns turns;
     turns.enter(this, [&] {
-        done.append("begin");
+        done.append(u"begin"_s);
         processAll();
-        done.append("end");
+        done.append(u"end"_s);
         return false;
     });
-    turns.enter(this, counted("other", 2));
+    turns.enter(this, counted(u"other"_s, 2));
     processAll();
-    QCOMPARE(done, QStringList({"begin", "other", "other", "end"}));
+    QCOMPARE(done, QStringList({u"begin"_s, u"other"_s, u"other"_s, u"end"_s}));
 }
 
 QTEST_GUILESS_MAIN(tst_Turns)

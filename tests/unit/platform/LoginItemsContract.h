@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 /// What every adapter of platform::LoginItems promises. A derived class brings an adapter and the
 /// list behind it; run it by QTest::qExec().
 class LoginItemsContract : public QObject
@@ -53,75 +55,75 @@ private slots:
 
     void entriesAreInTheirOrder()
     {
-        seed({"/opt/a", "/opt/b", "/opt/c"});
-        QCOMPARE(paths(*open()), (QStringList{"/opt/a", "/opt/b", "/opt/c"}));
+        seed({u"/opt/a"_s, u"/opt/b"_s, u"/opt/c"_s});
+        QCOMPARE(paths(*open()), (QStringList{u"/opt/a"_s, u"/opt/b"_s, u"/opt/c"_s}));
     }
 
     void appendedEntryComesLast()
     {
-        seed({"/opt/x", "/opt/y"});
+        seed({u"/opt/x"_s, u"/opt/y"_s});
         const auto items = open();
-        items->append("/opt/a", false);
-        QCOMPARE(paths(*items), (QStringList{"/opt/x", "/opt/y", "/opt/a"}));
+        items->append(u"/opt/a"_s, false);
+        QCOMPARE(paths(*items), (QStringList{u"/opt/x"_s, u"/opt/y"_s, u"/opt/a"_s}));
     }
 
     void entriesAfterARemovedOneMoveUp()
     {
-        seed({"/opt/a", "/opt/b", "/opt/c"});
+        seed({u"/opt/a"_s, u"/opt/b"_s, u"/opt/c"_s});
         const auto items = open();
         items->removeAt(1);
-        QCOMPARE(paths(*items), (QStringList{"/opt/a", "/opt/c"}));
+        QCOMPARE(paths(*items), (QStringList{u"/opt/a"_s, u"/opt/c"_s}));
         items->removeAt(1);
-        QCOMPARE(paths(*items), (QStringList{"/opt/a"}));
+        QCOMPARE(paths(*items), (QStringList{u"/opt/a"_s}));
     }
 
     void changesAreNotSeenByOthersBeforeSave()
     {
-        seed({"/opt/a", "/opt/b"});
+        seed({u"/opt/a"_s, u"/opt/b"_s});
         const auto items = open();
         items->removeAt(0);
-        items->append("/opt/c", false);
-        QCOMPARE(sortedSavedPaths(), (QStringList{"/opt/a", "/opt/b"}));
+        items->append(u"/opt/c"_s, false);
+        QCOMPARE(sortedSavedPaths(), (QStringList{u"/opt/a"_s, u"/opt/b"_s}));
     }
 
     void savedChangesAreSeenByOthers()
     {
-        seed({"/opt/a", "/opt/b"});
+        seed({u"/opt/a"_s, u"/opt/b"_s});
         const auto items = open();
         items->removeAt(0);
-        items->append("/opt/c", false);
+        items->append(u"/opt/c"_s, false);
         items->save();
-        QCOMPARE(sortedSavedPaths(), (QStringList{"/opt/b", "/opt/c"}));
+        QCOMPARE(sortedSavedPaths(), (QStringList{u"/opt/b"_s, u"/opt/c"_s}));
     }
 
     void entryThatWasAppendedAndRemovedIsNotSaved()
     {
-        seed({"/opt/a"});
+        seed({u"/opt/a"_s});
         const auto items = open();
-        items->append("/opt/b", false);
+        items->append(u"/opt/b"_s, false);
         items->removeAt(1);
         items->save();
-        QCOMPARE(sortedSavedPaths(), (QStringList{"/opt/a"}));
+        QCOMPARE(sortedSavedPaths(), (QStringList{u"/opt/a"_s}));
     }
 
     void savingTwiceSavesOneEntry()
     {
         seed({});
         const auto items = open();
-        items->append("/opt/a", false);
+        items->append(u"/opt/a"_s, false);
         items->save();
         items->save();
-        QCOMPARE(sortedSavedPaths(), (QStringList{"/opt/a"}));
+        QCOMPARE(sortedSavedPaths(), (QStringList{u"/opt/a"_s}));
     }
 
     void savedEntryCanBeRemovedAgain()
     {
-        seed({"/opt/b"});
+        seed({u"/opt/b"_s});
         const auto items = open();
-        items->append("/opt/a", false);
+        items->append(u"/opt/a"_s, false);
         items->save();
         items->removeAt(1);
         items->save();
-        QCOMPARE(sortedSavedPaths(), (QStringList{"/opt/b"}));
+        QCOMPARE(sortedSavedPaths(), (QStringList{u"/opt/b"_s}));
     }
 };

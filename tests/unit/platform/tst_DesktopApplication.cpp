@@ -87,7 +87,7 @@ private:
     QStringList record() const;
 
     ChildProcess m_bus;
-    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<QTemporaryDir> folder;
 };
 
 // The bus must be there before the first question, as the toolkit connects once.
@@ -101,8 +101,8 @@ void tst_DesktopApplication::initTestCase()
 
 void tst_DesktopApplication::init()
 {
-    m_folder = std::make_unique<QTemporaryDir>();
-    QFile program(m_folder->filePath(u"program"_s));
+    folder = std::make_unique<QTemporaryDir>();
+    QFile program(folder->filePath(u"program"_s));
     QVERIFY(program.open(QIODevice::WriteOnly));
     program.write("#!/bin/sh\n"
                   "touch \"${0%/*}/started-$1\"\n"
@@ -114,12 +114,12 @@ void tst_DesktopApplication::init()
 
 QByteArray tst_DesktopApplication::recordingLines(const QByteArray &arguments) const
 {
-    return "Exec=" + m_folder->filePath(u"program"_s).toUtf8() + ' ' + arguments + '\n';
+    return "Exec=" + folder->filePath(u"program"_s).toUtf8() + ' ' + arguments + '\n';
 }
 
 QStringList tst_DesktopApplication::record() const
 {
-    QFile file(m_folder->filePath(u"record"_s));
+    QFile file(folder->filePath(u"record"_s));
     return file.open(QIODevice::ReadOnly)
                ? QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts)
                : QStringList();
@@ -168,10 +168,10 @@ void tst_DesktopApplication::processOutlivesTheApplication()
 
 void tst_DesktopApplication::terminalProgramStartsInATerminal()
 {
-    QVERIFY(QFile::copy(m_folder->filePath(u"program"_s),
-                        m_folder->filePath(u"x-terminal-emulator"_s)));
+    QVERIFY(
+        QFile::copy(folder->filePath(u"program"_s), folder->filePath(u"x-terminal-emulator"_s)));
     const QByteArray former = qgetenv("PATH");
-    qputenv("PATH", m_folder->path().toUtf8() + ':' + former);
+    qputenv("PATH", folder->path().toUtf8() + ':' + former);
     auto application = applicationOf("Exec=top -d \"1 2\"\nTerminal=true\n");
     application.run();
     qputenv("PATH", former);
@@ -201,7 +201,7 @@ void tst_DesktopApplication::failedStartIsSilent()
     // A program that was started all the same has written by the time that this one has.
     applicationOf(recordingLines("later")).run();
     QVERIFY(waitUntil([this] { return record().contains(u"later"_s); }));
-    QVERIFY(!QFileInfo::exists(m_folder->filePath(u"started-wrongly"_s)));
+    QVERIFY(!QFileInfo::exists(folder->filePath(u"started-wrongly"_s)));
 }
 
 void tst_DesktopApplication::ownerOfTheBusNameRuns()
@@ -234,7 +234,7 @@ void tst_DesktopApplication::busStartsTheProgram()
     // Long enough for the answer, on which the process would be started.
     applicationOf(recordingLines("later")).run();
     QVERIFY(waitUntil([this] { return record().contains(u"later"_s); }));
-    QVERIFY(!QFileInfo::exists(m_folder->filePath(u"started-by"_s)));
+    QVERIFY(!QFileInfo::exists(folder->filePath(u"started-by"_s)));
     QCOMPARE(program.activations, 1);
 }
 

@@ -141,7 +141,7 @@ void tst_DesktopEntry::escapedTextIsReadBack_data()
     for (const QString &text :
          {u""_s, u"plain"_s, u" "_s, u"  two before"_s, u"two after  "_s, u"a\nb\r\tc"_s,
           uR"(back\slash\n)"_s, u"\\"_s, u"a;b=c#d[e]"_s, u"\u00a0音楽\u2003"_s}) {
-        QTest::addRow("%s", qPrintable(text.toUtf8().toPercentEncoding())) << text;
+        QTest::addRow("%s", text.toUtf8().toPercentEncoding().constData()) << text;
     }
 }
 

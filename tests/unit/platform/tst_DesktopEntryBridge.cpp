@@ -63,17 +63,17 @@ private:
     /// "(none)" when there is no application.
     QString nameOf(const QString &identifier) const;
 
-    std::unique_ptr<QTemporaryDir> m_root;
+    std::unique_ptr<QTemporaryDir> root;
 };
 
 void tst_DesktopEntryBridge::init()
 {
-    m_root = std::make_unique<QTemporaryDir>();
+    root = std::make_unique<QTemporaryDir>();
 }
 
 void tst_DesktopEntryBridge::write(const QString &file, const QByteArray &text) const
 {
-    const QString path = m_root->filePath(file);
+    const QString path = root->filePath(file);
     QVERIFY(QDir().mkpath(QFileInfo(path).path()));
     QFile entry(path);
     QVERIFY(entry.open(QIODevice::WriteOnly));
@@ -83,10 +83,10 @@ void tst_DesktopEntryBridge::write(const QString &file, const QByteArray &text) 
 QString tst_DesktopEntryBridge::nameOf(const QString &identifier) const
 {
     DesktopEntryBridge bridge({
-        m_root->filePath(u"config"_s),
-        {m_root->filePath(u"etc"_s)},
-        m_root->filePath(u"data"_s),
-        {m_root->filePath(u"local"_s), m_root->filePath(u"usr"_s)},
+        root->filePath(u"config"_s),
+        {root->filePath(u"etc"_s)},
+        root->filePath(u"data"_s),
+        {root->filePath(u"local"_s), root->filePath(u"usr"_s)},
         {u"Vorna"_s, u"GNOME"_s},
     });
     const auto application = bridge.applicationWithBundleIdentifier(identifier);
@@ -146,7 +146,7 @@ void tst_DesktopEntryBridge::identifierLeadsNowhereElse()
     write(u"usr/outside.desktop"_s, entryOf("Outside"));
     write(u"usr/applications/a/inside.desktop"_s, entryOf("Inside"));
     write(u"usr/applications/.a/inside.desktop"_s, entryOf("Hidden"));
-    QVERIFY(QFile::link(u"."_s, m_root->filePath(u"usr/applications/a/a"_s)));
+    QVERIFY(QFile::link(u"."_s, root->filePath(u"usr/applications/a/a"_s)));
     QCOMPARE(nameOf(identifier), u"(none)"_s);
 }
 
@@ -170,7 +170,7 @@ void tst_DesktopEntryBridge::entryThatCannotStartIsNone()
 
 void tst_DesktopEntryBridge::entriesAreReadAfresh()
 {
-    DesktopEntryBridge bridge({{}, {}, m_root->filePath(u"data"_s), {}, {}});
+    DesktopEntryBridge bridge({{}, {}, root->filePath(u"data"_s), {}, {}});
     QVERIFY(bridge.applicationWithBundleIdentifier(u"a"_s) == nullptr);
     write(u"data/applications/a.desktop"_s, entryOf("New"));
     QVERIFY(bridge.applicationWithBundleIdentifier(u"a"_s) != nullptr);

@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using platform::displayProblem;
 
 /// Which display is looked for, and what is said when it cannot be opened. Displays that answer are
@@ -61,7 +63,7 @@ void tst_DisplayAccess::theProblemNamesTheDisplay_data()
     QTest::addColumn<QByteArray>("plugin");
     QTest::addColumn<QByteArray>("name");
     QTest::addColumn<QString>("problem");
-    const QString none = "No display is set";
+    const QString none = u"No display is set"_s;
     QTest::newRow("none") << QByteArray() << QByteArray() << none;
     QTest::newRow("none for the plugin") << QByteArray("xcb") << QByteArray() << none;
     QTest::newRow("by name") << QByteArray() << QByteArray(":4711")
@@ -77,10 +79,10 @@ void tst_DisplayAccess::theProblemNamesTheDisplay()
     QFETCH(QByteArray, plugin);
     QFETCH(QByteArray, name);
     QFETCH(QString, problem);
-    const QString variable = plugin == "wayland" ? "WAYLAND_DISPLAY" : "DISPLAY";
+    const QString variable = plugin == "wayland" ? u"WAYLAND_DISPLAY"_s : u"DISPLAY"_s;
     QCOMPARE(displayProblem({plugin, name}),
-             problem + "; start the program from a graphical session, or set " + variable +
-                 " to the display of one.");
+             problem + u"; start the program from a graphical session, or set "_s + variable +
+                 u" to the display of one."_s);
 }
 
 void tst_DisplayAccess::aCompositorThatAnswersIsEnough_data()
@@ -98,7 +100,7 @@ void tst_DisplayAccess::aCompositorThatAnswersIsEnough()
 {
     QFETCH(QByteArray, plugin);
     QLocalServer compositor;
-    QVERIFY(compositor.listen(folder.filePath("wayland-7")));
+    QVERIFY(compositor.listen(folder.filePath(u"wayland-7"_s)));
     for (const QByteArray &name : {QByteArray("wayland-7"), compositor.fullServerName().toUtf8()}) {
         qputenv("WAYLAND_DISPLAY", name);
         QTEST(displayProblem({plugin, {}}).isEmpty(), "isEnough");

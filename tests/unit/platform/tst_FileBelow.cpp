@@ -21,6 +21,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// By the system's best means and by those of any system: both must keep the same rules.
@@ -28,8 +30,9 @@ enum class Way { System, Walk };
 
 int openDescriptors()
 {
-    return static_cast<int>(
-        QDir("/proc/self/fd").entryList(QDir::NoDotAndDotDot | QDir::Files | QDir::System).size());
+    return static_cast<int>(QDir(u"/proc/self/fd"_s)
+                                .entryList(QDir::NoDotAndDotDot | QDir::Files | QDir::System)
+                                .size());
 }
 
 } // namespace
@@ -77,29 +80,29 @@ void tst_FileBelow::init()
 {
     base = std::make_unique<QTemporaryDir>();
     for (const char *folder : {"received/sub/inner", "received/deep", "outside", "received-too"}) {
-        QVERIFY(QDir().mkpath(path(folder)));
+        QVERIFY(QDir().mkpath(path(QLatin1StringView(folder))));
     }
-    QVERIFY(Folders::write(path("received/old"), "old "));
-    QVERIFY(Folders::write(path("outside/kept"), "kept"));
-    QVERIFY(Folders::write(path("kept"), "kept"));
-    link("sub", "received/in");
-    link("in", "received/chain");
-    link("../sub/inner", "received/deep/inner");
-    link("../received/sub", "received/returning");
-    link("../outside", "received/out");
-    link(path("outside"), "received/far");
-    link(path("received/sub"), "received/absolute");
-    link("/sub", "received/rooted");
-    link("old", "received/file");
-    link("../outside/kept", "received/kept");
-    link("../outside/none", "received/dangling");
-    link("none", "received/dangling-inside");
-    link("loop", "received/loop");
-    link("two", "received/one");
-    link("one", "received/two");
-    link("..", "received/up");
-    link("/proc/self/cwd", "received/magic");
-    QCOMPARE(mkfifo(qPrintable(path("received/pipe")), 0600), 0);
+    QVERIFY(Folders::write(path(u"received/old"_s), "old "));
+    QVERIFY(Folders::write(path(u"outside/kept"_s), "kept"));
+    QVERIFY(Folders::write(path(u"kept"_s), "kept"));
+    link(u"sub"_s, u"received/in"_s);
+    link(u"in"_s, u"received/chain"_s);
+    link(u"../sub/inner"_s, u"received/deep/inner"_s);
+    link(u"../received/sub"_s, u"received/returning"_s);
+    link(u"../outside"_s, u"received/out"_s);
+    link(path(u"outside"_s), u"received/far"_s);
+    link(path(u"received/sub"_s), u"received/absolute"_s);
+    link(u"/sub"_s, u"received/rooted"_s);
+    link(u"old"_s, u"received/file"_s);
+    link(u"../outside/kept"_s, u"received/kept"_s);
+    link(u"../outside/none"_s, u"received/dangling"_s);
+    link(u"none"_s, u"received/dangling-inside"_s);
+    link(u"loop"_s, u"received/loop"_s);
+    link(u"two"_s, u"received/one"_s);
+    link(u"one"_s, u"received/two"_s);
+    link(u".."_s, u"received/up"_s);
+    link(u"/proc/self/cwd"_s, u"received/magic"_s);
+    QCOMPARE(mkfifo(qPrintable(path(u"received/pipe"_s)), 0600), 0);
 }
 
 void tst_FileBelow::cleanup()
@@ -109,7 +112,7 @@ void tst_FileBelow::cleanup()
 
 int tst_FileBelow::open(Way way, const QByteArray &name) const
 {
-    const QByteArray directory = QFile::encodeName(path("received"));
+    const QByteArray directory = QFile::encodeName(path(u"received"_s));
     if (way == Way::System) {
         return platform::openFileBelow(directory, name);
     }
@@ -127,7 +130,8 @@ void tst_FileBelow::pathsLeadToFilesInside_data()
 
     for (const auto &[way, title] : {std::pair{Way::System, "system"}, {Way::Walk, "walk"}}) {
         const auto row = [way = way, title = title](const QByteArray &name, const char *file) {
-            QTest::addRow("%s: %s", title, name.constData()) << way << name << QString(file);
+            QTest::addRow("%s: %s", title, name.constData())
+                << way << name << QString::fromLatin1(file);
         };
         row("new", "new");
         row(".hidden", ".hidden");
@@ -155,13 +159,13 @@ void tst_FileBelow::pathsLeadToFilesInside()
     QFETCH(QByteArray, name);
     QFETCH(QString, file);
     const auto before = Folders::listing(base->path());
-    const QByteArray content = Folders::fileBytes(path("received/" + file));
+    const QByteArray content = Folders::fileBytes(path(u"received/"_s + file));
     const Descriptor opened(open(way, name));
     QVERIFY(opened.isOpen());
     QCOMPARE(write(opened.get(), "bytes", 5), ssize_t(5));
-    QCOMPARE(Folders::fileBytes(path("received/" + file)), content + "bytes");
+    QCOMPARE(Folders::fileBytes(path(u"received/"_s + file)), content + "bytes");
     QCOMPARE(Folders::differences(before, Folders::listing(base->path())),
-             QStringList{"received/" + file});
+             QStringList{u"received/"_s + file});
 }
 
 void tst_FileBelow::otherPathsAreRefused_data()
@@ -231,19 +235,19 @@ void tst_FileBelow::fortyLinksAreFollowed_data()
 void tst_FileBelow::fortyLinksAreFollowed()
 {
     QFETCH(Way, way);
-    link("sub", "received/1");
+    link(u"sub"_s, u"received/1"_s);
     for (int number = 2; number <= 41; ++number) {
-        link(QString::number(number - 1), QString("received/%1").arg(number));
+        link(QString::number(number - 1), u"received/%1"_s.arg(number));
     }
     QVERIFY(Descriptor(open(way, "40/new")).isOpen());
     QVERIFY(!Descriptor(open(way, "41/new")).isOpen());
-    QVERIFY(QFile::exists(path("received/sub/new")));
+    QVERIFY(QFile::exists(path(u"received/sub/new"_s)));
 }
 
 void tst_FileBelow::theWalkEntersSixtyFourDirectories()
 {
-    const QString deep = QString("d/").repeated(65);
-    QVERIFY(QDir().mkpath(path("received/" + deep)));
+    const QString deep = u"d/"_s.repeated(65);
+    QVERIFY(QDir().mkpath(path(u"received/"_s + deep)));
     QVERIFY(Descriptor(open(Way::Walk, deep.left(2 * 64).toLatin1() + "new")).isOpen());
     QVERIFY(!Descriptor(open(Way::Walk, deep.toLatin1() + "new")).isOpen());
     QVERIFY(Descriptor(open(Way::System, deep.toLatin1() + "new")).isOpen());
@@ -259,8 +263,8 @@ void tst_FileBelow::whatChangesMeanwhileLeadsNowhereElse()
 {
     QFETCH(Way, way);
     constexpr int attempts = 5000;
-    const QByteArray one = QFile::encodeName(path("received/deep"));
-    const QByteArray other = QFile::encodeName(path("received/out"));
+    const QByteArray one = QFile::encodeName(path(u"received/deep"_s));
+    const QByteArray other = QFile::encodeName(path(u"received/out"_s));
     std::atomic_bool isOver = false;
     std::atomic_int exchanges = 0;
     std::thread exchanging([&] {
@@ -278,27 +282,29 @@ void tst_FileBelow::whatChangesMeanwhileLeadsNowhereElse()
     exchanging.join();
     QVERIFY(exchanges > 0);
     QVERIFY(opened > 0);
-    QCOMPARE(Folders::fileBytes(path("outside/kept")), QByteArray("kept"));
-    QVERIFY(!QFile::exists(path("outside/new")));
+    QCOMPARE(Folders::fileBytes(path(u"outside/kept"_s)), QByteArray("kept"));
+    QVERIFY(!QFile::exists(path(u"outside/new"_s)));
 }
 
 // ---- What is there ------------------------------------------------------------------------------
 
 void tst_FileBelow::theDirectoryMayBeALink()
 {
-    link("received", "elsewhere");
-    const Descriptor opened(platform::openFileBelow(QFile::encodeName(path("elsewhere")), "new"));
+    link(u"received"_s, u"elsewhere"_s);
+    const Descriptor opened(
+        platform::openFileBelow(QFile::encodeName(path(u"elsewhere"_s)), "new"));
     QVERIFY(opened.isOpen());
-    QVERIFY(QFile::exists(path("received/new")));
+    QVERIFY(QFile::exists(path(u"received/new"_s)));
 }
 
 void tst_FileBelow::aDirectoryThatIsNoneHoldsNothing()
 {
     for (const char *name : {"missing", "kept", "received/pipe", "received/dangling"}) {
-        QCOMPARE(platform::openFileBelow(QFile::encodeName(path(name)), "new"), -1);
+        QCOMPARE(platform::openFileBelow(QFile::encodeName(path(QLatin1StringView(name))), "new"),
+                 -1);
     }
     QCOMPARE(platform::openFileBelow(QByteArray(), "new"), -1);
-    QVERIFY(!QFile::exists(path("missing")));
+    QVERIFY(!QFile::exists(path(u"missing"_s)));
 }
 
 void tst_FileBelow::aPipeIsRefusedWhetherReadOrNot()
@@ -306,7 +312,7 @@ void tst_FileBelow::aPipeIsRefusedWhetherReadOrNot()
     QCOMPARE(open(Way::System, "pipe"), -1);
     QCOMPARE(open(Way::System, "in/../pipe"), -1);
     const Descriptor reader(
-        ::open(qPrintable(path("received/pipe")), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+        ::open(qPrintable(path(u"received/pipe"_s)), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     QVERIFY(reader.isOpen());
     QCOMPARE(open(Way::System, "pipe"), -1);
     QCOMPARE(open(Way::System, "in/../pipe"), -1);
@@ -319,7 +325,7 @@ void tst_FileBelow::aSocketIsRefused()
     const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    qstrncpy(address.sun_path, qPrintable(path("received/socket")), sizeof address.sun_path);
+    qstrncpy(address.sun_path, qPrintable(path(u"received/socket"_s)), sizeof address.sun_path);
     QCOMPARE(bind(socket.get(), reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
     QCOMPARE(open(Way::System, "socket"), -1);
 }
@@ -340,7 +346,7 @@ void tst_FileBelow::aRefusalLeavesNothingOpen()
         QCOMPARE(openDescriptors(), before + 1);
     }
     const Descriptor reader(
-        ::open(qPrintable(path("received/pipe")), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+        ::open(qPrintable(path(u"received/pipe"_s)), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     for (const char *name :
          {"../new", "out/new", "sub/inner/../../pipe", "file", "sub/missing/x"}) {
         QCOMPARE(open(Way::System, name), -1);

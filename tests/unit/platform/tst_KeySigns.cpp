@@ -54,8 +54,9 @@ void KeySignsTest::keysWithoutMeaningHaveNone()
 void KeySignsTest::rowsRiseByCode()
 {
     const auto rows = keySigns();
-    for (std::size_t row = 1; row < rows.size(); ++row)
+    for (std::size_t row = 1; row < rows.size(); ++row) {
         QVERIFY2(rows[row - 1].code < rows[row].code, qPrintable(QString::number(row)));
+    }
 }
 
 void KeySignsTest::onlyTheTwoControlKeysOfTheLeftShareAPosition()
@@ -75,8 +76,9 @@ void KeySignsTest::everyNameHasItsSignAndPosition_data()
     QTest::addColumn<int>("position");
     const auto drawing = KeyboardDrawing::keys();
     QCOMPARE(drawing.size(), 90);
-    for (auto key = drawing.begin(); key != drawing.end(); ++key)
+    for (auto key = drawing.begin(); key != drawing.end(); ++key) {
         QTest::newRow(qPrintable(key.key())) << key->keysym << key->position;
+    }
 }
 
 void KeySignsTest::everyNameHasItsSignAndPosition()

@@ -9,33 +9,35 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 class RecordingLoginItemsKeepTheContract : public LoginItemsContract
 {
     void seed(const QStringList &paths) override
     {
-        m_record.entries.clear();
+        record.entries.clear();
         for (const QString &path : paths) {
-            m_record.entries.append({path, false});
+            record.entries.append({path, false});
         }
     }
 
     std::unique_ptr<platform::LoginItems> open() override
     {
-        return std::make_unique<RecordingLoginItems>(m_record);
+        return std::make_unique<RecordingLoginItems>(record);
     }
 
-    LoginItemRecord m_record;
+    LoginItemRecord record;
 };
 
 class XdgAutostartKeepsTheContract : public LoginItemsContract
 {
     void seed(const QStringList &paths) override
     {
-        m_folder = std::make_unique<QTemporaryDir>();
+        folder = std::make_unique<QTemporaryDir>();
         for (const QString &path : paths) {
-            QFile file(m_folder->filePath(path.section(QLatin1Char('/'), -1) + ".desktop"));
+            QFile file(folder->filePath(path.section(QLatin1Char('/'), -1) + u".desktop"_s));
             QVERIFY(file.open(QIODevice::WriteOnly));
             file.write("[Desktop Entry]\nType=Application\nName=Another\nExec=" + path.toUtf8());
         }
@@ -43,10 +45,10 @@ class XdgAutostartKeepsTheContract : public LoginItemsContract
 
     std::unique_ptr<platform::LoginItems> open() override
     {
-        return std::make_unique<platform::XdgAutostart>(m_folder->path());
+        return std::make_unique<platform::XdgAutostart>(folder->path());
     }
 
-    std::unique_ptr<QTemporaryDir> m_folder = std::make_unique<QTemporaryDir>();
+    std::unique_ptr<QTemporaryDir> folder = std::make_unique<QTemporaryDir>();
 };
 
 } // namespace

@@ -15,6 +15,8 @@
 #include <map>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// What reaches the disk while settings are written: from one step on nothing does, and of files
@@ -167,10 +169,10 @@ void tst_PowerCut::settingsAreTheOldOrTheNew()
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(before) == before.size());
         file.close();
         if (isLocked) {
-            QVERIFY(QDir().mkpath(name + ".lock"));
+            QVERIFY(QDir().mkpath(name + u".lock"_s));
         }
         disk.begin(cutBehind);
-        platform::storeSettings({{"b", QVariant(2)}});
+        platform::storeSettings({{u"b"_s, QVariant(2)}});
         disk.end();
         QVERIFY2(disk.steps >= 3, QByteArray::number(disk.steps).constData());
         const QByteArray content = contentOf(name);

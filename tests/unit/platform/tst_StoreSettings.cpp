@@ -18,6 +18,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString settingsFile()
@@ -27,7 +29,7 @@ QString settingsFile()
 
 QString lockFile()
 {
-    return settingsFile() + ".lock";
+    return settingsFile() + u".lock"_s;
 }
 
 void writeFile(const QString &name, const QByteArray &text)
@@ -83,7 +85,8 @@ private:
 
 void tst_StoreSettings::valuesAreWrittenInTheirOrder()
 {
-    platform::storeSettings({{"b", QVariant(true)}, {"a", QVariant(QStringList({"x", "y"}))}});
+    platform::storeSettings(
+        {{u"b"_s, QVariant(true)}, {u"a"_s, QVariant(QStringList({u"x"_s, u"y"_s}))}});
     QCOMPARE(contentOf(settingsFile()), QByteArray("[General]\na=x, y\nb=true\n"));
     QVERIFY(!QFileInfo::exists(lockFile()));
 }
@@ -91,7 +94,7 @@ void tst_StoreSettings::valuesAreWrittenInTheirOrder()
 void tst_StoreSettings::otherValuesStay()
 {
     writeFile(settingsFile(), "[General]\nother=5\nb=1\n\n[group]\nkey=value\n");
-    platform::storeSettings({{"b", QVariant(2)}});
+    platform::storeSettings({{u"b"_s, QVariant(2)}});
     QCOMPARE(contentOf(settingsFile()),
              QByteArray("[General]\nb=2\nother=5\n\n[group]\nkey=value\n"));
 }
@@ -120,7 +123,8 @@ void tst_StoreSettings::aLockIsNotWaitedForLong()
     }
     QElapsedTimer time;
     time.start();
-    platform::storeSettings({{"b", QVariant(2)}, {"c", QVariant(QStringList({"x", "y"}))}});
+    platform::storeSettings(
+        {{u"b"_s, QVariant(2)}, {u"c"_s, QVariant(QStringList({u"x"_s, u"y"_s}))}});
     QVERIFY2(time.elapsed() < 6'000, qPrintable(QString::number(time.elapsed())));
     QVERIFY(QFileInfo::exists(lockFile()));
     if (QFileInfo(lockFile()).isFile()) {
@@ -134,7 +138,7 @@ void tst_StoreSettings::aLockIsNotWaitedForLong()
     QCOMPARE(QFileInfo(settingsFile())
                  .dir()
                  .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot),
-             QStringList({"VornaServer.conf", "VornaServer.conf.lock"}));
+             QStringList({u"VornaServer.conf"_s, u"VornaServer.conf.lock"_s}));
 }
 
 void tst_StoreSettings::withoutAFileALockIsNotWaitedForLong()
@@ -142,7 +146,7 @@ void tst_StoreSettings::withoutAFileALockIsNotWaitedForLong()
     writeFile(lockFile(), "");
     QElapsedTimer time;
     time.start();
-    platform::storeSettings({{"b", QVariant(2)}});
+    platform::storeSettings({{u"b"_s, QVariant(2)}});
     QVERIFY(time.elapsed() < 6'000);
     QCOMPARE(contentOf(settingsFile()), QByteArray("[General]\nb=2\n"));
 }
@@ -160,7 +164,7 @@ void tst_StoreSettings::aYoungLockOfAnEndedProcessStays()
     QCOMPARE(status, 0);
     const QByteArray lock = contentOf(lockFile());
     QVERIFY(!lock.isEmpty());
-    platform::storeSettings({{"b", QVariant(2)}});
+    platform::storeSettings({{u"b"_s, QVariant(2)}});
     QCOMPARE(contentOf(lockFile()), lock);
     QCOMPARE(contentOf(settingsFile()), QByteArray("[General]\nb=2\nother=5\n"));
 }
@@ -171,7 +175,7 @@ void tst_StoreSettings::anOldLockIsRemoved()
     makeOlder(lockFile(), 60);
     QElapsedTimer time;
     time.start();
-    platform::storeSettings({{"b", QVariant(2)}});
+    platform::storeSettings({{u"b"_s, QVariant(2)}});
     QVERIFY(time.elapsed() < 6'000);
     QCOMPARE(QSettings().value("b").toInt(), 2);
     QVERIFY(!QFileInfo::exists(lockFile()));
@@ -186,7 +190,7 @@ void tst_StoreSettings::anOldLockThatIsHeldStays()
     QCOMPARE(flock(held, LOCK_EX), 0);
     QElapsedTimer time;
     time.start();
-    platform::storeSettings({{"b", QVariant(2)}});
+    platform::storeSettings({{u"b"_s, QVariant(2)}});
     QVERIFY(time.elapsed() < 6'000);
     QCOMPARE(QSettings().value("b").toInt(), 2);
     QVERIFY(QFileInfo::exists(lockFile()));
@@ -195,12 +199,12 @@ void tst_StoreSettings::anOldLockThatIsHeldStays()
 
 void tst_StoreSettings::aLinkStaysALink()
 {
-    const QString elsewhere = home->subdirectory("elsewhere") + "/vorna.conf";
+    const QString elsewhere = home->subdirectory(u"elsewhere"_s) + u"/vorna.conf"_s;
     writeFile(elsewhere, "[General]\nother=5\n");
     QVERIFY(QDir().mkpath(QFileInfo(settingsFile()).path()));
     QVERIFY(QFile::link(elsewhere, settingsFile()));
     writeFile(lockFile(), "");
-    platform::storeSettings({{"b", QVariant(2)}});
+    platform::storeSettings({{u"b"_s, QVariant(2)}});
     QVERIFY(QFileInfo(settingsFile()).isSymLink());
     QCOMPARE(contentOf(elsewhere), QByteArray("[General]\nb=2\nother=5\n"));
 }
@@ -210,7 +214,7 @@ void tst_StoreSettings::aFileThatMustNotBeWrittenIsNotReplaced()
     // A folder, which nobody may write as a file, whatever the rights are.
     QVERIFY(QDir().mkpath(settingsFile()));
     writeFile(lockFile(), "");
-    platform::storeSettings({{"b", QVariant(2)}});
+    platform::storeSettings({{u"b"_s, QVariant(2)}});
     QVERIFY(QFileInfo(settingsFile()).isDir());
 }
 

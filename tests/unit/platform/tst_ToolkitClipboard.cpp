@@ -10,6 +10,8 @@
 #include <QTest>
 #include <QUrl>
 
+using namespace Qt::StringLiterals;
+
 class tst_ToolkitClipboard : public QObject
 {
     Q_OBJECT
@@ -25,15 +27,15 @@ private slots:
 void tst_ToolkitClipboard::textReplacesWhatIsThere()
 {
     QGuiApplication::clipboard()->setImage(QImage(1, 1, QImage::Format_RGB32));
-    platform::ToolkitClipboard().setText(QStringLiteral("\u00e9\n\u2603"));
-    QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("\u00e9\n\u2603"));
+    platform::ToolkitClipboard().setText(u"\u00e9\n\u2603"_s);
+    QCOMPARE(QGuiApplication::clipboard()->text(), u"\u00e9\n\u2603"_s);
     QVERIFY(!QGuiApplication::clipboard()->mimeData()->hasImage());
 }
 
 void tst_ToolkitClipboard::textIsGivenAtOnceAndOnce_data()
 {
     QTest::addColumn<QString>("text");
-    QTest::newRow("text") << QStringLiteral("\u00e9\n\u2603");
+    QTest::newRow("text") << u"\u00e9\n\u2603"_s;
     QTest::newRow("empty text") << "";
 }
 
@@ -62,12 +64,12 @@ void tst_ToolkitClipboard::contentWithoutPlainTextGivesNone()
     QFETCH(QString, content);
     QGuiApplication::clipboard()->clear();
     auto data = std::make_unique<QMimeData>();
-    if (content == "image") {
+    if (content == u"image"_s) {
         data->setImageData(QImage(1, 1, QImage::Format_RGB32));
-    } else if (content == "html") {
-        data->setHtml("<b>bold</b>");
-    } else if (content == "files") {
-        data->setUrls({QUrl("file:///etc/hostname")});
+    } else if (content == u"html"_s) {
+        data->setHtml(u"<b>bold</b>"_s);
+    } else if (content == u"files"_s) {
+        data->setUrls({QUrl(u"file:///etc/hostname"_s)});
     }
     QGuiApplication::clipboard()->setMimeData(data.release());
     std::vector<std::optional<QString>> given;

@@ -194,8 +194,9 @@ void XkbKeyFinderTest::codesWithoutMeaningAreNotFound()
 {
     const XkbKeymap keymap = keymapOf("us");
     const XkbKeyFinder finder(keymap.get());
-    for (const int code : {10, 63, 127, 128, 130, 255, 0xffff})
+    for (const int code : {10, 63, 127, 128, 130, 255, 0xffff}) {
         QVERIFY2(!finder.key(0, static_cast<KeyCode>(code)), qPrintable(QString::number(code)));
+    }
 }
 
 void XkbKeyFinderTest::levelsThatNeedOtherModifiersAreNotUsed()

@@ -20,11 +20,13 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QVariantMap someParameters()
 {
-    return {{"PairApproval", true}, {"Logon", false}, {"Download", "/some/where"}};
+    return {{u"PairApproval"_s, true}, {u"Logon"_s, false}, {u"Download"_s, u"/some/where"_s}};
 }
 
 QVariantMap parametersOf(const ConfigDialog &dialog)
@@ -109,7 +111,7 @@ void tst_ConfigDialog::theSizeIsFixed()
     dialog.show();
     dialog.resize(1000, 1000);
     QCOMPARE(dialog.size(), QSize(480, 320));
-    QCOMPARE(dialog.windowTitle(), QString("Config Dialog"));
+    QCOMPARE(dialog.windowTitle(), u"Config Dialog"_s);
     QVERIFY(dialog.parent() == nullptr);
 }
 
@@ -148,7 +150,7 @@ void tst_ConfigDialog::theLayoutHoldsThePagesThenTheCloseButton()
     QVERIFY(buttons != nullptr);
     QCOMPARE(buttons->count(), 2);
     QCOMPARE(buttons->stretch(0), 1);
-    QCOMPARE(buttons->itemAt(1)->widget(), button(dialog, "Close"));
+    QCOMPARE(buttons->itemAt(1)->widget(), button(dialog, u"Close"_s));
 }
 
 void tst_ConfigDialog::thePageHoldsThreeGroups()
@@ -158,8 +160,8 @@ void tst_ConfigDialog::thePageHoldsThreeGroups()
     const auto *layout = qobject_cast<QVBoxLayout *>(page->layout());
     QVERIFY(layout != nullptr);
     QCOMPARE(layout->count(), 4);
-    const QStringList titles = {"Server configuration", "", ""};
-    const QStringList keys = {"PairApproval", "Download", "Logon"};
+    const QStringList titles = {u"Server configuration"_s, u""_s, u""_s};
+    const QStringList keys = {u"PairApproval"_s, u"Download"_s, u"Logon"_s};
     for (int index = 0; index < 3; ++index) {
         const auto *group = qobject_cast<QGroupBox *>(layout->itemAt(index)->widget());
         QVERIFY(group != nullptr);
@@ -173,14 +175,13 @@ void tst_ConfigDialog::thePageHoldsThreeGroups()
 void tst_ConfigDialog::theControlsBearTheirTextsAndKeys()
 {
     const ConfigDialog dialog(someParameters());
-    QCOMPARE(dialog.findChild<QCheckBox *>("PairApproval")->text(),
-             QString("P&air needs approval"));
-    QCOMPARE(dialog.findChild<QCheckBox *>("Logon")->text(), QString("Start at Logon"));
-    const auto *directory = dialog.findChild<QLineEdit *>("Download");
+    QCOMPARE(dialog.findChild<QCheckBox *>(u"PairApproval"_s)->text(), u"P&air needs approval"_s);
+    QCOMPARE(dialog.findChild<QCheckBox *>(u"Logon"_s)->text(), u"Start at Logon"_s);
+    const auto *directory = dialog.findChild<QLineEdit *>(u"Download"_s);
     QVERIFY(directory->isReadOnly());
     QCOMPARE(directory->sizePolicy().horizontalPolicy(), QSizePolicy::Expanding);
     QCOMPARE(directory->sizePolicy().verticalPolicy(), QSizePolicy::Preferred);
-    QVERIFY(button(dialog, "Choose") != nullptr);
+    QVERIFY(button(dialog, u"Choose"_s) != nullptr);
     const auto *browser = dialog.findChild<QFileDialog *>();
     QCOMPARE(browser->fileMode(), QFileDialog::Directory);
     QCOMPARE(browser->windowModality(), Qt::NonModal);
@@ -193,7 +194,7 @@ void tst_ConfigDialog::theControlsShowTheParameters_data()
     QTest::addColumn<QString>("directory");
     QTest::newRow("both off") << false << false << "";
     QTest::newRow("approval") << true << false << "/a b";
-    QTest::newRow("logon") << false << true << QStringLiteral("/\u00e9\u2603");
+    QTest::newRow("logon") << false << true << u"/\u00e9\u2603"_s;
     QTest::newRow("both on") << true << true << "relative";
 }
 
@@ -202,29 +203,30 @@ void tst_ConfigDialog::theControlsShowTheParameters()
     QFETCH(bool, needsApproval);
     QFETCH(bool, startsAtLogon);
     QFETCH(QString, directory);
-    const QVariantMap parameters = {
-        {"PairApproval", needsApproval}, {"Logon", startsAtLogon}, {"Download", directory}};
+    const QVariantMap parameters = {{u"PairApproval"_s, needsApproval},
+                                    {u"Logon"_s, startsAtLogon},
+                                    {u"Download"_s, directory}};
     const ConfigDialog dialog(parameters);
-    QCOMPARE(dialog.findChild<QCheckBox *>("PairApproval")->isChecked(), needsApproval);
-    QCOMPARE(dialog.findChild<QCheckBox *>("Logon")->isChecked(), startsAtLogon);
-    QCOMPARE(dialog.findChild<QLineEdit *>("Download")->text(), directory);
+    QCOMPARE(dialog.findChild<QCheckBox *>(u"PairApproval"_s)->isChecked(), needsApproval);
+    QCOMPARE(dialog.findChild<QCheckBox *>(u"Logon"_s)->isChecked(), startsAtLogon);
+    QCOMPARE(dialog.findChild<QLineEdit *>(u"Download"_s)->text(), directory);
     QCOMPARE(parametersOf(dialog), parameters);
 }
 
 void tst_ConfigDialog::missingParametersAreShownAsOffAndEmpty()
 {
     const ConfigDialog dialog({});
-    QVERIFY(!dialog.findChild<QCheckBox *>("PairApproval")->isChecked());
-    QVERIFY(!dialog.findChild<QCheckBox *>("Logon")->isChecked());
-    QCOMPARE(dialog.findChild<QLineEdit *>("Download")->text(), QString());
+    QVERIFY(!dialog.findChild<QCheckBox *>(u"PairApproval"_s)->isChecked());
+    QVERIFY(!dialog.findChild<QCheckBox *>(u"Logon"_s)->isChecked());
+    QCOMPARE(dialog.findChild<QLineEdit *>(u"Download"_s)->text(), QString());
     QCOMPARE(parametersOf(dialog), QVariantMap());
 }
 
 void tst_ConfigDialog::buildingAnnouncesNothing()
 {
     // Had the text been announced, it would stand in the map, where it was not before.
-    const ConfigDialog dialog({{"Logon", true}});
-    QCOMPARE(parametersOf(dialog).keys(), QStringList{"Logon"});
+    const ConfigDialog dialog({{u"Logon"_s, true}});
+    QCOMPARE(parametersOf(dialog).keys(), QStringList{u"Logon"_s});
 }
 
 // ---- Changes ------------------------------------------------------------------------------------
@@ -255,7 +257,7 @@ void tst_ConfigDialog::tickingABoxChangesTheMapSilently()
 void tst_ConfigDialog::changingABoxByProgramChangesNothing()
 {
     const ConfigDialog dialog(someParameters());
-    dialog.findChild<QCheckBox *>("Logon")->setChecked(true);
+    dialog.findChild<QCheckBox *>(u"Logon"_s)->setChecked(true);
     QCOMPARE(parametersOf(dialog), someParameters());
 }
 
@@ -263,29 +265,29 @@ void tst_ConfigDialog::aChangedDirectoryIsAnnouncedAtOnce()
 {
     const ConfigDialog dialog(someParameters());
     const QSignalSpy changes(&dialog, &ConfigDialog::updateSignal);
-    dialog.findChild<QLineEdit *>("Download")->setText("/else/where");
+    dialog.findChild<QLineEdit *>(u"Download"_s)->setText(u"/else/where"_s);
     QVariantMap expected = someParameters();
-    expected["Download"] = "/else/where";
+    expected[u"Download"_s] = u"/else/where"_s;
     QCOMPARE(parametersOf(dialog), expected);
     QCOMPARE(changes.count(), 1);
-    QCOMPARE(changes.at(0).at(0).toString(), QString("Download"));
-    QCOMPARE(changes.at(0).at(1).value<QVariant>(), QVariant("/else/where"));
+    QCOMPARE(changes.at(0).at(0).toString(), u"Download"_s);
+    QCOMPARE(changes.at(0).at(1).value<QVariant>(), QVariant(u"/else/where"_s));
 }
 
 void tst_ConfigDialog::theDirectoryCannotBeTyped()
 {
     const ConfigDialog dialog(someParameters());
-    QTest::keyClicks(dialog.findChild<QLineEdit *>("Download"), "typed");
+    QTest::keyClicks(dialog.findChild<QLineEdit *>(u"Download"_s), u"typed"_s);
     QCOMPARE(parametersOf(dialog), someParameters());
 }
 
 void tst_ConfigDialog::aParameterMayBeSetDirectly()
 {
-    ConfigDialog dialog({{"Logon", true}});
+    ConfigDialog dialog({{u"Logon"_s, true}});
     const QSignalSpy changes(&dialog, &ConfigDialog::updateSignal);
-    dialog.setParameter("Logon", false);
-    dialog.setParameter("new", 5);
-    QCOMPARE(parametersOf(dialog), QVariantMap({{"Logon", false}, {"new", 5}}));
+    dialog.setParameter(u"Logon"_s, false);
+    dialog.setParameter(u"new"_s, 5);
+    QCOMPARE(parametersOf(dialog), QVariantMap({{u"Logon"_s, false}, {u"new"_s, 5}}));
     QCOMPARE(changes.count(), 0);
 }
 
@@ -293,7 +295,7 @@ void tst_ConfigDialog::thePropertyIsACopy()
 {
     const ConfigDialog dialog(someParameters());
     QVariantMap copy = parametersOf(dialog);
-    copy["Logon"] = true;
+    copy[u"Logon"_s] = true;
     QCOMPARE(parametersOf(dialog), someParameters());
 }
 
@@ -307,14 +309,14 @@ void tst_ConfigDialog::browsingChangesTheDirectory()
     const DialogVisitor<QFileDialog> visitor([&](QFileDialog &browser) {
         emit browser.directoryEntered(directory.path());
         // The change does not wait for the browser's end, and its end does not take it back.
-        QCOMPARE(parametersOf(dialog).value("Download").toString(), directory.path());
+        QCOMPARE(parametersOf(dialog).value(u"Download"_s).toString(), directory.path());
         browser.reject();
     });
-    QTest::mouseClick(button(dialog, "Choose"), Qt::LeftButton);
+    QTest::mouseClick(button(dialog, u"Choose"_s), Qt::LeftButton);
     QCOMPARE(visitor.visited(), 1);
     QCOMPARE(changes.count(), 1);
-    QCOMPARE(dialog.findChild<QLineEdit *>("Download")->text(), directory.path());
-    QCOMPARE(parametersOf(dialog).value("Download").toString(), directory.path());
+    QCOMPARE(dialog.findChild<QLineEdit *>(u"Download"_s)->text(), directory.path());
+    QCOMPARE(parametersOf(dialog).value(u"Download"_s).toString(), directory.path());
 }
 
 void tst_ConfigDialog::theBrowserIsReused()
@@ -326,7 +328,7 @@ void tst_ConfigDialog::theBrowserIsReused()
             browsers.append(&browser);
             static_cast<QDialog &>(browser).done(QDialog::Accepted);
         });
-        button(dialog, "Choose")->click();
+        button(dialog, u"Choose"_s)->click();
         QCOMPARE(visitor.visited(), 1);
         browsers.last()->setProperty("visited", false);
     }
@@ -350,10 +352,10 @@ void tst_ConfigDialog::theDialogClosesWithItsValues()
     QFETCH(QString, way);
     ConfigDialog dialog(someParameters());
     const DialogVisitor<ConfigDialog> visitor([&](ConfigDialog &open) {
-        open.findChild<QCheckBox *>("Logon")->click();
-        if (way == "button") {
-            QTest::mouseClick(button(open, "Close"), Qt::LeftButton);
-        } else if (way == "escape") {
+        open.findChild<QCheckBox *>(u"Logon"_s)->click();
+        if (way == u"button"_s) {
+            QTest::mouseClick(button(open, u"Close"_s), Qt::LeftButton);
+        } else if (way == u"escape"_s) {
             QTest::keyClick(&open, Qt::Key_Escape);
         } else {
             open.close();
@@ -362,7 +364,7 @@ void tst_ConfigDialog::theDialogClosesWithItsValues()
     dialog.exec();
     QCOMPARE(visitor.visited(), 1);
     QVERIFY(!dialog.isVisible());
-    QCOMPARE(parametersOf(dialog).value("Logon").toBool(), true);
+    QCOMPARE(parametersOf(dialog).value(u"Logon"_s).toBool(), true);
 }
 
 QTEST_MAIN(tst_ConfigDialog)

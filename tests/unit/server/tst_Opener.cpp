@@ -10,6 +10,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 class tst_Opener : public QObject
@@ -63,18 +65,18 @@ int tst_Opener::opened(int count)
     desktop->opened.clear();
     messages->clear();
     for (int number = 0; number < count; ++number) {
-        opener->open("http://example.net/");
+        opener->open(u"http://example.net/"_s);
     }
     const auto sum = desktop->opened.size();
     const QStringList told(count - sum,
-                           "warning: Not opened: too many addresses and files at once. ");
+                           u"warning: Not opened: too many addresses and files at once. "_s);
     return messages->all() == told ? static_cast<int>(sum) : -1;
 }
 
 void tst_Opener::anAddressIsOpened()
 {
-    opener->open("http://example.net/");
-    QCOMPARE(desktop->opened, QStringList{"http://example.net/"});
+    opener->open(u"http://example.net/"_s);
+    QCOMPARE(desktop->opened, QStringList{u"http://example.net/"_s});
     QCOMPARE(messages->all(), QStringList());
 }
 
@@ -117,7 +119,7 @@ void tst_Opener::whatIsNotOpenedCostsNothing()
 {
     QCOMPARE(opened(1500), 50);
     for (int number = 0; number < 100; ++number) {
-        opener->open("--help");
+        opener->open(u"--help"_s);
     }
     time += 1s;
     QCOMPARE(opened(10), 5);
@@ -151,7 +153,7 @@ void tst_Opener::whatWouldBeAnOptionIsNotOpened()
     QDesktopServices::unsetUrlHandler(QString());
     QCOMPARE(desktop->opened, QStringList());
     QCOMPARE(messages->all(),
-             QStringList{"warning: Not opened: an address must not begin with \"-\". "});
+             QStringList{u"warning: Not opened: an address must not begin with \"-\". "_s});
 }
 
 void tst_Opener::otherAddressesAreHandedOver_data()

@@ -10,6 +10,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QStringList stored()
@@ -46,29 +48,29 @@ private:
 
 void tst_PairedDevices::theOrderIsKept()
 {
-    QSettings().setValue("pairedDeviceList", QStringList({"z", "a"}));
+    QSettings().setValue("pairedDeviceList", QStringList({u"z"_s, u"a"_s}));
     PairedDevices devices;
-    devices.addUnasked("m");
-    devices.add("b");
-    devices.addUnasked("");
+    devices.addUnasked(u"m"_s);
+    devices.add(u"b"_s);
+    devices.addUnasked(u""_s);
     devices.store();
-    QCOMPARE(stored(), QStringList({"z", "a", "m", "b", ""}));
+    QCOMPARE(stored(), QStringList({u"z"_s, u"a"_s, u"m"_s, u"b"_s, u""_s}));
 }
 
 void tst_PairedDevices::aDeviceIsRememberedOnce()
 {
     PairedDevices devices;
-    devices.add("id");
-    devices.add("id");
-    devices.addUnasked("id");
-    devices.addUnasked("ID");
+    devices.add(u"id"_s);
+    devices.add(u"id"_s);
+    devices.addUnasked(u"id"_s);
+    devices.addUnasked(u"ID"_s);
     devices.store();
-    QCOMPARE(stored(), QStringList({"id", "ID"}));
+    QCOMPARE(stored(), QStringList({u"id"_s, u"ID"_s}));
 }
 
 void tst_PairedDevices::whatIsStoredStaysAsItIs()
 {
-    const QStringList earlier = {"twice", QString(5'000, u'x'), "twice"};
+    const QStringList earlier = {u"twice"_s, QString(5'000, u'x'), u"twice"_s};
     QSettings().setValue("pairedDeviceList", earlier);
     const PairedDevices devices;
     QVERIFY(devices.contains(earlier[1]));
@@ -105,13 +107,13 @@ void tst_PairedDevices::furtherDevicesAreRememberedByTheUsersWordOnly()
     for (int i = 0; i < 5'000; ++i) {
         devices.addUnasked(QString::number(i));
     }
-    QVERIFY(devices.contains("4095"));
-    QVERIFY(!devices.contains("4096"));
-    devices.add("accepted");
-    QVERIFY(devices.contains("accepted"));
+    QVERIFY(devices.contains(u"4095"_s));
+    QVERIFY(!devices.contains(u"4096"_s));
+    devices.add(u"accepted"_s);
+    QVERIFY(devices.contains(u"accepted"_s));
     devices.store();
     QCOMPARE(stored().size(), 4'097);
-    QCOMPARE(stored().constLast(), QString("accepted"));
+    QCOMPARE(stored().constLast(), u"accepted"_s);
 }
 
 void tst_PairedDevices::aLongerListIsKept()
@@ -122,9 +124,9 @@ void tst_PairedDevices::aLongerListIsKept()
     }
     QSettings().setValue("pairedDeviceList", earlier);
     PairedDevices devices;
-    devices.addUnasked("new");
-    QVERIFY(devices.contains("5999"));
-    QVERIFY(!devices.contains("new"));
+    devices.addUnasked(u"new"_s);
+    QVERIFY(devices.contains(u"5999"_s));
+    QVERIFY(!devices.contains(u"new"_s));
     devices.store();
     QCOMPARE(stored(), earlier);
 }
@@ -139,7 +141,7 @@ void tst_PairedDevices::lookingUpIsFast()
     QElapsedTimer time;
     time.start();
     for (int i = 0; i < 10'000; ++i) {
-        QVERIFY(!devices.contains(start + "none"));
+        QVERIFY(!devices.contains(start + u"none"_s));
     }
     // Through a list it takes 40 million comparisons of 1,000 equal characters.
     QVERIFY2(time.elapsed() < 1'000, qPrintable(QString::number(time.elapsed())));

@@ -18,6 +18,8 @@
 #include <memory>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using BoxVisitor = DialogVisitor<QMessageBox>;
@@ -38,7 +40,7 @@ QByteArray pairRequest(const QByteArray &identifier)
 
 QString response(const TokenMap &answer)
 {
-    return answer.value("serverResponse").toString();
+    return answer.value(u"serverResponse"_s).toString();
 }
 
 } // namespace
@@ -66,9 +68,9 @@ private:
     /// As if the user had refused the device in other connections: it waits 1, 2 or 4 seconds.
     void refuse(const QString &device, int times)
     {
-        const BoxVisitor visitor([](QMessageBox &box) { press(box, "Reject"); });
+        const BoxVisitor visitor([](QMessageBox &box) { press(box, u"Reject"_s); });
         for (int count = 0; count < times; ++count) {
-            QVERIFY(!server->pairingRequestForDevice(device, "name"));
+            QVERIFY(!server->pairingRequestForDevice(device, u"name"_s));
         }
     }
 
@@ -100,21 +102,21 @@ void tst_PairingPauses::aRefusedDeviceWaitsAndIsServedMeanwhile()
 {
     ServedPeer peer(*server);
     ServedPeer other(*server);
-    refuse("id", 3);
+    refuse(u"id"_s, 3);
     QElapsedTimer sinceRefusal;
     sinceRefusal.start();
     qint64 pause = 0;
     const BoxVisitor visitor([&](QMessageBox &box) {
         pause = sinceRefusal.elapsed();
-        press(box, "Accept");
+        press(box, u"Accept"_s);
     });
     peer.post(pairRequest("id"));
-    QCOMPARE(response(other.ask("{ cmdType = SERVER_INFO; }")), QString("OK"));
+    QCOMPARE(response(other.ask("{ cmdType = SERVER_INFO; }")), u"OK"_s);
     QVERIFY(peer.send("{ cmdType = MOUSE_CMD; fncCommand = 1; }"));
     QCOMPARE(PlatformRecord::current().events.mousePosts().size(), 1U);
     QVERIFY(peer.received().isEmpty());
-    QVERIFY(waitUntil([&] { return isRemembered("id"); }));
-    QCOMPARE(response(peer.answer()), QString("OK"));
+    QVERIFY(waitUntil([&] { return isRemembered(u"id"_s); }));
+    QCOMPARE(response(peer.answer()), u"OK"_s);
     QCOMPARE(visitor.visited(), 1);
     QVERIFY2(pause >= 3'900, qPrintable(QString::number(pause)));
 }
@@ -126,11 +128,11 @@ void tst_PairingPauses::thePauseGrows()
     QList<qint64> pauses;
     const BoxVisitor visitor([&](QMessageBox &box) {
         pauses.append(sinceRefusal.isValid() ? sinceRefusal.elapsed() : 0);
-        press(box, "Reject");
+        press(box, u"Reject"_s);
         sinceRefusal.start();
     });
     for (int i = 0; i < 3; ++i) {
-        QCOMPARE(response(peer.ask(pairRequest("id"))), QString("ERROR"));
+        QCOMPARE(response(peer.ask(pairRequest("id"))), u"ERROR"_s);
     }
     QCOMPARE(pauses.size(), 3);
     QVERIFY2(pauses[1] >= 990, qPrintable(QString::number(pauses[1])));
@@ -141,27 +143,27 @@ void tst_PairingPauses::anotherDeviceDoesNotWait()
 {
     ServedPeer refused(*server);
     ServedPeer other(*server);
-    refuse("id", 3);
-    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Accept"); });
+    refuse(u"id"_s, 3);
+    const BoxVisitor visitor([](QMessageBox &box) { press(box, u"Accept"_s); });
     QVERIFY(refused.send(pairRequest("id")));
-    QCOMPARE(response(other.ask(pairRequest("other"))), QString("OK"));
+    QCOMPARE(response(other.ask(pairRequest("other"))), u"OK"_s);
     // The refused one still waits: not its answer, and no box for it.
     QCOMPARE(refused.received(), QByteArray());
     QCOMPARE(visitor.visited(), 1);
-    QCOMPARE(response(refused.answer()), QString("OK"));
+    QCOMPARE(response(refused.answer()), u"OK"_s);
 }
 
 void tst_PairingPauses::aDeviceAcceptedMeanwhileIsNotAskedAboutAgain()
 {
     ServedPeer peer(*server);
-    refuse("id", 3);
-    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Reject"); });
+    refuse(u"id"_s, 3);
+    const BoxVisitor visitor([](QMessageBox &box) { press(box, u"Reject"_s); });
     QVERIFY(peer.send(pairRequest("id")));
     QVERIFY(peer.received().isEmpty());
     server->setNeedsPairingApproval(false);
-    QVERIFY(server->deviceIsPresent("id"));
+    QVERIFY(server->deviceIsPresent(u"id"_s));
     server->setNeedsPairingApproval(true);
-    QCOMPARE(response(peer.answer()), QString("OK"));
+    QCOMPARE(response(peer.answer()), u"OK"_s);
     QCOMPARE(visitor.visited(), 0);
 }
 
@@ -169,13 +171,14 @@ void tst_PairingPauses::aDeviceThatLeavesWhileItWaitsIsAskedAbout()
 {
     ServedPeer peer(*server);
     bool isFirst = true;
-    const BoxVisitor visitor(
-        [&](QMessageBox &box) { press(box, std::exchange(isFirst, false) ? "Reject" : "Accept"); });
-    QCOMPARE(response(peer.ask(pairRequest("id"))), QString("ERROR"));
+    const BoxVisitor visitor([&](QMessageBox &box) {
+        press(box, std::exchange(isFirst, false) ? u"Reject"_s : u"Accept"_s);
+    });
+    QCOMPARE(response(peer.ask(pairRequest("id"))), u"ERROR"_s);
     QVERIFY(peer.send(pairRequest("id")));
     peer.leave();
     QVERIFY(waitUntil([&] { return peer.served() == nullptr; }));
-    QVERIFY(waitUntil([&] { return isRemembered("id"); }));
+    QVERIFY(waitUntil([&] { return isRemembered(u"id"_s); }));
     QCOMPARE(visitor.visited(), 2);
 }
 
@@ -183,14 +186,14 @@ void tst_PairingPauses::sixteenQuestionsIncludeThoseThatWait()
 {
     ServedPeer peer(*server);
     ServedPeer other(*server);
-    refuse("id", 3);
-    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Reject"); });
+    refuse(u"id"_s, 3);
+    const BoxVisitor visitor([](QMessageBox &box) { press(box, u"Reject"_s); });
     QElapsedTimer sinceRefusal;
     sinceRefusal.start();
     for (int i = 0; i < 16; ++i) {
         QVERIFY(peer.send(pairRequest("id")));
     }
-    QCOMPARE(response(other.ask(pairRequest("other"))), QString("ERROR"));
+    QCOMPARE(response(other.ask(pairRequest("other"))), u"ERROR"_s);
     QVERIFY2(sinceRefusal.elapsed() < 3'900, "too slow to tell");
     QCOMPARE(visitor.visited(), 0);
     QCOMPARE(peer.received(), QByteArray());
@@ -202,32 +205,32 @@ void tst_PairingPauses::sixteenQuestionsIncludeThoseThatWait()
 void tst_PairingPauses::theBoxWaitsForAnOpenMenu()
 {
     QMenu menu;
-    menu.addAction("Quit");
+    menu.addAction(u"Quit"_s);
     menu.popup(QPoint(0, 0));
     QCOMPARE(QApplication::activePopupWidget(), &menu);
     ServedPeer peer(*server);
-    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Accept"); });
+    const BoxVisitor visitor([](QMessageBox &box) { press(box, u"Accept"_s); });
     QVERIFY(peer.send(pairRequest("id")));
     QTest::qWait(700);
     QVERIFY(menu.isVisible());
     QCOMPARE(visitor.visited(), 0);
     QCOMPARE(peer.received(), QByteArray());
     menu.close();
-    QCOMPARE(response(peer.answer()), QString("OK"));
+    QCOMPARE(response(peer.answer()), u"OK"_s);
     QCOMPARE(visitor.visited(), 1);
 }
 
 void tst_PairingPauses::theEndOfTheProgramRefusesThoseThatWait()
 {
     ServedPeer peer(*server);
-    refuse("id", 3);
-    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Reject"); });
+    refuse(u"id"_s, 3);
+    const BoxVisitor visitor([](QMessageBox &box) { press(box, u"Reject"_s); });
     QVERIFY(peer.send(pairRequest("id")));
     QTimer::singleShot(0, [] { QCoreApplication::quit(); });
     QCOMPARE(QApplication::exec(), 0);
     server.reset();
     // The answer is under way although no event loop has run since.
-    QCOMPARE(response(peer.answer()), QString("ERROR"));
+    QCOMPARE(response(peer.answer()), u"ERROR"_s);
     QCOMPARE(visitor.visited(), 0);
 }
 

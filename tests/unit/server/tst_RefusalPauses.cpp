@@ -5,6 +5,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 using Time = RefusalPauses::Clock::time_point;
 
@@ -34,15 +36,15 @@ private slots:
 void tst_RefusalPauses::aNewDeviceDoesNotWait()
 {
     const RefusalPauses pauses;
-    QCOMPARE(pauses.pause("id", begin), 0ms);
-    QCOMPARE(pauses.pause("", Time()), 0ms);
+    QCOMPARE(pauses.pause(u"id"_s, begin), 0ms);
+    QCOMPARE(pauses.pause(u""_s, Time()), 0ms);
 }
 
 void tst_RefusalPauses::theFirstRefusalAfterTheStartOfTheClockCounts()
 {
     RefusalPauses pauses;
-    pauses.refused("id", Time() + 1ms);
-    QCOMPARE(pauses.pause("id", Time() + 1ms), 1'000ms);
+    pauses.refused(u"id"_s, Time() + 1ms);
+    QCOMPARE(pauses.pause(u"id"_s, Time() + 1ms), 1'000ms);
 }
 
 void tst_RefusalPauses::eachRefusalDoublesThePause()
@@ -50,32 +52,32 @@ void tst_RefusalPauses::eachRefusalDoublesThePause()
     RefusalPauses pauses;
     Time now = begin;
     for (const std::chrono::milliseconds pause : {1s, 2s, 4s, 8s, 10s, 10s, 10s}) {
-        pauses.refused("id", now);
-        QCOMPARE(pauses.pause("id", now), pause);
+        pauses.refused(u"id"_s, now);
+        QCOMPARE(pauses.pause(u"id"_s, now), pause);
         now += pause;
-        QCOMPARE(pauses.pause("id", now), 0ms);
+        QCOMPARE(pauses.pause(u"id"_s, now), 0ms);
     }
 }
 
 void tst_RefusalPauses::thePauseRunsOut()
 {
     RefusalPauses pauses;
-    pauses.refused("id", begin);
-    QCOMPARE(pauses.pause("id", begin + 400ms), 600ms);
-    QCOMPARE(pauses.pause("id", begin + 999'500us), 1ms);
-    QCOMPARE(pauses.pause("id", begin + 1s), 0ms);
-    QCOMPARE(pauses.pause("id", begin + 1h), 0ms);
+    pauses.refused(u"id"_s, begin);
+    QCOMPARE(pauses.pause(u"id"_s, begin + 400ms), 600ms);
+    QCOMPARE(pauses.pause(u"id"_s, begin + 999'500us), 1ms);
+    QCOMPARE(pauses.pause(u"id"_s, begin + 1s), 0ms);
+    QCOMPARE(pauses.pause(u"id"_s, begin + 1h), 0ms);
 }
 
 void tst_RefusalPauses::anotherDeviceDoesNotWaitAtFirst()
 {
     RefusalPauses pauses;
     for (int refusal = 0; refusal < RefusalPauses::refusalsOfOthers; ++refusal) {
-        pauses.refused("id", begin);
-        QCOMPARE(pauses.pause("other", begin), 0ms);
+        pauses.refused(u"id"_s, begin);
+        QCOMPARE(pauses.pause(u"other"_s, begin), 0ms);
     }
-    pauses.refused("id", begin);
-    QCOMPARE(pauses.pause("other", begin), 1'000ms);
+    pauses.refused(u"id"_s, begin);
+    QCOMPARE(pauses.pause(u"other"_s, begin), 1'000ms);
 }
 
 void tst_RefusalPauses::newIdentifiersWaitAfterARow()
@@ -84,7 +86,7 @@ void tst_RefusalPauses::newIdentifiersWaitAfterARow()
     int device = 0;
     for (const std::chrono::milliseconds pause : {0s, 0s, 0s, 1s, 2s, 4s, 8s, 10s, 10s}) {
         pauses.refused(QString::number(++device), begin);
-        QCOMPARE(pauses.pause("new", begin), pause);
+        QCOMPARE(pauses.pause(u"new"_s, begin), pause);
     }
 }
 
@@ -95,7 +97,7 @@ void tst_RefusalPauses::nobodyEverWaitsLongerThanTenSeconds()
         const Time now = begin + refusal * 1s;
         pauses.refused(QString::number(refusal % 7), now);
         for (const char *device : {"0", "new"}) {
-            QVERIFY(pauses.pause(device, now) <= RefusalPauses::longest);
+            QVERIFY(pauses.pause(QLatin1StringView(device), now) <= RefusalPauses::longest);
         }
     }
 }
@@ -104,37 +106,37 @@ void tst_RefusalPauses::aRowEndsAfterACalmMinute()
 {
     RefusalPauses pauses;
     for (int refusal = 0; refusal < 10; ++refusal) {
-        pauses.refused("id", begin);
+        pauses.refused(u"id"_s, begin);
     }
-    pauses.refused("id", begin + 1min);
-    QCOMPARE(pauses.pause("id", begin + 1min), 1'000ms);
-    QCOMPARE(pauses.pause("new", begin + 1min), 0ms);
+    pauses.refused(u"id"_s, begin + 1min);
+    QCOMPARE(pauses.pause(u"id"_s, begin + 1min), 1'000ms);
+    QCOMPARE(pauses.pause(u"new"_s, begin + 1min), 0ms);
 }
 
 void tst_RefusalPauses::anAcceptedDeviceEndsTheRow()
 {
     RefusalPauses pauses;
     for (int refusal = 0; refusal < 10; ++refusal) {
-        pauses.refused("id", begin);
+        pauses.refused(u"id"_s, begin);
     }
-    pauses.accepted("other");
-    QCOMPARE(pauses.pause("new", begin), 0ms);
-    QCOMPARE(pauses.pause("id", begin), 10'000ms);
-    pauses.accepted("id");
-    QCOMPARE(pauses.pause("id", begin), 0ms);
+    pauses.accepted(u"other"_s);
+    QCOMPARE(pauses.pause(u"new"_s, begin), 0ms);
+    QCOMPARE(pauses.pause(u"id"_s, begin), 10'000ms);
+    pauses.accepted(u"id"_s);
+    QCOMPARE(pauses.pause(u"id"_s, begin), 0ms);
 }
 
 void tst_RefusalPauses::manyDevicesAreForgotten()
 {
     RefusalPauses pauses;
-    pauses.refused("first", begin);
+    pauses.refused(u"first"_s, begin);
     for (int device = 0; device < RefusalPauses::maximumDevices; ++device) {
-        QCOMPARE(pauses.pause("first", begin) > 0ms, true);
+        QCOMPARE(pauses.pause(u"first"_s, begin) > 0ms, true);
         pauses.refused(QString::number(device), begin + 1ms);
     }
-    pauses.accepted("none");
-    QCOMPARE(pauses.pause("first", begin + 1ms), 0ms);
-    QCOMPARE(pauses.pause("0", begin + 1ms), 1'000ms);
+    pauses.accepted(u"none"_s);
+    QCOMPARE(pauses.pause(u"first"_s, begin + 1ms), 0ms);
+    QCOMPARE(pauses.pause(u"0"_s, begin + 1ms), 1'000ms);
 }
 
 QTEST_APPLESS_MAIN(tst_RefusalPauses)

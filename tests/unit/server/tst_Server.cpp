@@ -23,6 +23,8 @@
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QByteArray ownHostName = "desk";
@@ -163,28 +165,28 @@ void tst_Server::theMetaObjectListsSignalsAndSlotsInTheirOrder()
 
 void tst_Server::anUnknownDeviceIsAcceptedAndRememberedWithoutApproval()
 {
-    QVERIFY(server->deviceIsPresent("device"));
+    QVERIFY(server->deviceIsPresent(u"device"_s));
     server->setNeedsPairingApproval(true);
-    QVERIFY(server->deviceIsPresent("device"));
-    QVERIFY(server->pairingRequestForDevice("device", "name"));
+    QVERIFY(server->deviceIsPresent(u"device"_s));
+    QVERIFY(server->pairingRequestForDevice(u"device"_s, u"name"_s));
 }
 
 void tst_Server::aDeviceIsRememberedOnce()
 {
-    server->deviceIsPresent("device");
-    server->deviceIsPresent("device");
-    server->pairingRequestForDevice("device", "name");
+    server->deviceIsPresent(u"device"_s);
+    server->deviceIsPresent(u"device"_s);
+    server->pairingRequestForDevice(u"device"_s, u"name"_s);
     server.reset();
-    QCOMPARE(storedDevices().toStringList(), QStringList{"device"});
+    QCOMPARE(storedDevices().toStringList(), QStringList{u"device"_s});
 }
 
 void tst_Server::anUnknownDeviceNeedsApprovalWhenAsked()
 {
     server->setNeedsPairingApproval(true);
-    QVERIFY(!server->deviceIsPresent("device"));
-    QVERIFY(!server->deviceIsPresent("device"));
+    QVERIFY(!server->deviceIsPresent(u"device"_s));
+    QVERIFY(!server->deviceIsPresent(u"device"_s));
     server->setNeedsPairingApproval(false);
-    QVERIFY(server->deviceIsPresent("device"));
+    QVERIFY(server->deviceIsPresent(u"device"_s));
 }
 
 void tst_Server::devicesAreKnownByTheirExactIdentifiers_data()
@@ -202,45 +204,45 @@ void tst_Server::devicesAreKnownByTheirExactIdentifiers_data()
 void tst_Server::devicesAreKnownByTheirExactIdentifiers()
 {
     QFETCH(QString, identifier);
-    server->deviceIsPresent("Device 1");
+    server->deviceIsPresent(u"Device 1"_s);
     server->setNeedsPairingApproval(true);
     QTEST(server->deviceIsPresent(identifier), "isKnown");
 }
 
 void tst_Server::aDeviceStaysKnownWhenApprovalIsSwitchedOn()
 {
-    server->deviceIsPresent("early");
+    server->deviceIsPresent(u"early"_s);
     server->setNeedsPairingApproval(true);
-    QVERIFY(server->pairingRequestForDevice("early", "name"));
-    QVERIFY(!server->deviceIsPresent("late"));
+    QVERIFY(server->pairingRequestForDevice(u"early"_s, u"name"_s));
+    QVERIFY(!server->deviceIsPresent(u"late"_s));
 }
 
 void tst_Server::pairedDevicesAreStoredAsAListAtTheEndOnly()
 {
-    server->deviceIsPresent("device");
+    server->deviceIsPresent(u"device"_s);
     server->startServer();
     server->stopServer();
     QVERIFY(!storedDevices().isValid());
     server.reset();
-    QCOMPARE(storedDevices(), QVariant(QStringList{"device"}));
+    QCOMPARE(storedDevices(), QVariant(QStringList{u"device"_s}));
 }
 
 void tst_Server::pairedDevicesAreStoredInTheOrderOfTheirAcceptance()
 {
-    QSettings().setValue("pairedDeviceList", QStringList({"z", "y"}));
+    QSettings().setValue("pairedDeviceList", QStringList({u"z"_s, u"y"_s}));
     server = std::make_unique<Server>(nullptr);
-    server->deviceIsPresent("x");
-    server->deviceIsPresent("a");
-    server->deviceIsPresent("y");
+    server->deviceIsPresent(u"x"_s);
+    server->deviceIsPresent(u"a"_s);
+    server->deviceIsPresent(u"y"_s);
     server.reset();
-    QCOMPARE(storedDevices().toStringList(), QStringList({"z", "y", "x", "a"}));
+    QCOMPARE(storedDevices().toStringList(), QStringList({u"z"_s, u"y"_s, u"x"_s, u"a"_s}));
 }
 
 void tst_Server::anAbsentListIsEmpty()
 {
     server->setNeedsPairingApproval(true);
     for (const char *device : {"", "@Invalid()", "pairedDeviceList"}) {
-        QVERIFY2(!server->deviceIsPresent(device), device);
+        QVERIFY2(!server->deviceIsPresent(QLatin1StringView(device)), device);
     }
     server.reset();
     QVERIFY(QSettings().contains("pairedDeviceList"));
@@ -252,12 +254,11 @@ void tst_Server::storedListsAreRead_data()
     QTest::addColumn<QVariant>("stored");
     QTest::addColumn<QStringList>("devices");
 
-    QTest::newRow("list") << QVariant(QStringList{"a", "b"}) << QStringList{"a", "b"};
-    QTest::newRow("single text") << QVariant("a") << QStringList{"a"};
+    QTest::newRow("list") << QVariant(QStringList{u"a"_s, u"b"_s}) << QStringList{u"a"_s, u"b"_s};
+    QTest::newRow("single text") << QVariant(u"a"_s) << QStringList{u"a"_s};
     QTest::newRow("empty list") << QVariant(QStringList()) << QStringList();
     QTest::newRow("letters beyond ASCII")
-        << QVariant(QStringList{QStringLiteral("\u00e9, \u2603\"")})
-        << QStringList{QStringLiteral("\u00e9, \u2603\"")};
+        << QVariant(QStringList{u"\u00e9, \u2603\""_s}) << QStringList{u"\u00e9, \u2603\""_s};
 }
 
 void tst_Server::storedListsAreRead()
@@ -271,7 +272,7 @@ void tst_Server::storedListsAreRead()
     for (const QString &device : devices) {
         QVERIFY(server->deviceIsPresent(device));
     }
-    QVERIFY(!server->deviceIsPresent("other"));
+    QVERIFY(!server->deviceIsPresent(u"other"_s));
     server.reset();
     QCOMPARE(storedDevices().toStringList(), devices);
 }
@@ -380,7 +381,7 @@ void tst_Server::aLongHostNameIsCut()
 
 void tst_Server::theProxyOfTheDesktopIsNotUsed()
 {
-    QNetworkProxy::setApplicationProxy({QNetworkProxy::HttpProxy, "localhost", 9});
+    QNetworkProxy::setApplicationProxy({QNetworkProxy::HttpProxy, u"localhost"_s, 9});
     Server other(nullptr);
     const bool isListening = other.startServer();
     QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
@@ -453,7 +454,7 @@ void tst_Server::stoppingLeavesConnectionsAlone()
     ServedPeer peer(*server);
     server->stopServer();
     const TokenMap answer = peer.ask("{ cmdType = SERVER_INFO; }");
-    QCOMPARE(answer.value("serverResponse").toString(), QString("OK"));
+    QCOMPARE(answer.value(u"serverResponse"_s).toString(), u"OK"_s);
     QSignalSpy states(server.get(), &Server::clientConnected);
     peer.leave();
     QVERIFY(waitUntil([&] { return !states.isEmpty(); }));
@@ -471,7 +472,7 @@ void tst_Server::aRestartServesEachConnectionOnce()
     peer.ask("{ cmdType = SERVER_INFO; }");
     // A second answer to the first question would be taken for this one's.
     const TokenMap next = peer.ask("{ cmdType = SERVER_PAIR; cmdParameters = (id, name); }");
-    QCOMPARE(next.value("cmdType").toString(), QString("SERVER_PAIR"));
+    QCOMPARE(next.value(u"cmdType"_s).toString(), u"SERVER_PAIR"_s);
     QCOMPARE(server->findChildren<QTcpSocket *>().size(), 1);
     QCOMPARE(dnsSd().living, 1);
 }
@@ -509,7 +510,7 @@ void tst_Server::connectionsAreTold()
     peer.leave();
     QVERIFY(waitUntil([&] { return states.count() == 2; }));
     QCOMPARE(told(states), QList<bool>({true, false}));
-    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+    QCOMPARE(messages->warnings(), QStringList{u"Device Disconnected "_s});
 }
 
 void tst_Server::oneOfTwoClientsLeavingIsToldAsNotConnected()
@@ -535,8 +536,8 @@ void tst_Server::manyClientsAtOnceAreServed()
     }
     QCOMPARE(states.count(), 40);
     for (const auto &peer : peers) {
-        QCOMPARE(peer->ask("{ cmdType = SERVER_INFO; }").value("serverResponse").toString(),
-                 QString("OK"));
+        QCOMPARE(peer->ask("{ cmdType = SERVER_INFO; }").value(u"serverResponse"_s).toString(),
+                 u"OK"_s);
     }
 }
 
@@ -564,7 +565,7 @@ void tst_Server::othersHaveTheirTurnWhileACrowdIsAccepted()
 
 void tst_Server::aFileLeavesTheReserveAlone()
 {
-    const QString directory = home->subdirectory("received");
+    const QString directory = home->subdirectory(u"received"_s);
     QSettings().setValue("downloadDirectory", directory);
     server->startServer();
     ServedPeer peer(*server);
@@ -572,13 +573,13 @@ void tst_Server::aFileLeavesTheReserveAlone()
         "{ cmdType = FILE_TRANSFER_AND_OPEN; cmdParameters = (note, 1000); }";
     {
         const DescriptorLimit scarce(47);
-        QCOMPARE(peer.ask(request).value("serverResponse").toString(),
-                 QString("START_BINARY_TRANSFER"));
-        QVERIFY(!QFile::exists(directory + "/note"));
+        QCOMPARE(peer.ask(request).value(u"serverResponse"_s).toString(),
+                 u"START_BINARY_TRANSFER"_s);
+        QVERIFY(!QFile::exists(directory + u"/note"_s));
     }
     ServedPeer later(*server);
     later.ask(request);
-    QVERIFY(QFile::exists(directory + "/note"));
+    QVERIFY(QFile::exists(directory + u"/note"_s));
 }
 
 void tst_Server::acceptedSocketsAreTuned()
@@ -651,10 +652,10 @@ void tst_Server::aPauseOfAcceptingEndsWithTheRun()
         QTcpSocket waiting;
         waiting.connectToHost(QHostAddress(QHostAddress::LocalHost), server->serverPort());
         QVERIFY(waitUntil([&] { return waiting.state() == QAbstractSocket::ConnectedState; }));
-        for (const QString &step : steps.split(' ')) {
-            if (step == "stop") {
+        for (const QString &step : steps.split(u' ')) {
+            if (step == u"stop"_s) {
                 server->stopServer();
-            } else if (step == "start") {
+            } else if (step == u"start"_s) {
                 QVERIFY(server->startServer());
             } else {
                 first.leave();
@@ -670,7 +671,7 @@ void tst_Server::aPauseOfAcceptingEndsWithTheRun()
 
 void tst_Server::destructionEndsConnectionsAndKeepsWhatArrived()
 {
-    QSettings().setValue("downloadDirectory", home->subdirectory("received"));
+    QSettings().setValue("downloadDirectory", home->subdirectory(u"received"_s));
     const int before = openDescriptors();
     server->startServer();
     ServedPeer peer(*server);
@@ -679,7 +680,7 @@ void tst_Server::destructionEndsConnectionsAndKeepsWhatArrived()
     server.reset();
     // The peer's own socket is left; the file, too, is closed by now.
     QCOMPARE(openDescriptors(), before + 1);
-    QVERIFY(contentOf(home->path("received/note")).endsWith("half of it"));
+    QVERIFY(contentOf(home->path(u"received/note"_s)).endsWith("half of it"));
     QVERIFY(waitUntil([&] { return !peer.isConnected(); }));
 }
 

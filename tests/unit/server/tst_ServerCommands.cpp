@@ -22,6 +22,8 @@
 #include <memory>
 #include <stdexcept>
 
+using namespace Qt::StringLiterals;
+
 Q_DECLARE_METATYPE(std::function<void()>)
 
 namespace {
@@ -40,7 +42,7 @@ QString pointerEvents()
             types.append(QString::number(static_cast<int>(event.type)));
         }
     }
-    return types.join(' ');
+    return types.join(u' ');
 }
 
 const char *const leftClick = "1 2";
@@ -50,7 +52,7 @@ const char *const move = "5";
 
 QString response(const TokenMap &answer)
 {
-    return answer.value("serverResponse").toString();
+    return answer.value(u"serverResponse"_s).toString();
 }
 
 QByteArray command(const QByteArray &type, const QByteArray &rest = QByteArray())
@@ -128,7 +130,7 @@ private:
     /// True when the next answer is that to a question asked now.
     bool hasNotAnswered()
     {
-        return peer->ask(command("SERVER_INFO")).value("cmdType") == "SERVER_INFO";
+        return peer->ask(command("SERVER_INFO")).value(u"cmdType"_s) == u"SERVER_INFO"_s;
     }
 
     std::unique_ptr<PrivateHome> home;
@@ -141,7 +143,7 @@ private:
 void tst_ServerCommands::init()
 {
     home = std::make_unique<PrivateHome>();
-    QSettings().setValue("downloadDirectory", home->subdirectory("received"));
+    QSettings().setValue("downloadDirectory", home->subdirectory(u"received"_s));
     messages = std::make_unique<MessageRecorder>();
     desktop = std::make_unique<RecordingDesktop>();
     DnsSdRecord::current().reset();
@@ -203,14 +205,14 @@ void tst_ServerCommands::pairingIsAnsweredWithItsParameters()
 {
     const TokenMap answer =
         peer->ask(command("SERVER_PAIR", "cmdParameters = (\n\"id 1\",\n\"My device\"\n);"));
-    const TokenMap expected = {{"cmdType", "SERVER_PAIR"},
-                               {"cmdParameters", QStringList{"id 1", "My device"}},
-                               {"serverResponse", "OK"}};
+    const TokenMap expected = {{u"cmdType"_s, u"SERVER_PAIR"_s},
+                               {u"cmdParameters"_s, QStringList{u"id 1"_s, u"My device"_s}},
+                               {u"serverResponse"_s, u"OK"_s}};
     QCOMPARE(answer, expected);
-    QCOMPARE(messages->all(), QStringList{"warning: Device Connected "});
+    QCOMPARE(messages->all(), QStringList{u"warning: Device Connected "_s});
     server->setNeedsPairingApproval(true);
-    QVERIFY(server->deviceIsPresent("id 1"));
-    QVERIFY(!server->deviceIsPresent("My device"));
+    QVERIFY(server->deviceIsPresent(u"id 1"_s));
+    QVERIFY(!server->deviceIsPresent(u"My device"_s));
 }
 
 void tst_ServerCommands::pairingTellsTheConnectionTheDevicesName()
@@ -221,7 +223,7 @@ void tst_ServerCommands::pairingTellsTheConnectionTheDevicesName()
     socket.receive(command("SERVER_PAIR", "cmdParameters = (id, My device, other);"));
     emit socket.readyRead();
     QVERIFY(waitUntil([&] { return !socket.takeWritten().isEmpty(); }));
-    QCOMPARE(handler.deviceName, QString("My device"));
+    QCOMPARE(handler.deviceName, u"My device"_s);
 }
 
 void tst_ServerCommands::pairingMayLackItsParameters_data()
@@ -240,7 +242,7 @@ void tst_ServerCommands::pairingMayLackItsParameters()
     QFETCH(QByteArray, parameters);
     QFETCH(QString, identifier);
     const TokenMap answer = peer->ask(command("SERVER_PAIR", parameters));
-    QCOMPARE(response(answer), QString("OK"));
+    QCOMPARE(response(answer), u"OK"_s);
     server->setNeedsPairingApproval(true);
     QVERIFY(server->deviceIsPresent(identifier));
 }
@@ -249,9 +251,10 @@ void tst_ServerCommands::pairingMayLackItsParameters()
 
 void tst_ServerCommands::serverInfoTellsHeightThenWidth()
 {
-    const TokenMap expected = {{"cmdType", "SERVER_INFO"},
-                               {"cmdParameters", QStringList{"1080", "1920", "MAC-OSX"}},
-                               {"serverResponse", "OK"}};
+    const TokenMap expected = {
+        {u"cmdType"_s, u"SERVER_INFO"_s},
+        {u"cmdParameters"_s, QStringList{u"1080"_s, u"1920"_s, u"MAC-OSX"_s}},
+        {u"serverResponse"_s, u"OK"_s}};
     QCOMPARE(peer->ask(command("SERVER_INFO")), expected);
     QCOMPARE(messages->all(), QStringList());
 }
@@ -259,8 +262,8 @@ void tst_ServerCommands::serverInfoTellsHeightThenWidth()
 void tst_ServerCommands::serverInfoReplacesTheParameters()
 {
     const TokenMap answer = peer->ask(command("SERVER_INFO", "cmdParameters = (a, b);"));
-    QCOMPARE(answer.value("cmdParameters").toStringList(),
-             QStringList({"1080", "1920", "MAC-OSX"}));
+    QCOMPARE(answer.value(u"cmdParameters"_s).toStringList(),
+             QStringList({u"1080"_s, u"1920"_s, u"MAC-OSX"_s}));
 }
 
 // ---- Input --------------------------------------------------------------------------------------
@@ -290,8 +293,8 @@ void tst_ServerCommands::withoutAKeyTheEmptyTextIsTyped()
     QVERIFY(peer->send(command("KEYBOARD_CMD")));
     QVERIFY(events().calls.empty());
     QCOMPARE(messages->warnings().size(), 2);
-    QVERIFY(messages->warnings().at(0).startsWith("KeyCode not vailable for "));
-    QCOMPARE(messages->warnings().at(1), QString("\"Problem executing the shortcut: \" "));
+    QVERIFY(messages->warnings().at(0).startsWith(u"KeyCode not vailable for "_s));
+    QCOMPARE(messages->warnings().at(1), u"\"Problem executing the shortcut: \" "_s);
 }
 
 void tst_ServerCommands::pointerCodesAreNumbers_data()
@@ -333,9 +336,9 @@ void tst_ServerCommands::pointerCodesAreNumbers()
 void tst_ServerCommands::withoutACodeTheLeftButtonIsClicked()
 {
     QVERIFY(peer->send(command("MOUSE_CMD")));
-    QCOMPARE(pointerEvents(), QString(leftClick));
+    QCOMPARE(pointerEvents(), QString::fromLatin1(leftClick));
     QVERIFY(peer->send(command("MOUSE_CMD", "fncCommand = ;")));
-    QCOMPARE(pointerEvents(), QString("1 2 1 2"));
+    QCOMPARE(pointerEvents(), u"1 2 1 2"_s);
 }
 
 void tst_ServerCommands::thePointerMovesByTwoNumbers_data()
@@ -370,7 +373,7 @@ void tst_ServerCommands::thePointerMovesByTwoNumbers()
     events().location = {100, 50};
     QVERIFY(
         peer->send(command("MOUSE_CMD", "fncCommand = 4; cmdParameters = " + parameters + ";")));
-    QCOMPARE(pointerEvents(), QString(position.isEmpty() ? "" : move));
+    QCOMPARE(pointerEvents(), position.isEmpty() ? QString() : QString::fromLatin1(move));
     if (!position.isEmpty()) {
         const platform::Location expected{position[0], position[1]};
         QVERIFY(events().mousePosts()[0].events[0].position == expected);
@@ -399,14 +402,15 @@ void tst_ServerCommands::whateverAMoveThrowsIsTold()
     QFETCH(std::function<void()>, doThrow);
     events().onLocationQuestion = doThrow;
     QVERIFY(peer->send(command("MOUSE_CMD", "fncCommand = 4; cmdParameters = (1, 2);")));
-    QCOMPARE(messages->all(), QStringList{"debug: Bad parameters array... "});
+    QCOMPARE(messages->all(), QStringList{u"debug: Bad parameters array... "_s});
     QVERIFY(events().mousePosts().empty());
     QVERIFY(hasNotAnswered());
 }
 
 void tst_ServerCommands::applicationCommandsDoNothing()
 {
-    PlatformRecord::current().scripting.applications.insert("com.apple.finder", {true, "Files"});
+    PlatformRecord::current().scripting.applications.insert(u"com.apple.finder"_s,
+                                                            {true, u"Files"_s});
     QVERIFY(peer->send(
         command("APPLICATION_CMD", "fncCommand = quit; cmdParameters = (Finder, Finder);")));
     QVERIFY(events().calls.empty());
@@ -432,43 +436,42 @@ void tst_ServerCommands::addressesAreOpened()
     const TokenMap answer =
         peer->ask(command("URL_OPEN", "fncCommand = \"" + url.toLatin1() + "\";"));
     const TokenMap expected = {
-        {"cmdType", "URL_OPEN"}, {"fncCommand", url}, {"serverResponse", "OK"}};
+        {u"cmdType"_s, u"URL_OPEN"_s}, {u"fncCommand"_s, url}, {u"serverResponse"_s, u"OK"_s}};
     QCOMPARE(answer, expected);
     QCOMPARE(desktop->opened, QStringList{url});
-    QCOMPARE(messages->all(), QStringList{"warning: Opening URL:  " + url + " "});
+    QCOMPARE(messages->all(), QStringList{u"warning: Opening URL:  "_s + url + u" "_s});
 }
 
 void tst_ServerCommands::anEmptyAddressIsAnsweredAllTheSame()
 {
-    QCOMPARE(response(peer->ask(command("URL_OPEN"))), QString("OK"));
-    QCOMPARE(response(peer->ask(command("URL_OPEN", "fncCommand = ;"))), QString("OK"));
-    QCOMPARE(messages->warnings().value(0), QString("Opening URL:   "));
+    QCOMPARE(response(peer->ask(command("URL_OPEN"))), u"OK"_s);
+    QCOMPARE(response(peer->ask(command("URL_OPEN", "fncCommand = ;"))), u"OK"_s);
+    QCOMPARE(messages->warnings().value(0), u"Opening URL:   "_s);
     QCOMPARE(desktop->opened, QStringList());
 }
 
 /// The wire brings one byte a character only, so the address is put into the map by hand.
 void tst_ServerCommands::anAddressIsToldInOneByteLetters()
 {
-    const QString url = QStringLiteral("http://example.net/\u00e9\u20ac");
+    const QString url = u"http://example.net/\u00e9\u20ac"_s;
     SocketPair pair;
     ClientHandler client(pair.accepted.get());
-    client.token = {{"cmdType", "URL_OPEN"}, {"fncCommand", url}};
+    client.token = {{u"cmdType"_s, u"URL_OPEN"_s}, {u"fncCommand"_s, url}};
     connect(&client, SIGNAL(tokenAvailable()), server.get(), SLOT(serveClient()));
     emit client.tokenAvailable();
-    QCOMPARE(messages->warnings(),
-             QStringList{QStringLiteral("Opening URL:  http://example.net/\u00e9? ")});
+    QCOMPARE(messages->warnings(), QStringList{u"Opening URL:  http://example.net/\u00e9? "_s});
     QCOMPARE(desktop->opened, QStringList{url});
 }
 
 void tst_ServerCommands::anOptionIsAnsweredAndNotOpened()
 {
     QDesktopServices::setUrlHandler(QString(), desktop.get(), "open");
-    QCOMPARE(response(peer->ask(command("URL_OPEN", "fncCommand = --help;"))), QString("OK"));
+    QCOMPARE(response(peer->ask(command("URL_OPEN", "fncCommand = --help;"))), u"OK"_s);
     QDesktopServices::unsetUrlHandler(QString());
     QCOMPARE(desktop->opened, QStringList());
     QCOMPARE(messages->all(),
-             QStringList({"warning: Opening URL:  --help ",
-                          "warning: Not opened: an address must not begin with \"-\". "}));
+             QStringList({u"warning: Opening URL:  --help "_s,
+                          u"warning: Not opened: an address must not begin with \"-\". "_s}));
 }
 
 void tst_ServerCommands::openingsOfAllPeersAreCountedTogether()
@@ -482,25 +485,25 @@ void tst_ServerCommands::openingsOfAllPeersAreCountedTogether()
     ServedPeer two(*server);
     for (int number = 0; number < 20; ++number) {
         QCOMPARE(response(one.ask(command("URL_OPEN", "fncCommand = http://example.net/;"))),
-                 QString("OK"));
+                 u"OK"_s);
         two.post(command("FILE_TRANSFER_AND_OPEN", "cmdParameters = (photo.jpg, 0);"));
-        QCOMPARE(response(two.answer()), QString("START_BINARY_TRANSFER"));
-        QCOMPARE(response(two.answer()), QString("OK"));
+        QCOMPARE(response(two.answer()), u"START_BINARY_TRANSFER"_s);
+        QCOMPARE(response(two.answer()), u"OK"_s);
     }
     QCOMPARE(desktop->opened.size(), 40);
     messages->clear();
-    const QString complaint = "Not opened: too many addresses and files at once. ";
+    const QString complaint = u"Not opened: too many addresses and files at once. "_s;
     for (int number = 0; number < 20; ++number) {
         QCOMPARE(response(two.ask(command("URL_OPEN", "fncCommand = http://example.net/;"))),
-                 QString("OK"));
+                 u"OK"_s);
     }
     QCOMPARE(desktop->opened.size(), 50);
     QCOMPARE(messages->warnings().count(complaint), 10);
     // A file is stored and answered all the same.
     one.post(command("FILE_TRANSFER_AND_OPEN", "cmdParameters = (late.jpg, 0);"));
-    QCOMPARE(response(one.answer()), QString("START_BINARY_TRANSFER"));
-    QCOMPARE(response(one.answer()), QString("OK"));
-    QVERIFY(QFile::exists(home->path("received/late.jpg")));
+    QCOMPARE(response(one.answer()), u"START_BINARY_TRANSFER"_s);
+    QCOMPARE(response(one.answer()), u"OK"_s);
+    QVERIFY(QFile::exists(home->path(u"received/late.jpg"_s)));
     QCOMPARE(desktop->opened.size(), 50);
     QCOMPARE(messages->warnings().count(complaint), 11);
 }
@@ -510,11 +513,12 @@ void tst_ServerCommands::openingsOfAllPeersAreCountedTogether()
 void tst_ServerCommands::textGoesToTheClipboard()
 {
     const TokenMap answer = peer->ask(command("TEXT_TRANSFER_AND_OPEN", "fncCommand = hello;"));
-    const TokenMap expected = {
-        {"cmdType", "TEXT_TRANSFER_AND_OPEN"}, {"fncCommand", ""}, {"serverResponse", "OK"}};
+    const TokenMap expected = {{u"cmdType"_s, u"TEXT_TRANSFER_AND_OPEN"_s},
+                               {u"fncCommand"_s, u""_s},
+                               {u"serverResponse"_s, u"OK"_s}};
     QCOMPARE(answer, expected);
-    QCOMPARE(QGuiApplication::clipboard()->text(), QString("hello"));
-    QCOMPARE(messages->all(), QStringList{"warning: You have text in clipboard... "});
+    QCOMPARE(QGuiApplication::clipboard()->text(), u"hello"_s);
+    QCOMPARE(messages->all(), QStringList{u"warning: You have text in clipboard... "_s});
     QCOMPARE(desktop->opened, QStringList());
 }
 
@@ -523,16 +527,16 @@ void tst_ServerCommands::theClipboardIsAnswered_data()
     QTest::addColumn<QString>("text");
     QTest::newRow("text") << "hello";
     QTest::newRow("empty text") << "";
-    QTest::newRow("Latin-1") << QStringLiteral("\u00e9\u00ff");
+    QTest::newRow("Latin-1") << u"\u00e9\u00ff"_s;
 }
 
 void tst_ServerCommands::theClipboardIsAnswered()
 {
     QFETCH(QString, text);
     QGuiApplication::clipboard()->setText(text);
-    const TokenMap expected = {{"cmdType", "SERVER_CLIPBOARD_REQUEST"},
-                               {"cmdParameters", QStringList{text}},
-                               {"serverResponse", "OK"}};
+    const TokenMap expected = {{u"cmdType"_s, u"SERVER_CLIPBOARD_REQUEST"_s},
+                               {u"cmdParameters"_s, QStringList{text}},
+                               {u"serverResponse"_s, u"OK"_s}};
     QCOMPARE(peer->ask(command("SERVER_CLIPBOARD_REQUEST", "cmdParameters = (a, b);")), expected);
     QCOMPARE(messages->all(), QStringList());
 }
@@ -549,15 +553,15 @@ void tst_ServerCommands::aClipboardWithoutTextIsAnError()
 {
     QFETCH(QString, content);
     auto *data = new QMimeData;
-    if (content == "image") {
+    if (content == u"image"_s) {
         data->setImageData(QImage(1, 1, QImage::Format_RGB32));
-    } else if (content == "html") {
-        data->setHtml("<b>bold</b>");
+    } else if (content == u"html"_s) {
+        data->setHtml(u"<b>bold</b>"_s);
     }
     QGuiApplication::clipboard()->setMimeData(data);
-    const TokenMap expected = {{"cmdType", "SERVER_CLIPBOARD_REQUEST"},
-                               {"cmdParameters", QStringList{"a", "b"}},
-                               {"serverResponse", "ERROR"}};
+    const TokenMap expected = {{u"cmdType"_s, u"SERVER_CLIPBOARD_REQUEST"_s},
+                               {u"cmdParameters"_s, QStringList{u"a"_s, u"b"_s}},
+                               {u"serverResponse"_s, u"ERROR"_s}};
     QCOMPARE(peer->ask(command("SERVER_CLIPBOARD_REQUEST", "cmdParameters = (a, b);")), expected);
 }
 
@@ -566,8 +570,8 @@ void tst_ServerCommands::textSentThenAskedForComesBack()
     peer->ask(
         command("TEXT_TRANSFER_AND_OPEN", "fncCommand = \"[[[IGNORE]]]a;b[[[ENDIGNORE]]]\";"));
     const TokenMap answer = peer->ask(command("SERVER_CLIPBOARD_REQUEST"));
-    QCOMPARE(QGuiApplication::clipboard()->text(), QString("a;b"));
-    QCOMPARE(response(answer), QString("OK"));
+    QCOMPARE(QGuiApplication::clipboard()->text(), u"a;b"_s);
+    QCOMPARE(response(answer), u"OK"_s);
 }
 
 void tst_ServerCommands::aSlowClipboardHoldsNobodyElseUp()
@@ -581,14 +585,14 @@ void tst_ServerCommands::aSlowClipboardHoldsNobodyElseUp()
     ServedPeer third(*server);
     QVERIFY(third.send(command("KEYBOARD_CMD", "fncCommand = A;")));
     QCOMPARE(events().keyboardEvents().size(), 2U);
-    QCOMPARE(response(third.ask(command("SERVER_INFO"))), QString("OK"));
+    QCOMPARE(response(third.ask(command("SERVER_INFO"))), u"OK"_s);
     QCOMPARE(peer->received(), QByteArray());
     QCOMPARE(other.received(), QByteArray());
-    host.waitingReaders[1](QString("second"));
-    QCOMPARE(other.answer().value("cmdParameters").toStringList(), QStringList{"second"});
+    host.waitingReaders[1](u"second"_s);
+    QCOMPARE(other.answer().value(u"cmdParameters"_s).toStringList(), QStringList{u"second"_s});
     QCOMPARE(peer->received(), QByteArray());
-    host.waitingReaders[0](QString("first"));
-    QCOMPARE(peer->answer().value("cmdParameters").toStringList(), QStringList{"first"});
+    host.waitingReaders[0](u"first"_s);
+    QCOMPARE(peer->answer().value(u"cmdParameters"_s).toStringList(), QStringList{u"first"_s});
 }
 
 void tst_ServerCommands::aTextOfSixteenMebibytesIsTheLongest()
@@ -598,12 +602,12 @@ void tst_ServerCommands::aTextOfSixteenMebibytesIsTheLongest()
     host.isClipboardSlow = true;
     QVERIFY(peer->send(command("SERVER_CLIPBOARD_REQUEST")));
     host.waitingReaders.at(0)(QString(longest + 1, u'x'));
-    QCOMPARE(response(peer->answer()), QString("ERROR"));
+    QCOMPARE(response(peer->answer()), u"ERROR"_s);
     QVERIFY(peer->send(command("SERVER_CLIPBOARD_REQUEST")));
     host.waitingReaders.at(1)(QString(longest, u'x'));
     const TokenMap answer = peer->answer();
-    QCOMPARE(response(answer), QString("OK"));
-    QCOMPARE(answer.value("cmdParameters").toStringList().value(0).size(), longest);
+    QCOMPARE(response(answer), u"OK"_s);
+    QCOMPARE(answer.value(u"cmdParameters"_s).toStringList().value(0).size(), longest);
 }
 
 void tst_ServerCommands::theSameTextIsInMemoryOnce()
@@ -622,7 +626,7 @@ void tst_ServerCommands::theSameTextIsInMemoryOnce()
         host.waitingReaders[number](QString(1'000, number < 2 ? u'x' : u'y'));
     }
     const auto place = [&](size_t number) {
-        return handlers[number].token.value("cmdParameters").toStringList().at(0).constData();
+        return handlers[number].token.value(u"cmdParameters"_s).toStringList().at(0).constData();
     };
     QCOMPARE(place(0), place(1));
     QVERIFY(place(1) != place(2));
@@ -646,18 +650,19 @@ void tst_ServerCommands::aSlowClipboardIsAnsweredBeforeTheNextCommand()
     QVERIFY(peer->hasArrived());
     // Whoever is read behind it would have taken the command.
     ServedPeer other(*server);
-    QCOMPARE(response(other.ask(command("SERVER_INFO"))), QString("OK"));
+    QCOMPARE(response(other.ask(command("SERVER_INFO"))), u"OK"_s);
     QCOMPARE(peer->received(), QByteArray());
 
-    host.waitingReaders.front()(hasText ? std::optional(QString("late")) : std::nullopt);
+    host.waitingReaders.front()(hasText ? std::optional(u"late"_s) : std::nullopt);
     const TokenMap first = peer->answer();
-    QCOMPARE(first.value("cmdType"), QVariant("SERVER_CLIPBOARD_REQUEST"));
-    QCOMPARE(first.value("cmdParameters").toStringList(), QStringList{hasText ? "late" : "kept"});
-    QCOMPARE(response(first), QString(hasText ? "OK" : "ERROR"));
+    QCOMPARE(first.value(u"cmdType"_s), QVariant(u"SERVER_CLIPBOARD_REQUEST"_s));
+    QCOMPARE(first.value(u"cmdParameters"_s).toStringList(),
+             QStringList{hasText ? u"late"_s : u"kept"_s});
+    QCOMPARE(response(first), hasText ? u"OK"_s : u"ERROR"_s);
     const TokenMap second = peer->answer();
-    QCOMPARE(second.value("cmdType"), QVariant("SERVER_INFO"));
-    QCOMPARE(second.value("cmdParameters").toStringList().size(), 3);
-    QCOMPARE(response(second), QString("OK"));
+    QCOMPARE(second.value(u"cmdType"_s), QVariant(u"SERVER_INFO"_s));
+    QCOMPARE(second.value(u"cmdParameters"_s).toStringList().size(), 3);
+    QCOMPARE(response(second), u"OK"_s);
 }
 
 void tst_ServerCommands::commandsOfADeviceThatLeftAreCarriedOutBehindTheClipboard()
@@ -669,9 +674,9 @@ void tst_ServerCommands::commandsOfADeviceThatLeftAreCarriedOutBehindTheClipboar
     QVERIFY(peer->hasArrived());
     peer->leave();
     ServedPeer other(*server);
-    QCOMPARE(response(other.ask(command("SERVER_INFO"))), QString("OK"));
+    QCOMPARE(response(other.ask(command("SERVER_INFO"))), u"OK"_s);
     QCOMPARE(events().keyboardEvents().size(), 0U);
-    host.waitingReaders.front()(QString("late"));
+    host.waitingReaders.front()(u"late"_s);
     QVERIFY(waitUntil([&] { return events().keyboardEvents().size() == 2; }));
 }
 
@@ -683,8 +688,8 @@ void tst_ServerCommands::aSlowClipboardMayOutlastTheDevice()
     QCOMPARE(host.waitingReaders.size(), 1U);
     peer->served()->abort();
     QVERIFY(waitUntil([&] { return peer->served() == nullptr; }));
-    host.waitingReaders.front()(QString("late"));
-    QCOMPARE(messages->warnings(), QStringList{"Device Disconnected "});
+    host.waitingReaders.front()(u"late"_s);
+    QCOMPARE(messages->warnings(), QStringList{u"Device Disconnected "_s});
 }
 
 // ---- Files --------------------------------------------------------------------------------------
@@ -694,25 +699,25 @@ void tst_ServerCommands::aFileIsReceivedAndOpened()
     const QByteArray request =
         command("FILE_TRANSFER_AND_OPEN", "cmdParameters = (\"photo.jpg\", \"2048\");");
     const TokenMap answer = peer->ask(request);
-    const QStringList parameters = {"photo.jpg", "2048"};
-    TokenMap expected = {{"cmdType", "FILE_TRANSFER_AND_OPEN"},
-                         {"cmdParameters", parameters},
-                         {"serverResponse", "START_BINARY_TRANSFER"}};
+    const QStringList parameters = {u"photo.jpg"_s, u"2048"_s};
+    TokenMap expected = {{u"cmdType"_s, u"FILE_TRANSFER_AND_OPEN"_s},
+                         {u"cmdParameters"_s, parameters},
+                         {u"serverResponse"_s, u"START_BINARY_TRANSFER"_s}};
     QCOMPARE(answer, expected);
-    const QString path = home->path("received/photo.jpg");
+    const QString path = home->path(u"received/photo.jpg"_s);
     QCOMPARE(messages->all(),
-             QStringList({"warning: Received request to save file:  photo.jpg  of size  2048 ",
-                          "debug: File:  \"" + path + "\" ",
-                          "debug: \"Asked the client to start the file transfer...\" "}));
+             QStringList({u"warning: Received request to save file:  photo.jpg  of size  2048 "_s,
+                          u"debug: File:  \""_s + path + u"\" "_s,
+                          u"debug: \"Asked the client to start the file transfer...\" "_s}));
 
     const QByteArray content(2048, '\xff');
     QVERIFY(peer->send(content.first(2048 - request.size())));
     QCOMPARE(desktop->opened, QStringList());
     QVERIFY(peer->send(content.last(request.size())));
-    expected["serverResponse"] = "OK";
+    expected[u"serverResponse"_s] = u"OK"_s;
     QCOMPARE(peer->answer(), expected);
     QCOMPARE(contentOf(path), request + content);
-    QCOMPARE(desktop->opened, QStringList{"file://" + path});
+    QCOMPARE(desktop->opened, QStringList{u"file://"_s + path});
 }
 
 void tst_ServerCommands::aSizeThatIsNoNumberIsZero_data()
@@ -728,19 +733,19 @@ void tst_ServerCommands::aSizeThatIsNoNumberIsZero()
     QFETCH(QByteArray, size);
     // With size 0 the request itself already fills the file, so a second answer follows at once.
     peer->post(command("FILE_TRANSFER_AND_OPEN", "cmdParameters = (photo.jpg, " + size + ");"));
-    QCOMPARE(response(peer->answer()), QString("START_BINARY_TRANSFER"));
-    QCOMPARE(response(peer->answer()), QString("OK"));
+    QCOMPARE(response(peer->answer()), u"START_BINARY_TRANSFER"_s);
+    QCOMPARE(response(peer->answer()), u"OK"_s);
     QCOMPARE(messages->warnings(),
-             QStringList{"Received request to save file:  photo.jpg  of size  0 "});
-    QCOMPARE(desktop->opened, QStringList{"file://" + home->path("received/photo.jpg")});
+             QStringList{u"Received request to save file:  photo.jpg  of size  0 "_s});
+    QCOMPARE(desktop->opened, QStringList{u"file://"_s + home->path(u"received/photo.jpg"_s)});
 }
 
 void tst_ServerCommands::aFileMayLackItsParameters()
 {
     // Without a name there is no file, and the transfer never ends.
     const TokenMap answer = peer->ask(command("FILE_TRANSFER_AND_OPEN"));
-    QCOMPARE(response(answer), QString("START_BINARY_TRANSFER"));
-    QCOMPARE(messages->warnings(), QStringList{"Received request to save file:    of size  0 "});
+    QCOMPARE(response(answer), u"START_BINARY_TRANSFER"_s);
+    QCOMPARE(messages->warnings(), QStringList{u"Received request to save file:    of size  0 "_s});
     QCOMPARE(desktop->opened, QStringList());
 }
 
@@ -764,16 +769,16 @@ void tst_ServerCommands::aFilesNameIsOpenedAsAnAddressIs_data()
                                            << "q?x#y.txt";
 }
 
-/// Wanted: the address is "file://" and the path as it is.
+/// By design: the address is "file://" and the path as it is.
 void tst_ServerCommands::aFilesNameIsOpenedAsAnAddressIs()
 {
     QFETCH(QString, name);
     QFETCH(QString, opened);
     peer->post(command("FILE_TRANSFER_AND_OPEN", "cmdParameters = (" + name.toLatin1() + ", 0);"));
-    QCOMPARE(response(peer->answer()), QString("START_BINARY_TRANSFER"));
-    QCOMPARE(response(peer->answer()), QString("OK"));
-    QVERIFY(QFile::exists(home->path("received/") + name));
-    QCOMPARE(desktop->opened, QStringList{"file://" + home->path("received/") + opened});
+    QCOMPARE(response(peer->answer()), u"START_BINARY_TRANSFER"_s);
+    QCOMPARE(response(peer->answer()), u"OK"_s);
+    QVERIFY(QFile::exists(home->path(u"received/"_s) + name));
+    QCOMPARE(desktop->opened, QStringList{u"file://"_s + home->path(u"received/"_s) + opened});
 }
 
 // ---- The map ------------------------------------------------------------------------------------
@@ -781,10 +786,10 @@ void tst_ServerCommands::aFilesNameIsOpenedAsAnAddressIs()
 void tst_ServerCommands::answersCarryWhatEarlierMessagesLeft()
 {
     QVERIFY(peer->send(command("MOUSE_CMD", "fncCommand = 5; extra = (x);")));
-    const TokenMap expected = {{"cmdType", "URL_OPEN"},
-                               {"fncCommand", "5"},
-                               {"extra", QStringList{"x"}},
-                               {"serverResponse", "OK"}};
+    const TokenMap expected = {{u"cmdType"_s, u"URL_OPEN"_s},
+                               {u"fncCommand"_s, u"5"_s},
+                               {u"extra"_s, QStringList{u"x"_s}},
+                               {u"serverResponse"_s, u"OK"_s}};
     QCOMPARE(peer->ask(command("URL_OPEN")), expected);
 }
 
@@ -792,14 +797,14 @@ void tst_ServerCommands::connectionsHaveMapsOfTheirOwn()
 {
     QVERIFY(peer->send(command("MOUSE_CMD", "fncCommand = 5;")));
     ServedPeer other(*server);
-    QVERIFY(!other.ask(command("SERVER_INFO")).contains("fncCommand"));
+    QVERIFY(!other.ask(command("SERVER_INFO")).contains(u"fncCommand"_s));
 }
 
 /// A screen that is not a square, or height and width could not be told apart.
 int main(int argc, char **argv)
 {
     const QTemporaryDir directory;
-    QFile screens(directory.filePath("screens.json"));
+    QFile screens(directory.filePath(u"screens.json"_s));
     if (!screens.open(QIODevice::WriteOnly)) {
         return 1;
     }

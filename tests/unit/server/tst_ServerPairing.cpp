@@ -19,6 +19,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using BoxVisitor = DialogVisitor<QMessageBox>;
@@ -45,7 +47,7 @@ QByteArray pairRequest(const QByteArray &identifier)
 
 QString response(const TokenMap &answer)
 {
-    return answer.value("serverResponse").toString();
+    return answer.value(u"serverResponse"_s).toString();
 }
 
 /// The boxes that are on the screen.
@@ -128,23 +130,22 @@ void tst_ServerPairing::cleanup()
 void tst_ServerPairing::theBoxAsksAboutTheDevice()
 {
     const BoxVisitor visitor([](QMessageBox &box) {
-        QCOMPARE(box.text(), QString("Device pairing request."));
-        QCOMPARE(box.informativeText(),
-                 QString("Do you want to pair with device named 'My device''?"));
+        QCOMPARE(box.text(), u"Device pairing request."_s);
+        QCOMPARE(box.informativeText(), u"Do you want to pair with device named 'My device''?"_s);
         QCOMPARE(box.icon(), QMessageBox::Question);
         QVERIFY(box.parent() == nullptr);
         QVERIFY(box.isModal());
 
         QCOMPARE(box.buttons().size(), 2);
-        QAbstractButton *accept = button(box, "Accept");
-        QAbstractButton *reject = button(box, "Reject");
+        QAbstractButton *accept = button(box, u"Accept"_s);
+        QAbstractButton *reject = button(box, u"Reject"_s);
         QVERIFY(accept != nullptr && reject != nullptr);
         QCOMPARE(box.buttonRole(accept), QMessageBox::AcceptRole);
         QCOMPARE(box.buttonRole(reject), QMessageBox::RejectRole);
         QCOMPARE(box.defaultButton(), qobject_cast<QPushButton *>(reject));
         box.reject();
     });
-    server->pairingRequestForDevice("id", "My device");
+    server->pairingRequestForDevice(u"id"_s, u"My device"_s);
     QCOMPARE(visitor.visited(), 1);
 }
 
@@ -152,8 +153,8 @@ void tst_ServerPairing::aLongNameIsCut_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("shown");
-    QTest::newRow("80 characters") << QString(80, 'n') << QString(80, 'n');
-    QTest::newRow("81 characters") << QString(81, 'n') << QString(79, 'n') + QChar(u'\u2026');
+    QTest::newRow("80 characters") << QString(80, u'n') << QString(80, u'n');
+    QTest::newRow("81 characters") << QString(81, u'n') << QString(79, u'n') + QChar(u'\u2026');
 }
 
 void tst_ServerPairing::aLongNameIsCut()
@@ -161,10 +162,11 @@ void tst_ServerPairing::aLongNameIsCut()
     QFETCH(QString, name);
     QFETCH(QString, shown);
     const BoxVisitor visitor([&](QMessageBox &box) {
-        QCOMPARE(box.informativeText(), "Do you want to pair with device named '" + shown + "''?");
+        QCOMPARE(box.informativeText(),
+                 u"Do you want to pair with device named '"_s + shown + u"''?"_s);
         box.reject();
     });
-    server->pairingRequestForDevice("id", name);
+    server->pairingRequestForDevice(u"id"_s, name);
     QCOMPARE(visitor.visited(), 1);
 }
 
@@ -175,7 +177,7 @@ void tst_ServerPairing::theNameIsShownAsItIs_data()
     QTest::newRow("markup") << "<b>bold</b><img src=\"file:///etc/hostname\">";
     QTest::newRow("marker of a template") << "%1 %2 %L1";
     QTest::newRow("empty") << "";
-    QTest::newRow("letters beyond ASCII") << QStringLiteral("\u00e9\u2603");
+    QTest::newRow("letters beyond ASCII") << u"\u00e9\u2603"_s;
     QTest::newRow("shortcut sign") << "a&b";
 }
 
@@ -183,13 +185,14 @@ void tst_ServerPairing::theNameIsShownAsItIs()
 {
     QFETCH(QString, name);
     const BoxVisitor visitor([&](QMessageBox &box) {
-        QCOMPARE(box.informativeText(), "Do you want to pair with device named '" + name + "''?");
-        const auto *label = box.findChild<QLabel *>("qt_msgbox_informativelabel");
+        QCOMPARE(box.informativeText(),
+                 u"Do you want to pair with device named '"_s + name + u"''?"_s);
+        const auto *label = box.findChild<QLabel *>(u"qt_msgbox_informativelabel"_s);
         QVERIFY(label != nullptr);
         QCOMPARE(label->textFormat(), Qt::PlainText);
         box.reject();
     });
-    server->pairingRequestForDevice("id", name);
+    server->pairingRequestForDevice(u"id"_s, name);
     QCOMPARE(visitor.visited(), 1);
 }
 
@@ -203,19 +206,19 @@ void tst_ServerPairing::aLongNameLeavesTheButtonsOnTheScreen()
         }
         box.reject();
     });
-    server->pairingRequestForDevice("id", QString("long name ").repeated(10'000));
-    server->pairingRequestForDevice("id", QString(10'000, u'W'));
+    server->pairingRequestForDevice(u"id"_s, u"long name "_s.repeated(10'000));
+    server->pairingRequestForDevice(u"id"_s, QString(10'000, u'W'));
     QCOMPARE(visitor.visited(), 2);
 }
 
 void tst_ServerPairing::acceptingRemembersTheDevice()
 {
-    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Accept"); });
-    QVERIFY(server->pairingRequestForDevice("id", "name"));
-    QVERIFY(isRemembered("id"));
-    QVERIFY(!isRemembered("name"));
+    const BoxVisitor visitor([](QMessageBox &box) { press(box, u"Accept"_s); });
+    QVERIFY(server->pairingRequestForDevice(u"id"_s, u"name"_s));
+    QVERIFY(isRemembered(u"id"_s));
+    QVERIFY(!isRemembered(u"name"_s));
     server.reset();
-    QCOMPARE(QSettings().value("pairedDeviceList").toStringList(), QStringList{"id"});
+    QCOMPARE(QSettings().value("pairedDeviceList").toStringList(), QStringList{u"id"_s});
 }
 
 void tst_ServerPairing::anythingElseRejects_data()
@@ -232,21 +235,21 @@ void tst_ServerPairing::anythingElseRejects()
 {
     QFETCH(QString, way);
     const BoxVisitor visitor([&](QMessageBox &box) {
-        if (way == "button") {
-            press(box, "Reject");
-        } else if (way == "escape") {
+        if (way == u"button"_s) {
+            press(box, u"Reject"_s);
+        } else if (way == u"escape"_s) {
             QTest::keyClick(&box, Qt::Key_Escape);
-        } else if (way == "return") {
+        } else if (way == u"return"_s) {
             QTest::keyClick(&box, Qt::Key_Return);
-        } else if (way == "close") {
+        } else if (way == u"close"_s) {
             box.close();
         } else {
             box.hide();
         }
     });
-    QVERIFY(!server->pairingRequestForDevice("id", "name"));
+    QVERIFY(!server->pairingRequestForDevice(u"id"_s, u"name"_s));
     QCOMPARE(visitor.visited(), 1);
-    QVERIFY(!isRemembered("id"));
+    QVERIFY(!isRemembered(u"id"_s));
 }
 
 void tst_ServerPairing::aRejectedDeviceIsAskedAboutAgain()
@@ -254,21 +257,21 @@ void tst_ServerPairing::aRejectedDeviceIsAskedAboutAgain()
     int boxes = 0;
     const BoxVisitor visitor([&](QMessageBox &box) {
         ++boxes;
-        press(box, boxes == 1 ? "Reject" : "Accept");
+        press(box, boxes == 1 ? u"Reject"_s : u"Accept"_s);
     });
-    QVERIFY(!server->pairingRequestForDevice("id", "name"));
-    QVERIFY(server->pairingRequestForDevice("id", "name"));
-    QVERIFY(server->pairingRequestForDevice("id", "name"));
+    QVERIFY(!server->pairingRequestForDevice(u"id"_s, u"name"_s));
+    QVERIFY(server->pairingRequestForDevice(u"id"_s, u"name"_s));
+    QVERIFY(server->pairingRequestForDevice(u"id"_s, u"name"_s));
     QCOMPARE(visitor.visited(), 2);
 }
 
 void tst_ServerPairing::aKnownDeviceIsNotAskedAbout()
 {
-    QSettings().setValue("pairedDeviceList", QStringList{"known"});
+    QSettings().setValue("pairedDeviceList", QStringList{u"known"_s});
     Server other(nullptr);
     other.setNeedsPairingApproval(true);
     const BoxVisitor visitor([](QMessageBox &box) { box.reject(); });
-    QVERIFY(other.pairingRequestForDevice("known", "name"));
+    QVERIFY(other.pairingRequestForDevice(u"known"_s, u"name"_s));
     QCOMPARE(visitor.visited(), 0);
 }
 
@@ -276,7 +279,7 @@ void tst_ServerPairing::withoutApprovalNobodyIsAsked()
 {
     server->setNeedsPairingApproval(false);
     const BoxVisitor visitor([](QMessageBox &box) { box.reject(); });
-    QVERIFY(server->pairingRequestForDevice("id", "name"));
+    QVERIFY(server->pairingRequestForDevice(u"id"_s, u"name"_s));
     QCOMPARE(visitor.visited(), 0);
 }
 
@@ -294,11 +297,11 @@ void tst_ServerPairing::theEndOfTheProgramIsNoAcceptance()
         [&](QMessageBox &) { isForced ? QCoreApplication::exit(0) : QCoreApplication::quit(); });
     bool isAccepted = true;
     QTimer::singleShot(0, server.get(),
-                       [&] { isAccepted = server->pairingRequestForDevice("id", "name"); });
+                       [&] { isAccepted = server->pairingRequestForDevice(u"id"_s, u"name"_s); });
     QCOMPARE(QApplication::exec(), 0);
     QVERIFY(!isAccepted);
     QCOMPARE(visitor.visited(), 1);
-    QVERIFY(!isRemembered("id"));
+    QVERIFY(!isRemembered(u"id"_s));
 }
 
 // ---- The handshake ------------------------------------------------------------------------------
@@ -309,26 +312,26 @@ void tst_ServerPairing::theAnswerWaitsForTheUser()
     const BoxVisitor visitor([&](QMessageBox &box) {
         QCOMPARE(peer.received(), QByteArray());
         QCOMPARE(messages->all(), QStringList());
-        press(box, "Accept");
+        press(box, u"Accept"_s);
     });
-    const TokenMap expected = {{"cmdType", "SERVER_PAIR"},
-                               {"cmdParameters", QStringList{"id", "My device"}},
-                               {"serverResponse", "OK"}};
+    const TokenMap expected = {{u"cmdType"_s, u"SERVER_PAIR"_s},
+                               {u"cmdParameters"_s, QStringList{u"id"_s, u"My device"_s}},
+                               {u"serverResponse"_s, u"OK"_s}};
     QCOMPARE(peer.ask(pairRequest("id")), expected);
     QCOMPARE(visitor.visited(), 1);
-    QCOMPARE(messages->all(), QStringList{"warning: Device Connected "});
+    QCOMPARE(messages->all(), QStringList{u"warning: Device Connected "_s});
 }
 
 void tst_ServerPairing::aRejectedDeviceIsServedAllTheSame()
 {
     ServedPeer peer(*server);
-    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Reject"); });
-    const TokenMap expected = {{"cmdType", "SERVER_PAIR"},
-                               {"cmdParameters", QStringList{"id", "My device"}},
-                               {"serverResponse", "ERROR"}};
+    const BoxVisitor visitor([](QMessageBox &box) { press(box, u"Reject"_s); });
+    const TokenMap expected = {{u"cmdType"_s, u"SERVER_PAIR"_s},
+                               {u"cmdParameters"_s, QStringList{u"id"_s, u"My device"_s}},
+                               {u"serverResponse"_s, u"ERROR"_s}};
     QCOMPARE(peer.ask(pairRequest("id")), expected);
     QCOMPARE(visitor.visited(), 1);
-    QCOMPARE(messages->all(), QStringList{"warning: Device Rejected !! "});
+    QCOMPARE(messages->all(), QStringList{u"warning: Device Rejected !! "_s});
     QVERIFY(peer.isConnected());
     QVERIFY(peer.send("{ cmdType = MOUSE_CMD; fncCommand = 1; }"));
     QCOMPARE(PlatformRecord::current().events.mousePosts().size(), 1U);
@@ -339,15 +342,15 @@ void tst_ServerPairing::othersAreServedWhileTheBoxIsOpen()
     ServedPeer first(*server);
     ServedPeer second(*server);
     const BoxVisitor visitor([&](QMessageBox &box) {
-        QCOMPARE(response(second.ask("{ cmdType = SERVER_INFO; }")), QString("OK"));
+        QCOMPARE(response(second.ask("{ cmdType = SERVER_INFO; }")), u"OK"_s);
         ServedPeer third(*server);
-        QCOMPARE(response(third.ask("{ cmdType = SERVER_INFO; }")), QString("OK"));
+        QCOMPARE(response(third.ask("{ cmdType = SERVER_INFO; }")), u"OK"_s);
         QVERIFY(second.send("{ cmdType = KEYBOARD_CMD; fncCommand = A; }"));
         QCOMPARE(PlatformRecord::current().events.keyboardEvents().size(), 2U);
         QCOMPARE(first.received(), QByteArray());
-        press(box, "Accept");
+        press(box, u"Accept"_s);
     });
-    QCOMPARE(response(first.ask(pairRequest("id"))), QString("OK"));
+    QCOMPARE(response(first.ask(pairRequest("id"))), u"OK"_s);
     QCOMPARE(visitor.visited(), 1);
 }
 
@@ -357,13 +360,13 @@ void tst_ServerPairing::theSameDeviceIsServedWhileTheBoxIsOpen()
     const BoxVisitor visitor([&](QMessageBox &box) {
         QVERIFY(peer.send("{ cmdType = MOUSE_CMD; fncCommand = 2; }"));
         QCOMPARE(PlatformRecord::current().events.mousePosts().size(), 1U);
-        press(box, "Accept");
+        press(box, u"Accept"_s);
     });
     // The answer carries what the map holds by now.
-    const TokenMap expected = {{"cmdType", "MOUSE_CMD"},
-                               {"fncCommand", "2"},
-                               {"cmdParameters", QStringList{"id", "My device"}},
-                               {"serverResponse", "OK"}};
+    const TokenMap expected = {{u"cmdType"_s, u"MOUSE_CMD"_s},
+                               {u"fncCommand"_s, u"2"_s},
+                               {u"cmdParameters"_s, QStringList{u"id"_s, u"My device"_s}},
+                               {u"serverResponse"_s, u"OK"_s}};
     QCOMPARE(peer.ask(pairRequest("id")), expected);
     QCOMPARE(visitor.visited(), 1);
     // What was read inside is not read again.
@@ -378,15 +381,16 @@ void tst_ServerPairing::theDeviceMayLeaveWhileTheBoxIsOpen()
         peer.leave();
         // Its objects stay for as long as the request is being carried out, or not: neither must
         // be touched.
-        waitUntil([&] { return messages->all().contains("warning: Device Disconnected "); });
+        waitUntil([&] { return messages->all().contains(u"warning: Device Disconnected "_s); });
         waitUntil([&] { return peer.served() == nullptr; }, std::chrono::milliseconds(200));
-        press(box, "Accept");
+        press(box, u"Accept"_s);
     });
     peer.post(pairRequest("id"));
-    QVERIFY(waitUntil([&] { return isRemembered("id"); }));
+    QVERIFY(waitUntil([&] { return isRemembered(u"id"_s); }));
     QCOMPARE(visitor.visited(), 1);
     QVERIFY(waitUntil([&] { return states.count() == 1 && peer.served() == nullptr; }));
-    QCOMPARE(messages->warnings(), QStringList({"Device Disconnected ", "Device Connected "}));
+    QCOMPARE(messages->warnings(),
+             QStringList({u"Device Disconnected "_s, u"Device Connected "_s}));
 }
 
 void tst_ServerPairing::atMostSixteenBoxesAreOpen()
@@ -404,26 +408,26 @@ void tst_ServerPairing::atMostSixteenBoxesAreOpen()
             return;
         }
         QCOMPARE(openBoxes().size(), 16);
-        QCOMPARE(response(peers[16]->ask(pairRequest("16"))), QString("ERROR"));
+        QCOMPARE(response(peers[16]->ask(pairRequest("16"))), u"ERROR"_s);
         QCOMPARE(openBoxes().size(), 16);
-        press(box, "Accept");
+        press(box, u"Accept"_s);
         for (QMessageBox *other : openBoxes()) {
             other->reject();
         }
     });
     peers[0]->post(pairRequest("0"));
-    QCOMPARE(response(peers[0]->answer()), QString("ERROR"));
+    QCOMPARE(response(peers[0]->answer()), u"ERROR"_s);
     QCOMPARE(open, 16);
-    QCOMPARE(response(peers[15]->answer()), QString("OK"));
+    QCOMPARE(response(peers[15]->answer()), u"OK"_s);
     for (size_t index = 1; index < 15; ++index) {
-        QCOMPARE(response(peers[index]->answer()), QString("ERROR"));
+        QCOMPARE(response(peers[index]->answer()), u"ERROR"_s);
     }
-    QVERIFY(!isRemembered("16"));
+    QVERIFY(!isRemembered(u"16"_s));
     // There is room again.
     visitor.reset();
     QCOMPARE(openBoxes().size(), 0);
-    const BoxVisitor accepting([](QMessageBox &box) { press(box, "Accept"); });
-    QCOMPARE(response(peers[17]->ask(pairRequest("17"))), QString("OK"));
+    const BoxVisitor accepting([](QMessageBox &box) { press(box, u"Accept"_s); });
+    QCOMPARE(response(peers[17]->ask(pairRequest("17"))), u"OK"_s);
 }
 
 void tst_ServerPairing::boxesAreAnsweredInAnyOrder()
@@ -438,25 +442,25 @@ void tst_ServerPairing::boxesAreAnsweredInAnyOrder()
         }
         for (QMessageBox *box : openBoxes()) {
             if (box != QApplication::activeModalWidget()) {
-                press(*box, "Accept");
+                press(*box, u"Accept"_s);
             }
         }
         // The event loop of the newer one still runs.
-        QCOMPARE(response(older.answer()), QString("OK"));
+        QCOMPARE(response(older.answer()), u"OK"_s);
         QCOMPARE(openBoxes().size(), 1);
         QCOMPARE(newer.received(), QByteArray());
-        press(*openBoxes().constFirst(), "Accept");
+        press(*openBoxes().constFirst(), u"Accept"_s);
     });
     older.post(pairRequest("older"));
-    QVERIFY(waitUntil([&] { return isRemembered("newer"); }));
-    QCOMPARE(response(newer.answer()), QString("OK"));
-    QVERIFY(isRemembered("older"));
+    QVERIFY(waitUntil([&] { return isRemembered(u"newer"_s); }));
+    QCOMPARE(response(newer.answer()), u"OK"_s);
+    QVERIFY(isRemembered(u"older"_s));
     QCOMPARE(visitor.visited(), 2);
 }
 
 void tst_ServerPairing::theBoxBlocksNoOtherWindow()
 {
-    QPushButton other("other");
+    QPushButton other(u"other"_s);
     QSignalSpy clicks(&other, &QPushButton::clicked);
     other.show();
     QVERIFY(QTest::qWaitForWindowExposed(&other));
@@ -468,7 +472,7 @@ void tst_ServerPairing::theBoxBlocksNoOtherWindow()
         QCOMPARE(clicks.count(), 1);
         box.reject();
     });
-    QVERIFY(!server->pairingRequestForDevice("id", "name"));
+    QVERIFY(!server->pairingRequestForDevice(u"id"_s, u"name"_s));
     QCOMPARE(visitor.visited(), 1);
 }
 
@@ -478,18 +482,19 @@ void tst_ServerPairing::aDeviceTooManyIsAcceptedAndNotRemembered()
     ServedPeer peer(*server);
     const QByteArray longest(1'024, 'x');
     for (const QByteArray &device : {QByteArray("id"), longest, longest + 'x'}) {
-        QCOMPARE(response(peer.ask(pairRequest(device))), QString("OK"));
+        QCOMPARE(response(peer.ask(pairRequest(device))), u"OK"_s);
     }
     server->setNeedsPairingApproval(true);
-    QVERIFY(isRemembered("id"));
-    QVERIFY(isRemembered(longest));
-    QVERIFY(!isRemembered(longest + 'x'));
+    QVERIFY(isRemembered(u"id"_s));
+    QVERIFY(isRemembered(QString::fromLatin1(longest)));
+    QVERIFY(!isRemembered(QString::fromLatin1(longest + 'x')));
     // The user's word is remembered whatever its length.
-    const BoxVisitor visitor([](QMessageBox &box) { press(box, "Accept"); });
-    QCOMPARE(response(peer.ask(pairRequest(longest + 'x'))), QString("OK"));
+    const BoxVisitor visitor([](QMessageBox &box) { press(box, u"Accept"_s); });
+    QCOMPARE(response(peer.ask(pairRequest(longest + 'x'))), u"OK"_s);
     server.reset();
-    QCOMPARE(QSettings().value("pairedDeviceList").toStringList(),
-             QStringList({"id", longest, longest + 'x'}));
+    QCOMPARE(
+        QSettings().value("pairedDeviceList").toStringList(),
+        QStringList({u"id"_s, QString::fromLatin1(longest), QString::fromLatin1(longest + 'x')}));
 }
 
 QTEST_MAIN(tst_ServerPairing)

@@ -10,6 +10,8 @@
 
 #include <type_traits>
 
+using namespace Qt::StringLiterals;
+
 class tst_settingsManager : public QObject
 {
     Q_OBJECT
@@ -94,7 +96,7 @@ void tst_settingsManager::anEntryCountsAsOursByItsPath()
 {
     QFETCH(QString, path);
     QFETCH(bool, isOurs);
-    const Entries before = {{"/usr/bin/first", true}, {path, true}};
+    const Entries before = {{u"/usr/bin/first"_s, true}, {path, true}};
     record.entries = before;
     set(true);
     QCOMPARE(record.entries.size(), isOurs ? 2 : 3);
@@ -105,10 +107,10 @@ void tst_settingsManager::anEntryCountsAsOursByItsPath()
 
 void tst_settingsManager::enablingAddsOneVisibleEntryAtTheEnd()
 {
-    record.entries = {{"/usr/bin/other", true}};
+    record.entries = {{u"/usr/bin/other"_s, true}};
     set(true);
     QCOMPARE(record.entries,
-             Entries({{"/usr/bin/other", true}, {"/opt/vorna/VornaServer", false}}));
+             Entries({{u"/usr/bin/other"_s, true}, {u"/opt/vorna/VornaServer"_s, false}}));
     QCOMPARE(record.saves, 1);
 }
 
@@ -116,13 +118,13 @@ void tst_settingsManager::enablingTwiceLeavesOneEntry()
 {
     set(true);
     set(true);
-    QCOMPARE(paths(), QStringList{"/opt/vorna/VornaServer"});
+    QCOMPARE(paths(), QStringList{u"/opt/vorna/VornaServer"_s});
     QCOMPARE(record.saves, 1);
 }
 
 void tst_settingsManager::enablingWhatIsThereWritesNothing()
 {
-    const Entries before = {{"/elsewhere/vornaserver", true}};
+    const Entries before = {{u"/elsewhere/vornaserver"_s, true}};
     record.entries = before;
     set(true);
     QCOMPARE(record.entries, before);
@@ -131,16 +133,16 @@ void tst_settingsManager::enablingWhatIsThereWritesNothing()
 
 void tst_settingsManager::disablingRemovesTheEntryAndLeavesTheOthers()
 {
-    record.entries = {{"/a", false}, {"/opt/vorna/VornaServer", false}, {"/b", true}};
+    record.entries = {{u"/a"_s, false}, {u"/opt/vorna/VornaServer"_s, false}, {u"/b"_s, true}};
     set(false);
-    QCOMPARE(record.entries, Entries({{"/a", false}, {"/b", true}}));
+    QCOMPARE(record.entries, Entries({{u"/a"_s, false}, {u"/b"_s, true}}));
     QCOMPARE(record.saves, 1);
 }
 
 void tst_settingsManager::disablingWhatIsNotThereWritesNothing()
 {
     set(false);
-    record.entries = {{"/usr/bin/other", false}};
+    record.entries = {{u"/usr/bin/other"_s, false}};
     set(false);
     QCOMPARE(record.entries.size(), 1);
     QCOMPARE(record.saves, 0);
@@ -148,11 +150,11 @@ void tst_settingsManager::disablingWhatIsNotThereWritesNothing()
 
 void tst_settingsManager::disablingRemovesOnlyTheFirstOfTwo()
 {
-    record.entries = {{"/x", false}, {"/1/VornaServer", false}, {"/2/VORNASERVER", false}};
+    record.entries = {{u"/x"_s, false}, {u"/1/VornaServer"_s, false}, {u"/2/VORNASERVER"_s, false}};
     set(false);
-    QCOMPARE(paths(), QStringList({"/x", "/2/VORNASERVER"}));
+    QCOMPARE(paths(), QStringList({u"/x"_s, u"/2/VORNASERVER"_s}));
     set(false);
-    QCOMPARE(paths(), QStringList{"/x"});
+    QCOMPARE(paths(), QStringList{u"/x"_s});
 }
 
 void tst_settingsManager::theNameIsTheLastPartOfThePath_data()
@@ -174,7 +176,7 @@ void tst_settingsManager::theNameIsTheLastPartOfThePath_data()
                                   << "/x/Vorna"
                                   << "/x/Vorn";
     QTest::newRow("letters beyond ASCII")
-        << QStringLiteral("/opt/V\u00d6RNA") << QStringLiteral("/x/v\u00f6rna") << "/x/vorna";
+        << u"/opt/V\u00d6RNA"_s << u"/x/v\u00f6rna"_s << "/x/vorna";
     QTest::newRow("signs of a pattern") << "/opt/V.*[a]"
                                         << "/x/v.*[a]"
                                         << "/x/Vorna";
@@ -206,16 +208,16 @@ void tst_settingsManager::aPathWithoutANameMatchesNothing()
 {
     QFETCH(QString, applicationPath);
     record.applicationPath = applicationPath;
-    record.entries = {{"/usr/bin/other", false}};
+    record.entries = {{u"/usr/bin/other"_s, false}};
     // The entries of other programs above all are not ours to remove.
     set(false);
-    QCOMPARE(paths(), QStringList{"/usr/bin/other"});
+    QCOMPARE(paths(), QStringList{u"/usr/bin/other"_s});
     QCOMPARE(record.saves, 0);
 }
 
 void tst_settingsManager::anEntryWithoutAPathIsNotOurs()
 {
-    record.entries = {{"", false}};
+    record.entries = {{u""_s, false}};
     set(false);
     QCOMPARE(record.entries.size(), 1);
     set(true);
