@@ -10,6 +10,8 @@
 
 #include <cstring>
 
+using namespace Qt::StringLiterals;
+
 struct CFArrayCallBacks
 {
     bool retains = true;
@@ -462,7 +464,7 @@ CFBundleRef CFBundleGetMainBundle()
 CFURLRef CFBundleCopyBundleURL(CFBundleRef bundle)
 {
     checked<Bundle>(bundle);
-    record("CFBundleCopyBundleURL", "main bundle");
+    record("CFBundleCopyBundleURL", u"main bundle"_s);
     return referenceTo<CFURLRef>(world().bundlePath ? new Url : nullptr);
 }
 

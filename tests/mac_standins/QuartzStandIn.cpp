@@ -43,24 +43,24 @@ CGEventRef makeEvent(const char *call, CGEventSourceRef source, const QString &d
 
 } // namespace
 
-const CFStringRef kAXTrustedCheckOptionPrompt = constantString("AXTrustedCheckOptionPrompt");
+const CFStringRef kAXTrustedCheckOptionPrompt = constantString(u"AXTrustedCheckOptionPrompt"_s);
 
 CGEventRef CGEventCreate(CGEventSourceRef source)
 {
-    return makeEvent("CGEventCreate", source, "empty");
+    return makeEvent("CGEventCreate", source, u"empty"_s);
 }
 
 CGPoint CGEventGetLocation(CGEventRef event)
 {
     checked<Event>(event);
-    calls().append("CGEventGetLocation");
+    calls().append(u"CGEventGetLocation"_s);
     return {world().pointerX, world().pointerY};
 }
 
 CGEventRef CGEventCreateKeyboardEvent(CGEventSourceRef source, CGKeyCode key, bool isDown)
 {
     return makeEvent("CGEventCreateKeyboardEvent", source,
-                     u"key %1 %2"_s.arg(key).arg(isDown ? "down" : "up"));
+                     u"key %1 %2"_s.arg(key).arg(isDown ? "down"_L1 : "up"_L1));
 }
 
 CGEventRef CGEventCreateMouseEvent(CGEventSourceRef source, CGEventType type, CGPoint position,
@@ -94,12 +94,13 @@ CGEventSourceRef CGEventSourceCreate(CGEventSourceStateID state)
 Boolean AXIsProcessTrustedWithOptions(CFDictionaryRef options)
 {
     const bool asks = CFDictionaryGetValue(options, kAXTrustedCheckOptionPrompt) == kCFBooleanTrue;
-    calls().append(asks ? "AXIsProcessTrustedWithOptions prompt" : "AXIsProcessTrustedWithOptions");
+    calls().append(asks ? u"AXIsProcessTrustedWithOptions prompt"_s
+                        : u"AXIsProcessTrustedWithOptions"_s);
     return world().isTrusted;
 }
 
 Boolean AXIsProcessTrusted()
 {
-    calls().append("AXIsProcessTrusted");
+    calls().append(u"AXIsProcessTrusted"_s);
     return world().isTrusted;
 }

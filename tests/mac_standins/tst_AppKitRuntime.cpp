@@ -7,6 +7,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class tst_AppKitRuntime : public QObject
 {
     Q_OBJECT
@@ -19,11 +21,11 @@ void tst_AppKitRuntime::appKitIsLoadedAndAPoolIsOpenWhileTheRuntimeLives()
 {
     standin::reset();
     auto cocoa = std::make_unique<CocoaInitializer>();
-    QCOMPARE(standin::calls(), QStringList("NSApplicationLoad"));
+    QCOMPARE(standin::calls(), QStringList(u"NSApplicationLoad"_s));
     standin::leaveObjectToPool();
-    QCOMPARE(standin::calls(), QStringList("NSApplicationLoad"));
+    QCOMPARE(standin::calls(), QStringList(u"NSApplicationLoad"_s));
     cocoa.reset();
-    QCOMPARE(standin::calls(), QStringList({"NSApplicationLoad", "released by the pool"}));
+    QCOMPARE(standin::calls(), QStringList({u"NSApplicationLoad"_s, u"released by the pool"_s}));
 }
 
 QTEST_GUILESS_MAIN(tst_AppKitRuntime)

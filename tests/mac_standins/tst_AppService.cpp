@@ -59,7 +59,7 @@ void tst_AppService::theRegisterIsToldOnlyWhatItDoesNotHold()
     world().serviceStatus = status;
     QVERIFY(platform::AppService::isAvailable());
     platform::AppService().setEnabled(isEnabled, path);
-    QStringList expected = {"mainAppService"};
+    QStringList expected = {u"mainAppService"_s};
     if (!call.isEmpty()) {
         expected.append(call);
     }
@@ -100,8 +100,8 @@ void tst_AppService::anAgentOfAnEarlierSystemIsRemoved()
 {
     QFETCH(bool, isEnabled);
     const standin::Pool pool;
-    const QString agents = QDir::homePath() + "/Library/LaunchAgents";
-    QFile agent(agents + '/' + QStringLiteral(VORNA_BUNDLE_IDENTIFIER) + ".plist");
+    const QString agents = QDir::homePath() + u"/Library/LaunchAgents"_s;
+    QFile agent(agents + u'/' + QStringLiteral(VORNA_BUNDLE_IDENTIFIER) + u".plist"_s);
     QVERIFY(QDir().mkpath(agents));
     QVERIFY(agent.open(QIODevice::WriteOnly));
     world().serviceStatus = isEnabled ? 0 : 1;

@@ -44,8 +44,8 @@ void tst_AppleScriptingBridge::anUnknownIdentifierGivesNull()
 {
     const standin::Pool pool;
     const auto bridge = platform::makeScriptingBridge();
-    QVERIFY(!bridge->applicationWithBundleIdentifier("org.example.missing"));
-    QCOMPARE(calls(), QStringList("applicationWithBundleIdentifier org.example.missing"));
+    QVERIFY(!bridge->applicationWithBundleIdentifier(u"org.example.missing"_s));
+    QCOMPARE(calls(), QStringList(u"applicationWithBundleIdentifier org.example.missing"_s));
 }
 
 void tst_AppleScriptingBridge::everyQuestionReachesTheApplication()
@@ -62,10 +62,10 @@ void tst_AppleScriptingBridge::everyQuestionReachesTheApplication()
     QCOMPARE(application->name(), QString::fromUtf8("J\xc3\xb6rgs"));
     world().applications[identifier].isRunning = false;
     QVERIFY(!application->isRunning());
-    QCOMPARE(calls(),
-             QStringList({"applicationWithBundleIdentifier " + identifier,
-                          "isRunning " + identifier, "activate " + identifier, "run " + identifier,
-                          "name " + identifier, "isRunning " + identifier}));
+    QCOMPARE(calls(), QStringList({u"applicationWithBundleIdentifier "_s + identifier,
+                                   u"isRunning "_s + identifier, u"activate "_s + identifier,
+                                   u"run "_s + identifier, u"name "_s + identifier,
+                                   u"isRunning "_s + identifier}));
 }
 
 void tst_AppleScriptingBridge::anApplicationOutlivesThePoolOfItsFinding()
@@ -83,7 +83,7 @@ void tst_AppleScriptingBridge::anApplicationOutlivesThePoolOfItsFinding()
 
 void tst_AppleScriptingBridge::whatAnApplicationDoesNotUnderstandIsSilent()
 {
-    world().applications[finder] = {true, "Finder", true};
+    world().applications[finder] = {true, u"Finder"_s, true};
     const standin::Pool pool;
     const auto application =
         platform::makeScriptingBridge()->applicationWithBundleIdentifier(finder);
@@ -94,7 +94,7 @@ void tst_AppleScriptingBridge::whatAnApplicationDoesNotUnderstandIsSilent()
 
 void tst_AppleScriptingBridge::aNameThatIsNoTextIsEmpty()
 {
-    world().applications[finder] = {true, "Finder", false, true};
+    world().applications[finder] = {true, u"Finder"_s, false, true};
     const standin::Pool pool;
     const auto application =
         platform::makeScriptingBridge()->applicationWithBundleIdentifier(finder);
@@ -105,33 +105,33 @@ void tst_AppleScriptingBridge::startingRunsAnApplicationThatIsNotRunning()
 {
     world().applications[finder] = {};
     const standin::Pool pool;
-    TKApplicationManagerMac(nullptr).openApplication("Finder");
-    QCOMPARE(calls(), QStringList({"applicationWithBundleIdentifier " + finder,
-                                   "isRunning " + finder, "run " + finder}));
+    TKApplicationManagerMac(nullptr).openApplication(u"Finder"_s);
+    QCOMPARE(calls(), QStringList({u"applicationWithBundleIdentifier "_s + finder,
+                                   u"isRunning "_s + finder, u"run "_s + finder}));
 }
 
 void tst_AppleScriptingBridge::startingUnitronAsksItsName()
 {
     world().applications[unitron] = {};
     const standin::Pool pool;
-    TKApplicationManagerMac(nullptr).openApplication("Unitron");
-    QCOMPARE(calls(), QStringList({"applicationWithBundleIdentifier " + unitron,
-                                   "isRunning " + unitron, "name " + unitron}));
+    TKApplicationManagerMac(nullptr).openApplication(u"Unitron"_s);
+    QCOMPARE(calls(), QStringList({u"applicationWithBundleIdentifier "_s + unitron,
+                                   u"isRunning "_s + unitron, u"name "_s + unitron}));
 }
 
 void tst_AppleScriptingBridge::quittingBringsTheApplicationToTheFrontThenTypes()
 {
-    world().applications[finder] = {true, "Finder"};
+    world().applications[finder] = {true, u"Finder"_s};
     InteractionManager interaction(new InteractionManagerMac);
     const standin::Pool pool;
-    TKApplicationManagerMac(&interaction).quitApplication("Finder");
+    TKApplicationManagerMac(&interaction).quitApplication(u"Finder"_s);
     QStringList deeds = calls();
     deeds.removeIf([](const QString &call) {
-        return !call.startsWith("activate") && !call.startsWith("CGEventPost");
+        return !call.startsWith(u"activate"_s) && !call.startsWith(u"CGEventPost"_s);
     });
-    QCOMPARE(deeds,
-             QStringList({"activate " + finder, "CGEventPost tap 1 flags 0x100000 key 12 down",
-                          "CGEventPost tap 1 flags 0x100000 key 12 up"}));
+    QCOMPARE(deeds, QStringList({u"activate "_s + finder,
+                                 u"CGEventPost tap 1 flags 0x100000 key 12 down"_s,
+                                 u"CGEventPost tap 1 flags 0x100000 key 12 up"_s}));
 }
 
 QTEST_GUILESS_MAIN(tst_AppleScriptingBridge)

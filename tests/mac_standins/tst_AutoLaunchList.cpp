@@ -37,8 +37,9 @@ CFOwner<CFMutableDictionaryRef> newDictionary()
 CFOwner<CFMutableDictionaryRef> entryWithPath(const QString &path)
 {
     auto entry = newDictionary();
-    CFDictionarySetValue(entry.get(), stringOf("Path").get(), stringOf(path).get());
-    CFDictionarySetValue(entry.get(), stringOf("AliasData").get(), stringOf("of " + path).get());
+    CFDictionarySetValue(entry.get(), stringOf(u"Path"_s).get(), stringOf(path).get());
+    CFDictionarySetValue(entry.get(), stringOf(u"AliasData"_s).get(),
+                         stringOf(u"of "_s + path).get());
     return entry;
 }
 
@@ -59,7 +60,7 @@ CFArrayRef writtenList()
 CFTypeRef writtenValue(CFIndex index, const char *name)
 {
     const auto entry = static_cast<CFDictionaryRef>(CFArrayGetValueAtIndex(writtenList(), index));
-    return CFDictionaryGetValue(entry, stringOf(name).get());
+    return CFDictionaryGetValue(entry, stringOf(QLatin1StringView(name)).get());
 }
 
 QStringList writtenTexts(const char *name)
@@ -125,9 +126,9 @@ private slots:
 void tst_AutoLaunchList::theBundlesPathIsReadBeforeTheList()
 {
     makeLoginItems();
-    QCOMPARE(standin::calls().filter("Copy"),
-             QStringList({"CFBundleCopyBundleURL main bundle",
-                          "CFPreferencesCopyAppValue loginwindow/" + key}));
+    QCOMPARE(standin::calls().filter(u"Copy"_s),
+             QStringList({u"CFBundleCopyBundleURL main bundle"_s,
+                          u"CFPreferencesCopyAppValue loginwindow/"_s + key}));
 }
 
 void tst_AutoLaunchList::aPathIsReadInEveryForm_data()
@@ -139,7 +140,7 @@ void tst_AutoLaunchList::aPathIsReadInEveryForm_data()
             QTest::addRow("%s%s", name, hasCStrings ? "" : ", not readable in place")
                 << path << hasCStrings;
         };
-        row("plain", "/Applications/VornaServer.app");
+        row("plain", u"/Applications/VornaServer.app"_s);
         row("empty", u""_s);
         row("beyond ASCII", QString::fromUtf8("/Users/J\xc3\xb6rg/Vorna\xe2\x82\xac.app"));
         row("beyond 16 bits", QString::fromUtf8("/Users/\xf0\x9f\x98\x80/VornaServer.app"));
@@ -163,24 +164,24 @@ void tst_AutoLaunchList::aProgramWithoutABundleHasNoPath()
 
 void tst_AutoLaunchList::enablingAppendsAVisibleEntryThenSynchronises()
 {
-    writeList({"/Applications/Other.app"});
+    writeList({u"/Applications/Other.app"_s});
     setStartAtLogon(true);
     QCOMPARE(writtenTexts("Path"),
-             QStringList({"/Applications/Other.app", "/Applications/VornaServer.app"}));
+             QStringList({u"/Applications/Other.app"_s, u"/Applications/VornaServer.app"_s}));
     QCOMPARE(standin::numberIn(writtenValue(1, "Hide")), 0);
-    QCOMPARE(standin::callsNamed("CFPreferences").mid(1),
-             QStringList({"CFPreferencesSetAppValue loginwindow/" + key,
-                          "CFPreferencesAppSynchronize loginwindow"}));
+    QCOMPARE(standin::callsNamed(u"CFPreferences"_s).mid(1),
+             QStringList({u"CFPreferencesSetAppValue loginwindow/"_s + key,
+                          u"CFPreferencesAppSynchronize loginwindow"_s}));
 }
 
 void tst_AutoLaunchList::disablingRemovesTheFirstEntryThenSynchronises()
 {
-    writeList({"/a/Other.app", "/b/vornaserver.APP", "/c/VornaServer.app"});
+    writeList({u"/a/Other.app"_s, u"/b/vornaserver.APP"_s, u"/c/VornaServer.app"_s});
     setStartAtLogon(false);
-    QCOMPARE(writtenTexts("Path"), QStringList({"/a/Other.app", "/c/VornaServer.app"}));
-    QCOMPARE(standin::callsNamed("CFPreferences").mid(1),
-             QStringList({"CFPreferencesSetAppValue loginwindow/" + key,
-                          "CFPreferencesAppSynchronize loginwindow"}));
+    QCOMPARE(writtenTexts("Path"), QStringList({u"/a/Other.app"_s, u"/c/VornaServer.app"_s}));
+    QCOMPARE(standin::callsNamed(u"CFPreferences"_s).mid(1),
+             QStringList({u"CFPreferencesSetAppValue loginwindow/"_s + key,
+                          u"CFPreferencesAppSynchronize loginwindow"_s}));
 }
 
 void tst_AutoLaunchList::whatIsAsAskedAlreadyIsNotWritten_data()
@@ -197,33 +198,34 @@ void tst_AutoLaunchList::whatIsAsAskedAlreadyIsNotWritten()
     QFETCH(QString, path);
     writeList({path});
     setStartAtLogon(isEnabled);
-    QCOMPARE(standin::callsNamed("CFPreferencesSet"), QStringList());
-    QCOMPARE(standin::callsNamed("CFPreferencesAppSynchronize"), QStringList());
+    QCOMPARE(standin::callsNamed(u"CFPreferencesSet"_s), QStringList());
+    QCOMPARE(standin::callsNamed(u"CFPreferencesAppSynchronize"_s), QStringList());
 }
 
 void tst_AutoLaunchList::entriesOfOtherProgramsKeepTheirKeys()
 {
-    writeList({"/a/First.app", "/b/Second.app"});
+    writeList({u"/a/First.app"_s, u"/b/Second.app"_s});
     setStartAtLogon(true);
-    QCOMPARE(writtenTexts("AliasData"), QStringList({"of /a/First.app", "of /b/Second.app", ""}));
+    QCOMPARE(writtenTexts("AliasData"),
+             QStringList({u"of /a/First.app"_s, u"of /b/Second.app"_s, u""_s}));
     setStartAtLogon(false);
-    QCOMPARE(writtenTexts("AliasData"), QStringList({"of /a/First.app", "of /b/Second.app"}));
+    QCOMPARE(writtenTexts("AliasData"), QStringList({u"of /a/First.app"_s, u"of /b/Second.app"_s}));
 }
 
 void tst_AutoLaunchList::aHiddenEntryIsWrittenAsOne()
 {
     const auto items = makeLoginItems();
-    items->append("/a/Hidden.app", true);
+    items->append(u"/a/Hidden.app"_s, true);
     items->save();
     QCOMPARE(standin::numberIn(writtenValue(0, "Hide")), 1);
 }
 
 void tst_AutoLaunchList::namesAreLookedForBySystemsOwnSearch()
 {
-    writeList({"/a/Other.app", "/b/VornaServer.app", "/c/VornaServer.app"});
+    writeList({u"/a/Other.app"_s, u"/b/VornaServer.app"_s, u"/c/VornaServer.app"_s});
     setStartAtLogon(true);
-    QCOMPARE(standin::callsNamed("CFStringFind"),
-             QStringList({"CFStringFind VornaServer.app", "CFStringFind VornaServer.app"}));
+    QCOMPARE(standin::callsNamed(u"CFStringFind"_s),
+             QStringList({u"CFStringFind VornaServer.app"_s, u"CFStringFind VornaServer.app"_s}));
 }
 
 void tst_AutoLaunchList::entriesOfOtherTypesArePassedOver()
@@ -232,23 +234,23 @@ void tst_AutoLaunchList::entriesOfOtherTypesArePassedOver()
     const CFOwner<CFNumberRef> number(
         CFNumberCreate(kCFAllocatorDefault, kCFNumberIntType, &seven));
     const auto withNumber = newDictionary();
-    CFDictionarySetValue(withNumber.get(), stringOf("Path").get(), number.get());
+    CFDictionarySetValue(withNumber.get(), stringOf(u"Path"_s).get(), number.get());
     const auto list = newArray();
-    CFArrayAppendValue(list.get(), stringOf("VornaServer.app").get());
+    CFArrayAppendValue(list.get(), stringOf(u"VornaServer.app"_s).get());
     CFArrayAppendValue(list.get(), withNumber.get());
     CFArrayAppendValue(list.get(), newDictionary().get());
-    CFArrayAppendValue(list.get(), entryWithPath("/Applications/VornaServer.app").get());
+    CFArrayAppendValue(list.get(), entryWithPath(u"/Applications/VornaServer.app"_s).get());
     standin::writePreference(application, key, list.get());
 
     const auto items = makeLoginItems();
     QCOMPARE(items->count(), 4);
     for (int index = 0; index < 3; ++index) {
         QCOMPARE(items->pathAt(index), QString());
-        QVERIFY(!items->pathContains(index, "VornaServer.app"));
+        QVERIFY(!items->pathContains(index, u"VornaServer.app"_s));
     }
     setStartAtLogon(false);
     QCOMPARE(CFArrayGetCount(writtenList()), 3);
-    QCOMPARE(standin::textIn(CFArrayGetValueAtIndex(writtenList(), 0)), "VornaServer.app");
+    QCOMPARE(standin::textIn(CFArrayGetValueAtIndex(writtenList(), 0)), u"VornaServer.app"_s);
 }
 
 void tst_AutoLaunchList::aMissingListIsMade()
@@ -256,16 +258,16 @@ void tst_AutoLaunchList::aMissingListIsMade()
     setStartAtLogon(false);
     QCOMPARE(writtenList(), nullptr);
     setStartAtLogon(true);
-    QCOMPARE(writtenTexts("Path"), QStringList("/Applications/VornaServer.app"));
+    QCOMPARE(writtenTexts("Path"), QStringList(u"/Applications/VornaServer.app"_s));
 }
 
 void tst_AutoLaunchList::aValueThatIsNoListIsLeftAlone()
 {
-    standin::writePreference(application, key, stringOf("another program's").get());
+    standin::writePreference(application, key, stringOf(u"another program's"_s).get());
     QCOMPARE(makeLoginItems()->count(), 0);
     setStartAtLogon(true);
-    QCOMPARE(standin::textIn(standin::writtenPreference(application, key)), "another program's");
-    QCOMPARE(standin::callsNamed("CFPreferencesSet"), QStringList());
+    QCOMPARE(standin::textIn(standin::writtenPreference(application, key)), u"another program's"_s);
+    QCOMPARE(standin::callsNamed(u"CFPreferencesSet"_s), QStringList());
 }
 
 void tst_AutoLaunchList::anIndexOutsideOfTheListIsTolerated_data()
@@ -278,10 +280,10 @@ void tst_AutoLaunchList::anIndexOutsideOfTheListIsTolerated_data()
 void tst_AutoLaunchList::anIndexOutsideOfTheListIsTolerated()
 {
     QFETCH(int, index);
-    writeList({"/a/Other.app"});
+    writeList({u"/a/Other.app"_s});
     const auto items = makeLoginItems();
     QCOMPARE(items->pathAt(index), QString());
-    QVERIFY(!items->pathContains(index, "Other"));
+    QVERIFY(!items->pathContains(index, u"Other"_s));
     items->removeAt(index);
     QCOMPARE(items->count(), 1);
 }

@@ -31,11 +31,11 @@ QByteArray contentOf(const QString &fileName)
 QString readAsPropertyList(const QString &fileName)
 {
     QProcess python;
-    python.start("python3", {"-c",
-                             "import plistlib, json, sys\n"
-                             "print(json.dumps(plistlib.load(open(sys.argv[1], 'rb')), "
-                             "sort_keys=True, ensure_ascii=False))",
-                             fileName});
+    python.start(u"python3"_s, {u"-c"_s,
+                                u"import plistlib, json, sys\n"
+                                "print(json.dumps(plistlib.load(open(sys.argv[1], 'rb')), "
+                                "sort_keys=True, ensure_ascii=False))"_s,
+                                fileName});
     python.waitForFinished();
     return QString::fromUtf8(python.readAllStandardOutput() + python.readAllStandardError())
         .trimmed();
@@ -66,9 +66,9 @@ private slots:
     void theUsersAgentsAreUsedWithoutARegister();
 
 private:
-    QString agents() const { return folder->filePath("LaunchAgents"); }
-    QString file() const { return agents() + "/org.example.plist"; }
-    LaunchAgent agent() const { return LaunchAgent(agents(), "org.example"); }
+    QString agents() const { return folder->filePath(u"LaunchAgents"_s); }
+    QString file() const { return agents() + u"/org.example.plist"_s; }
+    LaunchAgent agent() const { return LaunchAgent(agents(), u"org.example"_s); }
 
     std::unique_ptr<QTemporaryDir> folder;
 };
@@ -86,11 +86,11 @@ void tst_LaunchAgent::theAgentOpensTheBundleAtLogon()
 {
     QFETCH(QString, path);
     agent().setEnabled(true, path);
-    const QString quoted = QString(path).replace('"', "\\\"");
+    const QString quoted = QString(path).replace(u'"', u"\\\""_s);
     QCOMPARE(readAsPropertyList(file()),
-             "{\"Label\": \"org.example\", \"LimitLoadToSessionType\": \"Aqua\", "
-             "\"ProgramArguments\": [\"/usr/bin/open\", \"-g\", \"" +
-                 quoted + "\"], \"RunAtLoad\": true}");
+             u"{\"Label\": \"org.example\", \"LimitLoadToSessionType\": \"Aqua\", "
+             "\"ProgramArguments\": [\"/usr/bin/open\", \"-g\", \""_s +
+                 quoted + u"\"], \"RunAtLoad\": true}"_s);
 }
 
 void tst_LaunchAgent::enablingAgainLeavesTheFileAsItIs()
@@ -108,24 +108,24 @@ void tst_LaunchAgent::enablingAgainLeavesTheFileAsItIs()
 void tst_LaunchAgent::aBundleThatMovedIsFollowed()
 {
     agent().setEnabled(true, bundle);
-    agent().setEnabled(true, "/elsewhere/VornaServer.app");
+    agent().setEnabled(true, u"/elsewhere/VornaServer.app"_s);
     QVERIFY(contentOf(file()).contains("/elsewhere/VornaServer.app"));
     QVERIFY(!contentOf(file()).contains("/Applications"));
 }
 
 void tst_LaunchAgent::disablingRemovesOnlyOurFile()
 {
-    LaunchAgent(agents(), "org.other").setEnabled(true, bundle);
+    LaunchAgent(agents(), u"org.other"_s).setEnabled(true, bundle);
     agent().setEnabled(true, bundle);
     agent().setEnabled(false, bundle);
     agent().setEnabled(false, bundle);
-    QCOMPARE(QDir(agents()).entryList(QDir::Files), QStringList("org.other.plist"));
+    QCOMPARE(QDir(agents()).entryList(QDir::Files), QStringList(u"org.other.plist"_s));
 }
 
 void tst_LaunchAgent::aProgramWithoutABundleIsNotStarted()
 {
-    agent().setEnabled(true, "/usr/local/bin");
-    agent().setEnabled(true, "");
+    agent().setEnabled(true, u"/usr/local/bin"_s);
+    agent().setEnabled(true, u""_s);
     QVERIFY(!QFile::exists(file()));
 }
 
@@ -142,20 +142,20 @@ void tst_LaunchAgent::aFolderThatCannotBeWrittenIsTold()
 /// A file in the place of the old one, not into it: who reads meanwhile sees all or nothing.
 void tst_LaunchAgent::nothingHalfWrittenIsLeftBehind()
 {
-    agent().setEnabled(true, "/old/VornaServer.app");
+    agent().setEnabled(true, u"/old/VornaServer.app"_s);
     QFile reader(file());
     QVERIFY(reader.open(QIODevice::ReadOnly));
     agent().setEnabled(true, bundle);
     QVERIFY(reader.readAll().contains("/old/VornaServer.app</string>"));
     QCOMPARE(QDir(agents()).entryList(QDir::Files | QDir::Hidden),
-             QStringList("org.example.plist"));
+             QStringList(u"org.example.plist"_s));
 }
 
 void tst_LaunchAgent::theUsersAgentsAreUsedWithoutARegister()
 {
     QVERIFY(!platform::AppService::isAvailable());
-    const QString expected = QDir::homePath() + "/Library/LaunchAgents/" +
-                             QStringLiteral(VORNA_BUNDLE_IDENTIFIER) + ".plist";
+    const QString expected = QDir::homePath() + u"/Library/LaunchAgents/"_s +
+                             QStringLiteral(VORNA_BUNDLE_IDENTIFIER) + u".plist"_s;
     platform::makeSessionStart()->setEnabled(true, bundle);
     QVERIFY2(contentOf(expected).contains(VORNA_BUNDLE_IDENTIFIER), qPrintable(expected));
     platform::makeSessionStart()->setEnabled(false, bundle);

@@ -18,6 +18,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -117,9 +119,9 @@ void tst_MacHost::theClipboardAnswersAtOnce()
 {
     const auto clipboard = platform::makeClipboard();
     std::optional<QString> answer;
-    clipboard->setText("text");
+    clipboard->setText(u"text"_s);
     clipboard->requestText([&](const std::optional<QString> &text) { answer = text; });
-    QCOMPARE(answer, "text");
+    QCOMPARE(answer, u"text"_s);
 }
 
 QTEST_MAIN(tst_MacHost)

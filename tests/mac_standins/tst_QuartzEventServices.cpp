@@ -51,7 +51,7 @@ void tst_QuartzEventServices::thePermissionIsAskedForOnceAtTheStart()
     const auto services = makeEventServices();
     services->postKeyboard({12, true, 0, EventTap::Session});
     services->postKeyboard({12, false, 0, EventTap::Session});
-    QCOMPARE(standin::callsNamed("AX"), QStringList("AXIsProcessTrustedWithOptions prompt"));
+    QCOMPARE(standin::callsNamed(u"AX"_s), QStringList(u"AXIsProcessTrustedWithOptions prompt"_s));
 }
 
 void tst_QuartzEventServices::theFirstEventWithoutPermissionTellsTheUserOnce_data()
@@ -71,13 +71,13 @@ void tst_QuartzEventServices::theFirstEventWithoutPermissionTellsTheUserOnce()
     QCOMPARE(messages.all(), QStringList());
     for (int round = 0; round < 2; ++round) {
         if (isKey) {
-            manager.keyboardTapKeyEvent("A");
+            manager.keyboardTapKeyEvent(u"A"_s);
         } else {
             manager.moveMouseWithOffset(1, 1);
         }
         QCOMPARE(messages.all().size(), 1);
     }
-    QVERIFY2(messages.warnings().first().contains("Accessibility"),
+    QVERIFY2(messages.warnings().first().contains(u"Accessibility"_s),
              qPrintable(messages.warnings().first()));
 }
 
@@ -87,10 +87,10 @@ void tst_QuartzEventServices::aPermissionGivenMeanwhileIsNotAskedForAgain()
     const MessageRecorder messages;
     InteractionManagerMac manager;
     world().isTrusted = true;
-    manager.keyboardTapKeyEvent("A");
+    manager.keyboardTapKeyEvent(u"A"_s);
     QCOMPARE(messages.all(), QStringList());
-    QCOMPARE(standin::callsNamed("AX"),
-             QStringList({"AXIsProcessTrustedWithOptions prompt", "AXIsProcessTrusted"}));
+    QCOMPARE(standin::callsNamed(u"AX"_s),
+             QStringList({u"AXIsProcessTrustedWithOptions prompt"_s, u"AXIsProcessTrusted"_s}));
 }
 
 void tst_QuartzEventServices::thePointersPlaceIsReadFromAnEmptyEvent()
@@ -99,27 +99,28 @@ void tst_QuartzEventServices::thePointersPlaceIsReadFromAnEmptyEvent()
     world().pointerX = -12.5;
     world().pointerY = 700;
     QCOMPARE(services->pointerLocation(), (Location{-12.5, 700}));
-    QCOMPARE(calls(), QStringList({"CGEventCreate no source empty", "CGEventGetLocation",
-                                   "CFRelease event"}));
+    QCOMPARE(calls(), QStringList({u"CGEventCreate no source empty"_s, u"CGEventGetLocation"_s,
+                                   u"CFRelease event"_s}));
 }
 
 void tst_QuartzEventServices::aShortcutPostsTwoEventsWithTheSameFlagsToTheSessionTap()
 {
     InteractionManagerMac manager(started());
-    manager.keyboardTapKeyEvent("Cmd+Shift+Q");
-    QCOMPARE(
-        calls(),
-        QStringList({"CGEventCreateKeyboardEvent no source key 12 down", "CGEventSetFlags 0x120000",
-                     "CGEventPost tap 1 flags 0x120000 key 12 down", "CFRelease event",
-                     "CGEventCreateKeyboardEvent no source key 12 up", "CGEventSetFlags 0x120000",
-                     "CGEventPost tap 1 flags 0x120000 key 12 up", "CFRelease event"}));
+    manager.keyboardTapKeyEvent(u"Cmd+Shift+Q"_s);
+    QCOMPARE(calls(),
+             QStringList({u"CGEventCreateKeyboardEvent no source key 12 down"_s,
+                          u"CGEventSetFlags 0x120000"_s,
+                          u"CGEventPost tap 1 flags 0x120000 key 12 down"_s, u"CFRelease event"_s,
+                          u"CGEventCreateKeyboardEvent no source key 12 up"_s,
+                          u"CGEventSetFlags 0x120000"_s,
+                          u"CGEventPost tap 1 flags 0x120000 key 12 up"_s, u"CFRelease event"_s}));
 }
 
 void tst_QuartzEventServices::aKeyWithoutModifiersClearsTheFlagsOfItsEvent()
 {
     started()->postKeyboard({0, true, 0, EventTap::Session});
-    QCOMPARE(standin::callsNamed("CGEventPost"),
-             QStringList("CGEventPost tap 1 flags 0x0 key 0 down"));
+    QCOMPARE(standin::callsNamed(u"CGEventPost"_s),
+             QStringList(u"CGEventPost tap 1 flags 0x0 key 0 down"_s));
 }
 
 void tst_QuartzEventServices::aMoveHasNoSourceAndIsNotKeptOnTheScreen_data()
@@ -139,10 +140,11 @@ void tst_QuartzEventServices::aMoveHasNoSourceAndIsNotKeptOnTheScreen()
     world().pointerX = 10;
     world().pointerY = 20;
     manager.moveMouseWithOffset(offset, offset);
-    const QString move = "type 5 at " + place + " button 0";
-    QCOMPARE(calls(), QStringList({"CGEventCreate no source empty", "CGEventGetLocation",
-                                   "CFRelease event", "CGEventCreateMouseEvent no source " + move,
-                                   "CGEventPost tap 0 flags 0xdead " + move, "CFRelease event"}));
+    const QString move = u"type 5 at "_s + place + u" button 0"_s;
+    QCOMPARE(calls(),
+             QStringList({u"CGEventCreate no source empty"_s, u"CGEventGetLocation"_s,
+                          u"CFRelease event"_s, u"CGEventCreateMouseEvent no source "_s + move,
+                          u"CGEventPost tap 0 flags 0xdead "_s + move, u"CFRelease event"_s}));
 }
 
 void tst_QuartzEventServices::aClickIsPressAndReleaseFromOneHidSource_data()
@@ -172,12 +174,13 @@ void tst_QuartzEventServices::aClickIsPressAndReleaseFromOneHidSource()
     world().pointerY = 4;
     (manager.*tap)();
     QCOMPARE(calls(),
-             QStringList({"CGEventCreate no source empty", "CGEventGetLocation", "CFRelease event",
-                          "CGEventSourceCreate 1", "CGEventCreateMouseEvent source 1 " + press,
-                          "CGEventPost tap 0 flags 0xdead " + press, "CFRelease event",
-                          "CGEventCreateMouseEvent source 1 " + release,
-                          "CGEventPost tap 0 flags 0xdead " + release, "CFRelease event",
-                          "CFRelease source"}));
+             QStringList({u"CGEventCreate no source empty"_s, u"CGEventGetLocation"_s,
+                          u"CFRelease event"_s, u"CGEventSourceCreate 1"_s,
+                          u"CGEventCreateMouseEvent source 1 "_s + press,
+                          u"CGEventPost tap 0 flags 0xdead "_s + press, u"CFRelease event"_s,
+                          u"CGEventCreateMouseEvent source 1 "_s + release,
+                          u"CGEventPost tap 0 flags 0xdead "_s + release, u"CFRelease event"_s,
+                          u"CFRelease source"_s}));
 }
 
 void tst_QuartzEventServices::noMouseEventsMakeNoCall()
@@ -194,7 +197,7 @@ void tst_QuartzEventServices::aWindowServerThatMakesNoEventsIsTolerated()
     services->postKeyboard({12, true, Flag::Command, EventTap::Session});
     const MouseEvent move;
     services->postMouse(SourceState::HidSystem, {&move, 1}, EventTap::Hid);
-    QCOMPARE(standin::callsNamed("CGEventPost"), QStringList());
+    QCOMPARE(standin::callsNamed(u"CGEventPost"_s), QStringList());
 }
 
 QTEST_GUILESS_MAIN(tst_QuartzEventServices)
