@@ -58,9 +58,9 @@ void MessageHandler::shutdown()
     forgetWaiting();
 }
 
-void MessageHandler::watchNotificationDaemon()
+void MessageHandler::watchNotificationDaemon(const DaemonWatcher &watch)
 {
-    daemon = platform::watchNotificationDaemon(*trayIconRef, [this] { showWhatIsDue(); });
+    daemon = watch(*trayIconRef, [this] { showWhatIsDue(); });
 }
 
 void MessageHandler::holdBalloons()

@@ -9,6 +9,7 @@
 #include <QSystemTrayIcon>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 
 namespace platform {
@@ -20,6 +21,10 @@ class NotificationDaemon;
 class MessageHandler
 {
 public:
+    /// As platform::watchNotificationDaemon().
+    using DaemonWatcher = std::function<std::unique_ptr<platform::NotificationDaemon>(
+        const QSystemTrayIcon &icon, std::function<void()> ready)>;
+
     static MessageHandler *instance();
 
     /// Takes over the message channel, after giving back an earlier installation.
@@ -27,9 +32,9 @@ public:
     /// Gives the channel back to the handler that had it before. Balloons that wait are dropped.
     void shutdown();
 
-    /// Heeds from now on what becomes of the balloons; does so already where the toolkit shows them
-    /// by itself. To be called once the icon is visible.
-    void watchNotificationDaemon();
+    /// From now on balloons wait until the desktop's daemon takes them, if there is one. To be
+    /// called once the icon is visible.
+    void watchNotificationDaemon(const DaemonWatcher &watch);
 
     /// Balloons wait from now on, as those wait that are too many for now (BalloonQueue).
     void holdBalloons();
@@ -54,7 +59,7 @@ private:
     bool isHolding = false;
     BalloonQueue balloons;
     QPointer<QTimer> nextIsDue; // the icon's, since the handler outlives the application object
-    std::unique_ptr<platform::NotificationDaemon> daemon; // null where there is none to heed
+    std::unique_ptr<platform::NotificationDaemon> daemon; // null if there is none
 };
 
 /// The handler that is installed. A message of another thread is shown when the tray icon's thread

@@ -6,9 +6,8 @@
 #include "app/MessageHandler.h"
 #include "app/TrayPlacement.h"
 #include "messages/Messages.h"
-#include "platform/SettingsFile.h"
 #include "preferences/ConfigDialog.h"
-#include "startup/settingsManagerMac.h"
+#include "settings/Settings.h"
 
 #include <QAction>
 #include <QApplication>
@@ -17,11 +16,10 @@
 #include <QIcon>
 #include <QMenu>
 #include <QMessageBox>
-#include <QSettings>
-#include <QStandardPaths>
 #include <QUrl>
 
 #include <chrono>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -70,7 +68,9 @@ void bringToFront(QWidget &dialog)
 
 } // namespace
 
-Window::Window() : server(nullptr)
+Window::Window(WindowAdapters adapters)
+    : makeSettingsManager(std::move(adapters.makeSettingsManager))
+    , server(nullptr, std::move(adapters.server))
 {
     restoreApplicationSettings();
     server.setParent(this);
@@ -87,7 +87,7 @@ Window::Window() : server(nullptr)
         updateStartupAtLogon();
     }
     trayIcon->setVisible(true);
-    messageHandler->watchNotificationDaemon();
+    messageHandler->watchNotificationDaemon(adapters.watchNotificationDaemon);
     holdBalloonsUntilPlaced();
     // By design: the server does not learn pairNeedsApproval before the preferences are closed
     // once.
@@ -239,12 +239,12 @@ void Window::aboutDialog()
 
 void Window::openWebsite()
 {
-    QDesktopServices::openUrl(QUrl(QStringLiteral(VORNA_SUPPORT_WEBSITE)));
+    QDesktopServices::openUrl(QUrl(QString::fromUtf8(VORNA_SUPPORT_WEBSITE)));
 }
 
 void Window::updateStartupAtLogon()
 {
-    std::make_unique<settingsManagerMac>()->startAtLogon(startAtLogon);
+    makeSettingsManager()->startAtLogon(startAtLogon);
 }
 
 void Window::update(QString paramName, QVariant value)
@@ -285,18 +285,13 @@ void Window::takePreferences(const QVariantMap &parameters)
 
 void Window::restoreApplicationSettings()
 {
-    const QSettings settings;
-    pairNeedsApproval = settings.value("pairNeedsApproval", QVariant(false)).toBool();
-    startAtLogon = settings.value("startAtLogon", QVariant(true)).toBool();
-    // By design: the directory of documents is asked for and not used.
-    QString directory = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
-    directory = QStandardPaths::writableLocation(QStandardPaths::HomeLocation) + u"/Downloads"_s;
-    downloadDirectory = settings.value("downloadDirectory", directory).toString();
+    const Settings::Preferences stored = Settings::preferences();
+    pairNeedsApproval = stored.pairNeedsApproval;
+    startAtLogon = stored.startAtLogon;
+    downloadDirectory = stored.downloadDirectory;
 }
 
 void Window::storeApplicationSettings()
 {
-    platform::storeSettings({{u"pairNeedsApproval"_s, QVariant(pairNeedsApproval)},
-                             {u"startAtLogon"_s, QVariant(startAtLogon)},
-                             {u"downloadDirectory"_s, QVariant(downloadDirectory)}});
+    Settings::store({pairNeedsApproval, startAtLogon, downloadDirectory});
 }

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "app/WindowAdapters.h"
 #include "server/Server.h"
 
 #include <QDialog>
@@ -26,7 +27,7 @@ class Window : public QDialog
 
 public:
     /// Restores the settings, shows the tray icon and starts the server.
-    Window();
+    explicit Window(WindowAdapters adapters = WindowAdapters::ofHost());
     ~Window() override;
 
     /// The port that the server listens on; 0 while it does not.
@@ -70,6 +71,7 @@ private:
     bool pairNeedsApproval = false;
     bool startAtLogon = false;
     QString downloadDirectory;
+    std::function<std::unique_ptr<settingsManagerMac>()> makeSettingsManager;
     // What the lights need outlives the server, which ends by signals.
     QHash<QString, QIcon> icons; // by file name, decoded
     QString light;               // the one that is to be shown, by file name

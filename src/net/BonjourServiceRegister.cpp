@@ -9,16 +9,22 @@
 #include <QSocketNotifier>
 #include <QtEndian>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
-BonjourServiceRegister::BonjourServiceRegister(QObject *parent) : QObject(parent) {}
+BonjourServiceRegister::BonjourServiceRegister(QObject *parent, DnsSd operations)
+    : QObject(parent)
+    , dnsSd(std::move(operations))
+{
+}
 
 BonjourServiceRegister::~BonjourServiceRegister()
 {
     // The notifier must not outlive the socket that it watches.
     delete socketNotifier;
     if (serviceReference != nullptr) {
-        DNSServiceRefDeallocate(serviceReference);
+        dnsSd.release(serviceReference);
         serviceReference = nullptr;
     }
 }
@@ -45,14 +51,15 @@ DNSServiceErrorType BonjourServiceRegister::requestRegistration(const BonjourRec
     const QByteArray name = record.serviceName.toUtf8();
     const QByteArray type = record.registeredType.toUtf8();
     const QByteArray domain = record.replyDomain.toUtf8();
-    return DNSServiceRegister(&serviceReference, 0, 0, name.constData(), type.constData(),
-                              domain.isEmpty() ? nullptr : domain.constData(), nullptr,
-                              qToBigEndian(servicePort), 0, nullptr, bonjourRegisterService, this);
+    return dnsSd.registerService(&serviceReference, 0, 0, name.constData(), type.constData(),
+                                 domain.isEmpty() ? nullptr : domain.constData(), nullptr,
+                                 qToBigEndian(servicePort), 0, nullptr, bonjourRegisterService,
+                                 this);
 }
 
 DNSServiceErrorType BonjourServiceRegister::watchSocket()
 {
-    const int descriptor = DNSServiceRefSockFD(serviceReference);
+    const int descriptor = dnsSd.socketOf(serviceReference);
     if (descriptor == -1) {
         return kDNSServiceErr_Invalid;
     }
@@ -67,7 +74,7 @@ DNSServiceErrorType BonjourServiceRegister::watchSocket()
 
 void BonjourServiceRegister::bonjourSocketReadyRead()
 {
-    const DNSServiceErrorType result = DNSServiceProcessResult(serviceReference);
+    const DNSServiceErrorType result = dnsSd.processResult(serviceReference);
     if (result != kDNSServiceErr_NoError) {
         emit error(result);
     }

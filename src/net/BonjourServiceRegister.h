@@ -4,10 +4,9 @@
 #pragma once
 
 #include "net/BonjourRecord.h"
+#include "net/DnsSd.h"
 
 #include <QObject>
-
-#include <dns_sd.h>
 
 class QSocketNotifier;
 
@@ -20,11 +19,11 @@ class BonjourServiceRegister : public QObject
     Q_OBJECT
 
 public:
-    explicit BonjourServiceRegister(QObject *parent);
+    explicit BonjourServiceRegister(QObject *parent, DnsSd operations = DnsSd());
     ~BonjourServiceRegister() override;
 
-    /// Registers the record at the port, on all interfaces, without a TXT record. Failure is told
-    /// by error(), possibly before this returns. Refused with a warning once registered.
+    /// Registers the record at the port, on all interfaces, without a TXT record. Failure is
+    /// reported by error(), possibly before this returns. Refused with a warning once registered.
     void registerService(const BonjourRecord &record, quint16 servicePort);
 
     /// The record as the daemon has confirmed it last; empty until then.
@@ -48,6 +47,7 @@ private:
     DNSServiceErrorType requestRegistration(const BonjourRecord &record, quint16 servicePort);
     DNSServiceErrorType watchSocket();
 
+    DnsSd dnsSd;
     DNSServiceRef serviceReference = nullptr; // null until a registration has been made
     QSocketNotifier *socketNotifier = nullptr;
     BonjourRecord confirmedRecord;

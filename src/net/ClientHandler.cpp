@@ -5,17 +5,12 @@
 
 #include "messages/Messages.h"
 #include "net/ConnectionResources.h"
-#include "net/DownloadFile.h"
 #include "platform/Sockets.h"
 
 #include <QDebug>
 #include <QPointer>
-#include <QSettings>
-#include <QStandardPaths>
 #include <QTcpSocket>
-#include <QtNumeric>
 
-#include <limits>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -35,29 +30,8 @@ constexpr qint64 longReadSize = 1024 * 1024;
 /// What is taken apart in one turn, in characters: less than a millisecond's work.
 constexpr qsizetype turnEffort = 64 * 1024;
 
-/// What one read takes of a file: more would be copied through memory that no cache of the
-/// processor holds.
-constexpr qint64 filePieceSize = 256 * 1024;
-
 /// A store of so many bytes is given back at once.
 constexpr qsizetype smallStore = 256 * 1024;
-
-QString downloadDirectory()
-{
-    const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
-    return QSettings().value("downloadDirectory", desktop).toString();
-}
-
-/// A peer may announce any size, so the count may stand at either end of its range.
-qint64 differenceWithinRange(qint64 count, qint64 bytes)
-{
-    qint64 difference = 0;
-    if (qSubOverflow(count, bytes, &difference)) {
-        using Range = std::numeric_limits<qint64>;
-        return bytes > 0 ? Range::min() : Range::max();
-    }
-    return difference;
-}
 
 QString nameOf(QAbstractSocket::SocketError error)
 {
@@ -83,6 +57,7 @@ ClientHandler::ClientHandler(QTcpSocket *acceptedSocket, ConnectionResources *sh
     , answers(socket, &resources->writingTurns, nullptr)
     , account(resources->memory, socket->peerAddress(), [this] { giveUpMemory(); })
     , socketLease(resources->descriptors)
+    , receiver(filePath, fileSize, bytesRemaining, file, resources->descriptors)
 {
     connect(&answers, &AnswerQueue::filled, this, [this] { pauseReading(); });
     connect(&answers, &AnswerQueue::emptied, this, [this] { resumeReading(); });
@@ -156,26 +131,7 @@ void ClientHandler::holdText(std::shared_ptr<const SharedText> text)
 
 void ClientHandler::setFileToTransfer(QString fileName, quint64 size)
 {
-    fileSize = size;
-    bytesRemaining = static_cast<qint64>(size);
-    const QString directory = downloadDirectory();
-    filePath = directory + u'/' + fileName;
-    Messages::debug({u"File: "_s, Messages::quoted(filePath)});
-    file.close();
-    fileLease = {};
-    if (!isDownloadDirectory(directory)) {
-        Messages::warning({tr("The file is not saved: the download directory \"%1\" is not a full "
-                              "path. Choose a folder in Preferences.")
-                               .arg(directory)});
-    }
-    // By design: a file that could not be opened is not announced as such; its bytes are thrown
-    // away.
-    if (resources->descriptors.hasRoomForFile()) {
-        openDownload(file, directory, fileName);
-    }
-    if (file.isOpen()) {
-        fileLease = DescriptorBudget::Lease(resources->descriptors);
-    }
+    receiver.begin(fileName, size);
     limitNextRead();
 }
 
@@ -200,14 +156,14 @@ void ClientHandler::readyRead()
     if (isReadingPaused()) {
         return;
     }
-    if (!isReceivingFile() && socket->bytesAvailable() >= shortReadSize) {
+    if (!receiver.isReceiving() && socket->bytesAvailable() >= shortReadSize) {
         beginLongRead();
         return;
     }
     // Assigned, not appended: when this call runs inside the dispatch of an earlier token, that
     // token has been read already.
     receiveBuffer = socket->isOpen() ? socket->read(socket->bytesAvailable()) : QByteArray();
-    handleChunk(!isReceivingFile() && parseToken());
+    handleChunk(!receiver.isReceiving() && parseToken());
 }
 
 void ClientHandler::handleChunk(bool isToken)
@@ -228,8 +184,11 @@ void ClientHandler::handleChunk(bool isToken)
     }
     // By design: asked again, since the dispatch may just have begun a file. Its first bytes are
     // those of the request.
-    if (isReceivingFile() && !receiveBuffer.isEmpty()) {
-        receiveFileBytes();
+    if (receiver.isReceiving() && !receiveBuffer.isEmpty()) {
+        if (receiver.write(receiveBuffer)) {
+            finishFile();
+        }
+        limitNextRead();
     }
     receiveBuffer.clear();
 }
@@ -304,38 +263,18 @@ void ClientHandler::storeEntry(const QString &key, const QVariant &value)
     }
 }
 
-void ClientHandler::receiveFileBytes()
-{
-    // By design: a failed write returns -1, which raises the count.
-    const qint64 written = file.isOpen() ? file.write(receiveBuffer) : -1;
-    bytesRemaining = differenceWithinRange(bytesRemaining, written);
-    // By design: strictly below zero, so exactly the announced bytes do not end the transfer.
-    if (bytesRemaining < 0) {
-        finishFile();
-    }
-    limitNextRead();
-}
-
 void ClientHandler::finishFile()
 {
-    // Flushes too, and says nothing when the file could not be opened.
-    file.close();
-    fileLease = {};
-    emit showFile(filePath);
-    filePath.clear();
+    receiver.close();
+    emit showFile(receiver.path());
+    receiver.end();
     token.insert(u"serverResponse"_s, u"OK"_s);
     sendToken();
 }
 
-/// Never the read that may end a transfer: it takes all that has arrived, so that the last bytes of
-/// the file are not left behind.
 void ClientHandler::limitNextRead()
 {
-    if (!isReceivingFile()) {
-        socket->setReadBufferSize(shortReadSize);
-    } else {
-        socket->setReadBufferSize(bytesRemaining < filePieceSize ? 0 : filePieceSize);
-    }
+    socket->setReadBufferSize(receiver.isReceiving() ? receiver.readLimit() : shortReadSize);
 }
 
 void ClientHandler::updateAccount()

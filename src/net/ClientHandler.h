@@ -5,6 +5,7 @@
 
 #include "net/AnswerQueue.h"
 #include "net/DescriptorBudget.h"
+#include "net/FileReceiver.h"
 #include "net/MemoryBudget.h"
 #include "net/StoredSize.h"
 #include "net/TokenText.h"
@@ -77,13 +78,11 @@ private slots:
     void socketError(QAbstractSocket::SocketError error);
 
 private:
-    bool isReceivingFile() const { return !filePath.isEmpty(); }
     void beginLongRead();
     bool continueLongRead();
     void handleChunk(bool isToken);
     bool isToken(const TokenText::Reading &reading) const;
     void storeEntry(const QString &key, const QVariant &value);
-    void receiveFileBytes();
     void finishFile();
     void limitNextRead();
     void updateAccount();
@@ -106,7 +105,7 @@ private:
     AnswerQueue answers;
     MemoryAccount account;
     DescriptorBudget::Lease socketLease;
-    DescriptorBudget::Lease fileLease;
+    FileReceiver receiver;              // works on the four fields of the file
     std::unique_ptr<LongRead> longRead; // a token that is being taken apart
     int pauses = 0;                     // of reading
     bool hasPeerLeft = false;           // while reading was paused

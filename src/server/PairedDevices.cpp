@@ -3,30 +3,17 @@
 
 #include "server/PairedDevices.h"
 
-#include "platform/SettingsFile.h"
+#include "settings/Settings.h"
 
-#include <QSettings>
-
-using namespace Qt::StringLiterals;
-
-namespace {
-
-QString settingsKey()
+PairedDevices::PairedDevices(QStringList &list) : devices(list)
 {
-    return u"pairedDeviceList"_s;
-}
-
-} // namespace
-
-PairedDevices::PairedDevices()
-    : devices(QSettings().value(settingsKey(), QVariant()).toStringList())
-    , known(devices.cbegin(), devices.cend())
-{
+    devices = Settings::pairedDevices();
+    known = QSet<QString>(devices.cbegin(), devices.cend());
 }
 
 void PairedDevices::store() const
 {
-    platform::storeSettings({{settingsKey(), QVariant(devices)}});
+    Settings::storePairedDevices(devices);
 }
 
 void PairedDevices::add(const QString &device)

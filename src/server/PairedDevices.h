@@ -15,19 +15,20 @@ public:
     /// The longest identifier of such a device, in characters.
     static constexpr qsizetype longestUnasked = 1'024;
 
-    /// Reads the settings. What is there stays, however much it is.
-    PairedDevices();
+    /// Reads the settings into the list, which must outlive this object and is changed by nobody
+    /// else. What is stored stays, however much it is.
+    explicit PairedDevices(QStringList &devices);
     void store() const;
 
     /// The exact text counts.
     bool contains(const QString &device) const { return known.contains(device); }
-    /// Remembers a device that the user has accepted. It is the user's word, so no limit holds.
+    /// Remembers a device that the user has accepted. No limit applies to the user's word.
     void add(const QString &device);
     /// Remembers a device that was accepted without the user, unless its identifier is longer than
     /// `longestUnasked`, or `maximumUnasked` devices and more are remembered.
     void addUnasked(const QString &device);
 
 private:
-    QStringList devices;
-    QSet<QString> known; // the same, for looking up
+    QStringList &devices;
+    QSet<QString> known; // the same devices, for lookups
 };

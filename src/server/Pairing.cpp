@@ -3,8 +3,6 @@
 
 #include "server/Pairing.h"
 
-#include "server/PairingQuestion.h"
-
 #include <QApplication>
 #include <QScopedValueRollback>
 #include <QTimer>
@@ -25,7 +23,10 @@ bool isMenuOpen()
 
 } // namespace
 
-Pairing::Pairing()
+Pairing::Pairing(QStringList &pairedDevices, const bool &isApprovalNeeded, Question question)
+    : needsApproval(isApprovalNeeded)
+    , ask(std::move(question))
+    , devices(pairedDevices)
 {
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
             &Pairing::refuseWaiting);
@@ -49,12 +50,12 @@ void Pairing::decide(const Request &request)
         request.decided(true);
         return;
     }
-    if (isTooMany()) {
+    if (isTooMany() || !ask) {
         request.decided(false);
         return;
     }
     const QScopedValueRollback counted(openQuestions, openQuestions + 1);
-    askAboutPairing(request.name, [this, &request](bool isAccepted) {
+    ask(request.name, [this, &request](bool isAccepted) {
         if (isAccepted) {
             devices.add(request.device);
             pauses.accepted(request.device);

@@ -28,14 +28,20 @@ public:
         std::function<void(bool)> decided;
     };
 
+    /// Asks the user whether a device of that name may pair, and calls `answered` once. May run an
+    /// event loop until then.
+    using Question =
+        std::function<void(const QString &name, const std::function<void(bool)> &answered)>;
+
     /// Questions that are open, or that wait until the user may be asked again.
     static constexpr int maximumQuestions = 16;
 
-    Pairing();
+    /// Reads the paired devices from the settings into the list.
+    /// \param needsApproval whether unknown devices need the user's word; read at each decision
+    /// \param question if there is none, the user's word is no
+    Pairing(QStringList &pairedDevices, const bool &needsApproval, Question question);
     /// Stores the paired devices.
     void store() const { devices.store(); }
-    /// In force from the next decision on.
-    void setNeedsApproval(bool needed) { needsApproval = needed; }
 
     /// The silent decision: known devices are accepted, and without approval unknown ones too,
     /// which are then known.
@@ -55,7 +61,8 @@ private:
     void wait(Request request, std::chrono::milliseconds time);
     void stopWaiting(int number);
 
-    bool needsApproval = false;
+    const bool &needsApproval;
+    Question ask;
     PairedDevices devices;
     RefusalPauses pauses;
     int openQuestions = 0; // whose event loops run

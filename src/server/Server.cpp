@@ -7,17 +7,12 @@
 #include "applications/TKApplicationManagerMac.h"
 #include "interaction/InteractionManager.h"
 #include "interaction/InteractionManagerMac.h"
-#include "messages/Messages.h"
 #include "net/BonjourServiceRegister.h"
 #include "net/ClientHandler.h"
-#include "platform/AdvertisementDaemon.h"
-#include "platform/Clipboard.h"
-#include "platform/Screens.h"
 #include "platform/Sockets.h"
 
 #include <QCoreApplication>
 #include <QHostAddress>
-#include <QHostInfo>
 #include <QNetworkProxy>
 
 #include <utility>
@@ -32,43 +27,22 @@ constexpr int maximumAcceptedInTurn = 8;
 /// Connections that the system completes while nobody accepts: a crowd that comes at once would
 /// otherwise be put off for a second and more.
 constexpr int backlog = 1024;
-/// Names tried when other servers on this machine have taken the host's name.
-constexpr int maximumAdvertisedNames = 9;
-
-/// The longest name of a service, in bytes (RFC 6763, section 4.1.1).
-constexpr qsizetype maximumNameBytes = 63;
-
-QString cutToBytes(QString text, qsizetype maximum)
-{
-    while (text.toUtf8().size() > maximum) {
-        text.chop(text.back().isLowSurrogate() ? 2 : 1);
-    }
-    return text;
-}
-
-QString serviceName(int attempt)
-{
-    const QString suffix = attempt == 1 ? QString() : u" #%1"_s.arg(attempt);
-    return cutToBytes(QHostInfo::localHostName(), maximumNameBytes - suffix.size()) + suffix;
-}
 
 } // namespace
 
-Server::Server(QObject *parent, Opener contentOpener)
+Server::Server(QObject *parent, ServerAdapters adapters)
     : QTcpServer(parent)
-    , opener(std::move(contentOpener))
+    , pairing(pairedDevices, needsPairingApproval, std::move(adapters.question))
+    , advertisement(*this, serviceRegister, std::move(adapters.dnsSd),
+                    adapters.watchAdvertisementDaemon)
+    , clipboard(std::move(adapters.clipboard))
+    , screens(std::move(adapters.screens))
+    , opener(std::move(adapters.opener))
 {
-    interactionManager = std::make_unique<InteractionManager>(new InteractionManagerMac);
+    interactionManager =
+        std::make_unique<InteractionManager>(new InteractionManagerMac(std::move(adapters.events)));
     applicationManager = std::make_unique<TKApplicationManager>(
-        new TKApplicationManagerMac(interactionManager.get()));
-    clipboard = platform::makeClipboard();
-    screens = platform::makeScreens();
-    daemonWatch = platform::watchAdvertisementDaemon([this] {
-        if (isListening()) {
-            delete serviceRegister;
-            advertise();
-        }
-    });
+        new TKApplicationManagerMac(interactionManager.get(), std::move(adapters.applications)));
     // A proxy of the desktop is meant for connections to the outside.
     setProxy(QNetworkProxy::NoProxy);
     setListenBacklogSize(backlog);
@@ -93,42 +67,20 @@ bool Server::startServer()
     }
     // By design: connected anew at every start, so after a restart the slot runs twice.
     connect(this, SIGNAL(newConnection()), this, SLOT(manageConnections()));
-    advertise();
+    advertisement.begin();
     resources.descriptors.countOthers();
     return true;
 }
 
 void Server::stopServer()
 {
-    delete serviceRegister;
+    advertisement.end();
     close();
-}
-
-void Server::advertise(int attempt)
-{
-    serviceRegister = new BonjourServiceRegister(this);
-    // Queued, since the register is replaced and may be amid its registration.
-    connect(
-        serviceRegister, &BonjourServiceRegister::error, this,
-        [this, attempt, origin = serviceRegister](DNSServiceErrorType code) {
-            // The register may have been given back meanwhile.
-            if (origin.isNull()) {
-                return;
-            }
-            Messages::debug({u"Not advertised:"_s, QString::number(code)});
-            if (code == kDNSServiceErr_NameConflict && attempt < maximumAdvertisedNames) {
-                delete serviceRegister;
-                advertise(attempt + 1);
-            }
-        },
-        Qt::QueuedConnection);
-    serviceRegister->registerService({serviceName(attempt), u"_quillmote._tcp"_s, QString()},
-                                     serverPort());
 }
 
 void Server::setNeedsPairingApproval(bool needed)
 {
-    pairing.setNeedsApproval(needed);
+    needsPairingApproval = needed;
 }
 
 bool Server::deviceIsPresent(QString device)

@@ -4,10 +4,13 @@
 #pragma once
 
 #include "net/ConnectionResources.h"
+#include "server/Advertisement.h"
 #include "server/Opener.h"
 #include "server/Pairing.h"
+#include "server/ServerAdapters.h"
 
 #include <QPointer>
+#include <QStringList>
 #include <QTcpServer>
 #include <QTcpSocket>
 
@@ -18,14 +21,8 @@ class ClientHandler;
 class InteractionManager;
 class TKApplicationManager;
 
-namespace platform {
-class AdvertisementDaemonWatch;
-class Clipboard;
-class Screens;
-} // namespace platform
-
-/// The listening side: accepts handhelds at a port chosen by the system, advertises it by DNS-SD,
-/// decides about pairing and carries out the commands of every connection.
+/// The listening side: accepts handhelds at a port chosen by the system and carries out the
+/// commands of every connection.
 ///
 /// Pairing is recognition, not protection: commands are carried out for every connection, paired or
 /// not. Everything runs on the thread of the event loop; the pairing dialog runs an event loop of
@@ -35,8 +32,8 @@ class Server : public QTcpServer
     Q_OBJECT
 
 public:
-    /// Loads the paired devices; does not listen yet. The opener opens what peers send.
-    explicit Server(QObject *parent, Opener opener = Opener());
+    /// Loads the paired devices; does not listen yet.
+    explicit Server(QObject *parent, ServerAdapters adapters = ServerAdapters::ofHost());
     /// Stores the paired devices and ends every connection.
     ~Server() override;
 
@@ -72,7 +69,6 @@ private slots:
 private:
     struct Command;
 
-    void advertise(int attempt = 1);
     bool mayAccept(int further) const;
     void acceptInNextTurn();
     void goOnAccepting();
@@ -93,12 +89,14 @@ private:
 
     std::unique_ptr<TKApplicationManager> applicationManager;
     std::unique_ptr<InteractionManager> interactionManager;
+    bool needsPairingApproval = false;
+    QStringList pairedDevices; // by their identifiers, in the order of their acceptance
+    QPointer<BonjourServiceRegister> serviceRegister; // null while nothing is advertised
+    Pairing pairing;
+    Advertisement advertisement;
     std::unique_ptr<platform::Clipboard> clipboard;
     std::unique_ptr<platform::Screens> screens;
     Opener opener;
-    Pairing pairing;
-    QPointer<BonjourServiceRegister> serviceRegister;
-    std::unique_ptr<platform::AdvertisementDaemonWatch> daemonWatch;
     ConnectionResources resources; // outlive the connections, which the destructor ends
     int acceptedInTurn = 0;
     bool areDescriptorsScarce = false;          // until a connection ends

@@ -6,8 +6,6 @@
 #include "interaction/InteractionManager.h"
 #include "messages/Messages.h"
 #include "net/ClientHandler.h"
-#include "platform/Clipboard.h"
-#include "platform/Screens.h"
 #include "server/Server.h"
 
 #include <array>

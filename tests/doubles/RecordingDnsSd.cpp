@@ -4,6 +4,7 @@
 #include "doubles/RecordingDnsSd.h"
 
 #include <cstring>
+#include <utility>
 
 #include <unistd.h>
 
@@ -16,56 +17,58 @@ struct _DNSServiceRef_t
 
 namespace {
 
-DNSServiceRef latest = nullptr;
-
 std::optional<QByteArray> copied(const char *text)
 {
     return text == nullptr ? std::nullopt : std::optional(QByteArray(text));
 }
 
+QByteArray bytesInMemory(uint16_t number)
+{
+    QByteArray bytes(sizeof number, '\0');
+    std::memcpy(bytes.data(), &number, sizeof number);
+    return bytes;
+}
+
 } // namespace
 
-DnsSdRecord &DnsSdRecord::current()
+DnsSd RecordingDnsSd::operations()
 {
-    static DnsSdRecord record;
-    return record;
+    return {[this](DNSServiceRef *reference, DNSServiceFlags flags, uint32_t interfaceIndex,
+                   const char *name, const char *type, const char *domain, const char *host,
+                   uint16_t port, uint16_t textLength, const void *text,
+                   DNSServiceRegisterReply callback, void *context) {
+                return registerService(reference,
+                                       {flags, interfaceIndex, name, type, copied(domain),
+                                        copied(host), bytesInMemory(port), textLength,
+                                        text != nullptr, callback, context});
+            },
+            [this](DNSServiceRef reference) { return hasSocket ? reference->readEnd : -1; },
+            [this](DNSServiceRef reference) { return process(reference); },
+            [this](DNSServiceRef reference) { release(reference); }};
 }
 
-void DnsSdRecord::reset()
-{
-    *this = DnsSdRecord();
-    latest = nullptr;
-}
-
-void DnsSdRecord::makeReadable()
+void RecordingDnsSd::makeReadable()
 {
     const char byte = 'x';
     [[maybe_unused]] const ssize_t written = write(latest->writeEnd, &byte, 1);
 }
 
-void DnsSdRecord::reply(DNSServiceErrorType error, const char *name, const char *type,
-                        const char *domain)
+void RecordingDnsSd::reply(DNSServiceErrorType error, const char *name, const char *type,
+                           const char *domain)
 {
     const Registration &registration = registrations.back();
     registration.callback(latest, 0, error, name, type, domain, registration.context);
 }
 
-DNSServiceErrorType DNSServiceRegister(DNSServiceRef *reference, DNSServiceFlags flags,
-                                       uint32_t interfaceIndex, const char *name, const char *type,
-                                       const char *domain, const char *host, uint16_t port,
-                                       uint16_t textLength, const void *text,
-                                       DNSServiceRegisterReply callback, void *context)
+DNSServiceErrorType RecordingDnsSd::registerService(DNSServiceRef *reference,
+                                                    Registration registration)
 {
-    DnsSdRecord &record = DnsSdRecord::current();
-    QByteArray portBytes(sizeof port, '\0');
-    std::memcpy(portBytes.data(), &port, sizeof port);
-    record.registrations.push_back({flags, interfaceIndex, name, type, copied(domain), copied(host),
-                                    portBytes, textLength, text != nullptr, callback, context});
-    if (record.onRegister) {
-        record.onRegister();
+    registrations.push_back(std::move(registration));
+    if (onRegister) {
+        onRegister();
     }
-    if (record.registerResult != kDNSServiceErr_NoError) {
-        return record.registerResult;
+    if (registerResult != kDNSServiceErr_NoError) {
+        return registerResult;
     }
     int ends[2] = {-1, -1};
     if (pipe(ends) != 0) {
@@ -73,37 +76,30 @@ DNSServiceErrorType DNSServiceRegister(DNSServiceRef *reference, DNSServiceFlags
     }
     latest = new _DNSServiceRef_t{ends[0], ends[1]};
     *reference = latest;
-    ++record.living;
+    ++living;
     return kDNSServiceErr_NoError;
 }
 
-int DNSServiceRefSockFD(DNSServiceRef reference)
+DNSServiceErrorType RecordingDnsSd::process(DNSServiceRef reference)
 {
-    return DnsSdRecord::current().hasSocket ? reference->readEnd : -1;
-}
-
-DNSServiceErrorType DNSServiceProcessResult(DNSServiceRef reference)
-{
-    DnsSdRecord &record = DnsSdRecord::current();
     char byte = 0;
     if (read(reference->readEnd, &byte, 1) != 1) {
         return kDNSServiceErr_Unknown;
     }
-    ++record.processed;
-    if (record.onProcess) {
-        record.onProcess();
+    ++processed;
+    if (onProcess) {
+        onProcess();
     }
-    return record.processResult;
+    return processResult;
 }
 
-void DNSServiceRefDeallocate(DNSServiceRef reference)
+void RecordingDnsSd::release(DNSServiceRef reference)
 {
-    DnsSdRecord &record = DnsSdRecord::current();
-    if (record.onRelease) {
-        record.onRelease();
+    if (onRelease) {
+        onRelease();
     }
-    ++record.released;
-    --record.living;
+    ++released;
+    --living;
     close(reference->readEnd);
     close(reference->writeEnd);
     delete reference;

@@ -3,19 +3,17 @@
 
 #pragma once
 
+#include "net/DnsSd.h"
+
 #include <QByteArray>
 
 #include <functional>
 #include <optional>
 #include <vector>
 
-#include <dns_sd.h>
-
-/// The four operations of the dns_sd interface that the program uses, in memory. A test that is
-/// linked with RecordingDnsSd.cpp calls these instead of the system's library.
-///
-/// Each registration has a real pipe as its socket.
-struct DnsSdRecord
+/// The operations of the dns_sd interface that the server uses, in memory. Each registration has a
+/// real pipe as its socket.
+struct RecordingDnsSd
 {
     struct Registration
     {
@@ -32,11 +30,11 @@ struct DnsSdRecord
         void *context = nullptr;
     };
 
-    /// The one that counts for the test that runs.
-    static DnsSdRecord &current();
+    /// Operations that record into this object, which must outlive their use.
+    DnsSd operations();
 
     /// Forgets everything; no registration may be left.
-    void reset();
+    void reset() { *this = RecordingDnsSd(); }
     /// Makes the socket of the one registration readable; returns at once.
     void makeReadable();
     /// Calls back for the last registration as the daemon's reply does.
@@ -56,4 +54,11 @@ struct DnsSdRecord
     std::function<void()> onRegister;
     std::function<void()> onProcess;
     std::function<void()> onRelease;
+
+private:
+    DNSServiceErrorType registerService(DNSServiceRef *reference, Registration registration);
+    DNSServiceErrorType process(DNSServiceRef reference);
+    void release(DNSServiceRef reference);
+
+    DNSServiceRef latest = nullptr;
 };

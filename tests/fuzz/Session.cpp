@@ -7,7 +7,6 @@
 #include "NaiveTokenWriter.h"
 #include "ReplacedOpener.h"
 #include "doubles/MemorySocket.h"
-#include "doubles/RecordingPlatform.h"
 #include "net/ClientHandler.h"
 #include "server/Server.h"
 
@@ -107,15 +106,17 @@ Session::~Session()
     if (world.knownDevices > mostKnownDevices) {
         world.server.reset();
     }
-    PlatformRecord::current().waitingReaders.clear();
-    PlatformRecord::current().isClipboardSlow = false;
+    world.host.waitingReaders.clear();
+    world.host.isClipboardSlow = false;
     QGuiApplication::clipboard()->clear();
 }
 
 void Session::startServer()
 {
     QSettings().remove("pairedDeviceList");
-    world.server = std::make_unique<Server>(nullptr, Opener([&time = world.time] { return time; }));
+    ServerAdapters adapters = world.host.serverAdapters();
+    adapters.opener = Opener([&time = world.time] { return time; });
+    world.server = std::make_unique<Server>(nullptr, std::move(adapters));
     world.knownDevices = 0;
 }
 
@@ -165,14 +166,14 @@ void Session::setUnsent(qint64 bytes)
 
 void Session::makeClipboardSlow()
 {
-    model.isClipboardSlow = PlatformRecord::current().isClipboardSlow = true;
+    model.isClipboardSlow = world.host.isClipboardSlow = true;
 }
 
 void Session::answerWaiting()
 {
-    PlatformRecord &record = PlatformRecord::current();
-    model.isClipboardSlow = record.isClipboardSlow = false;
-    for (const auto &receiver : std::exchange(record.waitingReaders, {})) {
+    RecordingHost &host = world.host;
+    model.isClipboardSlow = host.isClipboardSlow = false;
+    for (const auto &receiver : std::exchange(host.waitingReaders, {})) {
         receiver(u"late"_s);
     }
     // The answer shows the map as it is before anything else is read.
@@ -224,7 +225,7 @@ void Session::compare()
 void Session::compareDeeds()
 {
     const ConnectionModel::Deeds &deeds = model.deeds;
-    EventRecord &events = PlatformRecord::current().events;
+    EventRecord &events = world.host.events;
     Finding::requireEqual(std::exchange(announced, 0), deeds.announcedTokens,
                           "another number of tokens");
     Finding::requireEqual(std::exchange(shown, {}), deeds.shownFiles, "other files are shown");

@@ -5,6 +5,7 @@
 
 #include "ConnectionModel.h"
 #include "DownloadScene.h"
+#include "doubles/RecordingHost.h"
 #include "support/MessageRecorder.h"
 
 #include <QGuiApplication>
@@ -27,6 +28,7 @@ struct World
     World &operator=(const World &) = delete;
 
     QGuiApplication application;
+    RecordingHost host;
     DownloadScene scene;
     /// What the opener's clock shows.
     std::chrono::steady_clock::time_point time{};

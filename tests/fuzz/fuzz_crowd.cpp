@@ -17,7 +17,7 @@
 
 #include "Finding.h"
 #include "doubles/MemorySocket.h"
-#include "doubles/RecordingPlatform.h"
+#include "doubles/RecordingHost.h"
 #include "net/ClientHandler.h"
 #include "net/ConnectionResources.h"
 #include "server/Server.h"
@@ -49,6 +49,7 @@ struct World
     }
 
     QGuiApplication application;
+    RecordingHost host;
 };
 
 World *world = nullptr;
@@ -187,7 +188,7 @@ private:
             device.setUnsent(0);
             break;
         case 's':
-            PlatformRecord::current().isClipboardSlow = true;
+            world->host.isClipboardSlow = true;
             break;
         case 'a':
             answerClipboard();
@@ -207,9 +208,9 @@ private:
 
     void answerClipboard()
     {
-        PlatformRecord &record = PlatformRecord::current();
-        record.isClipboardSlow = false;
-        for (const auto &receiver : std::exchange(record.waitingReaders, {})) {
+        RecordingHost &host = world->host;
+        host.isClipboardSlow = false;
+        for (const auto &receiver : std::exchange(host.waitingReaders, {})) {
             receiver(QString(1'000 + 70'000 * (++clipboardTexts % 2), u'x'));
         }
         processEvents(0);
@@ -247,7 +248,7 @@ private:
 
     MessageRecorder messages;
     ConnectionResources resources{memoryLimit};
-    Server server{nullptr};
+    Server server{nullptr, world->host.serverAdapters()};
     Device honest{server, resources};
     std::array<Device, 4> devices = {Device(server, resources), Device(server, resources),
                                      Device(server, resources), Device(server, resources)};

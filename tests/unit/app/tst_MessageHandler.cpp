@@ -4,7 +4,8 @@
 #include "app/MessageHandler.h"
 
 #include "doubles/RecordedBalloons.h"
-#include "doubles/RecordingPlatform.h"
+#include "doubles/RecordingHost.h"
+#include "doubles/RecordingWindowAdapters.h"
 #include "support/MessageRecorder.h"
 #include "support/Waiting.h"
 
@@ -54,6 +55,7 @@ private slots:
 private:
     static MessageHandler &handler() { return *MessageHandler::instance(); }
 
+    RecordingHost host;
     std::unique_ptr<MessageRecorder> earlier;
     std::unique_ptr<QSystemTrayIcon> icon;
 };
@@ -61,7 +63,7 @@ private:
 void tst_MessageHandler::init()
 {
     recordedBalloons().clear();
-    PlatformRecord::current().reset();
+    host.reset();
     earlier = std::make_unique<MessageRecorder>();
     icon = std::make_unique<QSystemTrayIcon>();
 }
@@ -366,24 +368,23 @@ void tst_MessageHandler::anIconThatIsGoneEndsAStorm()
 
 void tst_MessageHandler::aDaemonIsHandedWhatItShowsAsWritten()
 {
-    PlatformRecord::current().hasNotificationDaemon = true;
+    host.hasNotificationDaemon = true;
     handler().installMessageHandler(icon.get());
-    handler().watchNotificationDaemon();
+    handler().watchNotificationDaemon(recordingWindowAdapters(host).watchNotificationDaemon);
     qWarning("<b>text</b>");
     handler().shutdown();
     QCOMPARE(balloonTexts(), QStringList{u"[<b>text</b>]"_s});
     QCOMPARE(recordedBalloons().front().title, u"VornaServer"_s);
-    QCOMPARE(PlatformRecord::current().balloonsHanded, 1);
-    QVERIFY(!PlatformRecord::current().notificationDaemonIsReady);
+    QCOMPARE(host.balloonsHanded, 1);
+    QVERIFY(!host.notificationDaemonIsReady);
 }
 
 void tst_MessageHandler::aDaemonThatTakesNoMoreIsHandedNoMore()
 {
-    PlatformRecord &host = PlatformRecord::current();
     host.hasNotificationDaemon = true;
     host.isNotificationDaemonReady = false;
     handler().installMessageHandler(icon.get());
-    handler().watchNotificationDaemon();
+    handler().watchNotificationDaemon(recordingWindowAdapters(host).watchNotificationDaemon);
     qWarning("first");
     qWarning("second");
     QTest::qWait(300);

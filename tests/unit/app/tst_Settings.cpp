@@ -4,8 +4,8 @@
 #include "app/Window.h"
 
 #include "doubles/RecordedBalloons.h"
-#include "doubles/RecordingDnsSd.h"
-#include "doubles/RecordingPlatform.h"
+#include "doubles/RecordingHost.h"
+#include "doubles/RecordingWindowAdapters.h"
 #include "support/DialogVisitor.h"
 #include "support/MessageRecorder.h"
 #include "support/PrivateHome.h"
@@ -21,11 +21,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-LoginItemRecord &loginItems()
-{
-    return PlatformRecord::current().loginItems;
-}
 
 /// While it lives, settings are stored in memory, and a test can look around at that moment.
 class WatchedStore
@@ -103,6 +98,7 @@ private:
     static QVariant stored(const char *key) { return QSettings().value(key); }
 
     std::unique_ptr<PrivateHome> home;
+    RecordingHost host;
     std::unique_ptr<MessageRecorder> messages;
     std::unique_ptr<Window> window;
 };
@@ -111,8 +107,7 @@ void tst_Settings::init()
 {
     home = std::make_unique<PrivateHome>();
     messages = std::make_unique<MessageRecorder>();
-    DnsSdRecord::current().reset();
-    PlatformRecord::current().reset();
+    host.reset();
     recordedBalloons().clear();
 }
 
@@ -151,7 +146,7 @@ QVariantMap tst_Settings::shownPreferences()
 
 void tst_Settings::anEmptyStoreGivesTheDefaults()
 {
-    window = std::make_unique<Window>();
+    window = std::make_unique<Window>(recordingWindowAdapters(host));
     QCOMPARE(QSettings().allKeys(), QStringList());
     QCOMPARE(shownPreferences(), QVariantMap({{u"PairApproval"_s, false},
                                               {u"Logon"_s, true},
@@ -160,7 +155,7 @@ void tst_Settings::anEmptyStoreGivesTheDefaults()
 
 void tst_Settings::theDefaultDirectoryIsNotMade()
 {
-    window = std::make_unique<Window>();
+    window = std::make_unique<Window>(recordingWindowAdapters(host));
     openPreferences();
     window.reset();
     QVERIFY(!QFile::exists(home->path(u"Downloads"_s)));
@@ -185,8 +180,8 @@ void tst_Settings::storedValuesAreRestored()
     QSettings().setValue("pairNeedsApproval", needsApproval);
     QSettings().setValue("startAtLogon", startsAtLogon);
     QSettings().setValue("downloadDirectory", directory);
-    window = std::make_unique<Window>();
-    QCOMPARE(loginItems().entries.size(), startsAtLogon ? 1 : 0);
+    window = std::make_unique<Window>(recordingWindowAdapters(host));
+    QCOMPARE(host.loginItems.entries.size(), startsAtLogon ? 1 : 0);
     QCOMPARE(shownPreferences(), QVariantMap({{u"PairApproval"_s, needsApproval},
                                               {u"Logon"_s, startsAtLogon},
                                               {u"Download"_s, directory}}));
@@ -209,7 +204,7 @@ void tst_Settings::oddValuesAreConverted()
     QFETCH(bool, isOn);
     QSettings().setValue("startAtLogon", value);
     QSettings().setValue("pairNeedsApproval", value);
-    window = std::make_unique<Window>();
+    window = std::make_unique<Window>(recordingWindowAdapters(host));
     const QVariantMap shown = shownPreferences();
     QCOMPARE(shown[u"Logon"_s].toBool(), isOn);
     QCOMPARE(shown[u"PairApproval"_s].toBool(), isOn);
@@ -219,7 +214,7 @@ void tst_Settings::oddValuesAreConverted()
 
 void tst_Settings::closingThePreferencesStoresAllThree()
 {
-    window = std::make_unique<Window>();
+    window = std::make_unique<Window>(recordingWindowAdapters(host));
     openPreferences([](QDialog &dialog) {
         dialog.findChild<QCheckBox *>(u"PairApproval"_s)->click();
         dialog.findChild<QCheckBox *>(u"Logon"_s)->click();
@@ -237,7 +232,7 @@ void tst_Settings::closingThePreferencesStoresAllThree()
 
 void tst_Settings::theValuesAreInTheStoreAtOnce()
 {
-    window = std::make_unique<Window>();
+    window = std::make_unique<Window>(recordingWindowAdapters(host));
     openPreferences();
     // Another program reads the file, not our memory.
     const QByteArray file = contentOf(home->path(u"config/Ostrovane/VornaServer.conf"_s));
@@ -258,7 +253,7 @@ void tst_Settings::everyWayOfClosingStores_data()
 void tst_Settings::everyWayOfClosingStores()
 {
     QFETCH(QString, way);
-    window = std::make_unique<Window>();
+    window = std::make_unique<Window>(recordingWindowAdapters(host));
     openPreferences([&](QDialog &dialog) {
         dialog.findChild<QCheckBox *>(u"PairApproval"_s)->click();
         if (way == u"escape"_s) {
@@ -275,43 +270,43 @@ void tst_Settings::everyWayOfClosingStores()
 void tst_Settings::changesWaitForTheClose()
 {
     QSettings().setValue("startAtLogon", false);
-    window = std::make_unique<Window>();
+    window = std::make_unique<Window>(recordingWindowAdapters(host));
     openPreferences([&](QDialog &dialog) {
         dialog.findChild<QCheckBox *>(u"Logon"_s)->click();
         dialog.findChild<QCheckBox *>(u"PairApproval"_s)->click();
         dialog.findChild<QLineEdit *>(u"Download"_s)->setText(u"/else/where"_s);
-        QCOMPARE(loginItems().entries.size(), 0);
+        QCOMPARE(host.loginItems.entries.size(), 0);
         QCOMPARE(QSettings().allKeys(), QStringList{u"startAtLogon"_s});
         QCOMPARE(stored("startAtLogon").toBool(), false);
         QVERIFY(window->findChild<Server *>()->deviceIsPresent(u"device"_s));
     });
-    QCOMPARE(loginItems().entries.size(), 1);
+    QCOMPARE(host.loginItems.entries.size(), 1);
     QCOMPARE(stored("startAtLogon").toBool(), true);
 }
 
 void tst_Settings::theLoginListThenTheServerThenTheStoreLearnTheValues()
 {
     const WatchedStore store;
-    window = std::make_unique<Window>();
-    QCOMPARE(loginItems().entries.size(), 1);
+    window = std::make_unique<Window>(recordingWindowAdapters(host));
+    QCOMPARE(host.loginItems.entries.size(), 1);
     // What each of the three has learnt at the moment at which another one learns it.
     const auto state = [this](const char *moment) {
         // A device that is let in is known from then on, so each look takes another.
         const bool isAsked =
             !window->findChild<Server *>()->deviceIsPresent(QLatin1StringView(moment));
         return u"%1: logon entries %2, approval %3, stored %4"_s.arg(QLatin1StringView(moment))
-            .arg(loginItems().entries.size())
+            .arg(host.loginItems.entries.size())
             .arg(isAsked)
             .arg(WatchedStore::written.size());
     };
     QStringList seen;
-    loginItems().onSave = [&] { seen.append(state("list saved")); };
+    host.loginItems.onSave = [&] { seen.append(state("list saved")); };
     WatchedStore::onWrite = [&] { seen.append(state("settings stored")); };
     openPreferences([](QDialog &dialog) {
         dialog.findChild<QCheckBox *>(u"Logon"_s)->click();
         dialog.findChild<QCheckBox *>(u"PairApproval"_s)->click();
     });
-    loginItems().onSave = nullptr;
+    host.loginItems.onSave = nullptr;
     QCOMPARE(seen, QStringList({u"list saved: logon entries 0, approval 0, stored 0"_s,
                                 u"settings stored: logon entries 0, approval 1, stored 0"_s}));
     QCOMPARE(WatchedStore::written.value(u"startAtLogon"_s).toBool(), false);
@@ -320,7 +315,7 @@ void tst_Settings::theLoginListThenTheServerThenTheStoreLearnTheValues()
 
 void tst_Settings::theNextDialogShowsWhatWasTaken()
 {
-    window = std::make_unique<Window>();
+    window = std::make_unique<Window>(recordingWindowAdapters(host));
     openPreferences([](QDialog &dialog) {
         dialog.findChild<QCheckBox *>(u"PairApproval"_s)->click();
         dialog.findChild<QLineEdit *>(u"Download"_s)->setText(u"/else/where"_s);
@@ -332,7 +327,7 @@ void tst_Settings::theNextDialogShowsWhatWasTaken()
 
 void tst_Settings::nothingElseIsStoredAtTheEnd()
 {
-    window = std::make_unique<Window>();
+    window = std::make_unique<Window>(recordingWindowAdapters(host));
     openPreferences();
     window->update(u"Logon"_s, false);
     window.reset();
@@ -354,7 +349,7 @@ void tst_Settings::aDirectoryIsStoredUnchecked_data()
 void tst_Settings::aDirectoryIsStoredUnchecked()
 {
     QFETCH(QString, directory);
-    window = std::make_unique<Window>();
+    window = std::make_unique<Window>(recordingWindowAdapters(host));
     openPreferences(
         [&](QDialog &dialog) { dialog.findChild<QLineEdit *>(u"Download"_s)->setText(directory); });
     QCOMPARE(stored("downloadDirectory").toString(), directory);
@@ -364,7 +359,7 @@ void tst_Settings::untilTheDialogWasClosedFilesGoToTheDesktop()
 {
     const QString desktop = home->subdirectory(u"Desktop"_s);
     const QString downloads = home->subdirectory(u"Downloads"_s);
-    window = std::make_unique<Window>();
+    window = std::make_unique<Window>(recordingWindowAdapters(host));
     ServedPeer peer(*window->findChild<Server *>());
     const QByteArray request =
         "{ cmdType = FILE_TRANSFER_AND_OPEN; cmdParameters = (note, 1000); }";

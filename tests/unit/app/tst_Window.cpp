@@ -5,8 +5,8 @@
 
 #include "doubles/RecordedBalloons.h"
 #include "doubles/RecordingDesktop.h"
-#include "doubles/RecordingDnsSd.h"
-#include "doubles/RecordingPlatform.h"
+#include "doubles/RecordingHost.h"
+#include "doubles/RecordingWindowAdapters.h"
 #include "preferences/ConfigDialog.h"
 #include "support/DescriptorLimit.h"
 #include "support/DialogVisitor.h"
@@ -35,11 +35,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 using LoginEntries = QList<LoginItemRecord::Entry>;
-
-LoginItemRecord &loginItems()
-{
-    return PlatformRecord::current().loginItems;
-}
 
 /// The name of the light that an icon shows; empty when it is none of the four.
 QString lightOf(const QIcon &icon)
@@ -128,7 +123,7 @@ private:
     /// The part that a user sees of a window that has just been made.
     void makeWindow()
     {
-        window = std::make_unique<Window>();
+        window = std::make_unique<Window>(recordingWindowAdapters(host));
         trayIcon = window->findChild<QSystemTrayIcon *>();
     }
     QAction *action(const QString &text) const
@@ -165,6 +160,7 @@ private:
     Server *server() const { return window->findChild<Server *>(); }
 
     std::unique_ptr<PrivateHome> home;
+    RecordingHost host;
     std::unique_ptr<MessageRecorder> messages;
     std::unique_ptr<RecordingDesktop> desktop;
     std::unique_ptr<Window> window;
@@ -182,8 +178,7 @@ void tst_Window::init()
     home = std::make_unique<PrivateHome>();
     messages = std::make_unique<MessageRecorder>();
     desktop = std::make_unique<RecordingDesktop>();
-    DnsSdRecord::current().reset();
-    PlatformRecord::current().reset();
+    host.reset();
     recordedBalloons().clear();
     recordedIconPlace() = QRect();
 }
@@ -390,7 +385,7 @@ void tst_Window::theLightIsOrangeWhileTheServerStarts()
     makeWindow();
     window->stopServer();
     QString seen;
-    DnsSdRecord::current().onRegister = [&] { seen = light(); };
+    host.dnsSd.onRegister = [&] { seen = light(); };
     window->startServer();
     QCOMPARE(seen, u"arancio"_s);
 }
@@ -604,26 +599,26 @@ void tst_Window::theStoredApprovalIsNotInForceBeforeThePreferencesClose()
 void tst_Window::startAtLogonIsMadeTrueAtTheStart()
 {
     makeWindow();
-    QCOMPARE(loginItems().entries, LoginEntries({{loginItems().applicationPath, false}}));
+    QCOMPARE(host.loginItems.entries, LoginEntries({{host.loginItems.applicationPath, false}}));
 }
 
 void tst_Window::startAtLogonThatIsOffLeavesTheListAlone()
 {
     QSettings().setValue("startAtLogon", false);
-    loginItems().entries = {{loginItems().applicationPath, false}};
+    host.loginItems.entries = {{host.loginItems.applicationPath, false}};
     makeWindow();
-    QCOMPARE(loginItems().entries.size(), 1);
-    QCOMPARE(loginItems().saves, 0);
+    QCOMPARE(host.loginItems.entries.size(), 1);
+    QCOMPARE(host.loginItems.saves, 0);
 }
 
 void tst_Window::liveChangesOfLogonAreTakenAtOnce()
 {
     makeWindow();
-    QCOMPARE(loginItems().entries.size(), 1);
+    QCOMPARE(host.loginItems.entries.size(), 1);
     window->update(u"Logon"_s, false);
-    QCOMPARE(loginItems().entries.size(), 0);
+    QCOMPARE(host.loginItems.entries.size(), 0);
     window->update(u"Logon"_s, true);
-    QCOMPARE(loginItems().entries.size(), 1);
+    QCOMPARE(host.loginItems.entries.size(), 1);
     // Stored only when the preferences close.
     QVERIFY(!QSettings().contains("startAtLogon"));
 }
@@ -644,10 +639,10 @@ void tst_Window::otherLiveChangesAreIgnored()
     QFETCH(QString, name);
     QFETCH(QVariant, value);
     makeWindow();
-    const int saves = loginItems().saves;
+    const int saves = host.loginItems.saves;
     window->update(name, value);
-    QCOMPARE(loginItems().saves, saves);
-    QCOMPARE(loginItems().entries.size(), 1);
+    QCOMPARE(host.loginItems.saves, saves);
+    QCOMPARE(host.loginItems.entries.size(), 1);
     QVERIFY(server()->deviceIsPresent(u"device"_s));
     QCOMPARE(QSettings().allKeys(), QStringList());
     const DialogVisitor<QDialog> visitor([&](QDialog &preferences) {
@@ -742,7 +737,7 @@ void tst_Window::theValuesOfTheOnePreferencesDialogAreTaken()
     QCOMPARE(visitor.visited(), 1);
     QCOMPARE(QSettings().value("pairNeedsApproval").toBool(), true);
     QCOMPARE(QSettings().value("startAtLogon").toBool(), false);
-    QCOMPARE(loginItems().entries.size(), 0);
+    QCOMPARE(host.loginItems.entries.size(), 0);
     QVERIFY(!server()->deviceIsPresent(u"device"_s));
 }
 
@@ -849,7 +844,7 @@ void tst_Window::theEndStoresThePairedDevices()
     window.reset();
     // And nothing else: the preferences are stored when their dialog closes.
     QCOMPARE(QSettings().allKeys(), QStringList{u"pairedDeviceList"_s});
-    QCOMPARE(DnsSdRecord::current().living, 0);
+    QCOMPARE(host.dnsSd.living, 0);
 }
 
 QTEST_MAIN(tst_Window)

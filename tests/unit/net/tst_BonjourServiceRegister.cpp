@@ -24,11 +24,6 @@ namespace {
 const BonjourRecord quillmote(u"desk"_s, u"_quillmote._tcp"_s, u""_s);
 constexpr DNSServiceErrorType daemonNotThere = -65537;
 
-DnsSdRecord &dnsSd()
-{
-    return DnsSdRecord::current();
-}
-
 QList<DNSServiceErrorType> codesOf(const QSignalSpy &errors)
 {
     QList<DNSServiceErrorType> codes;
@@ -45,8 +40,8 @@ class tst_BonjourServiceRegister : public QObject
     Q_OBJECT
 
 private slots:
-    void init() { dnsSd().reset(); }
-    void cleanup() { QCOMPARE(dnsSd().living, 0); }
+    void init() { dnsSd.reset(); }
+    void cleanup() { QCOMPARE(dnsSd.living, 0); }
 
     void aRecordHoldsItsThreeTexts();
     void theMetaObjectListsTheSignalsInTheirOrder();
@@ -70,6 +65,9 @@ private slots:
     void destructionReleasesTheRegistrationOnce();
     void destructionReleasesNothingAfterAFailure();
     void theNotifierIsGoneBeforeTheRelease();
+
+private:
+    RecordingDnsSd dnsSd;
 };
 
 void tst_BonjourServiceRegister::aRecordHoldsItsThreeTexts()
@@ -100,12 +98,12 @@ void tst_BonjourServiceRegister::theMetaObjectListsTheSignalsInTheirOrder()
 
 void tst_BonjourServiceRegister::registersOnAllInterfacesWithoutText()
 {
-    BonjourServiceRegister service(nullptr);
+    BonjourServiceRegister service(nullptr, dnsSd.operations());
     const QSignalSpy errors(&service, &BonjourServiceRegister::error);
     service.registerService(quillmote, 8080);
 
-    QCOMPARE(dnsSd().registrations.size(), 1U);
-    const DnsSdRecord::Registration &registration = dnsSd().registrations.front();
+    QCOMPARE(dnsSd.registrations.size(), 1U);
+    const RecordingDnsSd::Registration &registration = dnsSd.registrations.front();
     QCOMPARE(registration.flags, 0U);
     QCOMPARE(registration.interfaceIndex, 0U);
     QCOMPARE(registration.name, QByteArray("desk"));
@@ -119,25 +117,25 @@ void tst_BonjourServiceRegister::registersOnAllInterfacesWithoutText()
 
 void tst_BonjourServiceRegister::anEmptyDomainIsANullPointer()
 {
-    BonjourServiceRegister service(nullptr);
+    BonjourServiceRegister service(nullptr, dnsSd.operations());
     service.registerService(quillmote, 1);
-    QVERIFY(!dnsSd().registrations.front().domain.has_value());
+    QVERIFY(!dnsSd.registrations.front().domain.has_value());
 }
 
 void tst_BonjourServiceRegister::aDomainIsHandedOn()
 {
-    BonjourServiceRegister service(nullptr);
+    BonjourServiceRegister service(nullptr, dnsSd.operations());
     service.registerService({u"desk"_s, u"_quillmote._tcp"_s, u"example.net"_s}, 1);
-    QCOMPARE(dnsSd().registrations.front().domain, QByteArray("example.net"));
+    QCOMPARE(dnsSd.registrations.front().domain, QByteArray("example.net"));
 }
 
 void tst_BonjourServiceRegister::textsAreUtf8()
 {
-    BonjourServiceRegister service(nullptr);
+    BonjourServiceRegister service(nullptr, dnsSd.operations());
     service.registerService({u"b\u00fcro"_s, u"_\u00e9._tcp"_s, u"\u2603.local"_s}, 1);
-    QCOMPARE(dnsSd().registrations.front().name, QByteArray("b\xc3\xbcro"));
-    QCOMPARE(dnsSd().registrations.front().type, QByteArray("_\xc3\xa9._tcp"));
-    QCOMPARE(dnsSd().registrations.front().domain, QByteArray("\xe2\x98\x83.local"));
+    QCOMPARE(dnsSd.registrations.front().name, QByteArray("b\xc3\xbcro"));
+    QCOMPARE(dnsSd.registrations.front().type, QByteArray("_\xc3\xa9._tcp"));
+    QCOMPARE(dnsSd.registrations.front().domain, QByteArray("\xe2\x98\x83.local"));
 }
 
 void tst_BonjourServiceRegister::thePortIsInNetworkOrder_data()
@@ -154,21 +152,21 @@ void tst_BonjourServiceRegister::thePortIsInNetworkOrder_data()
 void tst_BonjourServiceRegister::thePortIsInNetworkOrder()
 {
     QFETCH(quint16, port);
-    BonjourServiceRegister service(nullptr);
+    BonjourServiceRegister service(nullptr, dnsSd.operations());
     service.registerService(quillmote, port);
-    QTEST(dnsSd().registrations.front().portBytes, "bytes");
+    QTEST(dnsSd.registrations.front().portBytes, "bytes");
 }
 
 void tst_BonjourServiceRegister::aNewRegisterHasNoRecord()
 {
-    const BonjourServiceRegister service(nullptr);
+    const BonjourServiceRegister service(nullptr, dnsSd.operations());
     QVERIFY(service.finalRecord() == BonjourRecord());
     QVERIFY(service.findChildren<QSocketNotifier *>().isEmpty());
 }
 
 void tst_BonjourServiceRegister::theSocketIsNotLeftToOtherPrograms()
 {
-    BonjourServiceRegister service(nullptr);
+    BonjourServiceRegister service(nullptr, dnsSd.operations());
     service.registerService(quillmote, 1);
     const auto *notifier = service.findChild<QSocketNotifier *>();
     QVERIFY(notifier != nullptr);
@@ -178,25 +176,25 @@ void tst_BonjourServiceRegister::theSocketIsNotLeftToOtherPrograms()
 
 void tst_BonjourServiceRegister::everyReadinessReadsOneReply()
 {
-    BonjourServiceRegister service(nullptr);
+    BonjourServiceRegister service(nullptr, dnsSd.operations());
     service.registerService(quillmote, 1);
-    QCOMPARE(dnsSd().processed, 0);
-    dnsSd().makeReadable();
-    QVERIFY(waitUntil([] { return dnsSd().processed == 1; }));
-    dnsSd().makeReadable();
-    QVERIFY(waitUntil([] { return dnsSd().processed == 2; }));
+    QCOMPARE(dnsSd.processed, 0);
+    dnsSd.makeReadable();
+    QVERIFY(waitUntil([this] { return dnsSd.processed == 1; }));
+    dnsSd.makeReadable();
+    QVERIFY(waitUntil([this] { return dnsSd.processed == 2; }));
 }
 
 void tst_BonjourServiceRegister::aConfirmationIsAnnouncedWithTheFinalNames()
 {
-    BonjourServiceRegister service(nullptr);
+    BonjourServiceRegister service(nullptr, dnsSd.operations());
     QSignalSpy confirmations(&service, &BonjourServiceRegister::serviceRegistered);
     const QSignalSpy errors(&service, &BonjourServiceRegister::error);
-    dnsSd().onProcess = [] {
-        dnsSd().reply(kDNSServiceErr_NoError, "b\xc3\xbcro (2)", "_quillmote._tcp.", "local.");
+    dnsSd.onProcess = [this] {
+        dnsSd.reply(kDNSServiceErr_NoError, "b\xc3\xbcro (2)", "_quillmote._tcp.", "local.");
     };
     service.registerService(quillmote, 1);
-    dnsSd().makeReadable();
+    dnsSd.makeReadable();
     QVERIFY(waitUntil([&] { return !confirmations.isEmpty(); }));
 
     const BonjourRecord expected(u"b\u00fcro (2)"_s, u"_quillmote._tcp."_s, u"local."_s);
@@ -208,23 +206,23 @@ void tst_BonjourServiceRegister::aConfirmationIsAnnouncedWithTheFinalNames()
 
 void tst_BonjourServiceRegister::aFurtherConfirmationReplacesTheRecord()
 {
-    BonjourServiceRegister service(nullptr);
+    BonjourServiceRegister service(nullptr, dnsSd.operations());
     const QSignalSpy confirmations(&service, &BonjourServiceRegister::serviceRegistered);
     service.registerService(quillmote, 1);
-    dnsSd().reply(kDNSServiceErr_NoError, "desk", "_quillmote._tcp", "local.");
-    dnsSd().reply(kDNSServiceErr_NoError, "desk (2)", "_quillmote._tcp", "local.");
+    dnsSd.reply(kDNSServiceErr_NoError, "desk", "_quillmote._tcp", "local.");
+    dnsSd.reply(kDNSServiceErr_NoError, "desk (2)", "_quillmote._tcp", "local.");
     QCOMPARE(confirmations.count(), 2);
     QCOMPARE(service.finalRecord().serviceName, u"desk (2)"_s);
 }
 
 void tst_BonjourServiceRegister::anErrorInTheReplyIsAnnounced()
 {
-    BonjourServiceRegister service(nullptr);
+    BonjourServiceRegister service(nullptr, dnsSd.operations());
     const QSignalSpy confirmations(&service, &BonjourServiceRegister::serviceRegistered);
     const QSignalSpy errors(&service, &BonjourServiceRegister::error);
     service.registerService(quillmote, 1);
-    dnsSd().reply(kDNSServiceErr_NoError, "desk", "_quillmote._tcp", "local.");
-    dnsSd().reply(kDNSServiceErr_NameConflict, "other", "other", "other");
+    dnsSd.reply(kDNSServiceErr_NoError, "desk", "_quillmote._tcp", "local.");
+    dnsSd.reply(kDNSServiceErr_NameConflict, "other", "other", "other");
     QCOMPARE(codesOf(errors), QList<DNSServiceErrorType>{kDNSServiceErr_NameConflict});
     QCOMPARE(confirmations.count(), 1);
     QCOMPARE(service.finalRecord().serviceName, u"desk"_s);
@@ -232,12 +230,12 @@ void tst_BonjourServiceRegister::anErrorInTheReplyIsAnnounced()
 
 void tst_BonjourServiceRegister::anErrorWhileReadingIsAnnounced()
 {
-    BonjourServiceRegister service(nullptr);
+    BonjourServiceRegister service(nullptr, dnsSd.operations());
     QSignalSpy errors(&service, &BonjourServiceRegister::error);
-    dnsSd().processResult = daemonNotThere;
+    dnsSd.processResult = daemonNotThere;
     service.registerService(quillmote, 1);
     QCOMPARE(errors.count(), 0);
-    dnsSd().makeReadable();
+    dnsSd.makeReadable();
     QVERIFY(waitUntil([&] { return !errors.isEmpty(); }));
     QCOMPARE(codesOf(errors), QList<DNSServiceErrorType>{daemonNotThere});
 }
@@ -245,25 +243,25 @@ void tst_BonjourServiceRegister::anErrorWhileReadingIsAnnounced()
 void tst_BonjourServiceRegister::refusedRegistrationIsAnnouncedAndMayBeTriedAgain()
 {
     const MessageRecorder messages;
-    BonjourServiceRegister service(nullptr);
+    BonjourServiceRegister service(nullptr, dnsSd.operations());
     const QSignalSpy errors(&service, &BonjourServiceRegister::error);
-    dnsSd().registerResult = daemonNotThere;
+    dnsSd.registerResult = daemonNotThere;
     service.registerService(quillmote, 1);
     QCOMPARE(codesOf(errors), QList<DNSServiceErrorType>{daemonNotThere});
     QVERIFY(service.findChildren<QSocketNotifier *>().isEmpty());
 
-    dnsSd().registerResult = kDNSServiceErr_NoError;
+    dnsSd.registerResult = kDNSServiceErr_NoError;
     service.registerService(quillmote, 1);
-    QCOMPARE(dnsSd().living, 1);
+    QCOMPARE(dnsSd.living, 1);
     QCOMPARE(errors.count(), 1);
     QCOMPARE(messages.all(), QStringList());
 }
 
 void tst_BonjourServiceRegister::aRegistrationWithoutASocketIsAnError()
 {
-    BonjourServiceRegister service(nullptr);
+    BonjourServiceRegister service(nullptr, dnsSd.operations());
     const QSignalSpy errors(&service, &BonjourServiceRegister::error);
-    dnsSd().hasSocket = false;
+    dnsSd.hasSocket = false;
     service.registerService(quillmote, 1);
     QCOMPARE(codesOf(errors), QList<DNSServiceErrorType>{-65549});
     QVERIFY(service.findChildren<QSocketNotifier *>().isEmpty());
@@ -272,7 +270,7 @@ void tst_BonjourServiceRegister::aRegistrationWithoutASocketIsAnError()
 void tst_BonjourServiceRegister::aSecondRegistrationIsRefusedWithAWarning()
 {
     const MessageRecorder messages;
-    BonjourServiceRegister service(nullptr);
+    BonjourServiceRegister service(nullptr, dnsSd.operations());
     const QSignalSpy errors(&service, &BonjourServiceRegister::error);
     service.registerService(quillmote, 1);
     const auto *notifier = service.findChild<QSocketNotifier *>();
@@ -281,8 +279,8 @@ void tst_BonjourServiceRegister::aSecondRegistrationIsRefusedWithAWarning()
     QCOMPARE(messages.all(),
              QStringList{u"warning: Warning: Already registered a service for this object, "
                          "aborting new register "_s});
-    QCOMPARE(dnsSd().registrations.size(), 1U);
-    QCOMPARE(dnsSd().released, 0);
+    QCOMPARE(dnsSd.registrations.size(), 1U);
+    QCOMPARE(dnsSd.released, 0);
     QCOMPARE(service.findChildren<QSocketNotifier *>().size(), 1);
     QCOMPARE(service.findChild<QSocketNotifier *>(), notifier);
     QCOMPARE(errors.count(), 0);
@@ -291,41 +289,41 @@ void tst_BonjourServiceRegister::aSecondRegistrationIsRefusedWithAWarning()
 void tst_BonjourServiceRegister::aSecondRegistrationIsRefusedWhenTheFirstHadNoSocket()
 {
     const MessageRecorder messages;
-    BonjourServiceRegister service(nullptr);
-    dnsSd().hasSocket = false;
+    BonjourServiceRegister service(nullptr, dnsSd.operations());
+    dnsSd.hasSocket = false;
     service.registerService(quillmote, 1);
     service.registerService(quillmote, 1);
     QCOMPARE(messages.warnings().size(), 1);
-    QCOMPARE(dnsSd().registrations.size(), 1U);
+    QCOMPARE(dnsSd.registrations.size(), 1U);
 }
 
 void tst_BonjourServiceRegister::destructionReleasesTheRegistrationOnce()
 {
-    auto service = std::make_unique<BonjourServiceRegister>(nullptr);
+    auto service = std::make_unique<BonjourServiceRegister>(nullptr, dnsSd.operations());
     service->registerService(quillmote, 1);
-    QCOMPARE(dnsSd().released, 0);
+    QCOMPARE(dnsSd.released, 0);
     service.reset();
-    QCOMPARE(dnsSd().released, 1);
+    QCOMPARE(dnsSd.released, 1);
 }
 
 void tst_BonjourServiceRegister::destructionReleasesNothingAfterAFailure()
 {
-    auto service = std::make_unique<BonjourServiceRegister>(nullptr);
-    dnsSd().registerResult = daemonNotThere;
+    auto service = std::make_unique<BonjourServiceRegister>(nullptr, dnsSd.operations());
+    dnsSd.registerResult = daemonNotThere;
     service->registerService(quillmote, 1);
     service.reset();
-    QCOMPARE(dnsSd().registrations.size(), 1U);
-    QCOMPARE(dnsSd().released, 0);
+    QCOMPARE(dnsSd.registrations.size(), 1U);
+    QCOMPARE(dnsSd.released, 0);
 }
 
 void tst_BonjourServiceRegister::theNotifierIsGoneBeforeTheRelease()
 {
-    auto service = std::make_unique<BonjourServiceRegister>(nullptr);
+    auto service = std::make_unique<BonjourServiceRegister>(nullptr, dnsSd.operations());
     service->registerService(quillmote, 1);
     const QPointer<QSocketNotifier> notifier = service->findChild<QSocketNotifier *>();
     QVERIFY(!notifier.isNull());
     bool isGone = false;
-    dnsSd().onRelease = [&] { isGone = notifier.isNull(); };
+    dnsSd.onRelease = [&] { isGone = notifier.isNull(); };
     service.reset();
     QVERIFY(isGone);
 }

@@ -43,13 +43,14 @@ private slots:
     void lookingUpIsFast();
 
 private:
+    QStringList list;
     std::unique_ptr<PrivateHome> home;
 };
 
 void tst_PairedDevices::theOrderIsKept()
 {
     QSettings().setValue("pairedDeviceList", QStringList({u"z"_s, u"a"_s}));
-    PairedDevices devices;
+    PairedDevices devices(list);
     devices.addUnasked(u"m"_s);
     devices.add(u"b"_s);
     devices.addUnasked(u""_s);
@@ -59,7 +60,7 @@ void tst_PairedDevices::theOrderIsKept()
 
 void tst_PairedDevices::aDeviceIsRememberedOnce()
 {
-    PairedDevices devices;
+    PairedDevices devices(list);
     devices.add(u"id"_s);
     devices.add(u"id"_s);
     devices.addUnasked(u"id"_s);
@@ -72,7 +73,7 @@ void tst_PairedDevices::whatIsStoredStaysAsItIs()
 {
     const QStringList earlier = {u"twice"_s, QString(5'000, u'x'), u"twice"_s};
     QSettings().setValue("pairedDeviceList", earlier);
-    const PairedDevices devices;
+    const PairedDevices devices(list);
     QVERIFY(devices.contains(earlier[1]));
     devices.store();
     QCOMPARE(stored(), earlier);
@@ -92,7 +93,7 @@ void tst_PairedDevices::longIdentifiersAreRememberedByTheUsersWordOnly()
     QFETCH(int, length);
     QFETCH(bool, isRememberedUnasked);
     const QString device(length, u'\u00e9');
-    PairedDevices devices;
+    PairedDevices devices(list);
     devices.addUnasked(device);
     QCOMPARE(devices.contains(device), isRememberedUnasked);
     devices.add(device);
@@ -103,7 +104,7 @@ void tst_PairedDevices::longIdentifiersAreRememberedByTheUsersWordOnly()
 
 void tst_PairedDevices::furtherDevicesAreRememberedByTheUsersWordOnly()
 {
-    PairedDevices devices;
+    PairedDevices devices(list);
     for (int i = 0; i < 5'000; ++i) {
         devices.addUnasked(QString::number(i));
     }
@@ -123,7 +124,7 @@ void tst_PairedDevices::aLongerListIsKept()
         earlier.append(QString::number(i));
     }
     QSettings().setValue("pairedDeviceList", earlier);
-    PairedDevices devices;
+    PairedDevices devices(list);
     devices.addUnasked(u"new"_s);
     QVERIFY(devices.contains(u"5999"_s));
     QVERIFY(!devices.contains(u"new"_s));
@@ -133,7 +134,7 @@ void tst_PairedDevices::aLongerListIsKept()
 
 void tst_PairedDevices::lookingUpIsFast()
 {
-    PairedDevices devices;
+    PairedDevices devices(list);
     const QString start(1'000, u'x');
     for (int i = 0; i < PairedDevices::maximumUnasked; ++i) {
         devices.addUnasked(start + QString::number(i));

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "doubles/RecordingDnsSd.h"
-#include "doubles/RecordingPlatform.h"
+#include "app/PairingQuestion.h"
+#include "doubles/RecordingHost.h"
 #include "server/Server.h"
 #include "support/DialogVisitor.h"
 #include "support/MessageRecorder.h"
@@ -75,6 +75,7 @@ private:
     }
 
     std::unique_ptr<PrivateHome> home;
+    RecordingHost host;
     std::unique_ptr<MessageRecorder> messages;
     std::unique_ptr<Server> server;
 };
@@ -83,9 +84,8 @@ void tst_PairingPauses::init()
 {
     home = std::make_unique<PrivateHome>();
     messages = std::make_unique<MessageRecorder>();
-    DnsSdRecord::current().reset();
-    PlatformRecord::current().reset();
-    server = std::make_unique<Server>(nullptr);
+    host.reset();
+    server = std::make_unique<Server>(nullptr, host.serverAdapters(askAboutPairing));
     server->setNeedsPairingApproval(true);
     QVERIFY(server->startServer());
 }
@@ -113,7 +113,7 @@ void tst_PairingPauses::aRefusedDeviceWaitsAndIsServedMeanwhile()
     peer.post(pairRequest("id"));
     QCOMPARE(response(other.ask("{ cmdType = SERVER_INFO; }")), u"OK"_s);
     QVERIFY(peer.send("{ cmdType = MOUSE_CMD; fncCommand = 1; }"));
-    QCOMPARE(PlatformRecord::current().events.mousePosts().size(), 1U);
+    QCOMPARE(host.events.mousePosts().size(), 1U);
     QVERIFY(peer.received().isEmpty());
     QVERIFY(waitUntil([&] { return isRemembered(u"id"_s); }));
     QCOMPARE(response(peer.answer()), u"OK"_s);

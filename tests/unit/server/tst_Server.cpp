@@ -3,8 +3,7 @@
 
 #include "server/Server.h"
 
-#include "doubles/RecordingDnsSd.h"
-#include "doubles/RecordingPlatform.h"
+#include "doubles/RecordingHost.h"
 #include "support/DescriptorLimit.h"
 #include "support/MessageRecorder.h"
 #include "support/PrivateHome.h"
@@ -38,11 +37,6 @@ QString QHostInfo::localHostName()
 }
 
 namespace {
-
-DnsSdRecord &dnsSd()
-{
-    return DnsSdRecord::current();
-}
 
 QVariant storedDevices()
 {
@@ -87,6 +81,7 @@ private slots:
 
     void pairedDevicesAreStoredAsAListAtTheEndOnly();
     void pairedDevicesAreStoredInTheOrderOfTheirAcceptance();
+    void withoutAQuestionUnknownDevicesAreRefused();
     void anAbsentListIsEmpty();
     void storedListsAreRead_data();
     void storedListsAreRead();
@@ -125,6 +120,7 @@ private slots:
 
 private:
     std::unique_ptr<PrivateHome> home;
+    RecordingHost host;
     std::unique_ptr<MessageRecorder> messages;
     std::unique_ptr<Server> server;
 };
@@ -133,15 +129,14 @@ void tst_Server::init()
 {
     home = std::make_unique<PrivateHome>();
     messages = std::make_unique<MessageRecorder>();
-    dnsSd().reset();
-    PlatformRecord::current().reset();
-    server = std::make_unique<Server>(nullptr);
+    host.reset();
+    server = std::make_unique<Server>(nullptr, host.serverAdapters());
 }
 
 void tst_Server::cleanup()
 {
     server.reset();
-    QCOMPARE(dnsSd().living, 0);
+    QCOMPARE(host.dnsSd.living, 0);
     messages.reset();
     QSettings().clear();
     home.reset();
@@ -230,12 +225,19 @@ void tst_Server::pairedDevicesAreStoredAsAListAtTheEndOnly()
 void tst_Server::pairedDevicesAreStoredInTheOrderOfTheirAcceptance()
 {
     QSettings().setValue("pairedDeviceList", QStringList({u"z"_s, u"y"_s}));
-    server = std::make_unique<Server>(nullptr);
+    server = std::make_unique<Server>(nullptr, host.serverAdapters());
     server->deviceIsPresent(u"x"_s);
     server->deviceIsPresent(u"a"_s);
     server->deviceIsPresent(u"y"_s);
     server.reset();
     QCOMPARE(storedDevices().toStringList(), QStringList({u"z"_s, u"y"_s, u"x"_s, u"a"_s}));
+}
+
+void tst_Server::withoutAQuestionUnknownDevicesAreRefused()
+{
+    server->setNeedsPairingApproval(true);
+    QVERIFY(!server->pairingRequestForDevice(u"device"_s, u"name"_s));
+    QVERIFY(!server->deviceIsPresent(u"device"_s));
 }
 
 void tst_Server::anAbsentListIsEmpty()
@@ -267,7 +269,7 @@ void tst_Server::storedListsAreRead()
     QFETCH(QStringList, devices);
     server.reset();
     QSettings().setValue("pairedDeviceList", stored);
-    server = std::make_unique<Server>(nullptr);
+    server = std::make_unique<Server>(nullptr, host.serverAdapters());
     server->setNeedsPairingApproval(true);
     for (const QString &device : devices) {
         QVERIFY(server->deviceIsPresent(device));
@@ -282,7 +284,7 @@ void tst_Server::storedListsAreRead()
 void tst_Server::aNewServerDoesNotListen()
 {
     QVERIFY(!server->isListening());
-    QVERIFY(dnsSd().registrations.empty());
+    QVERIFY(host.dnsSd.registrations.empty());
 }
 
 void tst_Server::startingListensOnAllIPv4AddressesAtAFreePort()
@@ -297,8 +299,8 @@ void tst_Server::startingListensOnAllIPv4AddressesAtAFreePort()
 void tst_Server::startingAdvertisesTheHostsNameAndThePort()
 {
     QVERIFY(server->startServer());
-    QCOMPARE(dnsSd().registrations.size(), 1U);
-    const DnsSdRecord::Registration &registration = dnsSd().registrations.front();
+    QCOMPARE(host.dnsSd.registrations.size(), 1U);
+    const RecordingDnsSd::Registration &registration = host.dnsSd.registrations.front();
     QCOMPARE(registration.name, QByteArray("desk"));
     QCOMPARE(registration.type, QByteArray("_quillmote._tcp"));
     QVERIFY(!registration.domain.has_value());
@@ -309,51 +311,51 @@ void tst_Server::startingAdvertisesTheHostsNameAndThePort()
 
 void tst_Server::startingGoesOnWithoutTheDaemon()
 {
-    dnsSd().registerResult = -65537;
+    host.dnsSd.registerResult = -65537;
     QVERIFY(server->startServer());
     QVERIFY(server->isListening());
     QCoreApplication::processEvents();
     // For those who look for the reason; the user is not bothered.
     QCOMPARE(messages->warnings(), QStringList());
-    QCOMPARE(dnsSd().registrations.size(), 1U);
+    QCOMPARE(host.dnsSd.registrations.size(), 1U);
     ServedPeer peer(*server);
     QVERIFY(peer.served() != nullptr);
 }
 
 void tst_Server::aNameThatIsTakenGetsANumber()
 {
-    dnsSd().registerResult = kDNSServiceErr_NameConflict;
+    host.dnsSd.registerResult = kDNSServiceErr_NameConflict;
     server->startServer();
-    dnsSd().registerResult = kDNSServiceErr_NoError;
-    QVERIFY(waitUntil([] { return dnsSd().living == 1; }));
-    QCOMPARE(dnsSd().registrations.size(), 2U);
-    QCOMPARE(dnsSd().registrations[1].name, QByteArray("desk #2"));
-    QCOMPARE(dnsSd().registrations[1].portBytes, dnsSd().registrations[0].portBytes);
+    host.dnsSd.registerResult = kDNSServiceErr_NoError;
+    QVERIFY(waitUntil([this] { return host.dnsSd.living == 1; }));
+    QCOMPARE(host.dnsSd.registrations.size(), 2U);
+    QCOMPARE(host.dnsSd.registrations[1].name, QByteArray("desk #2"));
+    QCOMPARE(host.dnsSd.registrations[1].portBytes, host.dnsSd.registrations[0].portBytes);
 }
 
 void tst_Server::onlyNineNamesAreTried()
 {
-    dnsSd().registerResult = kDNSServiceErr_NameConflict;
+    host.dnsSd.registerResult = kDNSServiceErr_NameConflict;
     server->startServer();
-    QVERIFY(waitUntil([] { return dnsSd().registrations.size() == 9; }));
+    QVERIFY(waitUntil([this] { return host.dnsSd.registrations.size() == 9; }));
     QTest::qWait(0);
     QCoreApplication::processEvents();
-    QCOMPARE(dnsSd().registrations.size(), 9U);
-    QVERIFY(dnsSd().registrations.back().name == "desk #9");
+    QCOMPARE(host.dnsSd.registrations.size(), 9U);
+    QVERIFY(host.dnsSd.registrations.back().name == "desk #9");
 }
 
 void tst_Server::aStoppedServerTriesNoFurtherName()
 {
-    dnsSd().registerResult = kDNSServiceErr_NameConflict;
+    host.dnsSd.registerResult = kDNSServiceErr_NameConflict;
     server->startServer();
     server->stopServer();
     QCoreApplication::processEvents();
-    QCOMPARE(dnsSd().registrations.size(), 1U);
+    QCOMPARE(host.dnsSd.registrations.size(), 1U);
 }
 
 void tst_Server::aLongHostNameIsCut_data()
 {
-    QTest::addColumn<QByteArray>("host");
+    QTest::addColumn<QByteArray>("hostName");
     QTest::addColumn<QByteArray>("name");
     QTest::addColumn<QByteArray>("secondName");
 
@@ -368,21 +370,21 @@ void tst_Server::aLongHostNameIsCut_data()
 
 void tst_Server::aLongHostNameIsCut()
 {
-    QFETCH(QByteArray, host);
-    ownHostName = host;
-    dnsSd().registerResult = kDNSServiceErr_NameConflict;
+    QFETCH(QByteArray, hostName);
+    ownHostName = hostName;
+    host.dnsSd.registerResult = kDNSServiceErr_NameConflict;
     server->startServer();
-    const bool areTwo = waitUntil([] { return dnsSd().registrations.size() >= 2; });
+    const bool areTwo = waitUntil([this] { return host.dnsSd.registrations.size() >= 2; });
     ownHostName = "desk";
     QVERIFY(areTwo);
-    QTEST(dnsSd().registrations[0].name, "name");
-    QTEST(dnsSd().registrations[1].name, "secondName");
+    QTEST(host.dnsSd.registrations[0].name, "name");
+    QTEST(host.dnsSd.registrations[1].name, "secondName");
 }
 
 void tst_Server::theProxyOfTheDesktopIsNotUsed()
 {
     QNetworkProxy::setApplicationProxy({QNetworkProxy::HttpProxy, u"localhost"_s, 9});
-    Server other(nullptr);
+    Server other(nullptr, host.serverAdapters());
     const bool isListening = other.startServer();
     QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
     QVERIFY(isListening);
@@ -393,21 +395,21 @@ void tst_Server::theProxyOfTheDesktopIsNotUsed()
 void tst_Server::aDaemonThatComesBackHearsOfTheServerAgain()
 {
     server->startServer();
-    PlatformRecord::current().daemonAppears();
-    QCOMPARE(dnsSd().registrations.size(), 2U);
-    QCOMPARE(dnsSd().living, 1);
-    QCOMPARE(dnsSd().registrations[1].name, dnsSd().registrations[0].name);
-    QCOMPARE(dnsSd().registrations[1].portBytes, dnsSd().registrations[0].portBytes);
+    host.daemonAppears();
+    QCOMPARE(host.dnsSd.registrations.size(), 2U);
+    QCOMPARE(host.dnsSd.living, 1);
+    QCOMPARE(host.dnsSd.registrations[1].name, host.dnsSd.registrations[0].name);
+    QCOMPARE(host.dnsSd.registrations[1].portBytes, host.dnsSd.registrations[0].portBytes);
 }
 
 void tst_Server::aDaemonThatComesBackHearsNothingOfAStoppedServer()
 {
-    PlatformRecord::current().daemonAppears();
-    QVERIFY(dnsSd().registrations.empty());
+    host.daemonAppears();
+    QVERIFY(host.dnsSd.registrations.empty());
     server->startServer();
     server->stopServer();
-    PlatformRecord::current().daemonAppears();
-    QCOMPARE(dnsSd().registrations.size(), 1U);
+    host.daemonAppears();
+    QCOMPARE(host.dnsSd.registrations.size(), 1U);
 }
 
 void tst_Server::startingFailsWithoutADescriptor()
@@ -417,7 +419,7 @@ void tst_Server::startingFailsWithoutADescriptor()
         QVERIFY(!server->startServer());
     }
     QVERIFY(!server->isListening());
-    QVERIFY(dnsSd().registrations.empty());
+    QVERIFY(host.dnsSd.registrations.empty());
     QCOMPARE(messages->all(), QStringList());
     // A later attempt is not spoilt.
     QVERIFY(server->startServer());
@@ -427,10 +429,10 @@ void tst_Server::stoppingEndsListeningAndAdvertising()
 {
     server->startServer();
     const quint16 port = server->serverPort();
-    QCOMPARE(dnsSd().living, 1);
+    QCOMPARE(host.dnsSd.living, 1);
     server->stopServer();
     QVERIFY(!server->isListening());
-    QCOMPARE(dnsSd().living, 0);
+    QCOMPARE(host.dnsSd.living, 0);
     QTcpSocket peer;
     QSignalSpy refusals(&peer, &QTcpSocket::errorOccurred);
     peer.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
@@ -444,7 +446,7 @@ void tst_Server::stoppingTwiceDoesNoHarm()
     server->startServer();
     server->stopServer();
     server->stopServer();
-    QCOMPARE(dnsSd().released, 1);
+    QCOMPARE(host.dnsSd.released, 1);
     QVERIFY(server->startServer());
 }
 
@@ -474,7 +476,7 @@ void tst_Server::aRestartServesEachConnectionOnce()
     const TokenMap next = peer.ask("{ cmdType = SERVER_PAIR; cmdParameters = (id, name); }");
     QCOMPARE(next.value(u"cmdType"_s).toString(), u"SERVER_PAIR"_s);
     QCOMPARE(server->findChildren<QTcpSocket *>().size(), 1);
-    QCOMPARE(dnsSd().living, 1);
+    QCOMPARE(host.dnsSd.living, 1);
 }
 
 void tst_Server::anEmptyQueueOfConnectionsIsNoConnection()

@@ -3,8 +3,7 @@
 
 #include "doubles/MemorySocket.h"
 #include "doubles/RecordingDesktop.h"
-#include "doubles/RecordingDnsSd.h"
-#include "doubles/RecordingPlatform.h"
+#include "doubles/RecordingHost.h"
 #include "net/ClientHandler.h"
 #include "server/Server.h"
 #include "support/MessageRecorder.h"
@@ -28,16 +27,11 @@ Q_DECLARE_METATYPE(std::function<void()>)
 
 namespace {
 
-EventRecord &events()
-{
-    return PlatformRecord::current().events;
-}
-
-/// The events of the pointer in their order, such as "1 3" for a press and a release.
-QString pointerEvents()
+/// The types of the pointer events in their order, such as "1 3" for a press and a release.
+QString typesOf(const std::vector<EventRecord::MousePost> &posts)
 {
     QStringList types;
-    for (const EventRecord::MousePost &post : events().mousePosts()) {
+    for (const EventRecord::MousePost &post : posts) {
         for (const platform::MouseEvent &event : post.events) {
             types.append(QString::number(static_cast<int>(event.type)));
         }
@@ -134,6 +128,9 @@ private:
     }
 
     std::unique_ptr<PrivateHome> home;
+    QString pointerEvents() const { return typesOf(host.events.mousePosts()); }
+
+    RecordingHost host;
     std::unique_ptr<MessageRecorder> messages;
     std::unique_ptr<RecordingDesktop> desktop;
     std::unique_ptr<Server> server;
@@ -146,10 +143,9 @@ void tst_ServerCommands::init()
     QSettings().setValue("downloadDirectory", home->subdirectory(u"received"_s));
     messages = std::make_unique<MessageRecorder>();
     desktop = std::make_unique<RecordingDesktop>();
-    DnsSdRecord::current().reset();
-    PlatformRecord::current().reset();
+    host.reset();
     QGuiApplication::clipboard()->clear();
-    server = std::make_unique<Server>(nullptr);
+    server = std::make_unique<Server>(nullptr, host.serverAdapters());
     QVERIFY(server->startServer());
     peer = std::make_unique<ServedPeer>(*server);
     QVERIFY(peer->served() != nullptr);
@@ -185,7 +181,7 @@ void tst_ServerCommands::otherCommandsAreIgnored()
 {
     QFETCH(QByteArray, chunk);
     QVERIFY(peer->send(chunk));
-    QVERIFY(events().calls.empty());
+    QVERIFY(host.events.calls.empty());
     QCOMPARE(messages->all(), QStringList());
     QVERIFY(hasNotAnswered());
 }
@@ -194,7 +190,7 @@ void tst_ServerCommands::theLastNamedCommandStaysInForce()
 {
     QVERIFY(peer->send(command("KEYBOARD_CMD", "fncCommand = A;")));
     QVERIFY(peer->send("{ fncCommand = B; }"));
-    const auto typed = events().keyboardEvents();
+    const auto typed = host.events.keyboardEvents();
     QCOMPARE(typed.size(), 4U);
     QCOMPARE(typed[2].code, quint16(11));
 }
@@ -276,7 +272,7 @@ void tst_ServerCommands::keysAreTypedWithoutAnAnswer()
     const std::vector<platform::KeyboardEvent> expected = {
         {12, true, platform::Flag::Command, platform::EventTap::Session},
         {12, false, platform::Flag::Command, platform::EventTap::Session}};
-    QVERIFY(events().keyboardEvents() == expected);
+    QVERIFY(host.events.keyboardEvents() == expected);
     QCOMPARE(messages->all(), QStringList());
     QVERIFY(hasNotAnswered());
 }
@@ -285,13 +281,13 @@ void tst_ServerCommands::keysAreTypedBeforeAnyPairing()
 {
     server->setNeedsPairingApproval(true);
     QVERIFY(peer->send(command("KEYBOARD_CMD", "fncCommand = a;")));
-    QCOMPARE(events().keyboardEvents().size(), 2U);
+    QCOMPARE(host.events.keyboardEvents().size(), 2U);
 }
 
 void tst_ServerCommands::withoutAKeyTheEmptyTextIsTyped()
 {
     QVERIFY(peer->send(command("KEYBOARD_CMD")));
-    QVERIFY(events().calls.empty());
+    QVERIFY(host.events.calls.empty());
     QCOMPARE(messages->warnings().size(), 2);
     QVERIFY(messages->warnings().at(0).startsWith(u"KeyCode not vailable for "_s));
     QCOMPARE(messages->warnings().at(1), u"\"Problem executing the shortcut: \" "_s);
@@ -370,13 +366,13 @@ void tst_ServerCommands::thePointerMovesByTwoNumbers()
 {
     QFETCH(QByteArray, parameters);
     QFETCH(QList<double>, position);
-    events().location = {100, 50};
+    host.events.location = {100, 50};
     QVERIFY(
         peer->send(command("MOUSE_CMD", "fncCommand = 4; cmdParameters = " + parameters + ";")));
     QCOMPARE(pointerEvents(), position.isEmpty() ? QString() : QString::fromLatin1(move));
     if (!position.isEmpty()) {
         const platform::Location expected{position[0], position[1]};
-        QVERIFY(events().mousePosts()[0].events[0].position == expected);
+        QVERIFY(host.events.mousePosts()[0].events[0].position == expected);
     }
     QCOMPARE(messages->all(), QStringList());
 }
@@ -385,8 +381,8 @@ void tst_ServerCommands::aMoveReusesEarlierParameters()
 {
     QVERIFY(peer->send(command("MOUSE_CMD", "fncCommand = 4; cmdParameters = (10, -5);")));
     QVERIFY(peer->send(command("MOUSE_CMD", "fncCommand = 4;")));
-    QCOMPARE(events().mousePosts().size(), 2U);
-    QVERIFY(events().mousePosts()[0] == events().mousePosts()[1]);
+    QCOMPARE(host.events.mousePosts().size(), 2U);
+    QVERIFY(host.events.mousePosts()[0] == host.events.mousePosts()[1]);
 }
 
 void tst_ServerCommands::whateverAMoveThrowsIsTold_data()
@@ -400,21 +396,20 @@ void tst_ServerCommands::whateverAMoveThrowsIsTold_data()
 void tst_ServerCommands::whateverAMoveThrowsIsTold()
 {
     QFETCH(std::function<void()>, doThrow);
-    events().onLocationQuestion = doThrow;
+    host.events.onLocationQuestion = doThrow;
     QVERIFY(peer->send(command("MOUSE_CMD", "fncCommand = 4; cmdParameters = (1, 2);")));
     QCOMPARE(messages->all(), QStringList{u"debug: Bad parameters array... "_s});
-    QVERIFY(events().mousePosts().empty());
+    QVERIFY(host.events.mousePosts().empty());
     QVERIFY(hasNotAnswered());
 }
 
 void tst_ServerCommands::applicationCommandsDoNothing()
 {
-    PlatformRecord::current().scripting.applications.insert(u"com.apple.finder"_s,
-                                                            {true, u"Files"_s});
+    host.scripting.applications.insert(u"com.apple.finder"_s, {true, u"Files"_s});
     QVERIFY(peer->send(
         command("APPLICATION_CMD", "fncCommand = quit; cmdParameters = (Finder, Finder);")));
-    QVERIFY(events().calls.empty());
-    QCOMPARE(PlatformRecord::current().scripting.calls, QStringList());
+    QVERIFY(host.events.calls.empty());
+    QCOMPARE(host.scripting.calls, QStringList());
     QCOMPARE(messages->all(), QStringList());
     QVERIFY(hasNotAnswered());
 }
@@ -478,8 +473,9 @@ void tst_ServerCommands::openingsOfAllPeersAreCountedTogether()
 {
     peer.reset();
     server.reset();
-    server = std::make_unique<Server>(
-        nullptr, Opener([time = std::chrono::steady_clock::now()] { return time; }));
+    ServerAdapters adapters = host.serverAdapters();
+    adapters.opener = Opener([time = std::chrono::steady_clock::now()] { return time; });
+    server = std::make_unique<Server>(nullptr, std::move(adapters));
     QVERIFY(server->startServer());
     ServedPeer one(*server);
     ServedPeer two(*server);
@@ -576,7 +572,6 @@ void tst_ServerCommands::textSentThenAskedForComesBack()
 
 void tst_ServerCommands::aSlowClipboardHoldsNobodyElseUp()
 {
-    PlatformRecord &host = PlatformRecord::current();
     host.isClipboardSlow = true;
     ServedPeer other(*server);
     QVERIFY(peer->send(command("SERVER_CLIPBOARD_REQUEST")));
@@ -584,7 +579,7 @@ void tst_ServerCommands::aSlowClipboardHoldsNobodyElseUp()
     QCOMPARE(host.waitingReaders.size(), 2U);
     ServedPeer third(*server);
     QVERIFY(third.send(command("KEYBOARD_CMD", "fncCommand = A;")));
-    QCOMPARE(events().keyboardEvents().size(), 2U);
+    QCOMPARE(host.events.keyboardEvents().size(), 2U);
     QCOMPARE(response(third.ask(command("SERVER_INFO"))), u"OK"_s);
     QCOMPARE(peer->received(), QByteArray());
     QCOMPARE(other.received(), QByteArray());
@@ -598,7 +593,6 @@ void tst_ServerCommands::aSlowClipboardHoldsNobodyElseUp()
 void tst_ServerCommands::aTextOfSixteenMebibytesIsTheLongest()
 {
     constexpr qsizetype longest = 16 * 1024 * 1024;
-    PlatformRecord &host = PlatformRecord::current();
     host.isClipboardSlow = true;
     QVERIFY(peer->send(command("SERVER_CLIPBOARD_REQUEST")));
     host.waitingReaders.at(0)(QString(longest + 1, u'x'));
@@ -612,7 +606,6 @@ void tst_ServerCommands::aTextOfSixteenMebibytesIsTheLongest()
 
 void tst_ServerCommands::theSameTextIsInMemoryOnce()
 {
-    PlatformRecord &host = PlatformRecord::current();
     host.isClipboardSlow = true;
     std::array<MemorySocket, 3> sockets;
     std::array<ClientHandler, 3> handlers = {ClientHandler(&sockets[0]), ClientHandler(&sockets[1]),
@@ -642,7 +635,6 @@ void tst_ServerCommands::aSlowClipboardIsAnsweredBeforeTheNextCommand_data()
 void tst_ServerCommands::aSlowClipboardIsAnsweredBeforeTheNextCommand()
 {
     QFETCH(bool, hasText);
-    PlatformRecord &host = PlatformRecord::current();
     host.isClipboardSlow = true;
     QVERIFY(peer->send(command("SERVER_CLIPBOARD_REQUEST", "cmdParameters = (kept);")));
     QCOMPARE(host.waitingReaders.size(), 1U);
@@ -667,7 +659,6 @@ void tst_ServerCommands::aSlowClipboardIsAnsweredBeforeTheNextCommand()
 
 void tst_ServerCommands::commandsOfADeviceThatLeftAreCarriedOutBehindTheClipboard()
 {
-    PlatformRecord &host = PlatformRecord::current();
     host.isClipboardSlow = true;
     QVERIFY(peer->send(command("SERVER_CLIPBOARD_REQUEST")));
     peer->post(command("KEYBOARD_CMD", "fncCommand = A;"));
@@ -675,14 +666,13 @@ void tst_ServerCommands::commandsOfADeviceThatLeftAreCarriedOutBehindTheClipboar
     peer->leave();
     ServedPeer other(*server);
     QCOMPARE(response(other.ask(command("SERVER_INFO"))), u"OK"_s);
-    QCOMPARE(events().keyboardEvents().size(), 0U);
+    QCOMPARE(host.events.keyboardEvents().size(), 0U);
     host.waitingReaders.front()(u"late"_s);
-    QVERIFY(waitUntil([&] { return events().keyboardEvents().size() == 2; }));
+    QVERIFY(waitUntil([&] { return host.events.keyboardEvents().size() == 2; }));
 }
 
 void tst_ServerCommands::aSlowClipboardMayOutlastTheDevice()
 {
-    PlatformRecord &host = PlatformRecord::current();
     host.isClipboardSlow = true;
     QVERIFY(peer->send(command("SERVER_CLIPBOARD_REQUEST")));
     QCOMPARE(host.waitingReaders.size(), 1U);

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "doubles/RecordingDnsSd.h"
-#include "doubles/RecordingPlatform.h"
+#include "app/PairingQuestion.h"
+#include "doubles/RecordingHost.h"
 #include "server/Server.h"
 #include "support/DialogVisitor.h"
 #include "support/MessageRecorder.h"
@@ -102,6 +102,7 @@ private:
     bool isRemembered(const QString &device) { return server->deviceIsPresent(device); }
 
     std::unique_ptr<PrivateHome> home;
+    RecordingHost host;
     std::unique_ptr<MessageRecorder> messages;
     std::unique_ptr<Server> server;
 };
@@ -110,9 +111,8 @@ void tst_ServerPairing::init()
 {
     home = std::make_unique<PrivateHome>();
     messages = std::make_unique<MessageRecorder>();
-    DnsSdRecord::current().reset();
-    PlatformRecord::current().reset();
-    server = std::make_unique<Server>(nullptr);
+    host.reset();
+    server = std::make_unique<Server>(nullptr, host.serverAdapters(askAboutPairing));
     server->setNeedsPairingApproval(true);
     QVERIFY(server->startServer());
 }
@@ -334,7 +334,7 @@ void tst_ServerPairing::aRejectedDeviceIsServedAllTheSame()
     QCOMPARE(messages->all(), QStringList{u"warning: Device Rejected !! "_s});
     QVERIFY(peer.isConnected());
     QVERIFY(peer.send("{ cmdType = MOUSE_CMD; fncCommand = 1; }"));
-    QCOMPARE(PlatformRecord::current().events.mousePosts().size(), 1U);
+    QCOMPARE(host.events.mousePosts().size(), 1U);
 }
 
 void tst_ServerPairing::othersAreServedWhileTheBoxIsOpen()
@@ -346,7 +346,7 @@ void tst_ServerPairing::othersAreServedWhileTheBoxIsOpen()
         ServedPeer third(*server);
         QCOMPARE(response(third.ask("{ cmdType = SERVER_INFO; }")), u"OK"_s);
         QVERIFY(second.send("{ cmdType = KEYBOARD_CMD; fncCommand = A; }"));
-        QCOMPARE(PlatformRecord::current().events.keyboardEvents().size(), 2U);
+        QCOMPARE(host.events.keyboardEvents().size(), 2U);
         QCOMPARE(first.received(), QByteArray());
         press(box, u"Accept"_s);
     });
@@ -359,7 +359,7 @@ void tst_ServerPairing::theSameDeviceIsServedWhileTheBoxIsOpen()
     ServedPeer peer(*server);
     const BoxVisitor visitor([&](QMessageBox &box) {
         QVERIFY(peer.send("{ cmdType = MOUSE_CMD; fncCommand = 2; }"));
-        QCOMPARE(PlatformRecord::current().events.mousePosts().size(), 1U);
+        QCOMPARE(host.events.mousePosts().size(), 1U);
         press(box, u"Accept"_s);
     });
     // The answer carries what the map holds by now.
@@ -370,7 +370,7 @@ void tst_ServerPairing::theSameDeviceIsServedWhileTheBoxIsOpen()
     QCOMPARE(peer.ask(pairRequest("id")), expected);
     QCOMPARE(visitor.visited(), 1);
     // What was read inside is not read again.
-    QCOMPARE(PlatformRecord::current().events.mousePosts().size(), 1U);
+    QCOMPARE(host.events.mousePosts().size(), 1U);
 }
 
 void tst_ServerPairing::theDeviceMayLeaveWhileTheBoxIsOpen()

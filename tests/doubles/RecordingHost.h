@@ -3,28 +3,30 @@
 
 #pragma once
 
+#include "doubles/RecordingDnsSd.h"
 #include "doubles/RecordingEventServices.h"
 #include "doubles/RecordingLoginItems.h"
 #include "doubles/RecordingScriptingBridge.h"
 #include "doubles/RecordingSessionStart.h"
 #include "platform/Clipboard.h"
+#include "server/ServerAdapters.h"
 
 #include <functional>
 #include <vector>
 
-/// A host in memory. A test that is linked with RecordingPlatform.cpp gets recording adapters from
-/// the factories of the platform: those in the test take precedence over those in the library.
-struct PlatformRecord
+/// A host in memory: makes adapters that record what they were asked. It must outlive them.
+struct RecordingHost
 {
-    /// The one that counts for the test that runs.
-    static PlatformRecord &current();
+    /// What a server needs.
+    ServerAdapters serverAdapters(Pairing::Question question = {});
     /// Forgets everything; no adapter may be left.
-    void reset() { *this = PlatformRecord(); }
+    void reset() { *this = RecordingHost(); }
 
     EventRecord events;
     ScriptingRecord scripting;
     LoginItemRecord loginItems;
     SessionStartRecord sessionStart;
+    RecordingDnsSd dnsSd;
     /// Call it as the DNS-SD daemon appears; empty while nobody watches.
     std::function<void()> daemonAppears;
     /// A daemon that is handed the balloons: whether there is one, and whether it takes one more.
@@ -34,7 +36,7 @@ struct PlatformRecord
     int balloonsHanded = 0;
     /// Call it as the daemon takes balloons again; empty while nobody watches.
     std::function<void()> notificationDaemonIsReady;
-    /// While the clipboard is slow, who wants its text waits here; otherwise the toolkit's
+    /// While the clipboard is slow, those who ask for its text wait here; otherwise the toolkit's
     /// clipboard answers at once.
     bool isClipboardSlow = false;
     std::vector<platform::Clipboard::TextReceiver> waitingReaders;

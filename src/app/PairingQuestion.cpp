@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "server/PairingQuestion.h"
+#include "app/PairingQuestion.h"
 
 #include <QCoreApplication>
 #include <QLabel>

@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// The user's settings: every key of the store, its type, and its value while the store does not
+/// have it. The store is the toolkit's, named after the organisation and the application. It is
+/// opened anew by each call, so changes made by others are seen.
+///
+/// Unreadable values read as absent. Writing waits until the values are in the file; failures are
+/// not reported.
+namespace Settings {
+
+/// What the preferences dialog edits.
+struct Preferences
+{
+    bool pairNeedsApproval = false; ///< key "pairNeedsApproval"
+    bool startAtLogon = true;       ///< key "startAtLogon"
+    QString downloadDirectory;      ///< key "downloadDirectory"
+};
+
+/// By design: while no download directory is stored, the dialog shows "Downloads" in the user's
+/// home, but files are received on the desktop (receptionDirectory()). Closing the dialog stores
+/// what it shows, and from then on both agree.
+Preferences preferences();
+void store(const Preferences &preferences);
+
+/// The directory that received files go to: key "downloadDirectory", or the user's desktop.
+QString receptionDirectory();
+
+/// The identifiers of the paired devices in the order of their acceptance: key "pairedDeviceList",
+/// or none. A single text reads as a list of one.
+QStringList pairedDevices();
+void storePairedDevices(const QStringList &devices);
+
+} // namespace Settings
