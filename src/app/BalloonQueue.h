@@ -8,11 +8,12 @@
 #include <chrono>
 #include <deque>
 
-/// The balloons that are still to be shown, and when the next one may be.
+/// The balloons that are still to be shown, and the time at which the next one may be shown.
 ///
-/// A balloon costs milliseconds in which nothing else is done, and whoever reaches the port can
-/// cause any number of them. So at most ten are shown within any second: those of a person's doings
-/// at once, those of a storm one every tenth of a second. The times are the caller's.
+/// Showing a balloon blocks the event loop for milliseconds, and anybody who reaches the port can
+/// cause any number of them. So at most ten are shown within any second. Those that a person causes
+/// are shown at once, those of a storm one every tenth of a second. The caller passes the current
+/// time.
 class BalloonQueue
 {
 public:
@@ -21,14 +22,15 @@ public:
     static constexpr int maximumWaiting = 16;
     static constexpr int maximumPerSecond = 10;
 
-    /// A text that waits already is moved to the end. Of more than `maximumWaiting` the oldest are
-    /// dropped: a tray shows one at a time, so the last ones are those that a user gets to see.
+    /// Adds a text. If the same text is already waiting, it moves to the end. Beyond
+    /// `maximumWaiting` the oldest are dropped: a tray shows one at a time, so the user sees the
+    /// last ones.
     void add(const QString &text);
     bool isEmpty() const { return waiting.isEmpty(); }
     /// How long the next text still has to wait; 0 when it is due.
     std::chrono::milliseconds delay(Clock::time_point now) const;
-    /// Takes out the oldest text, which is being shown now, whether it is due or not. There must be
-    /// one.
+    /// Removes and returns the oldest text, whether it is due or not; the caller shows it now. The
+    /// queue must not be empty.
     QString take(Clock::time_point now);
 
 private:

@@ -15,12 +15,13 @@ enum class Form { Alone, BeforeValue, AnyRest };
 
 struct ToolkitOption
 {
-    QByteArrayView name; ///< With one dash; two are as good.
+    QByteArrayView name; ///< With one dash; the toolkit accepts two as well.
     Form form;
 };
 
-/// What QApplication and its plugins for displays take from the command line, as qapplication.cpp,
-/// qguiapplication.cpp, qcoreapplication.cpp and qxcbintegration.cpp of version 6.4 read it.
+/// The options that QApplication and its platform plugins take from the command line, as
+/// qapplication.cpp, qguiapplication.cpp, qcoreapplication.cpp and qxcbintegration.cpp of version
+/// 6.4 read it.
 constexpr std::array toolkitOptions = {
     ToolkitOption{"-display", Form::BeforeValue},
     ToolkitOption{"-dograb", Form::Alone},
@@ -52,7 +53,7 @@ constexpr std::array toolkitOptions = {
     ToolkitOption{"-widgetcount", Form::Alone},
 };
 
-/// The toolkit's option that the argument is; null when it is none.
+/// The toolkit's option that this argument is; null if it is none.
 const ToolkitOption *toolkitOption(const QByteArray &argument)
 {
     const QByteArray name = argument.startsWith("--") ? argument.mid(1) : argument;

@@ -14,13 +14,13 @@ struct CommandLine
     enum class Request { Run, ShowHelp, ShowVersion, Refuse };
 
     Request request = Request::Run;
-    QString refusal; ///< Why not, as one sentence for the user.
+    QString refusal; ///< The reason for a refusal, as one sentence for the user.
     platform::DisplayChoice display;
 };
 
 /// Reads the arguments, without the program's name. The options are "--help", "--version" and the
 /// toolkit's own, which its application object takes out of the arguments later; nothing else is
-/// accepted. The first argument that decides is the one that counts.
+/// accepted. The first argument that decides the request wins.
 CommandLine readCommandLine(const QByteArrayList &arguments);
 
 /// What "--help" prints.

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::chrono::milliseconds balloonTime(10'000);
 
-/// Laying out more would hold up the event loop, and nobody could read it.
+/// A longer text would block the event loop while it is laid out, and nobody could read it.
 constexpr qsizetype maximumShown = 2'000;
 
 QString shortened(const QString &text)

@@ -36,9 +36,9 @@ public:
     /// called once the icon is visible.
     void watchNotificationDaemon(const DaemonWatcher &watch);
 
-    /// Balloons wait from now on, as those wait that are too many for now (BalloonQueue).
+    /// From now on balloons wait in the queue.
     void holdBalloons();
-    /// Shows those that wait, in their order; from now on each is shown at once.
+    /// Shows the waiting balloons in their order; from now on each one is shown at once.
     void releaseBalloons();
 
     QSystemTrayIcon *trayIcon() const { return trayIconRef; }
@@ -55,13 +55,13 @@ private:
 
     QPointer<QSystemTrayIcon> trayIconRef;
     QtMessageHandler previousHandler = nullptr;
-    // The rest is used by the icon's thread only.
+    // The members below are used by the icon's thread only.
     bool isHolding = false;
     BalloonQueue balloons;
     QPointer<QTimer> nextIsDue; // the icon's, since the handler outlives the application object
     std::unique_ptr<platform::NotificationDaemon> daemon; // null if there is none
 };
 
-/// The handler that is installed. A message of another thread is shown when the tray icon's thread
-/// comes to it.
+/// The message handler that is installed. A message of another thread is queued for the thread of
+/// the tray icon.
 void MessageHandlerOutput(QtMsgType type, const QMessageLogContext &context, const QString &text);

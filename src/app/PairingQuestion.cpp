@@ -12,14 +12,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A name that leaves the buttons on the screen.
+/// Cuts a name so that the buttons stay on the screen.
 QString shortened(const QString &name)
 {
     constexpr int maximumShown = 80;
     return name.size() <= maximumShown ? name : name.left(maximumShown - 1) + u'…';
 }
 
-/// What a device calls itself is not taken for markup. The box has no setting for this label.
+/// Shows the device's name as plain text. The box has no setting for the format of this label.
 void showAsWritten(const QMessageBox &box)
 {
     if (auto *label = box.findChild<QLabel *>(u"qt_msgbox_informativelabel"_s)) {
@@ -45,20 +45,20 @@ void askAboutPairing(const QString &name, const std::function<void(bool)> &answe
     QPushButton *reject = box.addButton(translated("Reject"), QMessageBox::RejectRole);
     box.setDefaultButton(reject);
     box.setIcon(QMessageBox::Question);
-    // Modal for a window that the box does not have, and so for none.
+    // Modal for the parent window. There is none, so no window is blocked.
     box.setWindowModality(Qt::WindowModal);
 
     bool isAnswered = false;
     const auto answerOnce = [&] {
         if (!isAnswered) {
             isAnswered = true;
-            // Asked of the button: the result of exec() is also that of Accept when the program is
-            // ended while the box is open.
+            // Ask the button: if the program is ended while the box is open, exec() returns the
+            // same result as for Accept.
             answered(box.clickedButton() == accept);
         }
     };
     QObject::connect(&box, &QDialog::finished, &box, answerOnce);
     box.exec();
-    // No signal comes of a box that was hidden, or whose loop was ended with the program.
+    // A box that was hidden, or whose event loop was ended with the program, emits no signal.
     answerOnce();
 }

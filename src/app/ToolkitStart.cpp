@@ -46,11 +46,11 @@ void ToolkitStart::refuse(const QString &fatalText)
         problem = u"The toolkit cannot start: "_s + complaint(fatalText).simplified();
     }
     std::fputs(qPrintable(u"VornaServer: %1\n"_s.arg(problem)), stderr);
-    // There is nothing to write yet, and to go back into the toolkit means its abort.
+    // Nothing needs to be written yet, and returning to the toolkit would abort.
     std::_Exit(EXIT_FAILURE);
 }
 
-/// The first warning names the cause; the fatal message tells more of remedies for developers.
+/// The first warning names the cause; the fatal message is mostly advice for developers.
 QString ToolkitStart::complaint(const QString &fatalText)
 {
     const QMutexLocker locker(&mutex);

@@ -10,9 +10,9 @@
 #include <QMutex>
 #include <QString>
 
-/// Lives while the application object is made. If the toolkit cannot start, which it tells by a
-/// fatal message and would end by an abort, this says why in a sentence and exits with status 1.
-/// Whether the toolkit starts is its own decision; nothing is guessed before. Other messages are
+/// Must live while the application object is constructed. If the toolkit cannot start, it writes a
+/// fatal message and would abort; this class prints the reason in one sentence and exits with
+/// status 1 instead. Whether the toolkit can start is never guessed beforehand. Other messages are
 /// kept until the start has succeeded and are then passed on. At most one may exist.
 class ToolkitStart
 {
@@ -36,6 +36,6 @@ private:
 
     platform::DisplayChoice display;
     QtMessageHandler previousHandler = nullptr;
-    QMutex mutex; // messages come from other threads too
+    QMutex mutex; // other threads write messages too
     QList<Message> messages;
 };

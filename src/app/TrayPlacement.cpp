@@ -8,7 +8,7 @@
 
 namespace {
 
-/// A tray that has taken the icon in still moves it while it makes room for it.
+/// A tray that has embedded the icon still moves it while it makes room.
 constexpr std::chrono::milliseconds calmTime(30);
 
 bool tellsOfAPlace(const QEvent &event)
@@ -47,7 +47,7 @@ TrayPlacement::TrayPlacement(QSystemTrayIcon *trayIcon, std::chrono::millisecond
         }
     });
     limit.start(longest);
-    // The icon's window is the toolkit's secret, so the events of all windows pass here.
+    // The toolkit does not expose the icon's window, so this filter sees the events of all windows.
     QCoreApplication::instance()->installEventFilter(this);
 }
 
@@ -62,6 +62,6 @@ bool TrayPlacement::eventFilter(QObject * /*watched*/, QEvent *event)
 void TrayPlacement::settle()
 {
     QCoreApplication::instance()->removeEventFilter(this);
-    deleteLater(); // with both timers, before either can fire again
+    deleteLater(); // together with both timers, before either can fire again
     emit settled();
 }

@@ -9,25 +9,25 @@
 
 #include <chrono>
 
-/// Reports when a tray has given the icon its place. Before that a balloon would point at the
-/// corner of the screen, where the icon's window stands at first.
+/// Reports when the tray has placed the icon. Before that a balloon would point at the corner of
+/// the screen, where the icon's window is at first.
 class TrayPlacement : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Whether the icon, which has just been shown, is a window of ours that has no place yet. An
-    /// icon that the desktop draws by itself has no geometry, and nothing is to be waited for.
+    /// Whether the icon, which has just been shown, is a window of this process that has no place
+    /// yet. An icon that the desktop draws itself has no geometry; do not wait for it.
     static bool isOpen(const QSystemTrayIcon &icon);
 
-    /// Watches the icon, which is its parent, until the place is settled or the time is over.
+    /// Watches the icon, which is its parent, until it has its place or the time is up.
     explicit TrayPlacement(QSystemTrayIcon *trayIcon,
                            std::chrono::milliseconds longest = std::chrono::seconds(1));
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 signals:
-    /// Once. The icon has its place, or gets none in time.
+    /// Emitted once: the icon has its place, or has not got one in time.
     void settled();
 
 private:

@@ -45,8 +45,8 @@ QString redLight()
     return u":/images/led_rosso.png"_s;
 }
 
-/// The shortest time for which a light is shown that a connection has changed. Each change is
-/// painted by the tray, and a crowd that comes and goes causes thousands.
+/// The shortest time for which a light is shown after a connection has changed it. The tray paints
+/// each change, and a crowd of connections causes thousands.
 constexpr std::chrono::milliseconds shortestLight(100);
 
 void raiseWindow(QWidget &window)
@@ -56,7 +56,7 @@ void raiseWindow(QWidget &window)
     window.activateWindow();
 }
 
-/// What blocks the dialog, such as its own file dialog, stays above it and gets the keys.
+/// A window that blocks the dialog, such as its own file dialog, stays above it and gets the focus.
 void bringToFront(QWidget &dialog)
 {
     raiseWindow(dialog);
@@ -82,7 +82,7 @@ Window::Window(WindowAdapters adapters)
     setIcon(blackLight());
     connect(trayIcon, SIGNAL(activated(QSystemTrayIcon::ActivationReason)), this,
             SLOT(iconActivated(QSystemTrayIcon::ActivationReason)));
-    // By design: when it is off, an entry of the login list stays until the preferences are closed.
+    // By design: if it is off, an existing login item stays until the preferences are closed.
     if (startAtLogon) {
         updateStartupAtLogon();
     }
@@ -143,7 +143,7 @@ void Window::createTrayIcon()
     messageHandler->installMessageHandler(trayIcon);
 }
 
-/// The server does not wait for that: a choice in the menu meanwhile finds it running.
+/// The server does not wait for that, so the menu's actions find it running.
 void Window::holdBalloonsUntilPlaced()
 {
     if (!TrayPlacement::isOpen(*trayIcon)) {
@@ -249,7 +249,7 @@ void Window::updateStartupAtLogon()
 
 void Window::update(QString paramName, QVariant value)
 {
-    // The other parameters are taken when the dialog closes.
+    // The other parameters are applied when the dialog closes.
     if (paramName == "Logon"_L1) {
         startAtLogon = value.toBool();
         updateStartupAtLogon();
@@ -268,7 +268,7 @@ void Window::openPreferencesDialog()
     connect(&dialog, SIGNAL(updateSignal(QString, QVariant)), this,
             SLOT(update(QString, QVariant)));
     preferences = &dialog;
-    // By design: however the dialog is closed, its values are taken.
+    // By design: the values are applied however the dialog is closed.
     dialog.exec();
     takePreferences(dialog.property("parameters").toMap());
 }

@@ -19,8 +19,8 @@ class QAction;
 class QMenu;
 class QMessageBox;
 
-/// The application as the user sees it: an icon in the tray whose light tells the server's state,
-/// with a menu. It is a dialog that is never shown, so that boxes have a parent.
+/// The application as the user sees it: a tray icon with a menu, whose light shows the server's
+/// state. It is a dialog that is never shown, so that message boxes have a parent.
 class Window : public QDialog
 {
     Q_OBJECT
@@ -41,16 +41,16 @@ public slots:
     /// By design: nothing. The tray opens the menu by itself.
     void iconActivated(QSystemTrayIcon::ActivationReason reason);
     void updateStartupAtLogon();
-    /// Returns when the box is closed. While one is open, brings it to the front instead.
+    /// Returns when the box is closed. If one is already open, brings it to the front instead.
     void aboutDialog();
     void openWebsite();
-    /// Starts the server, or stops it when it runs.
+    /// Starts the server, or stops it if it is running.
     void startServer();
     void stopServer();
-    /// Returns when the dialog is closed and its values are taken. While one is open, brings it to
-    /// the front instead.
+    /// Returns when the dialog is closed and its values are applied. If one is already open, brings
+    /// it to the front instead.
     void openPreferencesDialog();
-    /// Shows that light at once, or a tenth of a second after its last change of this kind.
+    /// Shows the light at once, or a tenth of a second after the last such change.
     void connectionStatus(bool connected);
 
 protected:
@@ -72,9 +72,9 @@ private:
     bool startAtLogon = false;
     QString downloadDirectory;
     std::function<std::unique_ptr<settingsManagerMac>()> makeSettingsManager;
-    // What the lights need outlives the server, which ends by signals.
+    // What the lights need must outlive the server, which emits signals when it ends.
     QHash<QString, QIcon> icons; // by file name, decoded
-    QString light;               // the one that is to be shown, by file name
+    QString light;               // the one to show, by file name
     QString shownLight;
     QTimer lightIsFresh; // runs for a while after a connection has changed it
     Server server;
@@ -87,5 +87,5 @@ private:
     MessageHandler *messageHandler = nullptr;
     QMenu *trayIconMenu = nullptr;
     QPointer<QMessageBox> aboutBox;     // the one that is open
-    QPointer<ConfigDialog> preferences; // the one that is open, until its values are taken
+    QPointer<ConfigDialog> preferences; // the one that is open, until its values are applied
 };

@@ -10,10 +10,10 @@
 #include <functional>
 #include <memory>
 
-/// What the window and its server need of the host.
+/// What the window and its server need from the host.
 struct WindowAdapters
 {
-    /// Those of the running session, with a box for the pairing question.
+    /// The adapters of the running session, with a message box for the pairing question.
     static WindowAdapters ofHost();
 
     ServerAdapters server;

@@ -57,7 +57,7 @@ Status answer(const CommandLine &line)
 std::unique_ptr<QApplication> makeApplication(int &argc, char **argv, const CommandLine &line)
 {
     platform::adoptDisplay(line.display);
-    // The compatibility library of Avahi otherwise complains into the user's log.
+    // Otherwise Avahi's compatibility library writes a complaint into the user's log.
     qputenv("AVAHI_COMPAT_NOWARN", "1");
     const ToolkitStart start(line.display);
     return std::make_unique<QApplication>(argc, argv);
@@ -68,10 +68,10 @@ void describeApplication()
     QCoreApplication::setOrganizationName(u"Ostrovane"_s);
     QCoreApplication::setApplicationName(u"VornaServer"_s);
     QCoreApplication::setApplicationVersion(QLatin1StringView(version));
-    // Small, since every balloon is a window too and hands it to the X server.
+    // Small, because every balloon is a window too and sends the icon to the X server.
     QApplication::setWindowIcon(QIcon(u":/images/led_arancio.png"_s).pixmap(48));
-    // Every balloon draws its icons under names of its own, and the toolkit's cache never forgets a
-    // name. There is little else here to keep.
+    // Every balloon caches its icons under new names, and the toolkit's cache never removes a name.
+    // Little else would be cached here.
     QPixmapCache::setCacheLimit(0);
 }
 

@@ -9,7 +9,7 @@
 
 class TKApplicationManagerImp;
 
-/// The applications that can be controlled, as the server sees them: hands every call on to the
+/// The applications that can be controlled, as the server sees them. Forwards every call to the
 /// host system's implementation, which it owns.
 class TKApplicationManager
 {

@@ -12,11 +12,11 @@ class InteractionManager;
 class TKApplicationManagerImp
 {
 public:
-    /// The interaction manager stays with its owner and must live longer.
+    /// Does not own the interaction manager, which must outlive this object.
     explicit TKApplicationManagerImp(InteractionManager *interactionManager);
     virtual ~TKApplicationManagerImp();
 
-    /// Starts the application of that display name unless it runs.
+    /// Starts the application of that display name, unless it is already running.
     virtual void openApplication(QString name) = 0;
     /// Brings the application to the front, if it runs, and types its quit shortcut.
     virtual void quitApplication(QString name) = 0;

@@ -35,7 +35,7 @@ struct TKApplicationManagerMac::Private
 {
     std::unique_ptr<platform::ScriptingBridge> bridge;
 
-    /// Null for a name that is not in the table, or that the host does not know.
+    /// Null for a name that is not in the table or not known to the host.
     std::unique_ptr<platform::ScriptableApplication> applicationFromName(const QString &name)
     {
         const auto identifier = bundleIdentifiers().constFind(QString::fromLatin1(name.toLatin1()));
@@ -67,7 +67,7 @@ void TKApplicationManagerMac::openApplication(QString name)
     if (application == nullptr) {
         return;
     }
-    // By design: Unitron starts by being asked its name.
+    // By design: asking Unitron for its name is what starts it.
     if (name == "Unitron"_L1) {
         application->name();
     } else {

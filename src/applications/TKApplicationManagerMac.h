@@ -18,9 +18,11 @@ public:
         std::unique_ptr<platform::ScriptingBridge> bridge = platform::makeScriptingBridge());
     ~TKApplicationManagerMac() override;
 
-    /// Silent when the start fails. An application that runs is not brought to the front.
+    /// A failure is not reported. An application that is already running is not brought to the
+    /// front.
     void openApplication(QString name) override;
-    /// The shortcut goes to the front application without a check that activation has finished.
+    /// The shortcut goes to the active application; nothing checks that the activation has
+    /// finished.
     void quitApplication(QString name) override;
     void checkAvailableApplications() override;
 

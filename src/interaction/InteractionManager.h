@@ -9,7 +9,7 @@
 
 class InteractionManagerImp;
 
-/// The desktop's keyboard and pointer as the server sees them: hands every call on to the host
+/// The desktop's keyboard and pointer as the server sees them. Forwards every call to the host
 /// system's implementation, which it owns.
 class InteractionManager
 {

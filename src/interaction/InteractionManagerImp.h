@@ -26,6 +26,6 @@ public:
     /// The event flag of a modifier's name; 0 for any other token.
     virtual quint64 getModifier(QString token) = 0;
 
-    /// True for "Cmd", "Alt", "Ctrl" and "Shift", exactly so.
+    /// True for "Cmd", "Alt", "Ctrl" and "Shift", in exactly this spelling.
     bool isModifier(QString token);
 };

@@ -15,7 +15,8 @@ using namespace Qt::StringLiterals;
 using platform::MouseButton;
 using platform::MouseEventType;
 
-/// What the last parse found. It stays until the next one, so generateKeyEvent() can repeat a key.
+/// The result of the last parse. It is kept until the next one, so that generateKeyEvent() can
+/// repeat a key.
 struct InteractionManagerMac::ParseState
 {
     platform::EventFlags modifierFlags = 0;
@@ -45,7 +46,7 @@ void InteractionManagerMac::extractKeyCodeAndModifiers(QString shortcut)
         }
     }
     if (keyToken == nullptr) {
-        // By design: modifiers alone have a key code, but are never typed.
+        // By design: a modifier alone has a key code but is never typed.
         parsed->keyCode = KeyTable::codeOf(tokens.last()).value_or(0);
         return;
     }
@@ -56,7 +57,7 @@ void InteractionManagerMac::resolveKey(const QString &keyToken)
 {
     const auto code = KeyTable::codeOf(keyToken.toUpper());
     if (!code) {
-        // By design: the token's identity, not its text.
+        // By design: compares the token's identity, not its text.
         const auto identity = reinterpret_cast<quintptr>(&keyToken);
         Messages::warning(
             {u"KeyCode not vailable for "_s, u"0x"_s + QString::number(identity, 16)});
@@ -70,7 +71,7 @@ void InteractionManagerMac::keyboardTapKeyEvent(QString shortcut)
 {
     extractKeyCodeAndModifiers(shortcut);
     if (!parsed->isValid) {
-        // By design: the shortcut itself is not told.
+        // By design: the message does not name the shortcut.
         Messages::warning({Messages::quoted(QObject::tr("Problem executing the shortcut: "))});
         return;
     }

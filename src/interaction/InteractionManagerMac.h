@@ -21,7 +21,7 @@ public:
     /// the key. By design: the key is looked up by the upper-case form of its name only, so "a"
     /// types the key "A", and names with lower-case letters ("Tab") can never be typed.
     void extractKeyCodeAndModifiers(QString shortcut) override;
-    /// Posts nothing but a warning when the last parse found no key.
+    /// If the last parse found no key, writes a warning and posts nothing.
     void generateKeyEvent(bool keyDown) override;
     void keyboardTapKeyEvent(QString shortcut) override;
     void moveMouseWithOffset(int dx, int dy) override;

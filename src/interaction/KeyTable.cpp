@@ -12,8 +12,8 @@ using namespace Qt::StringLiterals;
 namespace KeyTable {
 namespace {
 
-// By design: "[" and "]" carry each other's code, and "UArrow" one that no keyboard has. Handhelds
-// in use know them so.
+// By design: "[" and "]" have each other's code, and "UArrow" has one that no keyboard has.
+// Existing handhelds rely on it.
 constexpr auto table = std::to_array<Row>({
     {"A"_L1, 0},        {"B"_L1, 11},        {"C"_L1, 8},        {"D"_L1, 2},
     {"E"_L1, 14},       {"F"_L1, 3},         {"G"_L1, 5},        {"H"_L1, 4},

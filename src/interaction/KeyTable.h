@@ -10,7 +10,7 @@
 #include <optional>
 #include <span>
 
-/// The names by which handhelds know keys, with the key code that each is typed as.
+/// The key names that handhelds send, and the key code of each.
 namespace KeyTable {
 
 struct Row

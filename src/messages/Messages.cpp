@@ -9,7 +9,8 @@ namespace Messages {
 
 QString streamed(std::initializer_list<QString> items)
 {
-    // Appended singly: a diagnostic may hold a token of 1 MiB, and each copy would take its time.
+    // Appended one by one: a diagnostic may contain a token of 1 MiB, and copies of it are
+    // expensive.
     QString text;
     for (const QString &item : items) {
         text += item;
@@ -23,7 +24,7 @@ QString quoted(const QString &text)
     return u'"' + text + u'"';
 }
 
-// Without automatic spaces the stream hands on exactly what it was given.
+// Without automatic spaces the stream passes on exactly what it is given.
 
 void warning(std::initializer_list<QString> items)
 {

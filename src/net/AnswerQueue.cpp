@@ -52,7 +52,7 @@ void AnswerQueue::enterTurns()
     }
 }
 
-/// Leaves the turns while the peer is behind; the socket tells when it no longer is.
+/// Stops taking turns while the peer is slow to read; the socket signals when it has caught up.
 bool AnswerQueue::writePiece()
 {
     if (longAnswers.empty() || isPeerBehind()) {

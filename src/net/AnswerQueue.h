@@ -12,33 +12,33 @@
 class QTcpSocket;
 class Turns;
 
-/// Sends the answers of one connection in their order. A short one goes to the socket at once. A
-/// long one goes piece by piece, as the peer takes it, and connections take turns with their
-/// pieces: so it neither holds up the event loop nor lies in memory as a whole.
+/// Sends the answers of one connection in their order. A short one is written to the socket at
+/// once. A long one is written piece by piece, as the peer reads it, and connections take turns
+/// with their pieces. So it does not block the event loop, and it is never in memory as a whole.
 class AnswerQueue : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Answers of more characters are long; also the size of a piece.
+    /// The size of a piece in characters. Answers that are longer than this are long.
     static constexpr qsizetype pieceSize = 64 * 1024;
 
     /// The socket and the turns must outlive the queue.
     AnswerQueue(QTcpSocket *socket, Turns *turns, QObject *parent);
 
-    /// Sends the map as it is now.
+    /// Sends the map in its present state.
     void send(const TokenMap &token);
-    /// No long answer is on its way.
+    /// Whether no long answer is being sent.
     bool isEmpty() const { return longAnswers.empty(); }
-    /// Long answers wait that a connection can only have gathered without reading any.
+    /// Whether so many long answers are waiting that the peer cannot have read any of them.
     bool isFull() const { return longAnswers.size() >= maximumLong; }
-    /// Forgets the long answers, without emptied().
+    /// Drops the long answers without emitting emptied().
     void clear();
 
 signals:
-    /// A long answer began; further ones may follow it.
+    /// The first long answer has begun; further ones may follow it.
     void filled();
-    /// The last piece of the last long answer has been given to the socket.
+    /// The last piece of the last long answer has been written to the socket.
     void emptied();
 
 private:

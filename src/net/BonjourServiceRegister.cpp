@@ -63,8 +63,8 @@ DNSServiceErrorType BonjourServiceRegister::watchSocket()
     if (descriptor == -1) {
         return kDNSServiceErr_Invalid;
     }
-    // The library leaves its sockets and pipes to the programs that we start, and names only one of
-    // them.
+    // The programs that we start would inherit the library's sockets and pipes, and the library
+    // gives access to only one of them.
     platform::closeDescriptorsOnExec();
     socketNotifier = new QSocketNotifier(descriptor, QSocketNotifier::Read, this);
     connect(socketNotifier, SIGNAL(activated(QSocketDescriptor, QSocketNotifier::Type)), this,

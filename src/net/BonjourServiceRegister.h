@@ -12,8 +12,8 @@ class QSocketNotifier;
 
 /// Advertises one service by DNS-SD for as long as it lives.
 ///
-/// Registers once and never tries again by itself: whoever wants another attempt, after the daemon
-/// has come back say, makes a new object.
+/// Registers once and never retries. For another attempt, for example after the daemon has come
+/// back, make a new object.
 class BonjourServiceRegister : public QObject
 {
     Q_OBJECT
@@ -30,10 +30,10 @@ public:
     const BonjourRecord &finalRecord() const { return confirmedRecord; }
 
 signals:
-    /// A code of the dns_sd interface; -65549 when the registration has no socket.
+    /// A code of the dns_sd interface; -65549 if the registration has no socket.
     void error(DNSServiceErrorType error);
-    /// The daemon confirmed the service, under a name that may differ from the one asked for. Comes
-    /// again when the name changes.
+    /// The daemon has confirmed the service, under a name that may differ from the requested one.
+    /// Emitted again when the name changes.
     void serviceRegistered(BonjourRecord record);
 
 private slots:

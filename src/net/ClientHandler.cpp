@@ -17,20 +17,21 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Answers that a peer may leave unread before the next one closes the connection, in bytes.
+/// The answers that a peer may leave unread, in bytes. With more, the next answer closes the
+/// connection.
 constexpr qint64 maximumUnsent = 4 * 1024 * 1024;
 
-/// What a connection in token mode may hold unread in this process, and what is taken apart at
-/// once. More takes turns with other connections.
+/// What a connection in token mode may leave unread in this process, in bytes. This much is parsed
+/// at once; longer chunks are parsed in turns with other connections.
 constexpr qint64 shortReadSize = 8 * 1024;
 
-/// The most that one read takes for a token. The system may have collected 32 MiB.
+/// The most that one read takes as a token, in bytes. The system may hold 32 MiB.
 constexpr qint64 longReadSize = 1024 * 1024;
 
-/// What is taken apart in one turn, in characters: less than a millisecond's work.
+/// What is parsed in one turn, in characters: less than a millisecond of work.
 constexpr qsizetype turnEffort = 64 * 1024;
 
-/// A store of so many bytes is given back at once.
+/// A store of this size, in bytes, is freed at once; a larger one in steps.
 constexpr qsizetype smallStore = 256 * 1024;
 
 QString nameOf(QAbstractSocket::SocketError error)
@@ -63,9 +64,9 @@ ClientHandler::ClientHandler(QTcpSocket *acceptedSocket, ConnectionResources *sh
     connect(&answers, &AnswerQueue::emptied, this, [this] { resumeReading(); });
     connect(socket, &QIODevice::bytesWritten, this, [this] { updateAccount(); });
     connect(socket, SIGNAL(disconnected()), this, SLOT(disconnected()));
-    // Queued, so that no signal of the socket is on its way while a token is carried out: a pairing
-    // dialog runs an event loop there, in which this peer's next tokens must be read too, and in
-    // which the socket may be given back.
+    // Queued, so that the socket is not emitting a signal while a token is carried out: the pairing
+    // dialog runs an event loop then, in which this peer's next tokens must be read as well and in
+    // which the socket may be deleted.
     connect(socket, SIGNAL(readyRead()), this, SLOT(readyRead()), Qt::QueuedConnection);
     connect(socket, SIGNAL(errorOccurred(QAbstractSocket::SocketError)), this,
             SLOT(socketError(QAbstractSocket::SocketError)));
@@ -138,7 +139,7 @@ void ClientHandler::setFileToTransfer(QString fileName, quint64 size)
 void ClientHandler::disconnected()
 {
     // What the peer sent before it left is still carried out. A socket that was closed on this side
-    // has nothing more to give.
+    // has no more data.
     if (isReadingPaused() && socket->isOpen()) {
         hasPeerLeft = true;
         if (!answers.isEmpty()) {
@@ -160,8 +161,8 @@ void ClientHandler::readyRead()
         beginLongRead();
         return;
     }
-    // Assigned, not appended: when this call runs inside the dispatch of an earlier token, that
-    // token has been read already.
+    // Assigned, not appended: if this call runs inside the dispatch of an earlier token, that token
+    // has already been parsed.
     receiveBuffer = socket->isOpen() ? socket->read(socket->bytesAvailable()) : QByteArray();
     handleChunk(!receiver.isReceiving() && parseToken());
 }
@@ -182,8 +183,8 @@ void ClientHandler::handleChunk(bool isToken)
             return;
         }
     }
-    // By design: asked again, since the dispatch may just have begun a file. Its first bytes are
-    // those of the request.
+    // By design: checked again, since the dispatch may just have begun a file. The file's first
+    // bytes are those of the request.
     if (receiver.isReceiving() && !receiveBuffer.isEmpty()) {
         if (receiver.write(receiveBuffer)) {
             finishFile();
@@ -205,7 +206,7 @@ bool ClientHandler::continueLongRead()
         return false;
     }
     if (!longRead) {
-        // What has arrived by now. The socket holds only the first of it.
+        // Everything that has arrived by now. The socket's buffer holds only its beginning.
         QByteArray chunk = socket->isOpen() ? socket->read(longReadSize) : QByteArray();
         chunk += platform::takeArrived(socket->socketDescriptor(), longReadSize - chunk.size());
         longRead = std::make_unique<LongRead>(chunk);
@@ -238,7 +239,7 @@ void ClientHandler::pauseReading()
 void ClientHandler::resumeReading()
 {
     --pauses;
-    // From the event loop: the caller may be amid the dispatch of a token.
+    // From the event loop: the caller may be dispatching a token.
     QMetaObject::invokeMethod(
         this,
         [this] {
@@ -303,8 +304,8 @@ void ClientHandler::disposeStore()
     storedSize = {};
 }
 
-/// All connections together hold too much, and this one most of it. It may be amid a step of its
-/// own.
+/// All connections together hold too much, and this one holds most. One of its own steps may be
+/// running.
 void ClientHandler::giveUpMemory()
 {
     isGivenUp = true;

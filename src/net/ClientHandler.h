@@ -28,41 +28,40 @@ struct ConnectionResources;
 /// dropped without an answer. In file mode, from setFileToTransfer() until more bytes than
 /// announced have arrived, every chunk goes into the file.
 ///
-/// Deletes itself when the peer has gone. Whoever calls into it from a slot of tokenAvailable()
-/// that runs an event loop must watch it with a QPointer.
+/// Deletes itself when the peer has disconnected. A slot of tokenAvailable() that runs an event
+/// loop must guard it with a QPointer.
 class ClientHandler : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The socket stays with its owner, which must keep it for as long as this object lives. The
-    /// resources are those that all connections of a server share, and live longer too; without
-    /// them the connection makes its own.
+    /// Does not own the socket, which must outlive this object. So must the resources, which all
+    /// connections of a server share; without them the connection creates its own.
     explicit ClientHandler(QTcpSocket *socket, ConnectionResources *resources = nullptr);
     ~ClientHandler() override;
 
-    /// Requests and answers; never cleared, so every answer carries all that is in it.
+    /// Requests and answers. It is never cleared, and every answer sends all of it.
     TokenMap token;
     /// What the device at the other end calls itself; empty until it asked to be paired.
     QString deviceName;
 
-    /// Deliberately does nothing: the answers to pairing come from the server.
+    /// By design: does nothing. The server sends the answers to pairing requests.
     void acceptPair(bool accepted);
     /// Reads the receive buffer into the map; false when it holds no token.
     bool parseToken();
     QString packageToken() const;
-    /// Sends the whole map. A peer that lets answers pile up unread is disconnected instead. While
-    /// a long answer is on its way, nothing more is read of the peer.
+    /// Sends the whole map. A peer that has left too many answers unread is disconnected instead.
+    /// While a long answer is being sent, nothing more is read from the peer.
     void sendToken();
-    /// The map holds this text, which an answer has put there.
+    /// Accounts for a text that an answer has put into the map.
     void holdText(std::shared_ptr<const SharedText> text);
-    /// Switches to file mode: what comes next is appended to the named file in the download
-    /// directory until more than `size` bytes have been written. A file that cannot be opened or
-    /// that would lie outside the directory takes nothing, and the transfer does not end.
+    /// Switches to file mode: what arrives next is appended to the named file in the download
+    /// directory until more than `size` bytes have been written. If the file cannot be opened, or
+    /// would be outside the directory, nothing is written and the transfer does not end.
     void setFileToTransfer(QString fileName, quint64 size);
 
-    /// Nothing more is read of the peer until resumeReading() has been called as often: what it
-    /// sends meanwhile waits in the system, and that it has left is noticed afterwards.
+    /// Stops reading from the peer until resumeReading() has been called equally often. Until then
+    /// its data waits in the system, and its disconnection goes unnoticed.
     void pauseReading();
     void resumeReading();
 
@@ -106,8 +105,8 @@ private:
     MemoryAccount account;
     DescriptorBudget::Lease socketLease;
     FileReceiver receiver;              // works on the four fields of the file
-    std::unique_ptr<LongRead> longRead; // a token that is being taken apart
+    std::unique_ptr<LongRead> longRead; // a token that is being parsed
     int pauses = 0;                     // of reading
     bool hasPeerLeft = false;           // while reading was paused
-    bool isGivenUp = false;             // for want of memory
+    bool isGivenUp = false;             // to free memory
 };

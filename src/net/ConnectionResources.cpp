@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Texts that are given back at once: about a millisecond's work.
+/// Texts that are freed at once: about a millisecond of work.
 constexpr qsizetype disposalEffort = 20'000;
 
 /// False once the map is empty.

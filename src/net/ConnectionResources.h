@@ -11,13 +11,13 @@
 /// What all connections of a server share: the event loop's time, memory and descriptors.
 struct ConnectionResources
 {
-    /// With a limit of the memory, in bytes.
+    /// \param memoryLimit in bytes
     explicit ConnectionResources(qint64 memoryLimit = MemoryBudget::defaultLimit)
         : memory(memoryLimit)
     {
     }
 
-    /// Gives back what a connection has stored, in steps: millions of texts take their time.
+    /// Frees what a connection has stored, in steps: freeing millions of texts takes long.
     void dispose(TokenMap map);
 
     Turns readingTurns;

@@ -3,18 +3,18 @@
 
 #pragma once
 
-/// Shares the descriptors that this process may open among connections and the files that they
-/// send, and keeps the rest back: a toolkit that gets none for a window or for a message to the
-/// desktop may wait for one for good.
+/// Divides the descriptors that this process may open between connections and the files that they
+/// send, and reserves the rest: without a descriptor for a window or a D-Bus message, the toolkit
+/// may wait forever.
 class DescriptorBudget
 {
 public:
-    /// What is kept back from connections, so that those that are there can still send files, and
-    /// from files too.
+    /// Descriptors that are reserved from connections, so that the present ones can still send
+    /// files, and those that are reserved from files too.
     static constexpr int connectionReserve = 64;
     static constexpr int fileReserve = 48;
 
-    /// One descriptor of a connection or of a file; gives it back in the end.
+    /// One descriptor of a connection or of a file; returned to the budget on destruction.
     class Lease
     {
     public:
@@ -28,13 +28,13 @@ public:
         DescriptorBudget *budget = nullptr;
     };
 
-    /// Counts what this process has open for other purposes. The directory that lists it is read,
-    /// so this takes some microseconds for each.
+    /// Counts the descriptors that this process has open for other purposes. It reads the directory
+    /// that lists them, which takes some microseconds per descriptor.
     void countOthers();
 
     bool hasRoomForConnections(int count) const { return left() - count >= connectionReserve; }
     bool hasRoomForFile() const { return left() > fileReserve; }
-    /// To connections and files, now.
+    /// The number of leases, of connections and files, at this moment.
     int leased() const { return leases; }
 
 private:

@@ -9,8 +9,8 @@
 
 namespace {
 
-/// Slashes in a row are one in a path, so those at the name's head only repeat the one that joins
-/// it to the directory.
+/// Several slashes in a row count as one in a path, so leading slashes of the name only repeat the
+/// one that joins it to the directory.
 QByteArray pathBelow(const QString &name)
 {
     QByteArray path = QFile::encodeName(name);
@@ -29,13 +29,14 @@ bool isDownloadDirectory(const QString &directory)
 
 bool openDownload(QFile &file, const QString &directory, const QString &name)
 {
-    // To the system a path ends at a NUL.
+    // For the system, a path ends at a NUL.
     if (!isDownloadDirectory(directory) || directory.contains(QChar::Null) ||
         name.contains(QChar::Null)) {
         return false;
     }
     const int descriptor = platform::openFileBelow(QFile::encodeName(directory), pathBelow(name));
-    // Unbuffered: what was taken from the network is in the file whatever happens to us.
+    // Unbuffered: what has been read from the network is in the file whatever happens to this
+    // process.
     return descriptor != -1 && file.open(descriptor, QIODevice::Append | QIODevice::Unbuffered,
                                          QFileDevice::AutoCloseHandle);
 }

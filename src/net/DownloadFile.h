@@ -7,11 +7,11 @@
 
 class QFile;
 
-/// Whether files may go below the directory of that name: only a full path names the same one
+/// Whether files may be saved below that directory: only an absolute path means the same directory
 /// wherever the program was started.
 bool isDownloadDirectory(const QString &directory);
 
 /// Opens the file of that name below the directory for appending, unbuffered. The path is the
-/// directory, "/" and the name; what it may lead to tells platform::openFileBelow().
-/// \return false when it may not be opened or cannot; then the file stays closed
+/// directory, "/" and the name; platform::openFileBelow() says what it may lead to.
+/// \return false if it must not or cannot be opened; the file is closed then
 bool openDownload(QFile &file, const QString &directory, const QString &name);

@@ -17,11 +17,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What one read takes of a file, in bytes: more would be copied through memory that no cache of
-/// the processor holds.
+/// What one read takes of a file, in bytes: a larger buffer would not fit into the processor's
+/// cache.
 constexpr qint64 pieceSize = 256 * 1024;
 
-/// A peer may announce any size, so the count may stand at either end of its range.
+/// A peer may announce any size, so the count may be at either end of its range.
 qint64 differenceWithinRange(qint64 count, qint64 bytes)
 {
     qint64 difference = 0;

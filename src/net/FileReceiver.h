@@ -27,8 +27,8 @@ public:
     /// The file's full path; empty while none is received.
     const QString &path() const { return filePath; }
 
-    /// Begins with that file in the download directory of the settings: a file that exists gets
-    /// what arrives behind what it has. An earlier file that has not ended is closed.
+    /// Begins with that file in the download directory of the settings: if the file exists, what
+    /// arrives is appended to it. An earlier file that has not ended is closed.
     /// \param announcedSize in bytes; any value
     void begin(const QString &fileName, quint64 announcedSize);
     /// Writes what has arrived.

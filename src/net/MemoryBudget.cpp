@@ -13,7 +13,7 @@ MemoryBudget::MemoryBudget(qint64 mostBytes) : limit(mostBytes) {}
 void MemoryBudget::change(qint64 difference)
 {
     held += difference;
-    // A connection that is being closed makes its account smaller.
+    // Closing a connection makes its account smaller.
     if (difference <= 0 || std::exchange(isClosing, true)) {
         return;
     }
@@ -23,7 +23,7 @@ void MemoryBudget::change(qint64 difference)
             break;
         }
         account->closeConnection();
-        // In case that it did not.
+        // In case it did not.
         account->close();
     }
     isClosing = false;

@@ -13,10 +13,10 @@
 
 class MemoryAccount;
 
-/// Limits what all connections together make the server hold: what they have stored, what they send
-/// and what they do not read. When it is too much, a connection has to go: of the address whose
-/// connections hold most, the one that holds most. So an honest handheld, which holds a few KiB,
-/// stays whatever others do.
+/// Limits the memory that all connections together occupy: what they have stored, what they send
+/// and what they leave unread. When the limit is exceeded, one connection is closed: the largest of
+/// the address whose connections hold most. So an honest handheld, which holds a few KiB, stays
+/// connected whatever others do.
 class MemoryBudget
 {
 public:
@@ -63,18 +63,18 @@ private:
 class MemoryAccount
 {
 public:
-    /// `close` ends the connection and calls close() of the account; it may be called from any call
-    /// that makes some account larger, this one's too.
+    /// `close` ends the connection and calls close() of the account. Any call that makes an account
+    /// larger may call it, including calls on this account.
     MemoryAccount(MemoryBudget &budget, QHostAddress peer, std::function<void()> close);
     ~MemoryAccount();
     MemoryAccount(const MemoryAccount &) = delete;
     MemoryAccount &operator=(const MemoryAccount &) = delete;
 
-    /// The connection itself holds so many bytes now.
+    /// Sets what the connection itself holds now, in bytes.
     void set(qint64 bytes);
-    /// Holds the text, which takes the place of an earlier one.
+    /// Holds the text instead of an earlier one.
     void setText(std::shared_ptr<const SharedText> text);
-    /// Nothing is held any more, and nothing will be.
+    /// The account is empty from now on.
     void close();
 
 private:

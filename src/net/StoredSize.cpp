@@ -7,8 +7,8 @@
 
 namespace {
 
-/// What an entry takes beside its texts: its places in the map and in the hash here, which are
-/// filled by half at worst.
+/// What an entry takes besides its texts, in bytes: its slots in the map and in this hash, which
+/// are half full at worst.
 constexpr qsizetype entryOverhead = 256;
 
 /// What the system's allocator and the toolkit put around the characters of a text.

@@ -7,7 +7,7 @@
 #include <QVariant>
 
 /// Adds up what a client's own tokens have stored in its connection's map, which is never cleared.
-/// What the server's answers put there does not count: it is small, or counted by others.
+/// What the server's answers put there does not count: it is small, or counted elsewhere.
 class StoredSize
 {
 public:
@@ -19,8 +19,8 @@ public:
 
     bool isTooMuch() const { return entries.size() > maximumKeys || total.wire > maximumBytes; }
 
-    /// About what it takes of this process's memory, in bytes. Short items take up to twenty times
-    /// their bytes on the wire.
+    /// An estimate of the memory that it takes, in bytes. Short items take up to twenty times their
+    /// size on the wire.
     qsizetype memory() const { return total.memory; }
 
 private:

@@ -135,8 +135,8 @@ qsizetype Reader::beginSegment(const EntryVisitor &visit)
         visit(key.trimmed().toString(), value.toString());
         return segment.size();
     }
-    // A value that opens a bracket is a list, closed or not. By design: its last character goes
-    // whatever it is.
+    // A value that begins with a bracket is a list, closed or not. By design: its last character is
+    // removed, whatever it is.
     value.chop(1);
     listKey = key.trimmed().toString();
     listText = value.mid(1).trimmed().toString();
@@ -145,7 +145,7 @@ qsizetype Reader::beginSegment(const EntryVisitor &visit)
     return segment.size();
 }
 
-/// Takes one item, and visits the list after its last one. Returns the number of characters.
+/// Takes one item, and visits the list after the last item. Returns the number of characters.
 qsizetype Reader::takeItem(const EntryVisitor &visit)
 {
     const qsizetype end = listText.indexOf(itemSeparator, itemBegin);
@@ -191,7 +191,7 @@ bool Writer::writeSome(QString &text, qsizetype size)
     return true;
 }
 
-/// Writes what stands between two texts, and names the next one.
+/// Writes what is between two texts, and selects the next one.
 bool Writer::advance(QString &text)
 {
     pending.clear();
@@ -240,7 +240,7 @@ void Writer::beginValue(QString &text)
     items = entry->toStringList();
     item = 0;
     if (items.isEmpty()) {
-        // By design: without an item there is no blank in front of the bracket.
+        // By design: without an item there is no space before the bracket.
         text += " =();"_L1;
         ++entry;
         step = Step::Key;
@@ -261,7 +261,7 @@ void Writer::endItem(QString &text)
         pending = items.at(item);
         return;
     }
-    // By design: a blank behind the last item.
+    // By design: a space after the last item.
     text += " );"_L1;
     items.clear();
     ++entry;

@@ -17,16 +17,16 @@
 /// A value is a string list or else a single string.
 using TokenMap = QHash<QString, QVariant>;
 
-/// The text form of tokens. The two directions differ on purpose: the compact form that write()
-/// makes is not accepted by read(), which wants a blank inside each outer brace. Nothing is
-/// escaped in either direction.
+/// The text form of tokens. By design, the two directions differ: read() does not accept the
+/// compact form that write() produces, since it requires a space inside each outer brace. Nothing
+/// is escaped in either direction.
 namespace TokenText {
 
 enum class ReadResult {
-    NotAToken,       ///< no "{ " or no " }": silence
-    Reversed,        ///< "{ " stands only behind the last " }"
-    Token,           ///< read from the first character on
-    TokenWithPrefix, ///< something before the token was cut off
+    NotAToken,       ///< no "{ " or no " }": nothing is logged
+    Reversed,        ///< the first "{ " is after the last " }"
+    Token,           ///< the token begins at the first character
+    TokenWithPrefix, ///< something before the token was removed
 };
 
 struct Reading
@@ -36,29 +36,29 @@ struct Reading
     QString text;
 };
 
-/// Called once an entry, in the order of the text; a key may come twice.
+/// Called once for each entry, in the order of the text; a key may occur twice.
 using EntryVisitor = std::function<void(const QString &key, const QVariant &value)>;
 
-/// Reads one chunk of bytes (Latin-1, up to the first NUL) in steps, so that a long one need not
-/// hold up the event loop. Any bytes are allowed; there is no limit on their number.
+/// Reads one chunk of bytes (Latin-1, up to the first NUL) in steps, so that a long one does not
+/// block the event loop. Any bytes are allowed, in any number.
 class Reader
 {
 public:
     /// The bytes must outlive the reader.
     explicit Reader(QByteArrayView bytes) : chunk(bytes) {}
 
-    /// Does the next step; false after the last one. The first two look for the token and take
-    /// about 2 ms each for a MiB, whatever is in it. Each further one visits entries, for about
-    /// `effort` characters of text; entries cost more than their characters, so many small ones end
-    /// a step sooner.
+    /// Does the next step; returns false after the last one. The first two steps look for the token
+    /// and take about 2 ms each per MiB, whatever it contains. Each further step visits entries,
+    /// about `effort` characters of text; entries cost more than their characters, so many small
+    /// ones end a step sooner.
     bool readSome(qsizetype effort, const EntryVisitor &visit);
-    /// What was found; known after the last step.
+    /// The result; valid after the last step.
     const Reading &reading() const { return found; }
-    /// About what the reader itself holds in memory, in bytes.
+    /// An estimate of the memory that the reader itself holds, in bytes.
     qsizetype memory() const;
 
 private:
-    /// The stretch in which ';' does not end an entry; -1 stands for a marker that is not there.
+    /// The range in which ';' does not end an entry; -1 means that a marker is missing.
     struct IgnoreStretch
     {
         qsizetype start;
@@ -82,8 +82,8 @@ private:
     Reading found;
     QString body;                         // the entries, without braces and quotes
     std::optional<IgnoreStretch> ignored; // of the body
-    qsizetype segmentBegin = -1;          // of the next entry in the body; -1 when none is left
-    // A list whose items are being taken.
+    qsizetype segmentBegin = -1;          // of the next entry in the body; -1 if none is left
+    // A list whose items are being read.
     bool isInList = false;
     QString listKey;
     QString listText;
@@ -91,18 +91,18 @@ private:
     QStringList items;
 };
 
-/// Reads a whole chunk at once.
+/// Reads a whole chunk in one call.
 Reading read(QByteArrayView chunk, const EntryVisitor &visit);
 
-/// Writes a map in the server's form, in the map's own order, in pieces: a long one need not be in
-/// memory twice, nor hold up the event loop.
+/// Writes a map in the server's form, in the map's own order, in pieces: so a long one is not in
+/// memory twice and does not block the event loop.
 class Writer
 {
 public:
-    /// The map as it is now.
+    /// Copies the map in its present state.
     explicit Writer(TokenMap map) : token(std::move(map)) {}
 
-    /// Appends about `size` characters; false once the last ones have been.
+    /// Appends about `size` characters; returns false after the last ones.
     bool writeSome(QString &text, qsizetype size);
 
 private:
@@ -121,7 +121,7 @@ private:
     qsizetype written = 0;
 };
 
-/// The whole map at once.
+/// Writes the whole map in one call.
 QString write(const TokenMap &token);
 
 } // namespace TokenText

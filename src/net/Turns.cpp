@@ -20,7 +20,7 @@ void Turns::admitWaiting()
     }
 }
 
-/// Queued: the event loop looks at the sockets between two rounds.
+/// Queued: the event loop handles the sockets between two rounds.
 void Turns::scheduleRound()
 {
     if (!isRoundScheduled && !atWork.empty()) {
@@ -34,7 +34,7 @@ void Turns::takeTurn()
     isRoundScheduled = false;
     Work work = std::move(atWork.front());
     atWork.pop_front();
-    // Before the step, which may run an event loop.
+    // Scheduled before the step, which may run an event loop.
     scheduleRound();
     if (!work.worker.isNull() && work.step() && !work.worker.isNull()) {
         atWork.push_back(std::move(work));

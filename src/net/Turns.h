@@ -9,10 +9,10 @@
 #include <deque>
 #include <functional>
 
-/// Shares the event loop's time among connections that have much to read, or much to write: in each
-/// round of the loop one of them does one step of its work, so all others wait for a step at most,
-/// however many connections have much to do. Only so many of them are at work at once, which bounds
-/// the memory that they need; the rest wait in line.
+/// Shares the event loop's time among connections that have much to read, or much to write. In each
+/// round of the loop one of them does one step of its work, so the others wait for one step at
+/// most, however many connections have much to do. Only a limited number of them work at the same
+/// time, which bounds the memory that they need; the rest wait in line.
 class Turns : public QObject
 {
     Q_OBJECT
@@ -20,11 +20,11 @@ class Turns : public QObject
 public:
     static constexpr size_t maximumAtWork = 16;
 
-    /// Does one step of the work; false once there is none left.
+    /// Does one step of the work; returns false when none is left.
     using Step = std::function<bool()>;
 
-    /// Takes steps, from the event loop, until there is no more work or the worker is destroyed. A
-    /// step may run an event loop, in which the others take theirs.
+    /// Takes steps from the event loop until no work is left or the worker is destroyed. A step may
+    /// run an event loop, in which the others take their steps.
     void enter(QObject *worker, Step step);
 
 private:
@@ -38,7 +38,7 @@ private:
     void takeTurn();
     void admitWaiting();
 
-    std::deque<Work> atWork; // the front one has the next turn
+    std::deque<Work> atWork; // the first one has the next turn
     std::deque<Work> waiting;
     bool isRoundScheduled = false;
 };

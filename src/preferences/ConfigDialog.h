@@ -8,8 +8,8 @@
 
 class QStackedWidget;
 
-/// The preferences. Edits a copy of the parameters; whoever opened the dialog reads them back when
-/// it is closed.
+/// The preferences. Edits a copy of the parameters; the opener reads them back when the dialog is
+/// closed.
 class ConfigDialog : public QDialog
 {
     Q_OBJECT
@@ -22,7 +22,7 @@ public:
     void setParameter(QString paramName, QVariant value);
 
 signals:
-    /// By design: announces texts only; check boxes are read at the close.
+    /// By design: only texts are announced; check boxes are read when the dialog is closed.
     void updateSignal(QString paramName, QVariant value);
 
 public slots:

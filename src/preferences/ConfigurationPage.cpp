@@ -33,7 +33,7 @@ QGroupBox *group(const QString &title, std::initializer_list<QWidget *> row)
 ConfigurationPage::ConfigurationPage(QWidget *parent) : QWidget(parent)
 {
     auto *page = new QVBoxLayout;
-    // The dialog's own margins are enough; with large letters there is no room for a second pair.
+    // The dialog's own margins are enough; with a large font there is no room for a second pair.
     page->setContentsMargins(0, 0, 0, 0);
     page->addWidget(pairingGroup());
     page->addWidget(downloadGroup());
@@ -55,14 +55,15 @@ QGroupBox *ConfigurationPage::downloadGroup()
     directory->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     directory->setObjectName(u"Download"_s);
     directory->setText(parameter(directory->objectName()).toString());
-    // After the text: what was there before is no change.
+    // Connected after the text is set: the initial text is not a change.
     connect(directory, SIGNAL(textChanged(QString)), parentWidget(), SLOT(setParameter(QString)));
 
     auto *choose = new QPushButton(tr("Choose"));
     auto *browser = new QFileDialog(this);
     browser->setFileMode(QFileDialog::Directory);
     browser->setWindowModality(Qt::NonModal);
-    // By design: every directory entered while browsing is taken; the browser's result is not used.
+    // By design: every directory that is entered while browsing is taken; the browser's result is
+    // not used.
     connect(browser, SIGNAL(directoryEntered(QString)), directory, SLOT(setText(QString)));
     connect(choose, SIGNAL(clicked()), browser, SLOT(exec()));
     return group(QString(), {directory, choose});

@@ -14,8 +14,8 @@ class ConfigurationPage : public QWidget
     Q_OBJECT
 
 public:
-    /// The parent must be the ConfigDialog: its property `parameters` gives the values, its slots
-    /// take the changes.
+    /// The parent must be the ConfigDialog: its property `parameters` has the values, and its slots
+    /// receive the changes.
     explicit ConfigurationPage(QWidget *parent);
 
 private:

@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// What one opening costs, and how many may be open to be paid off.
+/// The time that one opening uses up, and the number of openings that may be made in advance.
 constexpr auto price = 200ms;
 constexpr int mostAtOnce = 50;
 
@@ -25,7 +25,7 @@ void tellUser(const char *text)
     Messages::warning({QCoreApplication::translate("Opener", text)});
 }
 
-/// Asked of the text that is handed over: the toolkit decodes "%2d" before that.
+/// Checks the text that is handed over: the toolkit decodes "%2d" before that.
 bool wouldBeAnOption(const QUrl &url)
 {
     return url.toEncoded().startsWith('-');

@@ -8,11 +8,11 @@
 #include <chrono>
 #include <functional>
 
-/// Has the desktop open what peers send it: their addresses and the files that have arrived.
+/// Has the desktop open what peers send: addresses, and files that have arrived.
 ///
-/// Each opening starts a program, so they are counted, over all peers: 50 at once, and five more a
-/// second. What is beyond, and what the desktop's program would take for an option, is not opened;
-/// the user is told so by a warning.
+/// Each opening starts a program, so their number is limited over all peers: 50 at once, and five
+/// more per second. What exceeds that, and what the desktop's program would take for an option, is
+/// not opened; a warning reports it to the user.
 class Opener
 {
 public:
@@ -21,12 +21,13 @@ public:
     /// \param clock must not go back
     explicit Opener(Clock clock = std::chrono::steady_clock::now);
 
-    /// \param address what QUrl makes an address of; its form is not checked
+    /// \param address a text that QUrl parses; its form is not checked
     void open(const QString &address);
 
 private:
     bool takeTurn();
 
     Clock now;
-    std::chrono::steady_clock::time_point idleFrom; // when all openings up to now are paid off
+    std::chrono::steady_clock::time_point
+        idleFrom; // the time at which all openings so far are used up
 };

@@ -6,11 +6,11 @@
 #include <QSet>
 #include <QStringList>
 
-/// The identifiers of the devices that were accepted, in that order, kept in the settings.
+/// The identifiers of the accepted devices, in the order of their acceptance, kept in the settings.
 class PairedDevices
 {
 public:
-    /// What is remembered of devices that nobody asked the user about, so anybody can add to it.
+    /// The number of devices that are remembered without asking the user; anybody can add to these.
     static constexpr qsizetype maximumUnasked = 4'096;
     /// The longest identifier of such a device, in characters.
     static constexpr qsizetype longestUnasked = 1'024;
@@ -20,12 +20,12 @@ public:
     explicit PairedDevices(QStringList &devices);
     void store() const;
 
-    /// The exact text counts.
+    /// Compares the exact text.
     bool contains(const QString &device) const { return known.contains(device); }
     /// Remembers a device that the user has accepted. No limit applies to the user's word.
     void add(const QString &device);
-    /// Remembers a device that was accepted without the user, unless its identifier is longer than
-    /// `longestUnasked`, or `maximumUnasked` devices and more are remembered.
+    /// Remembers a device that was accepted without asking the user, unless its identifier is
+    /// longer than `longestUnasked` or at least `maximumUnasked` devices are remembered.
     void addUnasked(const QString &device);
 
 private:

@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// How long a box waits before it looks again whether a menu is open.
+/// How long a box waits before it checks again whether a menu is open.
 constexpr std::chrono::milliseconds menuTime(250);
 
 bool isMenuOpen()
@@ -101,7 +101,7 @@ void Pairing::wait(Request request, std::chrono::milliseconds time)
     QTimer::singleShot(time, Qt::PreciseTimer, this, [this, number] { stopWaiting(number); });
 }
 
-/// The pause is not asked for again: refusals of others meanwhile do not make it longer.
+/// The pause is not computed again: refusals of other devices in the meantime do not extend it.
 void Pairing::stopWaiting(int number)
 {
     auto node = waiting.extract(number);

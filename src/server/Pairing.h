@@ -12,9 +12,9 @@
 #include <functional>
 #include <map>
 
-/// Decides which devices are accepted, and asks the user where that needs the user's word.
+/// Decides which devices are accepted, and asks the user where the user has to decide.
 ///
-/// A question runs an event loop of its own, so any member may be called while another one runs.
+/// A question runs its own event loop, so any member may be called while another one runs.
 class Pairing : public QObject
 {
     Q_OBJECT
@@ -33,26 +33,26 @@ public:
     using Question =
         std::function<void(const QString &name, const std::function<void(bool)> &answered)>;
 
-    /// Questions that are open, or that wait until the user may be asked again.
+    /// The limit of questions that are open or that wait until the user may be asked again.
     static constexpr int maximumQuestions = 16;
 
     /// Reads the paired devices from the settings into the list.
-    /// \param needsApproval whether unknown devices need the user's word; read at each decision
-    /// \param question if there is none, the user's word is no
+    /// \param needsApproval whether the user decides about unknown devices; read at each decision
+    /// \param question if it is empty, devices that need it are refused
     Pairing(QStringList &pairedDevices, const bool &needsApproval, Question question);
     /// Stores the paired devices.
     void store() const { devices.store(); }
 
-    /// The silent decision: known devices are accepted, and without approval unknown ones too,
-    /// which are then known.
+    /// The silent decision: known devices are accepted. If no approval is needed, unknown ones are
+    /// accepted too and are known from then on.
     bool isPresent(const QString &device);
-    /// The full decision, before it returns: asks the user where isPresent() does not decide.
+    /// The full decision, made before this returns: asks the user if isPresent() returns false.
     /// Beyond `maximumQuestions` the answer is no.
     void decide(const Request &request);
-    /// The same, but a device that was refused may have to wait before the user is asked again, and
-    /// no box is opened over an open menu, which it would close. Does not wait itself.
+    /// The same, but a refused device may have to wait before the user is asked again, and no box
+    /// is opened while a menu is open, which it would close. Returns without waiting.
     void decideInTime(Request request);
-    /// Says no to all that wait. Called when the program ends.
+    /// Refuses all that wait. Called when the program ends.
     void refuseWaiting();
 
 private:

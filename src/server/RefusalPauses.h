@@ -9,29 +9,30 @@
 #include <chrono>
 
 /// How long a device that asks to be paired has to wait before the user is asked, because the user
-/// has refused before. A device that asks again and again would otherwise keep the user busy.
+/// has refused earlier requests. Otherwise a device that keeps asking would keep the user busy.
 ///
 /// A refused device waits one second, and twice as long after each further refusal. A device may
-/// take a new identifier each time, so after a row of refusals everyone waits likewise. The times
-/// are the caller's.
+/// use a new identifier each time, so after several refusals in a row every device waits. The
+/// caller passes the current time.
 class RefusalPauses
 {
 public:
     using Clock = std::chrono::steady_clock;
 
     static constexpr std::chrono::seconds longest{10};
-    /// Refusals in a row that make nobody else wait.
+    /// The number of refusals in a row after which other devices do not wait yet.
     static constexpr int refusalsOfOthers = 3;
-    /// A row ends when the user has refused nobody for that long.
+    /// A row of refusals ends when the user has refused nobody for this long.
     static constexpr std::chrono::minutes rowEnds{1};
-    /// Devices whose refusals are remembered; of more, the one refused longest ago is forgotten.
+    /// The number of devices whose refusals are remembered. Beyond it, the one refused longest ago
+    /// is forgotten.
     static constexpr qsizetype maximumDevices = 64;
 
-    /// 0 when the user may be asked at once; `longest` at most.
+    /// 0 if the user may be asked at once; `longest` at most.
     std::chrono::milliseconds pause(const QString &device, Clock::time_point now) const;
 
     void refused(const QString &device, Clock::time_point now);
-    /// The user welcomes devices: nobody waits because of others any longer.
+    /// The user has accepted a device: no device waits any longer because of others.
     void accepted(const QString &device);
 
 private:

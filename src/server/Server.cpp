@@ -22,10 +22,11 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int maximumPending = 30;
-/// Connections that are taken before the others have their turn: less than a millisecond's work.
+/// Connections that are accepted before the others have their turn: less than a millisecond of
+/// work.
 constexpr int maximumAcceptedInTurn = 8;
-/// Connections that the system completes while nobody accepts: a crowd that comes at once would
-/// otherwise be put off for a second and more.
+/// Connections that the system completes before they are accepted. With fewer, a crowd that
+/// connects at once would be delayed by a second and more.
 constexpr int backlog = 1024;
 
 } // namespace
@@ -43,7 +44,7 @@ Server::Server(QObject *parent, ServerAdapters adapters)
         std::make_unique<InteractionManager>(new InteractionManagerMac(std::move(adapters.events)));
     applicationManager = std::make_unique<TKApplicationManager>(
         new TKApplicationManagerMac(interactionManager.get(), std::move(adapters.applications)));
-    // A proxy of the desktop is meant for connections to the outside.
+    // The desktop's proxy is meant for outgoing connections.
     setProxy(QNetworkProxy::NoProxy);
     setListenBacklogSize(backlog);
 }
@@ -59,7 +60,7 @@ Server::~Server()
 bool Server::startServer()
 {
     areDescriptorsScarce = false;
-    // A run that was stopped while it accepted no more leaves a queue without a place.
+    // If the server was stopped while it did not accept, its queue still has no room.
     setMaxPendingConnections(maximumPending);
     if (!listen(QHostAddress(QHostAddress::AnyIPv4), 0)) {
         close();
@@ -98,26 +99,27 @@ bool Server::pairingRequestForDevice(QString device, QString name)
 void Server::incomingConnection(qintptr descriptor)
 {
     platform::tuneAcceptedSocket(descriptor);
-    // The toolkit takes connections until its queue is full or none is left, and spins when the
-    // system refuses one for want of descriptors. A queue without a place makes it stop.
+    // The toolkit accepts connections until its queue is full or none is left, and spins when the
+    // system refuses one because descriptors have run out. A queue without room makes it stop.
     if (acceptedInTurn++ == 0) {
         acceptInNextTurn();
     }
-    // The system hands out the lowest free number: it shows what the budget has not heard of.
+    // The system uses the lowest free number, which also shows descriptors that the budget does not
+    // know.
     areDescriptorsScarce =
         platform::descriptorsLeftAfter(descriptor) < DescriptorBudget::connectionReserve;
     setMaxPendingConnections(mayAccept(1) ? maximumPending : 0);
     QTcpServer::incomingConnection(descriptor);
 }
 
-/// One more connection, besides `further` ones that are not counted yet.
+/// Whether one more connection may be accepted, besides `further` ones that are not counted yet.
 bool Server::mayAccept(int further) const
 {
     return acceptedInTurn < maximumAcceptedInTurn && !areDescriptorsScarce &&
            resources.descriptors.hasRoomForConnections(further + 1);
 }
 
-/// The event loop looks after the connections before that.
+/// The event loop serves the other connections before that.
 void Server::acceptInNextTurn()
 {
     QMetaObject::invokeMethod(
@@ -160,13 +162,12 @@ void Server::clientDisconnected()
 
 void Server::showFile(QString filename)
 {
-    // By design: the name is not encoded, so a "%", "?" or "#" in it counts as it does in an
-    // address.
+    // By design: the name is not encoded, so a "%", "?" or "#" in it has its meaning in an address.
     opener.open(u"file://"_s + filename);
 }
 
-/// Files that are still arriving are closed with what they have. The last answers, such as those to
-/// questions that the end has refused, still wait for an event loop.
+/// Files that are still arriving are closed as they are. The last answers, such as those to
+/// questions that were refused at the end, still have to be sent.
 void Server::endConnections()
 {
     for (QTcpSocket *socket : findChildren<QTcpSocket *>()) {

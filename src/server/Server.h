@@ -25,8 +25,8 @@ class TKApplicationManager;
 /// commands of every connection.
 ///
 /// Pairing is recognition, not protection: commands are carried out for every connection, paired or
-/// not. Everything runs on the thread of the event loop; the pairing dialog runs an event loop of
-/// its own, in which all connections are served.
+/// not. Everything runs on the thread of the event loop; the pairing dialog runs its own event
+/// loop, in which all connections are served.
 class Server : public QTcpServer
 {
     Q_OBJECT
@@ -37,23 +37,23 @@ public:
     /// Stores the paired devices and ends every connection.
     ~Server() override;
 
-    /// False when the system gives no port. Must not be called while the server runs.
+    /// Returns false if no port is available. Must not be called while the server runs.
     bool startServer();
-    /// Ends listening and advertising. Connections go on until their peers leave.
+    /// Stops listening and advertising. Connections stay until their peers disconnect.
     void stopServer();
-    /// Whether unknown devices need the user's word; in force from the next request on.
+    /// Sets whether the user decides about unknown devices, from the next request on.
     void setNeedsPairingApproval(bool needed);
 
-    /// The silent decision: known devices are accepted, and without approval unknown ones too,
-    /// which are then known.
+    /// The silent decision: known devices are accepted. If no approval is needed, unknown ones are
+    /// accepted too and are known from then on.
     bool deviceIsPresent(QString device);
-    /// The full decision: asks the user where deviceIsPresent() does not decide. At most 16
-    /// questions are open or wait at once; further ones are answered by no.
+    /// The full decision: asks the user if deviceIsPresent() returns false. At most 16 questions
+    /// are open or waiting; further devices are refused.
     bool pairingRequestForDevice(QString device, QString name);
 
 signals:
     void error(QTcpSocket::SocketError socketError);
-    /// By design: false as soon as any one client leaves, even while others remain.
+    /// By design: false as soon as any client disconnects, even while others remain.
     void clientConnected(bool connected);
 
 protected:
@@ -97,9 +97,9 @@ private:
     std::unique_ptr<platform::Clipboard> clipboard;
     std::unique_ptr<platform::Screens> screens;
     Opener opener;
-    ConnectionResources resources; // outlive the connections, which the destructor ends
+    ConnectionResources resources; // must outlive the connections, which the destructor ends
     int acceptedInTurn = 0;
     bool areDescriptorsScarce = false;          // until a connection ends
-    std::weak_ptr<const SharedText> latestText; // of the clipboard, as a connection holds it
-    QString foundText;                          // that latestText was found equal to in this turn
+    std::weak_ptr<const SharedText> latestText; // of the clipboard, if a connection holds it
+    QString foundText;                          // the text found equal to latestText in this turn
 };

@@ -14,11 +14,11 @@
 
 #include <memory>
 
-/// What a server needs of its host and of its user. All of it is required, except for the question.
+/// What a server needs from its host and its user. Everything but the question is required.
 struct ServerAdapters
 {
-    /// Those of the running session. Without a question the user is not asked: what needs the
-    /// user's word is refused.
+    /// The adapters of the running session. Without a question, devices that need the user's
+    /// approval are refused.
     static ServerAdapters ofHost(Pairing::Question question = {});
 
     std::unique_ptr<platform::EventServices> events;

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// What each command of a handheld does.
+// What each command does.
 
 #include "interaction/InteractionManager.h"
 #include "messages/Messages.h"
@@ -65,8 +65,8 @@ void Server::serveClient()
     }
 }
 
-/// An answer goes into the connection's own map, so it carries the request and all that earlier
-/// messages left there.
+/// An answer goes into the connection's own map, so it contains the request and all that earlier
+/// messages have left there.
 void Server::answer(ClientHandler &client, const QString &response)
 {
     client.token.insert(u"serverResponse"_s, response);
@@ -77,7 +77,7 @@ void Server::servePairing(ClientHandler &client)
 {
     const QStringList request = parameters(client);
     client.deviceName = request.value(1);
-    // The device may leave while the user is being asked.
+    // The device may disconnect while the user is asked.
     pairing.decideInTime(
         {request.value(0), request.value(1), [present = QPointer(&client)](bool isAccepted) {
              Messages::warning({isAccepted ? u"Device Connected"_s : u"Device Rejected !!"_s});
@@ -105,8 +105,8 @@ void Server::serveText(ClientHandler &client)
 
 void Server::serveClipboardRequest(ClientHandler &client)
 {
-    // The text may come later, and the device may be gone by then. A command that came in between
-    // would change the map that the answer is made of.
+    // The text may arrive later, and the device may be gone by then. A command in between would
+    // change the map that the answer is made from.
     client.pauseReading();
     clipboard->requestText(
         [this, present = QPointer(&client)](const std::optional<QString> &found) {
@@ -124,7 +124,7 @@ void Server::serveClipboardRequest(ClientHandler &client)
         });
 }
 
-/// The same text is in memory once, however many connections have asked for it.
+/// Keeps the same text in memory only once, however many connections have asked for it.
 std::shared_ptr<const SharedText> Server::shared(const QString &text)
 {
     std::shared_ptr<const SharedText> latest = latestText.lock();
@@ -134,7 +134,7 @@ std::shared_ptr<const SharedText> Server::shared(const QString &text)
         latestText = latest;
     }
     if (!isFoundSame) {
-        // Comparing a long text takes milliseconds, and all who wait get this one now.
+        // Comparing a long text takes milliseconds, and all waiting connections get this one now.
         foundText = text;
         QMetaObject::invokeMethod(
             this, [this] { foundText = QString(); }, Qt::QueuedConnection);
@@ -149,7 +149,7 @@ void Server::serveFile(ClientHandler &client)
     const quint64 size = request.value(1).toULongLong();
     Messages::warning(
         {tr("Received request to save file: "), fileName, tr(" of size "), QString::number(size)});
-    // Before the answer: the peer sends the file as soon as it has it.
+    // Before the answer: the peer sends the file as soon as it has received that.
     client.setFileToTransfer(fileName, size);
     Messages::debug({Messages::quoted(tr("Asked the client to start the file transfer..."))});
     answer(client, u"START_BINARY_TRANSFER"_s);
@@ -158,7 +158,7 @@ void Server::serveFile(ClientHandler &client)
 void Server::serveServerInfo(ClientHandler &client)
 {
     const QSize size = screens->desktopSize();
-    // By design: the height comes first, and the platform's name is the same everywhere.
+    // By design: the height comes first, and the platform's name is the same on every system.
     setParameters(client,
                   {QString::number(size.height()), QString::number(size.width()), u"MAC-OSX"_s});
     answer(client, u"OK"_s);
@@ -169,10 +169,10 @@ void Server::serveKeyboard(ClientHandler &client)
     interactionManager->keyboardTapKeyEvent(functionCommand(client));
 }
 
-/// By design: known, and without effect.
+/// By design: a known command without effect.
 void Server::serveApplication(ClientHandler &) {}
 
-/// By design: what is not a number reads as 0, so a command without a usable code clicks.
+/// By design: anything that is not a number reads as 0, so a command without a valid code clicks.
 void Server::serveMouse(ClientHandler &client)
 {
     switch (functionCommand(client).toInt()) {

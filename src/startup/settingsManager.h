@@ -3,13 +3,13 @@
 
 #pragma once
 
-/// How the host system is told to start this program at logon. The base does nothing.
+/// Makes the host system start this program at logon, or not. The base class does nothing.
 class settingsManager
 {
 public:
     virtual void startAtLogon(bool) {}
 
 protected:
-    // Not virtual: objects are made and freed as what they are.
+    // Not virtual: objects are never deleted through this class.
     ~settingsManager() = default;
 };

@@ -12,8 +12,8 @@
 /// Keeps this program in the user's list of login items, or out of it.
 ///
 /// By design: an entry counts as ours when its path contains the name of our bundle anywhere, in
-/// any letter case; only the first such entry counts. Where the host reads that list no longer, its
-/// current means is told as well.
+/// any letter case; only the first such entry counts. On hosts that no longer read that list, their
+/// current mechanism is set as well.
 class settingsManagerMac final : public settingsManager
 {
 public:
@@ -21,7 +21,7 @@ public:
         std::unique_ptr<platform::LoginItems> loginItems = platform::makeLoginItems(),
         std::unique_ptr<platform::SessionStart> start = platform::makeSessionStart());
 
-    /// Writes nothing when the list is as asked already.
+    /// Writes nothing if the list is already as requested.
     void startAtLogon(bool enable) override;
 
 private:
