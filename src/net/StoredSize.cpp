@@ -3,6 +3,8 @@
 
 #include "net/StoredSize.h"
 
+#include "net/TextMemory.h"
+
 #include <QStringList>
 
 namespace {
@@ -11,27 +13,19 @@ namespace {
 /// are half full at worst.
 constexpr qsizetype entryOverhead = 256;
 
-/// What the system's allocator and the toolkit put around the characters of a text.
-constexpr qsizetype textOverhead = 32;
-
-qsizetype textMemory(const QString &text)
-{
-    return textOverhead + text.size() * qsizetype(sizeof(QChar));
-}
-
 } // namespace
 
 /// On the wire, a character is one byte, and a list item also takes its separator.
 StoredSize::Size StoredSize::sizeOf(const QString &key, const QVariant &value)
 {
-    Size size = {key.size(), entryOverhead + textMemory(key)};
+    Size size = {key.size(), entryOverhead + textMemory(key.size())};
     if (value.typeId() != QMetaType::QStringList) {
         const QString text = value.toString();
-        return {size.wire + text.size(), size.memory + textMemory(text)};
+        return {size.wire + text.size(), size.memory + textMemory(text.size())};
     }
     for (const QString &item : value.toStringList()) {
         size.wire += item.size() + 2;
-        size.memory += qsizetype(sizeof(QString)) + textMemory(item);
+        size.memory += qsizetype(sizeof(QString)) + textMemory(item.size());
     }
     return size;
 }

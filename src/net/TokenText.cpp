@@ -3,6 +3,8 @@
 
 #include "net/TokenText.h"
 
+#include "net/TextMemory.h"
+
 #include <algorithm>
 #include <limits>
 #include <utility>
@@ -169,7 +171,6 @@ Reading read(QByteArrayView chunk, const EntryVisitor &visit)
 
 qsizetype Reader::memory() const
 {
-    constexpr qsizetype textOverhead = 32;
     const qsizetype characters = found.text.size() + body.size() + listText.size();
     // What the items hold is part of the list's text.
     return chunk.size() + (characters + listText.size()) * qsizetype(sizeof(QChar)) +
