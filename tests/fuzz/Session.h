@@ -3,8 +3,8 @@
 
 #pragma once
 
-#include "ConnectionModel.h"
-#include "DownloadScene.h"
+#include "fuzz/ConnectionModel.h"
+#include "fuzz/DownloadScene.h"
 #include "support/MessageRecorder.h"
 
 #include <QGuiApplication>
