@@ -37,7 +37,7 @@ test_packages() {
     demo_packages
     mac_check_packages
     printf '%s\n' avahi-daemon avahi-utils clang clang-format-16 desktop-file-utils dex fish git \
-        libclang-rt-14-dev libfaketime libglib2.0-bin man-db mandoc poppler-utils \
+        libclang-rt-14-dev libfaketime libglib2.0-bin lld man-db mandoc poppler-utils \
         python3 shellcheck socat tmux wmctrl xclip zsh
 }
 

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "ConnectionModel.h"
+#include "fuzz/ConnectionModel.h"
 
-#include "NaiveDownload.h"
-#include "NaiveShortcut.h"
+#include "fuzz/NaiveDownload.h"
+#include "fuzz/NaiveShortcut.h"
 #include "unit/net/NaiveTokenReader.h"
 
 #include <QUrl>
@@ -15,6 +15,8 @@
 #include <vector>
 
 #include <unistd.h>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -85,7 +87,7 @@ void ConnectionModel::leave()
 
 void ConnectionModel::end()
 {
-    deeds.messages.append("warning: Device Disconnected ");
+    deeds.messages.append(u"warning: Device Disconnected "_s);
     isOpen = false;
     closeFile();
 }
@@ -123,10 +125,10 @@ bool ConnectionModel::readToken(const QByteArray &bytes)
     using NaiveTokenReader::Outcome;
     const NaiveTokenReader::Result result = NaiveTokenReader::read(bytes.toStdString());
     if (result.outcome == Outcome::Bad) {
-        deeds.messages.append("debug: Bad token :  \"" + latin(result.collapsedText) + "\" ");
+        deeds.messages.append(u"debug: Bad token :  \""_s + latin(result.collapsedText) + u"\" "_s);
     }
     if (result.outcome == Outcome::Fixed) {
-        deeds.messages.append("debug: Fix token... ");
+        deeds.messages.append(u"debug: Fix token... "_s);
     }
     for (const auto &[key, value] : result.entries) {
         token[latin(key)] = variant(value);
@@ -136,24 +138,24 @@ bool ConnectionModel::readToken(const QByteArray &bytes)
 
 void ConnectionModel::dispatch()
 {
-    const QString command = text("cmdType");
-    if (command == "SERVER_PAIR") {
+    const QString command = text(u"cmdType"_s);
+    if (command == "SERVER_PAIR"_L1) {
         pair();
-    } else if (command == "URL_OPEN") {
+    } else if (command == "URL_OPEN"_L1) {
         openAddress();
-    } else if (command == "TEXT_TRANSFER_AND_OPEN") {
+    } else if (command == "TEXT_TRANSFER_AND_OPEN"_L1) {
         takeText();
-    } else if (command == "SERVER_CLIPBOARD_REQUEST" && isClipboardSlow) {
+    } else if (command == "SERVER_CLIPBOARD_REQUEST"_L1 && isClipboardSlow) {
         waitsForClipboard = true;
-    } else if (command == "SERVER_CLIPBOARD_REQUEST") {
+    } else if (command == "SERVER_CLIPBOARD_REQUEST"_L1) {
         answerClipboard(clipboard);
-    } else if (command == "FILE_TRANSFER_AND_OPEN") {
+    } else if (command == "FILE_TRANSFER_AND_OPEN"_L1) {
         startFile();
-    } else if (command == "SERVER_INFO") {
+    } else if (command == "SERVER_INFO"_L1) {
         tellSize();
-    } else if (command == "KEYBOARD_CMD") {
+    } else if (command == "KEYBOARD_CMD"_L1) {
         typeKeys();
-    } else if (command == "MOUSE_CMD") {
+    } else if (command == "MOUSE_CMD"_L1) {
         useMouse();
     }
 }
@@ -182,9 +184,9 @@ QStringList ConnectionModel::list(const QString &key) const
 
 void ConnectionModel::answer(const QString &response)
 {
-    token["serverResponse"] = response;
+    token[u"serverResponse"_s] = response;
     if (unsent > mostUnsent) {
-        deeds.messages.append("debug: The device does not read its answers. ");
+        deeds.messages.append(u"debug: The device does not read its answers. "_s);
         end();
     } else if (!hasPeerLeft) {
         deeds.answers.append(token);
@@ -195,26 +197,26 @@ void ConnectionModel::answer(const QString &response)
 void ConnectionModel::pair()
 {
     ++deviceCount;
-    deviceName = list("cmdParameters").value(1);
-    deeds.messages.append("warning: Device Connected ");
-    answer("OK");
+    deviceName = list(u"cmdParameters"_s).value(1);
+    deeds.messages.append(u"warning: Device Connected "_s);
+    answer(u"OK"_s);
 }
 
 void ConnectionModel::openAddress()
 {
-    const QString address = text("fncCommand");
-    deeds.messages.append("warning: Opening URL:  " + address + ' ');
+    const QString address = text(u"fncCommand"_s);
+    deeds.messages.append(u"warning: Opening URL:  "_s + address + u' ');
     hand(address);
-    answer("OK");
+    answer(u"OK"_s);
 }
 
 /// Time stands still during a session.
 void ConnectionModel::hand(const QString &address)
 {
     if (QUrl(address).toEncoded().startsWith('-')) {
-        deeds.messages.append("warning: Not opened: an address must not begin with \"-\". ");
+        deeds.messages.append(u"warning: Not opened: an address must not begin with \"-\". "_s);
     } else if (openings == mostOpenings) {
-        deeds.messages.append("warning: Not opened: too many addresses and files at once. ");
+        deeds.messages.append(u"warning: Not opened: too many addresses and files at once. "_s);
     } else {
         ++openings;
         deeds.openedAddresses.append(address);
@@ -223,18 +225,18 @@ void ConnectionModel::hand(const QString &address)
 
 void ConnectionModel::takeText()
 {
-    clipboard = text("fncCommand");
-    deeds.messages.append("warning: You have text in clipboard... ");
-    token["fncCommand"] = QString();
-    answer("OK");
+    clipboard = text(u"fncCommand"_s);
+    deeds.messages.append(u"warning: You have text in clipboard... "_s);
+    token[u"fncCommand"_s] = QString();
+    answer(u"OK"_s);
 }
 
 void ConnectionModel::answerClipboard(const std::optional<QString> &content)
 {
     if (content) {
-        token["cmdParameters"] = QStringList(*content);
+        token[u"cmdParameters"_s] = QStringList(*content);
     }
-    answer(content ? "OK" : "ERROR");
+    answer(content ? u"OK"_s : u"ERROR"_s);
 }
 
 void ConnectionModel::answerWaiting(const QString &clipboardText)
@@ -254,45 +256,45 @@ void ConnectionModel::readOn()
 
 void ConnectionModel::tellSize()
 {
-    token["cmdParameters"] = QStringList{QString::number(desktopSize.height()),
-                                         QString::number(desktopSize.width()), "MAC-OSX"};
-    answer("OK");
+    token[u"cmdParameters"_s] = QStringList{QString::number(desktopSize.height()),
+                                            QString::number(desktopSize.width()), u"MAC-OSX"_s};
+    answer(u"OK"_s);
 }
 
 void ConnectionModel::typeKeys()
 {
-    const auto shortcut = NaiveShortcut::parse(text("fncCommand").toLatin1().toStdString());
+    const auto shortcut = NaiveShortcut::parse(text(u"fncCommand"_s).toLatin1().toStdString());
     if (shortcut.isTyped) {
         deeds.calls += 2;
         return;
     }
     if (shortcut.namesAKey) {
-        deeds.messages.append("warning: KeyCode not vailable for  ADDRESS ");
+        deeds.messages.append(u"warning: KeyCode not vailable for  ADDRESS "_s);
     }
-    deeds.messages.append("warning: \"Problem executing the shortcut: \" ");
+    deeds.messages.append(u"warning: \"Problem executing the shortcut: \" "_s);
 }
 
 /// Each click and each move asks for the position, then posts.
 void ConnectionModel::useMouse()
 {
-    const int code = text("fncCommand").toInt();
+    const int code = text(u"fncCommand"_s).toInt();
     const bool isClick = code >= 0 && code <= 3;
-    const bool isMove = code == 4 && list("cmdParameters").size() == 2;
+    const bool isMove = code == 4 && list(u"cmdParameters"_s).size() == 2;
     deeds.calls += isClick || isMove ? 2 : 0;
 }
 
 void ConnectionModel::startFile()
 {
-    const QString name = list("cmdParameters").value(0);
-    const quint64 size = list("cmdParameters").value(1).toULongLong();
-    deeds.messages.append("warning: Received request to save file:  " + name + "  of size  " +
-                          QString::number(size) + ' ');
-    path = realDirectory + '/' + name;
+    const QString name = list(u"cmdParameters"_s).value(0);
+    const quint64 size = list(u"cmdParameters"_s).value(1).toULongLong();
+    deeds.messages.append(u"warning: Received request to save file:  "_s + name + u"  of size  "_s +
+                          QString::number(size) + u' ');
+    path = realDirectory + u'/' + name;
     remaining = static_cast<qint64>(size);
-    deeds.messages.append("debug: File:  \"" + path + "\" ");
+    deeds.messages.append(u"debug: File:  \""_s + path + u"\" "_s);
     openFile(name);
-    deeds.messages.append("debug: \"Asked the client to start the file transfer...\" ");
-    answer("START_BINARY_TRANSFER");
+    deeds.messages.append(u"debug: \"Asked the client to start the file transfer...\" "_s);
+    answer(u"START_BINARY_TRANSFER"_s);
 }
 
 void ConnectionModel::openFile(const QString &name)
@@ -330,7 +332,7 @@ void ConnectionModel::finishFile()
 {
     closeFile();
     deeds.shownFiles.append(path);
-    hand("file://" + path);
+    hand(u"file://"_s + path);
     path.clear();
-    answer("OK");
+    answer(u"OK"_s);
 }

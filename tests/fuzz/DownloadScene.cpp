@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "DownloadScene.h"
+#include "fuzz/DownloadScene.h"
 
-#include "Finding.h"
+#include "fuzz/Finding.h"
 
 #include <algorithm>
 #include <fstream>

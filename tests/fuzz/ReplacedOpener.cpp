@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "ReplacedOpener.h"
+#include "fuzz/ReplacedOpener.h"
 
-#include "Finding.h"
+#include "fuzz/Finding.h"
 
 #include <QDesktopServices>
 #include <QUrl>

@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "Session.h"
+#include "fuzz/Session.h"
 
-#include "Finding.h"
-#include "NaiveTokenWriter.h"
-#include "ReplacedOpener.h"
 #include "doubles/MemorySocket.h"
+#include "fuzz/Finding.h"
+#include "fuzz/NaiveTokenWriter.h"
+#include "fuzz/ReplacedOpener.h"
 #include "net/ClientHandler.h"
 #include "server/Server.h"
 
@@ -32,8 +32,9 @@ QSize desktopSize()
 /// The complaint of a key that is not there shows an address, which is replaced.
 QStringList withoutAddresses(QStringList messages)
 {
-    static const QRegularExpression address("^(warning: KeyCode not vailable for  )0x[0-9a-f]+ $");
-    return messages.replaceInStrings(address, "\\1ADDRESS ");
+    static const QRegularExpression address(
+        u"^(warning: KeyCode not vailable for  )0x[0-9a-f]+ $"_s);
+    return messages.replaceInStrings(address, u"\\1ADDRESS "_s);
 }
 
 /// As the server hands them on: through the toolkit's idea of an address.
@@ -80,8 +81,8 @@ void processEvents(qsizetype bytes = 0)
 World::World(int &argumentCount, char **arguments) : application(argumentCount, arguments)
 {
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, scene.settingsDirectory());
-    QCoreApplication::setOrganizationName("Ostrovane");
-    QCoreApplication::setApplicationName("VornaServer");
+    QCoreApplication::setOrganizationName(u"Ostrovane"_s);
+    QCoreApplication::setApplicationName(u"VornaServer"_s);
     QSettings().setValue("downloadDirectory", scene.serverDirectory());
 }
 
@@ -178,7 +179,7 @@ void Session::answerWaiting()
     }
     // The answer shows the map as it is before anything else is read.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    model.answerWaiting("late");
+    model.answerWaiting(u"late"_s);
     compare();
     deliver({});
     processEvents();

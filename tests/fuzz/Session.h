@@ -3,9 +3,9 @@
 
 #pragma once
 
-#include "ConnectionModel.h"
-#include "DownloadScene.h"
 #include "doubles/RecordingHost.h"
+#include "fuzz/ConnectionModel.h"
+#include "fuzz/DownloadScene.h"
 #include "support/MessageRecorder.h"
 
 #include <QGuiApplication>

@@ -5,7 +5,7 @@
 // that is taken can be written again with the same bytes. Where the ends of the answers are clear,
 // the pieces in which they arrive make no difference.
 
-#include "Finding.h"
+#include "fuzz/Finding.h"
 #include "lib/AnswerReader.h"
 #include "net/TokenText.h"
 

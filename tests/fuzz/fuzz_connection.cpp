@@ -17,8 +17,9 @@
 // After each read the server has done what the model says: tokens announced, answers sent, messages
 // written, files shown; and in the end the files are the same, and nothing else was written.
 
-#include "Finding.h"
-#include "Session.h"
+#include "fuzz/Finding.h"
+#include "fuzz/ScriptedRead.h"
+#include "fuzz/Session.h"
 
 #include <csignal>
 #include <cstddef>
@@ -113,16 +114,12 @@ QByteArray enlarged(const QByteArray &bytes, const Session &session, char contro
 
 void play(Session &session, const QByteArray &input)
 {
-    char control = '|';
     bool wasHuge = false;
-    for (qsizetype begin = 0; begin <= input.size();) {
-        const qsizetype found = input.indexOf('\xff', begin);
-        const qsizetype end = found == -1 ? input.size() : found;
+    for (const ScriptedRead &read : scriptedReads(input, 1)) {
+        const char control = read.control[0];
         prepare(session, control);
         const FileSizeLimit limit(control == 'l' ? smallFile : RLIM_INFINITY);
-        session.receive(enlarged(input.mid(begin, end - begin), session, control, wasHuge));
-        control = end + 1 < input.size() ? input[end + 1] : '|';
-        begin = end + 2;
+        session.receive(enlarged(read.bytes, session, control, wasHuge));
     }
 }
 

@@ -15,9 +15,10 @@
 // always answered; what all hold is counted in full and never more than the limit; whoever else is
 // disconnected has been told why; and in the end nothing is held.
 
-#include "Finding.h"
 #include "doubles/MemorySocket.h"
 #include "doubles/RecordingHost.h"
+#include "fuzz/Finding.h"
+#include "fuzz/ScriptedRead.h"
 #include "net/ClientHandler.h"
 #include "net/ConnectionResources.h"
 #include "server/Server.h"
@@ -32,6 +33,8 @@
 #include <cstdint>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr qint64 memoryLimit = 256 * 1024;
@@ -43,9 +46,9 @@ struct World
 {
     World(int &argumentCount, char **arguments) : application(argumentCount, arguments)
     {
-        QCoreApplication::setOrganizationName("Ostrovane");
-        QCoreApplication::setApplicationName("VornaServer");
-        QSettings().setValue("downloadDirectory", "/nonexistent");
+        QCoreApplication::setOrganizationName(u"Ostrovane"_s);
+        QCoreApplication::setApplicationName(u"VornaServer"_s);
+        QSettings().setValue("downloadDirectory", u"/nonexistent"_s);
     }
 
     QGuiApplication application;
@@ -122,7 +125,7 @@ public:
         qint64 characters = 0;
         if (isConnected()) {
             for (auto entry = handler->token.cbegin(); entry != handler->token.cend(); ++entry) {
-                if (entry.key() != "cmdParameters" && entry.key() != "serverResponse") {
+                if (entry.key() != "cmdParameters"_L1 && entry.key() != "serverResponse"_L1) {
                     for (const QString &text : entry->toStringList()) {
                         characters += text.size();
                     }
@@ -226,12 +229,12 @@ private:
         Finding::require(resources.memory.total() <= memoryLimit, "more is held than may be");
         Finding::require(resources.memory.total() >= least, "less is counted than is held");
         const QStringList warnings = messages.warnings();
-        const qsizetype ended = warnings.count("Device Disconnected ");
+        const qsizetype ended = warnings.count(u"Device Disconnected "_s);
         const QStringList debugs = messages.debugs();
         const qsizetype reasons =
-            debugs.count("The device has stored too much. ") +
-            debugs.count("The device does not read its answers. ") +
-            debugs.count("All devices together have stored too much, and this one most of it. ");
+            debugs.count(u"The device has stored too much. "_s) +
+            debugs.count(u"The device does not read its answers. "_s) +
+            debugs.count(u"All devices together have stored too much, and this one most of it. "_s);
         Finding::requireEqual(ended, reasons, "an end without a reason");
     }
 
@@ -268,17 +271,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const QByteArray input(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
     Crowd crowd;
-    size_t number = 0;
-    char control = '|';
-    for (qsizetype begin = 0; begin <= input.size();) {
-        const qsizetype found = input.indexOf('\xff', begin);
-        const qsizetype end = found == -1 ? input.size() : found;
-        crowd.read(number, control, input.mid(begin, end - begin));
-        if (end + 2 < input.size()) {
-            number = static_cast<uint8_t>(input[end + 1]) % 4;
-            control = input[end + 2];
-        }
-        begin = end + 3;
+    for (const ScriptedRead &read : scriptedReads(input, 2)) {
+        crowd.read(static_cast<uint8_t>(read.control[0]) % 4, read.control[1], read.bytes);
     }
     return 0;
 }

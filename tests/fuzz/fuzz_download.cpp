@@ -8,9 +8,9 @@
 // Each is opened or refused as the naive reading says; in the end the files are the same, and
 // nothing else was written to.
 
-#include "DownloadScene.h"
-#include "Finding.h"
-#include "NaiveDownload.h"
+#include "fuzz/DownloadScene.h"
+#include "fuzz/Finding.h"
+#include "fuzz/NaiveDownload.h"
 #include "net/DownloadFile.h"
 #include "platform/posix/Beneath.h"
 #include "platform/posix/Descriptor.h"

@@ -5,9 +5,9 @@
 // naive parser names and complains as it should; what it keeps of one shortcut can be repeated and
 // has no effect on the next.
 
-#include "Finding.h"
-#include "NaiveShortcut.h"
 #include "doubles/RecordingEventServices.h"
+#include "fuzz/Finding.h"
+#include "fuzz/NaiveShortcut.h"
 #include "interaction/InteractionManagerMac.h"
 #include "support/MessageRecorder.h"
 
@@ -16,13 +16,15 @@
 #include <cstddef>
 #include <cstdint>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// The complaint of a key that is not there shows an address, which is replaced.
 QStringList withoutAddresses(QStringList messages)
 {
-    static const QRegularExpression address("0x[0-9a-f]+ $");
-    return messages.replaceInStrings(address, "ADDRESS ");
+    static const QRegularExpression address(u"0x[0-9a-f]+ $"_s);
+    return messages.replaceInStrings(address, u"ADDRESS "_s);
 }
 
 QStringList complaintsOfATap(const NaiveShortcut::Result &expected)
@@ -32,9 +34,9 @@ QStringList complaintsOfATap(const NaiveShortcut::Result &expected)
     }
     QStringList complaints;
     if (expected.namesAKey) {
-        complaints.append("warning: KeyCode not vailable for  ADDRESS ");
+        complaints.append(u"warning: KeyCode not vailable for  ADDRESS "_s);
     }
-    return complaints << "warning: \"Problem executing the shortcut: \" ";
+    return complaints << u"warning: \"Problem executing the shortcut: \" "_s;
 }
 
 void requireEvents(const EventRecord &record, const NaiveShortcut::Result &expected,
@@ -69,7 +71,7 @@ void repeat(InteractionManagerMac &manager, EventRecord &record,
     record.calls.clear();
     manager.generateKeyEvent(false);
     requireEvents(record, expected, {false});
-    const QStringList complaints{"warning: Problem executing  Key Up "};
+    const QStringList complaints{u"warning: Problem executing  Key Up "_s};
     Finding::requireEqual(messages.all(), expected.isTyped ? QStringList() : complaints,
                           "other complaints of a repeated key");
 }

@@ -4,8 +4,8 @@
 // The input is one chunk of a connection. The reader visits the entries that the naive reader
 // finds, in their order; the connection stores them, announces the token or not, and says the same.
 
-#include "Finding.h"
 #include "doubles/MemorySocket.h"
+#include "fuzz/Finding.h"
 #include "net/ClientHandler.h"
 #include "support/MessageRecorder.h"
 #include "unit/net/NaiveTokenReader.h"
@@ -13,6 +13,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -70,9 +72,9 @@ QStringList messagesFor(const NaiveTokenReader::Result &naive)
 {
     switch (naive.outcome) {
     case Outcome::Bad:
-        return {"debug: Bad token :  \"" + text(naive.collapsedText) + "\" "};
+        return {u"debug: Bad token :  \""_s + text(naive.collapsedText) + u"\" "_s};
     case Outcome::Fixed:
-        return {"debug: Fix token... "};
+        return {u"debug: Fix token... "_s};
     default:
         return {};
     }

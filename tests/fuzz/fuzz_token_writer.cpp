@@ -6,9 +6,9 @@
 // writer gives, the connection sends it so, and where it has one meaning only the handheld reads
 // the map that was written.
 
-#include "Finding.h"
-#include "NaiveTokenWriter.h"
 #include "doubles/MemorySocket.h"
+#include "fuzz/Finding.h"
+#include "fuzz/NaiveTokenWriter.h"
 #include "lib/AnswerReader.h"
 #include "net/ClientHandler.h"
 
@@ -18,6 +18,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -30,7 +32,7 @@ QVariant valueOf(char kind, const QStringList &texts)
     case 'n':
         return first.toInt();
     case 'b':
-        return first == "true";
+        return first == "true"_L1;
     default:
         return first;
     }
@@ -40,7 +42,7 @@ TokenMap mapOf(const QByteArray &input)
 {
     TokenMap map;
     for (const QByteArray &line : input.split('\n')) {
-        QStringList texts = QString::fromUtf8(line.mid(1)).split('\t');
+        QStringList texts = QString::fromUtf8(line.mid(1)).split(u'\t');
         texts.removeFirst();
         if (!texts.isEmpty()) {
             const QString key = texts.takeFirst();
@@ -57,7 +59,7 @@ QString plainText(const QVariant &value)
     case QMetaType::Int:
         return QString::fromStdString(std::to_string(value.toInt()));
     case QMetaType::Bool:
-        return value.toBool() ? "true" : "false";
+        return value.toBool() ? u"true"_s : u"false"_s;
     default:
         return value.toString();
     }
@@ -92,13 +94,13 @@ bool isLatin(const QString &text)
 
 bool isPlainText(const QString &text)
 {
-    return isLatin(text) && !text.contains('"');
+    return isLatin(text) && !text.contains(u'"');
 }
 
 bool isPlainKey(const QString &key)
 {
-    const bool looksLikeAnEnd = key.startsWith("}{") && key.size() > 2 && key[2] != ' ';
-    return isPlainText(key) && !key.contains(" =") && !looksLikeAnEnd;
+    const bool looksLikeAnEnd = key.startsWith(u"}{"_s) && key.size() > 2 && key[2] != u' ';
+    return isPlainText(key) && !key.contains(u" ="_s) && !looksLikeAnEnd;
 }
 
 /// An item behind another one stands behind a quote, with which its beginning may look like the end
@@ -106,7 +108,7 @@ bool isPlainKey(const QString &key)
 bool looksLikeEnds(const QStringList &items)
 {
     return std::any_of(items.begin() + std::min<qsizetype>(items.size(), 1), items.end(),
-                       [](const QString &item) { return item.startsWith(" );"); });
+                       [](const QString &item) { return item.startsWith(u" );"_s); });
 }
 
 /// True when the written form can be read in one way only.

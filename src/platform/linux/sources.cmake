@@ -57,7 +57,6 @@ set_source_files_properties(platform/linux/InputGuard.cpp PROPERTIES COMPILE_DEF
 add_executable(${VORNA_GUARD_NAME}
   platform/linux/InputGuardProgram.cpp
   platform/linux/XInputDevices.cpp)
-set_target_properties(${VORNA_GUARD_NAME} PROPERTIES AUTOMOC OFF AUTORCC OFF)
 target_include_directories(${VORNA_GUARD_NAME} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
 target_link_libraries(${VORNA_GUARD_NAME} PRIVATE PkgConfig::XCB vorna_flags)
 target_link_options(${VORNA_GUARD_NAME} PRIVATE LINKER:--as-needed)

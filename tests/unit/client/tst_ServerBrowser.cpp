@@ -203,7 +203,6 @@ private:
                   DNSServiceErrorType error = kDNSServiceErr_NoError, uint16_t length = 4);
 
     std::unique_ptr<ServerBrowser> browser;
-    Operation *browse = nullptr;
     QList<ServerAddress> m_found;
     QStringList m_gone;
     QStringList m_failed;

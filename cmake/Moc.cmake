@@ -1,0 +1,26 @@
+# SPDX-FileCopyrightText: 2026 The VornaServer developers
+# SPDX-License-Identifier: MIT
+
+# vorna_moc(TARGET FILE...): runs moc over each file. A source includes its NAME.moc; what a header
+# gives is compiled with the target. CMake's AUTOMOC costs seconds of each target, which is too much
+# for a hundred small ones.
+function(vorna_moc target)
+  set(folder ${CMAKE_CURRENT_BINARY_DIR}/moc/${target})
+  file(MAKE_DIRECTORY ${folder})
+  foreach(path IN LISTS ARGN)
+    cmake_path(ABSOLUTE_PATH path OUTPUT_VARIABLE source)
+    cmake_path(GET source STEM name)
+    if(source MATCHES "\\.h$")
+      set(output ${folder}/moc_${name}.cpp)
+    else()
+      set(output ${folder}/${name}.moc)
+    endif()
+    add_custom_command(OUTPUT ${output}
+      COMMAND Qt6::moc --no-notes ${source} -o ${output}
+      DEPENDS ${source}
+      COMMENT ""
+      VERBATIM)
+    target_sources(${target} PRIVATE ${output})
+  endforeach()
+  target_include_directories(${target} PRIVATE ${folder})
+endfunction()
