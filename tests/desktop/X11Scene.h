@@ -4,7 +4,7 @@
 #pragma once
 
 #include "interaction/KeyTable.h"
-#include "platform/linux/X11EventServices.h"
+#include "platform/linux/input/X11EventServices.h"
 #include "support/InputWatcher.h"
 #include "support/PhysicalKeyboard.h"
 #include "support/Waiting.h"

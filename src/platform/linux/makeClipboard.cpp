@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "platform/ToolkitClipboard.h"
-#include "platform/linux/X11Clipboard.h"
+#include "platform/linux/clipboard/X11Clipboard.h"
 
 #include <QGuiApplication>
 

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "NullEventServices.h"
-#include "X11EventServices.h"
 #include "platform/EventServices.h"
+#include "platform/linux/input/NullEventServices.h"
+#include "platform/linux/input/X11EventServices.h"
 
 #include <QCoreApplication>
 

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "platform/ToolkitScreens.h"
-#include "platform/linux/X11Screens.h"
+#include "platform/linux/session/X11Screens.h"
 
 #include <QGuiApplication>
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "platform/linux/DesktopEntry.h"
-#include "platform/linux/ExecLine.h"
+#include "platform/linux/applications/DesktopEntry.h"
+#include "platform/linux/applications/ExecLine.h"
 
 #include <QFile>
 #include <QRandomGenerator>

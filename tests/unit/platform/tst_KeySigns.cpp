@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "interaction/KeyTable.h"
-#include "platform/linux/KeySigns.h"
+#include "platform/linux/input/KeySigns.h"
 #include "support/KeyboardDrawing.h"
 #include "support/LayoutSigns.h"
 

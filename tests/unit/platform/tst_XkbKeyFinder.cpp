@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "platform/linux/XkbHandles.h"
-#include "platform/linux/XkbKeyFinder.h"
+#include "platform/linux/input/XkbHandles.h"
+#include "platform/linux/input/XkbKeyFinder.h"
 #include "support/KeyboardDrawing.h"
 #include "support/LayoutSigns.h"
 

@@ -1,0 +1,38 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "platform/linux/x11/XcbHandles.h"
+
+#include <QObject>
+
+class QSocketNotifier;
+
+namespace platform {
+
+/// The tray of the X11 system tray protocol: a window that owns a selection.
+class X11TraySelection : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Without an X display there is never an owner.
+    X11TraySelection();
+    ~X11TraySelection() override;
+
+    bool hasOwner() const;
+
+signals:
+    /// Some selection has got an owner.
+    void ownerAppeared();
+
+private:
+    void readEvents();
+
+    int screenNumber = 0;
+    XcbConnection connection;
+    xcb_atom_t selection = XCB_ATOM_NONE;
+};
+
+} // namespace platform
