@@ -14,6 +14,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/applications/XdgDirectories.cpp
   platform/linux/clipboard/X11Clipboard.cpp
   platform/linux/clipboard/X11SelectionReader.cpp
+  platform/linux/factories.cpp
   platform/linux/input/InputGuard.cpp
   platform/linux/input/KeySigns.cpp
   platform/linux/input/ModifierTracker.cpp
@@ -25,17 +26,13 @@ target_sources(vornaserver PRIVATE
   platform/linux/input/X11KeyboardMap.cpp
   platform/linux/input/X11Pointer.cpp
   platform/linux/input/XkbKeyFinder.cpp
-  platform/linux/makeClipboard.cpp
-  platform/linux/makeEventServices.cpp
-  platform/linux/makeScreens.cpp
-  platform/linux/session/ApplicationRuntime.cpp
   platform/linux/session/AvahiWatch.cpp
   platform/linux/session/DesktopNotifications.cpp
   platform/linux/session/DisplayAccess.cpp
-  platform/linux/session/SessionStart.cpp
   platform/linux/session/SettingsFile.cpp
   platform/linux/session/StatusNotifierHosts.cpp
   platform/linux/session/TrayHost.cpp
+  platform/linux/session/TrayWatch.h
   platform/linux/session/X11Screens.cpp
   platform/linux/session/X11TraySelection.cpp
   platform/linux/session/XdgAutostart.cpp

@@ -51,9 +51,4 @@ QString DesktopEntryBridge::applicationFile(const QString &identifier) const
     return type.isEmpty() ? QString() : defaultApplication(type, directories);
 }
 
-std::unique_ptr<ScriptingBridge> makeScriptingBridge()
-{
-    return std::make_unique<DesktopEntryBridge>(XdgDirectories::fromEnvironment());
-}
-
 } // namespace platform

@@ -6,7 +6,6 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingReply>
-#include <QSystemTrayIcon>
 
 #include <limits>
 #include <utility>
@@ -99,16 +98,6 @@ void DesktopNotifications::forget()
     delete question;
     onTheWay = 0;
     isKnown = false;
-}
-
-std::unique_ptr<NotificationDaemon> watchNotificationDaemon(const QSystemTrayIcon &icon,
-                                                            std::function<void()> ready)
-{
-    // An icon that is a window of ours has balloons that are windows of ours.
-    if (icon.geometry().isValid()) {
-        return nullptr;
-    }
-    return std::make_unique<DesktopNotifications>(std::move(ready));
 }
 
 } // namespace platform

@@ -39,7 +39,7 @@ StatusNotifierHosts::StatusNotifierHosts()
                 this, SIGNAL(appeared()));
 }
 
-bool StatusNotifierHosts::hasHost() const
+bool StatusNotifierHosts::hasTray() const
 {
     QDBusMessage question = QDBusMessage::createMethodCall(
         watcherName(), watcherPath(), u"org.freedesktop.DBus.Properties"_s, u"Get"_s);

@@ -3,24 +3,20 @@
 
 #pragma once
 
-#include <QObject>
+#include "platform/linux/session/TrayWatch.h"
 
 namespace platform {
 
 /// The trays of the StatusNotifierItem protocol, known by a watcher on the session bus.
-class StatusNotifierHosts : public QObject
+class StatusNotifierHosts final : public TrayWatch
 {
     Q_OBJECT
 
 public:
     StatusNotifierHosts();
 
-    /// True when the watcher says that a host shows items.
-    bool hasHost() const;
-
-signals:
-    /// The watcher, or a host of it, has appeared.
-    void appeared();
+    /// Whether the watcher on the bus says that a host shows items.
+    bool hasTray() const override;
 };
 
 } // namespace platform

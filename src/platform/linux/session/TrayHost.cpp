@@ -3,28 +3,32 @@
 
 #include "platform/TrayHost.h"
 
-#include "platform/linux/session/StatusNotifierHosts.h"
-#include "platform/linux/session/X11TraySelection.h"
+#include "platform/linux/session/TrayWatch.h"
 
 #include <QEventLoop>
 #include <QTimer>
+
+#include <algorithm>
 
 namespace platform {
 
 void waitForTrayHost(std::chrono::milliseconds limit)
 {
-    const StatusNotifierHosts hosts;
-    const X11TraySelection selection;
+    const auto watches = makeTrayWatches();
+    const auto hasTray = [&watches] {
+        return std::ranges::any_of(watches, [](const auto &watch) { return watch->hasTray(); });
+    };
     QEventLoop loop;
     const auto stopWhenShown = [&] {
-        if (hosts.hasHost() || selection.hasOwner()) {
+        if (hasTray()) {
             loop.quit();
         }
     };
-    // Watched before the first look, so that nothing appears in between unseen.
-    QObject::connect(&hosts, &StatusNotifierHosts::appeared, &loop, stopWhenShown);
-    QObject::connect(&selection, &X11TraySelection::ownerAppeared, &loop, stopWhenShown);
-    if (hosts.hasHost() || selection.hasOwner()) {
+    // Watched before the first look, so that no tray that appears in between is missed.
+    for (const auto &watch : watches) {
+        QObject::connect(watch.get(), &TrayWatch::appeared, &loop, stopWhenShown);
+    }
+    if (hasTray()) {
         return;
     }
     QTimer::singleShot(limit, &loop, &QEventLoop::quit);

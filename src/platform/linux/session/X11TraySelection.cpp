@@ -31,7 +31,7 @@ X11TraySelection::X11TraySelection() : connection(xcb_connect(nullptr, &screenNu
 
 X11TraySelection::~X11TraySelection() = default;
 
-bool X11TraySelection::hasOwner() const
+bool X11TraySelection::hasTray() const
 {
     if (selection == XCB_ATOM_NONE) {
         return false;
@@ -46,7 +46,7 @@ void X11TraySelection::readEvents()
 {
     while (const auto event = XcbOwned<xcb_generic_event_t>(xcb_poll_for_event(connection.get()))) {
         if ((event->response_type & 0x7f) == XCB_CLIENT_MESSAGE) {
-            emit ownerAppeared();
+            emit appeared();
         }
     }
 }

@@ -3,16 +3,15 @@
 
 #pragma once
 
+#include "platform/linux/session/TrayWatch.h"
 #include "platform/linux/x11/XcbHandles.h"
-
-#include <QObject>
 
 class QSocketNotifier;
 
 namespace platform {
 
 /// The tray of the X11 system tray protocol: a window that owns a selection.
-class X11TraySelection : public QObject
+class X11TraySelection final : public TrayWatch
 {
     Q_OBJECT
 
@@ -21,11 +20,8 @@ public:
     X11TraySelection();
     ~X11TraySelection() override;
 
-    bool hasOwner() const;
-
-signals:
-    /// Some selection has got an owner.
-    void ownerAppeared();
+    /// Whether the selection has an owner.
+    bool hasTray() const override;
 
 private:
     void readEvents();

@@ -4,7 +4,6 @@
 #include "platform/linux/session/XdgAutostart.h"
 
 #include "platform/linux/applications/DesktopEntry.h"
-#include "platform/linux/applications/XdgDirectories.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -89,12 +88,6 @@ void XdgAutostart::write(Entry &entry) const
         file.write(DesktopEntry::autostartText(programName, entry.path)) > 0 && file.commit()) {
         entry.fileName = file.fileName();
     }
-}
-
-std::unique_ptr<LoginItems> makeLoginItems()
-{
-    const QString config = XdgDirectories::fromEnvironment().configHome;
-    return std::make_unique<XdgAutostart>(config + "/autostart"_L1);
 }
 
 } // namespace platform
