@@ -16,7 +16,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/clipboard/X11SelectionReader.cpp
   platform/linux/factories.cpp
   platform/linux/input/InputGuard.cpp
-  platform/linux/input/KeySigns.cpp
+  platform/linux/input/KeySymbols.cpp
   platform/linux/input/ModifierTracker.cpp
   platform/linux/input/NullEventServices.cpp
   platform/linux/input/ReleaseLedger.cpp

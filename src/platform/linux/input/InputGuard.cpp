@@ -79,7 +79,7 @@ pid_t spawn(const QString &program, const OpenFiles &files, std::array<std::stri
 
 } // namespace
 
-InputGuard::InputGuard(int memory, std::uint32_t sign)
+InputGuard::InputGuard(int memory, std::uint32_t marker)
 {
     const QString program = guardProgram();
     std::array<int, 2> pipe{};
@@ -92,7 +92,7 @@ InputGuard::InputGuard(int memory, std::uint32_t sign)
     close(pipe[0]);
     lifeline = pipe[1];
     process = spawn(program, OpenFiles(memory, watched),
-                    {std::to_string(memory), std::to_string(watched), std::to_string(sign),
+                    {std::to_string(memory), std::to_string(watched), std::to_string(marker),
                      std::to_string(getpid())});
     close(watched);
 }

@@ -16,9 +16,10 @@ namespace platform {
 class InputGuard
 {
 public:
-    /// `memory` is the descriptor of the shared memory. `sign` is a window of the connection whose
-    /// keys are guarded: when it goes, the X server has taken all that the connection brought.
-    InputGuard(int memory, std::uint32_t sign);
+    /// `memory` is the descriptor of the shared memory. `marker` is a window of the connection
+    /// whose keys are guarded: when it goes, the X server has taken all that the connection
+    /// brought.
+    InputGuard(int memory, std::uint32_t marker);
     /// Ends the guard; what is to be released must be released by now.
     ~InputGuard();
     InputGuard(const InputGuard &) = delete;

@@ -48,7 +48,7 @@ struct Arguments
 {
     int memory = -1;
     int pipe = -1;
-    std::uint32_t sign = 0;
+    std::uint32_t marker = 0;
     pid_t server = 0;
 };
 
@@ -63,7 +63,7 @@ std::optional<Arguments> readArguments(int count, char **words)
 {
     Arguments given;
     const bool areWell = count == 5 && read(words[1], given.memory) && read(words[2], given.pipe) &&
-                         read(words[3], given.sign) && read(words[4], given.server);
+                         read(words[3], given.marker) && read(words[4], given.server);
     return areWell ? std::optional(given) : std::nullopt;
 }
 
@@ -118,7 +118,7 @@ public:
         , arguments(given)
     {
         const std::uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-        xcb_change_window_attributes(connection, arguments.sign, XCB_CW_EVENT_MASK, &structure);
+        xcb_change_window_attributes(connection, arguments.marker, XCB_CW_EVENT_MASK, &structure);
         xcb_flush(connection);
     }
 
@@ -126,7 +126,7 @@ public:
     /// left that could be released.
     bool wait()
     {
-        while (takeInEvents() && !isSignGone && timeLeft() > 0s) {
+        while (takeInEvents() && !isMarkerGone && timeLeft() > 0s) {
             waitForNews();
         }
         return !xcb_connection_has_error(connection);
@@ -138,7 +138,7 @@ private:
         while (const auto event = xcbOwned(xcb_poll_for_event(connection))) {
             // An error says that the window had gone before it could be watched.
             const int type = event->response_type & 0x7f;
-            isSignGone = isSignGone || type == XCB_DESTROY_NOTIFY || type == 0;
+            isMarkerGone = isMarkerGone || type == XCB_DESTROY_NOTIFY || type == 0;
         }
         return !xcb_connection_has_error(connection);
     }
@@ -167,7 +167,7 @@ private:
     xcb_connection_t *connection;
     const Arguments &arguments;
     std::optional<Clock::time_point> serverEnd;
-    bool isSignGone = false;
+    bool isMarkerGone = false;
 };
 
 using Bits = std::array<std::uint8_t, 32>;

@@ -46,13 +46,13 @@ X11EventServices::~X11EventServices()
 void X11EventServices::startGuard()
 {
     // It is never shown. It goes with the connection.
-    const xcb_window_t sign = xcb_generate_id(display.connection());
+    const xcb_window_t marker = xcb_generate_id(display.connection());
     const std::uint32_t isUnmanaged = 1;
-    xcb_create_window(display.connection(), XCB_COPY_FROM_PARENT, sign, display.root(), 0, 0, 1, 1,
-                      0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
+    xcb_create_window(display.connection(), XCB_COPY_FROM_PARENT, marker, display.root(), 0, 0, 1,
+                      1, 0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
                       XCB_CW_OVERRIDE_REDIRECT, &isUnmanaged);
     waitUntilServerIsDone(display.connection());
-    guard = std::make_unique<InputGuard>(held.descriptor(), sign);
+    guard = std::make_unique<InputGuard>(held.descriptor(), marker);
 }
 
 Location X11EventServices::pointerLocation()

@@ -27,7 +27,7 @@ public:
     /// Takes in an event of the connection; false when it is not about the keyboard.
     bool handleEvent(const xcb_generic_event_t *event);
 
-    /// Presses the key with exactly the modifiers that the flags name, and those that its sign
+    /// Presses the key with exactly the modifiers that the flags name, and those that its keysym
     /// needs (XkbKeyFinder::key).
     ///
     /// Modifiers that the user happens to hold are released where they would change the result.

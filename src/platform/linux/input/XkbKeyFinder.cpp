@@ -3,7 +3,7 @@
 
 #include "platform/linux/input/XkbKeyFinder.h"
 
-#include "platform/linux/input/KeySigns.h"
+#include "platform/linux/input/KeySymbols.h"
 #include "platform/linux/input/XkbHandles.h"
 
 #include <algorithm>
@@ -16,8 +16,8 @@ namespace {
 
 constexpr ModifierMask shiftLockControl = 0b111;
 
-/// One of the signs of a layout's keys: what must be pressed and held for it.
-struct Bearer
+/// A keysym of the layout, and what must be pressed and held to produce it.
+struct Candidate
 {
     xkb_keysym_t keysym = XKB_KEY_NoSymbol;
     FoundKey key;
@@ -37,7 +37,7 @@ template <typename Action> void forEachKey(xkb_keymap *keymap, Action action)
     }
 }
 
-/// The symbol of a level; levels with several at once are nobody's sign.
+/// The keysym of a level; none for a level that produces several at once.
 xkb_keysym_t keysymAt(xkb_keymap *keymap, std::uint8_t keycode, std::uint32_t group,
                       xkb_level_index_t level)
 {
@@ -46,7 +46,7 @@ xkb_keysym_t keysymAt(xkb_keymap *keymap, std::uint8_t keycode, std::uint32_t gr
     return count == 1 ? keysyms[0] : XKB_KEY_NoSymbol;
 }
 
-/// The fewest modifiers that lead to the level; nothing when `usable` ones alone do not.
+/// The fewest modifiers that lead to the level; nothing when the `usable` ones are not enough.
 std::optional<ModifierMask> modifiersForLevel(xkb_keymap *keymap, std::uint8_t keycode,
                                               std::uint32_t group, xkb_level_index_t level,
                                               ModifierMask usable)
@@ -64,31 +64,31 @@ std::optional<ModifierMask> modifiersForLevel(xkb_keymap *keymap, std::uint8_t k
     return fewest;
 }
 
-std::vector<Bearer> bearersOf(xkb_keymap *keymap, std::uint32_t group, ModifierMask usable)
+std::vector<Candidate> candidatesOf(xkb_keymap *keymap, std::uint32_t group, ModifierMask usable)
 {
-    std::vector<Bearer> bearers;
+    std::vector<Candidate> candidates;
     forEachKey(keymap, [&](std::uint8_t keycode) {
         const auto levels = xkb_keymap_num_levels_for_key(keymap, keycode, group);
         for (xkb_level_index_t level = 0; level < levels; ++level) {
             const auto keysym = keysymAt(keymap, keycode, group, level);
             const auto modifiers = modifiersForLevel(keymap, keycode, group, level, usable);
             if (keysym != XKB_KEY_NoSymbol && modifiers) {
-                bearers.push_back({keysym, {keycode, *modifiers}});
+                candidates.push_back({keysym, {keycode, *modifiers}});
             }
         }
     });
-    return bearers;
+    return candidates;
 }
 
-std::optional<FoundKey> bestBearer(std::span<const Bearer> bearers, std::uint32_t keysym,
-                                   std::uint32_t position)
+std::optional<FoundKey> bestCandidate(std::span<const Candidate> candidates, std::uint32_t keysym,
+                                      std::uint32_t position)
 {
-    const auto cost = [&](const Bearer &bearer) {
-        return std::tuple(bearer.keysym != keysym, std::popcount(bearer.key.modifiers),
-                          bearer.key.keycode != position, bearer.key.keycode);
+    const auto cost = [&](const Candidate &candidate) {
+        return std::tuple(candidate.keysym != keysym, std::popcount(candidate.key.modifiers),
+                          candidate.key.keycode != position, candidate.key.keycode);
     };
-    const auto best = std::ranges::min_element(bearers, {}, cost);
-    if (best == bearers.end() || best->keysym != keysym) {
+    const auto best = std::ranges::min_element(candidates, {}, cost);
+    if (best == candidates.end() || best->keysym != keysym) {
         return std::nullopt;
     }
     return best->key;
@@ -102,8 +102,8 @@ std::optional<FoundKey> keyAtPosition(xkb_keymap *keymap, std::uint32_t position
     return FoundKey{static_cast<std::uint8_t>(position), 0};
 }
 
-/// Symbol and usual position of a modifier's key.
-std::pair<std::uint32_t, std::uint32_t> signOf(Modifier modifier)
+/// Keysym and usual position of a modifier's key.
+std::pair<std::uint32_t, std::uint32_t> keysymAndPositionOf(Modifier modifier)
 {
     switch (modifier) {
     case Modifier::Control:
@@ -118,7 +118,7 @@ std::pair<std::uint32_t, std::uint32_t> signOf(Modifier modifier)
     return {};
 }
 
-/// The modifiers that are set while the key is held, tried out on a keyboard of our own.
+/// The modifiers that are set while the key is held, found by pressing it on a virtual keyboard.
 ModifierMask heldModifiers(xkb_keymap *keymap, std::uint32_t group, std::uint8_t keycode)
 {
     const XkbState state(xkb_state_new(keymap));
@@ -183,10 +183,10 @@ void XkbKeyFinder::learnWhatKeysSet(xkb_keymap *keymap)
 XkbKeyFinder::Group XkbKeyFinder::makeGroup(xkb_keymap *keymap, std::uint32_t group) const
 {
     Group answers;
-    const auto plain = bearersOf(keymap, group, 0);
+    const auto plain = candidatesOf(keymap, group, 0);
     for (const Modifier modifier : modifiersInOrder) {
-        const auto [keysym, position] = signOf(modifier);
-        if (const auto found = bestBearer(plain, keysym, position)) {
+        const auto [keysym, position] = keysymAndPositionOf(modifier);
+        if (const auto found = bestCandidate(plain, keysym, position)) {
             answers.modifiers[static_cast<std::size_t>(modifier)] = {
                 found->keycode, heldModifiers(keymap, group, found->keycode)};
         }
@@ -194,12 +194,12 @@ XkbKeyFinder::Group XkbKeyFinder::makeGroup(xkb_keymap *keymap, std::uint32_t gr
     const auto maskOf = [&](Modifier modifier) {
         return answers.modifiers[static_cast<std::size_t>(modifier)].mask;
     };
-    const auto bearers =
-        bearersOf(keymap, group,
-                  static_cast<ModifierMask>(maskOf(Modifier::Shift) | maskOf(Modifier::Level3)));
-    for (const KeySign &sign : keySigns()) {
-        const auto found = bestBearer(bearers, sign.keysym, sign.position);
-        answers.keys[sign.code] = found ? found : keyAtPosition(keymap, sign.position);
+    const auto candidates =
+        candidatesOf(keymap, group,
+                     static_cast<ModifierMask>(maskOf(Modifier::Shift) | maskOf(Modifier::Level3)));
+    for (const KeySymbol &symbol : keySymbols()) {
+        const auto found = bestCandidate(candidates, symbol.keysym, symbol.position);
+        answers.keys[symbol.code] = found ? found : keyAtPosition(keymap, symbol.position);
     }
     return answers;
 }
@@ -209,9 +209,9 @@ void XkbKeyFinder::findHarmlessModifiers(xkb_keymap *keymap)
     ModifierMask ofLocks = 0;
     ModifierMask inUse = shiftLockControl;
     for (std::uint32_t group = 0; group < groups.size(); ++group) {
-        for (const Bearer &bearer : bearersOf(keymap, group, 0)) {
-            if (bearer.keysym == XKB_KEY_Num_Lock || bearer.keysym == XKB_KEY_Scroll_Lock) {
-                ofLocks |= setBy[bearer.key.keycode];
+        for (const Candidate &candidate : candidatesOf(keymap, group, 0)) {
+            if (candidate.keysym == XKB_KEY_Num_Lock || candidate.keysym == XKB_KEY_Scroll_Lock) {
+                ofLocks |= setBy[candidate.key.keycode];
             }
         }
         for (const ModifierKey &modifier : groups[group].modifiers) {

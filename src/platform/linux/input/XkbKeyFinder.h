@@ -20,15 +20,15 @@ namespace platform {
 using ModifierMask = std::uint8_t;
 inline constexpr int modifierCount = 8;
 
-/// A modifier by what it is for; which real one that is depends on the key map.
+/// A modifier by its purpose; which real modifier that is depends on the key map.
 enum class Modifier { Control, Alternate, Shift, Level3 };
 
-/// In the order in which they are pressed. Shift comes after the others, because with Shift held
+/// In the order in which they are pressed. Shift comes after Alt, because with Shift held
 /// the Alt key is a Meta key.
 inline constexpr std::array modifiersInOrder = {Modifier::Control, Modifier::Alternate,
                                                 Modifier::Shift, Modifier::Level3};
 
-/// A key, and what must be held while it is pressed so that it gives the sign that was looked for.
+/// A key, and the modifiers that must be held for it to produce the keysym that was looked for.
 struct FoundKey
 {
     std::uint8_t keycode = 0;
@@ -38,23 +38,23 @@ struct FoundKey
 };
 
 /// Finds the keys of one key map by the Mac's key codes. Everything is looked up on construction,
-/// so that a question costs nothing; the key map is not needed afterwards.
+/// so later queries are cheap; the key map is not needed afterwards.
 ///
-/// A `group` is one of the key map's layouts, from 0; beyond the last one they are counted round,
-/// as the X server does.
+/// A `group` is one of the key map's layouts, from 0; numbers beyond the last one wrap around, as
+/// they do in the X server.
 class XkbKeyFinder
 {
 public:
     explicit XkbKeyFinder(xkb_keymap *keymap);
 
-    /// The key that bears the sign of `code` in that layout.
+    /// The key that produces the keysym of `code` in that layout.
     ///
-    /// One that bears it without any modifier comes first, and of several the one at the sign's own
-    /// position. Next is the one that needs the fewest modifiers, only Shift and the third level's
-    /// (AltGr) being used. These belong to the sign: on a German layout "=" is Shift and the key 0,
-    /// and without Shift that key would type a 0. A layout that does not bear the sign at all, as a
-    /// Russian one does not bear the Latin letters, gives the key at the sign's position: programs
-    /// know the shortcuts of such a layout by position.
+    /// A key that needs no modifier comes first; if there are several, the one at the usual
+    /// position. Next is the key that needs the fewest modifiers, which may be Shift and the third
+    /// level's (AltGr). These belong to the character: on a German layout "=" is Shift and the key
+    /// 0, and without Shift that key would type a 0. If no key of the layout produces the keysym,
+    /// as no key of a Russian one produces Latin letters, it is the key at the usual position:
+    /// programs know the shortcuts of such a layout by position.
     ///
     /// Nothing when the code has no meaning on this host or the key map has no such key.
     std::optional<FoundKey> key(std::uint32_t group, KeyCode code) const;
@@ -70,7 +70,7 @@ public:
     /// All keys that set at least one of the modifiers while they are held.
     std::vector<std::uint8_t> keysSetting(ModifierMask modifiers) const;
 
-    /// The modifiers that never change what a key gives us: those of Num Lock and Scroll Lock.
+    /// The modifiers that never change what our keys produce: those of Num Lock and Scroll Lock.
     ModifierMask harmlessModifiers() const { return harmless; }
 
 private:

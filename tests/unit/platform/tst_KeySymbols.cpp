@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "interaction/KeyTable.h"
-#include "platform/linux/input/KeySigns.h"
+#include "platform/linux/input/KeySymbols.h"
 #include "support/KeyboardDrawing.h"
 #include "support/LayoutSigns.h"
 
@@ -12,30 +12,30 @@
 
 using namespace platform;
 
-class KeySignsTest : public QObject
+class KeySymbolsTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void everyKeyThatMeansSomethingHasARow();
+    void everyKeyWithAMeaningHasARow();
     void keysWithoutMeaningHaveNone_data();
     void keysWithoutMeaningHaveNone();
     void rowsRiseByCode();
     void onlyTheTwoControlKeysOfTheLeftShareAPosition();
-    void everyNameHasItsSignAndPosition_data();
-    void everyNameHasItsSignAndPosition();
+    void everyNameHasItsKeysymAndPosition_data();
+    void everyNameHasItsKeysymAndPosition();
 };
 
-void KeySignsTest::everyKeyThatMeansSomethingHasARow()
+void KeySymbolsTest::everyKeyWithAMeaningHasARow()
 {
     for (const KeyTable::Row &row : KeyTable::rows()) {
         const bool hasMeaning = !LayoutSigns::namesWithoutMeaning().contains(row.name);
-        QVERIFY2((findKeySign(row.code) != nullptr) == hasMeaning, row.name.data());
+        QVERIFY2((findKeySymbol(row.code) != nullptr) == hasMeaning, row.name.data());
     }
-    QCOMPARE(keySigns().size(), std::size_t{90});
+    QCOMPARE(keySymbols().size(), std::size_t{90});
 }
 
-void KeySignsTest::keysWithoutMeaningHaveNone_data()
+void KeySymbolsTest::keysWithoutMeaningHaveNone_data()
 {
     QTest::addColumn<int>("code");
     QTest::newRow("between two rows") << 10;
@@ -45,24 +45,24 @@ void KeySignsTest::keysWithoutMeaningHaveNone_data()
     QTest::newRow("the largest") << 0xffff;
 }
 
-void KeySignsTest::keysWithoutMeaningHaveNone()
+void KeySymbolsTest::keysWithoutMeaningHaveNone()
 {
     QFETCH(int, code);
-    QVERIFY(!findKeySign(static_cast<KeyCode>(code)));
+    QVERIFY(!findKeySymbol(static_cast<KeyCode>(code)));
 }
 
-void KeySignsTest::rowsRiseByCode()
+void KeySymbolsTest::rowsRiseByCode()
 {
-    const auto rows = keySigns();
+    const auto rows = keySymbols();
     for (std::size_t row = 1; row < rows.size(); ++row) {
         QVERIFY2(rows[row - 1].code < rows[row].code, qPrintable(QString::number(row)));
     }
 }
 
-void KeySignsTest::onlyTheTwoControlKeysOfTheLeftShareAPosition()
+void KeySymbolsTest::onlyTheTwoControlKeysOfTheLeftShareAPosition()
 {
-    for (const KeySign &one : keySigns()) {
-        for (const KeySign &other : keySigns()) {
+    for (const KeySymbol &one : keySymbols()) {
+        for (const KeySymbol &other : keySymbols()) {
             const bool areControlKeys =
                 one.keysym == XKB_KEY_Control_L && other.keysym == XKB_KEY_Control_L;
             QVERIFY(one.code == other.code || one.position != other.position || areControlKeys);
@@ -70,7 +70,7 @@ void KeySignsTest::onlyTheTwoControlKeysOfTheLeftShareAPosition()
     }
 }
 
-void KeySignsTest::everyNameHasItsSignAndPosition_data()
+void KeySymbolsTest::everyNameHasItsKeysymAndPosition_data()
 {
     QTest::addColumn<quint32>("keysym");
     QTest::addColumn<int>("position");
@@ -81,15 +81,15 @@ void KeySignsTest::everyNameHasItsSignAndPosition_data()
     }
 }
 
-void KeySignsTest::everyNameHasItsSignAndPosition()
+void KeySymbolsTest::everyNameHasItsKeysymAndPosition()
 {
     const auto code = KeyTable::codeOf(QString::fromLatin1(QTest::currentDataTag()));
     QVERIFY(code);
-    const KeySign *sign = findKeySign(*code);
-    QVERIFY(sign);
-    QTEST(sign->keysym, "keysym");
-    QTEST(static_cast<int>(sign->position), "position");
+    const KeySymbol *symbol = findKeySymbol(*code);
+    QVERIFY(symbol);
+    QTEST(symbol->keysym, "keysym");
+    QTEST(static_cast<int>(symbol->position), "position");
 }
 
-QTEST_GUILESS_MAIN(KeySignsTest)
-#include "tst_KeySigns.moc"
+QTEST_GUILESS_MAIN(KeySymbolsTest)
+#include "tst_KeySymbols.moc"
