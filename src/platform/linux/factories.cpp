@@ -20,6 +20,7 @@
 #include "platform/linux/session/X11Screens.h"
 #include "platform/linux/session/X11TraySelection.h"
 #include "platform/linux/session/XdgAutostart.h"
+#include "platform/linux/x11/X11Server.h"
 
 #include <QGuiApplication>
 #include <QSystemTrayIcon>
@@ -55,24 +56,24 @@ std::unique_ptr<EventServices> makeEventServices()
     if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
         return noServices(wayland);
     }
-    X11Display display;
-    if (!display.isOpen()) {
+    X11Connection connection;
+    if (!connection.isOpen()) {
         return noServices(QT_TRANSLATE_NOOP(
             "EventServices",
             "The keyboard and the pointer cannot be controlled because there is no X11 display. "
             "Start VornaServer from a terminal of your desktop session."));
     }
-    if (display.isXwayland()) {
+    if (isXwayland(connection)) {
         return noServices(wayland);
     }
-    if (!display.canFakeInput()) {
+    if (!canFakeInput(connection)) {
         return noServices(QT_TRANSLATE_NOOP(
             "EventServices",
             "The keyboard and the pointer cannot be controlled because the X server lacks the "
             "XTEST "
             "or the XKEYBOARD extension. Switch them on in its configuration and log in again."));
     }
-    auto services = std::make_unique<X11EventServices>(std::move(display));
+    auto services = std::make_unique<X11EventServices>(std::move(connection));
     services->startGuard();
     return services;
 }
@@ -88,9 +89,9 @@ std::unique_ptr<Clipboard> makeClipboard()
 std::unique_ptr<Screens> makeScreens()
 {
     if (isToolkitOnX11()) {
-        X11Display display;
-        if (display.isOpen()) {
-            return std::make_unique<X11Screens>(std::move(display));
+        X11Connection connection;
+        if (connection.isOpen()) {
+            return std::make_unique<X11Screens>(std::move(connection));
         }
     }
     return std::make_unique<ToolkitScreens>();

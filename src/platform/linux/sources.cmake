@@ -38,8 +38,9 @@ target_sources(vornaserver PRIVATE
   platform/linux/session/XdgAutostart.cpp
   platform/linux/system/Beneath.cpp
   platform/linux/system/Sockets.cpp
-  platform/linux/x11/X11Atoms.cpp
-  platform/linux/x11/X11Display.cpp
+  platform/linux/x11/X11Connection.cpp
+  platform/linux/x11/X11Server.cpp
+  platform/linux/x11/X11WindowManager.cpp
   platform/linux/x11/XInputDevices.cpp
 )
 target_link_libraries(vornaserver

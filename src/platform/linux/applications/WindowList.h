@@ -3,26 +3,22 @@
 
 #pragma once
 
+#include "platform/linux/x11/X11WindowManager.h"
+
 #include <QString>
 
 #include <chrono>
 #include <cstdint>
-#include <memory>
 #include <optional>
-#include <vector>
 
 namespace platform {
 
-/// The windows that the window manager of an X display keeps (Extended Window Manager Hints 1.5).
-/// Without a display, or without such a window manager, there are none.
+/// The windows that the window manager of an X display keeps. Without a display, or without a
+/// window manager that publishes them, there are none.
 class WindowList
 {
 public:
     using Window = std::uint32_t;
-
-    /// Connects to the display that the environment names.
-    WindowList();
-    ~WindowList();
 
     /// The topmost window of that class or class instance, in any letter case; panels and the
     /// desktop's background do not count.
@@ -33,9 +29,7 @@ public:
     bool activate(Window window, std::chrono::milliseconds limit);
 
 private:
-    class Display;
-
-    std::unique_ptr<Display> display;
+    X11WindowManager manager;
 };
 
 } // namespace platform

@@ -4,10 +4,7 @@
 #include "platform/linux/clipboard/X11SelectionReader.h"
 
 #include "platform/Clipboard.h"
-#include "platform/linux/x11/X11Atoms.h"
-#include "platform/linux/x11/X11Display.h"
-
-#include <QSocketNotifier>
+#include "platform/linux/x11/X11Server.h"
 
 #include <algorithm>
 #include <chrono>
@@ -40,47 +37,40 @@ constexpr std::array textTargetNames = {"UTF8_STRING", "text/plain;charset=utf-8
 
 } // namespace
 
-X11SelectionReader::X11SelectionReader() : connection(xcb_connect(nullptr, &screenNumber))
+X11SelectionReader::X11SelectionReader()
 {
     ownerTime.setSingleShot(true);
     ownerTime.setInterval(ownerPatience);
     connect(&ownerTime, &QTimer::timeout, this, [this] { finish(std::nullopt); });
-    if (xcb_connection_has_error(connection.get()) != 0) {
+    if (!connection.isOpen()) {
         return;
     }
     internAtoms();
     createWindow();
-    auto *notifier =
-        new QSocketNotifier(xcb_get_file_descriptor(connection.get()), QSocketNotifier::Read, this);
-    connect(notifier, &QSocketNotifier::activated, this, [this, notifier] {
-        readEvents();
-        notifier->setEnabled(xcb_connection_has_error(connection.get()) == 0);
-    });
+    connection.watch([this] { readEvents(); });
 }
-
-X11SelectionReader::~X11SelectionReader() = default;
 
 void X11SelectionReader::internAtoms()
 {
-    clipboard = internAtom(connection.get(), "CLIPBOARD");
-    targets = internAtom(connection.get(), "TARGETS");
-    incremental = internAtom(connection.get(), "INCR");
+    clipboard = connection.atom("CLIPBOARD");
+    targets = connection.atom("TARGETS");
+    incremental = connection.atom("INCR");
     for (size_t i = 0; i < properties.size(); ++i) {
         const auto number = QByteArray::number(static_cast<qulonglong>(i));
-        properties[i] = internAtom(connection.get(), "VORNASERVER_TEXT_" + number);
+        properties[i] = connection.atom("VORNASERVER_TEXT_" + number);
     }
     std::transform(textTargetNames.begin(), textTargetNames.end(), textTargets.begin(),
-                   [this](const char *name) { return internAtom(connection.get(), name); });
+                   [this](const char *name) { return connection.atom(name); });
 }
 
 void X11SelectionReader::createWindow()
 {
-    ignoreServerGrabs(connection.get());
+    ignoreServerGrabs(connection);
     window = xcb_generate_id(connection.get());
     const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
-    const xcb_screen_t *screen = defaultScreen(connection.get(), screenNumber);
-    xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, 1, 1, 0,
-                      XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &mask);
+    xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, window, connection.root(), 0, 0, 1, 1,
+                      0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK,
+                      &mask);
     xcb_flush(connection.get());
 }
 
@@ -106,7 +96,7 @@ void X11SelectionReader::readEvents()
 {
     const qsizetype before = receivedBytes;
     for (int count = 0; count < eventsInTurn && receivedBytes < before + readSize; ++count) {
-        const XcbOwned<xcb_generic_event_t> event(xcb_poll_for_event(connection.get()));
+        const auto event = xcbOwned(xcb_poll_for_event(connection.get()));
         if (!event) {
             return;
         }
@@ -229,8 +219,7 @@ QByteArray X11SelectionReader::takeProperty(uint32_t offset, uint32_t size)
     constexpr uint32_t unit = 4;
     const auto cookie = xcb_get_property(connection.get(), size > 0, window, property,
                                          XCB_GET_PROPERTY_TYPE_ANY, offset / unit, size / unit);
-    const XcbOwned<xcb_get_property_reply_t> reply(
-        xcb_get_property_reply(connection.get(), cookie, nullptr));
+    const auto reply = xcbOwned(xcb_get_property_reply(connection.get(), cookie, nullptr));
     propertyType = reply ? reply->type : xcb_atom_t{XCB_ATOM_NONE};
     bytesLeft = reply ? reply->bytes_after : 0;
     if (!reply) {

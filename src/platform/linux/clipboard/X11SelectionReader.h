@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "platform/linux/x11/XcbHandles.h"
+#include "platform/linux/x11/X11Connection.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -25,7 +25,6 @@ class X11SelectionReader : public QObject
 public:
     /// Connects to the display that the environment names.
     X11SelectionReader();
-    ~X11SelectionReader() override;
 
     /// Begins one transfer; finished() tells its end, always from the event loop. Must not be
     /// called before the end of the transfer before.
@@ -54,8 +53,7 @@ private:
     QByteArray takeProperty(uint32_t offset, uint32_t size);
     void dropProperty();
 
-    int screenNumber = 0;
-    XcbConnection connection;
+    X11Connection connection;
     xcb_window_t window = XCB_WINDOW_NONE;
     xcb_atom_t clipboard = XCB_ATOM_NONE;
     xcb_atom_t targets = XCB_ATOM_NONE;

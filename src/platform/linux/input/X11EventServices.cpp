@@ -3,6 +3,8 @@
 
 #include "platform/linux/input/X11EventServices.h"
 
+#include "platform/linux/x11/X11Server.h"
+
 #include <utility>
 
 #include <xcb/xcbext.h>
@@ -22,16 +24,15 @@ void waitUntilServerIsDone(xcb_connection_t *connection)
 
 } // namespace
 
-X11EventServices::X11EventServices(X11Display openDisplay)
-    : display(std::move(openDisplay))
+X11EventServices::X11EventServices(X11Connection openConnection)
+    : connection(std::move(openConnection))
     , ledger(held.get())
-    , keyboard(display.connection(), ledger)
-    , pointer(display.connection(), display.root(), ledger)
-    , notifier(xcb_get_file_descriptor(display.connection()), QSocketNotifier::Read)
+    , keyboard(connection.get(), ledger)
+    , pointer(connection.get(), connection.root(), ledger)
 {
-    // Open menus and window managers hold the server for themselves.
-    ignoreServerGrabs(display.connection());
-    QObject::connect(&notifier, &QSocketNotifier::activated, &notifier, [this] { takeInEvents(); });
+    // Open menus and window managers grab the server.
+    ignoreServerGrabs(connection);
+    connection.watch([this] { takeInEvents(); });
     flush();
 }
 
@@ -39,19 +40,19 @@ X11EventServices::~X11EventServices()
 {
     keyboard.releaseAll();
     pointer.releaseAll();
-    waitUntilServerIsDone(display.connection());
+    waitUntilServerIsDone(connection.get());
     guard.reset();
 }
 
 void X11EventServices::startGuard()
 {
     // It is never shown. It goes with the connection.
-    const xcb_window_t marker = xcb_generate_id(display.connection());
+    const xcb_window_t marker = xcb_generate_id(connection.get());
     const std::uint32_t isUnmanaged = 1;
-    xcb_create_window(display.connection(), XCB_COPY_FROM_PARENT, marker, display.root(), 0, 0, 1,
-                      1, 0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
+    xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, marker, connection.root(), 0, 0, 1, 1,
+                      0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
                       XCB_CW_OVERRIDE_REDIRECT, &isUnmanaged);
-    waitUntilServerIsDone(display.connection());
+    waitUntilServerIsDone(connection.get());
     guard = std::make_unique<InputGuard>(held.descriptor(), marker);
 }
 
@@ -114,26 +115,23 @@ void X11EventServices::postMouse(const MouseEvent &event)
 }
 
 /// Brings the adapter up to date with what the server has reported; false when the connection is
-/// broken. A broken one stays readable for ever, so nobody may listen to it any more.
+/// broken.
 bool X11EventServices::takeInEvents()
 {
-    xcb_connection_t *connection = display.connection();
-    while (const auto event = xcbOwned(xcb_poll_for_event(connection))) {
+    while (const auto event = xcbOwned(xcb_poll_for_event(connection.get()))) {
         if (!keyboard.handleEvent(event.get())) {
             pointer.handleEvent(event.get());
         }
     }
     takeInProgress();
-    const bool isOpen = display.isOpen();
-    notifier.setEnabled(isOpen);
-    return isOpen;
+    return connection.isOpen();
 }
 
 /// Nobody waits for the answer: it comes as an event does.
 void X11EventServices::askForProgress()
 {
     if (!question && ledger.isAnyUnconfirmed()) {
-        question = xcb_get_input_focus(display.connection()).sequence;
+        question = xcb_get_input_focus(connection.get()).sequence;
     }
 }
 
@@ -141,7 +139,7 @@ void X11EventServices::takeInProgress()
 {
     void *reply = nullptr;
     xcb_generic_error_t *error = nullptr;
-    if (!question || xcb_poll_for_reply(display.connection(), *question, &reply, &error) == 0) {
+    if (!question || xcb_poll_for_reply(connection.get(), *question, &reply, &error) == 0) {
         return;
     }
     const auto ownedError = xcbOwned(error);
@@ -152,7 +150,7 @@ void X11EventServices::takeInProgress()
     question.reset();
     askForProgress();
     if (!isFlushDue) {
-        xcb_flush(display.connection());
+        xcb_flush(connection.get());
     }
 }
 
@@ -160,7 +158,7 @@ void X11EventServices::flush()
 {
     isFlushDue = false;
     askForProgress();
-    xcb_flush(display.connection());
+    xcb_flush(connection.get());
 }
 
 /// A press waits for its release, which usually follows in the same call of the event loop.
@@ -175,7 +173,7 @@ void X11EventServices::flushLater()
             flush();
         }
     };
-    QMetaObject::invokeMethod(&notifier, flushIfStillDue, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(&context, flushIfStillDue, Qt::QueuedConnection);
 }
 
 } // namespace platform

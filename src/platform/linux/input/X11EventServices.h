@@ -9,9 +9,9 @@
 #include "platform/linux/input/SharedHeldInput.h"
 #include "platform/linux/input/X11Keyboard.h"
 #include "platform/linux/input/X11Pointer.h"
-#include "platform/linux/x11/X11Display.h"
+#include "platform/linux/x11/X11Connection.h"
 
-#include <QSocketNotifier>
+#include <QObject>
 
 #include <memory>
 #include <optional>
@@ -30,8 +30,8 @@ namespace platform {
 class X11EventServices final : public EventServices
 {
 public:
-    /// The display must be one that canFakeInput().
-    explicit X11EventServices(X11Display openDisplay);
+    /// The X server must be one that canFakeInput().
+    explicit X11EventServices(X11Connection openConnection);
     /// Releases the keys and buttons that are still down, and waits until the server has done so.
     ~X11EventServices() override;
 
@@ -54,13 +54,13 @@ private:
     void flush();
     void flushLater();
 
-    X11Display display;
+    X11Connection connection;
     SharedHeldInput held;
     ReleaseLedger ledger;
     X11Keyboard keyboard;
     X11Pointer pointer;
-    QSocketNotifier notifier; ///< Of the connection; ends before it.
-    bool isFlushDue = false;  ///< A flush is queued in the event loop.
+    QObject context;         ///< Of calls that are queued in the event loop; they end with it.
+    bool isFlushDue = false; ///< A flush is queued in the event loop.
     /// The question whose answer tells how far the server has come; one at a time.
     std::optional<std::uint32_t> question;
     std::unique_ptr<InputGuard> guard;

@@ -3,7 +3,7 @@
 
 #include "platform/DisplayAccess.h"
 
-#include "platform/linux/x11/XcbHandles.h"
+#include "platform/linux/x11/X11Connection.h"
 
 #include <QByteArrayList>
 #include <QDir>
@@ -53,8 +53,7 @@ bool isForADesktop(const QByteArray &plugins)
 
 bool x11Answers(const QByteArray &name)
 {
-    const XcbConnection connection(xcb_connect(name.constData(), nullptr));
-    return xcb_connection_has_error(connection.get()) == 0;
+    return X11Connection(name.constData()).isOpen();
 }
 
 bool waylandAnswers(const QByteArray &name)

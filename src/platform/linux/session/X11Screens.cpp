@@ -3,21 +3,22 @@
 
 #include "platform/linux/session/X11Screens.h"
 
+#include "platform/linux/x11/X11Server.h"
+
 #include <utility>
 
 namespace platform {
 
-X11Screens::X11Screens(X11Display openDisplay) : display(std::move(openDisplay))
+X11Screens::X11Screens(X11Connection openConnection) : connection(std::move(openConnection))
 {
-    ignoreServerGrabs(display.connection());
+    ignoreServerGrabs(connection);
 }
 
 QSize X11Screens::desktopSize()
 {
-    // Asked of the server: it alone knows after screens were added, moved or turned.
-    const auto cookie = xcb_get_geometry(display.connection(), display.root());
-    const XcbOwned<xcb_get_geometry_reply_t> geometry(
-        xcb_get_geometry_reply(display.connection(), cookie, nullptr));
+    // Only the server knows the size after screens were added, moved or turned.
+    const auto cookie = xcb_get_geometry(connection.get(), connection.root());
+    const auto geometry = xcbOwned(xcb_get_geometry_reply(connection.get(), cookie, nullptr));
     return geometry ? QSize(geometry->width, geometry->height) : QSize(0, 0);
 }
 

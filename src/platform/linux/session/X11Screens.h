@@ -4,20 +4,20 @@
 #pragma once
 
 #include "platform/Screens.h"
-#include "platform/linux/x11/X11Display.h"
+#include "platform/linux/x11/X11Connection.h"
 
 namespace platform {
 
 /// The screens of an X11 session: one root window spans them, and the pointer moves by its pixels.
-class X11Screens : public Screens
+class X11Screens final : public Screens
 {
 public:
-    explicit X11Screens(X11Display display);
+    explicit X11Screens(X11Connection openConnection);
 
     QSize desktopSize() override;
 
 private:
-    X11Display display;
+    X11Connection connection;
 };
 
 } // namespace platform

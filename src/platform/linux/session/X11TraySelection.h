@@ -4,9 +4,7 @@
 #pragma once
 
 #include "platform/linux/session/TrayWatch.h"
-#include "platform/linux/x11/XcbHandles.h"
-
-class QSocketNotifier;
+#include "platform/linux/x11/X11Connection.h"
 
 namespace platform {
 
@@ -18,7 +16,6 @@ class X11TraySelection final : public TrayWatch
 public:
     /// Without an X display there is never an owner.
     X11TraySelection();
-    ~X11TraySelection() override;
 
     /// Whether the selection has an owner.
     bool hasTray() const override;
@@ -26,8 +23,7 @@ public:
 private:
     void readEvents();
 
-    int screenNumber = 0;
-    XcbConnection connection;
+    X11Connection connection;
     xcb_atom_t selection = XCB_ATOM_NONE;
 };
 

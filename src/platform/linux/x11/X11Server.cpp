@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "platform/linux/x11/X11Display.h"
+#include "platform/linux/x11/X11Server.h"
 
-#include "platform/linux/x11/X11Atoms.h"
+#include "platform/linux/x11/X11Connection.h"
 
 #include <algorithm>
 #include <span>
@@ -45,7 +45,7 @@ bool isNamedAfterXwayland(xcb_connection_t *connection, xcb_randr_output_t outpu
     return name.starts_with("XWAYLAND");
 }
 
-/// Before version 23.1 Xwayland has no extension to be known by, only the names of its outputs.
+/// Before version 23.1 Xwayland has no extension of its own; only the names of its outputs show it.
 bool hasXwaylandOutput(xcb_connection_t *connection, xcb_window_t root)
 {
     if (!hasExtension(connection, &xcb_randr_id)) {
@@ -70,37 +70,25 @@ bool hasXwaylandOutput(xcb_connection_t *connection, xcb_window_t root)
 
 } // namespace
 
-X11Display::X11Display(const char *name) : xcb(xcb_connect(name, &screen)) {}
-
-bool X11Display::isOpen() const
+bool isXwayland(const X11Connection &connection)
 {
-    return !xcb_connection_has_error(connection());
+    return connection.isOpen() && (hasExtension(connection.get(), "XWAYLAND") ||
+                                   hasXwaylandOutput(connection.get(), connection.root()));
 }
 
-bool X11Display::isXwayland() const
+bool canFakeInput(const X11Connection &connection)
 {
-    return isOpen() &&
-           (hasExtension(connection(), "XWAYLAND") || hasXwaylandOutput(connection(), root()));
+    return connection.isOpen() && hasExtension(connection.get(), &xcb_test_id) &&
+           hasExtension(connection.get(), &xcb_xkb_id);
 }
 
-bool X11Display::canFakeInput() const
+void ignoreServerGrabs(const X11Connection &connection)
 {
-    return isOpen() && hasExtension(connection(), &xcb_test_id) &&
-           hasExtension(connection(), &xcb_xkb_id);
-}
-
-void ignoreServerGrabs(xcb_connection_t *connection)
-{
-    // A request of an extension that is not there would end the connection.
-    if (hasExtension(connection, &xcb_test_id)) {
-        constexpr uint8_t impervious = 1;
-        xcb_test_grab_control(connection, impervious);
+    // A request of an extension that the server lacks would end the connection.
+    if (hasExtension(connection.get(), &xcb_test_id)) {
+        constexpr std::uint8_t impervious = 1;
+        xcb_test_grab_control(connection.get(), impervious);
     }
-}
-
-xcb_window_t X11Display::root() const
-{
-    return defaultScreen(connection(), screen)->root;
 }
 
 } // namespace platform
