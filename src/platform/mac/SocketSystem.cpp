@@ -1,25 +1,20 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "platform/Sockets.h"
+#include "platform/posix/SocketSystem.h"
 
-#include <dirent.h>
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include "platform/Sockets.h"
 
 #include <cstdlib>
 #include <memory>
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <netinet/tcp.h>
+#include <unistd.h>
+
 namespace platform {
 namespace {
-
-void setOption(qintptr descriptor, int level, int name, int value)
-{
-    setsockopt(static_cast<int>(descriptor), level, name, &value, sizeof value);
-}
 
 struct DirectoryCloser
 {
@@ -28,20 +23,12 @@ struct DirectoryCloser
 
 } // namespace
 
-void tuneAcceptedSocket(qintptr descriptor)
-{
-    setOption(descriptor, SOL_SOCKET, SO_KEEPALIVE, 1);
-    // The silence before the first probe has another name here than elsewhere.
-    setOption(descriptor, IPPROTO_TCP, TCP_KEEPALIVE, 15);
-    setOption(descriptor, IPPROTO_TCP, TCP_KEEPINTVL, 5);
-    setOption(descriptor, IPPROTO_TCP, TCP_KEEPCNT, 3);
-    setOption(descriptor, IPPROTO_TCP, TCP_NODELAY, 1);
-}
+const int keepaliveIdleOption = TCP_KEEPALIVE;
 
 // The resource limit may read "unlimited"; this is what the kernel grants.
-int descriptorsLeftAfter(qintptr descriptor)
+int grantedDescriptors()
 {
-    return getdtablesize() - static_cast<int>(descriptor) - 1;
+    return getdtablesize();
 }
 
 void closeDescriptorsOnExec()
