@@ -3,6 +3,8 @@
 
 #include "platform/posix/Beneath.h"
 
+#include "platform/posix/ComponentWalk.h"
+
 #include <linux/openat2.h>
 #include <sys/syscall.h>
 #include <unistd.h>
