@@ -4,12 +4,12 @@
 # The adapters of a Linux desktop.
 target_sources(vornaserver PRIVATE
   platform/linux/applications/DBusActivation.cpp
-  platform/linux/applications/DefaultApplication.cpp
   platform/linux/applications/DesktopApplication.cpp
   platform/linux/applications/DesktopEntry.cpp
   platform/linux/applications/DesktopEntryBridge.cpp
   platform/linux/applications/ExecLine.cpp
   platform/linux/applications/KeyFile.cpp
+  platform/linux/applications/MimeAssociations.cpp
   platform/linux/applications/WindowList.cpp
   platform/linux/applications/XdgDirectories.cpp
   platform/linux/clipboard/X11Clipboard.cpp

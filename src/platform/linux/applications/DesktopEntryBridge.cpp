@@ -3,8 +3,8 @@
 
 #include "platform/linux/applications/DesktopEntryBridge.h"
 
-#include "platform/linux/applications/DefaultApplication.h"
 #include "platform/linux/applications/DesktopApplication.h"
+#include "platform/linux/applications/MimeAssociations.h"
 
 #include <QHash>
 
@@ -48,7 +48,7 @@ QString DesktopEntryBridge::applicationFile(const QString &identifier) const
         return file;
     }
     const QString type = handledType(identifier);
-    return type.isEmpty() ? QString() : defaultApplication(type, directories);
+    return type.isEmpty() ? QString() : MimeAssociations(type, directories).defaultApplication();
 }
 
 } // namespace platform
