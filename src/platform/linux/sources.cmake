@@ -54,6 +54,7 @@ set_source_files_properties(platform/linux/input/InputGuard.cpp PROPERTIES COMPI
   "VORNA_GUARD_NAME=\"${VORNA_GUARD_NAME}\";VORNA_GUARD_FOLDER=\"${guard_folder}\"")
 add_executable(${VORNA_GUARD_NAME}
   platform/linux/input/InputGuardProgram.cpp
+  platform/linux/input/ServerWatch.cpp
   platform/linux/x11/XInputDevices.cpp)
 set_target_properties(${VORNA_GUARD_NAME} PROPERTIES AUTOMOC OFF AUTORCC OFF)
 target_include_directories(${VORNA_GUARD_NAME} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})

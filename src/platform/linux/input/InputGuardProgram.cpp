@@ -10,14 +10,13 @@
 // has, the window that goes with the server's connection, and the server's process.
 
 #include "platform/linux/input/HeldInput.h"
+#include "platform/linux/input/ServerWatch.h"
 #include "platform/linux/x11/XInputDevices.h"
 #include "platform/linux/x11/XcbHandles.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <charconv>
-#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -25,10 +24,8 @@
 #include <optional>
 #include <string_view>
 
-#include <poll.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
-#include <sys/time.h>
 #include <unistd.h>
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
@@ -36,13 +33,6 @@
 namespace {
 
 using platform::HeldInput;
-using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;
-
-/// How long the X server may take to notice the end of the server's connection.
-constexpr auto patience = 700ms;
-/// After the server's end nothing holds this process longer, not even an X server that hangs.
-constexpr auto lifeAfterServer = 900ms;
 
 struct Arguments
 {
@@ -102,73 +92,6 @@ void prepareSignals()
     prctl(PR_SET_PDEATHSIG, SIGUSR1);
     setsid();
 }
-
-void endIn(std::chrono::milliseconds time)
-{
-    const itimerval once{{0, 0}, {0, std::chrono::microseconds(time).count()}};
-    setitimer(ITIMER_REAL, &once, nullptr);
-}
-
-/// Watches for the server's end and for that of its connection to the X server.
-class Watch
-{
-public:
-    Watch(xcb_connection_t *openConnection, const Arguments &given)
-        : connection(openConnection)
-        , arguments(given)
-    {
-        const std::uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-        xcb_change_window_attributes(connection, arguments.marker, XCB_CW_EVENT_MASK, &structure);
-        xcb_flush(connection);
-    }
-
-    /// Returns when the X server has taken all that the server sent; false when there is nothing
-    /// left that could be released.
-    bool wait()
-    {
-        while (takeInEvents() && !isMarkerGone && timeLeft() > 0s) {
-            waitForNews();
-        }
-        return !xcb_connection_has_error(connection);
-    }
-
-private:
-    bool takeInEvents()
-    {
-        while (const auto event = xcbOwned(xcb_poll_for_event(connection))) {
-            // An error says that the window had gone before it could be watched.
-            const int type = event->response_type & 0x7f;
-            isMarkerGone = isMarkerGone || type == XCB_DESTROY_NOTIFY || type == 0;
-        }
-        return !xcb_connection_has_error(connection);
-    }
-
-    void waitForNews()
-    {
-        std::array<pollfd, 2> news{pollfd{xcb_get_file_descriptor(connection), POLLIN, 0},
-                                   pollfd{arguments.pipe, POLLIN, 0}};
-        const timespec rest{0, std::chrono::nanoseconds(timeLeft()).count()};
-        sigset_t none{};
-        sigemptyset(&none);
-        // The pipe stays readable once it has ended.
-        ppoll(news.data(), serverEnd ? 1 : 2, serverEnd ? &rest : nullptr, &none);
-        if (!serverEnd && (news[1].revents != 0 || getppid() != arguments.server)) {
-            serverEnd = Clock::now();
-            endIn(lifeAfterServer);
-        }
-    }
-
-    Clock::duration timeLeft() const
-    {
-        const auto waited = serverEnd ? Clock::now() - *serverEnd : 0s;
-        return std::max<Clock::duration>(patience - waited, 0s);
-    }
-
-    xcb_connection_t *connection;
-    const Arguments &arguments;
-    std::optional<Clock::time_point> serverEnd;
-    bool isMarkerGone = false;
-};
 
 using Bits = std::array<std::uint8_t, 32>;
 
@@ -248,9 +171,11 @@ int main(int count, char **words)
     if (memory == MAP_FAILED || xcb_connection_has_error(connection.get())) {
         return 1;
     }
-    // Open menus and window managers hold the X server for themselves.
+    // Open menus and window managers grab the X server.
     xcb_test_grab_control(connection.get(), true);
-    if (Watch(connection.get(), *arguments).wait()) {
+    platform::ServerWatch watch(connection.get(), arguments->marker, arguments->pipe,
+                                arguments->server);
+    if (watch.wait()) {
         releaseAll(connection.get(), *static_cast<const HeldInput *>(memory));
     }
     return 0;
