@@ -45,7 +45,7 @@ target_sources(vornaserver PRIVATE
 )
 target_link_libraries(vornaserver
   PUBLIC Qt6::DBus PkgConfig::DNS_SD
-  PRIVATE PkgConfig::XCB PkgConfig::XKBCOMMON)
+  PRIVATE PkgConfig::GLIB PkgConfig::XCB PkgConfig::XKBCOMMON)
 
 # The guard of the keys, a program of its own without the toolkit.
 set(VORNA_GUARD_NAME VornaServer-guard)

@@ -3,90 +3,12 @@
 
 #include "platform/linux/applications/ExecLine.h"
 
+#include "platform/linux/applications/GLibHandles.h"
+
 using namespace Qt::StringLiterals;
 
 namespace platform::ExecLine {
 namespace {
-
-/// Takes a command line apart, sign by sign.
-class Splitter
-{
-public:
-    void take(QChar sign)
-    {
-        if (isEscaped) {
-            takeEscaped(sign);
-        } else if (sign == u'\\' && quote != u'\'') {
-            isEscaped = true;
-            isInArgument = true;
-        } else if (!quote.isNull()) {
-            takeQuoted(sign);
-        } else {
-            takeBare(sign);
-        }
-    }
-
-    std::optional<QStringList> finish()
-    {
-        if (!quote.isNull() || isEscaped) {
-            return std::nullopt;
-        }
-        endArgument();
-        return arguments;
-    }
-
-private:
-    /// Inside double quotes a backslash is one unless it stands before a sign that needs it.
-    void takeEscaped(QChar sign)
-    {
-        if (!quote.isNull() && !"\"`$\\"_L1.contains(sign)) {
-            argument += u'\\';
-        }
-        argument += sign;
-        isEscaped = false;
-    }
-
-    void takeQuoted(QChar sign)
-    {
-        if (sign == quote) {
-            quote = QChar();
-        } else {
-            argument += sign;
-        }
-    }
-
-    void takeBare(QChar sign)
-    {
-        if (sign == u' ' || sign == u'\t' || sign == u'\n') {
-            endArgument();
-            return;
-        }
-        isInArgument = true;
-        // The standard knows double quotes only; files in use have single ones too.
-        if (sign == u'"' || sign == u'\'') {
-            quote = sign;
-        } else {
-            argument += sign;
-        }
-    }
-
-    void endArgument()
-    {
-        if (isInArgument) {
-            arguments.append(argument);
-        }
-        argument.clear();
-        isInArgument = false;
-    }
-
-    QStringList arguments;
-    QString argument;
-    /// Null outside of quotes.
-    QChar quote;
-    bool isEscaped = false;
-    /// Tells an empty quoted argument from none.
-    bool isInArgument = false;
-};
 
 /// Nothing for an unknown code.
 std::optional<QString> fieldValue(QChar code, const FieldValues &values)
@@ -98,7 +20,7 @@ std::optional<QString> fieldValue(QChar code, const FieldValues &values)
         return values.name;
     case u'k':
         return values.fileName;
-    // For files and addresses, then those that are out of date.
+    // Files and addresses first, then the deprecated ones.
     case u'f':
     case u'F':
     case u'u':
@@ -139,11 +61,22 @@ std::optional<QString> expandOne(const QString &argument, const FieldValues &val
 
 std::optional<QStringList> split(const QString &line)
 {
-    Splitter splitter;
-    for (const QChar sign : line) {
-        splitter.take(sign);
+    gchar **rawWords = nullptr;
+    GError *rawError = nullptr;
+    g_shell_parse_argv(line.toUtf8().constData(), nullptr, &rawWords, &rawError);
+    const GLibWords words(rawWords);
+    const GLibError error(rawError);
+    if (g_error_matches(error.get(), G_SHELL_ERROR, G_SHELL_ERROR_EMPTY_STRING)) {
+        return QStringList();
     }
-    return splitter.finish();
+    if (error) {
+        return std::nullopt;
+    }
+    QStringList arguments;
+    for (gchar **word = words.get(); *word != nullptr; ++word) {
+        arguments.append(QString::fromUtf8(*word));
+    }
+    return arguments;
 }
 
 std::optional<QStringList> expand(const QStringList &arguments, const FieldValues &values)
@@ -159,7 +92,7 @@ std::optional<QStringList> expand(const QStringList &arguments, const FieldValue
         if (!text.has_value()) {
             return std::nullopt;
         }
-        // An argument that was nothing but a code for files is none at all.
+        // An argument that consists only of codes for files is dropped.
         if (!text->isEmpty() || argument.isEmpty()) {
             expanded.append(*text);
         }
@@ -170,13 +103,13 @@ std::optional<QStringList> expand(const QStringList &arguments, const FieldValue
 QString quoted(const QString &argument)
 {
     QString text = u"\""_s;
-    for (const QChar sign : argument) {
-        if ("\"`$\\"_L1.contains(sign)) {
+    for (const QChar character : argument) {
+        if ("\"`$\\"_L1.contains(character)) {
             text += u'\\';
-        } else if (sign == u'%') {
+        } else if (character == u'%') {
             text += u'%';
         }
-        text += sign;
+        text += character;
     }
     return text + u'"';
 }
