@@ -3,7 +3,6 @@
 
 #include "platform/linux/input/KeySymbols.h"
 
-#include <algorithm>
 #include <array>
 
 #include <xkbcommon/xkbcommon-keysyms.h>
@@ -112,12 +111,6 @@ constexpr std::array rows = {
 std::span<const KeySymbol> keySymbols()
 {
     return rows;
-}
-
-const KeySymbol *findKeySymbol(KeyCode code)
-{
-    const auto row = std::ranges::lower_bound(rows, code, {}, &KeySymbol::code);
-    return row != rows.end() && row->code == code ? &*row : nullptr;
 }
 
 } // namespace platform

@@ -24,7 +24,4 @@ struct KeySymbol
 /// be sent for the Fn key.
 std::span<const KeySymbol> keySymbols();
 
-/// The row of a key code; null when it has no meaning on this host.
-const KeySymbol *findKeySymbol(KeyCode code);
-
 } // namespace platform
