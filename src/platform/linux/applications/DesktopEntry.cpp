@@ -145,7 +145,7 @@ QString DesktopEntry::text(const char *key) const
 
 bool DesktopEntry::flag(const char *key) const
 {
-    return keys.boolean(group(), QLatin1String(key), false);
+    return keys.boolean(group(), QLatin1String(key));
 }
 
 bool DesktopEntry::isInstalled() const

@@ -134,10 +134,9 @@ QStringList KeyFile::strings(const QString &group, const QString &key) const
     return items;
 }
 
-bool KeyFile::boolean(const QString &group, const QString &key, bool fallback) const
+bool KeyFile::boolean(const QString &group, const QString &key) const
 {
-    const QString value = rawValues.value({group, key});
-    return value == "true"_L1 || (fallback && value != "false"_L1);
+    return rawValues.value({group, key}) == "true"_L1;
 }
 
 QString KeyFile::escaped(const QString &text)

@@ -33,8 +33,8 @@ public:
     std::optional<QString> string(const QString &group, const QString &key) const;
     /// The items between the semicolons, without empty ones; empty without such a key.
     QStringList strings(const QString &group, const QString &key) const;
-    /// `fallback` unless the value is "true" or "false".
-    bool boolean(const QString &group, const QString &key, bool fallback) const;
+    /// Whether the value is "true".
+    bool boolean(const QString &group, const QString &key) const;
 
     /// What has to be written after "key=" so that string() gives `text`.
     static QString escaped(const QString &text);
