@@ -10,7 +10,7 @@ build_packages() {
         qt6-base-dev qt6-base-dev-tools libgl-dev \
         libxcb1-dev libxcb-randr0-dev libxcb-xtest0-dev libxcb-xkb-dev libxcb-xinput-dev \
         libxkbcommon-dev libxkbcommon-x11-dev \
-        libavahi-compat-libdnssd-dev
+        libavahi-compat-libdnssd-dev libglib2.0-dev
 }
 
 # What the server wants around it in a user's session. Without avahi-daemon it runs, but as its port

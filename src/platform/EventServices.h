@@ -83,9 +83,9 @@ public:
     virtual Location pointerLocation() = 0;
 
     /// Posts one press or release. During the key exactly the modifiers that the flags name are in
-    /// effect, besides those that the host's layout needs for the key's sign. What a press does for
-    /// that, its release undoes; a key that is still down at the end of the services is released. A
-    /// code without a meaning on the host posts nothing.
+    /// effect, besides those that the host's layout needs for the key's character. What a press
+    /// does for that, its release undoes; a key that is still down at the end of the services is
+    /// released. A code without a meaning on the host posts nothing.
     virtual void postKeyboard(const KeyboardEvent &event) = 0;
 
     /// Posts the events in their order, all from one source (none: no source). Positions outside

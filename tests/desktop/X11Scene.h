@@ -4,7 +4,7 @@
 #pragma once
 
 #include "interaction/KeyTable.h"
-#include "platform/linux/X11EventServices.h"
+#include "platform/linux/input/X11EventServices.h"
 #include "support/InputWatcher.h"
 #include "support/PhysicalKeyboard.h"
 #include "support/Waiting.h"
@@ -41,7 +41,7 @@ struct X11Scene
     std::unique_ptr<platform::X11EventServices> makeServices() const
     {
         return std::make_unique<platform::X11EventServices>(
-            platform::X11Display(server.display().toLatin1().constData()));
+            platform::X11Connection(server.display().toLatin1().constData()));
     }
 
     /// Gives all keyboards a layout, such as {"-layout", "de"}, and lets the services know.

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "platform/EventServices.h"
-#include "platform/linux/X11EventServices.h"
+#include "platform/linux/input/X11EventServices.h"
 #include "support/InputWatcher.h"
 #include "support/Waiting.h"
 #include "support/XServer.h"

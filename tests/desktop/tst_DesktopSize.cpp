@@ -8,7 +8,7 @@
 
 #include <utility>
 
-#include "platform/linux/XcbHandles.h"
+#include "platform/linux/x11/XcbHandles.h"
 
 using namespace Qt::StringLiterals;
 

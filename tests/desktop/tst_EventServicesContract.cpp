@@ -3,7 +3,7 @@
 
 #include "X11Scene.h"
 #include "doubles/RecordingEventServices.h"
-#include "platform/linux/NullEventServices.h"
+#include "platform/linux/input/NullEventServices.h"
 
 #include <QRegularExpression>
 

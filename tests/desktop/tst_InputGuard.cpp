@@ -3,7 +3,7 @@
 
 // What the server's guard does when the server is killed amid its keys, and when nothing is wrong.
 
-#include "platform/linux/XcbHandles.h"
+#include "platform/linux/x11/XcbHandles.h"
 #include "support/InputWatcher.h"
 #include "support/PhysicalKeyboard.h"
 #include "support/ProcessMemory.h"

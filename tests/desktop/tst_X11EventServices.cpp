@@ -11,7 +11,7 @@
 
 #include <thread>
 
-#include "platform/linux/XcbHandles.h"
+#include "platform/linux/x11/XcbHandles.h"
 
 using namespace Qt::StringLiterals;
 

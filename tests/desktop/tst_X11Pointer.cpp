@@ -133,7 +133,7 @@ void X11PointerTest::theScreenThatTheDisplayNamesIsMeant()
     const XServer server({640, 480}, {u"-screen"_s, u"1"_s, u"320x240x24"_s});
     QVERIFY(server.isRunning());
     const auto display = [&](const char *screen) {
-        return X11Display((server.display().toLatin1() + screen).constData());
+        return X11Connection((server.display().toLatin1() + screen).constData());
     };
     QCOMPARE(display(".0").root(), display("").root());
     QVERIFY(display(".1").root() != display("").root());

@@ -58,7 +58,7 @@ check "the guard is built" ninja -C "$build" --quiet VornaServer-guard
 is_hardened "$build/VornaServer-guard"
 commands_are_hardened VornaServer src/app/main.cpp
 commands_are_hardened quillmote client/program/main.cpp
-commands_are_hardened VornaServer-guard src/platform/linux/InputGuardProgram.cpp
+commands_are_hardened VornaServer-guard src/platform/linux/input/InputGuardProgram.cpp
 if [ "$(uname -m)" = x86_64 ]; then
     object=$(find "$build" -name InputGuardProgram.cpp.o)
     check "jumps go to marked places only" has 'IBT, SHSTK' readelf -nW "$object"

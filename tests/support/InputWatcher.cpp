@@ -3,9 +3,9 @@
 
 #include "InputWatcher.h"
 
-#include "platform/linux/XInputDevices.h"
-#include "platform/linux/XcbHandles.h"
-#include "platform/linux/XkbHandles.h"
+#include "platform/linux/x11/XInputDevices.h"
+#include "platform/linux/x11/XcbHandles.h"
+#include "platform/linux/input/XkbHandles.h"
 
 #include <array>
 
@@ -13,7 +13,7 @@
 #include <xcb/xtest.h>
 #include <xkbcommon/xkbcommon-x11.h>
 
-#include "platform/linux/XcbXkb.h"
+#include "platform/linux/x11/XcbXkb.h"
 
 namespace {
 

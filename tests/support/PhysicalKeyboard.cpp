@@ -3,8 +3,8 @@
 
 #include "PhysicalKeyboard.h"
 
-#include "platform/linux/XInputDevices.h"
-#include "platform/linux/XcbHandles.h"
+#include "platform/linux/x11/XInputDevices.h"
+#include "platform/linux/x11/XcbHandles.h"
 
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>

@@ -3,60 +3,59 @@
 
 # The adapters of a Linux desktop.
 target_sources(vornaserver PRIVATE
-  platform/linux/ApplicationRuntime.cpp
-  platform/linux/AvahiWatch.cpp
-  platform/linux/Beneath.cpp
-  platform/linux/DBusActivation.cpp
-  platform/linux/DefaultApplication.cpp
-  platform/linux/DesktopApplication.cpp
-  platform/linux/DesktopEntry.cpp
-  platform/linux/DesktopEntryBridge.cpp
-  platform/linux/DesktopNotifications.cpp
-  platform/linux/DisplayAccess.cpp
-  platform/linux/ExecLine.cpp
-  platform/linux/InputGuard.cpp
-  platform/linux/KeyFile.cpp
-  platform/linux/KeySigns.cpp
-  platform/linux/ModifierTracker.cpp
-  platform/linux/NullEventServices.cpp
-  platform/linux/ReleaseLedger.cpp
-  platform/linux/SessionStart.cpp
-  platform/linux/SettingsFile.cpp
-  platform/linux/SharedHeldInput.cpp
-  platform/linux/Sockets.cpp
-  platform/linux/StatusNotifierHosts.cpp
-  platform/linux/TrayHost.cpp
-  platform/linux/WindowList.cpp
-  platform/linux/X11Atoms.cpp
-  platform/linux/X11Clipboard.cpp
-  platform/linux/X11Display.cpp
-  platform/linux/X11EventServices.cpp
-  platform/linux/X11Keyboard.cpp
-  platform/linux/X11KeyboardMap.cpp
-  platform/linux/X11Pointer.cpp
-  platform/linux/X11Screens.cpp
-  platform/linux/X11SelectionReader.cpp
-  platform/linux/X11TraySelection.cpp
-  platform/linux/XInputDevices.cpp
-  platform/linux/XdgAutostart.cpp
-  platform/linux/XdgDirectories.cpp
-  platform/linux/XkbKeyFinder.cpp
-  platform/linux/makeClipboard.cpp
-  platform/linux/makeEventServices.cpp
-  platform/linux/makeScreens.cpp
+  platform/linux/applications/DBusActivation.cpp
+  platform/linux/applications/DesktopApplication.cpp
+  platform/linux/applications/DesktopEntry.cpp
+  platform/linux/applications/DesktopEntryBridge.cpp
+  platform/linux/applications/ExecLine.cpp
+  platform/linux/applications/KeyFile.cpp
+  platform/linux/applications/MimeAssociations.cpp
+  platform/linux/applications/WindowList.cpp
+  platform/linux/applications/XdgDirectories.cpp
+  platform/linux/clipboard/X11Clipboard.cpp
+  platform/linux/clipboard/X11SelectionReader.cpp
+  platform/linux/factories.cpp
+  platform/linux/input/InputGuard.cpp
+  platform/linux/input/KeySymbols.cpp
+  platform/linux/input/ModifierTracker.cpp
+  platform/linux/input/NullEventServices.cpp
+  platform/linux/input/ReleaseLedger.cpp
+  platform/linux/input/SharedHeldInput.cpp
+  platform/linux/input/X11EventServices.cpp
+  platform/linux/input/X11Keyboard.cpp
+  platform/linux/input/X11KeyboardMap.cpp
+  platform/linux/input/X11Pointer.cpp
+  platform/linux/input/XkbKeyFinder.cpp
+  platform/linux/session/AvahiWatch.cpp
+  platform/linux/session/DesktopNotifications.cpp
+  platform/linux/session/DisplayAccess.cpp
+  platform/linux/session/SettingsFile.cpp
+  platform/linux/session/StatusNotifierHosts.cpp
+  platform/linux/session/TrayHost.cpp
+  platform/linux/session/TrayWatch.h
+  platform/linux/session/X11Screens.cpp
+  platform/linux/session/X11TraySelection.cpp
+  platform/linux/session/XdgAutostart.cpp
+  platform/linux/system/Beneath.cpp
+  platform/linux/system/SocketSystem.cpp
+  platform/linux/x11/X11Connection.cpp
+  platform/linux/x11/X11Server.cpp
+  platform/linux/x11/X11WindowManager.cpp
+  platform/linux/x11/XInputDevices.cpp
 )
 target_link_libraries(vornaserver
   PUBLIC Qt6::DBus PkgConfig::DNS_SD
-  PRIVATE PkgConfig::XCB PkgConfig::XKBCOMMON)
+  PRIVATE PkgConfig::GLIB PkgConfig::XCB PkgConfig::XKBCOMMON)
 
 # The guard of the keys, a program of its own without the toolkit.
 set(VORNA_GUARD_NAME VornaServer-guard)
 file(RELATIVE_PATH guard_folder ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBEXECDIR})
-set_source_files_properties(platform/linux/InputGuard.cpp PROPERTIES COMPILE_DEFINITIONS
+set_source_files_properties(platform/linux/input/InputGuard.cpp PROPERTIES COMPILE_DEFINITIONS
   "VORNA_GUARD_NAME=\"${VORNA_GUARD_NAME}\";VORNA_GUARD_FOLDER=\"${guard_folder}\"")
 add_executable(${VORNA_GUARD_NAME}
-  platform/linux/InputGuardProgram.cpp
-  platform/linux/XInputDevices.cpp)
+  platform/linux/input/InputGuardProgram.cpp
+  platform/linux/input/ServerWatch.cpp
+  platform/linux/x11/XInputDevices.cpp)
 target_include_directories(${VORNA_GUARD_NAME} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
 target_link_libraries(${VORNA_GUARD_NAME} PRIVATE PkgConfig::XCB vorna_flags)
 target_link_options(${VORNA_GUARD_NAME} PRIVATE LINKER:--as-needed)

@@ -3,6 +3,8 @@
 
 #include "platform/posix/Beneath.h"
 
+#include "platform/posix/ComponentWalk.h"
+
 namespace platform {
 
 const int passing = O_RDONLY;

@@ -9,22 +9,18 @@
 
 namespace platform {
 
-/// Opens for appending, makes the file if need be, and neither waits nor takes a terminal as its
-/// own.
+/// Opens for appending, creates the file if need be, does not wait, and does not make a terminal
+/// the controlling one.
 constexpr int appending =
     O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW | O_CLOEXEC;
 constexpr mode_t newFileMode = 0666;
 
-/// How this system opens a directory of which nothing is needed but the way on.
+/// How this system opens a directory only to look up names in it.
 extern const int passing;
 
-/// Opens for appending what the path leads to, by this system's best means. The rules are those of
+/// Opens the file at the path for appending, by this system's best means. The rules are those of
 /// openFileBelow(), but what is opened need not be a regular file.
-/// \return -1 when there is no such way
+/// \return -1 when there is no such path
 int openBeneath(int directory, const QByteArray &path);
-
-/// The same by any system's means: component by component, at most 64 directories deep and over at
-/// most 40 links.
-int openByWalking(int directory, const QByteArray &path);
 
 } // namespace platform

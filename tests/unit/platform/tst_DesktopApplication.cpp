@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "platform/linux/DesktopApplication.h"
+#include "platform/linux/applications/DesktopApplication.h"
 #include "support/ChildProcess.h"
 #include "support/Waiting.h"
 

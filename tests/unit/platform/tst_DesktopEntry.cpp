@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "platform/linux/DesktopEntry.h"
-#include "platform/linux/ExecLine.h"
+#include "platform/linux/applications/DesktopEntry.h"
+#include "platform/linux/applications/ExecLine.h"
 
 #include <QFile>
 #include <QRandomGenerator>
@@ -168,8 +168,11 @@ void tst_DesktopEntry::commandLineIsSplit_data()
     QTest::newRow("single quotes")
         << uR"(sh -c 'a "b" \$c')"_s << QStringList{u"sh"_s, u"-c"_s, uR"(a "b" \$c)"_s};
     QTest::newRow("escaped blank") << uR"(a\ b c)"_s << QStringList{u"a b"_s, u"c"_s};
-    QTest::newRow("signs of a shell")
+    QTest::newRow("characters of a shell")
         << u"a; b|c $(d) ~ *"_s << QStringList{u"a;"_s, u"b|c"_s, u"$(d)"_s, u"~"_s, u"*"_s};
+    QTest::newRow("number sign") << u"a b#c \"#d\" #e f"_s
+                                 << QStringList{u"a"_s, u"b#c"_s, u"#d"_s};
+    QTest::newRow("nothing but a comment") << u"#a b"_s << QStringList();
     QTest::newRow("open quote") << uR"(a "b c)"_s << invalid;
     QTest::newRow("open single quote") << u"a 'b c"_s << invalid;
     QTest::newRow("open escape") << u"a\\"_s << invalid;

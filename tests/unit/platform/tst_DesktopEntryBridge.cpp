@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "platform/linux/DesktopEntryBridge.h"
+#include "platform/linux/applications/DesktopEntryBridge.h"
 
 #include <QDir>
 #include <QFile>

@@ -3,7 +3,7 @@
 
 #include "platform/FileBelow.h"
 
-#include "platform/posix/Beneath.h"
+#include "platform/posix/ComponentWalk.h"
 #include "platform/posix/Descriptor.h"
 #include "support/Folders.h"
 
@@ -16,6 +16,7 @@
 #include <memory>
 #include <thread>
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>

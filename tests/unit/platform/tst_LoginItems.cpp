@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "doubles/RecordingLoginItems.h"
-#include "platform/linux/XdgAutostart.h"
+#include "platform/linux/session/XdgAutostart.h"
 #include "unit/platform/LoginItemsContract.h"
 
 #include <QDir>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "platform/linux/ModifierTracker.h"
+#include "platform/linux/input/ModifierTracker.h"
 
 #include <QTest>
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "platform/linux/ReleaseLedger.h"
+#include "platform/linux/input/ReleaseLedger.h"
 
 #include <QTest>
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "platform/linux/DesktopEntry.h"
-#include "platform/linux/XdgAutostart.h"
+#include "platform/linux/applications/DesktopEntry.h"
+#include "platform/linux/session/XdgAutostart.h"
 #include "startup/settingsManagerMac.h"
 #include "support/ChildProcess.h"
 #include "support/Waiting.h"

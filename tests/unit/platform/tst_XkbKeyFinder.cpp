@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "platform/linux/XkbHandles.h"
-#include "platform/linux/XkbKeyFinder.h"
+#include "platform/linux/input/XkbHandles.h"
+#include "platform/linux/input/XkbKeyFinder.h"
 #include "support/KeyboardDrawing.h"
 #include "support/LayoutSigns.h"
 
@@ -66,23 +66,23 @@ class XkbKeyFinderTest : public QObject
     Q_OBJECT
 
 private slots:
-    void everySignOfALayoutIsFoundAndOthersGoByPosition_data();
-    void everySignOfALayoutIsFoundAndOthersGoByPosition();
-    void signsAreFoundOnTheKeyWithFewestModifiers_data();
-    void signsAreFoundOnTheKeyWithFewestModifiers();
-    void theOwnPositionComesFirstAmongEqualKeys();
-    void aSignThatHasMovedIsFoundWhereItIs();
-    void aGroupBeyondTheLastIsCountedRound();
+    void everyKeysymOfALayoutIsFoundAndOthersGoByPosition_data();
+    void everyKeysymOfALayoutIsFoundAndOthersGoByPosition();
+    void keysymsAreFoundOnTheKeyWithFewestModifiers_data();
+    void keysymsAreFoundOnTheKeyWithFewestModifiers();
+    void theUsualPositionComesFirstAmongEqualKeys();
+    void aKeysymThatHasMovedIsFoundWhereItIs();
+    void aGroupBeyondTheLastWrapsAround();
     void codesWithoutMeaningAreNotFound();
     void levelsThatNeedOtherModifiersAreNotUsed();
     void modifiersHaveTheirKeys_data();
     void modifiersHaveTheirKeys();
-    void exchangedModifierKeysAreFoundBySign();
+    void exchangedModifierKeysAreFoundByKeysym();
     void allKeysThatSetAModifierAreKnown();
     void numLockIsHarmlessAndNothingElse();
 };
 
-void XkbKeyFinderTest::everySignOfALayoutIsFoundAndOthersGoByPosition_data()
+void XkbKeyFinderTest::everyKeysymOfALayoutIsFoundAndOthersGoByPosition_data()
 {
     QTest::addColumn<QByteArray>("layouts");
     QTest::addColumn<uint>("group");
@@ -95,7 +95,7 @@ void XkbKeyFinderTest::everySignOfALayoutIsFoundAndOthersGoByPosition_data()
     QTest::newRow("ru of us,ru") << QByteArray("us,ru") << 1U << "ru";
 }
 
-void XkbKeyFinderTest::everySignOfALayoutIsFoundAndOthersGoByPosition()
+void XkbKeyFinderTest::everyKeysymOfALayoutIsFoundAndOthersGoByPosition()
 {
     QFETCH(QByteArray, layouts);
     QFETCH(uint, group);
@@ -117,7 +117,7 @@ void XkbKeyFinderTest::everySignOfALayoutIsFoundAndOthersGoByPosition()
     }
 }
 
-void XkbKeyFinderTest::signsAreFoundOnTheKeyWithFewestModifiers_data()
+void XkbKeyFinderTest::keysymsAreFoundOnTheKeyWithFewestModifiers_data()
 {
     QTest::addColumn<QByteArray>("layout");
     QTest::addColumn<QByteArray>("name");
@@ -146,12 +146,12 @@ void XkbKeyFinderTest::signsAreFoundOnTheKeyWithFewestModifiers_data()
     row("ru", "A", 38, 0);
     row("ru", ",", 61, Shift);
     row("ru", ";", 13, Shift);
-    row("ru", "/", 94, 0); // The key at the sign's own position would need Shift.
+    row("ru", "/", 94, 0); // The key at the usual position would need Shift.
     row("pt", "\\", 49, 0);
     row("br", "[", 51, 0);
 }
 
-void XkbKeyFinderTest::signsAreFoundOnTheKeyWithFewestModifiers()
+void XkbKeyFinderTest::keysymsAreFoundOnTheKeyWithFewestModifiers()
 {
     QFETCH(QByteArray, layout);
     QFETCH(QByteArray, name);
@@ -162,16 +162,16 @@ void XkbKeyFinderTest::signsAreFoundOnTheKeyWithFewestModifiers()
     QTEST(int{found->modifiers}, "modifiers");
 }
 
-void XkbKeyFinderTest::theOwnPositionComesFirstAmongEqualKeys()
+void XkbKeyFinderTest::theUsualPositionComesFirstAmongEqualKeys()
 {
-    // Caps Lock bears an AltGr here as well, and comes before the right Alt key by code.
+    // Caps Lock is an AltGr here as well, and has a lower key code than the right Alt key.
     const XkbKeymap keymap = keymapOf("de", "lv3:caps_switch");
     const XkbKeyFinder finder(keymap.get());
     QCOMPARE(numbers(finder.keysSetting(Mod5)), (std::vector{66, 92, 108}));
     QCOMPARE(int{finder.modifierKey(0, Modifier::Level3).value_or(0)}, 108);
 }
 
-void XkbKeyFinderTest::aSignThatHasMovedIsFoundWhereItIs()
+void XkbKeyFinderTest::aKeysymThatHasMovedIsFoundWhereItIs()
 {
     const XkbKeymap keymap = keymapOf("us", "caps:swapescape");
     const XkbKeyFinder finder(keymap.get());
@@ -179,7 +179,7 @@ void XkbKeyFinderTest::aSignThatHasMovedIsFoundWhereItIs()
     QCOMPARE(int{finder.key(0, codeOf("CapsLock"))->keycode}, 9);
 }
 
-void XkbKeyFinderTest::aGroupBeyondTheLastIsCountedRound()
+void XkbKeyFinderTest::aGroupBeyondTheLastWrapsAround()
 {
     const XkbKeymap keymap = keymapOf("us,fr");
     const XkbKeyFinder finder(keymap.get());
@@ -233,7 +233,7 @@ void XkbKeyFinderTest::modifiersHaveTheirKeys()
     QVERIFY(check(Modifier::Level3, level3Key, Mod5));
 }
 
-void XkbKeyFinderTest::exchangedModifierKeysAreFoundBySign()
+void XkbKeyFinderTest::exchangedModifierKeysAreFoundByKeysym()
 {
     const XkbKeymap keymap = keymapOf("us", "ctrl:swapcaps,altwin:swap_lalt_lwin");
     const XkbKeyFinder finder(keymap.get());

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "platform/ToolkitClipboard.h"
+#include "platform/linux/clipboard/X11SelectionReader.h"
+
+#include <vector>
+
+namespace platform {
+
+/// The clipboard of an X11 session. The toolkit would wait for the program that owns the text, up
+/// to five seconds; here other programs' text is read from the event loop.
+class X11Clipboard : public Clipboard
+{
+public:
+    X11Clipboard();
+
+    void setText(const QString &text) override;
+    void requestText(TextReceiver receiver) override;
+
+private:
+    void deliver(const std::optional<QString> &text);
+
+    ToolkitClipboard ownText;
+    X11SelectionReader reader;
+    // A request waits for a transfer that begins after it, so it never gets an older text.
+    std::vector<TextReceiver> served;
+    std::vector<TextReceiver> waiting;
+};
+
+} // namespace platform

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "platform/linux/input/HeldInput.h"
+
+namespace platform {
+
+/// The memory that a process shares with its guard.
+class SharedHeldInput
+{
+public:
+    /// Makes it, with nothing held. Where the system has no memory to share, the process has it for
+    /// itself.
+    SharedHeldInput();
+    ~SharedHeldInput();
+    SharedHeldInput(const SharedHeldInput &) = delete;
+    SharedHeldInput &operator=(const SharedHeldInput &) = delete;
+
+    HeldInput &get() { return *held; }
+
+    /// The descriptor by which another process maps it, above those of the standard streams and
+    /// closed on exec; -1 where the memory is not shared.
+    int descriptor() const { return file; }
+
+private:
+    int file = -1;
+    HeldInput own{}; ///< Used where nothing can be shared.
+    HeldInput *held = &own;
+};
+
+} // namespace platform

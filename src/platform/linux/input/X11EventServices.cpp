@@ -1,0 +1,179 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "platform/linux/input/X11EventServices.h"
+
+#include "platform/linux/x11/X11Server.h"
+
+#include <utility>
+
+#include <xcb/xcbext.h>
+#include <xcb/xtest.h>
+
+namespace platform {
+
+namespace {
+
+/// An X server drops a connection as soon as it sees its end, with the requests that it has not yet
+/// read: the last releases would be lost, and the keys would stay down for good.
+void waitUntilServerIsDone(xcb_connection_t *connection)
+{
+    const auto cookie = xcb_get_input_focus(connection);
+    xcbOwned(xcb_get_input_focus_reply(connection, cookie, nullptr));
+}
+
+} // namespace
+
+X11EventServices::X11EventServices(X11Connection openConnection)
+    : connection(std::move(openConnection))
+    , ledger(held.get())
+    , keyboard(connection.get(), ledger)
+    , pointer(connection.get(), connection.root(), ledger)
+{
+    // Open menus and window managers grab the server.
+    ignoreServerGrabs(connection);
+    connection.watch([this] { takeInEvents(); });
+    flush();
+}
+
+X11EventServices::~X11EventServices()
+{
+    keyboard.releaseAll();
+    pointer.releaseAll();
+    waitUntilServerIsDone(connection.get());
+    guard.reset();
+}
+
+void X11EventServices::startGuard()
+{
+    // It is never shown. It goes with the connection.
+    const xcb_window_t marker = xcb_generate_id(connection.get());
+    const std::uint32_t isUnmanaged = 1;
+    xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, marker, connection.root(), 0, 0, 1, 1,
+                      0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
+                      XCB_CW_OVERRIDE_REDIRECT, &isUnmanaged);
+    waitUntilServerIsDone(connection.get());
+    guard = std::make_unique<InputGuard>(held.descriptor(), marker);
+}
+
+Location X11EventServices::pointerLocation()
+{
+    return takeInEvents() ? pointer.location() : Location{};
+}
+
+void X11EventServices::postKeyboard(const KeyboardEvent &event)
+{
+    if (!takeInEvents()) {
+        return;
+    }
+    if (event.isDown) {
+        keyboard.press(event.code, event.flags);
+        flushLater();
+    } else {
+        keyboard.release(event.code);
+        flush();
+    }
+}
+
+void X11EventServices::postMouse(std::optional<SourceState> /*source*/,
+                                 std::span<const MouseEvent> events, EventTap /*tap*/)
+{
+    if (!takeInEvents()) {
+        return;
+    }
+    for (const MouseEvent &event : events) {
+        postMouse(event);
+    }
+    flush();
+}
+
+void X11EventServices::postMouse(const MouseEvent &event)
+{
+    switch (event.type) {
+    case MouseEventType::Moved:
+        pointer.moveTo(event.position);
+        break;
+    case MouseEventType::LeftDown:
+        pointer.press(MouseButton::Left);
+        break;
+    case MouseEventType::LeftUp:
+        pointer.release(MouseButton::Left);
+        break;
+    case MouseEventType::RightDown:
+        pointer.press(MouseButton::Right);
+        break;
+    case MouseEventType::RightUp:
+        pointer.release(MouseButton::Right);
+        break;
+    case MouseEventType::OtherDown:
+        pointer.press(event.button);
+        break;
+    case MouseEventType::OtherUp:
+        pointer.release(event.button);
+        break;
+    }
+}
+
+/// Brings the adapter up to date with what the server has reported; false when the connection is
+/// broken.
+bool X11EventServices::takeInEvents()
+{
+    while (const auto event = xcbOwned(xcb_poll_for_event(connection.get()))) {
+        if (!keyboard.handleEvent(event.get())) {
+            pointer.handleEvent(event.get());
+        }
+    }
+    takeInProgress();
+    return connection.isOpen();
+}
+
+/// Nobody waits for the answer: it comes as an event does.
+void X11EventServices::askForProgress()
+{
+    if (!question && ledger.isAnyUnconfirmed()) {
+        question = xcb_get_input_focus(connection.get()).sequence;
+    }
+}
+
+void X11EventServices::takeInProgress()
+{
+    void *reply = nullptr;
+    xcb_generic_error_t *error = nullptr;
+    if (!question || xcb_poll_for_reply(connection.get(), *question, &reply, &error) == 0) {
+        return;
+    }
+    const auto ownedError = xcbOwned(error);
+    // A broken connection has no answer.
+    if (const auto answer = xcbOwned(static_cast<xcb_generic_reply_t *>(reply))) {
+        ledger.confirm(*question);
+    }
+    question.reset();
+    askForProgress();
+    if (!isFlushDue) {
+        xcb_flush(connection.get());
+    }
+}
+
+void X11EventServices::flush()
+{
+    isFlushDue = false;
+    askForProgress();
+    xcb_flush(connection.get());
+}
+
+/// A press waits for its release, which usually follows in the same call of the event loop.
+void X11EventServices::flushLater()
+{
+    if (isFlushDue) {
+        return;
+    }
+    isFlushDue = true;
+    const auto flushIfStillDue = [this] {
+        if (isFlushDue) {
+            flush();
+        }
+    };
+    QMetaObject::invokeMethod(&context, flushIfStillDue, Qt::QueuedConnection);
+}
+
+} // namespace platform

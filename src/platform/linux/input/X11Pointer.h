@@ -1,0 +1,67 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "platform/EventServices.h"
+#include "platform/linux/input/ReleaseLedger.h"
+
+#include <cstdint>
+#include <vector>
+
+#include <xcb/xcb.h>
+
+namespace platform {
+
+/// Moves the pointer of an X display and presses its buttons through the XTEST extension.
+///
+/// What it sends stays in the connection's buffer until someone flushes it.
+class X11Pointer
+{
+public:
+    /// The connection must have XTEST; it and the ledger must outlive the pointer. `rootWindow` is
+    /// the one window whose coordinates are meant.
+    X11Pointer(xcb_connection_t *openConnection, xcb_window_t rootWindow,
+               ReleaseLedger &ledgerOfReleases);
+
+    /// Takes in an event of the connection; false when it is not about the pointer.
+    bool handleEvent(const xcb_generic_event_t *event);
+
+    /// Where the pointer is, in pixels of the root window; (0, 0) on a broken connection. One round
+    /// trip.
+    Location location() const;
+
+    /// Moves the pointer to that pixel; the server keeps it on the screens.
+    void moveTo(const Location &position);
+
+    /// Presses the button that has that meaning, on a left-handed mapping too. A mapping that has
+    /// taken the button away leaves nothing to press.
+    void press(MouseButton button);
+    /// Releases the button that press() pressed, even if the mapping has changed between.
+    void release(MouseButton button);
+
+    /// Releases every button that press() left down.
+    void releaseAll();
+
+private:
+    struct HeldButton
+    {
+        MouseButton button = MouseButton::Left;
+        std::uint8_t number = 0;
+    };
+
+    void readMapping();
+    std::uint8_t numberOf(MouseButton button);
+    bool releaseHeld(MouseButton button);
+    void pressNumber(std::uint8_t number);
+    void releaseNumber(std::uint8_t number);
+
+    xcb_connection_t *connection;
+    xcb_window_t root;
+    ReleaseLedger &ledger;
+    std::vector<std::uint8_t> mapping; ///< The meaning of button 1, of button 2, ...
+    bool isMappingStale = true;
+    std::vector<HeldButton> heldButtons; ///< A button at most once.
+};
+
+} // namespace platform

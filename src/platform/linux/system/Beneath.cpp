@@ -1,0 +1,53 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "platform/posix/Beneath.h"
+
+#include "platform/posix/ComponentWalk.h"
+
+#include <linux/openat2.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace platform {
+
+const int passing = O_PATH;
+
+namespace {
+
+/// A rename or a mount anywhere while ".." is looked up makes the call fail with EAGAIN.
+constexpr int mostAttempts = 32;
+
+/// -1 with the reason in errno.
+int openInKernel(int directory, const QByteArray &path)
+{
+    open_how how{};
+    how.flags = appending | O_LARGEFILE;
+    how.mode = newFileMode;
+    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS;
+    return static_cast<int>(syscall(SYS_openat2, directory, path.constData(), &how, sizeof how));
+}
+
+} // namespace
+
+int openBeneath(int directory, const QByteArray &path)
+{
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        const int opened = openInKernel(directory, path);
+        if (opened != -1) {
+            return opened;
+        }
+        // Before Linux 5.6 the call is not there; a sandbox may forbid it.
+        if (errno == ENOSYS || errno == EPERM) {
+            break;
+        }
+        if (errno != EAGAIN && errno != EINTR) {
+            return -1;
+        }
+    }
+    return openByWalking(directory, path);
+}
+
+} // namespace platform
