@@ -14,6 +14,7 @@
 
 using namespace Qt::StringLiterals;
 
+namespace quillmote {
 namespace {
 
 QCommandLineOption option(const QString &name, const QString &help, const QString &value = {})
@@ -358,3 +359,5 @@ ParsedArguments parseArguments(const QStringList &words)
     parsed.wantsJson = isJsonAskedFor(words);
     return parsed;
 }
+
+} // namespace quillmote

@@ -9,6 +9,8 @@
 #include <chrono>
 #include <optional>
 
+namespace quillmote {
+
 /// See TextTyper.
 inline constexpr std::chrono::milliseconds defaultPasteWait{500};
 
@@ -49,3 +51,5 @@ struct ParsedArguments
 };
 
 ParsedArguments parseArguments(const QStringList &commandLine);
+
+} // namespace quillmote

@@ -10,6 +10,7 @@
 
 using namespace Qt::StringLiterals;
 
+namespace quillmote {
 namespace {
 
 constexpr qsizetype any = std::numeric_limits<qsizetype>::max();
@@ -181,3 +182,5 @@ QString commandOverview()
                       "Exit status: 0 done, 1 the server said ERROR, 2 usage, 3 no server or\n"
                       "connection lost.\n"_L1;
 }
+
+} // namespace quillmote

@@ -8,6 +8,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace quillmote {
+
 struct Arguments;
 
 /// One subcommand: how it is called, what it does.
@@ -30,3 +32,5 @@ QStringList commandNames();
 
 /// The program's own help.
 QString commandOverview();
+
+} // namespace quillmote
