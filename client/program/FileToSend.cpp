@@ -4,9 +4,9 @@
 #include "program/FileToSend.h"
 
 #include "lib/PrintableText.h"
+#include "program/ShellWord.h"
 
 #include <QFileInfo>
-#include <QRegularExpression>
 
 #include <algorithm>
 #include <cerrno>
@@ -74,12 +74,6 @@ QString reasonAgainstName(const QString &name)
         return u"it leads out of the download directory"_s;
     }
     return holdsWhatNobodySees(name) ? u"it holds a character that nobody sees"_s : QString();
-}
-
-QString quotedForShell(QString word)
-{
-    static const QRegularExpression plain(u"^[A-Za-z0-9._/-]+$"_s);
-    return plain.match(word).hasMatch() ? word : u'\'' + word.replace(u'\'', "'\\''"_L1) + u'\'';
 }
 
 } // namespace
