@@ -85,8 +85,9 @@ def limit_memory():
 
 def unit_tests(tree, path):
     """Those of the file's own class first."""
-    folder = "client" if path.startswith("client/") else pathlib.PurePath(path).parent.name
-    names = sorted(file.stem for file in (tree / "tests/unit" / folder).glob("tst_*.cpp"))
+    of_client = path.startswith("client/")
+    folder = "client" if of_client else "unit/" + pathlib.PurePath(path).parent.name
+    names = sorted(file.stem for file in (tree / "tests" / folder).glob("tst_*.cpp"))
     own = "tst_" + pathlib.PurePath(path).stem
     return sorted(names, key=lambda name: not name.startswith(own))
 

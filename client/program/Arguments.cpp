@@ -4,264 +4,130 @@
 #include "program/Arguments.h"
 
 #include "program/CommandTable.h"
+#include "program/Help.h"
+#include "program/OptionTable.h"
+#include "program/ShellWord.h"
 #include "program/Suggestion.h"
 
 #include <QCommandLineParser>
-#include <QRegularExpression>
 
 #include <algorithm>
-#include <cmath>
 
 using namespace Qt::StringLiterals;
 
+namespace quillmote {
 namespace {
 
-QCommandLineOption option(const QString &name, const QString &help, const QString &value = {})
-{
-    return {name, help, value};
-}
+/// The toolkit's parser takes -10 for two short options; here it is a value. A word of a command
+/// line cannot hold a NUL, so one in front keeps the parser from seeing the dash.
+constexpr QChar guard = QChar::Null;
 
-void addSendOptions(QCommandLineParser &parser)
+bool isNegativeNumber(QStringView word)
 {
-    parser.addOption(option(u"as"_s, u"Save the file there under that name."_s, u"NAME"_s));
-    parser.addOption(option(u"force"_s, u"Send files that arrive damaged, too."_s));
-}
-
-void addTypingOptions(QCommandLineParser &parser)
-{
-    parser.addOption(option(u"paste"_s, u"Type by the clipboard only."_s));
-    parser.addOption(option(u"us-keyboard"_s, u"Type signs as on a US keyboard."_s));
-    parser.addOption(option(u"paste-wait"_s,
-                            u"How long a program there may take to paste, %1 if not given."_s.arg(
-                                defaultPasteWait.count()),
-                            u"MILLISECONDS"_s));
-}
-
-void addOptions(QCommandLineParser &parser, const QString &command)
-{
-    parser.addOption({{u"h"_s, u"help"_s}, u"Show this help."_s});
-    parser.addOption(option(u"version"_s, u"Show the version."_s));
-    parser.addOption(option(u"server"_s, u"Use the server of that name."_s, u"NAME"_s));
-    parser.addOption(option(u"host"_s, u"Use the server at that address."_s, u"HOST"_s));
-    parser.addOption(option(u"port"_s, u"The server's port, with --host."_s, u"PORT"_s));
-    parser.addOption(option(u"timeout"_s, u"How long to wait, 10 if not given."_s, u"SECONDS"_s));
-    parser.addOption(option(u"json"_s, u"Print results and errors as JSON."_s));
-    if (command == "discover"_L1) {
-        parser.addOption(option(u"watch"_s, u"Go on, and tell what comes and goes."_s));
-    }
-    if (command == "copy"_L1) {
-        parser.addOption(option(u"lossy"_s, u"Replace what cannot be sent."_s));
-    }
-    if (command == "pair"_L1) {
-        parser.addOption(option(u"name"_s, u"What this device is called."_s, u"NAME"_s));
-    }
-    if (command == "key"_L1) {
-        parser.addOption(option(u"repeat"_s, u"Type them all so many times."_s, u"COUNT"_s));
-    }
-    if (command == "click"_L1) {
-        parser.addOption(option(u"repeat"_s, u"Click so many times."_s, u"COUNT"_s));
-    }
-    if (command == "send"_L1) {
-        addSendOptions(parser);
-    }
-    if (command == "type"_L1 || command == "remote"_L1) {
-        addTypingOptions(parser);
-    }
-    if (command == "type"_L1) {
-        parser.addOption(option(u"restore"_s, u"Put the clipboard's old text back in the end."_s));
-    }
-}
-
-QString problemWithNumbers(const QCommandLineParser &parser, Arguments &arguments)
-{
-    bool isNumber = true;
-    if (parser.isSet(u"port"_s)) {
-        arguments.port = parser.value(u"port"_s).toUShort(&isNumber);
-        if (!isNumber || arguments.port == 0) {
-            return u"--port takes a number from 1 to 65535."_s;
-        }
-    }
-    if (parser.isSet(u"timeout"_s)) {
-        const double seconds = parser.value(u"timeout"_s).toDouble(&isNumber);
-        if (!isNumber || !(seconds > 0 && seconds <= 86'400)) {
-            return u"--timeout takes seconds, more than 0 and up to 86400."_s;
-        }
-        arguments.isTimeoutGiven = true;
-        arguments.timeout = std::chrono::milliseconds(std::lround(std::ceil(seconds * 1000)));
-    }
-    if (parser.isSet(u"host"_s) != parser.isSet(u"port"_s)) {
-        return u"--host and --port go together; give both."_s;
-    }
-    if (parser.isSet(u"host"_s) && parser.isSet(u"server"_s)) {
-        return u"--server and --host exclude each other."_s;
-    }
-    return {};
-}
-
-/// False also for an option that the command does not know.
-bool isGiven(const QCommandLineParser &parser, const QString &name)
-{
-    return parser.optionNames().contains(name);
-}
-
-void readSendOptions(const QCommandLineParser &parser, Arguments &arguments)
-{
-    arguments.isForced = isGiven(parser, u"force"_s);
-    if (isGiven(parser, u"as"_s)) {
-        arguments.saveAs = parser.value(u"as"_s);
-    }
-}
-
-QString problemWithTypingOptions(const QCommandLineParser &parser, Arguments &arguments)
-{
-    arguments.pastesAll = isGiven(parser, u"paste"_s);
-    arguments.isUsKeyboard = isGiven(parser, u"us-keyboard"_s);
-    arguments.restoresClipboard = isGiven(parser, u"restore"_s);
-    if (isGiven(parser, u"paste-wait"_s)) {
-        bool isNumber = false;
-        const int wait = parser.value(u"paste-wait"_s).toInt(&isNumber);
-        if (!isNumber || wait < 0 || wait > 60'000) {
-            return u"--paste-wait takes milliseconds, from 0 to 60000."_s;
-        }
-        arguments.pasteWait = std::chrono::milliseconds(wait);
-    }
-    return {};
-}
-
-QString problemWithCommandOptions(const QCommandLineParser &parser, Arguments &arguments)
-{
-    arguments.isWatch = arguments.command == "discover"_L1 && parser.isSet(u"watch"_s);
-    arguments.isLossy = arguments.command == "copy"_L1 && parser.isSet(u"lossy"_s);
-    if (arguments.command == "pair"_L1) {
-        arguments.deviceName = parser.value(u"name"_s);
-    }
-    if (isGiven(parser, u"repeat"_s)) {
-        bool isNumber = false;
-        arguments.repeat = parser.value(u"repeat"_s).toInt(&isNumber);
-        if (!isNumber || arguments.repeat < 1) {
-            return u"--repeat takes a number from 1."_s;
-        }
-    }
-    readSendOptions(parser, arguments);
-    return problemWithTypingOptions(parser, arguments);
-}
-
-QString help(const CommandEntry *entry)
-{
-    if (entry == nullptr) {
-        return commandOverview();
-    }
-    QCommandLineParser parser;
-    addOptions(parser, entry->name);
-    // The parser's text without its usage line, which does not know of commands.
-    const QString options = parser.helpText().section(u"Options:"_s, 1);
-    return u"Usage: quillmote %1 %2\n\n%3\n\nOptions:%4\nExamples:\n%5\n"_s.arg(
-        entry->name, entry->usage, entry->description, options, entry->examples);
-}
-
-ParsedArguments problem(const QString &text)
-{
-    return {std::nullopt, {}, text};
-}
-
-ParsedArguments problem(const char *code, const QString &text)
-{
-    return {std::nullopt, {}, text, code};
-}
-
-/// The first word that is no option, or the value of one.
-QString commandIn(const QStringList &words)
-{
-    static const QStringList takingValues = {u"--server"_s,  u"--host"_s,      u"--port"_s,
-                                             u"--timeout"_s, u"--name"_s,      u"--repeat"_s,
-                                             u"--as"_s,      u"--paste-wait"_s};
-    for (qsizetype index = 1; index < words.size(); ++index) {
-        if (takingValues.contains(words[index])) {
-            ++index;
-        } else if (!words[index].startsWith(u'-')) {
-            return words[index];
-        }
-    }
-    return {};
-}
-
-/// A negative number is a value and no option; the parser sees it with a sign that is no character.
-constexpr QChar hiddenMinus(0xfdd0);
-
-bool isNumberBehind(QChar minus, QStringView word)
-{
-    return word.size() > 1 && word[0] == minus &&
+    return word.size() > 1 && word[0] == u'-' &&
            std::all_of(word.begin() + 1, word.end(), [](QChar digit) { return digit.isDigit(); });
 }
 
-QStringList withMinusReplaced(QStringList words, QChar before, QChar after)
+QStringList withNumbersGuarded(QStringList words)
 {
     for (QString &word : words) {
-        if (isNumberBehind(before, word)) {
-            word[0] = after;
+        if (isNegativeNumber(word)) {
+            word.prepend(guard);
         }
     }
     return words;
 }
 
-bool isOptionWord(const QString &word, const QString &name)
+QString withoutGuard(QString word)
 {
-    const QString text = word.section(u'=', 0, 0);
-    return text == "--"_L1 + name || (name.size() == 1 && word.startsWith(u'-' + name));
+    return word.remove(guard);
 }
 
-/// Where the first option stands that the command does not know; -1 when it knows them all.
-qsizetype placeOfUnknownOption(const QStringList &words, const QString &command)
+/// The toolkit's parser, after it has read the words with these options.
+class Reading
 {
-    QCommandLineParser parser;
-    addOptions(parser, command);
-    parser.parse(words);
-    const QStringList unknown = parser.unknownOptionNames();
-    const auto found = std::find_if(words.begin(), words.end(), [&](const QString &word) {
-        return std::any_of(unknown.begin(), unknown.end(),
-                           [&](const QString &name) { return isOptionWord(word, name); });
-    });
-    return found == words.end() ? -1 : found - words.begin();
-}
-
-/// The same for an option that no command knows.
-qsizetype placeOfOptionUnknownToAll(const QStringList &words)
-{
-    qsizetype place = -1;
-    for (const QString &command : commandNames()) {
-        place = placeOfUnknownOption(words, command);
-        if (place == -1) {
-            break;
+public:
+    Reading(const QStringList &commandLine, const Options &options)
+        : words(withNumbersGuarded(commandLine))
+    {
+        for (const Option *option : options) {
+            parser.addOption(QCommandLineOption(namesOf(*option), {}, option->valueName));
         }
+        isWellFormed = parser.parse(words);
     }
-    return place;
+
+    bool isGiven(QLatin1StringView option) const { return parser.isSet(option); }
+    QString value(QLatin1StringView option) const { return withoutGuard(parser.value(option)); }
+    QStringList values() const
+    {
+        QStringList values = parser.positionalArguments();
+        std::transform(values.begin(), values.end(), values.begin(), withoutGuard);
+        return values;
+    }
+
+    /// A value that is missing, or one too many; nothing if every option is complete.
+    QString problem() const { return isWellFormed ? QString() : parser.errorText(); }
+
+    /// The position of the first option that is not one of these; -1 if there is none.
+    qsizetype placeOfUnknownOption() const
+    {
+        const QStringList unknown = parser.unknownOptionNames();
+        const auto found = std::find_if(words.begin(), words.end(), [&](const QString &word) {
+            return std::any_of(unknown.begin(), unknown.end(),
+                               [&](const QString &name) { return isOptionWord(word, name); });
+        });
+        return found == words.end() ? -1 : found - words.begin();
+    }
+
+private:
+    static QStringList namesOf(const Option &option)
+    {
+        QStringList names{option.name};
+        if (option.letter != QLatin1Char('\0')) {
+            names.prepend(QString(option.letter));
+        }
+        return names;
+    }
+
+    static bool isOptionWord(const QString &word, const QString &name)
+    {
+        return word.section(u'=', 0, 0) == "--"_L1 + name ||
+               (name.size() == 1 && word.startsWith(u'-' + name));
+    }
+
+    QCommandLineParser parser;
+    QStringList words;
+    bool isWellFormed = false;
+};
+
+ParsedArguments problem(const QString &text, const char *code = "usage")
+{
+    return {std::nullopt, {}, text, code};
 }
 
-QStringList optionsOf(const QString &command)
+ParsedArguments text(const QString &output)
 {
-    QCommandLineParser parser;
-    addOptions(parser, command);
-    static const QRegularExpression name(u"--[a-z]+"_s);
-    QStringList options;
-    for (auto match = name.globalMatch(parser.helpText()); match.hasNext();) {
-        options += match.next().captured();
-    }
-    return options;
+    return {std::nullopt, output, {}};
 }
 
 ParsedArguments problemWithOption(const QString &word, const QString &command)
 {
-    const QString option = word.section(u'=', 0, 0);
+    QStringList known;
+    for (const Option *option : optionsOf(command)) {
+        known += "--"_L1 + option->name;
+    }
+    const QString name = word.section(u'=', 0, 0);
     const QString where = command.isEmpty() ? QString() : command + u' ';
-    return problem("unknown-option", u"Unknown option \"%1\".%2 See quillmote %3--help."_s.arg(
-                                         option, didYouMean(option, optionsOf(command)), where));
+    return problem(u"Unknown option \"%1\".%2 See quillmote %3--help."_s.arg(
+                       name, didYouMean(name, known), where),
+                   "unknown-option");
 }
 
-/// No command was given, or one that does not exist.
+/// No command is given, or one that does not exist.
 ParsedArguments problemWithCommand(const QStringList &words, const QString &command)
 {
     // The value of a mistyped option looks like the command.
-    const qsizetype place = placeOfOptionUnknownToAll(words);
+    const qsizetype place = Reading(words, allOptions()).placeOfUnknownOption();
     if (place != -1 && (command.isEmpty() || place < words.indexOf(command))) {
         return problemWithOption(words[place], {});
     }
@@ -271,82 +137,103 @@ ParsedArguments problemWithCommand(const QStringList &words, const QString &comm
     const QString suggestion = didYouMean(command, commandNames());
     const QString advice =
         suggestion.isEmpty() ? u"; quillmote --help lists them."_s : u'.' + suggestion;
-    return problem("unknown-command", u"There is no command \"%1\"%2"_s.arg(command, advice));
+    return problem(u"There is no command \"%1\"%2"_s.arg(command, advice), "unknown-command");
 }
 
-/// As a shell takes it for one word.
-QString quotedForShell(QString text)
+ParsedArguments helpAbout(const QStringList &words, const QString &command)
 {
-    return u'\'' + text.replace(u'\'', "'\\''"_L1) + u'\'';
-}
-
-ParsedArguments problemWithCount(const CommandEntry &entry, const QStringList &values)
-{
-    const bool isUnquotedText = values.size() > 1 && entry.usage.contains("TEXT"_L1);
-    if (isUnquotedText) {
-        return problem(u"%1 takes one text; quote the text: quillmote %1 %2"_s.arg(
-            entry.name, quotedForShell(values.join(u' '))));
+    if (command.isEmpty()) {
+        return text(Help::overview());
     }
-    return problem(u"Usage: quillmote %1 %2"_s.arg(entry.name, entry.usage));
+    const CommandEntry *entry = findCommand(command);
+    return entry != nullptr ? text(Help::of(*entry)) : problemWithCommand(words, command);
 }
 
-/// Known before the command line can be read, so that what is wrong with it is JSON too.
-bool isJsonAskedFor(const QStringList &words)
+QString problemWithServer(const Reading &reading)
 {
-    return words.mid(0, words.indexOf(u"--"_s)).contains(u"--json"_s);
+    if (reading.isGiven("host"_L1) != reading.isGiven("port"_L1)) {
+        return u"--host and --port go together; give both."_s;
+    }
+    return reading.isGiven("host"_L1) && reading.isGiven("server"_L1)
+               ? u"--server and --host exclude each other."_s
+               : QString();
 }
 
-/// The command that a help is wanted for.
-QString subjectOfHelp(const QCommandLineParser &parser, const QString &command)
+/// Stores the values of those that are given; returns the first problem.
+QString readOptions(const Options &options, const Reading &reading, Arguments &arguments)
 {
-    return command == "help"_L1 ? parser.positionalArguments().value(1) : command;
+    for (const Option *option : options) {
+        if (option->read != nullptr && reading.isGiven(option->name)) {
+            const QString wrong = option->read(reading.value(option->name), arguments);
+            if (!wrong.isEmpty()) {
+                return wrong;
+            }
+        }
+    }
+    return {};
+}
+
+QString problemWithCount(const CommandEntry &entry, const QStringList &values)
+{
+    if (values.size() >= entry.fewestValues && values.size() <= entry.mostValues) {
+        return {};
+    }
+    const bool isUnquotedText = values.size() > 1 && entry.values.contains("TEXT"_L1);
+    return isUnquotedText ? u"%1 takes one text; quote the text: quillmote %1 %2"_s.arg(
+                                entry.name, quotedForShell(values.join(u' ')))
+                          : Help::usage(entry);
+}
+
+ParsedArguments parseCommand(const CommandEntry &entry, const Reading &reading)
+{
+    Arguments arguments;
+    arguments.command = entry.name;
+    arguments.values = reading.values().mid(1);
+    QString wrong = readOptions(commonOptions(), reading, arguments);
+    if (wrong.isEmpty()) {
+        wrong = problemWithServer(reading);
+    }
+    if (wrong.isEmpty()) {
+        wrong = readOptions(ownOptions(entry.name), reading, arguments);
+    }
+    if (wrong.isEmpty()) {
+        wrong = problemWithCount(entry, arguments.values);
+    }
+    return wrong.isEmpty() ? ParsedArguments{arguments, {}, {}} : problem(wrong);
 }
 
 ParsedArguments parse(const QStringList &words)
 {
-    const QStringList commandLine = withMinusReplaced(words, u'-', hiddenMinus);
-    Arguments arguments;
-    arguments.command = commandIn(commandLine);
-    const CommandEntry *entry = findCommand(arguments.command);
-    QCommandLineParser parser;
-    addOptions(parser, arguments.command);
-    const bool isWellFormed = parser.parse(commandLine);
-    if (parser.isSet(u"version"_s)) {
-        return {std::nullopt, u"quillmote 1.0\n"_s, {}};
+    // With all options, so that no value of an option is taken for the command.
+    const QString command = Reading(words, allOptions()).values().value(0);
+    const Reading reading(words, optionsOf(command));
+    if (reading.isGiven("version"_L1)) {
+        return text(u"quillmote 1.0\n"_s);
     }
-    if (parser.isSet(u"help"_s) || arguments.command == "help"_L1) {
-        const QString subject = subjectOfHelp(parser, arguments.command);
-        entry = findCommand(subject);
-        return subject.isEmpty() || entry != nullptr
-                   ? ParsedArguments{std::nullopt, help(entry), {}}
-                   : problemWithCommand(commandLine, subject);
+    if (command == "help"_L1) {
+        return helpAbout(words, reading.values().value(1));
     }
+    if (reading.isGiven("help"_L1)) {
+        return helpAbout(words, command);
+    }
+    const CommandEntry *entry = findCommand(command);
     if (entry == nullptr) {
-        return problemWithCommand(commandLine, arguments.command);
+        return problemWithCommand(words, command);
     }
-    const qsizetype unknown = placeOfUnknownOption(commandLine, arguments.command);
+    const qsizetype unknown = reading.placeOfUnknownOption();
     if (unknown != -1) {
-        return problemWithOption(commandLine[unknown], arguments.command);
+        return problemWithOption(words[unknown], command);
     }
-    if (!isWellFormed) {
-        return problem(parser.errorText() + u" See quillmote %1 --help."_s.arg(arguments.command));
+    if (!reading.problem().isEmpty()) {
+        return problem(reading.problem() + u" See quillmote %1 --help."_s.arg(command));
     }
-    arguments.values = withMinusReplaced(parser.positionalArguments().mid(1), hiddenMinus, u'-');
-    arguments.server = parser.value(u"server"_s);
-    arguments.host = parser.value(u"host"_s);
-    arguments.wantsJson = parser.isSet(u"json"_s);
-    QString wrong = problemWithNumbers(parser, arguments);
-    if (wrong.isEmpty()) {
-        wrong = problemWithCommandOptions(parser, arguments);
-    }
-    if (!wrong.isEmpty()) {
-        return problem(wrong);
-    }
-    const auto count = arguments.values.size();
-    if (count < entry->leastValues || count > entry->mostValues) {
-        return problemWithCount(*entry, arguments.values);
-    }
-    return {arguments, {}, {}};
+    return parseCommand(*entry, reading);
+}
+
+/// Known before the command line can be read, so that problems with it are JSON too.
+bool isJsonAskedFor(const QStringList &words)
+{
+    return words.mid(0, words.indexOf(u"--"_s)).contains(u"--json"_s);
 }
 
 } // namespace
@@ -354,7 +241,8 @@ ParsedArguments parse(const QStringList &words)
 ParsedArguments parseArguments(const QStringList &words)
 {
     ParsedArguments parsed = parse(words);
-    parsed.problem.replace(hiddenMinus, u'-');
     parsed.wantsJson = isJsonAskedFor(words);
     return parsed;
 }
+
+} // namespace quillmote

@@ -9,43 +9,44 @@
 #include <chrono>
 #include <optional>
 
-/// See TextTyper.
-inline constexpr std::chrono::milliseconds defaultPasteWait{500};
+namespace quillmote {
 
-/// The command line, read and checked.
+/// The command line, read and checked. Each option's field is named in OptionTable.cpp.
 struct Arguments
 {
     QString command;
-    QStringList values; // what follows the command and is no option
-    QString server;     // --server
-    QString host;       // --host
-    quint16 port = 0;   // --port
+    QStringList values; ///< the words behind the command that are not options
+    QString server;     ///< a name; empty if none is given
+    QString host;       ///< empty if none is given
+    quint16 port = 0;
     std::chrono::milliseconds timeout{10'000};
     bool isTimeoutGiven = false;
     bool wantsJson = false;
-    QString deviceName;             // --name, for pairing
-    int repeat = 1;                 // --repeat, for keys and clicks
-    bool isWatch = false;           // --watch, for discovery
-    bool isLossy = false;           // --lossy, for copying
-    std::optional<QString> saveAs;  // --as, for files
-    bool isForced = false;          // --force, for files
-    bool pastesAll = false;         // --paste, for text
-    bool isUsKeyboard = false;      // --us-keyboard, for text
-    bool restoresClipboard = false; // --restore, for text
-    /// --paste-wait: how long a program there may take to paste.
-    std::chrono::milliseconds pasteWait{defaultPasteWait};
+    QString deviceName; ///< empty if none is given
+    int repeat = 1;
+    bool isWatch = false;
+    bool isLossy = false;
+    std::optional<QString> saveAs;
+    bool isForced = false;
+    bool pastesAll = false;
+    bool isUsKeyboard = false;
+    bool restoresClipboard = false;
+    /// How long a program on the server's desktop may take to paste; see TextTyper.
+    std::chrono::milliseconds pasteWait{500};
 };
 
-/// What reading the command line has led to: arguments, or a text to show and an exit.
+/// The result of reading the command line: arguments, or a text to show before the program exits.
 struct ParsedArguments
 {
     std::optional<Arguments> arguments;
-    QString output;  // help or version, for standard output
-    QString problem; // for standard error
-    /// What kind of problem it is, for programs.
+    QString output;  ///< help or version, for standard output
+    QString problem; ///< for standard error
+    /// The kind of problem, for programs.
     const char *problemCode = "usage";
-    /// Counts for problems too.
+    /// Set for problems too.
     bool wantsJson = false;
 };
 
 ParsedArguments parseArguments(const QStringList &commandLine);
+
+} // namespace quillmote

@@ -5,138 +5,137 @@
 
 #include "program/Commands.h"
 
+#include <algorithm>
 #include <array>
 #include <limits>
 
 using namespace Qt::StringLiterals;
 
+namespace quillmote {
 namespace {
 
-constexpr qsizetype any = std::numeric_limits<qsizetype>::max();
-
-template <size_t Size> constexpr QLatin1StringView text(const char (&characters)[Size])
-{
-    return QLatin1StringView(characters);
-}
+constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
+constexpr QLatin1StringView noValues;
 
 constexpr std::array table = {
-    CommandEntry{
-        text("discover"), text("[--watch] [OPTIONS]"),
-        text("list the servers on the local network"),
-        text("Lists the servers that are seen within two seconds (or --timeout): name,\n"
-             "address and port, separated by tabs, and \"last used\" at the one that commands\n"
-             "go to when none is named. With --watch it goes on, until Ctrl+C or --timeout,\n"
-             "and tells each server that is found and each that is gone."),
-        text("  quillmote discover\n"
-             "  quillmote discover --json --timeout 5\n"
-             "  quillmote discover --watch"),
-        0, 0, Commands::discover},
-    CommandEntry{text("info"), text("[OPTIONS]"), text("tell the size of the desktop"),
-                 text("Asks for the size of the server's desktop, in pixels."),
-                 text("  quillmote info\n"
-                      "  quillmote info --server den --json"),
+    CommandEntry{"discover"_L1, noValues, "list the servers on the local network"_L1,
+                 "Lists the servers that answer within two seconds (or --timeout): name, address\n"
+                 "and port, separated by tabs. \"last used\" marks the server that commands go to\n"
+                 "by default. With --watch it keeps running until Ctrl+C or --timeout and reports\n"
+                 "servers as they appear and disappear."_L1,
+                 "  quillmote discover\n"
+                 "  quillmote discover --json --timeout 5\n"
+                 "  quillmote discover --watch"_L1,
+                 0, 0, Commands::discover},
+    CommandEntry{"info"_L1, noValues, "show the size of the desktop"_L1,
+                 "Shows the size of the server's desktop, in pixels."_L1,
+                 "  quillmote info\n"
+                 "  quillmote info --server den --json"_L1,
                  0, 0, Commands::info},
-    CommandEntry{text("pair"), text("[--name NAME] [OPTIONS]"), text("ask to be paired"),
-                 text("Asks the server to remember this device. A person there may have to agree;\n"
-                      "then the answer takes as long as that person. The server knows the device\n"
-                      "by a random identity that is made once and kept. Pairing protects nothing:\n"
-                      "the other commands work without it."),
-                 text("  quillmote pair\n"
-                      "  quillmote pair --name \"Ada's phone\""),
-                 0, 0, Commands::pair},
     CommandEntry{
-        text("key"), text("KEY... [--repeat COUNT] [OPTIONS]"), text("type keys and shortcuts"),
-        text("Types each key once. A key is a letter, a digit, one of = - [ ] ' ; \\ , /,\n"
-             "Space, or F1 to F20; before it any of Cmd+, Alt+, Ctrl+ and Shift+. Letters\n"
-             "are typed small. Servers cannot type Return, Tab, arrows and the like."),
-        text("  quillmote key h e l l o\n"
-             "  quillmote key Cmd+S Shift+A F5"),
-        1, any, Commands::key},
-    CommandEntry{text("move"), text("DX DY [OPTIONS]"), text("move the pointer"),
-                 text("Moves the pointer by pixels: right and down are positive."),
-                 text("  quillmote move 100 0\n"
-                      "  quillmote move -10 25"),
+        "pair"_L1, noValues, "pair this device with the server"_L1,
+        "Asks the server to remember this device. The server's user may have to agree;\n"
+        "the command waits for the decision. The server recognises the device by a random\n"
+        "identity, which is made once and kept. Pairing protects nothing: the other\n"
+        "commands work without it."_L1,
+        "  quillmote pair\n"
+        "  quillmote pair --name \"Ada's phone\""_L1,
+        0, 0, Commands::pair},
+    CommandEntry{
+        "key"_L1, "KEY..."_L1, "type keys and shortcuts"_L1,
+        "Types the keys in the given order. A key is a letter, a digit, one of\n"
+        "= - [ ] ' ; \\ , /, Space, or F1 to F20. It may have any of Cmd+, Alt+, Ctrl+ and\n"
+        "Shift+ in front. Letters are typed in lowercase unless Shift+ is given. Servers\n"
+        "cannot type Return, Tab, the arrow keys and the like."_L1,
+        "  quillmote key h e l l o\n"
+        "  quillmote key Cmd+S Shift+A F5"_L1,
+        1, unlimited, Commands::key},
+    CommandEntry{"move"_L1, "DX DY"_L1, "move the pointer"_L1,
+                 "Moves the pointer by DX and DY pixels. Positive numbers move it right and\n"
+                 "down."_L1,
+                 "  quillmote move 100 0\n"
+                 "  quillmote move -10 25"_L1,
                  2, 2, Commands::move},
     CommandEntry{
-        text("click"), text("[left|right|center|double] [--repeat COUNT] [OPTIONS]"),
-        text("click a button"),
-        text("Clicks the button, the left one if none is named, where the pointer is.\n"
-             "\"double\" is a double click of the left one. Over a slow network the desktop\n"
-             "may take it for two single clicks; then you are told."),
-        text("  quillmote click\n"
-             "  quillmote click right\n"
-             "  quillmote click double\n"
-             "  quillmote click --repeat 3"),
+        "click"_L1, "[left|right|center|double]"_L1, "click a mouse button"_L1,
+        "Clicks the button at the pointer's position; the default is the left button.\n"
+        "\"double\" double-clicks the left button. Over a slow network the desktop may take\n"
+        "that for two single clicks; a note is shown then."_L1,
+        "  quillmote click\n"
+        "  quillmote click right\n"
+        "  quillmote click double\n"
+        "  quillmote click --repeat 3"_L1,
         0, 1, Commands::click},
-    CommandEntry{text("open"), text("URL [OPTIONS]"), text("open an address"),
-                 text("Opens the address with the program that the server's desktop has for it.\n"
-                      "A host's name gets https:// in front; localhost, names that end in .local\n"
-                      "and numeric addresses get http://. For a file use quillmote send."),
-                 text("  quillmote open http://www.example.org/\n"
-                      "  quillmote open www.example.org"),
-                 1, 1, Commands::open},
     CommandEntry{
-        text("copy"), text("[TEXT] [--lossy] [OPTIONS]"), text("put text on the clipboard"),
-        text("Puts the text, or else what comes on standard input, on the server's\n"
-             "clipboard. One line break at the end of the input is left out. The text\n"
-             "must be one line of Latin-1 characters without double quotes. With --lossy\n"
-             "the rest is replaced: line breaks by blanks, double quotes by ', what has no\n"
-             "likeness by ?; you are told what was changed."),
-        text("  quillmote copy \"see you at eight\"\n"
-             "  quillmote copy --lossy < letter.txt\n"
-             "  echo hi | quillmote copy"),
-        0, 1, Commands::copy},
-    CommandEntry{text("paste"), text("[OPTIONS]"), text("print the clipboard's text"),
-                 text("Prints the text on the server's clipboard; characters outside Latin-1 come\n"
-                      "as question marks. On a terminal control characters are shown as escapes\n"
-                      "and the text's last line is ended; elsewhere each byte stays as it is."),
-                 text("  quillmote paste\n"
-                      "  quillmote paste > notes.txt"),
-                 0, 0, Commands::paste},
+        "open"_L1, "URL"_L1, "open a web address"_L1,
+        "Opens the address with the program that the server's desktop has for it. If the\n"
+        "address has no scheme, https:// is put in front, or http:// for localhost, names\n"
+        "that end in .local and numeric addresses. To open a file, use quillmote send."_L1,
+        "  quillmote open http://www.example.org/\n"
+        "  quillmote open www.example.org"_L1,
+        1, 1, Commands::open},
+    CommandEntry{"copy"_L1, "[TEXT]"_L1, "put text on the clipboard"_L1,
+                 "Puts the text on the server's clipboard. Without TEXT, standard input is read;\n"
+                 "one line break at its end is left out. The text must be one line of Latin-1\n"
+                 "characters without double quotes. With --lossy other characters are replaced,\n"
+                 "and each kind of change is shown: line breaks become blanks, double quotes\n"
+                 "become ', and characters without a similar one become ?."_L1,
+                 "  quillmote copy \"see you at eight\"\n"
+                 "  quillmote copy --lossy < letter.txt\n"
+                 "  echo hi | quillmote copy"_L1,
+                 0, 1, Commands::copy},
     CommandEntry{
-        text("send"), text("FILE... [--as NAME] [--force] [OPTIONS]"), text("send files"),
-        text("Sends the files, one after the other; the server saves and opens each. All are\n"
-             "checked before the first is sent.\n\n"
-             "The server stores the request that announces a file as the file's first bytes:\n"
-             "- In JPEG, PDF, HTML, XML, Markdown, scripts and source text it is made a\n"
-             "  comment, so the received file opens as the original does.\n"
-             "- In plain text (.txt, .log, .rst and the like, or no suffix) it is the first\n"
-             "  line, and the text begins on the second.\n"
-             "- Other formats, such as PNG, ZIP and CSV, would be damaged: nothing is sent.\n"
-             "  With --force they are sent, and the command that restores them there is\n"
-             "  printed.\n\n"
-             "A file of the same name there is not replaced: what is sent is appended to it.\n"
-             "--as saves the file under another name, which may lead into a folder there."),
-        text("  quillmote send photo.jpg report.pdf\n"
-             "  quillmote send notes.txt --as notes-2.txt\n"
-             "  quillmote send --force archive.zip"),
-        1, any, Commands::send},
+        "paste"_L1, noValues, "print the clipboard's text"_L1,
+        "Prints the text on the server's clipboard. The server sends a question mark for\n"
+        "each character outside Latin-1. On a terminal control characters are shown as\n"
+        "escapes, and a line break is added if the text does not end in one. In a pipe or\n"
+        "a file each byte stays as it is."_L1,
+        "  quillmote paste\n"
+        "  quillmote paste > notes.txt"_L1,
+        0, 0, Commands::paste},
     CommandEntry{
-        text("type"), text("[TEXT...] [--paste] [--restore] [OPTIONS]"), text("type a text"),
-        text("Types the text, or else what comes on standard input without the line break at\n"
-             "its end. Several words are typed with blanks between them.\n\n"
-             "Letters, digits, blanks and the characters = - [ ] ' ; \\ , / have keys. The\n"
-             "others, such as the full stop, are put on the clipboard there and pasted with\n"
-             "Cmd+V, which overwrites what was on it; --restore puts its text back. It refuses\n"
-             "to begin where that cannot be done exactly.\n\n"
-             "Double quotes, Return, Tab and characters beyond Latin-1 cannot be typed.\n\n"
-             "--paste types everything by the clipboard. Use it where the keys give other\n"
-             "letters, as with a Russian or Greek keyboard there. --us-keyboard types ! \" #\n"
-             "and the like with Shift, in their places on a US keyboard. --paste-wait gives a\n"
-             "slow program there more time before the typing goes on."),
-        text("  quillmote type \"See you at eight.\"\n"
-             "  echo \"Dear all,\" | quillmote type\n"
-             "  quillmote type --restore me@example.org"),
-        0, any, Commands::type},
+        "send"_L1, "FILE..."_L1, "send files"_L1,
+        "Sends the files one after the other; the server saves and opens each. All files\n"
+        "are checked before the first one is sent.\n\n"
+        "The server stores the request that announces a file as the file's first bytes:\n"
+        "- In JPEG, PDF, HTML, XML, Markdown, scripts and source text the request is\n"
+        "  written as a comment, so the received file opens like the original.\n"
+        "- In plain text (.txt, .log, .rst and the like, or no suffix) it is the first\n"
+        "  line, and the text begins on the second.\n"
+        "- Other formats, such as PNG, ZIP and CSV, would be damaged, so nothing is sent.\n"
+        "  --force sends them anyway and prints the command that restores each file.\n\n"
+        "If the name exists in the server's download directory, the new bytes are\n"
+        "appended to that file. --as saves the file under another name, which may lead\n"
+        "into a folder there."_L1,
+        "  quillmote send photo.jpg report.pdf\n"
+        "  quillmote send notes.txt --as notes-2.txt\n"
+        "  quillmote send --force archive.zip"_L1,
+        1, unlimited, Commands::send},
     CommandEntry{
-        text("remote"), text("[--paste] [--us-keyboard] [OPTIONS]"),
-        text("make this terminal the handheld"),
-        text("Keys typed here are typed there; arrows or the mouse move the pointer, the\n"
-             "mouse's buttons click. Ctrl+] leaves. Return, Tab, Backspace and Escape cannot\n"
-             "be sent. Characters without a key, such as the full stop, go by the clipboard\n"
-             "there, as with quillmote type."),
-        text("  quillmote remote --server den\n"
-             "  quillmote remote --us-keyboard"),
+        "type"_L1, "[TEXT...]"_L1, "type a text"_L1,
+        "Types the text. Several words are typed with blanks between them. Without TEXT,\n"
+        "standard input is read; one line break at its end is left out.\n\n"
+        "Letters, digits, blanks and the characters = - [ ] ' ; \\ , / have keys. Other\n"
+        "characters, such as the full stop, are put on the server's clipboard and pasted\n"
+        "with Cmd+V, which overwrites the clipboard. --restore puts its previous text\n"
+        "back; if that text cannot be put back exactly, nothing is typed.\n\n"
+        "Double quotes, Return, Tab and characters outside Latin-1 cannot be typed.\n\n"
+        "Use --paste if the server's keyboard layout has other letters, such as a Russian\n"
+        "or Greek one. --us-keyboard types ! \" # and the like with Shift, where a US\n"
+        "keyboard has them. With a longer --paste-wait slow programs have more time to\n"
+        "paste before the typing goes on."_L1,
+        "  quillmote type \"See you at eight.\"\n"
+        "  echo \"Dear all,\" | quillmote type\n"
+        "  quillmote type --restore me@example.org"_L1,
+        0, unlimited, Commands::type},
+    CommandEntry{
+        "remote"_L1, noValues, "use this terminal as the handheld"_L1,
+        "Keys typed in this terminal are typed on the server. The arrow keys or the mouse\n"
+        "move the pointer, and the mouse buttons click. Ctrl+] leaves. Return, Tab,\n"
+        "Backspace and Escape cannot be sent. Characters without a key, such as the full\n"
+        "stop, are pasted from the server's clipboard, as with quillmote type."_L1,
+        "  quillmote remote --server den\n"
+        "  quillmote remote --us-keyboard"_L1,
         0, 0, Commands::remote},
 };
 
@@ -144,12 +143,9 @@ constexpr std::array table = {
 
 const CommandEntry *findCommand(const QString &name)
 {
-    for (const CommandEntry &entry : table) {
-        if (name == entry.name) {
-            return &entry;
-        }
-    }
-    return nullptr;
+    const auto *found = std::find_if(table.begin(), table.end(),
+                                     [&](const CommandEntry &entry) { return name == entry.name; });
+    return found == table.end() ? nullptr : found;
 }
 
 QStringList commandNames()
@@ -161,23 +157,4 @@ QStringList commandNames()
     return names;
 }
 
-QString commandOverview()
-{
-    QString overview = u"Usage: quillmote COMMAND [OPTIONS]\n\n"
-                       "Controls a desktop that runs VornaServer.\n\nCommands:\n"_s;
-    for (const CommandEntry &entry : table) {
-        overview += "  "_L1 + QString(entry.name).leftJustified(10) + entry.summary + u'\n';
-    }
-    return overview + "\nOptions:\n"
-                      "  --server NAME      use the server of that name\n"
-                      "  --host HOST        use the server at that address, with --port\n"
-                      "  --port PORT        the server's port, with --host\n"
-                      "  --timeout SECONDS  how long to wait, 10 if not given\n"
-                      "  --json             print results and errors as JSON\n"
-                      "  --help             show this help, or a command's\n"
-                      "  --version          show the version\n\n"
-                      "If no server is named, QUILLMOTE_SERVER in the environment names one, else\n"
-                      "the server used last is used, or the only one on the network.\n"
-                      "Exit status: 0 done, 1 the server said ERROR, 2 usage, 3 no server or\n"
-                      "connection lost.\n"_L1;
-}
+} // namespace quillmote

@@ -8,25 +8,26 @@
 #include <QString>
 #include <QStringList>
 
+namespace quillmote {
+
 struct Arguments;
 
-/// One subcommand: how it is called, what it does.
+/// One subcommand: its call, its help and its function. Its options are in OptionTable.
 struct CommandEntry
 {
     QLatin1StringView name;
-    QLatin1StringView usage;
+    QLatin1StringView values;      ///< for the help, such as "DX DY"; may be empty
     QLatin1StringView summary;     ///< for the overview
     QLatin1StringView description; ///< for its own help
     QLatin1StringView examples;
-    qsizetype leastValues;
+    qsizetype fewestValues;
     qsizetype mostValues;
     Terminal::ExitCode (*run)(const Arguments &arguments);
 };
 
-/// Null when there is no such command.
+/// Null if there is no such command.
 const CommandEntry *findCommand(const QString &name);
 
 QStringList commandNames();
 
-/// The program's own help.
-QString commandOverview();
+} // namespace quillmote

@@ -7,7 +7,7 @@
 #include "program/Terminal.h"
 
 /// The subcommands, each from its arguments to its exit code.
-namespace Commands {
+namespace quillmote::Commands {
 
 Terminal::ExitCode discover(const Arguments &arguments);
 Terminal::ExitCode info(const Arguments &arguments);
@@ -22,4 +22,4 @@ Terminal::ExitCode send(const Arguments &arguments);
 Terminal::ExitCode type(const Arguments &arguments);
 Terminal::ExitCode remote(const Arguments &arguments);
 
-} // namespace Commands
+} // namespace quillmote::Commands

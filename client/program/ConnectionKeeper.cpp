@@ -16,7 +16,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace ConnectionKeeper {
+namespace quillmote::ConnectionKeeper {
 namespace {
 
 /// Long enough to read a balloon, which goes by itself after ten.
@@ -153,4 +153,4 @@ void keep(qintptr connection)
     }
 }
 
-} // namespace ConnectionKeeper
+} // namespace quillmote::ConnectionKeeper

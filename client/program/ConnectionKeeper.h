@@ -16,7 +16,7 @@
 /// There is at most one for each user: the next program ends it before it does anything that is
 /// shown. A lock on a file in the runtime directory says which process it is, so that no other can
 /// be meant. Without a runtime directory connections are not kept.
-namespace ConnectionKeeper {
+namespace quillmote::ConnectionKeeper {
 
 /// Ends the keeper of an earlier run, if there is one, and waits a moment until it is gone.
 void endEarlier();
@@ -24,4 +24,4 @@ void endEarlier();
 /// Starts the keeper of the connection with that descriptor. Nothing happens where that fails.
 void keep(qintptr connection);
 
-} // namespace ConnectionKeeper
+} // namespace quillmote::ConnectionKeeper

@@ -23,8 +23,9 @@
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
-using quillmote::Answer;
-using quillmote::Request;
+
+namespace quillmote {
+
 using Terminal::ExitCode;
 
 namespace {
@@ -35,7 +36,7 @@ constexpr std::chrono::milliseconds discoveryTime = 2s;
 /// What surely fits into one packet of a network, with the token around it.
 constexpr qsizetype safeTextLength = 1'300;
 
-QJsonObject asJson(const quillmote::ServerAddress &server)
+QJsonObject asJson(const ServerAddress &server)
 {
     return {{u"name"_s, server.name},
             {u"host"_s, server.hostName},
@@ -43,18 +44,17 @@ QJsonObject asJson(const quillmote::ServerAddress &server)
             {u"port"_s, server.port}};
 }
 
-QString asLine(const quillmote::ServerAddress &server)
+QString asLine(const ServerAddress &server)
 {
-    return u"%1\t%2\t%3"_s.arg(quillmote::printable(server.name), server.address.toString())
-        .arg(server.port);
+    return u"%1\t%2\t%3"_s.arg(printable(server.name), server.address.toString()).arg(server.port);
 }
 
 /// The server that commands go to when none is named is marked.
-void showServers(const QList<quillmote::ServerAddress> &servers, bool wantsJson)
+void showServers(const QList<ServerAddress> &servers, bool wantsJson)
 {
     const QString lastUsed = LastServer::name();
     QJsonArray all;
-    for (const quillmote::ServerAddress &server : servers) {
+    for (const ServerAddress &server : servers) {
         QJsonObject object = asJson(server);
         object.insert(u"lastUsed"_s, server.name == lastUsed);
         all.append(object);
@@ -84,11 +84,9 @@ ExitCode watch(const Arguments &arguments)
     };
     const QString problem = watchServers(
         arguments.isTimeoutGiven ? std::optional(arguments.timeout) : std::nullopt,
-        [&](const quillmote::ServerAddress &server) {
-            tell(u"found"_s, asLine(server), asJson(server));
-        },
+        [&](const ServerAddress &server) { tell(u"found"_s, asLine(server), asJson(server)); },
         [&](const QString &name) {
-            tell(u"gone"_s, quillmote::printable(name), {{u"name"_s, name}});
+            tell(u"gone"_s, printable(name), {{u"name"_s, name}});
         });
     return problem.isEmpty() ? ExitCode::Done : discoveryFailed(problem);
 }
@@ -128,7 +126,7 @@ ExitCode refused(const QString &sentence)
 /// The text as it is sent; what is changed is told.
 QString withLosses(const QString &text)
 {
-    const auto lossy = quillmote::LossyText::of(text);
+    const auto lossy = LossyText::of(text);
     if (!lossy.changes.isEmpty()) {
         Terminal::note(u"The text is changed: %1."_s.arg(lossy.changes.join(u", "_s)));
     }
@@ -179,8 +177,7 @@ ExitCode Commands::info(const Arguments &arguments)
                                                     {u"height"_s, height.toInt()},
                                                     {u"platform"_s, platform}}));
     } else {
-        Terminal::printLine(
-            quillmote::printable(u"%1 x %2 pixels, %3"_s.arg(width, height, platform)));
+        Terminal::printLine(printable(u"%1 x %2 pixels, %3"_s.arg(width, height, platform)));
     }
     return code;
 }
@@ -223,7 +220,7 @@ ExitCode Commands::copy(const Arguments &arguments)
 {
     const QString given = arguments.values.isEmpty() ? textFromInput() : arguments.values[0];
     const QString text = arguments.isLossy ? withLosses(given) : given;
-    const auto written = quillmote::writeRequest(Request::copy(text), 0);
+    const auto written = writeRequest(Request::copy(text), 0);
     if (written.isRefused()) {
         return refused(written.refusal + u" With --lossy it is replaced; quillmote send sends a "
                                          "file that holds the text."_s);
@@ -259,3 +256,5 @@ ExitCode Commands::paste(const Arguments &arguments)
     }
     return code;
 }
+
+} // namespace quillmote

@@ -14,6 +14,7 @@
 
 using namespace Qt::StringLiterals;
 
+namespace quillmote {
 namespace {
 
 QString path()
@@ -60,3 +61,5 @@ DeviceIdentity DeviceIdentity::get()
     }
     return {made, problem.isEmpty() ? u"%1 cannot be read"_s.arg(path()) : problem};
 }
+
+} // namespace quillmote

@@ -5,6 +5,8 @@
 
 #include <QString>
 
+namespace quillmote {
+
 /// The identity by which servers recognise this user on this computer.
 struct DeviceIdentity
 {
@@ -16,3 +18,5 @@ struct DeviceIdentity
     /// hold one is replaced.
     static DeviceIdentity get();
 };
+
+} // namespace quillmote

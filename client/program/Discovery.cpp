@@ -7,9 +7,7 @@
 #include <QMap>
 #include <QTimer>
 
-using quillmote::ServerAddress;
-using quillmote::ServerBrowser;
-
+namespace quillmote {
 namespace {
 
 using namespace std::chrono_literals;
@@ -108,3 +106,5 @@ SearchResult searchServer(const WantedServer &wanted, std::chrono::milliseconds 
 {
     return Search(wanted).run(limit);
 }
+
+} // namespace quillmote

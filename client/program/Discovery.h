@@ -12,10 +12,12 @@
 #include <functional>
 #include <optional>
 
+namespace quillmote {
+
 /// What was seen on the local network.
 struct DiscoveredServers
 {
-    QList<quillmote::ServerAddress> servers;
+    QList<ServerAddress> servers;
     QString problem; // when the system cannot discover at all
 };
 
@@ -25,7 +27,7 @@ DiscoveredServers discoverServers(std::chrono::milliseconds duration);
 /// Tells of each server that comes and of the name of each that goes, until the limit if there is
 /// one. Returns why it ended, or nothing at the limit.
 QString watchServers(std::optional<std::chrono::milliseconds> limit,
-                     const std::function<void(const quillmote::ServerAddress &)> &came,
+                     const std::function<void(const ServerAddress &)> &came,
                      const std::function<void(const QString &)> &went);
 
 /// Where a search has led to.
@@ -37,3 +39,5 @@ struct SearchResult
 
 /// Looks for the server until it is clear which one is meant, at most that long.
 SearchResult searchServer(const WantedServer &wanted, std::chrono::milliseconds limit);
+
+} // namespace quillmote

@@ -4,9 +4,9 @@
 #include "program/FileToSend.h"
 
 #include "lib/PrintableText.h"
+#include "program/ShellWord.h"
 
 #include <QFileInfo>
-#include <QRegularExpression>
 
 #include <algorithm>
 #include <cerrno>
@@ -15,8 +15,8 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
-using quillmote::FileAnnouncement;
 
+namespace quillmote {
 namespace {
 
 constexpr qint64 headSize = 4096;
@@ -60,8 +60,7 @@ bool holdsWhatNobodySees(const QString &name)
     const auto isOtherThanABlank = [](QChar character) {
         return character.isSpace() && character != u' ';
     };
-    return quillmote::printable(name) != name ||
-           std::any_of(name.cbegin(), name.cend(), isOtherThanABlank);
+    return printable(name) != name || std::any_of(name.cbegin(), name.cend(), isOtherThanABlank);
 }
 
 /// The server saves nothing outside its download directory, and says nothing about it.
@@ -77,12 +76,6 @@ QString reasonAgainstName(const QString &name)
     return holdsWhatNobodySees(name) ? u"it holds a character that nobody sees"_s : QString();
 }
 
-QString quotedForShell(QString word)
-{
-    static const QRegularExpression plain(u"^[A-Za-z0-9._/-]+$"_s);
-    return plain.match(word).hasMatch() ? word : u'\'' + word.replace(u'\'', "'\\''"_L1) + u'\'';
-}
-
 } // namespace
 
 FileToSend FileToSend::at(const QString &path, const std::optional<QString> &name)
@@ -92,18 +85,18 @@ FileToSend FileToSend::at(const QString &path, const std::optional<QString> &nam
     found.name = name.value_or(QFileInfo(path).fileName());
     const QString unreadable = reasonAgainstReading(path);
     if (!unreadable.isEmpty()) {
-        found.problem = u"%1: %2."_s.arg(quillmote::printable(path), unreadable);
+        found.problem = u"%1: %2."_s.arg(printable(path), unreadable);
         return found;
     }
     const QString unnamable = reasonAgainstName(found.name);
     if (!unnamable.isEmpty()) {
         found.problem = u"The name \"%1\" cannot be used: %2. Give another one with --as."_s.arg(
-            quillmote::printable(found.name), unnamable);
+            printable(found.name), unnamable);
         return found;
     }
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
-        found.problem = u"%1: %2."_s.arg(quillmote::printable(path), file.errorString());
+        found.problem = u"%1: %2."_s.arg(printable(path), file.errorString());
         return found;
     }
     const FileAnnouncement announcement =
@@ -128,3 +121,5 @@ QString restoringCommand(const QString &name, quint64 size)
     const QString restored = quotedForShell(u"./"_s + name + u".restored"_s);
     return u"tail -c %1 %2 >%3 && mv %3 %2"_s.arg(size).arg(received, restored);
 }
+
+} // namespace quillmote

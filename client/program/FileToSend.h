@@ -10,6 +10,8 @@
 
 #include <optional>
 
+namespace quillmote {
+
 /// A file of the command line, looked at before anything is sent.
 struct FileToSend
 {
@@ -17,7 +19,7 @@ struct FileToSend
     /// Under which the server saves it, below its download directory.
     QString name;
     /// How it arrives.
-    quillmote::FileAnnouncement::Place place = quillmote::FileAnnouncement::Place::InFront;
+    FileAnnouncement::Place place = FileAnnouncement::Place::InFront;
     /// Why it does not arrive as it is, as the second half of a sentence.
     QString obstacle;
     /// Why it cannot be sent at all, as a sentence for the user; empty when it can.
@@ -28,9 +30,10 @@ struct FileToSend
 };
 
 /// The announcement of a file of that size that is open and has not been read from.
-quillmote::FileAnnouncement announcementOf(const QString &name, QFile &file, quint64 size,
-                                           quint64 tag);
+FileAnnouncement announcementOf(const QString &name, QFile &file, quint64 size, quint64 tag);
 
 /// A command for a POSIX shell in the download directory that takes off what arrived in front of
 /// the file, which is that many bytes long.
 QString restoringCommand(const QString &name, quint64 size);
+
+} // namespace quillmote

@@ -18,8 +18,9 @@
 #include <vector>
 
 using namespace Qt::StringLiterals;
-using quillmote::Button;
-using quillmote::Request;
+
+namespace quillmote {
+
 using std::chrono::milliseconds;
 using Terminal::ExitCode;
 
@@ -35,14 +36,14 @@ ExitCode runAll(Session &session, const std::vector<Request> &requests,
     QEventLoop loop;
     QElapsedTimer sinceLast;
     size_t remaining = requests.size();
-    quillmote::Outcome worst;
+    Outcome worst;
     for (const Request &request : requests) {
-        session.connection().send(request, [&](const quillmote::Outcome &outcome) {
+        session.connection().send(request, [&](const Outcome &outcome) {
             if (longestGap != nullptr && sinceLast.isValid()) {
                 *longestGap = std::max(*longestGap, milliseconds(sinceLast.elapsed()));
             }
             sinceLast.start();
-            if (worst.kind == quillmote::Outcome::Kind::Done) {
+            if (worst.kind == Outcome::Kind::Done) {
                 worst = outcome;
             }
             if (--remaining == 0) {
@@ -138,3 +139,5 @@ ExitCode Commands::click(const Arguments &arguments)
     }
     return code;
 }
+
+} // namespace quillmote

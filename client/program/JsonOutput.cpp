@@ -9,7 +9,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace JsonOutput {
+namespace quillmote::JsonOutput {
 
 namespace {
 
@@ -27,8 +27,8 @@ QString escaped(char32_t character)
 /// The toolkit escapes what JSON must have escaped; a terminal obeys more than that.
 QString text(const QJsonDocument &document)
 {
-    return quillmote::withEscapes(QString::fromUtf8(document.toJson(QJsonDocument::Compact)),
-                                  quillmote::isObeyedByTerminals, escaped);
+    return withEscapes(QString::fromUtf8(document.toJson(QJsonDocument::Compact)),
+                       isObeyedByTerminals, escaped);
 }
 
 void print(const QJsonDocument &document)
@@ -43,4 +43,4 @@ void printDone(const Arguments &arguments, Terminal::ExitCode code)
     }
 }
 
-} // namespace JsonOutput
+} // namespace quillmote::JsonOutput

@@ -9,7 +9,7 @@
 #include <QJsonDocument>
 
 /// Results as JSON, one value a line.
-namespace JsonOutput {
+namespace quillmote::JsonOutput {
 
 /// On one line; control characters are escaped, those beyond ASCII too.
 QString text(const QJsonDocument &document);
@@ -20,4 +20,4 @@ void print(const QJsonDocument &document);
 /// is done.
 void printDone(const Arguments &arguments, Terminal::ExitCode code);
 
-} // namespace JsonOutput
+} // namespace quillmote::JsonOutput

@@ -10,7 +10,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace KeyNames {
+namespace quillmote::KeyNames {
 namespace {
 
 /// The wire drops blanks at the ends of a value, so the space key stands between two modifiers.
@@ -92,4 +92,4 @@ std::optional<QString> forCharacterOfAnyLayout(QChar character)
     return shiftedKey(character).isEmpty() ? forCharacter(character) : std::nullopt;
 }
 
-} // namespace KeyNames
+} // namespace quillmote::KeyNames

@@ -8,7 +8,7 @@
 #include <optional>
 
 /// The keys that a server can type, and how to name them to it.
-namespace KeyNames {
+namespace quillmote::KeyNames {
 
 /// The shortcut as the server takes it; none when it would not type anything.
 ///
@@ -23,4 +23,4 @@ std::optional<QString> forCharacter(QChar character);
 /// and their signs in the layout in use, but know nothing of characters that take Shift elsewhere.
 std::optional<QString> forCharacterOfAnyLayout(QChar character);
 
-} // namespace KeyNames
+} // namespace quillmote::KeyNames

@@ -11,7 +11,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace LastServer {
+namespace quillmote::LastServer {
 namespace {
 
 /// Of an instance's name (RFC 6763, section 4.1.1).
@@ -40,4 +40,4 @@ void remember(const QString &newName)
     }
 }
 
-} // namespace LastServer
+} // namespace quillmote::LastServer

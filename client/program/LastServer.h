@@ -10,7 +10,7 @@
 /// Only the name: a server has another port at each start, and another computer may have its
 /// address tomorrow. So the address and port are looked up on the network each time, and nothing is
 /// sent to a server of another name.
-namespace LastServer {
+namespace quillmote::LastServer {
 
 /// Empty when there is none, or the file holds something else.
 QString name();
@@ -18,4 +18,4 @@ QString name();
 /// Nobody is told when that fails: the next search only takes longer.
 void remember(const QString &name);
 
-} // namespace LastServer
+} // namespace quillmote::LastServer

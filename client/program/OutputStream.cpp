@@ -7,6 +7,7 @@
 
 #include <unistd.h>
 
+namespace quillmote {
 namespace {
 
 void put(FILE *stream, const QByteArray &bytes)
@@ -24,7 +25,7 @@ bool OutputStream::isTerminal() const
 
 void OutputStream::write(const QString &text) const
 {
-    put(stream, (isTerminal() ? quillmote::printableLines(text) : text).toUtf8());
+    put(stream, (isTerminal() ? printableLines(text) : text).toUtf8());
 }
 
 void OutputStream::control(const char *sequence) const
@@ -33,3 +34,5 @@ void OutputStream::control(const char *sequence) const
         put(stream, sequence);
     }
 }
+
+} // namespace quillmote

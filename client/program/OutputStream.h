@@ -7,6 +7,8 @@
 
 #include <cstdio>
 
+namespace quillmote {
+
 /// Standard output or standard error, as UTF-8. Everything that the program prints goes through
 /// here, because texts of other computers are in it.
 ///
@@ -30,3 +32,5 @@ private:
 
     FILE *stream;
 };
+
+} // namespace quillmote

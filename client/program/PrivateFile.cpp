@@ -10,7 +10,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace PrivateFile {
+namespace quillmote::PrivateFile {
 namespace {
 
 constexpr qint64 largest = 4096;
@@ -72,4 +72,4 @@ QString create(const QString &path, const QByteArray &content)
     return QFileInfo::exists(path) ? QString() : u"%1 cannot be written"_s.arg(path);
 }
 
-} // namespace PrivateFile
+} // namespace quillmote::PrivateFile

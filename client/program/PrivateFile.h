@@ -7,7 +7,7 @@
 #include <QString>
 
 /// Small files that only their user may read.
-namespace PrivateFile {
+namespace quillmote::PrivateFile {
 
 /// Nothing when there is no such file, or it is larger than a few kilobytes.
 QByteArray read(const QString &path);
@@ -18,4 +18,4 @@ QString replace(const QString &path, const QByteArray &content);
 /// The same, but a file that is there stays as it is: what another program wrote first counts.
 QString create(const QString &path, const QByteArray &content);
 
-} // namespace PrivateFile
+} // namespace quillmote::PrivateFile

@@ -13,6 +13,7 @@
 
 using namespace Qt::StringLiterals;
 
+namespace quillmote {
 namespace {
 
 constexpr qint64 redrawAfter = 100; // ms
@@ -59,7 +60,7 @@ QString progressText(const QString &name, quint64 sent, quint64 total, double se
     QStringList parts = {u"[%1]"_s.arg(bar(share)), formatted(static_cast<quint64>(rate)) + u"/s"_s,
                          timeText(left) + u" left"_s};
     const QString percent = u"%1%"_s.arg(static_cast<int>(share * 100), 3);
-    const QString shownName = quillmote::printable(name);
+    const QString shownName = printable(name);
     const int nameColumns = std::min({Terminal::width(shownName), leastOfName});
     // The last column stays free: a cursor behind it would be on the next line.
     const auto room = [&] {
@@ -96,3 +97,5 @@ void ProgressLine::clear()
 {
     Terminal::clearStatus();
 }
+
+} // namespace quillmote

@@ -6,6 +6,8 @@
 #include <QElapsedTimer>
 #include <QString>
 
+namespace quillmote {
+
 /// The line about a file of that name of which so much is sent, for a terminal of that many
 /// columns: what finds no room is left out, first the bar, last of all the share.
 QString progressText(const QString &name, quint64 sent, quint64 total, double seconds, int columns);
@@ -25,3 +27,5 @@ private:
     QElapsedTimer sinceStart;
     QElapsedTimer sinceDrawn;
 };
+
+} // namespace quillmote

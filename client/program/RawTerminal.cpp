@@ -9,6 +9,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+namespace quillmote {
 namespace {
 
 // Alternate screen, any mouse motion told, in decimal form (xterm's control sequences).
@@ -68,3 +69,5 @@ RawTerminal::~RawTerminal()
         onDeadlySignals(SIG_DFL);
     }
 }
+
+} // namespace quillmote

@@ -3,6 +3,8 @@
 
 #pragma once
 
+namespace quillmote {
+
 /// While it lives, the terminal gives each key at once and unechoed, tells what the mouse does, and
 /// shows a screen of its own. It is put back however the program ends, by a signal too. At most one
 /// may exist.
@@ -20,3 +22,5 @@ public:
 private:
     bool active = false;
 };
+
+} // namespace quillmote

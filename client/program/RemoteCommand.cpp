@@ -22,8 +22,9 @@
 #include <utility>
 
 using namespace Qt::StringLiterals;
-using quillmote::Button;
-using quillmote::Request;
+
+namespace quillmote {
+
 using Terminal::ExitCode;
 
 namespace {
@@ -49,7 +50,7 @@ public:
     {
         QSocketNotifier keyboard(STDIN_FILENO, QSocketNotifier::Read);
         QObject::connect(&keyboard, &QSocketNotifier::activated, &loop, [this] { readInput(); });
-        QObject::connect(&session.connection(), &quillmote::Connection::lost, &loop,
+        QObject::connect(&session.connection(), &Connection::lost, &loop,
                          [this](const QString &) { end(ExitCode::NoConnection); });
         showIntroduction();
         show(u"ready"_s);
@@ -122,7 +123,7 @@ private:
             show(isPaste ? u"pasted %1"_s.arg(step.text) : u"key %1"_s.arg(typed.right(1)));
         }
         if (!plan.refusal.isEmpty()) {
-            show(u"%1 cannot be sent"_s.arg(quillmote::shownCharacter(typed, 0)));
+            show(u"%1 cannot be sent"_s.arg(shownCharacter(typed, 0)));
         }
     }
 
@@ -164,11 +165,11 @@ private:
 
     TextTyper::Done ended()
     {
-        return [this](const quillmote::Outcome &outcome) {
+        return [this](const Outcome &outcome) {
             --underWay;
-            if (outcome.kind == quillmote::Outcome::Kind::TimedOut) {
+            if (outcome.kind == Outcome::Kind::TimedOut) {
                 end(ExitCode::NoConnection);
-            } else if (outcome.kind == quillmote::Outcome::Kind::Done) {
+            } else if (outcome.kind == Outcome::Kind::Done) {
                 sendMove();
             }
         };
@@ -244,3 +245,5 @@ ExitCode Commands::remote(const Arguments &arguments)
     }
     return code;
 }
+
+} // namespace quillmote

@@ -18,7 +18,9 @@
 #include <memory>
 
 using namespace Qt::StringLiterals;
-using quillmote::FileAnnouncement;
+
+namespace quillmote {
+
 using Place = FileAnnouncement::Place;
 using Terminal::ExitCode;
 
@@ -173,7 +175,7 @@ private:
                       const std::shared_ptr<QFile> &file, quint64 size)
     {
         QEventLoop loop;
-        quillmote::Outcome outcome;
+        Outcome outcome;
         ProgressLine progress(name);
         bool hasBegun = false;
         session.connection().sendFile(
@@ -182,7 +184,7 @@ private:
                 hasBegun = true;
                 progress.show(sent, total);
             },
-            [&](const quillmote::Outcome &end) {
+            [&](const Outcome &end) {
                 outcome = end;
                 loop.quit();
             });
@@ -191,7 +193,7 @@ private:
         return end(name, outcome, hasBegun);
     }
 
-    ExitCode end(const QString &name, const quillmote::Outcome &outcome, bool hasBegun)
+    ExitCode end(const QString &name, const Outcome &outcome, bool hasBegun)
     {
         const bool isInterrupted = signalWatch.caught() != 0;
         // A server that cannot store the file takes its bytes and never says so.
@@ -200,7 +202,7 @@ private:
                 ? ExitCode::NoConnection
                 : Session::report(outcome, u"Can it write to its download directory? If so, "
                                            "try a longer --timeout."_s);
-        if (outcome.kind != quillmote::Outcome::Kind::Done && hasBegun) {
+        if (outcome.kind != Outcome::Kind::Done && hasBegun) {
             Terminal::note(
                 u"An incomplete %1 is left in the server's download directory. Delete "
                 "it there before you send the file again; otherwise the new bytes are appended "
@@ -243,3 +245,5 @@ ExitCode Commands::send(const Arguments &arguments)
     }
     return code;
 }
+
+} // namespace quillmote

@@ -5,8 +5,7 @@
 
 #include <algorithm>
 
-using quillmote::ServerAddress;
-
+namespace quillmote {
 namespace {
 
 using Kind = ServerChoice::Kind;
@@ -61,3 +60,5 @@ ServerChoice chooseServer(const WantedServer &wanted, const QList<ServerAddress>
     }
     return choice;
 }
+
+} // namespace quillmote

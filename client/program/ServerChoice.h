@@ -10,6 +10,8 @@
 
 #include <optional>
 
+namespace quillmote {
+
 /// Which server the user means.
 struct WantedServer
 {
@@ -34,8 +36,8 @@ struct ServerChoice
         None,      ///< no such server; `candidates` were seen
     };
     Kind kind = Kind::Undecided;
-    quillmote::ServerAddress server;
-    QList<quillmote::ServerAddress> candidates;
+    ServerAddress server;
+    QList<ServerAddress> candidates;
 };
 
 /// A name is matched exactly if possible, else without regard to case. Without a name the server
@@ -43,5 +45,7 @@ struct ServerChoice
 ///
 /// Another server is never taken early while the one used last may still answer: keys must not go
 /// to another desktop because a message was lost.
-ServerChoice chooseServer(const WantedServer &wanted, const QList<quillmote::ServerAddress> &seen,
+ServerChoice chooseServer(const WantedServer &wanted, const QList<ServerAddress> &seen,
                           SearchState state);
+
+} // namespace quillmote

@@ -14,6 +14,9 @@
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
+
+namespace quillmote {
+
 using Terminal::ExitCode;
 
 namespace {
@@ -28,12 +31,12 @@ constexpr auto quickAnswer = 300ms;
 
 constexpr auto serverVariable = "QUILLMOTE_SERVER";
 
-QString listed(const QList<quillmote::ServerAddress> &servers)
+QString listed(const QList<ServerAddress> &servers)
 {
     QStringList names;
     std::transform(servers.begin(), servers.end(), std::back_inserter(names),
                    [](const auto &server) { return u'"' + server.name + u'"'; });
-    return quillmote::printable(names.join(u", "_s));
+    return printable(names.join(u", "_s));
 }
 
 /// Whether the server shows a balloon about the command, which the end of the connection covers.
@@ -49,16 +52,15 @@ WantedServer wantedServer(const Arguments &arguments)
     return {name, name.isEmpty() ? LastServer::name() : QString()};
 }
 
-void complainOfNone(const WantedServer &wanted, const QList<quillmote::ServerAddress> &seen,
+void complainOfNone(const WantedServer &wanted, const QList<ServerAddress> &seen,
                     bool isNamedByOption)
 {
     const QString source = wanted.name.isEmpty() || isNamedByOption
                                ? QString()
                                : u" (named by %1)"_s.arg(QLatin1StringView(serverVariable));
-    const QString which =
-        wanted.name.isEmpty()
-            ? QString()
-            : u" of the name \"%1\"%2"_s.arg(quillmote::printable(wanted.name), source);
+    const QString which = wanted.name.isEmpty()
+                              ? QString()
+                              : u" of the name \"%1\"%2"_s.arg(printable(wanted.name), source);
     const QString others =
         seen.isEmpty() ? QString() : u" These were found: %1."_s.arg(listed(seen));
     Terminal::complain(u"No server%1 was found; start VornaServer there, or give its address with "
@@ -98,7 +100,7 @@ bool Session::findServer(const Arguments &arguments)
     }
     host = arguments.host;
     port = arguments.port;
-    name = quillmote::printable(u"%1:%2"_s.arg(host).arg(port));
+    name = printable(u"%1:%2"_s.arg(host).arg(port));
     return true;
 }
 
@@ -118,8 +120,7 @@ bool Session::searchByName(const Arguments &arguments)
     case ServerChoice::Kind::Clear:
         if (!wanted.lastUsed.isEmpty() && wanted.lastUsed != result.choice.server.name) {
             Terminal::note(u"The server used last, \"%1\", was not found; using \"%2\"."_s.arg(
-                quillmote::printable(wanted.lastUsed),
-                quillmote::printable(result.choice.server.name)));
+                printable(wanted.lastUsed), printable(result.choice.server.name)));
         }
         return use(result.choice.server);
     case ServerChoice::Kind::Several:
@@ -136,10 +137,10 @@ bool Session::searchByName(const Arguments &arguments)
     return false;
 }
 
-bool Session::use(const quillmote::ServerAddress &server)
+bool Session::use(const ServerAddress &server)
 {
     advertisedName = server.name;
-    name = quillmote::printable(server.name);
+    name = printable(server.name);
     host = server.address.toString();
     port = server.port;
     return true;
@@ -150,8 +151,8 @@ void Session::connectToServer(const Arguments &arguments)
     link.setTimeout(arguments.timeout);
     QEventLoop loop;
     QString problem;
-    QObject::connect(&link, &quillmote::Connection::opened, &loop, [&] { loop.exit(0); });
-    QObject::connect(&link, &quillmote::Connection::lost, &loop, [&](const QString &why) {
+    QObject::connect(&link, &Connection::opened, &loop, [&] { loop.exit(0); });
+    QObject::connect(&link, &Connection::lost, &loop, [&](const QString &why) {
         problem = why;
         loop.exit(1);
     });
@@ -165,16 +166,16 @@ void Session::connectToServer(const Arguments &arguments)
     }
 }
 
-ExitCode Session::run(const quillmote::Request &request, quillmote::Answer *answer)
+ExitCode Session::run(const Request &request, Answer *answer)
 {
     QEventLoop loop;
-    quillmote::Outcome outcome;
+    Outcome outcome;
     if (request.asksUser) {
         QTimer::singleShot(quickAnswer, &loop, [this] {
             Terminal::note(u"Waiting for someone at %1 to accept."_s.arg(name));
         });
     }
-    link.send(request, [&](const quillmote::Outcome &end) {
+    link.send(request, [&](const Outcome &end) {
         outcome = end;
         loop.quit();
     });
@@ -185,9 +186,14 @@ ExitCode Session::run(const quillmote::Request &request, quillmote::Answer *answ
     return report(outcome);
 }
 
-ExitCode Session::report(const quillmote::Outcome &outcome, const QString &timeoutAdvice)
+ExitCode Session::report(const Outcome &outcome)
 {
-    using Kind = quillmote::Outcome::Kind;
+    return report(outcome, u"Try a longer --timeout."_s);
+}
+
+ExitCode Session::report(const Outcome &outcome, const QString &timeoutAdvice)
+{
+    using Kind = Outcome::Kind;
     switch (outcome.kind) {
     case Kind::Done:
         return outcome.answer.response() == "ERROR"_L1 ? ExitCode::ServerError : ExitCode::Done;
@@ -203,3 +209,5 @@ ExitCode Session::report(const quillmote::Outcome &outcome, const QString &timeo
     }
     return ExitCode::NoConnection;
 }
+
+} // namespace quillmote

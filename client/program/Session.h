@@ -10,7 +10,7 @@
 
 #include <optional>
 
-using namespace Qt::StringLiterals;
+namespace quillmote {
 
 /// A connection to the server that the arguments mean, used step by step.
 class Session
@@ -27,25 +27,26 @@ public:
 
     bool isOpen() const { return code == Terminal::ExitCode::Done; }
     Terminal::ExitCode exitCode() const { return code; }
-    quillmote::Connection &connection() { return link; }
+    Connection &connection() { return link; }
     /// The server's name or address, for the user.
     QString serverName() const { return name; }
 
     /// Sends the request and waits for its end. The user has been told of any failure.
-    Terminal::ExitCode run(const quillmote::Request &request, quillmote::Answer *answer = nullptr);
+    Terminal::ExitCode run(const Request &request, Answer *answer = nullptr);
 
-    /// The exit code of an outcome; tells the user of a failure, and what to do where no answer
+    /// The exit code of an outcome; reports a failure to the user, with that advice if no answer
     /// came in time.
-    static Terminal::ExitCode report(const quillmote::Outcome &outcome,
-                                     const QString &timeoutAdvice = u"Try a longer --timeout."_s);
+    static Terminal::ExitCode report(const Outcome &outcome, const QString &timeoutAdvice);
+    /// The same, with the advice to try a longer --timeout.
+    static Terminal::ExitCode report(const Outcome &outcome);
 
 private:
     bool findServer(const Arguments &arguments);
     bool searchByName(const Arguments &arguments);
-    bool use(const quillmote::ServerAddress &server);
+    bool use(const ServerAddress &server);
     void connectToServer(const Arguments &arguments);
 
-    quillmote::Connection link;
+    Connection link;
     QString name;           // for the user; printable
     QString advertisedName; // empty when the user has given the address
     QString host;
@@ -53,3 +54,5 @@ private:
     bool isShownThere = false; // what the command does
     Terminal::ExitCode code = Terminal::ExitCode::NoConnection;
 };
+
+} // namespace quillmote

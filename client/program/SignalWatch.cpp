@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+namespace quillmote {
 namespace {
 
 constexpr std::array watchedSignals = {SIGINT, SIGTERM, SIGHUP};
@@ -91,3 +92,5 @@ void SignalWatch::dieOf(int signal)
     // Only where the signal is blocked.
     std::_Exit(128 + signal);
 }
+
+} // namespace quillmote

@@ -8,6 +8,8 @@
 #include <functional>
 #include <memory>
 
+namespace quillmote {
+
 /// While it lives, SIGINT, SIGTERM and SIGHUP end nothing: the event loop is told instead, so that
 /// the program can say what it leaves behind. At most one may exist.
 class SignalWatch
@@ -34,3 +36,5 @@ private:
     std::unique_ptr<QSocketNotifier> notifier;
     int first = 0;
 };
+
+} // namespace quillmote

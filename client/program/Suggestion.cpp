@@ -8,6 +8,7 @@
 
 using namespace Qt::StringLiterals;
 
+namespace quillmote {
 namespace {
 
 constexpr qsizetype longestWord = 30;
@@ -68,3 +69,5 @@ QString didYouMean(const QString &word, const QStringList &candidates)
     const QString suggestion = suggestionFor(word, candidates);
     return suggestion.isEmpty() ? QString() : u" Did you mean %1?"_s.arg(suggestion);
 }
+
+} // namespace quillmote

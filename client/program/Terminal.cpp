@@ -19,7 +19,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace Terminal {
+namespace quillmote::Terminal {
 namespace {
 
 struct Complaint
@@ -95,7 +95,7 @@ void printLine(const QString &text)
 void printRawLines(const QStringList &lines)
 {
     for (const QString &line : lines) {
-        OutputStream::output().write(quillmote::printable(line));
+        OutputStream::output().write(printable(line));
         OutputStream::output().control("\r\n");
     }
 }
@@ -112,7 +112,7 @@ void takeToolkitMessages()
 
 void complain(const QString &sentence, QLatin1StringView code)
 {
-    const QString shown = quillmote::printableLines(sentence);
+    const QString shown = printableLines(sentence);
     if (isJsonWanted) {
         keptComplaints.push_back({shown, code});
     } else {
@@ -122,7 +122,7 @@ void complain(const QString &sentence, QLatin1StringView code)
 
 void note(const QString &sentence)
 {
-    const QString shown = quillmote::printableLines(sentence);
+    const QString shown = printableLines(sentence);
     if (isJsonWanted) {
         writeJson({{u"note"_s, shown}});
     } else {
@@ -144,7 +144,7 @@ void showStatus(const QString &line)
 {
     if (errorsAreTerminal()) {
         OutputStream::errors().control(emptyLine);
-        OutputStream::errors().write(fitted(quillmote::printable(line), columns() - 1));
+        OutputStream::errors().write(fitted(printable(line), columns() - 1));
     }
 }
 
@@ -183,4 +183,4 @@ QString fitted(const QString &text, int columns)
     return begin;
 }
 
-} // namespace Terminal
+} // namespace quillmote::Terminal

@@ -10,7 +10,7 @@
 ///
 /// Where JSON is wanted, what goes to standard error is one object a line: {"note": "..."} at once,
 /// and {"error": "code", "message": "..."} from finish(), when the exit status is known.
-namespace Terminal {
+namespace quillmote::Terminal {
 
 /// How the program ends.
 enum class ExitCode {
@@ -52,4 +52,4 @@ int width(const QString &text);
 /// As much of the text's beginning as fits into so many columns.
 QString fitted(const QString &text, int columns);
 
-} // namespace Terminal
+} // namespace quillmote::Terminal

@@ -10,7 +10,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace TerminalInput {
+namespace quillmote::TerminalInput {
 namespace {
 
 constexpr char escape = '\x1b';
@@ -149,4 +149,4 @@ std::vector<Event> take(QByteArray &bytes)
     return events;
 }
 
-} // namespace TerminalInput
+} // namespace quillmote::TerminalInput

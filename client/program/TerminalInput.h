@@ -10,7 +10,7 @@
 #include <vector>
 
 /// What a person did at the terminal.
-namespace TerminalInput {
+namespace quillmote::TerminalInput {
 
 struct Character
 {
@@ -66,4 +66,4 @@ using Event = std::variant<Character, ControlLetter, Arrow, FunctionKey, MouseMo
 /// Takes the events out of the bytes; an unfinished sequence stays in them.
 std::vector<Event> take(QByteArray &bytes);
 
-} // namespace TerminalInput
+} // namespace quillmote::TerminalInput

@@ -4,9 +4,8 @@
 #include "program/TextTyper.h"
 
 using namespace Qt::StringLiterals;
-using quillmote::Outcome;
-using quillmote::Request;
 
+namespace quillmote {
 namespace {
 
 /// A program there may have to wait its turn as often as the server.
@@ -14,7 +13,7 @@ constexpr int busyFactor = 5;
 
 } // namespace
 
-TextTyper::TextTyper(quillmote::Connection &connection, std::chrono::milliseconds pasteWait)
+TextTyper::TextTyper(Connection &connection, std::chrono::milliseconds pasteWait)
     : link(connection)
     , wait(pasteWait)
 {
@@ -78,3 +77,5 @@ void TextTyper::finish(const Outcome &outcome)
     ended.done(outcome);
     startNext();
 }
+
+} // namespace quillmote

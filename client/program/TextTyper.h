@@ -15,6 +15,8 @@
 #include <optional>
 #include <vector>
 
+namespace quillmote {
+
 /// Types texts and carries out other requests of input, one after the other in the given order.
 ///
 /// The shortcut that pastes is confirmed when the server has pressed it. The program that has the
@@ -25,19 +27,19 @@
 class TextTyper : public QObject
 {
 public:
-    using Done = std::function<void(const quillmote::Outcome &)>;
+    using Done = std::function<void(const Outcome &)>;
 
-    TextTyper(quillmote::Connection &connection, std::chrono::milliseconds pasteWait);
+    TextTyper(Connection &connection, std::chrono::milliseconds pasteWait);
 
     /// Done when the server has confirmed all of the step, and for a paste also the wait is over.
     void add(const TypingStep &step, Done done);
-    void add(const quillmote::Request &request, Done done);
+    void add(const Request &request, Done done);
     bool isIdle() const { return !current && waiting.empty(); }
 
 private:
     struct Item
     {
-        std::vector<quillmote::Request> requests; // all of them in turn
+        std::vector<Request> requests; // all of them in turn
         bool isPaste = false;
         Done done;
     };
@@ -45,14 +47,16 @@ private:
     void add(Item item);
     void startNext();
     void sendNext();
-    void finish(const quillmote::Outcome &outcome);
+    void finish(const Outcome &outcome);
 
-    quillmote::Connection &link;
+    Connection &link;
     std::chrono::milliseconds wait;
     QTimer pause;
     QElapsedTimer sinceStart; // of the current item
     std::deque<Item> waiting;
     std::optional<Item> current;
     size_t sent = 0; // requests of the current item
-    quillmote::Outcome last;
+    Outcome last;
 };
+
+} // namespace quillmote

@@ -20,9 +20,9 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
-using quillmote::Answer;
-using quillmote::Outcome;
-using quillmote::Request;
+
+namespace quillmote {
+
 using Terminal::ExitCode;
 
 namespace {
@@ -180,3 +180,5 @@ ExitCode Commands::type(const Arguments &arguments)
     }
     return code;
 }
+
+} // namespace quillmote

@@ -14,9 +14,8 @@
 #include <optional>
 
 using namespace Qt::StringLiterals;
-using quillmote::Request;
-using quillmote::writeRequest;
 
+namespace quillmote {
 namespace {
 
 /// What surely fits into one packet of a network, with the token around it.
@@ -56,7 +55,7 @@ QString refusalOf(char32_t character)
     if (character == U' ') {
         return {};
     }
-    const QString shown = quillmote::shownCharacter(QString::fromUcs4(&character, 1), 0);
+    const QString shown = shownCharacter(QString::fromUcs4(&character, 1), 0);
     if (character > 0xff) {
         return refused(u"the character %1, which is beyond Latin-1"_s.arg(shown), file);
     }
@@ -151,3 +150,5 @@ TypingPlan TypingPlan::of(const QString &text, const TypingStyle &style)
     }
     return planner.finished();
 }
+
+} // namespace quillmote

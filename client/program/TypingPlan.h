@@ -7,6 +7,8 @@
 
 #include <vector>
 
+namespace quillmote {
+
 /// How a text is to be typed.
 struct TypingStyle
 {
@@ -40,3 +42,5 @@ struct TypingPlan
 
     static TypingPlan of(const QString &text, const TypingStyle &style = {});
 };
+
+} // namespace quillmote

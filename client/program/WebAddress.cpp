@@ -9,6 +9,7 @@
 
 using namespace Qt::StringLiterals;
 
+namespace quillmote {
 namespace {
 
 /// The host of "host", "host:8080" or "host/path"; empty when the word has another form.
@@ -63,3 +64,5 @@ WebAddress WebAddress::of(const QString &word)
     }
     return {(isLocal(host) ? u"http://"_s : u"https://"_s) + word, {}};
 }
+
+} // namespace quillmote

@@ -5,6 +5,8 @@
 
 #include <QString>
 
+namespace quillmote {
+
 /// What a person means by a word given to be opened.
 struct WebAddress
 {
@@ -17,3 +19,5 @@ struct WebAddress
     /// have a certificate. Files of this computer and other words are none.
     static WebAddress of(const QString &word);
 };
+
+} // namespace quillmote

@@ -8,6 +8,8 @@
 
 #include <QCoreApplication>
 
+using namespace quillmote;
+
 int main(int argc, char **argv)
 {
     takeLeastPower();

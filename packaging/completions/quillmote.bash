@@ -4,7 +4,7 @@
 #
 # Completion of quillmote for bash.
 
-# Keys behind the modifiers that are there already. A modifier gets no blank behind it.
+# Keys, with the modifiers that are already typed in front. No blank follows a modifier.
 _quillmote_keys() {
     local before='' key
     [[ $1 == *+* ]] && before=${1%+*}+
@@ -17,8 +17,8 @@ _quillmote_keys() {
     if [[ ${#COMPREPLY[@]} -eq 1 && ${COMPREPLY[0]} == *+ ]]; then compopt -o nospace; fi
 }
 
-# The servers whose names begin so. Any computer of the network names them: compgen -W would carry
-# out a command that stands in a name.
+# The servers whose names begin with $1. Any computer of the network can choose such a name, and
+# compgen -W would execute a command in it.
 _quillmote_servers() {
     local names=() name
     mapfile -t names < <(quillmote discover --timeout 1 2>/dev/null | cut -f1)

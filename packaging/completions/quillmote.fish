@@ -3,8 +3,8 @@
 #
 # Completion of quillmote for fish.
 
-# Keys behind the modifiers that are there already. Fish puts a blank behind what is the only
-# candidate; "Cmd+" never is, as the keys behind it are candidates too.
+# Keys, with the modifiers that are already typed in front. Fish puts a blank behind the only
+# candidate. "Cmd+" is never the only one, since the keys behind it are candidates too.
 function __quillmote_keys
     set -l before (string match -r '^(?:Cmd\+|Alt\+|Ctrl\+|Shift\+)*' -- (commandline -ct))
     set -l modifiers
@@ -19,35 +19,35 @@ set -l commands discover info pair key move click open copy paste send type remo
 
 complete -c quillmote -f
 complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a discover -d 'list the servers on the local network'
-complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a info -d 'tell the size of the desktop'
-complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a pair -d 'ask to be paired'
+complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a info -d 'show the size of the desktop'
+complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a pair -d 'pair this device with the server'
 complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a key -d 'type keys and shortcuts'
 complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a move -d 'move the pointer'
-complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a click -d 'click a button'
-complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a open -d 'open an address'
+complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a click -d 'click a mouse button'
+complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a open -d 'open a web address'
 complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a copy -d 'put text on the clipboard'
 complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a paste -d 'print the clipboard\'s text'
 complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a send -d 'send files'
 complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a type -d 'type a text'
-complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a remote -d 'make this terminal the handheld'
+complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a remote -d 'use this terminal as the handheld'
 complete -c quillmote -n '__fish_seen_subcommand_from click' -a 'left right center double'
 complete -c quillmote -n '__fish_seen_subcommand_from send' -F
 complete -c quillmote -n '__fish_seen_subcommand_from key' -a '(__quillmote_keys)'
-complete -c quillmote -n '__fish_seen_subcommand_from copy' -l lossy -d 'replace what cannot be sent'
-complete -c quillmote -n '__fish_seen_subcommand_from discover' -l watch -d 'tell what comes and goes'
-complete -c quillmote -n '__fish_seen_subcommand_from pair' -l name -x -d 'what this device is called'
-complete -c quillmote -n '__fish_seen_subcommand_from key' -l repeat -x -d 'type them so many times'
-complete -c quillmote -n '__fish_seen_subcommand_from click' -l repeat -x -d 'click so many times'
-complete -c quillmote -n '__fish_seen_subcommand_from send' -l as -x -d 'save it there under that name'
-complete -c quillmote -n '__fish_seen_subcommand_from send' -l force -d 'send what arrives damaged, too'
-complete -c quillmote -n '__fish_seen_subcommand_from type remote' -l paste -d 'type by the clipboard only'
-complete -c quillmote -n '__fish_seen_subcommand_from type remote' -l us-keyboard -d 'type signs as on a US keyboard'
-complete -c quillmote -n '__fish_seen_subcommand_from type remote' -l paste-wait -x -d 'how long a program there may take to paste, in milliseconds'
-complete -c quillmote -n '__fish_seen_subcommand_from type' -l restore -d 'put the clipboard\'s old text back'
-complete -c quillmote -l server -x -a '(quillmote discover --timeout 1 2>/dev/null | cut -f1)' -d 'use the server of that name'
-complete -c quillmote -l host -x -d 'use the server at that address'
+complete -c quillmote -n '__fish_seen_subcommand_from copy' -l lossy -d 'replace characters that cannot be sent'
+complete -c quillmote -n '__fish_seen_subcommand_from discover' -l watch -d 'keep running and report servers as they appear and disappear'
+complete -c quillmote -n '__fish_seen_subcommand_from pair' -l name -x -d 'the name of this device'
+complete -c quillmote -n '__fish_seen_subcommand_from key' -l repeat -x -d 'repeat the whole sequence COUNT times'
+complete -c quillmote -n '__fish_seen_subcommand_from click' -l repeat -x -d 'repeat the whole sequence COUNT times'
+complete -c quillmote -n '__fish_seen_subcommand_from send' -l as -x -d 'save the file under this name'
+complete -c quillmote -n '__fish_seen_subcommand_from send' -l force -d 'send files even if they arrive damaged'
+complete -c quillmote -n '__fish_seen_subcommand_from type remote' -l paste -d 'paste all of the text instead of typing it'
+complete -c quillmote -n '__fish_seen_subcommand_from type remote' -l us-keyboard -d 'type characters where a US keyboard has them'
+complete -c quillmote -n '__fish_seen_subcommand_from type remote' -l paste-wait -x -d 'how long to wait after each paste, in milliseconds'
+complete -c quillmote -n '__fish_seen_subcommand_from type' -l restore -d 'put the clipboard\'s previous text back at the end'
+complete -c quillmote -l server -x -a '(quillmote discover --timeout 1 2>/dev/null | cut -f1)' -d 'use the server with this name'
+complete -c quillmote -l host -x -d 'use the server at this address'
 complete -c quillmote -l port -x -d 'the server\'s port'
 complete -c quillmote -l timeout -x -d 'how long to wait, in seconds'
-complete -c quillmote -l json -d 'print results as JSON'
+complete -c quillmote -l json -d 'print results and errors as JSON'
 complete -c quillmote -l help -d 'show help'
 complete -c quillmote -l version -d 'show the version'

@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: MIT
 #
 # quillmote_documents.sh man|bash|zsh|fish: the man page and the completions of quillmote are well
-# formed and know every command and option that --help tells. Needs VORNA_QUILLMOTE.
+# formed and know every command and option that --help shows. Needs VORNA_QUILLMOTE.
 #
 # shellcheck disable=SC2317  # much is called by way of check
 set -euo pipefail
@@ -17,10 +17,10 @@ commands() {
     "$VORNA_QUILLMOTE" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p'
 }
 
-# options COMMAND: the long ones of its help.
+# options COMMAND: the long names of those in its help.
 options() {
-    "$VORNA_QUILLMOTE" "$1" --help | sed -n '/^Options:/,/^Examples:/p' |
-        grep -oE '(^|[ ,])--[a-z-]+' | tr -d ' ,' | sort -u
+    "$VORNA_QUILLMOTE" "$1" --help |
+        sed -nE '/^Options:/,/^Examples:/s/^  (-[a-z], )?(--[a-z-]+) .*/\2/p' | sort
 }
 
 is_silent() {
@@ -43,13 +43,13 @@ each_option_is() {
     check "every command has its options" [ "$count" -ge 70 ]
 }
 
-# usage COMMAND: how it is called, without what all commands take.
+# usage COMMAND: its name and its values.
 usage() {
     "$VORNA_QUILLMOTE" "$1" --help | sed -n '1s/^Usage: quillmote \(.*[^ ]\) *\[OPTIONS\]$/\1/p'
 }
 
-# has_entry TEXT ENTRY: the page's text has an entry of that title; short ones share the line with
-# their text.
+# has_entry TEXT ENTRY: the page's text has an entry whose title begins with that. A short title
+# shares the line with its text.
 has_entry() {
     local line
     while IFS= read -r line; do
@@ -83,10 +83,10 @@ bash_completes() {
     printf '%s\n' "${COMPREPLY[@]}"
 }
 
-# Outside of a completion the shell's own refuses.
+# The shell's own compopt fails outside of a completion.
 compopt() { echo "compopt $*"; }
 
-# check_keys COMPLETES: what it offers behind "key" and words for the last.
+# check_keys COMPLETES...: the keys that this command offers.
 check_keys() {
     local word
     for word in Space F1 F20 Cmd+ Alt+ Ctrl+ Shift+; do
@@ -97,7 +97,7 @@ check_keys() {
     done
 }
 
-# Servers may be called anything. The program prints one a line, with its address behind a tab.
+# A server may have any name. The program prints one server a line, with its address behind a tab.
 # shellcheck disable=SC2016  # nothing in them is to be expanded
 hostile_names='$(touch EVIL)
 `touch EVIL`
@@ -105,13 +105,13 @@ Den & Küche
 ${HOME}'
 quillmote() { sed $'s/$/\t192.0.2.1\t4711/' <<<"$hostile_names"; }
 
-# servers_are_offered_as_they_are COMMAND...: what it prints are these names, and none is carried out.
+# servers_are_offered_as_they_are COMMAND...: it prints exactly these names, and executes none.
 servers_are_offered_as_they_are() {
     local folder offered
     folder=$(mktemp -d)
     offered=$(cd "$folder" && "$@")
     check "the servers' names as they are" diff <(sort <<<"$hostile_names") <(sort <<<"$offered")
-    check "no command in a name is carried out" rmdir "$folder"
+    check "no command in a name is executed" rmdir "$folder"
 }
 
 check_bash() {
@@ -129,6 +129,9 @@ check_bash() {
     check "a server's beginning" [ "$(bash_completes info --server De)" = 'Den & Küche' ]
     is_offered_by_bash() { contains "$(bash_completes "$1" "$2")" "^$2\$"; }
     each_option_is is_offered_by_bash
+    check "no option that a command does not have" diff <(for command in $(commands); do
+        options "$command"
+    done) <(for command in $(commands); do bash_completes "$command" -- | sort; done)
 }
 
 check_zsh() {
@@ -150,14 +153,14 @@ check_zsh() {
             _quillmote_servers' zsh "$file"
     }
     servers_are_offered_as_they_are zsh_servers "$(folder_with_quillmote)"
-    # Those of one command stand in its line, those of all in a list.
+    # The options of one command are in its line, the common ones in a list.
     is_known_to_zsh() {
         contains "$text" "^    $1\\).*'$2\\[" || contains "$text" "^        [\"']$2\\["
     }
     each_option_is is_known_to_zsh
 }
 
-# zsh_keys WORD: what zsh offers as a key for that word, each behind its options.
+# zsh_keys WORD: the keys that zsh offers for that word, each behind the options of compadd.
 zsh_keys() {
     zsh -fc 'compadd() { local -a words; local option=
             while [[ $1 != -- ]]; do option+="$1|"; shift; done
@@ -171,7 +174,7 @@ zsh_keys() {
         _quillmote_keys' zsh "$packaging/completions/_quillmote" "$1"
 }
 
-# A folder that holds a program quillmote with that many servers.
+# A folder with a program quillmote that prints these servers.
 folder_with_quillmote() {
     local folder
     folder=$(mktemp -d)

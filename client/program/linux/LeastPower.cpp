@@ -6,6 +6,8 @@
 #include <sys/prctl.h>
 #include <sys/resource.h>
 
+namespace quillmote {
+
 void takeLeastPower()
 {
     // One byte, not none: nothing fits into it either, and the kernel hands the memory to a program
@@ -17,3 +19,5 @@ void takeLeastPower()
     }
     prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
 }
+
+} // namespace quillmote

@@ -5,8 +5,12 @@
 
 #include <sys/resource.h>
 
+namespace quillmote {
+
 void takeLeastPower()
 {
     constexpr rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none);
 }
+
+} // namespace quillmote

@@ -10,11 +10,9 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace quillmote;
 using namespace std::chrono_literals;
-using quillmote::Connection;
-using quillmote::Outcome;
-using quillmote::Request;
-using Kind = quillmote::Outcome::Kind;
+using Kind = Outcome::Kind;
 
 namespace {
 

@@ -9,10 +9,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using quillmote::Answer;
-using quillmote::AnswerReader;
-using quillmote::AnswerScanner;
-using quillmote::Confirmation;
+using namespace quillmote;
 
 class tst_AnswerReader : public QObject
 {

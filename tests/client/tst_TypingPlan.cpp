@@ -10,6 +10,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace quillmote;
 
 namespace {
 
@@ -128,8 +129,8 @@ void tst_TypingPlan::whatIsPastedCanBeSentAndGivesTheText()
         QString typed;
         for (const TypingStep &step : plan.steps) {
             if (step.kind == TypingStep::Kind::Paste) {
-                const auto request = quillmote::Request::copy(step.text);
-                QCOMPARE(quillmote::writeRequest(request, 1).refusal, QString());
+                const auto request = Request::copy(step.text);
+                QCOMPARE(writeRequest(request, 1).refusal, QString());
                 typed += step.text;
             } else {
                 // Servers know the square brackets by each other's names.

@@ -7,7 +7,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using quillmote::FileAnnouncement;
+using namespace quillmote;
 using Place = FileAnnouncement::Place;
 
 namespace {

@@ -6,6 +6,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace quillmote;
 using namespace TerminalInput;
 
 class tst_TerminalInput : public QObject

@@ -9,9 +9,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using quillmote::printable;
-using quillmote::printableLines;
-using quillmote::shownCharacter;
+using namespace quillmote;
 
 class tst_PrintableText : public QObject
 {

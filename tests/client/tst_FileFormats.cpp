@@ -8,8 +8,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using quillmote::FileAnnouncement;
-using quillmote::Request;
+using namespace quillmote;
 
 namespace {
 

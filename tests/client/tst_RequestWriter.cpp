@@ -9,12 +9,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using quillmote::Answer;
-using quillmote::Button;
-using quillmote::Confirmation;
-using quillmote::Request;
-using quillmote::writeQuestion;
-using quillmote::writeRequest;
+using namespace quillmote;
 
 namespace {
 
@@ -222,8 +217,7 @@ void tst_RequestWriter::everyRequestHasItsTagFirst()
     for (const Request &request :
          {Request::serverInfo(), Request::pair(u"a"_s, u"b"_s), Request::openUrl(u"c"_s),
           Request::copy(u"d"_s), Request::paste(), Request::key(u"A"_s),
-          Request::click(quillmote::Button::Right), Request::move(-3, 4),
-          Request::sendFile(u"e"_s, 5)}) {
+          Request::click(Button::Right), Request::move(-3, 4), Request::sendFile(u"e"_s, 5)}) {
         QVERIFY(writeRequest(request, 1)
                     .bytes.startsWith("{ quillmote = 1; cmdType = " + request.command.toLatin1()));
     }

@@ -6,7 +6,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using quillmote::ServerAddress;
+using namespace quillmote;
 using Kind = ServerChoice::Kind;
 
 Q_DECLARE_METATYPE(ServerChoice::Kind)

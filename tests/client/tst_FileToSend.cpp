@@ -11,7 +11,8 @@
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
-using Place = quillmote::FileAnnouncement::Place;
+using namespace quillmote;
+using Place = FileAnnouncement::Place;
 
 class tst_FileToSend : public QObject
 {

@@ -17,11 +17,9 @@
 #include <functional>
 
 using namespace Qt::StringLiterals;
+using namespace quillmote;
 using namespace std::chrono_literals;
-using quillmote::Connection;
-using quillmote::Outcome;
-using quillmote::Request;
-using Kind = quillmote::Outcome::Kind;
+using Kind = Outcome::Kind;
 
 namespace {
 

@@ -9,9 +9,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using quillmote::LossyText;
-using quillmote::Request;
-using quillmote::writeRequest;
+using namespace quillmote;
 
 class tst_LossyText : public QObject
 {

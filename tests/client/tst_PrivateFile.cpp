@@ -15,6 +15,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace quillmote;
 
 namespace {
 

@@ -8,8 +8,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using quillmote::Button;
-using quillmote::Request;
+using namespace quillmote;
 
 /// Each command as it goes out, byte for byte, and how its answer is waited for.
 class tst_Request : public QObject

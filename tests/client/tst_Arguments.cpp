@@ -3,9 +3,13 @@
 
 #include "program/Arguments.h"
 
+#include "program/CommandTable.h"
+#include "program/OptionTable.h"
+
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace quillmote;
 using namespace std::chrono_literals;
 
 namespace {
@@ -37,6 +41,8 @@ private slots:
     void jsonIsWantedForProblemsToo_data();
     void jsonIsWantedForProblemsToo();
     void helpAndVersionGoToTheOutput();
+    void everyCommandsHelpShowsItsOptions();
+    void optionsBelongToCommandsThatExist();
 };
 
 void tst_Arguments::defaultsLeaveTheServerToDiscovery()
@@ -92,6 +98,7 @@ void tst_Arguments::everyOptionIsRead()
     QVERIFY(pair.has_value());
     QCOMPARE(pair->deviceName, u"Ada"_s);
     QCOMPARE(pair->server, u"den"_s);
+    QCOMPARE(parse({u"pair"_s, u"--name"_s, u"-5"_s}).arguments->deviceName, u"-5"_s);
     QVERIFY(parse({u"discover"_s, u"--watch"_s}).arguments->isWatch);
     QVERIFY(parse({u"copy"_s, u"a"_s, u"--lossy"_s}).arguments->isLossy);
     QVERIFY(!parse({u"copy"_s, u"a"_s}).arguments->isLossy);
@@ -126,6 +133,8 @@ void tst_Arguments::valuesAreKeptAsTheyAre_data()
     QTest::addColumn<QStringList>("values");
     QTest::newRow("negative numbers")
         << QStringList{u"move"_s, u"-10"_s, u"-0"_s} << QStringList{u"-10"_s, u"-0"_s};
+    QTest::newRow("a number in front of the command")
+        << QStringList{u"--as"_s, u"-5"_s, u"send"_s, u"-6"_s} << QStringList{u"-6"_s};
     QTest::newRow("a text like a number")
         << QStringList{u"copy"_s, u"-5"_s} << QStringList{u"-5"_s};
     QTest::newRow("another minus sign")
@@ -239,6 +248,13 @@ void tst_Arguments::unknownWordsAreToldWithWhatWasMeant_data()
     QTest::newRow("option") << QStringList{u"info"_s, u"--jsno"_s} << option
                             << u"Unknown option \"--jsno\". Did you mean --json? "
                                "See quillmote info --help."_s;
+    QTest::newRow("option of two words")
+        << QStringList{u"type"_s, u"--us-keybord"_s} << option
+        << u"Unknown option \"--us-keybord\". Did you mean --us-keyboard? "
+           "See quillmote type --help."_s;
+    QTest::newRow("behind a number that it looks like")
+        << QStringList{u"key"_s, u"-5"_s, u"-5x"_s} << option
+        << u"Unknown option \"-5x\". See quillmote key --help."_s;
     QTest::newRow("option with a value")
         << QStringList{u"info"_s, u"--sevrer=den"_s} << option
         << u"Unknown option \"--sevrer\". Did you mean --server? See quillmote info --help."_s;
@@ -297,7 +313,34 @@ void tst_Arguments::helpAndVersionGoToTheOutput()
         QVERIFY(!parsed.output.isEmpty());
     }
     QCOMPARE(parse({u"help"_s, u"key"_s}).output, parse({u"key"_s, u"--help"_s}).output);
-    QVERIFY(parse({u"key"_s, u"--help"_s}).output.contains(u"--repeat <COUNT>"_s));
+    QVERIFY(parse({u"key"_s, u"--help"_s}).output.contains(u"  --repeat COUNT "_s));
+}
+
+void tst_Arguments::everyCommandsHelpShowsItsOptions()
+{
+    for (const QString &command : commandNames()) {
+        const QString help = parse({u"help"_s, command}).output;
+        for (const Option *option : allOptions()) {
+            const bool isShown = help.contains(u"--%1 "_s.arg(option->name));
+            const bool isTaken = option->commands.isEmpty() ||
+                                 QString(option->commands).split(u' ').contains(command);
+            QVERIFY2(isShown == isTaken, qPrintable(command + u' ' + option->name));
+        }
+    }
+    const QString overview = parse({u"help"_s}).output;
+    for (const Option *option : commonOptions()) {
+        QVERIFY2(overview.contains(u"--%1 "_s.arg(option->name)), option->name.data());
+    }
+}
+
+void tst_Arguments::optionsBelongToCommandsThatExist()
+{
+    QCOMPARE(allOptions().size(), size_t(17));
+    for (const Option *option : allOptions()) {
+        for (const QString &command : QString(option->commands).split(u' ', Qt::SkipEmptyParts)) {
+            QVERIFY2(findCommand(command) != nullptr, option->name.data());
+        }
+    }
 }
 
 QTEST_APPLESS_MAIN(tst_Arguments)

@@ -5,8 +5,9 @@
 
 #include <QTest>
 
+using namespace quillmote;
+
 using namespace std::chrono_literals;
-using quillmote::Pacing;
 
 namespace {
 

@@ -8,6 +8,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace quillmote;
 
 class tst_Suggestion : public QObject
 {

@@ -16,9 +16,7 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
-using quillmote::DnsSd;
-using quillmote::ServerAddress;
-using quillmote::ServerBrowser;
+using namespace quillmote;
 
 /// An operation of the discovery service of the test.
 struct _DNSServiceRef_t
