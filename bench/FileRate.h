@@ -4,9 +4,9 @@
 #pragma once
 
 #include "ServerBench.h"
-#include "support/ChildProcess.h"
-#include "support/ProcessTables.h"
 #include "support/Sample.h"
+#include "support/process/ChildProcess.h"
+#include "support/process/ProcessTables.h"
 
 #include <QFile>
 

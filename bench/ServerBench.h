@@ -3,9 +3,9 @@
 
 #pragma once
 
-#include "support/DesktopSession.h"
-#include "support/Handheld.h"
-#include "support/ServerProcess.h"
+#include "support/protocol/Handheld.h"
+#include "support/session/DesktopSession.h"
+#include "support/session/ServerProcess.h"
 
 #include <QCoreApplication>
 #include <QSettings>

@@ -10,9 +10,9 @@
 
 #include "LoadTable.h"
 #include "ServerBench.h"
-#include "support/Asker.h"
-#include "support/ClipboardOwner.h"
-#include "support/ProcessMemory.h"
+#include "support/process/ProcessMemory.h"
+#include "support/protocol/Asker.h"
+#include "support/session/ClipboardOwner.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -10,7 +10,7 @@
 
 #include "FileRate.h"
 #include "support/Folders.h"
-#include "support/ProcessMemory.h"
+#include "support/process/ProcessMemory.h"
 
 #include <QCryptographicHash>
 #include <QDir>

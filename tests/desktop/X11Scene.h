@@ -5,10 +5,10 @@
 
 #include "interaction/KeyTable.h"
 #include "platform/linux/X11EventServices.h"
-#include "support/InputWatcher.h"
-#include "support/PhysicalKeyboard.h"
 #include "support/Waiting.h"
-#include "support/XServer.h"
+#include "support/x11/InputWatcher.h"
+#include "support/x11/PhysicalKeyboard.h"
+#include "support/x11/XServer.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/AvahiDaemon.h"
 #include "support/Folders.h"
-#include "support/NetworkNamespaces.h"
-#include "support/ServerScene.h"
-#include "support/ServiceBrowser.h"
+#include "support/session/AvahiDaemon.h"
+#include "support/session/NetworkNamespaces.h"
+#include "support/session/ServerScene.h"
+#include "support/session/ServiceBrowser.h"
 
 #include <QElapsedTimer>
 #include <QFile>

@@ -5,10 +5,10 @@
 #include "applications/TKApplicationManagerMac.h"
 #include "interaction/InteractionManager.h"
 #include "interaction/InteractionManagerMac.h"
-#include "support/ChildProcess.h"
-#include "support/DesktopSession.h"
 #include "support/Waiting.h"
-#include "support/XServer.h"
+#include "support/process/ChildProcess.h"
+#include "support/session/DesktopSession.h"
+#include "support/x11/XServer.h"
 
 #include <QDir>
 #include <QElapsedTimer>

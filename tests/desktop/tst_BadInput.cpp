@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/ProcessMemory.h"
-#include "support/RecordingOpener.h"
-#include "support/ServerScene.h"
+#include "support/process/ProcessMemory.h"
+#include "support/session/RecordingOpener.h"
+#include "support/session/ServerScene.h"
 
 #include <QDir>
 #include <QTest>

@@ -3,9 +3,9 @@
 
 #include "platform/EventServices.h"
 #include "platform/linux/X11EventServices.h"
-#include "support/InputWatcher.h"
 #include "support/Waiting.h"
-#include "support/XServer.h"
+#include "support/x11/InputWatcher.h"
+#include "support/x11/XServer.h"
 
 #include <QRegularExpression>
 

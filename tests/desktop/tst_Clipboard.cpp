@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/ClipboardOwner.h"
-#include "support/Flooder.h"
-#include "support/PiecewiseOwner.h"
-#include "support/ServerScene.h"
+#include "support/protocol/Flooder.h"
+#include "support/session/ClipboardOwner.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/PiecewiseOwner.h"
 
 #include <QElapsedTimer>
 #include <QTest>

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 #include "support/Folders.h"
-#include "support/InputWatcher.h"
-#include "support/NetworkNamespaces.h"
-#include "support/RecordingOpener.h"
-#include "support/ServerScene.h"
+#include "support/session/NetworkNamespaces.h"
+#include "support/session/RecordingOpener.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/InputWatcher.h"
 
 #include <QDir>
 #include <QElapsedTimer>

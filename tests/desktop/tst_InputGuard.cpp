@@ -4,11 +4,11 @@
 // What the server's guard does when the server is killed amid its keys, and when nothing is wrong.
 
 #include "platform/linux/XcbHandles.h"
-#include "support/InputWatcher.h"
-#include "support/PhysicalKeyboard.h"
-#include "support/ProcessMemory.h"
-#include "support/ServerScene.h"
-#include "support/Typist.h"
+#include "support/process/ProcessMemory.h"
+#include "support/protocol/Typist.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/InputWatcher.h"
+#include "support/x11/PhysicalKeyboard.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/LackOfPorts.h"
-#include "support/ProcessTables.h"
-#include "support/PseudoTerminal.h"
-#include "support/ServerScene.h"
+#include "support/process/LackOfPorts.h"
+#include "support/process/ProcessTables.h"
+#include "support/process/PseudoTerminal.h"
+#include "support/session/ServerScene.h"
 
 #include <QFileInfo>
 #include <QTest>

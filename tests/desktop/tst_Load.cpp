@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/Asker.h"
-#include "support/Flooder.h"
-#include "support/ProcessMemory.h"
-#include "support/ServerScene.h"
+#include "support/process/ProcessMemory.h"
+#include "support/protocol/Asker.h"
+#include "support/protocol/Flooder.h"
+#include "support/session/ServerScene.h"
 
 #include "platform/DescriptorLimit.h"
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/NotificationDesk.h"
-#include "support/ServerScene.h"
+#include "support/session/NotificationDesk.h"
+#include "support/session/ServerScene.h"
 
 #include <QElapsedTimer>
 #include <QTest>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/ServerScene.h"
+#include "support/session/ServerScene.h"
 
 #include <QTest>
 

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "support/Folders.h"
-#include "support/Pictures.h"
-#include "support/ServerScene.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/Pictures.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -4,8 +4,8 @@
 // The program quillmote against the real server on a real desktop, and against servers that are
 // none.
 
-#include "support/InputWatcher.h"
-#include "support/ServerScene.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/InputWatcher.h"
 
 #include <QElapsedTimer>
 #include <QJsonDocument>

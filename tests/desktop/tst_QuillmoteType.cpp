@@ -4,11 +4,11 @@
 // Texts and double clicks from the program quillmote, as they arrive in a text field of another
 // program.
 
-#include "support/ClipboardOwner.h"
 #include "support/Folders.h"
-#include "support/InputWatcher.h"
-#include "support/QuillmoteRun.h"
-#include "support/ServerScene.h"
+#include "support/session/ClipboardOwner.h"
+#include "support/session/QuillmoteRun.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/InputWatcher.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

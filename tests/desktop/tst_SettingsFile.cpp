@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/Confinement.h"
 #include "support/Folders.h"
-#include "support/ServerScene.h"
+#include "support/process/Confinement.h"
+#include "support/session/ServerScene.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/ProcessTables.h"
-#include "support/ServerScene.h"
+#include "support/process/ProcessTables.h"
+#include "support/session/ServerScene.h"
 
 #include <QDir>
 #include <QElapsedTimer>

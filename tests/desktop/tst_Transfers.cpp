@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/Confinement.h"
 #include "support/Folders.h"
-#include "support/ProcessMemory.h"
-#include "support/RecordingOpener.h"
-#include "support/ServerScene.h"
+#include "support/process/Confinement.h"
+#include "support/process/ProcessMemory.h"
+#include "support/session/RecordingOpener.h"
+#include "support/session/ServerScene.h"
 
 #include <QCryptographicHash>
 #include <QDir>

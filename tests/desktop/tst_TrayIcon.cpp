@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/LackOfPorts.h"
-#include "support/ServerScene.h"
-#include "support/TrayDouble.h"
+#include "support/process/LackOfPorts.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/TrayDouble.h"
 
 #include <QTest>
 

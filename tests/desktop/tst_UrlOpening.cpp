@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "support/Folders.h"
-#include "support/RecordingOpener.h"
-#include "support/ServerScene.h"
+#include "support/session/RecordingOpener.h"
+#include "support/session/ServerScene.h"
 
 #include <QDir>
 #include <QElapsedTimer>

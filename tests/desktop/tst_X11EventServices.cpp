@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "X11Scene.h"
-#include "support/KeyboardDrawing.h"
-#include "support/LayoutSigns.h"
+#include "support/x11/KeyboardDrawing.h"
+#include "support/x11/LayoutSigns.h"
 
 #include <QAbstractEventDispatcher>
 #include <QElapsedTimer>

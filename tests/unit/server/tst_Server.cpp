@@ -5,10 +5,10 @@
 
 #include "doubles/RecordingDnsSd.h"
 #include "doubles/RecordingPlatform.h"
-#include "support/DescriptorLimit.h"
 #include "support/MessageRecorder.h"
-#include "support/PrivateHome.h"
-#include "support/ServedPeer.h"
+#include "support/process/DescriptorLimit.h"
+#include "support/protocol/ServedPeer.h"
+#include "support/session/PrivateHome.h"
 
 #include <QHostInfo>
 #include <QMetaMethod>

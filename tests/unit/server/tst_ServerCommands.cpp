@@ -8,9 +8,9 @@
 #include "net/ClientHandler.h"
 #include "server/Server.h"
 #include "support/MessageRecorder.h"
-#include "support/PrivateHome.h"
-#include "support/ServedPeer.h"
-#include "support/SocketPair.h"
+#include "support/protocol/ServedPeer.h"
+#include "support/protocol/SocketPair.h"
+#include "support/session/PrivateHome.h"
 
 #include <QApplication>
 #include <QClipboard>

@@ -4,10 +4,10 @@
 #include "doubles/RecordingDnsSd.h"
 #include "doubles/RecordingPlatform.h"
 #include "server/Server.h"
-#include "support/DialogVisitor.h"
 #include "support/MessageRecorder.h"
-#include "support/PrivateHome.h"
-#include "support/ServedPeer.h"
+#include "support/protocol/ServedPeer.h"
+#include "support/session/DialogVisitor.h"
+#include "support/session/PrivateHome.h"
 
 #include <QAbstractButton>
 #include <QLabel>

@@ -1,0 +1,292 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "support/protocol/Handheld.h"
+
+#include "support/process/ProcessTables.h"
+
+#include <arpa/inet.h>
+#include <linux/sockios.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+
+using namespace Qt::StringLiterals;
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace {
+
+QString valueText(const QVariant &value)
+{
+    if (value.typeId() != QMetaType::QStringList) {
+        return QLatin1Char('"') + value.toString() + QLatin1Char('"');
+    }
+    QStringList items;
+    for (const QString &item : value.toStringList()) {
+        items.append(QLatin1Char('"') + item + QLatin1Char('"'));
+    }
+    return "( "_L1 + items.join(", "_L1) + " )"_L1;
+}
+
+/// Reads `("a", "b" );` or `();`, the brackets being taken off already.
+QStringList readItems(QStringView text)
+{
+    QStringList items;
+    for (const QStringView item : text.split(QStringView(u"\", \""))) {
+        items.append(item.trimmed().toString().remove(QLatin1Char('"')));
+    }
+    return text.isEmpty() ? QStringList() : items;
+}
+
+/// Takes one entry off the front of the text.
+std::optional<TokenEntry> takeEntry(QStringView &text)
+{
+    const qsizetype equals = text.indexOf(" ="_L1);
+    if (equals < 0) {
+        return std::nullopt;
+    }
+    const QString key = text.left(equals).toString();
+    const QStringView rest = text.mid(equals + 2).trimmed();
+    const bool isList = rest.startsWith(QLatin1Char('('));
+    const QString ending = isList ? u");"_s : u"\";"_s;
+    const qsizetype end = rest.indexOf(ending, 1);
+    if (end < 0) {
+        return std::nullopt;
+    }
+    const QStringView value = rest.mid(1, end - 1);
+    text = rest.mid(end + 2);
+    return TokenEntry(key, isList ? QVariant(readItems(value)) : QVariant(value.toString()));
+}
+
+/// How long the first answer of the received bytes is; 0 while it is not whole. A transfer of a few
+/// bytes is answered twice, and both answers may come at once.
+qsizetype firstAnswerSize(const QByteArray &received)
+{
+    const qsizetype boundary = received.indexOf(";}{");
+    if (boundary >= 0) {
+        return boundary + 2;
+    }
+    return received.endsWith(";}") || received == "{}" ? received.size() : 0;
+}
+
+sockaddr_in loopback(quint16 port)
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return address;
+}
+
+quint16 ownPortOf(int socket)
+{
+    sockaddr_in address{};
+    socklen_t length = sizeof address;
+    getsockname(socket, reinterpret_cast<sockaddr *>(&address), &length);
+    return ntohs(address.sin_port);
+}
+
+} // namespace
+
+QByteArray tokenText(const std::vector<TokenEntry> &entries)
+{
+    QString text = u"{\n"_s;
+    for (const auto &[key, value] : entries) {
+        text += u"    "_s + key + " = "_L1 + valueText(value) + ";\n"_L1;
+    }
+    return (text + "}"_L1).toLatin1();
+}
+
+QByteArray commandText(const QString &command, const std::vector<TokenEntry> &entries)
+{
+    std::vector<TokenEntry> all{{u"cmdType"_s, command}};
+    all.insert(all.end(), entries.begin(), entries.end());
+    return tokenText(all);
+}
+
+QByteArray serverInfo()
+{
+    return commandText(u"SERVER_INFO"_s);
+}
+
+QByteArray keyCommand(const QString &shortcut)
+{
+    return commandText(u"KEYBOARD_CMD"_s, {{u"fncCommand"_s, shortcut}});
+}
+
+std::optional<QVariantMap> readAnswer(const QByteArray &text)
+{
+    const QString all = QString::fromLatin1(text);
+    if (!all.startsWith(QLatin1Char('{')) || !all.endsWith(QLatin1Char('}'))) {
+        return std::nullopt;
+    }
+    QStringView rest = QStringView(all).sliced(1).chopped(1);
+    QVariantMap answer;
+    while (!rest.isEmpty()) {
+        const auto entry = takeEntry(rest);
+        if (!entry) {
+            return std::nullopt;
+        }
+        answer.insert(entry->first, entry->second);
+    }
+    return answer;
+}
+
+Handheld::Handheld(quint16 port) : serverPort(port)
+{
+    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const sockaddr_in address = loopback(port);
+    if (::connect(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
+        ::close(socket);
+        return;
+    }
+    const int on = 1;
+    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    m_socket = socket;
+    ownPort = ownPortOf(socket);
+}
+
+Handheld::~Handheld()
+{
+    leave();
+}
+
+bool Handheld::waitFor(short pollEvents, steady_clock::time_point end) const
+{
+    while (true) {
+        const auto left = std::chrono::ceil<milliseconds>(end - steady_clock::now()).count();
+        pollfd waiting{m_socket, pollEvents, 0};
+        const int ready = ::poll(&waiting, 1, static_cast<int>(std::max<qint64>(left, 0)));
+        if (ready >= 0 || errno != EINTR) {
+            return ready > 0;
+        }
+    }
+}
+
+bool Handheld::send(const QByteArray &bytes, milliseconds limit)
+{
+    const auto end = steady_clock::now() + limit;
+    qsizetype sent = 0;
+    while (sent < bytes.size()) {
+        const auto count =
+            ::send(m_socket, bytes.constData() + sent, static_cast<size_t>(bytes.size() - sent),
+                   MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (count > 0) {
+            sent += count;
+        } else if (errno != EAGAIN || !waitFor(POLLOUT, end)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Handheld::receiveMore(steady_clock::time_point end)
+{
+    if (m_socket < 0 || !waitFor(POLLIN, end)) {
+        return false;
+    }
+    std::array<char, 65536> chunk;
+    const auto count = ::recv(m_socket, chunk.data(), chunk.size(), 0);
+    if (count <= 0) {
+        return false;
+    }
+    m_received.append(chunk.data(), count);
+    return true;
+}
+
+std::optional<QVariantMap> Handheld::answer(milliseconds limit)
+{
+    const auto end = steady_clock::now() + limit;
+    while (firstAnswerSize(m_received) == 0) {
+        if (!receiveMore(end)) {
+            return std::nullopt;
+        }
+    }
+    const QByteArray first = m_received.left(firstAnswerSize(m_received));
+    m_received.remove(0, first.size());
+    return readAnswer(first);
+}
+
+std::optional<QVariantMap> Handheld::ask(const QByteArray &token, milliseconds limit)
+{
+    return send(token, limit) ? answer(limit) : std::nullopt;
+}
+
+bool Handheld::isServed(milliseconds limit)
+{
+    const auto reply = ask(serverInfo(), limit);
+    return reply && reply->value(u"serverResponse"_s) == u"OK"_s;
+}
+
+bool Handheld::waitUntilRead(milliseconds limit)
+{
+    const auto end = steady_clock::now() + limit;
+    while (true) {
+        int onTheWay = 0;
+        ::ioctl(m_socket, SIOCOUTQ, &onTheWay);
+        if (onTheWay == 0 && ProcessTables::unreadBytes(serverPort, ownPort) == 0) {
+            return true;
+        }
+        if (steady_clock::now() > end) {
+            return false;
+        }
+        ::usleep(1000);
+    }
+}
+
+qint64 Handheld::unreadAtServer() const
+{
+    return ProcessTables::unreadBytes(serverPort, ownPort).value_or(0);
+}
+
+bool Handheld::sendAndSettle(const QByteArray &bytes)
+{
+    if (!send(bytes) || !waitUntilRead()) {
+        return false;
+    }
+    Handheld other(serverPort);
+    return other.isConnected() && other.ask(serverInfo()).has_value();
+}
+
+bool Handheld::hasUnreadAnswer()
+{
+    return !m_received.isEmpty() || waitFor(POLLIN, steady_clock::now());
+}
+
+bool Handheld::throwUnreadAway()
+{
+    const bool isOpen = !waitFor(POLLIN, steady_clock::now()) || receiveMore(steady_clock::now());
+    m_received.clear();
+    return isOpen;
+}
+
+bool Handheld::waitUntilClosed(milliseconds limit)
+{
+    const auto end = steady_clock::now() + limit;
+    while (receiveMore(end)) {
+    }
+    return steady_clock::now() < end;
+}
+
+void Handheld::leave()
+{
+    if (m_socket >= 0) {
+        ::close(std::exchange(m_socket, -1));
+    }
+}
+
+void Handheld::reset()
+{
+    // A linger time of none makes close() drop the connection by a reset (tcp(7)).
+    const linger atOnce{1, 0};
+    setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    leave();
+}

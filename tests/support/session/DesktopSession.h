@@ -1,0 +1,82 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "support/process/ChildProcess.h"
+#include "support/x11/DesktopUser.h"
+#include "support/x11/DesktopView.h"
+#include "support/x11/XServer.h"
+
+#include <QMap>
+#include <QTemporaryDir>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+/// A desktop of its own: an X server, a window manager and, where wanted, a tray and a session
+/// bus, with a fresh home. Nothing in it reaches the machine's own session, nor its system bus.
+class DesktopSession
+{
+public:
+    enum Part { NoParts = 0, Tray = 1, SessionBus = 2 };
+    Q_DECLARE_FLAGS(Parts, Part)
+
+    /// Starts every part and waits until each is there; problem() tells when one is not.
+    explicit DesktopSession(Parts parts = Tray);
+
+    /// Why the session cannot be used; empty when it can.
+    QByteArray problem() const { return m_problem; }
+
+    /// Starts the tray and waits until it takes icons.
+    bool startTray();
+
+    /// Ends that part under whoever uses it.
+    void endTray();
+    void endSessionBus();
+    void endDisplay();
+
+    QString display() const;
+    /// To let it stand still for a while.
+    XServer &xServer() { return m_xServer; }
+    /// The session bus's address; one that leads nowhere in a session without a bus.
+    QString busAddress() const { return m_busAddress; }
+    /// Where programs started from now on look for the system bus; it leads nowhere until told.
+    void useSystemBus(const QString &address) { systemBusAddress = address; }
+    /// Adds to what programs started from now on find in their environment.
+    void addVariable(const QString &name, const QString &value) { variables.insert(name, value); }
+    /// What a program of this session is started with.
+    QProcessEnvironment environment() const;
+
+    /// A file or folder of this session, by its path below the private folder.
+    QString path(const QString &relative) const { return m_folder.filePath(relative); }
+    QString home() const { return path(u"home"_s); }
+    /// The server's settings file.
+    QString settingsFile() const;
+
+    const DesktopView &view() const { return *m_view; }
+    const DesktopUser &user() const { return *m_user; }
+
+private:
+    void makeFolders();
+    void startBus();
+    void startWindowManager();
+    bool windowManagerAnswers() const;
+    void require(bool isThere, const QByteArray &what);
+
+    QTemporaryDir m_folder;
+    QByteArray m_problem;
+    QString m_busAddress;
+    QString systemBusAddress;
+    QMap<QString, QString> variables; ///< Added by the test.
+    // The parts end in the reverse order: what is shown goes before what shows it.
+    XServer m_xServer;
+    ChildProcess bus;
+    ChildProcess windowManager;
+    ChildProcess tray;
+    std::unique_ptr<DesktopView> m_view;
+    std::unique_ptr<DesktopUser> m_user;
+};
+
+Q_DECLARE_OPERATORS_FOR_FLAGS(DesktopSession::Parts)
