@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "X11Scene.h"
+#include "adapters/X11Scene.h"
 #include "doubles/RecordingEventServices.h"
 #include "platform/linux/NullEventServices.h"
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "X11Scene.h"
+#include "adapters/X11Scene.h"
 #include "support/x11/KeyboardDrawing.h"
 #include "support/x11/LayoutSigns.h"
 
