@@ -24,7 +24,7 @@ void tapLetter(EventServices &services)
 } // namespace
 
 /// Which adapter a session gets, and what its user is told when there is none.
-class ChoiceOfEventServicesTest : public QObject
+class tst_ChoiceOfEventServices : public QObject
 {
     Q_OBJECT
 
@@ -36,14 +36,14 @@ private slots:
     void nobodyIsToldBeforeSomethingIsPosted();
 };
 
-void ChoiceOfEventServicesTest::init()
+void tst_ChoiceOfEventServices::init()
 {
     qunsetenv("DISPLAY");
     qunsetenv("WAYLAND_DISPLAY");
     QTest::failOnWarning(QRegularExpression(u".*"_s));
 }
 
-void ChoiceOfEventServicesTest::anX11DisplayIsTypedOn()
+void tst_ChoiceOfEventServices::anX11DisplayIsTypedOn()
 {
     const XServer server;
     QVERIFY(server.isRunning());
@@ -54,7 +54,7 @@ void ChoiceOfEventServicesTest::anX11DisplayIsTypedOn()
     QTRY_COMPARE(watcher.typedText(), u"a"_s);
 }
 
-void ChoiceOfEventServicesTest::sessionsWithoutAdapterSayOnceWhatToDo_data()
+void tst_ChoiceOfEventServices::sessionsWithoutAdapterSayOnceWhatToDo_data()
 {
     QTest::addColumn<QStringList>("serverArguments");
     QTest::addColumn<bool>("hasDisplay");
@@ -69,7 +69,7 @@ void ChoiceOfEventServicesTest::sessionsWithoutAdapterSayOnceWhatToDo_data()
         << QStringList() << false << QByteArray("wayland-0") << "choose an X11";
 }
 
-void ChoiceOfEventServicesTest::sessionsWithoutAdapterSayOnceWhatToDo()
+void tst_ChoiceOfEventServices::sessionsWithoutAdapterSayOnceWhatToDo()
 {
     QFETCH(QStringList, serverArguments);
     QFETCH(bool, hasDisplay);
@@ -94,11 +94,11 @@ void ChoiceOfEventServicesTest::sessionsWithoutAdapterSayOnceWhatToDo()
     services->postMouse({}, std::vector{MouseEvent{}}, EventTap::Hid);
 }
 
-void ChoiceOfEventServicesTest::nobodyIsToldBeforeSomethingIsPosted()
+void tst_ChoiceOfEventServices::nobodyIsToldBeforeSomethingIsPosted()
 {
     const auto services = makeEventServices();
     services->pointerLocation();
 }
 
-QTEST_GUILESS_MAIN(ChoiceOfEventServicesTest)
+QTEST_GUILESS_MAIN(tst_ChoiceOfEventServices)
 #include "tst_ChoiceOfEventServices.moc"

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 using namespace platform;
 
 /// What every adapter of the contract promises, whatever it does with the events.
-class EventServicesContractTest : public QObject
+class tst_EventServicesContract : public QObject
 {
     Q_OBJECT
 
@@ -45,7 +45,7 @@ private:
     EventRecord record;
 };
 
-void EventServicesContractTest::addAdapters()
+void tst_EventServicesContract::addAdapters()
 {
     QTest::addColumn<QByteArray>("adapter");
     for (const char *name : {"null", "recording", "X11"}) {
@@ -53,7 +53,7 @@ void EventServicesContractTest::addAdapters()
     }
 }
 
-std::unique_ptr<EventServices> EventServicesContractTest::makeAdapter(const QByteArray &name)
+std::unique_ptr<EventServices> tst_EventServicesContract::makeAdapter(const QByteArray &name)
 {
     if (name == "X11") {
         return scene->makeServices();
@@ -64,21 +64,21 @@ std::unique_ptr<EventServices> EventServicesContractTest::makeAdapter(const QByt
     return std::make_unique<NullEventServices>(u"No input here."_s);
 }
 
-void EventServicesContractTest::init()
+void tst_EventServicesContract::init()
 {
     scene = std::make_unique<X11Scene>();
     QVERIFY(scene->isReady());
     record = {};
 }
 
-void EventServicesContractTest::cleanup()
+void tst_EventServicesContract::cleanup()
 {
     // Whatever was posted, and however it ended.
     QTRY_VERIFY(scene->isNothingDown());
     scene.reset();
 }
 
-void EventServicesContractTest::theLocationIsTheSameUntilSomethingMoves()
+void tst_EventServicesContract::theLocationIsTheSameUntilSomethingMoves()
 {
     QFETCH(QByteArray, adapter);
     const auto services = makeAdapter(adapter);
@@ -88,7 +88,7 @@ void EventServicesContractTest::theLocationIsTheSameUntilSomethingMoves()
     QCOMPARE(services->pointerLocation(), location);
 }
 
-void EventServicesContractTest::aClickMovesNothing()
+void tst_EventServicesContract::aClickMovesNothing()
 {
     QFETCH(QByteArray, adapter);
     const auto services = makeAdapter(adapter);
@@ -99,7 +99,7 @@ void EventServicesContractTest::aClickMovesNothing()
     QCOMPARE(services->pointerLocation(), location);
 }
 
-void EventServicesContractTest::keysMayComeInAnyOrder()
+void tst_EventServicesContract::keysMayComeInAnyOrder()
 {
     QFETCH(QByteArray, adapter);
     const auto services = makeAdapter(adapter);
@@ -112,7 +112,7 @@ void EventServicesContractTest::keysMayComeInAnyOrder()
     QVERIFY(std::isfinite(services->pointerLocation().x));
 }
 
-void EventServicesContractTest::anyCodeAndAnyFlagsAreTaken()
+void tst_EventServicesContract::anyCodeAndAnyFlagsAreTaken()
 {
     QFETCH(QByteArray, adapter);
     const auto services = makeAdapter(adapter);
@@ -125,7 +125,7 @@ void EventServicesContractTest::anyCodeAndAnyFlagsAreTaken()
     QVERIFY(std::isfinite(services->pointerLocation().x));
 }
 
-void EventServicesContractTest::anyPositionIsTaken()
+void tst_EventServicesContract::anyPositionIsTaken()
 {
     QFETCH(QByteArray, adapter);
     const auto services = makeAdapter(adapter);
@@ -136,7 +136,7 @@ void EventServicesContractTest::anyPositionIsTaken()
     QVERIFY(std::isfinite(location.x) && std::isfinite(location.y));
 }
 
-void EventServicesContractTest::noEventsAreNoEvents()
+void tst_EventServicesContract::noEventsAreNoEvents()
 {
     QFETCH(QByteArray, adapter);
     const auto services = makeAdapter(adapter);
@@ -146,7 +146,7 @@ void EventServicesContractTest::noEventsAreNoEvents()
     QCOMPARE(services->pointerLocation(), location);
 }
 
-void EventServicesContractTest::theEndMayComeBetweenPressAndRelease()
+void tst_EventServicesContract::theEndMayComeBetweenPressAndRelease()
 {
     QFETCH(QByteArray, adapter);
     auto services = makeAdapter(adapter);
@@ -157,5 +157,5 @@ void EventServicesContractTest::theEndMayComeBetweenPressAndRelease()
     services.reset();
 }
 
-QTEST_GUILESS_MAIN(EventServicesContractTest)
+QTEST_GUILESS_MAIN(tst_EventServicesContract)
 #include "tst_EventServicesContract.moc"

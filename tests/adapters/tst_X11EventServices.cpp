@@ -40,7 +40,7 @@ constexpr int LetterA = 38;
 } // namespace
 
 /// Types on a real display and looks at what another client gets.
-class X11EventServicesTest : public QObject
+class tst_X11EventServices : public QObject
 {
     Q_OBJECT
 
@@ -88,14 +88,14 @@ private:
     std::unique_ptr<X11Scene> scene;
 };
 
-void X11EventServicesTest::init()
+void tst_X11EventServices::init()
 {
     scene = std::make_unique<X11Scene>();
     QVERIFY(scene->isReady());
     QVERIFY(scene->setLayout({u"-layout"_s, u"us"_s}));
 }
 
-void X11EventServicesTest::cleanup()
+void tst_X11EventServices::cleanup()
 {
     scene->services.reset();
     scene->watcher.sync();
@@ -105,7 +105,7 @@ void X11EventServicesTest::cleanup()
     scene.reset();
 }
 
-void X11EventServicesTest::everyKeyOfALayoutGivesItsSign_data()
+void tst_X11EventServices::everyKeyOfALayoutGivesItsSign_data()
 {
     QTest::addColumn<QString>("layout");
     for (const char *layout : {"us", "fr", "de", "ru"}) {
@@ -113,7 +113,7 @@ void X11EventServicesTest::everyKeyOfALayoutGivesItsSign_data()
     }
 }
 
-void X11EventServicesTest::everyKeyOfALayoutGivesItsSign()
+void tst_X11EventServices::everyKeyOfALayoutGivesItsSign()
 {
     QFETCH(QString, layout);
     const auto drawing = KeyboardDrawing::keys();
@@ -142,7 +142,7 @@ void X11EventServicesTest::everyKeyOfALayoutGivesItsSign()
     }
 }
 
-void X11EventServicesTest::capsLockCanBeSwitchedOnAndOff()
+void tst_X11EventServices::capsLockCanBeSwitchedOnAndOff()
 {
     for (const int expected : {Lock, 0, Lock, 0}) {
         scene->tap("CapsLock");
@@ -151,7 +151,7 @@ void X11EventServicesTest::capsLockCanBeSwitchedOnAndOff()
     }
 }
 
-void X11EventServicesTest::codesWithoutMeaningPostNothing()
+void tst_X11EventServices::codesWithoutMeaningPostNothing()
 {
     for (const char *name : {"Fn", "UArrow"}) {
         scene->tap(name, Flag::Command);
@@ -161,7 +161,7 @@ void X11EventServicesTest::codesWithoutMeaningPostNothing()
     QCOMPARE(scene->watcher.raw().size(), std::size_t{2});
 }
 
-void X11EventServicesTest::theLayoutInEffectCounts()
+void tst_X11EventServices::theLayoutInEffectCounts()
 {
     QVERIFY(scene->setLayout({u"-layout"_s, u"us,ru"_s, u"-option"_s, u"grp:menu_toggle"_s}));
     scene->tap(";");
@@ -187,7 +187,7 @@ void X11EventServicesTest::theLayoutInEffectCounts()
     QCOMPARE(scene->presses().back().text, u"a"_s);
 }
 
-void X11EventServicesTest::theLayoutOfTheFakedKeyboardCounts()
+void tst_X11EventServices::theLayoutOfTheFakedKeyboardCounts()
 {
     const auto faked = scene->watcher.deviceNumber(u"Virtual core XTEST keyboard"_s);
     QVERIFY(faked);
@@ -204,7 +204,7 @@ void X11EventServicesTest::theLayoutOfTheFakedKeyboardCounts()
     }
 }
 
-void X11EventServicesTest::aChangedLayoutIsFollowed()
+void tst_X11EventServices::aChangedLayoutIsFollowed()
 {
     for (const char *layout : {"fr", "de", "us", "fr"}) {
         QVERIFY(scene->setLayout({u"-layout"_s, QLatin1StringView(layout)}));
@@ -216,7 +216,7 @@ void X11EventServicesTest::aChangedLayoutIsFollowed()
     }
 }
 
-void X11EventServicesTest::aSingleChangedKeyIsFollowed()
+void tst_X11EventServices::aSingleChangedKeyIsFollowed()
 {
     QVERIFY(scene->server.run(u"xmodmap"_s,
                               {u"-e"_s, u"keycode 38 = b B"_s, u"-e"_s, u"keycode 56 = a A"_s}));
@@ -228,7 +228,7 @@ void X11EventServicesTest::aSingleChangedKeyIsFollowed()
     QCOMPARE(scene->presses().back().keycode, 56);
 }
 
-void X11EventServicesTest::aKeyThatIsDownGoesUpAfterALayoutChange()
+void tst_X11EventServices::aKeyThatIsDownGoesUpAfterALayoutChange()
 {
     scene->press("A");
     QTRY_VERIFY(scene->isDown(LetterA));
@@ -238,7 +238,7 @@ void X11EventServicesTest::aKeyThatIsDownGoesUpAfterALayoutChange()
     QTRY_VERIFY(scene->isNothingDown());
 }
 
-void X11EventServicesTest::flagsAreTheModifiersInEffect_data()
+void tst_X11EventServices::flagsAreTheModifiersInEffect_data()
 {
     QTest::addColumn<quint64>("flags");
     QTest::addColumn<int>("modifiers");
@@ -253,7 +253,7 @@ void X11EventServicesTest::flagsAreTheModifiersInEffect_data()
     QTest::newRow("bits of no modifier") << quint64{0x10000 | 0x800000 | 0x100} << 0;
 }
 
-void X11EventServicesTest::flagsAreTheModifiersInEffect()
+void tst_X11EventServices::flagsAreTheModifiersInEffect()
 {
     QFETCH(quint64, flags);
     scene->tap("K", flags);
@@ -262,7 +262,7 @@ void X11EventServicesTest::flagsAreTheModifiersInEffect()
     QCOMPARE(scene->modifiers(), 0);
 }
 
-void X11EventServicesTest::modifiersArePressedInOrderAndReleasedInReverse()
+void tst_X11EventServices::modifiersArePressedInOrderAndReleasedInReverse()
 {
     scene->tap("K", Flag::Shift | Flag::Alternate | Flag::Command);
     QVERIFY(scene->waitForTaps(1));
@@ -273,7 +273,7 @@ void X11EventServicesTest::modifiersArePressedInOrderAndReleasedInReverse()
     QCOMPARE(keycodes, (std::vector{37, 64, 50, 45, -45, -50, -64, -37}));
 }
 
-void X11EventServicesTest::aHeldShiftIsReleasedAndNotPressedAgain()
+void tst_X11EventServices::aHeldShiftIsReleasedAndNotPressedAgain()
 {
     scene->user.press(ShiftLeft);
     scene->letServicesLearn();
@@ -288,7 +288,7 @@ void X11EventServicesTest::aHeldShiftIsReleasedAndNotPressedAgain()
     QVERIFY(scene->isNothingDown());
 }
 
-void X11EventServicesTest::bothHeldShiftKeysAreReleased()
+void tst_X11EventServices::bothHeldShiftKeysAreReleased()
 {
     scene->user.press(ShiftLeft);
     scene->user.press(ShiftRight);
@@ -301,7 +301,7 @@ void X11EventServicesTest::bothHeldShiftKeysAreReleased()
     scene->user.release(ShiftRight);
 }
 
-void X11EventServicesTest::aHeldShiftThatIsWantedStaysHeld()
+void tst_X11EventServices::aHeldShiftThatIsWantedStaysHeld()
 {
     scene->user.press(ShiftLeft);
     scene->letServicesLearn();
@@ -314,7 +314,7 @@ void X11EventServicesTest::aHeldShiftThatIsWantedStaysHeld()
     scene->user.release(ShiftLeft);
 }
 
-void X11EventServicesTest::aHeldAltGrDoesNotChangeTheSign()
+void tst_X11EventServices::aHeldAltGrDoesNotChangeTheSign()
 {
     QVERIFY(scene->setLayout({u"-layout"_s, u"de"_s}));
     scene->user.press(AltGr);
@@ -328,7 +328,7 @@ void X11EventServicesTest::aHeldAltGrDoesNotChangeTheSign()
     scene->user.release(AltGr);
 }
 
-void X11EventServicesTest::capsLockDoesNotCountAndComesBack()
+void tst_X11EventServices::capsLockDoesNotCountAndComesBack()
 {
     scene->user.tap(CapsLock);
     scene->letServicesLearn();
@@ -350,7 +350,7 @@ void X11EventServicesTest::capsLockDoesNotCountAndComesBack()
     QTRY_COMPARE(scene->modifiers(), Lock);
 }
 
-void X11EventServicesTest::locksFromBeforeTheStartDoNotCountEither()
+void tst_X11EventServices::locksFromBeforeTheStartDoNotCountEither()
 {
     scene->user.tap(CapsLock);
     scene->services = scene->makeServices();
@@ -360,7 +360,7 @@ void X11EventServicesTest::locksFromBeforeTheStartDoNotCountEither()
     QTRY_COMPARE(scene->modifiers(), Lock);
 }
 
-void X11EventServicesTest::aLockedShiftDoesNotCountAndComesBack()
+void tst_X11EventServices::aLockedShiftDoesNotCountAndComesBack()
 {
     QVERIFY(scene->setLayout({u"-layout"_s, u"us"_s, u"-option"_s, u"caps:shiftlock"_s}));
     scene->user.tap(CapsLock);
@@ -375,7 +375,7 @@ void X11EventServicesTest::aLockedShiftDoesNotCountAndComesBack()
     QCOMPARE(scene->presses()[1].modifiers, Shift);
 }
 
-void X11EventServicesTest::aLatchDoesNotCount()
+void tst_X11EventServices::aLatchDoesNotCount()
 {
     QVERIFY(scene->setLayout({u"-layout"_s, u"de"_s, u"-option"_s, u"lv3:caps_switch_latch"_s}));
     scene->user.press(AltGr);
@@ -390,7 +390,7 @@ void X11EventServicesTest::aLatchDoesNotCount()
     QCOMPARE(scene->modifiers(), 0);
 }
 
-void X11EventServicesTest::numLockIsLeftAlone()
+void tst_X11EventServices::numLockIsLeftAlone()
 {
     scene->user.tap(NumLock);
     scene->letServicesLearn();
@@ -402,7 +402,7 @@ void X11EventServicesTest::numLockIsLeftAlone()
     QCOMPARE(scene->watcher.raw().size(), std::size_t{2});
 }
 
-void X11EventServicesTest::shortcutsInARowDoNotSeeEachOthersModifiers()
+void tst_X11EventServices::shortcutsInARowDoNotSeeEachOthersModifiers()
 {
     // While the server is halted no report comes between them.
     scene->haltServer();
@@ -428,7 +428,7 @@ void X11EventServicesTest::shortcutsInARowDoNotSeeEachOthersModifiers()
     QCOMPARE(scene->rawPresses(ControlLeft), 4);
 }
 
-void X11EventServicesTest::aHeldControlDoesNotReachKeysInARow()
+void tst_X11EventServices::aHeldControlDoesNotReachKeysInARow()
 {
     scene->user.press(ControlLeft);
     scene->letServicesLearn();
@@ -446,7 +446,7 @@ void X11EventServicesTest::aHeldControlDoesNotReachKeysInARow()
     scene->user.release(ControlLeft);
 }
 
-void X11EventServicesTest::overlappingKeysLeaveNothingDown()
+void tst_X11EventServices::overlappingKeysLeaveNothingDown()
 {
     scene->user.tap(CapsLock);
     scene->letServicesLearn();
@@ -462,7 +462,7 @@ void X11EventServicesTest::overlappingKeysLeaveNothingDown()
     QCOMPARE(scene->presses()[1].modifiers, Mod1 | Shift);
 }
 
-void X11EventServicesTest::aKeyIsPostedWithoutWaitingForTheServer()
+void tst_X11EventServices::aKeyIsPostedWithoutWaitingForTheServer()
 {
     scene->haltServer();
     QElapsedTimer timer;
@@ -476,7 +476,7 @@ void X11EventServicesTest::aKeyIsPostedWithoutWaitingForTheServer()
     QVERIFY(scene->waitForTaps(10));
 }
 
-void X11EventServicesTest::aServerThatAnotherClientHoldsTakesKeys()
+void tst_X11EventServices::aServerThatAnotherClientHoldsTakesKeys()
 {
     const XcbConnection holder(
         xcb_connect(scene->server.display().toLatin1().constData(), nullptr));
@@ -491,7 +491,7 @@ void X11EventServicesTest::aServerThatAnotherClientHoldsTakesKeys()
     xcb_flush(holder.get());
 }
 
-void X11EventServicesTest::aPressLeavesTogetherWithItsRelease()
+void tst_X11EventServices::aPressLeavesTogetherWithItsRelease()
 {
     scene->press("A", Flag::Command);
     scene->watcher.sync(); // No event loop runs meanwhile.
@@ -500,7 +500,7 @@ void X11EventServicesTest::aPressLeavesTogetherWithItsRelease()
     QVERIFY(scene->waitForTaps(1));
 }
 
-void X11EventServicesTest::aPressAloneLeavesFromTheEventLoop()
+void tst_X11EventServices::aPressAloneLeavesFromTheEventLoop()
 {
     scene->press("A");
     QTRY_VERIFY(scene->isDown(LetterA));
@@ -508,7 +508,7 @@ void X11EventServicesTest::aPressAloneLeavesFromTheEventLoop()
     QTRY_VERIFY(scene->isNothingDown());
 }
 
-void X11EventServicesTest::aReleaseWithoutAPressReleases()
+void tst_X11EventServices::aReleaseWithoutAPressReleases()
 {
     scene->user.press(LetterA);
     scene->release("A");
@@ -516,7 +516,7 @@ void X11EventServicesTest::aReleaseWithoutAPressReleases()
     scene->user.release(LetterA);
 }
 
-void X11EventServicesTest::aSecondPressIsAPressAgain()
+void tst_X11EventServices::aSecondPressIsAPressAgain()
 {
     scene->press("A", Flag::Command);
     scene->press("A");
@@ -527,7 +527,7 @@ void X11EventServicesTest::aSecondPressIsAPressAgain()
     QCOMPARE(scene->presses()[1].modifiers, 0);
 }
 
-void X11EventServicesTest::destructionReleasesWhatIsDown()
+void tst_X11EventServices::destructionReleasesWhatIsDown()
 {
     scene->press("A", Flag::Command | Flag::Shift);
     scene->press("B");
@@ -537,7 +537,7 @@ void X11EventServicesTest::destructionReleasesWhatIsDown()
     QCOMPARE(scene->modifiers(), 0);
 }
 
-void X11EventServicesTest::destructionWaitsForASlowServer()
+void tst_X11EventServices::destructionWaitsForASlowServer()
 {
     scene->press("A");
     QTRY_VERIFY(scene->isDown(LetterA));
@@ -551,7 +551,7 @@ void X11EventServicesTest::destructionWaitsForASlowServer()
     QVERIFY(scene->isNothingDown());
 }
 
-void X11EventServicesTest::aBrokenConnectionIsLeftInPeace()
+void tst_X11EventServices::aBrokenConnectionIsLeftInPeace()
 {
     scene->press("A");
     scene->server.end();
@@ -565,5 +565,5 @@ void X11EventServicesTest::aBrokenConnectionIsLeftInPeace()
     scene->tap("A");
 }
 
-QTEST_GUILESS_MAIN(X11EventServicesTest)
+QTEST_GUILESS_MAIN(tst_X11EventServices)
 #include "tst_X11EventServices.moc"

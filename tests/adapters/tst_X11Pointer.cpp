@@ -21,7 +21,7 @@ constexpr Location Somewhere{120, 80};
 } // namespace
 
 /// Moves the pointer and clicks on a real display and looks at what another client gets.
-class X11PointerTest : public QObject
+class tst_X11Pointer : public QObject
 {
     Q_OBJECT
 
@@ -53,7 +53,7 @@ private:
     std::unique_ptr<X11Scene> scene;
 };
 
-void X11PointerTest::init()
+void tst_X11Pointer::init()
 {
     scene = std::make_unique<X11Scene>();
     QVERIFY(scene->isReady());
@@ -62,7 +62,7 @@ void X11PointerTest::init()
     scene->watcher.clear();
 }
 
-void X11PointerTest::cleanup()
+void tst_X11Pointer::cleanup()
 {
     scene->services.reset();
     scene->watcher.sync();
@@ -70,19 +70,19 @@ void X11PointerTest::cleanup()
     scene.reset();
 }
 
-void X11PointerTest::moveTo(const Location &position)
+void tst_X11Pointer::moveTo(const Location &position)
 {
     scene->services->postMouse({}, std::vector{MouseEvent{.position = position}}, EventTap::Hid);
 }
 
-void X11PointerTest::post(MouseEventType type, MouseButton button)
+void tst_X11Pointer::post(MouseEventType type, MouseButton button)
 {
     // The position is another one on purpose: a click does not move the pointer.
     scene->services->postMouse(SourceState::HidSystem,
                                std::vector{MouseEvent{type, {1, 2}, button}}, EventTap::Hid);
 }
 
-bool X11PointerTest::setMapping(const char *mapping)
+bool tst_X11Pointer::setMapping(const char *mapping)
 {
     const bool isSet =
         scene->server.run(u"xmodmap"_s, {u"-e"_s, u"pointer = %1"_s.arg(QLatin1String(mapping))});
@@ -90,12 +90,12 @@ bool X11PointerTest::setMapping(const char *mapping)
     return isSet;
 }
 
-bool X11PointerTest::waitForButtons(std::size_t count)
+bool tst_X11Pointer::waitForButtons(std::size_t count)
 {
     return waitUntil([&] { return scene->watcher.buttons().size() >= count; });
 }
 
-void X11PointerTest::thePointerGoesWhereItIsSent_data()
+void tst_X11Pointer::thePointerGoesWhereItIsSent_data()
 {
     QTest::addColumn<double>("x");
     QTest::addColumn<double>("y");
@@ -112,7 +112,7 @@ void X11PointerTest::thePointerGoesWhereItIsSent_data()
     QTest::newRow("nowhere") << std::numeric_limits<double>::quiet_NaN() << 7. << QPoint(0, 7);
 }
 
-void X11PointerTest::thePointerGoesWhereItIsSent()
+void tst_X11Pointer::thePointerGoesWhereItIsSent()
 {
     QFETCH(double, x);
     QFETCH(double, y);
@@ -121,14 +121,14 @@ void X11PointerTest::thePointerGoesWhereItIsSent()
     QTEST(scene->watcher.pointerPosition(), "position");
 }
 
-void X11PointerTest::theLocationIsThatOfThePointer()
+void tst_X11Pointer::theLocationIsThatOfThePointer()
 {
     QCOMPARE(scene->services->pointerLocation(), Somewhere);
     moveTo({799, 0});
     QCOMPARE(scene->services->pointerLocation(), (Location{799, 0}));
 }
 
-void X11PointerTest::theScreenThatTheDisplayNamesIsMeant()
+void tst_X11Pointer::theScreenThatTheDisplayNamesIsMeant()
 {
     const XServer server({640, 480}, {u"-screen"_s, u"1"_s, u"320x240x24"_s});
     QVERIFY(server.isRunning());
@@ -139,7 +139,7 @@ void X11PointerTest::theScreenThatTheDisplayNamesIsMeant()
     QVERIFY(display(".1").root() != display("").root());
 }
 
-void X11PointerTest::eachMoveIsPosted()
+void tst_X11Pointer::eachMoveIsPosted()
 {
     const std::vector<MouseEvent> moves(3, {.position = Somewhere});
     scene->services->postMouse({}, moves, EventTap::Hid);
@@ -147,7 +147,7 @@ void X11PointerTest::eachMoveIsPosted()
     QCOMPARE(scene->watcher.raw().back().kind, RawInput::Kind::Motion);
 }
 
-void X11PointerTest::aClickPressesAndReleasesWhereThePointerIs_data()
+void tst_X11Pointer::aClickPressesAndReleasesWhereThePointerIs_data()
 {
     QTest::addColumn<int>("pressType");
     QTest::addColumn<int>("releaseType");
@@ -161,7 +161,7 @@ void X11PointerTest::aClickPressesAndReleasesWhereThePointerIs_data()
                             << int(MouseButton::Center) << MiddleButton;
 }
 
-void X11PointerTest::aClickPressesAndReleasesWhereThePointerIs()
+void tst_X11Pointer::aClickPressesAndReleasesWhereThePointerIs()
 {
     QFETCH(int, pressType);
     QFETCH(int, releaseType);
@@ -181,7 +181,7 @@ void X11PointerTest::aClickPressesAndReleasesWhereThePointerIs()
     QCOMPARE(scene->watcher.raw().size(), std::size_t{2}); // No motion.
 }
 
-void X11PointerTest::aButtonKeepsItsMeaningForLeftHanders_data()
+void tst_X11Pointer::aButtonKeepsItsMeaningForLeftHanders_data()
 {
     QTest::addColumn<QByteArray>("mapping");
     QTest::newRow("as delivered") << QByteArray("1 2 3 4 5 6 7 8 9 10");
@@ -189,7 +189,7 @@ void X11PointerTest::aButtonKeepsItsMeaningForLeftHanders_data()
     QTest::newRow("all exchanged") << QByteArray("2 3 1 4 5 6 7 8 9 10");
 }
 
-void X11PointerTest::aButtonKeepsItsMeaningForLeftHanders()
+void tst_X11Pointer::aButtonKeepsItsMeaningForLeftHanders()
 {
     QFETCH(QByteArray, mapping);
     QVERIFY(setMapping(mapping.constData()));
@@ -215,7 +215,7 @@ void X11PointerTest::aButtonKeepsItsMeaningForLeftHanders()
     QCOMPARE(scene->watcher.buttons().front().button, MainButton);
 }
 
-void X11PointerTest::aButtonThatWasTakenAwayIsNotPressed()
+void tst_X11Pointer::aButtonThatWasTakenAwayIsNotPressed()
 {
     QVERIFY(setMapping("1 0 3 4 5 6 7 8 9 10"));
     post(MouseEventType::OtherDown, MouseButton::Center);
@@ -226,7 +226,7 @@ void X11PointerTest::aButtonThatWasTakenAwayIsNotPressed()
     QCOMPARE(scene->watcher.raw().size(), std::size_t{2});
 }
 
-void X11PointerTest::aButtonThatIsDownGoesUpAfterTheMappingChanged()
+void tst_X11Pointer::aButtonThatIsDownGoesUpAfterTheMappingChanged()
 {
     post(MouseEventType::LeftDown);
     QVERIFY(waitForButtons(1));
@@ -237,7 +237,7 @@ void X11PointerTest::aButtonThatIsDownGoesUpAfterTheMappingChanged()
     QTRY_VERIFY(scene->isNothingDown());
 }
 
-void X11PointerTest::aReleaseWithoutAPressReleases()
+void tst_X11Pointer::aReleaseWithoutAPressReleases()
 {
     post(MouseEventType::RightDown, MouseButton::Right);
     QVERIFY(waitForButtons(1));
@@ -247,7 +247,7 @@ void X11PointerTest::aReleaseWithoutAPressReleases()
     QTRY_VERIFY(scene->isNothingDown());
 }
 
-void X11PointerTest::clicksArePostedWithoutWaitingForTheServer()
+void tst_X11Pointer::clicksArePostedWithoutWaitingForTheServer()
 {
     scene->haltServer();
     for (int count = 0; count < 10; ++count) {
@@ -260,7 +260,7 @@ void X11PointerTest::clicksArePostedWithoutWaitingForTheServer()
     QVERIFY(waitForButtons(20));
 }
 
-void X11PointerTest::destructionReleasesWhatIsDown()
+void tst_X11Pointer::destructionReleasesWhatIsDown()
 {
     post(MouseEventType::LeftDown);
     post(MouseEventType::OtherDown, MouseButton::Center);
@@ -269,5 +269,5 @@ void X11PointerTest::destructionReleasesWhatIsDown()
     QTRY_VERIFY(scene->isNothingDown());
 }
 
-QTEST_GUILESS_MAIN(X11PointerTest)
+QTEST_GUILESS_MAIN(tst_X11Pointer)
 #include "tst_X11Pointer.moc"
