@@ -16,7 +16,7 @@ class KeyObserver
 {
 public:
     explicit KeyObserver(const QString &display)
-        : m_display(xcb_connect(display.toLocal8Bit().constData(), nullptr))
+        : connection(xcb_connect(display.toLocal8Bit().constData(), nullptr))
     {
         struct
         {
@@ -24,14 +24,14 @@ public:
             uint32_t mask;
         } wanted{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
                  XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE};
-        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(m_display)).data->root;
+        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
         std::free(xcb_input_xi_query_version_reply(
-            m_display, xcb_input_xi_query_version(m_display, 2, 2), nullptr));
-        xcb_input_xi_select_events(m_display, root, 1, &wanted.head);
+            connection, xcb_input_xi_query_version(connection, 2, 2), nullptr));
+        xcb_input_xi_select_events(connection, root, 1, &wanted.head);
         // An answer proves that the selection is in force.
-        std::free(xcb_get_input_focus_reply(m_display, xcb_get_input_focus(m_display), nullptr));
+        std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
     }
-    ~KeyObserver() { xcb_disconnect(m_display); }
+    ~KeyObserver() { xcb_disconnect(connection); }
     KeyObserver(const KeyObserver &) = delete;
     KeyObserver &operator=(const KeyObserver &) = delete;
 
@@ -40,14 +40,14 @@ public:
     {
         const auto end = std::chrono::steady_clock::now() + LongestWait;
         while (std::chrono::steady_clock::now() < end) {
-            while (xcb_generic_event_t *event = xcb_poll_for_event(m_display)) {
+            while (xcb_generic_event_t *event = xcb_poll_for_event(connection)) {
                 const auto type = reinterpret_cast<xcb_ge_generic_event_t *>(event)->event_type;
                 std::free(event);
                 if (type == rawType) {
                     return true;
                 }
             }
-            pollfd waiting{xcb_get_file_descriptor(m_display), POLLIN, 0};
+            pollfd waiting{xcb_get_file_descriptor(connection), POLLIN, 0};
             ::poll(&waiting, 1, static_cast<int>(LongestWait.count()));
         }
         return false;
@@ -56,5 +56,5 @@ public:
 private:
     static constexpr std::chrono::milliseconds LongestWait{5000};
 
-    xcb_connection_t *m_display;
+    xcb_connection_t *connection;
 };

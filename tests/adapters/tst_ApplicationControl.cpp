@@ -33,13 +33,13 @@ const QString Unitron = u"Unitron"_s;
 class Record
 {
 public:
-    explicit Record(const QString &file) : m_file(file) {}
+    explicit Record(const QString &file) : path(file) {}
 
-    QString file() const { return m_file; }
+    QString file() const { return path; }
 
     QStringList lines() const
     {
-        QFile file(m_file);
+        QFile file(path);
         return file.open(QIODevice::ReadOnly)
                    ? QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts)
                    : QStringList();
@@ -64,7 +64,7 @@ public:
     }
 
 private:
-    QString m_file;
+    QString path;
 };
 
 } // namespace

@@ -28,24 +28,24 @@ public:
         // The first answers take memory that stays.
         const bool isReady = port() != 0 && Handheld(port()).isServed() &&
                              ProcessMemory::forgetPeak(scene.server().processId());
-        m_before = isReady ? ProcessMemory::resident(scene.server().processId()) : 0;
+        memoryBefore = isReady ? ProcessMemory::resident(scene.server().processId()) : 0;
     }
 
-    bool isMeasured() const { return m_before > 0; }
+    bool isMeasured() const { return memoryBefore > 0; }
     quint16 port() const { return scene.port(); }
     QByteArray problemAtEnd() { return scene.problemAtEnd(); }
 
     /// How many bytes it has taken beyond, at its highest.
     qint64 growth() const
     {
-        const qint64 most = ProcessMemory::peak(scene.server().processId()) - m_before;
+        const qint64 most = ProcessMemory::peak(scene.server().processId()) - memoryBefore;
         qInfo("Memory grew by %lld KiB", static_cast<long long>(most / 1024));
         return most;
     }
 
 private:
     ServerScene scene;
-    qint64 m_before = 0;
+    qint64 memoryBefore = 0;
 };
 
 /// Entries with different keys, numbers from `first` on.

@@ -11,24 +11,24 @@
 PseudoTerminal::PseudoTerminal() : screen(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK))
 {
     if (grantpt(screen) == 0 && unlockpt(screen) == 0) {
-        m_program = open(ptsname(screen), O_RDWR | O_NOCTTY | O_CLOEXEC);
+        programSide = open(ptsname(screen), O_RDWR | O_NOCTTY | O_CLOEXEC);
     }
 }
 
 PseudoTerminal::~PseudoTerminal()
 {
-    close(m_program);
+    close(programSide);
     close(screen);
 }
 
 std::function<void()> PseudoTerminal::asErrorOutput() const
 {
-    return [program = m_program] { dup2(program, STDERR_FILENO); };
+    return [program = programSide] { dup2(program, STDERR_FILENO); };
 }
 
 std::function<void()> PseudoTerminal::asStandardStreams() const
 {
-    return [program = m_program] {
+    return [program = programSide] {
         for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
             dup2(program, standard);
         }
@@ -46,7 +46,7 @@ QByteArray PseudoTerminal::text()
     std::array<char, 4096> buffer{};
     ssize_t count = 0;
     while ((count = read(screen, buffer.data(), buffer.size())) > 0) {
-        m_text.append(buffer.data(), count);
+        shownText.append(buffer.data(), count);
     }
-    return m_text;
+    return shownText;
 }

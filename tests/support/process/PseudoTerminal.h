@@ -24,11 +24,11 @@ public:
     /// What a person types at it.
     void type(const QByteArray &keys) const;
 
-    /// Everything that was written to it so far, with the terminal's own line ends.
+    /// Everything that was shownText to it so far, with the terminal's own line ends.
     QByteArray text();
 
 private:
     int screen = -1;
-    int m_program = -1;
-    QByteArray m_text;
+    int programSide = -1;
+    QByteArray shownText;
 };

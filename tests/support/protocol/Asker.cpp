@@ -9,13 +9,13 @@ using std::chrono::duration;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-Asker::Asker(quint16 port, milliseconds pace) : m_thread([this, port, pace] { run(port, pace); }) {}
+Asker::Asker(quint16 port, milliseconds pace) : worker([this, port, pace] { run(port, pace); }) {}
 
 const Sample &Asker::stop()
 {
     isOver = true;
-    if (m_thread.joinable()) {
-        m_thread.join();
+    if (worker.joinable()) {
+        worker.join();
     }
     return times;
 }
@@ -27,7 +27,7 @@ void Asker::run(quint16 port, milliseconds pace)
     while (!isOver) {
         const auto start = steady_clock::now();
         if (!handheld.ask(question)) {
-            m_isServed = false;
+            isAnswered = false;
             return;
         }
         times.add(duration<double, std::milli>(steady_clock::now() - start).count());

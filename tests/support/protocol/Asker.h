@@ -26,13 +26,13 @@ public:
     const Sample &stop();
 
     /// False once an answer failed to come.
-    bool isServed() const { return m_isServed; }
+    bool isServed() const { return isAnswered; }
 
 private:
     void run(quint16 port, std::chrono::milliseconds pace);
 
     std::atomic_bool isOver = false;
-    std::atomic_bool m_isServed = true;
+    std::atomic_bool isAnswered = true;
     Sample times;
-    std::thread m_thread; // last, so that the rest is there before it runs
+    std::thread worker; // last, so that the rest is there before it runs
 };

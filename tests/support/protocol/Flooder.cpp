@@ -15,7 +15,7 @@ constexpr qsizetype BlockSize = 256 * 1024;
 } // namespace
 
 Flooder::Flooder(quint16 port, const QByteArray &token)
-    : m_thread(
+    : worker(
           [this, port, bytes = token.repeated(BlockSize / token.size() + 1)] { run(port, bytes); })
 {
 }
@@ -23,8 +23,8 @@ Flooder::Flooder(quint16 port, const QByteArray &token)
 qint64 Flooder::stop()
 {
     isOver = true;
-    if (m_thread.joinable()) {
-        m_thread.join();
+    if (worker.joinable()) {
+        worker.join();
     }
     return sent;
 }
@@ -32,8 +32,8 @@ qint64 Flooder::stop()
 void Flooder::run(quint16 port, const QByteArray &bytes)
 {
     Handheld handheld(port);
-    while (!isOver && m_isConnected) {
-        m_isConnected = handheld.send(bytes);
+    while (!isOver && isAccepted) {
+        isAccepted = handheld.send(bytes);
         sent += bytes.size();
         while (handheld.hasUnreadAnswer() && handheld.throwUnreadAway()) {
         }

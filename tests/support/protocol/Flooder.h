@@ -22,13 +22,13 @@ public:
     qint64 stop();
 
     /// False once the server has ended the connection.
-    bool isConnected() const { return m_isConnected; }
+    bool isConnected() const { return isAccepted; }
 
 private:
     void run(quint16 port, const QByteArray &bytes);
 
     std::atomic_bool isOver = false;
-    std::atomic_bool m_isConnected = true;
+    std::atomic_bool isAccepted = true;
     std::atomic<qint64> sent = 0;
-    std::thread m_thread; // last, so that the rest is there before it runs
+    std::thread worker; // last, so that the rest is there before it runs
 };

@@ -150,7 +150,7 @@ Handheld::Handheld(quint16 port) : serverPort(port)
     }
     const int on = 1;
     setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    m_socket = socket;
+    descriptor = socket;
     ownPort = ownPortOf(socket);
 }
 
@@ -163,7 +163,7 @@ bool Handheld::waitFor(short pollEvents, steady_clock::time_point end) const
 {
     while (true) {
         const auto left = std::chrono::ceil<milliseconds>(end - steady_clock::now()).count();
-        pollfd waiting{m_socket, pollEvents, 0};
+        pollfd waiting{descriptor, pollEvents, 0};
         const int ready = ::poll(&waiting, 1, static_cast<int>(std::max<qint64>(left, 0)));
         if (ready >= 0 || errno != EINTR) {
             return ready > 0;
@@ -177,7 +177,7 @@ bool Handheld::send(const QByteArray &bytes, milliseconds limit)
     qsizetype sent = 0;
     while (sent < bytes.size()) {
         const auto count =
-            ::send(m_socket, bytes.constData() + sent, static_cast<size_t>(bytes.size() - sent),
+            ::send(descriptor, bytes.constData() + sent, static_cast<size_t>(bytes.size() - sent),
                    MSG_NOSIGNAL | MSG_DONTWAIT);
         if (count > 0) {
             sent += count;
@@ -190,28 +190,28 @@ bool Handheld::send(const QByteArray &bytes, milliseconds limit)
 
 bool Handheld::receiveMore(steady_clock::time_point end)
 {
-    if (m_socket < 0 || !waitFor(POLLIN, end)) {
+    if (descriptor < 0 || !waitFor(POLLIN, end)) {
         return false;
     }
     std::array<char, 65536> chunk;
-    const auto count = ::recv(m_socket, chunk.data(), chunk.size(), 0);
+    const auto count = ::recv(descriptor, chunk.data(), chunk.size(), 0);
     if (count <= 0) {
         return false;
     }
-    m_received.append(chunk.data(), count);
+    unanswered.append(chunk.data(), count);
     return true;
 }
 
 std::optional<QVariantMap> Handheld::answer(milliseconds limit)
 {
     const auto end = steady_clock::now() + limit;
-    while (firstAnswerSize(m_received) == 0) {
+    while (firstAnswerSize(unanswered) == 0) {
         if (!receiveMore(end)) {
             return std::nullopt;
         }
     }
-    const QByteArray first = m_received.left(firstAnswerSize(m_received));
-    m_received.remove(0, first.size());
+    const QByteArray first = unanswered.left(firstAnswerSize(unanswered));
+    unanswered.remove(0, first.size());
     return readAnswer(first);
 }
 
@@ -231,7 +231,7 @@ bool Handheld::waitUntilRead(milliseconds limit)
     const auto end = steady_clock::now() + limit;
     while (true) {
         int onTheWay = 0;
-        ::ioctl(m_socket, SIOCOUTQ, &onTheWay);
+        ::ioctl(descriptor, SIOCOUTQ, &onTheWay);
         if (onTheWay == 0 && ProcessTables::unreadBytes(serverPort, ownPort) == 0) {
             return true;
         }
@@ -258,13 +258,13 @@ bool Handheld::sendAndSettle(const QByteArray &bytes)
 
 bool Handheld::hasUnreadAnswer()
 {
-    return !m_received.isEmpty() || waitFor(POLLIN, steady_clock::now());
+    return !unanswered.isEmpty() || waitFor(POLLIN, steady_clock::now());
 }
 
 bool Handheld::throwUnreadAway()
 {
     const bool isOpen = !waitFor(POLLIN, steady_clock::now()) || receiveMore(steady_clock::now());
-    m_received.clear();
+    unanswered.clear();
     return isOpen;
 }
 
@@ -278,8 +278,8 @@ bool Handheld::waitUntilClosed(milliseconds limit)
 
 void Handheld::leave()
 {
-    if (m_socket >= 0) {
-        ::close(std::exchange(m_socket, -1));
+    if (descriptor >= 0) {
+        ::close(std::exchange(descriptor, -1));
     }
 }
 
@@ -287,6 +287,6 @@ void Handheld::reset()
 {
     // A linger time of none makes close() drop the connection by a reset (tcp(7)).
     const linger atOnce{1, 0};
-    setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
     leave();
 }

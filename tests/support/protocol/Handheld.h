@@ -42,7 +42,7 @@ public:
     Handheld(const Handheld &) = delete;
     Handheld &operator=(const Handheld &) = delete;
 
-    bool isConnected() const { return m_socket >= 0; }
+    bool isConnected() const { return descriptor >= 0; }
 
     /// Hands all bytes to the system; false when the connection is lost or the limit passed.
     bool send(const QByteArray &bytes, std::chrono::milliseconds limit = GenerousLimit);
@@ -88,8 +88,8 @@ private:
     bool waitFor(short pollEvents, std::chrono::steady_clock::time_point end) const;
     bool receiveMore(std::chrono::steady_clock::time_point end);
 
-    int m_socket = -1;
+    int descriptor = -1;
     quint16 serverPort = 0;
     quint16 ownPort = 0;
-    QByteArray m_received; ///< Bytes that came and that no answer has used.
+    QByteArray unanswered; ///< Bytes that came and that no answer has used.
 };

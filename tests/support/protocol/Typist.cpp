@@ -8,15 +8,15 @@
 using namespace std::chrono_literals;
 
 Typist::Typist(quint16 port, const QByteArray &token)
-    : m_thread([this, port, token] { run(port, token); })
+    : worker([this, port, token] { run(port, token); })
 {
 }
 
 void Typist::stop()
 {
     isOver = true;
-    if (m_thread.joinable()) {
-        m_thread.join();
+    if (worker.joinable()) {
+        worker.join();
     }
 }
 

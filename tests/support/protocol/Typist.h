@@ -25,5 +25,5 @@ private:
     void run(quint16 port, const QByteArray &token);
 
     std::atomic_bool isOver = false;
-    std::thread m_thread; // last, so that the rest is there before it runs
+    std::thread worker; // last, so that the rest is there before it runs
 };

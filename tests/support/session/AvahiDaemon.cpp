@@ -49,12 +49,12 @@ bool writeFile(const QString &path, const QString &text)
 
 } // namespace
 
-AvahiDaemon::AvahiDaemon(const NetworkHost &host) : m_host(host)
+AvahiDaemon::AvahiDaemon(const NetworkHost &host) : machine(host)
 {
     if (!writeFile(path("bus.conf"), QString::fromLatin1(BusConfiguration).arg(busAddress())) ||
         !writeFile(path("daemon.conf"), QString::fromLatin1(DaemonConfiguration)
-                                            .arg(m_host.name(), NetworkNamespaces::device()))) {
-        m_problem = "no configuration files for avahi-daemon";
+                                            .arg(machine.name(), NetworkNamespaces::device()))) {
+        failure = "no configuration files for avahi-daemon";
     } else {
         startBus();
     }
@@ -67,12 +67,12 @@ QString AvahiDaemon::busAddress() const
 
 void AvahiDaemon::startBus()
 {
-    bus.setLastPreparation(m_host.entry());
+    bus.setLastPreparation(machine.entry());
     bus.setStandardErrorFile(path("bus.log"));
     bus.start(u"dbus-daemon"_s, {u"--config-file="_s + path("bus.conf"), u"--nofork"_s,
                                  u"--nopidfile"_s, u"--nosyslog"_s});
     if (!waitUntil([this] { return QFile::exists(path("bus")); })) {
-        m_problem = "did not start: dbus-daemon";
+        failure = "did not start: dbus-daemon";
     }
 }
 
@@ -82,7 +82,7 @@ bool AvahiDaemon::start()
     environment.insert(u"DBUS_SYSTEM_BUS_ADDRESS"_s, busAddress());
     daemon = std::make_unique<ChildProcess>();
     daemon->setProcessEnvironment(environment);
-    daemon->setLastPreparation(m_host.entry());
+    daemon->setLastPreparation(machine.entry());
     daemon->setProcessChannelMode(QProcess::MergedChannels);
     daemon->start(u"avahi-daemon"_s, {u"--file="_s + path("daemon.conf"), u"--no-drop-root"_s,
                                       u"--no-chroot"_s, u"--no-rlimits"_s});

@@ -18,7 +18,7 @@ public:
     explicit AvahiDaemon(const NetworkHost &host);
 
     /// Why it cannot be used; empty when it can.
-    QByteArray problem() const { return m_problem; }
+    QByteArray problem() const { return failure; }
 
     /// The system bus's address.
     QString busAddress() const;
@@ -36,9 +36,9 @@ private:
     void startBus();
     QString path(const char *name) const { return folder.filePath(QLatin1String(name)); }
 
-    const NetworkHost &m_host;
+    const NetworkHost &machine;
     QTemporaryDir folder;
-    QByteArray m_problem;
+    QByteArray failure;
     ChildProcess bus;
     std::unique_ptr<ChildProcess> daemon;
 };

@@ -21,9 +21,9 @@ QStringList arguments(const QStringList &first, const QString &target)
 
 ClipboardOwner::ClipboardOwner(const DesktopSession &session, const QByteArray &content,
                                const QString &target)
-    : m_session(session)
-    , m_content(content)
-    , m_target(target)
+    : desktop(session)
+    , offeredContent(content)
+    , offeredTarget(target)
 {
     process.setProcessEnvironment(session.environment());
     process.setStandardErrorFile(QProcess::nullDevice());
@@ -44,7 +44,8 @@ bool ClipboardOwner::isServing() const
 {
     return waitUntil([this] {
         // A read of nothing may also be that of an owner before.
-        return process.state() == QProcess::Running && read(m_session, m_target) == m_content;
+        return process.state() == QProcess::Running &&
+               read(desktop, offeredTarget) == offeredContent;
     });
 }
 

@@ -33,8 +33,8 @@ public:
                                           const QString &target = {});
 
 private:
-    const DesktopSession &m_session;
-    QByteArray m_content;
-    QString m_target;
+    const DesktopSession &desktop;
+    QByteArray offeredContent;
+    QString offeredTarget;
     ChildProcess process;
 };

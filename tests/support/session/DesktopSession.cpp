@@ -38,15 +38,15 @@ const QList<std::pair<QString, QString>> PrivateFolders{
 
 } // namespace
 
-DesktopSession::DesktopSession(Parts parts) : m_busAddress(DeadBus), systemBusAddress(DeadBus)
+DesktopSession::DesktopSession(Parts parts) : sessionBusAddress(DeadBus), systemBusAddress(DeadBus)
 {
     makeFolders();
-    require(m_xServer.isRunning(), "Xvfb");
-    if (!m_problem.isEmpty()) {
+    require(displayServer.isRunning(), "Xvfb");
+    if (!failures.isEmpty()) {
         return;
     }
-    m_view = std::make_unique<DesktopView>(display());
-    m_user = std::make_unique<DesktopUser>(display());
+    screenView = std::make_unique<DesktopView>(display());
+    person = std::make_unique<DesktopUser>(display());
     if (parts.testFlag(SessionBus)) {
         startBus();
     }
@@ -59,7 +59,7 @@ DesktopSession::DesktopSession(Parts parts) : m_busAddress(DeadBus), systemBusAd
 void DesktopSession::require(bool isThere, const QByteArray &what)
 {
     if (!isThere) {
-        m_problem += "did not start: " + what + "\n";
+        failures += "did not start: " + what + "\n";
     }
 }
 
@@ -82,7 +82,7 @@ void DesktopSession::startBus()
     bus.start(u"dbus-daemon"_s, {u"--config-file="_s + settings.fileName(), u"--nofork"_s,
                                  u"--nopidfile"_s, u"--address="_s + address});
     require(waitUntil([this] { return QFile::exists(path(u"run/bus"_s)); }), "dbus-daemon");
-    m_busAddress = address;
+    sessionBusAddress = address;
 }
 
 void DesktopSession::startWindowManager()
@@ -90,7 +90,7 @@ void DesktopSession::startWindowManager()
     windowManager.setProcessEnvironment(environment());
     windowManager.setStandardErrorFile(path(u"openbox.log"_s));
     windowManager.start(u"openbox"_s, {u"--sm-disable"_s});
-    require(waitUntil([this] { return m_view->hasWindowManager(); }), "openbox");
+    require(waitUntil([this] { return screenView->hasWindowManager(); }), "openbox");
     // It announces itself before it listens, and overlooks what happens in between.
     require(waitUntil([this] { return windowManagerAnswers(); }), "answers of openbox");
 }
@@ -109,7 +109,7 @@ bool DesktopSession::startTray()
     tray.setStandardErrorFile(path(u"trayer.log"_s));
     tray.start(u"trayer"_s, {u"--edge"_s, u"bottom"_s, u"--align"_s, u"right"_s, u"--widthtype"_s,
                              u"request"_s, u"--height"_s, u"24"_s});
-    return waitUntil([this] { return m_view->hasTray(); });
+    return waitUntil([this] { return screenView->hasTray(); });
 }
 
 void DesktopSession::endTray()
@@ -126,12 +126,12 @@ void DesktopSession::endSessionBus()
 
 void DesktopSession::endDisplay()
 {
-    m_xServer.end();
+    displayServer.end();
 }
 
 QString DesktopSession::display() const
 {
-    return m_xServer.display();
+    return displayServer.display();
 }
 
 QProcessEnvironment DesktopSession::environment() const
@@ -141,7 +141,7 @@ QProcessEnvironment DesktopSession::environment() const
         environment.insert(variable, path(folder));
     }
     environment.insert(u"DISPLAY"_s, display());
-    environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, m_busAddress);
+    environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, sessionBusAddress);
     environment.insert(u"DBUS_SYSTEM_BUS_ADDRESS"_s, systemBusAddress);
     environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
     for (const char *variable : {"WAYLAND_DISPLAY", "XDG_CURRENT_DESKTOP", "XDG_SESSION_TYPE",

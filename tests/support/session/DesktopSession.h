@@ -27,7 +27,7 @@ public:
     explicit DesktopSession(Parts parts = Tray);
 
     /// Why the session cannot be used; empty when it can.
-    QByteArray problem() const { return m_problem; }
+    QByteArray problem() const { return failures; }
 
     /// Starts the tray and waits until it takes icons.
     bool startTray();
@@ -39,9 +39,9 @@ public:
 
     QString display() const;
     /// To let it stand still for a while.
-    XServer &xServer() { return m_xServer; }
+    XServer &xServer() { return displayServer; }
     /// The session bus's address; one that leads nowhere in a session without a bus.
-    QString busAddress() const { return m_busAddress; }
+    QString busAddress() const { return sessionBusAddress; }
     /// Where programs started from now on look for the system bus; it leads nowhere until told.
     void useSystemBus(const QString &address) { systemBusAddress = address; }
     /// Adds to what programs started from now on find in their environment.
@@ -50,13 +50,13 @@ public:
     QProcessEnvironment environment() const;
 
     /// A file or folder of this session, by its path below the private folder.
-    QString path(const QString &relative) const { return m_folder.filePath(relative); }
+    QString path(const QString &relative) const { return privateFolder.filePath(relative); }
     QString home() const { return path(u"home"_s); }
     /// The server's settings file.
     QString settingsFile() const;
 
-    const DesktopView &view() const { return *m_view; }
-    const DesktopUser &user() const { return *m_user; }
+    const DesktopView &view() const { return *screenView; }
+    const DesktopUser &user() const { return *person; }
 
 private:
     void makeFolders();
@@ -65,18 +65,18 @@ private:
     bool windowManagerAnswers() const;
     void require(bool isThere, const QByteArray &what);
 
-    QTemporaryDir m_folder;
-    QByteArray m_problem;
-    QString m_busAddress;
+    QTemporaryDir privateFolder;
+    QByteArray failures;
+    QString sessionBusAddress;
     QString systemBusAddress;
     QMap<QString, QString> variables; ///< Added by the test.
     // The parts end in the reverse order: what is shown goes before what shows it.
-    XServer m_xServer;
+    XServer displayServer;
     ChildProcess bus;
     ChildProcess windowManager;
     ChildProcess tray;
-    std::unique_ptr<DesktopView> m_view;
-    std::unique_ptr<DesktopUser> m_user;
+    std::unique_ptr<DesktopView> screenView;
+    std::unique_ptr<DesktopUser> person;
 };
 
 Q_DECLARE_OPERATORS_FOR_FLAGS(DesktopSession::Parts)

@@ -54,8 +54,8 @@ bool runTool(std::function<void()> preparation, const QString &program,
 } // namespace
 
 NetworkHost::NetworkHost(QString name, QString address)
-    : m_name(std::move(name))
-    , m_address(std::move(address))
+    : firstName(std::move(name))
+    , ipAddress(std::move(address))
 {
 }
 
@@ -63,21 +63,22 @@ bool NetworkHost::start(const NetworkHost *inside)
 {
     QStringList namespaces{u"--net"_s, u"--mount"_s, u"--uts"_s};
     if (inside != nullptr) {
-        m_keeper.setLastPreparation(inside->entry());
+        keeperProcess.setLastPreparation(inside->entry());
     } else {
         namespaces += {u"--user"_s, u"--map-root-user"_s};
     }
-    m_keeper.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_keeper.start(u"unshare"_s,
-                   namespaces + QStringList{u"sh"_s, u"-c"_s, QLatin1StringView(KeeperScript)});
-    waitUntil(
-        [this] { return m_keeper.canReadLine() || m_keeper.state() == QProcess::NotRunning; });
-    return m_keeper.readLine() == "ready\n" && setName(m_name);
+    keeperProcess.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    keeperProcess.start(
+        u"unshare"_s, namespaces + QStringList{u"sh"_s, u"-c"_s, QLatin1StringView(KeeperScript)});
+    waitUntil([this] {
+        return keeperProcess.canReadLine() || keeperProcess.state() == QProcess::NotRunning;
+    });
+    return keeperProcess.readLine() == "ready\n" && setName(firstName);
 }
 
 std::function<void()> NetworkHost::entry() const
 {
-    return [keeper = static_cast<pid_t>(m_keeper.processId())] { enter(keeper); };
+    return [keeper = static_cast<pid_t>(keeperProcess.processId())] { enter(keeper); };
 }
 
 bool NetworkHost::run(const QString &program, const QStringList &arguments) const
@@ -89,7 +90,7 @@ bool NetworkHost::joinTo(const NetworkHost &other) const
 {
     const QString device = NetworkNamespaces::device();
     return run(u"ip"_s, {u"link"_s, u"add"_s, device, u"type"_s, u"veth"_s, u"peer"_s, u"name"_s,
-                         device, u"netns"_s, QString::number(other.m_keeper.processId())}) &&
+                         device, u"netns"_s, QString::number(other.keeperProcess.processId())}) &&
            bringUp() && other.bringUp();
 }
 
@@ -97,7 +98,7 @@ bool NetworkHost::bringUp() const
 {
     const QString device = NetworkNamespaces::device();
     return run(u"ip"_s, {u"link"_s, u"set"_s, u"lo"_s, u"up"_s}) &&
-           run(u"ip"_s, {u"address"_s, u"add"_s, m_address + u"/24"_s, u"dev"_s, device}) &&
+           run(u"ip"_s, {u"address"_s, u"add"_s, ipAddress + u"/24"_s, u"dev"_s, device}) &&
            run(u"ip"_s, {u"link"_s, u"set"_s, device, u"up"_s});
 }
 
@@ -114,14 +115,14 @@ bool NetworkHost::setName(const QString &name) const
 }
 
 NetworkNamespaces::NetworkNamespaces()
-    : m_server(u"desk"_s, u"10.77.0.1"_s)
-    , m_handheld(u"pocket"_s, u"10.77.0.2"_s)
+    : serverHost(u"desk"_s, u"10.77.0.1"_s)
+    , handheldHost(u"pocket"_s, u"10.77.0.2"_s)
 {
-    if (!m_server.start() || !m_handheld.start(&m_server)) {
-        m_problem = "This machine does not let the test make namespaces of user, network, mounts "
-                    "and host name (unshare --user --net --mount --uts).";
-    } else if (!m_server.joinTo(m_handheld)) {
-        m_problem = "The two hosts could not be joined by a network (ip link add type veth).";
+    if (!serverHost.start() || !handheldHost.start(&serverHost)) {
+        failure = "This machine does not let the test make namespaces of user, network, mounts "
+                  "and host name (unshare --user --net --mount --uts).";
+    } else if (!serverHost.joinTo(handheldHost)) {
+        failure = "The two hosts could not be joined by a network (ip link add type veth).";
     }
 }
 

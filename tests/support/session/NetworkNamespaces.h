@@ -18,8 +18,8 @@ public:
     NetworkHost(QString name, QString address);
 
     /// The name that it began with, and its IPv4 address.
-    QString name() const { return m_name; }
-    QString address() const { return m_address; }
+    QString name() const { return firstName; }
+    QString address() const { return ipAddress; }
 
     /// Starts the process that keeps the host, inside of another host where given, since only hosts
     /// of one user can be joined. False when this machine allows no namespaces.
@@ -40,9 +40,9 @@ public:
 private:
     bool bringUp() const;
 
-    QString m_name;
-    QString m_address;
-    ChildProcess m_keeper;
+    QString firstName;
+    QString ipAddress;
+    ChildProcess keeperProcess;
 };
 
 /// Two hosts joined by a cable that leads nowhere else. Neither needs to be made by root, and both
@@ -53,16 +53,16 @@ public:
     NetworkNamespaces();
 
     /// Why they cannot be used; empty when they can.
-    QByteArray problem() const { return m_problem; }
+    QByteArray problem() const { return failure; }
 
-    const NetworkHost &server() const { return m_server; }
-    const NetworkHost &handheld() const { return m_handheld; }
+    const NetworkHost &server() const { return serverHost; }
+    const NetworkHost &handheld() const { return handheldHost; }
 
     /// The one network device that each host has besides its loopback.
     static QString device();
 
 private:
-    NetworkHost m_server;
-    NetworkHost m_handheld;
-    QByteArray m_problem;
+    NetworkHost serverHost;
+    NetworkHost handheldHost;
+    QByteArray failure;
 };

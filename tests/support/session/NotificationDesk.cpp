@@ -56,17 +56,20 @@ class WatcherAdaptor : public QDBusAbstractAdaptor
     Q_PROPERTY(int ProtocolVersion READ protocolVersion)
 
 public:
-    explicit WatcherAdaptor(NotificationDesk *desk) : QDBusAbstractAdaptor(desk), m_desk(desk) {}
+    explicit WatcherAdaptor(NotificationDesk *desk) : QDBusAbstractAdaptor(desk), panel(desk) {}
 
     bool isHostRegistered() const { return true; }
-    QStringList items() const { return m_desk->icons(); }
+    QStringList items() const { return panel->icons(); }
     int protocolVersion() const { return 0; }
 
 public slots:
-    void RegisterStatusNotifierItem(const QString &service) { m_desk->m_icons.append(service); }
+    void RegisterStatusNotifierItem(const QString &service)
+    {
+        panel->registeredIcons.append(service);
+    }
 
 private:
-    NotificationDesk *m_desk;
+    NotificationDesk *panel;
 };
 
 /// The desktop notifications' interface, as its specification names the parameters.
@@ -76,7 +79,7 @@ class NotificationsAdaptor : public QDBusAbstractAdaptor
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
 
 public:
-    explicit NotificationsAdaptor(NotificationDesk *desk) : QDBusAbstractAdaptor(desk), m_desk(desk)
+    explicit NotificationsAdaptor(NotificationDesk *desk) : QDBusAbstractAdaptor(desk), panel(desk)
     {
     }
 
@@ -84,20 +87,20 @@ public slots:
     uint Notify(const QString &, uint, const QString &, const QString &summary, const QString &body,
                 const QStringList &, const QVariantMap &, int timeout, const QDBusMessage &call)
     {
-        m_desk->m_notifications.append({summary, body, timeout});
-        const auto number = uint(m_desk->m_notifications.size());
-        m_desk->leaveUnanswered(call, number);
+        panel->shownNotifications.append({summary, body, timeout});
+        const auto number = uint(panel->shownNotifications.size());
+        panel->leaveUnanswered(call, number);
         return number;
     }
 
     QStringList GetCapabilities(const QDBusMessage &call) const
     {
-        m_desk->leaveUnanswered(call, m_desk->m_capabilities);
-        return m_desk->m_capabilities;
+        panel->leaveUnanswered(call, panel->offeredCapabilities);
+        return panel->offeredCapabilities;
     }
 
 private:
-    NotificationDesk *m_desk;
+    NotificationDesk *panel;
 };
 
 NotificationDesk::NotificationDesk(const QString &busAddress)
@@ -105,10 +108,10 @@ NotificationDesk::NotificationDesk(const QString &busAddress)
 {
     new WatcherAdaptor(this);
     new NotificationsAdaptor(this);
-    m_isReady = bus.registerObject(u"/StatusNotifierWatcher"_s, this) &&
-                bus.registerObject(u"/org/freedesktop/Notifications"_s, this) &&
-                bus.registerService(u"org.freedesktop.Notifications"_s) &&
-                bus.registerService(u"org.kde.StatusNotifierWatcher"_s);
+    hasNames = bus.registerObject(u"/StatusNotifierWatcher"_s, this) &&
+               bus.registerObject(u"/org/freedesktop/Notifications"_s, this) &&
+               bus.registerService(u"org.freedesktop.Notifications"_s) &&
+               bus.registerService(u"org.kde.StatusNotifierWatcher"_s);
 }
 
 NotificationDesk::~NotificationDesk()

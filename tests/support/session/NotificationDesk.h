@@ -44,14 +44,14 @@ public:
     explicit NotificationDesk(const QString &busAddress);
     ~NotificationDesk() override;
 
-    bool isReady() const { return m_isReady; }
+    bool isReady() const { return hasNames; }
 
     /// The bus names of the icons, in the order of their coming.
-    QStringList icons() const { return m_icons; }
-    QList<Notification> notifications() const { return m_notifications; }
+    QStringList icons() const { return registeredIcons; }
+    QList<Notification> notifications() const { return shownNotifications; }
 
     /// What the desk says it can, "body" and nothing else at first.
-    void setCapabilities(const QStringList &capabilities) { m_capabilities = capabilities; }
+    void setCapabilities(const QStringList &capabilities) { offeredCapabilities = capabilities; }
     /// Takes messages and questions from now on, and leaves them without an answer, as a halted
     /// daemon does.
     void haltNotifications() { isHalted = true; }
@@ -74,13 +74,13 @@ private:
     QString menuPath(const QString &icon) const;
 
     QDBusConnection bus;
-    bool m_isReady = false;
-    QStringList m_icons;
+    bool hasNames = false;
+    QStringList registeredIcons;
     /// Keeps the answer back while the desk is halted.
     void leaveUnanswered(const QDBusMessage &call, const QVariant &answer);
 
-    QList<Notification> m_notifications;
-    QStringList m_capabilities{u"body"_s};
+    QList<Notification> shownNotifications;
+    QStringList offeredCapabilities{u"body"_s};
     bool isHalted = false;
     QList<QDBusMessage> lateAnswers;
 };

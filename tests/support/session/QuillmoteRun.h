@@ -20,13 +20,13 @@ struct QuillmoteRun
 class Quillmote
 {
 public:
-    explicit Quillmote(const ServerScene &scene) : m_scene(scene) {}
+    explicit Quillmote(const ServerScene &scene) : surroundings(scene) {}
 
     void start(ChildProcess &program, const QStringList &arguments) const
     {
-        program.setProcessEnvironment(m_scene.session().environment());
+        program.setProcessEnvironment(surroundings.session().environment());
         program.start(qEnvironmentVariable("VORNA_QUILLMOTE"),
-                      QStringList{u"--host=127.0.0.1"_s, u"--port=%1"_s.arg(m_scene.port())} +
+                      QStringList{u"--host=127.0.0.1"_s, u"--port=%1"_s.arg(surroundings.port())} +
                           arguments);
     }
 
@@ -49,5 +49,5 @@ public:
     }
 
 private:
-    const ServerScene &m_scene;
+    const ServerScene &surroundings;
 };

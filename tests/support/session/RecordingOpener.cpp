@@ -31,7 +31,7 @@ void writeFile(const QString &path, const QByteArray &text)
 
 RecordingOpener::RecordingOpener(const DesktopSession &session)
     : program(session.path(u"recording-opener"_s))
-    , m_record(session.path(u"opened.log"_s))
+    , recordFile(session.path(u"opened.log"_s))
     , dataFolder(session.path(u"data/applications"_s))
     , configurationFolder(session.path(u"config"_s))
 {
@@ -43,7 +43,7 @@ RecordingOpener::RecordingOpener(const DesktopSession &session)
 
 void RecordingOpener::writeProgram() const
 {
-    writeFile(program, "#!/bin/sh\nprintf '%s\\n' \"$1\" >> '" + m_record.toUtf8() + "'\n");
+    writeFile(program, "#!/bin/sh\nprintf '%s\\n' \"$1\" >> '" + recordFile.toUtf8() + "'\n");
     QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
@@ -65,7 +65,7 @@ void RecordingOpener::makeDefault() const
 
 QStringList RecordingOpener::opened() const
 {
-    QFile record(m_record);
+    QFile record(recordFile);
     if (!record.open(QIODevice::ReadOnly)) {
         return {};
     }

@@ -25,7 +25,7 @@ private:
     void makeDefault() const;
 
     QString program;
-    QString m_record;
+    QString recordFile;
     QString dataFolder;
     QString configurationFolder;
 };

@@ -8,21 +8,21 @@
 
 #include <QSettings>
 
-ServerScene::ServerScene(DesktopSession::Parts parts) : m_session(parts) {}
+ServerScene::ServerScene(DesktopSession::Parts parts) : desktop(parts) {}
 
 void ServerScene::storeSetting(const QString &key, const QVariant &value) const
 {
-    QSettings(m_session.settingsFile(), QSettings::IniFormat).setValue(key, value);
+    QSettings(desktop.settingsFile(), QSettings::IniFormat).setValue(key, value);
 }
 
 QVariant ServerScene::storedSetting(const QString &key) const
 {
-    return QSettings(m_session.settingsFile(), QSettings::IniFormat).value(key);
+    return QSettings(desktop.settingsFile(), QSettings::IniFormat).value(key);
 }
 
 void ServerScene::launch(std::function<void()> lastPreparation, const QStringList &arguments)
 {
-    m_server = std::make_unique<ServerProcess>(m_session, std::move(lastPreparation), arguments);
+    process = std::make_unique<ServerProcess>(desktop, std::move(lastPreparation), arguments);
 }
 
 void ServerScene::launchForgetful()
@@ -36,8 +36,8 @@ void ServerScene::launchForgetful()
 bool ServerScene::start()
 {
     launch();
-    return m_server->port() != 0 &&
-           waitUntil([this] { return view().trayIcon(m_server->processId()).has_value(); });
+    return process->port() != 0 &&
+           waitUntil([this] { return view().trayIcon(process->processId()).has_value(); });
 }
 
 bool ServerScene::showsLight(StatusLight light) const
@@ -47,7 +47,7 @@ bool ServerScene::showsLight(StatusLight light) const
 
 bool ServerScene::isLight(StatusLight light) const
 {
-    const auto icon = view().trayIcon(m_server->processId());
+    const auto icon = view().trayIcon(process->processId());
     return icon && lightIn(view().picture(*icon)) == light;
 }
 
@@ -55,7 +55,7 @@ std::optional<SeenWindow> ServerScene::waitForDialog(const QString &title) const
 {
     std::optional<SeenWindow> dialog;
     const bool isThere = waitUntil([&] {
-        dialog = view().dialog(m_server->processId(), title);
+        dialog = view().dialog(process->processId(), title);
         return dialog && view().activeWindow() == dialog->id;
     });
     return isThere ? dialog : std::nullopt;
@@ -64,7 +64,7 @@ std::optional<SeenWindow> ServerScene::waitForDialog(const QString &title) const
 bool ServerScene::waitUntilGone(const SeenWindow &dialog) const
 {
     return waitUntil([&] {
-        for (const SeenWindow &window : view().dialogs(m_server->processId())) {
+        for (const SeenWindow &window : view().dialogs(process->processId())) {
             if (window.id == dialog.id) {
                 return false;
             }
@@ -84,33 +84,33 @@ bool ServerScene::clickButton(const SeenWindow &dialog, int index) const
 
 bool ServerScene::waitUntilNothingIsHeld() const
 {
-    InputWatcher watcher(m_session.display());
+    InputWatcher watcher(desktop.display());
     return watcher.isConnected() && waitUntil([&] { return watcher.isNothingHeld(); });
 }
 
 /// Whether a key or button is down on the display, whoever pressed it; false without a display.
 bool ServerScene::isAnythingHeld() const
 {
-    InputWatcher watcher(m_session.display());
+    InputWatcher watcher(desktop.display());
     return watcher.isConnected() && !watcher.isNothingDown();
 }
 
 bool ServerScene::isAtRest() const
 {
     constexpr int TwentiethOfACore = 50;
-    const int share = m_server->processorShare(std::chrono::seconds(2));
+    const int share = process->processorShare(std::chrono::seconds(2));
     qInfo("%.1f %% of a core.", share / 10.0);
     return share < TwentiethOfACore;
 }
 
 QByteArray ServerScene::problemAtEnd()
 {
-    if (!m_server) {
+    if (!process) {
         return {};
     }
-    const bool wasRunning = m_server->isRunning();
-    const std::optional<int> status = m_server->end();
-    QByteArray problem = m_server->complaints();
+    const bool wasRunning = process->isRunning();
+    const std::optional<int> status = process->end();
+    QByteArray problem = process->complaints();
     if (wasRunning && status != 0) {
         problem +=
             "exit status " + (status ? QByteArray::number(*status) : "none: crashed or hung");
@@ -118,5 +118,5 @@ QByteArray ServerScene::problemAtEnd()
     if (isAnythingHeld()) {
         problem += "a key or button was left down";
     }
-    return problem.isEmpty() ? problem : problem + '\n' + m_server->errorText();
+    return problem.isEmpty() ? problem : problem + '\n' + process->errorText();
 }

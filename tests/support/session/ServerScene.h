@@ -57,17 +57,17 @@ public:
     /// and with the keys and buttons that it left; empty when all was well.
     QByteArray problemAtEnd();
 
-    const DesktopSession &session() const { return m_session; }
-    const DesktopView &view() const { return m_session.view(); }
-    const DesktopUser &user() const { return m_session.user(); }
-    DesktopSession &mutableSession() { return m_session; }
-    ServerProcess &server() const { return *m_server; }
-    TrayMenu menu() const { return TrayMenu(m_session, *m_server); }
-    quint16 port() const { return m_server->port(); }
+    const DesktopSession &session() const { return desktop; }
+    const DesktopView &view() const { return desktop.view(); }
+    const DesktopUser &user() const { return desktop.user(); }
+    DesktopSession &mutableSession() { return desktop; }
+    ServerProcess &server() const { return *process; }
+    TrayMenu menu() const { return TrayMenu(desktop, *process); }
+    quint16 port() const { return process->port(); }
 
 private:
     bool isAnythingHeld() const;
 
-    DesktopSession m_session;
-    std::unique_ptr<ServerProcess> m_server;
+    DesktopSession desktop;
+    std::unique_ptr<ServerProcess> process;
 };

@@ -45,7 +45,7 @@ const QMap<QString, SeenService> &ServiceBrowser::services()
     while (browse.canReadLine()) {
         take(browse.readLine().trimmed());
     }
-    return m_services;
+    return resolved;
 }
 
 // Event, device, protocol, name, type, domain, and once resolved also host, address, port, text.
@@ -54,10 +54,10 @@ void ServiceBrowser::take(const QByteArray &line)
     const QList<QByteArray> fields = line.split(';');
     const QString name = unescaped(fields.value(3));
     if (fields[0] == "=" && fields.size() >= 10) {
-        m_services[name] = {QHostAddress(QString::fromLatin1(fields[7])), fields[8].toUShort(),
-                            fields[9]};
+        resolved[name] = {QHostAddress(QString::fromLatin1(fields[7])), fields[8].toUShort(),
+                          fields[9]};
     } else if (fields[0] == "-") {
-        m_services.remove(name);
+        resolved.remove(name);
     }
 }
 
@@ -67,7 +67,7 @@ std::optional<SeenService> ServiceBrowser::waitFor(const QString &name,
     if (!waitUntil([&] { return services().contains(name); }, limit)) {
         return std::nullopt;
     }
-    return m_services.value(name);
+    return resolved.value(name);
 }
 
 bool ServiceBrowser::waitUntilGone(const QString &name, std::chrono::milliseconds limit)

@@ -42,5 +42,5 @@ private:
     void take(const QByteArray &line);
 
     ChildProcess browse;
-    QMap<QString, SeenService> m_services;
+    QMap<QString, SeenService> resolved;
 };

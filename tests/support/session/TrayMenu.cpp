@@ -23,34 +23,33 @@ QPoint clickablePoint(const QRect &icon, const QPoint &pointer)
 } // namespace
 
 TrayMenu::TrayMenu(const DesktopSession &session, const ServerProcess &server)
-    : m_session(session)
-    , m_server(server)
+    : desktop(session)
+    , process(server)
 {
 }
 
 std::optional<SeenWindow> TrayMenu::window() const
 {
-    return m_session.view().menu(m_server.processId());
+    return desktop.view().menu(process.processId());
 }
 
 bool TrayMenu::open() const
 {
     std::optional<QRect> icon;
     waitUntil([&] {
-        icon = m_session.view().trayIcon(m_server.processId());
+        icon = desktop.view().trayIcon(process.processId());
         return icon.has_value();
     });
     if (!icon) {
         return false;
     }
-    const QPoint point = clickablePoint(*icon, m_session.view().pointer());
-    if (!m_session.user().click(point, DesktopUser::Button::Right)) {
+    const QPoint point = clickablePoint(*icon, desktop.view().pointer());
+    if (!desktop.user().click(point, DesktopUser::Button::Right)) {
         return false;
     }
     return waitUntil([this] {
         const auto menu = window();
-        return menu &&
-               Pictures::textLines(m_session.view().picture(menu->place)).size() == ItemCount;
+        return menu && Pictures::textLines(desktop.view().picture(menu->place)).size() == ItemCount;
     });
 }
 
@@ -60,7 +59,7 @@ std::optional<QPoint> TrayMenu::middleOf(Item item) const
     if (!menu) {
         return std::nullopt;
     }
-    const QList<int> lines = Pictures::textLines(m_session.view().settledPicture(menu->place));
+    const QList<int> lines = Pictures::textLines(desktop.view().settledPicture(menu->place));
     if (lines.size() != ItemCount) {
         return std::nullopt;
     }
@@ -70,13 +69,13 @@ std::optional<QPoint> TrayMenu::middleOf(Item item) const
 bool TrayMenu::click(Item item) const
 {
     const auto middle = middleOf(item);
-    return middle && m_session.user().click(*middle) &&
+    return middle && desktop.user().click(*middle) &&
            waitUntil([this] { return !window().has_value(); });
 }
 
 bool TrayMenu::leave() const
 {
-    return m_session.user().tapKey(u"Escape"_s) &&
+    return desktop.user().tapKey(u"Escape"_s) &&
            waitUntil([this] { return !window().has_value(); });
 }
 
@@ -87,6 +86,6 @@ QImage TrayMenu::row(Item item) const
     if (!middle || !menu) {
         return {};
     }
-    return m_session.view().picture(QRect(menu->place.left(), middle->y() - HalfRowHeight,
-                                          menu->place.width(), 2 * HalfRowHeight));
+    return desktop.view().picture(QRect(menu->place.left(), middle->y() - HalfRowHeight,
+                                        menu->place.width(), 2 * HalfRowHeight));
 }

@@ -34,6 +34,6 @@ private:
     std::optional<SeenWindow> window() const;
     std::optional<QPoint> middleOf(Item item) const;
 
-    const DesktopSession &m_session;
-    const ServerProcess &m_server;
+    const DesktopSession &desktop;
+    const ServerProcess &process;
 };

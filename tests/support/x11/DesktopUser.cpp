@@ -17,13 +17,13 @@ QStringList moveWords(const QPoint &point)
 
 } // namespace
 
-DesktopUser::DesktopUser(QString display) : m_display(std::move(display)) {}
+DesktopUser::DesktopUser(QString display) : displayName(std::move(display)) {}
 
 bool DesktopUser::run(const QStringList &arguments) const
 {
     QProcess tool;
     auto environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"DISPLAY"_s, m_display);
+    environment.insert(u"DISPLAY"_s, displayName);
     tool.setProcessEnvironment(environment);
     tool.setProcessChannelMode(QProcess::ForwardedChannels);
     tool.start(u"xdotool"_s, arguments);

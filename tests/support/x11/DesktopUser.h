@@ -36,5 +36,5 @@ public:
 private:
     bool run(const QStringList &arguments) const;
 
-    QString m_display;
+    QString displayName;
 };

@@ -30,14 +30,14 @@ QString readDisplayNumber(QProcess &process)
 XServer::XServer(QSize screen, const QStringList &arguments)
 {
     const QString geometry = u"%1x%2x24"_s.arg(screen.width()).arg(screen.height());
-    m_process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
-    m_process.setStandardErrorFile(QProcess::nullDevice());
-    m_process.start(u"Xvfb"_s, QStringList{u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, geometry,
-                                           u"-nolisten"_s, u"tcp"_s, u"-noreset"_s} +
-                                   arguments);
-    const QString number = readDisplayNumber(m_process);
+    xvfb.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
+    xvfb.setStandardErrorFile(QProcess::nullDevice());
+    xvfb.start(u"Xvfb"_s, QStringList{u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, geometry,
+                                      u"-nolisten"_s, u"tcp"_s, u"-noreset"_s} +
+                              arguments);
+    const QString number = readDisplayNumber(xvfb);
     if (!number.isEmpty()) {
-        m_display = QLatin1Char(':') + number;
+        displayName = QLatin1Char(':') + number;
     }
 }
 
@@ -49,22 +49,22 @@ XServer::~XServer()
 void XServer::end()
 {
     resume();
-    m_process.terminate();
-    if (!m_process.waitForFinished(LimitInMilliseconds)) {
-        m_process.kill();
+    xvfb.terminate();
+    if (!xvfb.waitForFinished(LimitInMilliseconds)) {
+        xvfb.kill();
     }
-    m_process.waitForFinished();
+    xvfb.waitForFinished();
 }
 
 bool XServer::isRunning() const
 {
-    return !m_display.isEmpty() && m_process.state() == QProcess::Running;
+    return !displayName.isEmpty() && xvfb.state() == QProcess::Running;
 }
 
 QProcessEnvironment XServer::environment() const
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"DISPLAY"_s, m_display);
+    environment.insert(u"DISPLAY"_s, displayName);
     return environment;
 }
 
@@ -81,13 +81,13 @@ bool XServer::run(const QString &program, const QStringList &arguments) const
 void XServer::halt()
 {
     if (isRunning()) {
-        kill(static_cast<pid_t>(m_process.processId()), SIGSTOP);
+        kill(static_cast<pid_t>(xvfb.processId()), SIGSTOP);
     }
 }
 
 void XServer::resume()
 {
     if (isRunning()) {
-        kill(static_cast<pid_t>(m_process.processId()), SIGCONT);
+        kill(static_cast<pid_t>(xvfb.processId()), SIGCONT);
     }
 }

@@ -23,7 +23,7 @@ public:
     bool isRunning() const;
 
     /// The value of DISPLAY, such as ":7"; empty when it did not come up.
-    QString display() const { return m_display; }
+    QString display() const { return displayName; }
 
     /// This process's environment with this display.
     QProcessEnvironment environment() const;
@@ -41,6 +41,6 @@ public:
     void resume();
 
 private:
-    QProcess m_process;
-    QString m_display;
+    QProcess xvfb;
+    QString displayName;
 };
