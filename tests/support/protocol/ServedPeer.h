@@ -11,6 +11,12 @@
 
 #include <memory>
 
+/// The answer's `serverResponse`, such as "OK"; empty when there is none.
+inline QString response(const TokenMap &answer)
+{
+    return answer.value(QStringLiteral("serverResponse")).toString();
+}
+
 /// A handheld in the process of the server that it talks to, so the event loop must run for both.
 class ServedPeer
 {

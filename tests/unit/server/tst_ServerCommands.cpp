@@ -50,11 +50,6 @@ const char *const rightClick = "3 4";
 const char *const centerClick = "25 26";
 const char *const move = "5";
 
-QString response(const TokenMap &answer)
-{
-    return answer.value(u"serverResponse"_s).toString();
-}
-
 QByteArray command(const QByteArray &type, const QByteArray &rest = QByteArray())
 {
     return "{\n    cmdType = \"" + type + "\";\n    " + rest + "\n}";
