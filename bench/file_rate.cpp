@@ -71,22 +71,6 @@ private:
     QByteArray bytes{MiB, Qt::Uninitialized};
 };
 
-QByteArray request(const QString &name, qint64 size)
-{
-    return commandText(u"FILE_TRANSFER_AND_OPEN"_s,
-                       {{u"cmdParameters"_s, QStringList{name, QString::number(size)}}});
-}
-
-/// The request whose announced size only the content's last byte exceeds.
-QByteArray exactRequest(const QString &name, qint64 contentSize)
-{
-    QByteArray result = request(name, contentSize);
-    for (int round = 0; round < 3; ++round) {
-        result = request(name, result.size() + contentSize - 1);
-    }
-    return result;
-}
-
 /// \return MiB a second.
 double intoServer(const ServerBench &bench, const QString &path, Content &content)
 {

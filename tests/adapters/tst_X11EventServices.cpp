@@ -4,14 +4,13 @@
 #include "adapters/X11Scene.h"
 #include "support/x11/KeyboardDrawing.h"
 #include "support/x11/LayoutSigns.h"
+#include "support/x11/XcbClient.h"
 
 #include <QAbstractEventDispatcher>
 #include <QElapsedTimer>
 #include <QSignalSpy>
 
 #include <thread>
-
-#include "platform/linux/XcbHandles.h"
 
 using namespace Qt::StringLiterals;
 
@@ -478,8 +477,7 @@ void tst_X11EventServices::aKeyIsPostedWithoutWaitingForTheServer()
 
 void tst_X11EventServices::aServerThatAnotherClientHoldsTakesKeys()
 {
-    const XcbConnection holder(
-        xcb_connect(scene->server.display().toLatin1().constData(), nullptr));
+    const XcbConnection holder = XcbClient::connectTo(scene->server.display());
     const auto cookie = xcb_grab_server_checked(holder.get());
     QVERIFY(!xcbOwned(xcb_request_check(holder.get(), cookie)));
 

@@ -42,7 +42,7 @@ std::optional<QVariantMap> ask(const NetworkHost &host, const SeenService &servi
 
 std::optional<QVariantMap> askForInfo(const NetworkHost &host, const SeenService &service)
 {
-    return ask(host, service, commandText(u"SERVER_INFO"_s));
+    return ask(host, service, serverInfo());
 }
 
 /// Makes a program, by the name of that with which the desktop opens web addresses, that records

@@ -229,7 +229,7 @@ void tst_BadInput::twoTokensAtOnceAreReadAsOne()
     const auto answer = handheld.ask("{ a = one }{ b = two; cmdType = SERVER_INFO; }");
     QVERIFY(answer);
     QCOMPARE(answer->value(u"a"_s).toString(), u"one }{ b = two"_s);
-    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"OK"_s);
+    QCOMPARE(response(answer), u"OK"_s);
     QVERIFY(!answer->contains(u"b"_s));
     QVERIFY(!handheld.hasUnreadAnswer());
 }
@@ -455,9 +455,8 @@ void tst_BadInput::silentConnectionsDoNotDisturb()
 void tst_BadInput::unfinishedFileIsSurvived()
 {
     Handheld handheld(scene->port());
-    const auto answer = handheld.ask(commandText(
-        u"FILE_TRANSFER_AND_OPEN"_s,
-        {{u"cmdParameters"_s, QStringList{u"../../../../escape"_s, u"18446744073709551615"_s}}}));
+    const auto answer =
+        handheld.ask(fileRequest(u"../../../../escape"_s, u"18446744073709551615"_s));
     QVERIFY(answer);
     QVERIFY(handheld.send(QByteArray(100'000, 'x')));
     handheld.reset();

@@ -38,16 +38,10 @@ const std::vector<System> &systems()
     return all;
 }
 
-QString response(const std::optional<QVariantMap> &answer)
-{
-    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
-}
-
 /// Larger than itself, so that the file is complete once it has arrived.
 QByteArray request(const QString &name, const QString &size = u"0"_s)
 {
-    return commandText(u"FILE_TRANSFER_AND_OPEN"_s,
-                       {{u"cmdParameters"_s, QStringList{name, size}}});
+    return fileRequest(name, size);
 }
 
 } // namespace

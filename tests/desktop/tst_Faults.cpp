@@ -159,9 +159,8 @@ void tst_Faults::folderRemovedMeanwhileIsSurvived()
     QVERIFY(scene->start());
     const QString folder = scene->session().home() + u"/received"_s;
     Handheld handheld(scene->port());
-    const auto answer = handheld.ask(commandText(
-        u"FILE_TRANSFER_AND_OPEN"_s, {{u"cmdParameters"_s, QStringList{u"file"_s, u"20000"_s}}}));
-    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"START_BINARY_TRANSFER"_s);
+    const auto answer = handheld.ask(fileRequest(u"file"_s, u"20000"_s));
+    QCOMPARE(response(answer), u"START_BINARY_TRANSFER"_s);
     QVERIFY(handheld.sendAndSettle(QByteArray(10'000, 'x')));
     QVERIFY(QDir(folder).removeRecursively());
     QVERIFY(handheld.send(QByteArray(20'000, 'y')));
@@ -189,7 +188,7 @@ void tst_Faults::clockSetBackAndForthIsSurvived()
         // An owner that is waited for, and no longer than ever.
         QElapsedTimer sinceRequest;
         sinceRequest.start();
-        QVERIFY(handheld.ask(commandText(u"SERVER_CLIPBOARD_REQUEST"_s)));
+        QVERIFY(handheld.ask(clipboardRequest()));
         QVERIFY(sinceRequest.elapsed() < 5000);
         QVERIFY(handheld.send(keyCommand(u"A"_s)));
         QVERIFY(isServing());

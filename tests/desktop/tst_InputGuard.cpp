@@ -3,12 +3,12 @@
 
 // What the server's guard does when the server is killed amid its keys, and when nothing is wrong.
 
-#include "platform/linux/XcbHandles.h"
 #include "support/process/ProcessMemory.h"
 #include "support/protocol/Typist.h"
 #include "support/session/ServerScene.h"
 #include "support/x11/InputWatcher.h"
 #include "support/x11/PhysicalKeyboard.h"
+#include "support/x11/XcbClient.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -160,8 +160,7 @@ void tst_InputGuard::whatIsDownAtAKillIsReleased()
     const pid_t guard = guardOf(holder.processId());
     QVERIFY(guard != 0);
     QVERIFY(waitUntil([&] { return descriptorsOf(guard).contains(u"socket"_s); }));
-    const XcbConnection other(
-        xcb_connect(scene->session().display().toLatin1().constData(), nullptr));
+    const XcbConnection other = XcbClient::connectTo(scene->session().display());
     if (isGrabbed) {
         const auto cookie = xcb_grab_server_checked(other.get());
         QVERIFY(xcb_request_check(other.get(), cookie) == nullptr);

@@ -271,7 +271,7 @@ void tst_Invocation::portIsSaidOnceInATerminal()
     QCOMPARE(terminal.text(), line);
     // Messages go to the tray, and another start of the server is not the program's.
     Handheld handheld(scene->port());
-    QVERIFY(handheld.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(handheld.ask(serverInfo()));
     handheld.leave();
     QVERIFY(scene->showsLight(StatusLight::Orange));
     for (const bool isListening : {false, true}) {

@@ -191,9 +191,7 @@ void tst_Load::filesBeyondTheDescriptorsAreNotOpened()
     }
     QVERIFY(first.isServed());
     for (size_t i = 0; i < crowd.size(); ++i) {
-        QVERIFY(crowd[i]->send(
-            commandText(u"FILE_TRANSFER_AND_OPEN"_s,
-                        {{u"cmdParameters"_s, QStringList{u"file%1"_s.arg(i), u"1000000"_s}}})));
+        QVERIFY(crowd[i]->send(fileRequest(u"file%1"_s.arg(i), u"1000000"_s)));
         QVERIFY(first.isServed());
     }
     const qsizetype files = QDir(folder).entryList(QDir::Files).size();

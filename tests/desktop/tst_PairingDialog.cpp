@@ -16,16 +16,6 @@ constexpr int MostDialogs = 16;
 constexpr int AcceptButton = 0;
 constexpr int RejectButton = 1;
 
-QString response(const std::optional<QVariantMap> &answer)
-{
-    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
-}
-
-QByteArray pairing(const QString &device, const QString &name)
-{
-    return commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{device, name}}});
-}
-
 } // namespace
 
 /// The question to the user whether a device may pair.

@@ -14,16 +14,6 @@ namespace {
 constexpr int AcceptButton = 0;
 constexpr int RejectButton = 1;
 
-QString response(const std::optional<QVariantMap> &answer)
-{
-    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
-}
-
-QByteArray pairing(const QString &device, const QString &name)
-{
-    return commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{device, name}}});
-}
-
 } // namespace
 
 /// Devices that ask do not keep the user from the menu, nor the program from its end.

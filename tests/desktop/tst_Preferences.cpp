@@ -33,16 +33,6 @@ const QString ApprovalKey = u"pairNeedsApproval"_s;
 const QString LogonKey = u"startAtLogon"_s;
 const QString DownloadKey = u"downloadDirectory"_s;
 
-QByteArray pairing(const QString &device)
-{
-    return commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{device, u"Anna"_s}}});
-}
-
-QString response(const std::optional<QVariantMap> &answer)
-{
-    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
-}
-
 } // namespace
 
 /// The preferences dialog, used with mouse and keyboard.
@@ -392,10 +382,10 @@ void tst_Preferences::devicesAreServedWhileItIsOpen()
     QVERIFY(scene->start());
     QVERIFY(open());
     Handheld handheld(scene->port());
-    QCOMPARE(response(handheld.ask(commandText(u"SERVER_INFO"_s))), u"OK"_s);
+    QCOMPARE(response(handheld.ask(serverInfo())), u"OK"_s);
     QVERIFY(scene->showsLight(StatusLight::Green));
     QVERIFY(browse());
-    QCOMPARE(response(handheld.ask(commandText(u"SERVER_INFO"_s))), u"OK"_s);
+    QCOMPARE(response(handheld.ask(serverInfo())), u"OK"_s);
 }
 
 void tst_Preferences::folderEnteredWhileBrowsingIsTakenAtOnce()
@@ -432,8 +422,7 @@ void tst_Preferences::folderEnteredByMouseIsWhereFilesGo()
     QCOMPARE(stored(DownloadKey).toString(), folder);
 
     Handheld handheld(scene->port());
-    const QByteArray request = commandText(u"FILE_TRANSFER_AND_OPEN"_s,
-                                           {{u"cmdParameters"_s, QStringList{u"song"_s, u"1"_s}}});
+    const QByteArray request = fileRequest(u"song"_s, u"1"_s);
     QCOMPARE(response(handheld.ask(request)), u"START_BINARY_TRANSFER"_s);
     QCOMPARE(response(handheld.answer()), u"OK"_s);
     QCOMPARE(Folders::fileBytes(folder + u"/song"_s), request);

@@ -24,48 +24,6 @@ using std::chrono::steady_clock;
 
 namespace {
 
-QString valueText(const QVariant &value)
-{
-    if (value.typeId() != QMetaType::QStringList) {
-        return QLatin1Char('"') + value.toString() + QLatin1Char('"');
-    }
-    QStringList items;
-    for (const QString &item : value.toStringList()) {
-        items.append(QLatin1Char('"') + item + QLatin1Char('"'));
-    }
-    return "( "_L1 + items.join(", "_L1) + " )"_L1;
-}
-
-/// Reads `("a", "b" );` or `();`, the brackets being taken off already.
-QStringList readItems(QStringView text)
-{
-    QStringList items;
-    for (const QStringView item : text.split(QStringView(u"\", \""))) {
-        items.append(item.trimmed().toString().remove(QLatin1Char('"')));
-    }
-    return text.isEmpty() ? QStringList() : items;
-}
-
-/// Takes one entry off the front of the text.
-std::optional<TokenEntry> takeEntry(QStringView &text)
-{
-    const qsizetype equals = text.indexOf(" ="_L1);
-    if (equals < 0) {
-        return std::nullopt;
-    }
-    const QString key = text.left(equals).toString();
-    const QStringView rest = text.mid(equals + 2).trimmed();
-    const bool isList = rest.startsWith(QLatin1Char('('));
-    const QString ending = isList ? u");"_s : u"\";"_s;
-    const qsizetype end = rest.indexOf(ending, 1);
-    if (end < 0) {
-        return std::nullopt;
-    }
-    const QStringView value = rest.mid(1, end - 1);
-    text = rest.mid(end + 2);
-    return TokenEntry(key, isList ? QVariant(readItems(value)) : QVariant(value.toString()));
-}
-
 /// How long the first answer of the received bytes is; 0 while it is not whole. A transfer of a few
 /// bytes is answered twice, and both answers may come at once.
 qsizetype firstAnswerSize(const QByteArray &received)
@@ -95,50 +53,6 @@ quint16 ownPortOf(int socket)
 }
 
 } // namespace
-
-QByteArray tokenText(const std::vector<TokenEntry> &entries)
-{
-    QString text = u"{\n"_s;
-    for (const auto &[key, value] : entries) {
-        text += u"    "_s + key + " = "_L1 + valueText(value) + ";\n"_L1;
-    }
-    return (text + "}"_L1).toLatin1();
-}
-
-QByteArray commandText(const QString &command, const std::vector<TokenEntry> &entries)
-{
-    std::vector<TokenEntry> all{{u"cmdType"_s, command}};
-    all.insert(all.end(), entries.begin(), entries.end());
-    return tokenText(all);
-}
-
-QByteArray serverInfo()
-{
-    return commandText(u"SERVER_INFO"_s);
-}
-
-QByteArray keyCommand(const QString &shortcut)
-{
-    return commandText(u"KEYBOARD_CMD"_s, {{u"fncCommand"_s, shortcut}});
-}
-
-std::optional<QVariantMap> readAnswer(const QByteArray &text)
-{
-    const QString all = QString::fromLatin1(text);
-    if (!all.startsWith(QLatin1Char('{')) || !all.endsWith(QLatin1Char('}'))) {
-        return std::nullopt;
-    }
-    QStringView rest = QStringView(all).sliced(1).chopped(1);
-    QVariantMap answer;
-    while (!rest.isEmpty()) {
-        const auto entry = takeEntry(rest);
-        if (!entry) {
-            return std::nullopt;
-        }
-        answer.insert(entry->first, entry->second);
-    }
-    return answer;
-}
 
 Handheld::Handheld(quint16 port) : serverPort(port)
 {

@@ -4,33 +4,12 @@
 #pragma once
 
 #include "support/Waiting.h"
+#include "support/protocol/Answers.h"
+#include "support/protocol/Tokens.h"
 
 #include <QByteArray>
-#include <QStringList>
-#include <QVariantMap>
 
 #include <optional>
-#include <utility>
-#include <vector>
-
-/// One entry of a token: a string or a string list under a key.
-using TokenEntry = std::pair<QString, QVariant>;
-
-/// A token in the form that a handheld sends.
-QByteArray tokenText(const std::vector<TokenEntry> &entries);
-
-/// A token of that command with its parameters.
-QByteArray commandText(const QString &command, const std::vector<TokenEntry> &entries = {});
-
-/// The question that the server always answers.
-QByteArray serverInfo();
-
-/// The command to press that key or shortcut.
-QByteArray keyCommand(const QString &shortcut);
-
-/// The entries of an answer in the server's compact form, each a QString or a QStringList;
-/// nothing when the text has another form. Values may hold anything but quotes.
-std::optional<QVariantMap> readAnswer(const QByteArray &text);
 
 /// A client of the server as a handheld is one: a plain blocking socket, every wait has its limit.
 class Handheld

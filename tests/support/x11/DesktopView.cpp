@@ -3,23 +3,15 @@
 
 #include "support/x11/DesktopView.h"
 
+#include "support/x11/XcbClient.h"
+
 #include <QDir>
 
-#include <xcb/xcb.h>
-
-#include <cstdlib>
 #include <functional>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// Frees what the X library hands out.
-struct Freer
-{
-    void operator()(void *memory) const { std::free(memory); }
-};
-template <typename Reply> using Owned = std::unique_ptr<Reply, Freer>;
 
 /// An icon in a tray is smaller than this, the same process's windows are larger.
 constexpr int LargestTrayIcon = 64;
@@ -36,11 +28,11 @@ using IsWanted = std::function<bool(const Placement &)>;
 
 struct DesktopView::Private
 {
-    xcb_connection_t *connection = nullptr;
+    XcbConnection connection;
     xcb_window_t root = 0;
     QSize size;
 
-    xcb_atom_t atom(const char *name) const;
+    xcb_atom_t atom(const char *name) const { return XcbClient::atom(connection, name); }
     QByteArray property(xcb_window_t window, const char *name) const;
     QList<quint32> numbers(xcb_window_t window, const char *name) const;
     bool belongsTo(xcb_window_t window, qint64 processId) const;
@@ -52,20 +44,11 @@ struct DesktopView::Private
     std::optional<SeenWindow> findPopup(qint64 processId, bool asToolTip) const;
 };
 
-xcb_atom_t DesktopView::Private::atom(const char *name) const
-{
-    const auto cookie =
-        xcb_intern_atom(connection, false, static_cast<uint16_t>(qstrlen(name)), name);
-    const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
-    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-}
-
 QByteArray DesktopView::Private::property(xcb_window_t window, const char *name) const
 {
     const auto cookie =
-        xcb_get_property(connection, false, window, atom(name), XCB_ATOM_ANY, 0, 4096);
-    const Owned<xcb_get_property_reply_t> reply(
-        xcb_get_property_reply(connection, cookie, nullptr));
+        xcb_get_property(connection.get(), false, window, atom(name), XCB_ATOM_ANY, 0, 4096);
+    const auto reply = xcbOwned(xcb_get_property_reply(connection.get(), cookie, nullptr));
     if (!reply) {
         return {};
     }
@@ -90,8 +73,8 @@ bool DesktopView::Private::belongsTo(xcb_window_t window, qint64 processId) cons
 
 bool DesktopView::Private::isViewable(xcb_window_t window) const
 {
-    const Owned<xcb_get_window_attributes_reply_t> reply(xcb_get_window_attributes_reply(
-        connection, xcb_get_window_attributes(connection, window), nullptr));
+    const auto reply = xcbOwned(xcb_get_window_attributes_reply(
+        connection.get(), xcb_get_window_attributes(connection.get(), window), nullptr));
     return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
 }
 
@@ -102,10 +85,11 @@ bool DesktopView::Private::isToolTip(xcb_window_t window) const
 
 QRect DesktopView::Private::place(xcb_window_t window) const
 {
-    const Owned<xcb_get_geometry_reply_t> geometry(
-        xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr));
-    const Owned<xcb_translate_coordinates_reply_t> corner(xcb_translate_coordinates_reply(
-        connection, xcb_translate_coordinates(connection, window, root, 0, 0), nullptr));
+    const auto geometry = xcbOwned(xcb_get_geometry_reply(
+        connection.get(), xcb_get_geometry(connection.get(), window), nullptr));
+    const auto corner = xcbOwned(xcb_translate_coordinates_reply(
+        connection.get(), xcb_translate_coordinates(connection.get(), window, root, 0, 0),
+        nullptr));
     if (!geometry || !corner) {
         return {};
     }
@@ -120,8 +104,8 @@ SeenWindow DesktopView::Private::describe(xcb_window_t window) const
 std::optional<SeenWindow> DesktopView::Private::find(xcb_window_t below,
                                                      const IsWanted &isWanted) const
 {
-    const Owned<xcb_query_tree_reply_t> tree(
-        xcb_query_tree_reply(connection, xcb_query_tree(connection, below), nullptr));
+    const auto tree = xcbOwned(
+        xcb_query_tree_reply(connection.get(), xcb_query_tree(connection.get(), below), nullptr));
     if (!tree) {
         return std::nullopt;
     }
@@ -148,23 +132,20 @@ std::optional<SeenWindow> DesktopView::Private::findPopup(qint64 processId, bool
 
 DesktopView::DesktopView(const QString &display) : d(std::make_unique<Private>())
 {
-    d->connection = xcb_connect(display.toLocal8Bit().constData(), nullptr);
+    d->connection = XcbClient::connectTo(display);
     if (!isConnected()) {
         return;
     }
-    const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(d->connection)).data;
+    const xcb_screen_t *screen = XcbClient::firstScreen(d->connection);
     d->root = screen->root;
     d->size = QSize(screen->width_in_pixels, screen->height_in_pixels);
 }
 
-DesktopView::~DesktopView()
-{
-    xcb_disconnect(d->connection);
-}
+DesktopView::~DesktopView() = default;
 
 bool DesktopView::isConnected() const
 {
-    return xcb_connection_has_error(d->connection) == 0;
+    return XcbClient::isConnected(d->connection);
 }
 
 bool DesktopView::hasWindowManager() const
@@ -175,10 +156,7 @@ bool DesktopView::hasWindowManager() const
 
 bool DesktopView::hasTray() const
 {
-    const auto cookie = xcb_get_selection_owner(d->connection, d->atom("_NET_SYSTEM_TRAY_S0"));
-    const Owned<xcb_get_selection_owner_reply_t> reply(
-        xcb_get_selection_owner_reply(d->connection, cookie, nullptr));
-    return reply && reply->owner != XCB_WINDOW_NONE;
+    return XcbClient::selectionOwner(d->connection, "_NET_SYSTEM_TRAY_S0") != XCB_WINDOW_NONE;
 }
 
 QList<SeenWindow> DesktopView::dialogs(qint64 processId) const
@@ -237,8 +215,8 @@ std::optional<SeenWindow> DesktopView::balloon(qint64 processId) const
 
 QPoint DesktopView::pointer() const
 {
-    const Owned<xcb_query_pointer_reply_t> reply(
-        xcb_query_pointer_reply(d->connection, xcb_query_pointer(d->connection, d->root), nullptr));
+    const auto reply = xcbOwned(xcb_query_pointer_reply(
+        d->connection.get(), xcb_query_pointer(d->connection.get(), d->root), nullptr));
     return reply ? QPoint(reply->root_x, reply->root_y) : QPoint(-1, -1);
 }
 
@@ -247,10 +225,10 @@ QImage DesktopView::picture(const QRect &area) const
     const QRect screen(QPoint(0, 0), d->size);
     const QRect part = area.isEmpty() ? screen : area.intersected(screen);
     const auto cookie = xcb_get_image(
-        d->connection, XCB_IMAGE_FORMAT_Z_PIXMAP, d->root, static_cast<int16_t>(part.x()),
+        d->connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, d->root, static_cast<int16_t>(part.x()),
         static_cast<int16_t>(part.y()), static_cast<uint16_t>(part.width()),
         static_cast<uint16_t>(part.height()), ~0U);
-    const Owned<xcb_get_image_reply_t> reply(xcb_get_image_reply(d->connection, cookie, nullptr));
+    const auto reply = xcbOwned(xcb_get_image_reply(d->connection.get(), cookie, nullptr));
     if (!reply) {
         return {};
     }

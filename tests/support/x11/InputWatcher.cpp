@@ -4,8 +4,8 @@
 #include "support/x11/InputWatcher.h"
 
 #include "platform/linux/XInputDevices.h"
-#include "platform/linux/XcbHandles.h"
 #include "platform/linux/XkbHandles.h"
+#include "support/x11/XcbClient.h"
 
 #include <array>
 
@@ -16,13 +16,6 @@
 #include "platform/linux/XcbXkb.h"
 
 namespace {
-
-xcb_screen_t *firstScreen(xcb_connection_t *connection)
-{
-    return xcb_connection_has_error(connection)
-               ? nullptr
-               : xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
-}
 
 std::optional<RawInput::Kind> rawKindOf(int eventType)
 {
@@ -201,8 +194,8 @@ XcbOwned<xcb_query_pointer_reply_t> InputWatcher::Private::queryPointer() const
 InputWatcher::InputWatcher(const QString &display, const QRect &window)
     : d(std::make_unique<Private>())
 {
-    d->connection.reset(xcb_connect(display.toLatin1().constData(), nullptr));
-    d->screen = firstScreen(d->connection.get());
+    d->connection = XcbClient::connectTo(display);
+    d->screen = XcbClient::firstScreen(d->connection);
     if (!d->screen) {
         return;
     }
@@ -218,7 +211,7 @@ InputWatcher::~InputWatcher() = default;
 
 bool InputWatcher::isConnected() const
 {
-    return d->screen && !xcb_connection_has_error(d->connection.get());
+    return XcbClient::isConnected(d->connection);
 }
 
 void InputWatcher::takeFocus()

@@ -4,7 +4,7 @@
 #include "support/x11/PhysicalKeyboard.h"
 
 #include "platform/linux/XInputDevices.h"
-#include "platform/linux/XcbHandles.h"
+#include "support/x11/XcbClient.h"
 
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
@@ -27,7 +27,7 @@ struct PhysicalKeyboard::Private
 
 PhysicalKeyboard::PhysicalKeyboard(const QString &display) : d(std::make_unique<Private>())
 {
-    d->connection.reset(xcb_connect(display.toLatin1().constData(), nullptr));
+    d->connection = XcbClient::connectTo(display);
     xcb_connection_t *connection = d->connection.get();
     const auto *extension = xcb_get_extension_data(connection, &xcb_input_id);
     const auto device = platform::inputDeviceNumber(connection, "Xvfb keyboard");
@@ -42,7 +42,7 @@ PhysicalKeyboard::~PhysicalKeyboard() = default;
 
 bool PhysicalKeyboard::isConnected() const
 {
-    return d->device != 0 && !xcb_connection_has_error(d->connection.get());
+    return d->device != 0 && XcbClient::isConnected(d->connection);
 }
 
 void PhysicalKeyboard::press(int keycode)

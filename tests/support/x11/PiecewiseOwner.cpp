@@ -4,32 +4,21 @@
 #include "support/x11/PiecewiseOwner.h"
 
 #include "support/Waiting.h"
+#include "support/x11/XcbClient.h"
 
-#include <poll.h>
-#include <xcb/xcb.h>
-
-#include <cstdlib>
 #include <functional>
 
-namespace {
-
-struct Freer
-{
-    void operator()(void *memory) const { std::free(memory); }
-};
-template <typename Reply> using Owned = std::unique_ptr<Reply, Freer>;
-
-} // namespace
+#include <poll.h>
 
 struct PiecewiseOwner::Private
 {
-    xcb_connection_t *connection = nullptr;
+    XcbConnection connection;
     xcb_window_t window = 0;
     xcb_selection_request_event_t request{}; ///< The one that is being served.
 
     using IsWanted = std::function<bool(const xcb_generic_event_t &)>;
 
-    xcb_atom_t atom(const char *name) const;
+    xcb_atom_t atom(const char *name) const { return XcbClient::atom(connection, name); }
     void takeClipboard();
     bool waitFor(const IsWanted &isWanted) const;
     bool waitForRequest(xcb_atom_t target);
@@ -38,26 +27,14 @@ struct PiecewiseOwner::Private
     void notify() const;
 };
 
-xcb_atom_t PiecewiseOwner::Private::atom(const char *name) const
-{
-    const auto cookie =
-        xcb_intern_atom(connection, false, static_cast<uint16_t>(qstrlen(name)), name);
-    const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
-    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-}
-
 void PiecewiseOwner::Private::takeClipboard()
 {
-    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-    window = xcb_generate_id(connection);
-    xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, root, 0, 0, 1, 1, 0,
+    const xcb_window_t root = XcbClient::firstScreen(connection)->root;
+    window = xcb_generate_id(connection.get());
+    xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, window, root, 0, 0, 1, 1, 0,
                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
-    const xcb_atom_t clipboard = atom("CLIPBOARD");
-    xcb_set_selection_owner(connection, window, clipboard, XCB_CURRENT_TIME);
-    // The reply tells that the server has carried out what came before.
-    const Owned<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
-        connection, xcb_get_selection_owner(connection, clipboard), nullptr));
-    if (!owner || owner->owner != window) {
+    xcb_set_selection_owner(connection.get(), window, atom("CLIPBOARD"), XCB_CURRENT_TIME);
+    if (XcbClient::selectionOwner(connection, "CLIPBOARD") != window) {
         qFatal("Cannot own the clipboard");
     }
 }
@@ -66,12 +43,12 @@ bool PiecewiseOwner::Private::waitFor(const IsWanted &isWanted) const
 {
     const auto end = std::chrono::steady_clock::now() + GenerousLimit;
     while (std::chrono::steady_clock::now() < end) {
-        while (const Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
+        while (const auto event = xcbOwned(xcb_poll_for_event(connection.get()))) {
             if (isWanted(*event)) {
                 return true;
             }
         }
-        pollfd arrival{xcb_get_file_descriptor(connection), POLLIN, 0};
+        pollfd arrival{xcb_get_file_descriptor(connection.get()), POLLIN, 0};
         ::poll(&arrival, 1, 10);
     }
     return false;
@@ -103,15 +80,15 @@ bool PiecewiseOwner::Private::waitUntilTaken() const
 void PiecewiseOwner::Private::put(xcb_atom_t type, uint8_t format, uint32_t count,
                                   const void *data) const
 {
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, request.requestor, request.property,
-                        type, format, count, data);
-    xcb_flush(connection);
+    xcb_change_property(connection.get(), XCB_PROP_MODE_REPLACE, request.requestor,
+                        request.property, type, format, count, data);
+    xcb_flush(connection.get());
 }
 
 void PiecewiseOwner::Private::notify() const
 {
     // Every event takes the 32 bytes of the generic one, whatever its own structure holds.
-    Owned<xcb_selection_notify_event_t> event(
+    const auto event = xcbOwned(
         static_cast<xcb_selection_notify_event_t *>(std::calloc(1, sizeof(xcb_generic_event_t))));
     event->response_type = XCB_SELECTION_NOTIFY;
     event->time = request.time;
@@ -119,14 +96,14 @@ void PiecewiseOwner::Private::notify() const
     event->selection = request.selection;
     event->target = request.target;
     event->property = request.property;
-    xcb_send_event(connection, false, request.requestor, XCB_EVENT_MASK_NO_EVENT,
+    xcb_send_event(connection.get(), false, request.requestor, XCB_EVENT_MASK_NO_EVENT,
                    reinterpret_cast<const char *>(event.get()));
-    xcb_flush(connection);
+    xcb_flush(connection.get());
 }
 
 PiecewiseOwner::PiecewiseOwner(const QString &display) : d(std::make_unique<Private>())
 {
-    d->connection = xcb_connect(display.toLocal8Bit().constData(), nullptr);
+    d->connection = XcbClient::connectTo(display);
     d->takeClipboard();
 }
 
@@ -152,7 +129,8 @@ bool PiecewiseOwner::announcePieces()
         return false;
     }
     const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
-    xcb_change_window_attributes(d->connection, d->request.requestor, XCB_CW_EVENT_MASK, &mask);
+    xcb_change_window_attributes(d->connection.get(), d->request.requestor, XCB_CW_EVENT_MASK,
+                                 &mask);
     const uint32_t leastSize = 1;
     d->put(d->atom("INCR"), 32, 1, &leastSize);
     d->notify();
@@ -170,7 +148,5 @@ bool PiecewiseOwner::sendPiece(const QByteArray &piece)
 
 void PiecewiseOwner::vanish()
 {
-    if (d->connection != nullptr) {
-        xcb_disconnect(std::exchange(d->connection, nullptr));
-    }
+    d->connection.reset();
 }

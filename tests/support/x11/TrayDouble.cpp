@@ -3,21 +3,14 @@
 
 #include "support/x11/TrayDouble.h"
 
+#include "support/x11/XcbClient.h"
+
 #include <QSocketNotifier>
 
-#include <xcb/xcb.h>
-
 #include <array>
-#include <cstdlib>
 #include <cstring>
 
 namespace {
-
-struct Freer
-{
-    void operator()(void *memory) const { std::free(memory); }
-};
-template <typename Reply> using Owned = std::unique_ptr<Reply, Freer>;
 
 constexpr uint32_t RequestDock = 0;
 constexpr uint32_t EmbeddedNotify = 0;
@@ -29,44 +22,37 @@ struct TrayDouble::Private
 {
     explicit Private(Manner trayManner) : manner(trayManner) {}
 
-    xcb_atom_t atom(const char *name) const;
+    xcb_atom_t atom(const char *name) const { return XcbClient::atom(connection, name); }
     void makeWindow();
     void readEvents();
     void takeIn(xcb_window_t icon) const;
 
     const Manner manner;
-    xcb_connection_t *connection = nullptr;
+    XcbConnection connection;
     const xcb_screen_t *screen = nullptr;
     xcb_window_t window = 0;
-    std::unique_ptr<QSocketNotifier> notifier;
+    std::unique_ptr<QSocketNotifier> notifier; ///< Behind the connection, whose socket it watches.
     QElapsedTimer sinceRequest;
 };
 
-xcb_atom_t TrayDouble::Private::atom(const char *name) const
-{
-    const auto cookie =
-        xcb_intern_atom(connection, false, static_cast<uint16_t>(qstrlen(name)), name);
-    const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
-    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-}
-
 void TrayDouble::Private::makeWindow()
 {
-    window = xcb_generate_id(connection);
+    window = xcb_generate_id(connection.get());
     const uint32_t overridesManager = 1;
-    xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, IconSize,
+    xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, IconSize,
                       IconSize, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
                       XCB_CW_OVERRIDE_REDIRECT, &overridesManager);
     if (manner == Manner::TakesToOrigin) {
-        xcb_map_window(connection, window);
+        xcb_map_window(connection.get(), window);
     }
-    xcb_set_selection_owner(connection, window, atom("_NET_SYSTEM_TRAY_S0"), XCB_CURRENT_TIME);
-    xcb_flush(connection);
+    xcb_set_selection_owner(connection.get(), window, atom("_NET_SYSTEM_TRAY_S0"),
+                            XCB_CURRENT_TIME);
+    xcb_flush(connection.get());
 }
 
 void TrayDouble::Private::readEvents()
 {
-    while (const auto event = Owned<xcb_generic_event_t>(xcb_poll_for_event(connection))) {
+    while (const auto event = xcbOwned(xcb_poll_for_event(connection.get()))) {
         if ((event->response_type & 0x7f) != XCB_CLIENT_MESSAGE) {
             continue;
         }
@@ -85,7 +71,7 @@ void TrayDouble::Private::readEvents()
 
 void TrayDouble::Private::takeIn(xcb_window_t icon) const
 {
-    xcb_reparent_window(connection, icon, window, 0, 0);
+    xcb_reparent_window(connection.get(), icon, window, 0, 0);
     xcb_client_message_event_t notice{};
     notice.response_type = XCB_CLIENT_MESSAGE;
     notice.format = 32;
@@ -95,40 +81,31 @@ void TrayDouble::Private::takeIn(xcb_window_t icon) const
     std::memcpy(notice.data.data32, words.data(), sizeof notice.data.data32);
     std::array<char, 32> bytes{};
     std::memcpy(bytes.data(), &notice, sizeof notice);
-    xcb_send_event(connection, false, icon, XCB_EVENT_MASK_NO_EVENT, bytes.data());
-    xcb_map_window(connection, icon);
-    xcb_flush(connection);
+    xcb_send_event(connection.get(), false, icon, XCB_EVENT_MASK_NO_EVENT, bytes.data());
+    xcb_map_window(connection.get(), icon);
+    xcb_flush(connection.get());
 }
 
 TrayDouble::TrayDouble(const QString &display, Manner manner) : d(std::make_unique<Private>(manner))
 {
-    d->connection = xcb_connect(display.toLocal8Bit().constData(), nullptr);
-    if (xcb_connection_has_error(d->connection) != 0) {
+    d->connection = XcbClient::connectTo(display);
+    d->screen = XcbClient::firstScreen(d->connection);
+    if (d->screen == nullptr) {
         return;
     }
-    d->screen = xcb_setup_roots_iterator(xcb_get_setup(d->connection)).data;
     d->makeWindow();
-    d->notifier = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(d->connection),
+    d->notifier = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(d->connection.get()),
                                                     QSocketNotifier::Read);
     QObject::connect(d->notifier.get(), &QSocketNotifier::activated, d->notifier.get(),
                      [this] { d->readEvents(); });
 }
 
-TrayDouble::~TrayDouble()
-{
-    d->notifier.reset();
-    xcb_disconnect(d->connection);
-}
+TrayDouble::~TrayDouble() = default;
 
 bool TrayDouble::isReady() const
 {
-    if (d->window == 0) {
-        return false;
-    }
-    const Owned<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
-        d->connection, xcb_get_selection_owner(d->connection, d->atom("_NET_SYSTEM_TRAY_S0")),
-        nullptr));
-    return reply && reply->owner == d->window;
+    return d->window != 0 &&
+           XcbClient::selectionOwner(d->connection, "_NET_SYSTEM_TRAY_S0") == d->window;
 }
 
 const QElapsedTimer &TrayDouble::sinceRequest() const
