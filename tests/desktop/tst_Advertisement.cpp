@@ -270,7 +270,7 @@ void tst_Advertisement::lostDaemonCostsNoProcessorTime()
     QVERIFY(browser->waitFor(hostName()));
     serverDaemon->stop();
     QVERIFY(browser->waitUntilGone(hostName()));
-    QVERIFY(scene->isAtRest());
+    QVERIFY(scene->comesToRest());
 }
 
 void tst_Advertisement::secondServerOfTheHostGetsANameOfItsOwn()

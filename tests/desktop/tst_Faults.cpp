@@ -193,7 +193,7 @@ void tst_Faults::clockSetBackAndForthIsSurvived()
         QVERIFY(handheld.send(keyCommand(u"A"_s)));
         QVERIFY(isServing());
     }
-    QVERIFY(scene->isAtRest());
+    QVERIFY(scene->comesToRest());
 }
 
 void tst_Faults::trayThatGoesAndComesBackIsUsedAgain()
@@ -204,7 +204,7 @@ void tst_Faults::trayThatGoesAndComesBackIsUsedAgain()
     scene->mutableSession().endTray();
     QVERIFY(handheld.ask(serverInfo()));
     QVERIFY(isServing());
-    QVERIFY(scene->isAtRest());
+    QVERIFY(scene->comesToRest());
     QVERIFY(scene->mutableSession().startTray());
     QVERIFY(scene->showsLight(StatusLight::Orange));
 }
@@ -215,7 +215,7 @@ void tst_Faults::lostSessionBusIsSurvived()
     QVERIFY(scene->start());
     scene->mutableSession().endSessionBus();
     QVERIFY(isServing());
-    QVERIFY(scene->isAtRest());
+    QVERIFY(scene->comesToRest());
 }
 
 void tst_Faults::lostDisplayEndsTheServer()

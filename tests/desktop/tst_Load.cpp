@@ -165,7 +165,7 @@ void tst_Load::connectionsBeyondTheDescriptorsWaitForThem()
     QVERIFY(late.send(serverInfo()));
     QVERIFY(!late.answer(500ms));
 
-    QVERIFY(scene->isAtRest());
+    QVERIFY(scene->comesToRest());
 
     QVERIFY(first.isServed());
     crowd.clear();
@@ -199,7 +199,7 @@ void tst_Load::filesBeyondTheDescriptorsAreNotOpened()
     // Those that fit beside the connections, and no more.
     QVERIFY(files >= 8 && files <= 32);
     QVERIFY(scene->server().openDescriptors() <= Descriptors - 24);
-    QVERIFY(scene->isAtRest());
+    QVERIFY(scene->comesToRest());
     QVERIFY(first.isServed());
 }
 

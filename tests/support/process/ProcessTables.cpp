@@ -3,6 +3,8 @@
 
 #include "support/process/ProcessTables.h"
 
+#include "support/process/SocketDiagnosis.h"
+
 #include <QDir>
 #include <QFile>
 #include <QList>
@@ -88,6 +90,9 @@ std::optional<quint16> listeningPort(qint64 processId)
 
 std::optional<qint64> unreadBytes(quint16 localPort, quint16 remotePort)
 {
+    if (const auto unread = SocketDiagnosis::unreadBytes(localPort, remotePort)) {
+        return unread;
+    }
     for (const Socket &socket : socketsSeenBy(u"self"_s)) {
         if (socket.localPort == localPort && socket.remotePort == remotePort) {
             return socket.unread;

@@ -31,6 +31,7 @@ void Asker::run(quint16 port, milliseconds pace)
             return;
         }
         times.add(duration<double, std::milli>(steady_clock::now() - start).count());
+        ++answerCount;
         std::this_thread::sleep_until(start + pace);
     }
 }

@@ -25,6 +25,9 @@ public:
     /// How long the answers took, in milliseconds.
     const Sample &stop();
 
+    /// How many answers have come so far.
+    int answers() const { return answerCount; }
+
     /// False once an answer failed to come.
     bool isServed() const { return isAnswered; }
 
@@ -33,6 +36,7 @@ private:
 
     std::atomic_bool isOver = false;
     std::atomic_bool isAnswered = true;
+    std::atomic_int answerCount = 0;
     Sample times;
     std::thread worker; // last, so that the rest is there before it runs
 };

@@ -21,6 +21,9 @@ public:
     /// \return how many bytes the server took in all.
     qint64 stop();
 
+    /// How many bytes the server or the system in between has taken so far.
+    qint64 taken() const { return sent; }
+
     /// False once the server has ended the connection.
     bool isConnected() const { return isAccepted; }
 

@@ -146,10 +146,12 @@ bool Handheld::waitUntilRead(milliseconds limit)
     while (true) {
         int onTheWay = 0;
         ::ioctl(descriptor, SIOCOUTQ, &onTheWay);
-        if (onTheWay == 0 && ProcessTables::unreadBytes(serverPort, ownPort) == 0) {
+        const auto unread = ProcessTables::unreadBytes(serverPort, ownPort);
+        if (onTheWay == 0 && unread == 0) {
             return true;
         }
-        if (steady_clock::now() > end) {
+        // A connection that was reset is gone from the kernel at once.
+        if (!unread || steady_clock::now() > end) {
             return false;
         }
         ::usleep(1000);

@@ -71,6 +71,18 @@ void DesktopSession::makeFolders()
     QFile::setPermissions(path(u"run"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
+void DesktopSession::emptyFolders()
+{
+    for (const auto &[variable, folder] : PrivateFolders) {
+        // The bus listens in the one for the run.
+        if (folder != "run"_L1) {
+            QDir(path(folder)).removeRecursively();
+        }
+    }
+    QFile::remove(path(u"server.log"_s));
+    makeFolders();
+}
+
 void DesktopSession::startBus()
 {
     const QString address = u"unix:path="_s + path(u"run/bus"_s);

@@ -71,3 +71,8 @@ QStringList RecordingOpener::opened() const
     }
     return QString::fromUtf8(record.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
+
+void RecordingOpener::clear() const
+{
+    QFile::remove(recordFile);
+}

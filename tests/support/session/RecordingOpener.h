@@ -16,6 +16,9 @@ public:
     /// before the server is started.
     explicit RecordingOpener(const DesktopSession &session);
 
+    /// Forgets what it was given.
+    void clear() const;
+
     /// What it was given so far, oldest first: addresses as they are, files by their path.
     QStringList opened() const;
 

@@ -20,6 +20,12 @@ QVariant ServerScene::storedSetting(const QString &key) const
     return QSettings(desktop.settingsFile(), QSettings::IniFormat).value(key);
 }
 
+void ServerScene::beginAnew()
+{
+    process.reset();
+    desktop.emptyFolders();
+}
+
 void ServerScene::launch(std::function<void()> lastPreparation, const QStringList &arguments)
 {
     process = std::make_unique<ServerProcess>(desktop, std::move(lastPreparation), arguments);
@@ -95,12 +101,19 @@ bool ServerScene::isAnythingHeld() const
     return watcher.isConnected() && !watcher.isNothingDown();
 }
 
-bool ServerScene::isAtRest() const
+bool ServerScene::comesToRest() const
 {
     constexpr int TwentiethOfACore = 50;
-    const int share = process->processorShare(std::chrono::seconds(2));
-    qInfo("%.1f %% of a core.", share / 10.0);
-    return share < TwentiethOfACore;
+    return waitUntil([this] {
+        const int share = process->processorShare(std::chrono::milliseconds(500));
+        qInfo("%.1f %% of a core.", share / 10.0);
+        return share < TwentiethOfACore;
+    });
+}
+
+QByteArray ServerScene::problemSoFar() const
+{
+    return process->isRunning() ? process->complaints() : QByteArray("the server has ended");
 }
 
 QByteArray ServerScene::problemAtEnd()

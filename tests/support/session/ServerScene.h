@@ -24,6 +24,10 @@ public:
     /// What the settings store holds now.
     QVariant storedSetting(const QString &key) const;
 
+    /// Empties the home and all that the server has stored, as for the first start of another user;
+    /// the display, its programs and the buses stay. The server must have ended.
+    void beginAnew();
+
     /// Starts the server without waiting for anything.
     void launch(
         std::function<void()> lastPreparation = [] {}, const QStringList &arguments = {});
@@ -47,11 +51,15 @@ public:
     /// Clicks a push button in the lowest row of a dialog; they count from 0 at the left.
     bool clickButton(const SeenWindow &dialog, int index) const;
 
-    /// Looks on for two seconds: whether the server uses less than a twentieth of a core meanwhile.
-    bool isAtRest() const;
+    /// Waits until the server uses less than a twentieth of a core for half a second; false when it
+    /// never does.
+    bool comesToRest() const;
 
     /// Waits until no key, button or lock is on at the display, whoever set it.
     bool waitUntilNothingIsHeld() const;
+
+    /// Whether the server runs and has written nothing that a sound run does not.
+    QByteArray problemSoFar() const;
 
     /// Ends the server if it still runs, and tells what was wrong with its end, with what it wrote
     /// and with the keys and buttons that it left; empty when all was well.
