@@ -4,9 +4,9 @@
 #pragma once
 
 #include "ServerBench.h"
-#include "support/ChildProcess.h"
-#include "support/ProcessTables.h"
 #include "support/Sample.h"
+#include "support/process/ChildProcess.h"
+#include "support/process/ProcessTables.h"
 
 #include <QFile>
 
@@ -44,13 +44,13 @@ public:
         socat.start(u"socat"_s, {u"-u"_s, u"-b"_s, u"65536"_s, u"TCP-LISTEN:0,bind=127.0.0.1"_s,
                                  u"OPEN:%1,creat,append"_s.arg(path)});
         const bool isListening = waitUntil([&] {
-            m_port = ProcessTables::listeningPort(socat.processId());
-            return m_port.has_value();
+            listeningPort = ProcessTables::listeningPort(socat.processId());
+            return listeningPort.has_value();
         });
         ServerBench::require(isListening, "start of socat");
     }
 
-    quint16 port() const { return *m_port; }
+    quint16 port() const { return *listeningPort; }
 
     /// It ends when its peer has left and all is written.
     void waitForEnd()
@@ -61,7 +61,7 @@ public:
 
 private:
     ChildProcess socat;
-    std::optional<quint16> m_port;
+    std::optional<quint16> listeningPort;
 };
 
 /// Prints the rates of the program that is measured, and of socat.

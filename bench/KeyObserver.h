@@ -3,10 +3,12 @@
 
 #pragma once
 
+#include "support/x11/XcbClient.h"
+
 #include <QString>
 
 #include <chrono>
-#include <cstdlib>
+
 #include <poll.h>
 
 #include <xcb/xinput.h>
@@ -15,8 +17,7 @@
 class KeyObserver
 {
 public:
-    explicit KeyObserver(const QString &display)
-        : m_display(xcb_connect(display.toLocal8Bit().constData(), nullptr))
+    explicit KeyObserver(const QString &display) : connection(XcbClient::connectTo(display))
     {
         struct
         {
@@ -24,30 +25,27 @@ public:
             uint32_t mask;
         } wanted{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
                  XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE};
-        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(m_display)).data->root;
-        std::free(xcb_input_xi_query_version_reply(
-            m_display, xcb_input_xi_query_version(m_display, 2, 2), nullptr));
-        xcb_input_xi_select_events(m_display, root, 1, &wanted.head);
+        const xcb_window_t root = XcbClient::firstScreen(connection)->root;
+        xcbOwned(xcb_input_xi_query_version_reply(
+            connection.get(), xcb_input_xi_query_version(connection.get(), 2, 2), nullptr));
+        xcb_input_xi_select_events(connection.get(), root, 1, &wanted.head);
         // An answer proves that the selection is in force.
-        std::free(xcb_get_input_focus_reply(m_display, xcb_get_input_focus(m_display), nullptr));
+        xcbOwned(xcb_get_input_focus_reply(connection.get(), xcb_get_input_focus(connection.get()),
+                                           nullptr));
     }
-    ~KeyObserver() { xcb_disconnect(m_display); }
-    KeyObserver(const KeyObserver &) = delete;
-    KeyObserver &operator=(const KeyObserver &) = delete;
 
     /// Waits for the next press or release (an XInput event type); false when none comes in time.
     bool waitFor(uint16_t rawType)
     {
         const auto end = std::chrono::steady_clock::now() + LongestWait;
         while (std::chrono::steady_clock::now() < end) {
-            while (xcb_generic_event_t *event = xcb_poll_for_event(m_display)) {
-                const auto type = reinterpret_cast<xcb_ge_generic_event_t *>(event)->event_type;
-                std::free(event);
-                if (type == rawType) {
+            while (const auto event = xcbOwned(xcb_poll_for_event(connection.get()))) {
+                const auto *generic = reinterpret_cast<xcb_ge_generic_event_t *>(event.get());
+                if (generic->event_type == rawType) {
                     return true;
                 }
             }
-            pollfd waiting{xcb_get_file_descriptor(m_display), POLLIN, 0};
+            pollfd waiting{xcb_get_file_descriptor(connection.get()), POLLIN, 0};
             ::poll(&waiting, 1, static_cast<int>(LongestWait.count()));
         }
         return false;
@@ -56,5 +54,5 @@ public:
 private:
     static constexpr std::chrono::milliseconds LongestWait{5000};
 
-    xcb_connection_t *m_display;
+    XcbConnection connection;
 };

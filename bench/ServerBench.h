@@ -3,9 +3,9 @@
 
 #pragma once
 
-#include "support/DesktopSession.h"
-#include "support/Handheld.h"
-#include "support/ServerProcess.h"
+#include "support/protocol/Handheld.h"
+#include "support/session/DesktopSession.h"
+#include "support/session/ServerProcess.h"
 
 #include <QCoreApplication>
 #include <QSettings>
@@ -45,28 +45,28 @@ public:
     /// Received files go to that folder.
     explicit ServerBench(const QString &downloadFolder)
     {
-        require(m_session.problem().isEmpty(), m_session.problem());
-        QSettings(m_session.settingsFile(), QSettings::IniFormat)
+        require(desktop.problem().isEmpty(), desktop.problem());
+        QSettings(desktop.settingsFile(), QSettings::IniFormat)
             .setValue(u"downloadDirectory"_s, downloadFolder);
     }
 
     /// Must be called before anything below; what the session needs beforehand is put there first.
     void start(std::function<void()> lastPreparation = [] {})
     {
-        server = std::make_unique<ServerProcess>(m_session, std::move(lastPreparation));
-        m_port = server->port();
-        require(m_port != 0, "start of the server: " + server->errorText());
+        server = std::make_unique<ServerProcess>(desktop, std::move(lastPreparation));
+        serverPort = server->port();
+        require(serverPort != 0, "start of the server: " + server->errorText());
     }
 
-    const DesktopSession &session() const { return m_session; }
-    quint16 port() const { return m_port; }
+    const DesktopSession &session() const { return desktop; }
+    quint16 port() const { return serverPort; }
     int openDescriptors() const { return server->openDescriptors(); }
     qint64 processId() const { return server->processId(); }
     /// Ends the server in order; its exit status, or nothing when it crashed or hung.
     std::optional<int> end() { return server->end(); }
 
 private:
-    DesktopSession m_session;
+    DesktopSession desktop;
     std::unique_ptr<ServerProcess> server;
-    quint16 m_port = 0;
+    quint16 serverPort = 0;
 };

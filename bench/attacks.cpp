@@ -10,9 +10,9 @@
 
 #include "LoadTable.h"
 #include "ServerBench.h"
-#include "support/Asker.h"
-#include "support/ClipboardOwner.h"
-#include "support/ProcessMemory.h"
+#include "support/process/ProcessMemory.h"
+#include "support/protocol/Asker.h"
+#include "support/session/ClipboardOwner.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -42,9 +42,9 @@ class Target
 public:
     /// Sessions usually start programs with 1,024 descriptors.
     explicit Target(const QString &downloadFolder = u"/nonexistent"_s, rlim_t descriptors = 1024)
-        : m_bench(downloadFolder)
+        : victim(downloadFolder)
     {
-        m_bench.start([descriptors] {
+        victim.start([descriptors] {
             rlimit limit{};
             getrlimit(RLIMIT_NOFILE, &limit);
             limit.rlim_cur = descriptors;
@@ -52,16 +52,16 @@ public:
                 _exit(1);
             }
         });
-        ServerBench::require(ProcessMemory::forgetPeak(m_bench.processId()), "the peak of memory");
-        m_before = ProcessMemory::resident(m_bench.processId());
+        ServerBench::require(ProcessMemory::forgetPeak(victim.processId()), "the peak of memory");
+        memoryBefore = ProcessMemory::resident(victim.processId());
     }
 
-    ServerBench &bench() { return m_bench; }
-    quint16 port() const { return m_bench.port(); }
+    ServerBench &bench() { return victim; }
+    quint16 port() const { return victim.port(); }
     /// MiB that memory has grown by at most.
     qint64 growth() const
     {
-        return (ProcessMemory::peak(m_bench.processId()) - m_before) / Mebibyte;
+        return (ProcessMemory::peak(victim.processId()) - memoryBefore) / Mebibyte;
     }
     /// How long a new device waits for its first answer, in milliseconds; -1 when none comes.
     qint64 timeToServe() const
@@ -73,8 +73,8 @@ public:
     }
 
 private:
-    ServerBench m_bench;
-    qint64 m_before = 0;
+    ServerBench victim;
+    qint64 memoryBefore = 0;
 };
 
 QString inMilliseconds(double time)
@@ -109,7 +109,7 @@ public:
             threads.emplace_back([this, deed] {
                 while (!isOver) {
                     deed();
-                    ++m_count;
+                    ++deeds;
                 }
             });
         }
@@ -127,12 +127,12 @@ public:
                 thread.join();
             }
         }
-        return m_count;
+        return deeds;
     }
 
 private:
     std::atomic_bool isOver = false;
-    std::atomic<qint64> m_count = 0;
+    std::atomic<qint64> deeds = 0;
     std::vector<std::thread> threads;
 };
 

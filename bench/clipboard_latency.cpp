@@ -6,8 +6,8 @@
 // Needs VORNA_SERVER (the server's executable); an argument is the number of requests.
 
 #include "ServerBench.h"
-#include "support/ClipboardOwner.h"
 #include "support/Sample.h"
+#include "support/session/ClipboardOwner.h"
 
 using namespace Qt::StringLiterals;
 

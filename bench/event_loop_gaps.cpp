@@ -7,9 +7,9 @@
 // Needs VORNA_SERVER (the server's executable) and a folder for received files as first argument.
 
 #include "ServerBench.h"
-#include "support/Asker.h"
-#include "support/ClipboardOwner.h"
-#include "support/RecordingOpener.h"
+#include "support/protocol/Asker.h"
+#include "support/session/ClipboardOwner.h"
+#include "support/session/RecordingOpener.h"
 
 #include <QDir>
 #include <QTemporaryDir>

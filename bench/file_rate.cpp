@@ -10,7 +10,7 @@
 
 #include "FileRate.h"
 #include "support/Folders.h"
-#include "support/ProcessMemory.h"
+#include "support/process/ProcessMemory.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -30,18 +30,18 @@ constexpr int UsualRounds = 3;
 class Content
 {
 public:
-    explicit Content(qint64 chunks) : m_chunks(chunks)
+    explicit Content(qint64 chunks) : chunkCount(chunks)
     {
-        for (qsizetype i = 0; i < m_chunk.size(); ++i) {
-            m_chunk[i] = static_cast<char>(i * 7 + i / 251);
+        for (qsizetype i = 0; i < bytes.size(); ++i) {
+            bytes[i] = static_cast<char>(i * 7 + i / 251);
         }
     }
 
-    qint64 size() const { return m_chunks * MiB; }
+    qint64 size() const { return chunkCount * MiB; }
 
     bool send(Handheld &receiver)
     {
-        for (qint64 i = 0; i < m_chunks; ++i) {
+        for (qint64 i = 0; i < chunkCount; ++i) {
             if (!receiver.send(chunk(i), FileRate::Limit)) {
                 return false;
             }
@@ -53,7 +53,7 @@ public:
     {
         QCryptographicHash hash(QCryptographicHash::Sha1);
         hash.addData(head);
-        for (qint64 i = 0; i < m_chunks; ++i) {
+        for (qint64 i = 0; i < chunkCount; ++i) {
             hash.addData(chunk(i));
         }
         return hash.result();
@@ -62,30 +62,14 @@ public:
 private:
     const QByteArray &chunk(qint64 number)
     {
-        m_chunk[0] = static_cast<char>(number);
-        m_chunk[1] = static_cast<char>(number >> 8);
-        return m_chunk;
+        bytes[0] = static_cast<char>(number);
+        bytes[1] = static_cast<char>(number >> 8);
+        return bytes;
     }
 
-    qint64 m_chunks;
-    QByteArray m_chunk{MiB, Qt::Uninitialized};
+    qint64 chunkCount;
+    QByteArray bytes{MiB, Qt::Uninitialized};
 };
-
-QByteArray request(const QString &name, qint64 size)
-{
-    return commandText(u"FILE_TRANSFER_AND_OPEN"_s,
-                       {{u"cmdParameters"_s, QStringList{name, QString::number(size)}}});
-}
-
-/// The request whose announced size only the content's last byte exceeds.
-QByteArray exactRequest(const QString &name, qint64 contentSize)
-{
-    QByteArray result = request(name, contentSize);
-    for (int round = 0; round < 3; ++round) {
-        result = request(name, result.size() + contentSize - 1);
-    }
-    return result;
-}
 
 /// \return MiB a second.
 double intoServer(const ServerBench &bench, const QString &path, Content &content)

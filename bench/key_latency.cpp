@@ -9,9 +9,9 @@
 // one is the number of keys.
 
 #include "KeyObserver.h"
-#include "support/DesktopSession.h"
-#include "support/Handheld.h"
-#include "support/ServerProcess.h"
+#include "support/protocol/Handheld.h"
+#include "support/session/DesktopSession.h"
+#include "support/session/ServerProcess.h"
 
 #include <QCoreApplication>
 #include <QThread>

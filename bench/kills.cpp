@@ -8,11 +8,11 @@
 // load in hundredths; without one it is the whole. Exit status 1 when a key or button was down.
 
 #include "LoadTable.h"
-#include "support/DesktopSession.h"
-#include "support/Handheld.h"
-#include "support/InputWatcher.h"
-#include "support/ServerProcess.h"
-#include "support/Typist.h"
+#include "support/protocol/Handheld.h"
+#include "support/protocol/Typist.h"
+#include "support/session/DesktopSession.h"
+#include "support/session/ServerProcess.h"
+#include "support/x11/InputWatcher.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

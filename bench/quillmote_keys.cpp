@@ -10,8 +10,8 @@
 
 #include "KeyObserver.h"
 #include "ServerBench.h"
-#include "support/InputWatcher.h"
 #include "support/Sample.h"
+#include "support/x11/InputWatcher.h"
 
 #include <QProcess>
 #include <QThread>

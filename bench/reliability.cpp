@@ -9,10 +9,10 @@
 
 #include "LoadTable.h"
 #include "ServerBench.h"
-#include "support/Asker.h"
-#include "support/Flooder.h"
-#include "support/InputWatcher.h"
-#include "support/ProcessMemory.h"
+#include "support/process/ProcessMemory.h"
+#include "support/protocol/Asker.h"
+#include "support/protocol/Flooder.h"
+#include "support/x11/InputWatcher.h"
 
 #include "platform/DescriptorLimit.h"
 

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/AvahiDaemon.h"
 #include "support/Folders.h"
-#include "support/NetworkNamespaces.h"
-#include "support/ServerScene.h"
-#include "support/ServiceBrowser.h"
+#include "support/session/AvahiDaemon.h"
+#include "support/session/NetworkNamespaces.h"
+#include "support/session/ServerScene.h"
+#include "support/session/ServiceBrowser.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -42,7 +42,7 @@ std::optional<QVariantMap> ask(const NetworkHost &host, const SeenService &servi
 
 std::optional<QVariantMap> askForInfo(const NetworkHost &host, const SeenService &service)
 {
-    return ask(host, service, commandText(u"SERVER_INFO"_s));
+    return ask(host, service, serverInfo());
 }
 
 /// Makes a program, by the name of that with which the desktop opens web addresses, that records
@@ -270,7 +270,7 @@ void tst_Advertisement::lostDaemonCostsNoProcessorTime()
     QVERIFY(browser->waitFor(hostName()));
     serverDaemon->stop();
     QVERIFY(browser->waitUntilGone(hostName()));
-    QVERIFY(scene->isAtRest());
+    QVERIFY(scene->comesToRest());
 }
 
 void tst_Advertisement::secondServerOfTheHostGetsANameOfItsOwn()

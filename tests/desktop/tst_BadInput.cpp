@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/ProcessMemory.h"
-#include "support/RecordingOpener.h"
-#include "support/ServerScene.h"
+#include "support/process/ProcessMemory.h"
+#include "support/session/RecordingOpener.h"
+#include "support/session/ServerScene.h"
 
 #include <QDir>
 #include <QTest>
@@ -28,24 +28,24 @@ public:
         // The first answers take memory that stays.
         const bool isReady = port() != 0 && Handheld(port()).isServed() &&
                              ProcessMemory::forgetPeak(scene.server().processId());
-        m_before = isReady ? ProcessMemory::resident(scene.server().processId()) : 0;
+        memoryBefore = isReady ? ProcessMemory::resident(scene.server().processId()) : 0;
     }
 
-    bool isMeasured() const { return m_before > 0; }
+    bool isMeasured() const { return memoryBefore > 0; }
     quint16 port() const { return scene.port(); }
     QByteArray problemAtEnd() { return scene.problemAtEnd(); }
 
     /// How many bytes it has taken beyond, at its highest.
     qint64 growth() const
     {
-        const qint64 most = ProcessMemory::peak(scene.server().processId()) - m_before;
+        const qint64 most = ProcessMemory::peak(scene.server().processId()) - memoryBefore;
         qInfo("Memory grew by %lld KiB", static_cast<long long>(most / 1024));
         return most;
     }
 
 private:
     ServerScene scene;
-    qint64 m_before = 0;
+    qint64 memoryBefore = 0;
 };
 
 /// Entries with different keys, numbers from `first` on.
@@ -229,7 +229,7 @@ void tst_BadInput::twoTokensAtOnceAreReadAsOne()
     const auto answer = handheld.ask("{ a = one }{ b = two; cmdType = SERVER_INFO; }");
     QVERIFY(answer);
     QCOMPARE(answer->value(u"a"_s).toString(), u"one }{ b = two"_s);
-    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"OK"_s);
+    QCOMPARE(response(answer), u"OK"_s);
     QVERIFY(!answer->contains(u"b"_s));
     QVERIFY(!handheld.hasUnreadAnswer());
 }
@@ -455,9 +455,8 @@ void tst_BadInput::silentConnectionsDoNotDisturb()
 void tst_BadInput::unfinishedFileIsSurvived()
 {
     Handheld handheld(scene->port());
-    const auto answer = handheld.ask(commandText(
-        u"FILE_TRANSFER_AND_OPEN"_s,
-        {{u"cmdParameters"_s, QStringList{u"../../../../escape"_s, u"18446744073709551615"_s}}}));
+    const auto answer =
+        handheld.ask(fileRequest(u"../../../../escape"_s, u"18446744073709551615"_s));
     QVERIFY(answer);
     QVERIFY(handheld.send(QByteArray(100'000, 'x')));
     handheld.reset();

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/ClipboardOwner.h"
-#include "support/Flooder.h"
-#include "support/PiecewiseOwner.h"
-#include "support/ServerScene.h"
+#include "support/protocol/Flooder.h"
+#include "support/session/ClipboardOwner.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/PiecewiseOwner.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -21,26 +21,11 @@ namespace {
 /// How long the owner of the clipboard may be silent before the device gets its answer.
 constexpr milliseconds Patience = 1s;
 
-QString response(const std::optional<QVariantMap> &answer)
-{
-    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
-}
-
-QStringList parameters(const std::optional<QVariantMap> &answer)
-{
-    return answer ? answer->value(u"cmdParameters"_s).toStringList() : QStringList();
-}
-
 const char *inMilliseconds(milliseconds time)
 {
     static QByteArray text;
     text = QByteArray::number(qint64(time.count())) + " ms";
     return text.constData();
-}
-
-QByteArray clipboardRequest(const std::vector<TokenEntry> &entries = {})
-{
-    return commandText(u"SERVER_CLIPBOARD_REQUEST"_s, entries);
 }
 
 QByteArray sentText(const QString &text)
@@ -206,7 +191,7 @@ QList<milliseconds> tst_Clipboard::serveUntilAnswered(Handheld &waiting) const
     while (!waiting.hasUnreadAnswer() && times.size() < 100'000) {
         QElapsedTimer time;
         time.start();
-        if (!other.ask(commandText(u"SERVER_INFO"_s))) {
+        if (!other.ask(serverInfo())) {
             return {};
         }
         times.append(milliseconds(time.elapsed()));
@@ -375,11 +360,11 @@ void tst_Clipboard::deviceThatLeftMeanwhileIsForgotten()
     QVERIFY(owner.offerText());
     leaving.reset();
     Handheld staying(scene->port());
-    QVERIFY(staying.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(staying.ask(serverInfo()));
     QVERIFY(owner.announcePieces());
     QVERIFY(owner.sendPiece("nobody's"));
     QVERIFY(owner.sendPiece(QByteArray()));
-    QVERIFY(staying.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(staying.ask(serverInfo()));
 }
 
 void tst_Clipboard::lateTextIsAnsweredBeforeTheNextCommand()
@@ -388,7 +373,7 @@ void tst_Clipboard::lateTextIsAnsweredBeforeTheNextCommand()
     Handheld handheld(scene->port());
     QVERIFY(handheld.send(clipboardRequest()));
     QVERIFY(owner.offerText());
-    QVERIFY(handheld.send(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(handheld.send(serverInfo()));
     Handheld other(scene->port());
     QVERIFY(other.isServed());
     QVERIFY(!waitUntil([&] { return handheld.hasUnreadAnswer(); }, Patience / 2));

@@ -1,14 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/ServerScene.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/XcbClient.h"
 
 #include <QProcess>
 #include <QTest>
 
 #include <utility>
-
-#include "platform/linux/x11/XcbHandles.h"
 
 using namespace Qt::StringLiterals;
 
@@ -156,9 +155,8 @@ void tst_DesktopSize::sizeIsToldWhileAnotherProgramKeepsTheDisplay()
     Handheld handheld(scene->port());
     const QSize before = toldSize(handheld);
     QVERIFY(!before.isEmpty());
-    const XcbConnection holder(
-        xcb_connect(scene->session().display().toUtf8().constData(), nullptr));
-    QVERIFY(xcb_connection_has_error(holder.get()) == 0);
+    const XcbConnection holder = XcbClient::connectTo(scene->session().display());
+    QVERIFY(XcbClient::isConnected(holder));
     const auto cookie = xcb_grab_server_checked(holder.get());
     const auto failure = xcbOwned(xcb_request_check(holder.get(), cookie));
     QVERIFY(!failure);

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/Confinement.h"
 #include "support/Folders.h"
-#include "support/NotificationDesk.h"
-#include "support/ServerScene.h"
+#include "support/process/Confinement.h"
+#include "support/session/NotificationDesk.h"
+#include "support/session/ServerScene.h"
 
 #include <QDir>
 #include <QFile>
@@ -38,16 +38,10 @@ const std::vector<System> &systems()
     return all;
 }
 
-QString response(const std::optional<QVariantMap> &answer)
-{
-    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
-}
-
 /// Larger than itself, so that the file is complete once it has arrived.
 QByteArray request(const QString &name, const QString &size = u"0"_s)
 {
-    return commandText(u"FILE_TRANSFER_AND_OPEN"_s,
-                       {{u"cmdParameters"_s, QStringList{name, size}}});
+    return fileRequest(name, size);
 }
 
 } // namespace

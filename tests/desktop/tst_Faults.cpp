@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 #include "support/Folders.h"
-#include "support/InputWatcher.h"
-#include "support/NetworkNamespaces.h"
-#include "support/RecordingOpener.h"
-#include "support/ServerScene.h"
+#include "support/session/NetworkNamespaces.h"
+#include "support/session/RecordingOpener.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/InputWatcher.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -159,9 +159,8 @@ void tst_Faults::folderRemovedMeanwhileIsSurvived()
     QVERIFY(scene->start());
     const QString folder = scene->session().home() + u"/received"_s;
     Handheld handheld(scene->port());
-    const auto answer = handheld.ask(commandText(
-        u"FILE_TRANSFER_AND_OPEN"_s, {{u"cmdParameters"_s, QStringList{u"file"_s, u"20000"_s}}}));
-    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"START_BINARY_TRANSFER"_s);
+    const auto answer = handheld.ask(fileRequest(u"file"_s, u"20000"_s));
+    QCOMPARE(response(answer), u"START_BINARY_TRANSFER"_s);
     QVERIFY(handheld.sendAndSettle(QByteArray(10'000, 'x')));
     QVERIFY(QDir(folder).removeRecursively());
     QVERIFY(handheld.send(QByteArray(20'000, 'y')));
@@ -189,12 +188,12 @@ void tst_Faults::clockSetBackAndForthIsSurvived()
         // An owner that is waited for, and no longer than ever.
         QElapsedTimer sinceRequest;
         sinceRequest.start();
-        QVERIFY(handheld.ask(commandText(u"SERVER_CLIPBOARD_REQUEST"_s)));
+        QVERIFY(handheld.ask(clipboardRequest()));
         QVERIFY(sinceRequest.elapsed() < 5000);
         QVERIFY(handheld.send(keyCommand(u"A"_s)));
         QVERIFY(isServing());
     }
-    QVERIFY(scene->isAtRest());
+    QVERIFY(scene->comesToRest());
 }
 
 void tst_Faults::trayThatGoesAndComesBackIsUsedAgain()
@@ -205,7 +204,7 @@ void tst_Faults::trayThatGoesAndComesBackIsUsedAgain()
     scene->mutableSession().endTray();
     QVERIFY(handheld.ask(serverInfo()));
     QVERIFY(isServing());
-    QVERIFY(scene->isAtRest());
+    QVERIFY(scene->comesToRest());
     QVERIFY(scene->mutableSession().startTray());
     QVERIFY(scene->showsLight(StatusLight::Orange));
 }
@@ -216,7 +215,7 @@ void tst_Faults::lostSessionBusIsSurvived()
     QVERIFY(scene->start());
     scene->mutableSession().endSessionBus();
     QVERIFY(isServing());
-    QVERIFY(scene->isAtRest());
+    QVERIFY(scene->comesToRest());
 }
 
 void tst_Faults::lostDisplayEndsTheServer()

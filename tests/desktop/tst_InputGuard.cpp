@@ -3,12 +3,12 @@
 
 // What the server's guard does when the server is killed amid its keys, and when nothing is wrong.
 
-#include "platform/linux/x11/XcbHandles.h"
-#include "support/InputWatcher.h"
-#include "support/PhysicalKeyboard.h"
-#include "support/ProcessMemory.h"
-#include "support/ServerScene.h"
-#include "support/Typist.h"
+#include "support/process/ProcessMemory.h"
+#include "support/protocol/Typist.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/InputWatcher.h"
+#include "support/x11/PhysicalKeyboard.h"
+#include "support/x11/XcbClient.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -39,7 +39,7 @@ public:
                                      keyCommand(u"Ctrl+C"_s), keyCommand(u"Alt+D"_s)};
         const QByteArrayList clicks = {click("0"), click("1"), keyCommand(u"Shift+B"_s)};
         for (const QByteArray &token : kind == Keys ? keys : clicks) {
-            m_typists.push_back(std::make_unique<Typist>(port, token));
+            devices.push_back(std::make_unique<Typist>(port, token));
         }
     }
 
@@ -49,7 +49,7 @@ private:
         return commandText(u"MOUSE_CMD"_s, {{u"fncCommand"_s, QLatin1StringView(code)}});
     }
 
-    std::vector<std::unique_ptr<Typist>> m_typists;
+    std::vector<std::unique_ptr<Typist>> devices;
 };
 
 /// The process that the server has started; 0 when there is none.
@@ -113,7 +113,7 @@ private:
     bool start();
 
     std::unique_ptr<ServerScene> scene;
-    pid_t m_guard = 0;
+    pid_t guardId = 0;
 };
 
 void tst_InputGuard::init()
@@ -133,9 +133,9 @@ bool tst_InputGuard::start()
     if (scene->port() == 0) {
         return false;
     }
-    m_guard = guardOf(scene->server().processId());
+    guardId = guardOf(scene->server().processId());
     // Until it has a socket it does not know the display.
-    return m_guard != 0 && waitUntil([&] { return descriptorsOf(m_guard).contains(u"socket"_s); });
+    return guardId != 0 && waitUntil([&] { return descriptorsOf(guardId).contains(u"socket"_s); });
 }
 
 void tst_InputGuard::whatIsDownAtAKillIsReleased_data()
@@ -160,8 +160,7 @@ void tst_InputGuard::whatIsDownAtAKillIsReleased()
     const pid_t guard = guardOf(holder.processId());
     QVERIFY(guard != 0);
     QVERIFY(waitUntil([&] { return descriptorsOf(guard).contains(u"socket"_s); }));
-    const XcbConnection other(
-        xcb_connect(scene->session().display().toLatin1().constData(), nullptr));
+    const XcbConnection other = XcbClient::connectTo(scene->session().display());
     if (isGrabbed) {
         const auto cookie = xcb_grab_server_checked(other.get());
         QVERIFY(xcb_request_check(other.get(), cookie) == nullptr);
@@ -225,7 +224,7 @@ void tst_InputGuard::whatOthersHoldStaysDown()
     QVERIFY(scene->user().holdKey(QString::number(KeyX)));
     QVERIFY(waitUntil([&] { return watcher.keysDown() == std::vector<int>({KeyZ, KeyX}); }));
     scene->server().end(SIGKILL);
-    QVERIFY(waitUntil([&] { return hasEnded(m_guard); }));
+    QVERIFY(waitUntil([&] { return hasEnded(guardId); }));
     QCOMPARE(watcher.keysDown(), std::vector<int>({KeyZ, KeyX}));
     user.release(KeyZ);
     QVERIFY(scene->user().releaseKey(QString::number(KeyX)));
@@ -246,7 +245,7 @@ void tst_InputGuard::theGuardEndsWithTheServer()
     QElapsedTimer timer;
     timer.start();
     QCOMPARE(scene->server().end(signal).has_value(), signal == SIGTERM);
-    QVERIFY(waitUntil([&] { return hasEnded(m_guard); }));
+    QVERIFY(waitUntil([&] { return hasEnded(guardId); }));
     qInfo("Ended %lld ms after the signal.", static_cast<long long>(timer.elapsed()));
     QCOMPARE(scene->server().complaints(), QByteArray());
 }
@@ -256,22 +255,22 @@ void tst_InputGuard::theGuardEndsWithTheDisplay()
     QVERIFY(start());
     scene->mutableSession().endDisplay();
     QCOMPARE(scene->server().waitForEnd(), 1);
-    QVERIFY(waitUntil([&] { return hasEnded(m_guard); }));
+    QVERIFY(waitUntil([&] { return hasEnded(guardId); }));
 }
 
 void tst_InputGuard::theGuardStaysWhileTheServerRuns()
 {
     QVERIFY(start());
     for (const int asking : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGUSR1}) {
-        QCOMPARE(::kill(m_guard, asking), 0);
+        QCOMPARE(::kill(guardId, asking), 0);
     }
     Handheld handheld(scene->port());
     QVERIFY(handheld.send(keyCommand(u"A"_s)) && handheld.waitUntilRead());
     QVERIFY(handheld.isServed());
     QTest::qWait(1'500); // longer than it waits for anything
-    QVERIFY(!hasEnded(m_guard));
+    QVERIFY(!hasEnded(guardId));
     QCOMPARE(scene->server().end(), 0);
-    QVERIFY(waitUntil([&] { return hasEnded(m_guard); }));
+    QVERIFY(waitUntil([&] { return hasEnded(guardId); }));
 }
 
 void tst_InputGuard::theGuardKeepsNothingOfTheServer()
@@ -279,20 +278,20 @@ void tst_InputGuard::theGuardKeepsNothingOfTheServer()
     QVERIFY(start());
     const QStringList expected = {u"memfd"_s, u"null"_s, u"null"_s,
                                   u"null"_s,  u"pipe"_s, u"socket"_s};
-    QStringList names = descriptorsOf(m_guard);
+    QStringList names = descriptorsOf(guardId);
     for (QString &name : names) {
         name = name.section(u' ', 0, 0);
     }
     QCOMPARE(names, expected);
     qInfo("The guard has %lld KiB in memory.",
-          static_cast<long long>(ProcessMemory::resident(m_guard) / 1024));
+          static_cast<long long>(ProcessMemory::resident(guardId) / 1024));
 }
 
 void tst_InputGuard::aServerWithoutAGuardServes()
 {
     QVERIFY(start());
-    QCOMPARE(::kill(m_guard, SIGKILL), 0);
-    QVERIFY(waitUntil([&] { return hasEnded(m_guard); }));
+    QCOMPARE(::kill(guardId, SIGKILL), 0);
+    QVERIFY(waitUntil([&] { return hasEnded(guardId); }));
     InputWatcher watcher(scene->session().display());
     Handheld handheld(scene->port());
     QVERIFY(handheld.send(keyCommand(u"A"_s)));

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/LackOfPorts.h"
-#include "support/ProcessTables.h"
-#include "support/PseudoTerminal.h"
-#include "support/ServerScene.h"
+#include "support/process/LackOfPorts.h"
+#include "support/process/ProcessTables.h"
+#include "support/process/PseudoTerminal.h"
+#include "support/session/ServerScene.h"
 
 #include <QFileInfo>
 #include <QTest>
@@ -271,7 +271,7 @@ void tst_Invocation::portIsSaidOnceInATerminal()
     QCOMPARE(terminal.text(), line);
     // Messages go to the tray, and another start of the server is not the program's.
     Handheld handheld(scene->port());
-    QVERIFY(handheld.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(handheld.ask(serverInfo()));
     handheld.leave();
     QVERIFY(scene->showsLight(StatusLight::Orange));
     for (const bool isListening : {false, true}) {

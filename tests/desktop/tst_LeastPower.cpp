@@ -3,7 +3,7 @@
 
 // What the running programs have given up, as the kernel tells it.
 
-#include "support/ServerScene.h"
+#include "support/session/ServerScene.h"
 
 #include <QFile>
 #include <QTcpServer>

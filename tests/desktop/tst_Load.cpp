@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/Asker.h"
-#include "support/Flooder.h"
-#include "support/ProcessMemory.h"
-#include "support/ServerScene.h"
+#include "support/process/ProcessMemory.h"
+#include "support/protocol/Asker.h"
+#include "support/protocol/Flooder.h"
+#include "support/session/ServerScene.h"
 
 #include "platform/DescriptorLimit.h"
 
@@ -165,7 +165,7 @@ void tst_Load::connectionsBeyondTheDescriptorsWaitForThem()
     QVERIFY(late.send(serverInfo()));
     QVERIFY(!late.answer(500ms));
 
-    QVERIFY(scene->isAtRest());
+    QVERIFY(scene->comesToRest());
 
     QVERIFY(first.isServed());
     crowd.clear();
@@ -191,9 +191,7 @@ void tst_Load::filesBeyondTheDescriptorsAreNotOpened()
     }
     QVERIFY(first.isServed());
     for (size_t i = 0; i < crowd.size(); ++i) {
-        QVERIFY(crowd[i]->send(
-            commandText(u"FILE_TRANSFER_AND_OPEN"_s,
-                        {{u"cmdParameters"_s, QStringList{u"file%1"_s.arg(i), u"1000000"_s}}})));
+        QVERIFY(crowd[i]->send(fileRequest(u"file%1"_s.arg(i), u"1000000"_s)));
         QVERIFY(first.isServed());
     }
     const qsizetype files = QDir(folder).entryList(QDir::Files).size();
@@ -201,7 +199,7 @@ void tst_Load::filesBeyondTheDescriptorsAreNotOpened()
     // Those that fit beside the connections, and no more.
     QVERIFY(files >= 8 && files <= 32);
     QVERIFY(scene->server().openDescriptors() <= Descriptors - 24);
-    QVERIFY(scene->isAtRest());
+    QVERIFY(scene->comesToRest());
     QVERIFY(first.isServed());
 }
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/NotificationDesk.h"
-#include "support/ServerScene.h"
+#include "support/session/NotificationDesk.h"
+#include "support/session/ServerScene.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -76,10 +76,7 @@ bool tst_Notifications::isAnnounced(const QString &body) const
 bool tst_Notifications::announceFile(const QString &name)
 {
     Handheld handheld(scene->port());
-    return handheld
-        .ask(commandText(u"FILE_TRANSFER_AND_OPEN"_s,
-                         {{u"cmdParameters"_s, QStringList{name, u"10"_s}}}))
-        .has_value();
+    return handheld.ask(fileRequest(name, u"10"_s)).has_value();
 }
 
 void tst_Notifications::namesAreShownAsWritten_data()

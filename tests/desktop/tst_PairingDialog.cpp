@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/Pictures.h"
-#include "support/ServerScene.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/Pictures.h"
 
 #include <QTest>
 
@@ -15,16 +15,6 @@ namespace {
 constexpr int MostDialogs = 16;
 constexpr int AcceptButton = 0;
 constexpr int RejectButton = 1;
-
-QString response(const std::optional<QVariantMap> &answer)
-{
-    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
-}
-
-QByteArray pairing(const QString &device, const QString &name)
-{
-    return commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{device, name}}});
-}
 
 } // namespace
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/ServerScene.h"
+#include "support/session/ServerScene.h"
 
 #include <QTest>
 
@@ -13,16 +13,6 @@ namespace {
 
 constexpr int AcceptButton = 0;
 constexpr int RejectButton = 1;
-
-QString response(const std::optional<QVariantMap> &answer)
-{
-    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
-}
-
-QByteArray pairing(const QString &device, const QString &name)
-{
-    return commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{device, name}}});
-}
 
 } // namespace
 

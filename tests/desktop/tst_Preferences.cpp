@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "support/Folders.h"
-#include "support/Pictures.h"
-#include "support/ServerScene.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/Pictures.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -32,16 +32,6 @@ const QString BrowserTitle = u"Find Directory"_s;
 const QString ApprovalKey = u"pairNeedsApproval"_s;
 const QString LogonKey = u"startAtLogon"_s;
 const QString DownloadKey = u"downloadDirectory"_s;
-
-QByteArray pairing(const QString &device)
-{
-    return commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{device, u"Anna"_s}}});
-}
-
-QString response(const std::optional<QVariantMap> &answer)
-{
-    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
-}
 
 } // namespace
 
@@ -74,7 +64,7 @@ private slots:
 
 private:
     bool open();
-    bool close() { return scene->clickButton(m_dialog, 0) && scene->waitUntilGone(m_dialog); }
+    bool close() { return scene->clickButton(preferences, 0) && scene->waitUntilGone(preferences); }
     bool closeByEscape();
     QPoint placeOf(Row row) const;
     QImage pictureOf(Row row) const;
@@ -89,7 +79,7 @@ private:
     QVariant stored(const QString &key) const { return scene->storedSetting(key); }
 
     std::unique_ptr<ServerScene> scene;
-    SeenWindow m_dialog;
+    SeenWindow preferences;
     SeenWindow browser;
 };
 
@@ -111,22 +101,23 @@ bool tst_Preferences::open()
         return false;
     }
     const auto dialog = scene->waitForDialog(Title);
-    m_dialog = dialog.value_or(SeenWindow());
+    preferences = dialog.value_or(SeenWindow());
     return dialog && waitUntil([this] {
-               return Pictures::textLines(scene->view().picture(m_dialog.place)).size() == RowCount;
+               return Pictures::textLines(scene->view().picture(preferences.place)).size() ==
+                      RowCount;
            });
 }
 
 bool tst_Preferences::closeByEscape()
 {
-    return user().tapKey(u"Escape"_s) && scene->waitUntilGone(m_dialog);
+    return user().tapKey(u"Escape"_s) && scene->waitUntilGone(preferences);
 }
 
 /// In the text of a check box, or beside the row's other controls.
 QPoint tst_Preferences::placeOf(Row row) const
 {
-    const QList<int> lines = Pictures::textLines(scene->view().settledPicture(m_dialog.place));
-    return m_dialog.place.topLeft() + QPoint(LabelFromLeft, lines.value(static_cast<int>(row)));
+    const QList<int> lines = Pictures::textLines(scene->view().settledPicture(preferences.place));
+    return preferences.place.topLeft() + QPoint(LabelFromLeft, lines.value(static_cast<int>(row)));
 }
 
 QImage tst_Preferences::pictureOf(Row row) const
@@ -134,8 +125,8 @@ QImage tst_Preferences::pictureOf(Row row) const
     constexpr int HalfHeight = 9;
     const int y = placeOf(row).y();
     // Settled as a whole; then the pointer is elsewhere too.
-    return scene->view().picture(QRect(m_dialog.place.left() + 20, y - HalfHeight,
-                                       m_dialog.place.width() - 150, 2 * HalfHeight));
+    return scene->view().picture(QRect(preferences.place.left() + 20, y - HalfHeight,
+                                       preferences.place.width() - 150, 2 * HalfHeight));
 }
 
 bool tst_Preferences::clickRow(Row row) const
@@ -155,14 +146,15 @@ bool tst_Preferences::toggleApprovalByKeys() const
 bool tst_Preferences::browse()
 {
     // From the dialog's first control over the line edit.
-    const bool isPressed = user().moveWindow(m_dialog.id, {10, 430}) && user().tapKey(u"Tab"_s) &&
-                           user().tapKey(u"Tab"_s) && user().tapKey(u"space"_s);
+    const bool isPressed = user().moveWindow(preferences.id, {10, 430}) &&
+                           user().tapKey(u"Tab"_s) && user().tapKey(u"Tab"_s) &&
+                           user().tapKey(u"space"_s);
     browser = scene->waitForDialog(BrowserTitle).value_or(SeenWindow());
     const qint64 process = scene->server().processId();
     const auto isMoved = [&] {
         browser = scene->view().dialog(process, BrowserTitle).value_or(SeenWindow());
-        m_dialog = scene->view().dialog(process, Title).value_or(SeenWindow());
-        return browser.place.bottom() < m_dialog.place.top();
+        preferences = scene->view().dialog(process, Title).value_or(SeenWindow());
+        return browser.place.bottom() < preferences.place.top();
     };
     return isPressed && user().moveWindow(browser.id, {200, 0}) && waitUntil(isMoved);
 }
@@ -179,7 +171,7 @@ bool tst_Preferences::leaveBrowser() const
         }
     }
     return waitUntil(isGone) &&
-           waitUntil([this] { return scene->view().activeWindow() == m_dialog.id; });
+           waitUntil([this] { return scene->view().activeWindow() == preferences.id; });
 }
 
 bool tst_Preferences::hasLogonEntry() const
@@ -213,8 +205,8 @@ void tst_Preferences::looksAsItShould()
         qunsetenv(variable.section(u'=', 0, 0).toLatin1().constData());
     }
     QVERIFY(isOpen);
-    QCOMPARE(m_dialog.title, Title);
-    QCOMPARE(m_dialog.place.size(), size);
+    QCOMPARE(preferences.title, Title);
+    QCOMPARE(preferences.place.size(), size);
     QVERIFY(
         scene->view().saveScreenshot(u"preferences-"_s + QLatin1String(QTest::currentDataTag())));
     QVERIFY(close());
@@ -224,11 +216,11 @@ void tst_Preferences::keepsItsSize()
 {
     QVERIFY(scene->start());
     QVERIFY(open());
-    QCOMPARE(m_dialog.place.size(), Size);
-    const QPoint corner = m_dialog.place.bottomRight() + QPoint(1, 1);
+    QCOMPARE(preferences.place.size(), Size);
+    const QPoint corner = preferences.place.bottomRight() + QPoint(1, 1);
     QVERIFY(user().drag(corner, corner + QPoint(100, 100)));
     // The title bar is what a double click makes the window fill the screen by.
-    QVERIFY(user().doubleClick(m_dialog.place.topLeft() + QPoint(100, -10)));
+    QVERIFY(user().doubleClick(preferences.place.topLeft() + QPoint(100, -10)));
     QVERIFY(clickRow(Row::Approval));
     const auto now = scene->view().dialog(scene->server().processId(), Title);
     QVERIFY(now);
@@ -251,13 +243,13 @@ void tst_Preferences::everyWayToCloseTakesTheValues()
     QVERIFY(open());
     QVERIFY(toggleApprovalByKeys());
     if (way == "button"_L1) {
-        QVERIFY(scene->clickButton(m_dialog, 0));
+        QVERIFY(scene->clickButton(preferences, 0));
     } else if (way == "box"_L1) {
-        QVERIFY(user().click(m_dialog.place.topRight() + CloseBox));
+        QVERIFY(user().click(preferences.place.topRight() + CloseBox));
     } else {
         QVERIFY(user().tapKey(way));
     }
-    QVERIFY(scene->waitUntilGone(m_dialog));
+    QVERIFY(scene->waitUntilGone(preferences));
     QVERIFY(waitUntil([this] { return stored(ApprovalKey).toBool(); }));
     QCOMPARE(stored(LogonKey).toBool(), true);
     QCOMPARE(stored(DownloadKey).toString(), home() + u"/Downloads"_s);
@@ -298,7 +290,7 @@ void tst_Preferences::keyboardReachesEveryControl()
     QVERIFY(user().tapKey(u"space"_s));
     QVERIFY(user().tapKey(u"Tab"_s));
     QVERIFY(user().tapKey(u"space"_s));
-    QVERIFY(scene->waitUntilGone(m_dialog));
+    QVERIFY(scene->waitUntilGone(preferences));
     QVERIFY(waitUntil([this] { return stored(LogonKey).isValid(); }));
     QCOMPARE(stored(ApprovalKey).toBool(), true);
     QCOMPARE(stored(LogonKey).toBool(), false);
@@ -390,10 +382,10 @@ void tst_Preferences::devicesAreServedWhileItIsOpen()
     QVERIFY(scene->start());
     QVERIFY(open());
     Handheld handheld(scene->port());
-    QCOMPARE(response(handheld.ask(commandText(u"SERVER_INFO"_s))), u"OK"_s);
+    QCOMPARE(response(handheld.ask(serverInfo())), u"OK"_s);
     QVERIFY(scene->showsLight(StatusLight::Green));
     QVERIFY(browse());
-    QCOMPARE(response(handheld.ask(commandText(u"SERVER_INFO"_s))), u"OK"_s);
+    QCOMPARE(response(handheld.ask(serverInfo())), u"OK"_s);
 }
 
 void tst_Preferences::folderEnteredWhileBrowsingIsTakenAtOnce()
@@ -430,8 +422,7 @@ void tst_Preferences::folderEnteredByMouseIsWhereFilesGo()
     QCOMPARE(stored(DownloadKey).toString(), folder);
 
     Handheld handheld(scene->port());
-    const QByteArray request = commandText(u"FILE_TRANSFER_AND_OPEN"_s,
-                                           {{u"cmdParameters"_s, QStringList{u"song"_s, u"1"_s}}});
+    const QByteArray request = fileRequest(u"song"_s, u"1"_s);
     QCOMPARE(response(handheld.ask(request)), u"START_BINARY_TRANSFER"_s);
     QCOMPARE(response(handheld.answer()), u"OK"_s);
     QCOMPARE(Folders::fileBytes(folder + u"/song"_s), request);
@@ -446,7 +437,7 @@ void tst_Preferences::folderOnlyChosenIsNotTaken()
     QVERIFY(user().click(browser.place.topLeft() + FirstFolder));
     QVERIFY(user().click(browser.place.topLeft() + ChooseButton));
     QVERIFY(scene->waitUntilGone(browser));
-    QVERIFY(waitUntil([this] { return scene->view().activeWindow() == m_dialog.id; }));
+    QVERIFY(waitUntil([this] { return scene->view().activeWindow() == preferences.id; }));
     QVERIFY(closeByEscape());
     QVERIFY(waitUntil([this] { return stored(DownloadKey).isValid(); }));
     QCOMPARE(stored(DownloadKey).toString(), home() + u"/Downloads"_s);

@@ -4,8 +4,8 @@
 // The program quillmote against the real server on a real desktop, and against servers that are
 // none.
 
-#include "support/InputWatcher.h"
-#include "support/ServerScene.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/InputWatcher.h"
 
 #include <QElapsedTimer>
 #include <QJsonDocument>
@@ -114,7 +114,7 @@ QByteArray smallPdf()
 class TerminalWindow
 {
 public:
-    explicit TerminalWindow(QString socket) : m_socket(std::move(socket))
+    explicit TerminalWindow(QString socket) : socketPath(std::move(socket))
     {
         (*this)({u"-f"_s, u"/dev/null"_s, u"new-session"_s, u"-d"_s, u"-x"_s, u"100"_s, u"-y"_s,
                  u"20"_s, u"env PS1='prompt> ' sh"_s});
@@ -126,13 +126,13 @@ public:
     /// Runs a command of tmux in it.
     QByteArray operator()(const QStringList &arguments) const
     {
-        return outputOf(u"tmux"_s, QStringList{u"-S"_s, m_socket} + arguments);
+        return outputOf(u"tmux"_s, QStringList{u"-S"_s, socketPath} + arguments);
     }
 
     QByteArray screen() const { return (*this)({u"capture-pane"_s, u"-p"_s}); }
 
 private:
-    QString m_socket;
+    QString socketPath;
 };
 
 } // namespace

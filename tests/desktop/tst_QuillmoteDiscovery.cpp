@@ -3,9 +3,9 @@
 
 // How the program quillmote finds servers: it runs on a second host of the same network.
 
-#include "support/AvahiDaemon.h"
-#include "support/NetworkNamespaces.h"
-#include "support/ServerScene.h"
+#include "support/session/AvahiDaemon.h"
+#include "support/session/NetworkNamespaces.h"
+#include "support/session/ServerScene.h"
 
 #include <QElapsedTimer>
 #include <QFile>

@@ -3,10 +3,10 @@
 
 // What the program quillmote says and leaves behind: refusals, JSON, waiting, balloons that last.
 
-#include "support/ClipboardOwner.h"
-#include "support/NotificationDesk.h"
-#include "support/RecordingOpener.h"
-#include "support/ServerScene.h"
+#include "support/session/ClipboardOwner.h"
+#include "support/session/NotificationDesk.h"
+#include "support/session/RecordingOpener.h"
+#include "support/session/ServerScene.h"
 
 #include <QElapsedTimer>
 #include <QFile>

@@ -4,9 +4,9 @@
 // How the program quillmote sends files to the real server: what arrives, and what it says.
 
 #include "support/Folders.h"
-#include "support/QuillmoteRun.h"
-#include "support/RecordingOpener.h"
-#include "support/ServerScene.h"
+#include "support/session/QuillmoteRun.h"
+#include "support/session/RecordingOpener.h"
+#include "support/session/ServerScene.h"
 
 #include <QDir>
 #include <QJsonDocument>

@@ -3,9 +3,9 @@
 
 // What a server, or whoever gives quillmote its arguments, can do to the terminal that it runs in.
 
-#include "support/ChildProcess.h"
-#include "support/PseudoTerminal.h"
 #include "support/Waiting.h"
+#include "support/process/ChildProcess.h"
+#include "support/process/PseudoTerminal.h"
 
 #include <QElapsedTimer>
 #include <QRegularExpression>

@@ -4,11 +4,11 @@
 // Texts and double clicks from the program quillmote, as they arrive in a text field of another
 // program.
 
-#include "support/ClipboardOwner.h"
 #include "support/Folders.h"
-#include "support/InputWatcher.h"
-#include "support/QuillmoteRun.h"
-#include "support/ServerScene.h"
+#include "support/session/ClipboardOwner.h"
+#include "support/session/QuillmoteRun.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/InputWatcher.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -24,18 +24,19 @@ namespace {
 class Field
 {
 public:
-    explicit Field(const ServerScene &scene, int pasteTime = 30) : m_scene(scene)
+    explicit Field(const ServerScene &scene, int pasteTime = 30) : surroundings(scene)
     {
         QFile::remove(record());
-        m_program.setProcessEnvironment(scene.session().environment());
-        m_program.start(QStringLiteral(TEXT_FIELD), {record(), QString::number(pasteTime)});
+        process.setProcessEnvironment(scene.session().environment());
+        process.start(QStringLiteral(TEXT_FIELD), {record(), QString::number(pasteTime)});
     }
 
     bool isReady() const
     {
         return waitUntil([this] {
-            const auto window = m_scene.view().dialog(m_program.processId(), u"Field"_s);
-            return window && m_scene.view().activeWindow() == window->id && QFile::exists(record());
+            const auto window = surroundings.view().dialog(process.processId(), u"Field"_s);
+            return window && surroundings.view().activeWindow() == window->id &&
+                   QFile::exists(record());
         });
     }
 
@@ -47,14 +48,14 @@ public:
     }
     QPoint center() const
     {
-        return m_scene.view().dialog(m_program.processId(), u"Field"_s)->place.center();
+        return surroundings.view().dialog(process.processId(), u"Field"_s)->place.center();
     }
 
 private:
-    QString record() const { return m_scene.session().path(u"field"_s); }
+    QString record() const { return surroundings.session().path(u"field"_s); }
 
-    const ServerScene &m_scene;
-    ChildProcess m_program;
+    const ServerScene &surroundings;
+    ChildProcess process;
 };
 
 QByteArray outputOf(const QString &program, const QStringList &arguments)

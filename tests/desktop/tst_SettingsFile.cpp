@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/Confinement.h"
 #include "support/Folders.h"
-#include "support/ServerScene.h"
+#include "support/process/Confinement.h"
+#include "support/session/ServerScene.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -18,16 +18,10 @@ namespace {
 
 const QString DeviceKey = u"pairedDeviceList"_s;
 
-QByteArray pairing(const QString &device)
-{
-    return commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{device, u"Anna"_s}}});
-}
-
 bool pairs(quint16 port, const QString &device)
 {
     Handheld handheld(port);
-    const auto answer = handheld.ask(pairing(device));
-    return answer && answer->value(u"serverResponse"_s) == u"OK"_s;
+    return response(handheld.ask(pairing(device))) == u"OK"_s;
 }
 
 void setPermissions(const QString &path, mode_t mode)
@@ -178,8 +172,7 @@ void tst_SettingsFile::missingHomeIsSurvived()
     QVERIFY(scene->showsLight(StatusLight::Orange));
     QVERIFY(pairs(scene->port(), u"new"_s));
     Handheld handheld(scene->port());
-    QVERIFY(handheld.ask(commandText(u"FILE_TRANSFER_AND_OPEN"_s,
-                                     {{u"cmdParameters"_s, QStringList{u"photo"_s, u"10"_s}}})));
+    QVERIFY(handheld.ask(fileRequest(u"photo"_s, u"10"_s)));
     QVERIFY(handheld.sendAndSettle("some bytes"));
     QCOMPARE(scene->server().end(), std::optional(0));
     QVERIFY(!QFileInfo::exists(scene->session().home()));

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/ProcessTables.h"
-#include "support/ServerScene.h"
+#include "support/process/ProcessTables.h"
+#include "support/session/ServerScene.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -22,11 +22,6 @@ constexpr int TrayGrace = 10'000;
 
 const QString PairedDevices = u"pairedDeviceList"_s;
 const QStringList EarlierDevices{u"old-1"_s, u"old-2"_s};
-
-QByteArray pairing(const QString &device)
-{
-    return commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{device, u"Anna"_s}}});
-}
 
 } // namespace
 
@@ -281,7 +276,7 @@ void tst_StartAndEnd::runsWithoutStandardStreams()
     QVERIFY(scene->port() != 0);
     QVERIFY(scene->showsLight(StatusLight::Orange));
     Handheld handheld(scene->port());
-    QVERIFY(handheld.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(handheld.ask(serverInfo()));
 }
 
 void tst_StartAndEnd::runsWithASessionBus()
@@ -302,7 +297,7 @@ void tst_StartAndEnd::secondServerListensBesideTheFirst()
     QVERIFY(second.port() != scene->port());
     QCOMPARE(second.end(), std::optional(0));
     Handheld handheld(scene->port());
-    QVERIFY(handheld.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(handheld.ask(serverInfo()));
 }
 
 QTEST_GUILESS_MAIN(tst_StartAndEnd)

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/Confinement.h"
 #include "support/Folders.h"
-#include "support/ProcessMemory.h"
-#include "support/RecordingOpener.h"
-#include "support/ServerScene.h"
+#include "support/process/Confinement.h"
+#include "support/process/ProcessMemory.h"
+#include "support/session/RecordingOpener.h"
+#include "support/session/ServerScene.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -28,33 +28,6 @@ constexpr qsizetype KiB = 1024;
 constexpr qsizetype MiB = 1024 * KiB;
 /// The most that a test has waiting for the server at once. A sender's system holds 4 MiB at most.
 constexpr qsizetype LargestRead = 2 * MiB;
-
-QString response(const std::optional<QVariantMap> &answer)
-{
-    return answer ? answer->value(u"serverResponse"_s).toString() : u"no answer"_s;
-}
-
-QByteArray fileRequest(const QString &name, const QString &size)
-{
-    return commandText(u"FILE_TRANSFER_AND_OPEN"_s,
-                       {{u"cmdParameters"_s, QStringList{name, size}}});
-}
-
-QByteArray fileRequest(const QString &name, qint64 size)
-{
-    return fileRequest(name, QString::number(size));
-}
-
-/// The request with the size that is exceeded by the content's last byte and not before. The
-/// request's own bytes count, and their number depends on the size that they announce.
-QByteArray exactRequest(const QString &name, qint64 contentSize)
-{
-    QByteArray request = fileRequest(name, contentSize);
-    for (int round = 0; round < 3; ++round) {
-        request = fileRequest(name, request.size() + contentSize - 1);
-    }
-    return request;
-}
 
 /// A file name that no earlier run, of a broken server say, can have left in a shared folder.
 const QString &nameOfThisRun()
@@ -201,7 +174,7 @@ bool tst_Transfers::sendAsOneRead(Handheld &handheld, const QByteArray &bytes) c
 bool tst_Transfers::servesOthers() const
 {
     Handheld other(scene->port());
-    return response(other.ask(commandText(u"SERVER_INFO"_s))) == u"OK"_s;
+    return response(other.ask(serverInfo())) == u"OK"_s;
 }
 
 void tst_Transfers::fileBeginsWithItsRequestAndIsOpened_data()
@@ -264,7 +237,7 @@ void tst_Transfers::fileNotLargerThanItsRequestIsCompleteAtOnce()
     QCOMPARE(Folders::fileBytes(received(u"small"_s)), request);
     QVERIFY(waitUntil([&] { return opener->opened() == QStringList{received(u"small"_s)}; }));
     // Read as a token again.
-    QCOMPARE(response(handheld.ask(commandText(u"SERVER_INFO"_s))), u"OK"_s);
+    QCOMPARE(response(handheld.ask(serverInfo())), u"OK"_s);
     QCOMPARE(Folders::fileBytes(received(u"small"_s)), request);
 }
 
@@ -348,13 +321,13 @@ void tst_Transfers::bytesInTheLastReadAreAllKept()
     const QByteArray file = Folders::fileBytes(received(u"late"_s));
     QCOMPARE(file.size(), request.size() + sent);
     QVERIFY(file == request + content);
-    QCOMPARE(response(handheld.ask(commandText(u"SERVER_INFO"_s))), u"OK"_s);
+    QCOMPARE(response(handheld.ask(serverInfo())), u"OK"_s);
 }
 
 void tst_Transfers::tokensDuringATransferGoIntoTheFile()
 {
     QVERIFY(scene->start());
-    const QByteArray token = commandText(u"SERVER_INFO"_s);
+    const QByteArray token = serverInfo();
     const QByteArray request = exactRequest(u"mixed"_s, token.size() + 1);
     Handheld handheld(scene->port());
     QVERIFY(beginTransfer(handheld, request));
@@ -509,7 +482,7 @@ void tst_Transfers::nameThatCannotBeStoredTakesNothing()
     Handheld handheld(scene->port());
     QVERIFY(beginTransfer(handheld, fileRequest(name, 10)));
     QVERIFY(handheld.sendAndSettle(QByteArray(100'000, 'x')));
-    QVERIFY(handheld.sendAndSettle(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(handheld.sendAndSettle(serverInfo()));
     QVERIFY(!handheld.hasUnreadAnswer());
     handheld.leave();
     QVERIFY(servesOthers());

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/NotificationDesk.h"
-#include "support/ServerScene.h"
+#include "support/session/NotificationDesk.h"
+#include "support/session/ServerScene.h"
 
 #include <QMap>
 #include <QTest>
@@ -172,8 +172,7 @@ void tst_TrayByDBus::devicesAreAnnounced()
 {
     QVERIFY(start());
     Handheld handheld(scene->port());
-    QVERIFY(handheld.ask(
-        commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{u"id-1"_s, u"Anna"_s}}})));
+    QVERIFY(handheld.ask(pairing(u"id-1"_s, u"Anna"_s)));
     QVERIFY(isAnnounced(u"Device Connected "_s));
     handheld.leave();
     QVERIFY(isAnnounced(u"Device Disconnected "_s));
@@ -198,8 +197,7 @@ void tst_TrayByDBus::refusedDeviceIsAnnounced()
 {
     QVERIFY(askBeforePairing());
     Handheld handheld(scene->port());
-    QVERIFY(handheld.send(
-        commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{u"id-1"_s, u"Anna"_s}}})));
+    QVERIFY(handheld.send(pairing(u"id-1"_s, u"Anna"_s)));
     QVERIFY(scene->waitForDialog(u"VornaServer"_s));
     QVERIFY(scene->user().tapKey(u"Escape"_s));
     QVERIFY(handheld.answer());
@@ -245,7 +243,7 @@ void tst_TrayByDBus::startStopItemIsRenamed()
     QVERIFY(!Handheld(firstPort).isConnected());
     desk->click(icon, item(u"Start Server"_s).number);
     QVERIFY(waitUntil([this] { return hasItem(u"Stop Server"_s); }));
-    QVERIFY(Handheld(scene->port()).ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(Handheld(scene->port()).ask(serverInfo()));
 }
 
 void tst_TrayByDBus::quitEndsTheProgram()
@@ -342,8 +340,7 @@ void tst_TrayByDBus::quitWhileADialogIsOpenEndsInOrder()
     QFETCH(QString, label);
     QVERIFY(start());
     Handheld handheld(scene->port());
-    QVERIFY(handheld.ask(
-        commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{u"id-1"_s, u"Anna"_s}}})));
+    QVERIFY(handheld.ask(pairing(u"id-1"_s, u"Anna"_s)));
     QVERIFY(openDialog(label));
     if (label == preferencesLabel) {
         QVERIFY(scene->user().tapKey(u"space"_s));
@@ -359,14 +356,13 @@ void tst_TrayByDBus::quitWhileAQuestionIsOpenRefusesTheDevice()
 {
     QVERIFY(askBeforePairing());
     Handheld handheld(scene->port());
-    QVERIFY(handheld.send(
-        commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{u"id-1"_s, u"Anna"_s}}})));
+    QVERIFY(handheld.send(pairing(u"id-1"_s, u"Anna"_s)));
     QVERIFY(scene->waitForDialog(u"VornaServer"_s));
     choose(u"Quit"_s);
     QCOMPARE(scene->server().waitForEnd(), std::optional(0));
     const auto answer = handheld.answer();
     QVERIFY(answer);
-    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"ERROR"_s);
+    QCOMPARE(response(answer), u"ERROR"_s);
 }
 
 QTEST_GUILESS_MAIN(tst_TrayByDBus)

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/LackOfPorts.h"
-#include "support/ServerScene.h"
-#include "support/TrayDouble.h"
+#include "support/process/LackOfPorts.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/TrayDouble.h"
 
 #include <QTest>
 
@@ -173,12 +173,12 @@ void tst_TrayIcon::turnsOrangeWhenOneOfTwoDevicesLeaves()
     QVERIFY(scene->start());
     Handheld staying(scene->port());
     Handheld leaving(scene->port());
-    QVERIFY(staying.ask(commandText(u"SERVER_INFO"_s)));
-    QVERIFY(leaving.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(staying.ask(serverInfo()));
+    QVERIFY(leaving.ask(serverInfo()));
     QVERIFY(scene->showsLight(StatusLight::Green));
     leaving.leave();
     QVERIFY(scene->showsLight(StatusLight::Orange));
-    QVERIFY(staying.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(staying.ask(serverInfo()));
 }
 
 void tst_TrayIcon::startBalloonIsSeenAtTheIcon()
@@ -236,10 +236,9 @@ void tst_TrayIcon::pairingReplacesTheBalloon()
     QVERIFY(waitUntil([&] { return scene->view().balloon(process).has_value(); }));
     const SeenWindow first = scene->view().balloon(process).value_or(SeenWindow());
     Handheld handheld(scene->port());
-    const auto answer = handheld.ask(commandText(
-        u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{u"id-1"_s, u"Anna's handheld"_s}}}));
+    const auto answer = handheld.ask(pairing(u"id-1"_s, u"Anna's handheld"_s));
     QVERIFY(answer);
-    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"OK"_s);
+    QCOMPARE(response(answer), u"OK"_s);
     QVERIFY(waitUntil([&] {
         const auto now = scene->view().balloon(process);
         return now && now->id != first.id;
@@ -270,16 +269,16 @@ void tst_TrayIcon::restartedServerServesDevices()
 {
     QVERIFY(scene->start());
     Handheld early(scene->port());
-    QVERIFY(early.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(early.ask(serverInfo()));
     QVERIFY(stopByMenu());
     // A connection from before the stop goes on.
-    QVERIFY(early.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(early.ask(serverInfo()));
     QVERIFY(scene->menu().choose(Item::StartStop));
     QVERIFY(scene->showsLight(StatusLight::Orange));
     Handheld late(scene->port());
-    QVERIFY(late.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(late.ask(serverInfo()));
     QVERIFY(scene->showsLight(StatusLight::Green));
-    QVERIFY(early.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(early.ask(serverInfo()));
 }
 
 void tst_TrayIcon::aboutBoxNamesTheProgram()

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "support/InputWatcher.h"
-#include "support/ServerScene.h"
+#include "support/session/ServerScene.h"
+#include "support/x11/InputWatcher.h"
 
 #include <QTest>
 
@@ -442,13 +442,12 @@ void tst_TypingOnTheDesktop::refusedDeviceStillTypes()
     QVERIFY(scene->waitUntilGone(*preferences));
 
     Handheld handheld(scene->port());
-    QVERIFY(handheld.send(
-        commandText(u"SERVER_PAIR"_s, {{ParametersKey, QStringList{u"id"_s, u"Refused"_s}}})));
+    QVERIFY(handheld.send(pairing(u"id"_s, u"Refused"_s)));
     QVERIFY(scene->waitForDialog(u"VornaServer"_s));
     QVERIFY(scene->user().tapKey(u"Escape"_s));
     const auto answer = handheld.answer();
     QVERIFY(answer);
-    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"ERROR"_s);
+    QCOMPARE(response(answer), u"ERROR"_s);
 
     watcher->takeFocus();
     QVERIFY(scene->user().moveTo(Rest));

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "support/Folders.h"
-#include "support/RecordingOpener.h"
-#include "support/ServerScene.h"
+#include "support/session/RecordingOpener.h"
+#include "support/session/ServerScene.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -112,7 +112,7 @@ void tst_UrlOpening::fileIsOpened()
     Handheld handheld(scene->port());
     const auto answer = handheld.ask(urlCommand(u"file://"_s + path));
     QVERIFY(answer);
-    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"OK"_s);
+    QCOMPARE(response(answer), u"OK"_s);
     QVERIFY(hasOpened({path}));
 }
 
@@ -154,7 +154,7 @@ void tst_UrlOpening::addressThatNothingOpensIsAnsweredOk()
     Handheld handheld(scene->port());
     const auto answer = handheld.ask(urlCommand(url));
     QVERIFY(answer);
-    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"OK"_s);
+    QCOMPARE(response(answer), u"OK"_s);
     QVERIFY(handheld.ask(urlCommand(u"http://example.org/next"_s)));
     QVERIFY(hasOpened({u"http://example.org/next"_s}));
 }
@@ -192,7 +192,7 @@ void tst_UrlOpening::optionsNeverReachTheOpener()
     for (const char *url : {"--help", "-x", "%2dx", "%2D%2Dhelp", "-", "-%2f", "../x"}) {
         const auto answer = handheld.ask(urlCommand(QLatin1String(url)));
         QVERIFY(answer);
-        QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"OK"_s);
+        QCOMPARE(response(answer), u"OK"_s);
     }
     QVERIFY(waitUntil([&] { return handedOver() == QStringList{u"../x"_s}; }));
     const QString next = u"http://example.org/next"_s;
@@ -214,7 +214,7 @@ void tst_UrlOpening::floodOfAddressesStartsFewPrograms()
         for (int i = 0; i < Count / 4; ++i) {
             const auto answer = handheld.ask(urlCommand(u"http://example.org/"_s));
             QVERIFY(answer);
-            QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"OK"_s);
+            QCOMPARE(response(answer), u"OK"_s);
         }
     }
     // What is opened last is written down last, or nearly so.
@@ -243,7 +243,7 @@ void tst_UrlOpening::openerMayRunOn()
     Handheld handheld(scene->port());
     QVERIFY(handheld.ask(urlCommand(u"http://example.org/long"_s)));
     QVERIFY(hasOpened({u"http://example.org/long"_s}));
-    QVERIFY(handheld.ask(commandText(u"SERVER_INFO"_s)));
+    QVERIFY(handheld.ask(serverInfo()));
     QFile pipe(release);
     QVERIFY(waitUntil([&] { return pipe.exists(); }));
     QVERIFY(pipe.open(QIODevice::WriteOnly));
@@ -261,7 +261,7 @@ void tst_UrlOpening::isAnsweredWithoutAnyOpener()
     Handheld handheld(scene->port());
     const auto answer = handheld.ask(urlCommand(u"http://example.org/"_s));
     QVERIFY(answer);
-    QCOMPARE(answer->value(u"serverResponse"_s).toString(), u"OK"_s);
+    QCOMPARE(response(answer), u"OK"_s);
     QVERIFY(opener->opened().isEmpty());
 }
 

@@ -62,27 +62,27 @@ class RecordingEventServices final : public platform::EventServices
 {
 public:
     /// `record` must outlive the services.
-    explicit RecordingEventServices(EventRecord &record) : m_record(record) {}
+    explicit RecordingEventServices(EventRecord &record) : sharedRecord(record) {}
 
     platform::Location pointerLocation() override
     {
-        m_record.calls.push_back(EventRecord::LocationQuestion{});
-        m_record.onLocationQuestion();
-        return m_record.location;
+        sharedRecord.calls.push_back(EventRecord::LocationQuestion{});
+        sharedRecord.onLocationQuestion();
+        return sharedRecord.location;
     }
 
     void postKeyboard(const platform::KeyboardEvent &event) override
     {
-        m_record.calls.push_back(event);
+        sharedRecord.calls.push_back(event);
     }
 
     void postMouse(std::optional<platform::SourceState> source,
                    std::span<const platform::MouseEvent> events, platform::EventTap tap) override
     {
-        m_record.calls.push_back(
+        sharedRecord.calls.push_back(
             EventRecord::MousePost{source, {events.begin(), events.end()}, tap});
     }
 
 private:
-    EventRecord &m_record;
+    EventRecord &sharedRecord;
 };

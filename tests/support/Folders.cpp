@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "Folders.h"
+#include "support/Folders.h"
 
 #include <QCryptographicHash>
 #include <QDirIterator>

@@ -6,10 +6,10 @@
 #include "doubles/RecordedBalloons.h"
 #include "doubles/RecordingHost.h"
 #include "doubles/RecordingWindowAdapters.h"
-#include "support/DialogVisitor.h"
 #include "support/MessageRecorder.h"
-#include "support/PrivateHome.h"
-#include "support/ServedPeer.h"
+#include "support/protocol/ServedPeer.h"
+#include "support/session/DialogVisitor.h"
+#include "support/session/PrivateHome.h"
 
 #include <QCheckBox>
 #include <QLineEdit>

@@ -8,11 +8,11 @@
 #include "doubles/RecordingHost.h"
 #include "doubles/RecordingWindowAdapters.h"
 #include "preferences/ConfigDialog.h"
-#include "support/DescriptorLimit.h"
-#include "support/DialogVisitor.h"
 #include "support/MessageRecorder.h"
-#include "support/PrivateHome.h"
-#include "support/ServedPeer.h"
+#include "support/process/DescriptorLimit.h"
+#include "support/protocol/ServedPeer.h"
+#include "support/session/DialogVisitor.h"
+#include "support/session/PrivateHome.h"
 
 #include <QAction>
 #include <QCheckBox>

@@ -5,10 +5,10 @@
 
 #include "doubles/MemorySocket.h"
 #include "net/ConnectionResources.h"
-#include "support/Delivery.h"
 #include "support/MessageRecorder.h"
-#include "support/PrivateHome.h"
-#include "support/SocketPair.h"
+#include "support/protocol/Delivery.h"
+#include "support/protocol/SocketPair.h"
+#include "support/session/PrivateHome.h"
 
 #include <QDir>
 #include <QMetaMethod>

@@ -3,7 +3,7 @@
 
 #include "net/DownloadFile.h"
 
-#include "support/PrivateHome.h"
+#include "support/session/PrivateHome.h"
 
 #include <QDir>
 #include <QFile>

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "platform/linux/applications/DesktopApplication.h"
-#include "support/ChildProcess.h"
 #include "support/Waiting.h"
+#include "support/process/ChildProcess.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "platform/SettingsFile.h"
-#include "support/PrivateHome.h"
+#include "support/session/PrivateHome.h"
 
 #include <QElapsedTimer>
 #include <QFileInfo>

@@ -4,8 +4,8 @@
 #include "platform/linux/applications/DesktopEntry.h"
 #include "platform/linux/session/XdgAutostart.h"
 #include "startup/settingsManagerMac.h"
-#include "support/ChildProcess.h"
 #include "support/Waiting.h"
+#include "support/process/ChildProcess.h"
 
 #include <QDir>
 #include <QFile>

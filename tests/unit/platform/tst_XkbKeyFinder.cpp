@@ -3,8 +3,8 @@
 
 #include "platform/linux/input/XkbHandles.h"
 #include "platform/linux/input/XkbKeyFinder.h"
-#include "support/KeyboardDrawing.h"
-#include "support/LayoutSigns.h"
+#include "support/x11/KeyboardDrawing.h"
+#include "support/x11/LayoutSigns.h"
 
 #include <QTest>
 

@@ -4,7 +4,7 @@
 #include "preferences/ConfigDialog.h"
 
 #include "preferences/ConfigurationPage.h"
-#include "support/DialogVisitor.h"
+#include "support/session/DialogVisitor.h"
 
 #include <QApplication>
 #include <QBoxLayout>

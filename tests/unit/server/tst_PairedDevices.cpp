@@ -3,7 +3,7 @@
 
 #include "server/PairedDevices.h"
 
-#include "support/PrivateHome.h"
+#include "support/session/PrivateHome.h"
 
 #include <QElapsedTimer>
 #include <QTest>

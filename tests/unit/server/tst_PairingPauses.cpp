@@ -1,59 +1,21 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "app/PairingQuestion.h"
-#include "doubles/RecordingHost.h"
-#include "server/Server.h"
-#include "support/DialogVisitor.h"
-#include "support/MessageRecorder.h"
-#include "support/PrivateHome.h"
-#include "support/ServedPeer.h"
+#include "unit/server/PairingFixture.h"
 
-#include <QAbstractButton>
 #include <QElapsedTimer>
 #include <QMenu>
-#include <QMessageBox>
-#include <QTest>
 
-#include <memory>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-using BoxVisitor = DialogVisitor<QMessageBox>;
-
-void press(const QMessageBox &box, const QString &text)
-{
-    for (QAbstractButton *candidate : box.buttons()) {
-        if (candidate->text() == text) {
-            QTest::mouseClick(candidate, Qt::LeftButton);
-        }
-    }
-}
-
-QByteArray pairRequest(const QByteArray &identifier)
-{
-    return "{ cmdType = SERVER_PAIR; cmdParameters = (" + identifier + ", My device); }";
-}
-
-QString response(const TokenMap &answer)
-{
-    return answer.value(u"serverResponse"_s).toString();
-}
-
-} // namespace
-
 /// Devices that were refused and ask again.
-class tst_PairingPauses : public QObject
+class tst_PairingPauses : public PairingFixture
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void aRefusedDeviceWaitsAndIsServedMeanwhile();
     void thePauseGrows();
     void anotherDeviceDoesNotWait();
@@ -64,7 +26,6 @@ private slots:
     void theEndOfTheProgramRefusesThoseThatWait();
 
 private:
-    bool isRemembered(const QString &device) { return server->deviceIsPresent(device); }
     /// As if the user had refused the device in other connections: it waits 1, 2 or 4 seconds.
     void refuse(const QString &device, int times)
     {
@@ -73,30 +34,7 @@ private:
             QVERIFY(!server->pairingRequestForDevice(device, u"name"_s));
         }
     }
-
-    std::unique_ptr<PrivateHome> home;
-    RecordingHost host;
-    std::unique_ptr<MessageRecorder> messages;
-    std::unique_ptr<Server> server;
 };
-
-void tst_PairingPauses::init()
-{
-    home = std::make_unique<PrivateHome>();
-    messages = std::make_unique<MessageRecorder>();
-    host.reset();
-    server = std::make_unique<Server>(nullptr, host.serverAdapters(askAboutPairing));
-    server->setNeedsPairingApproval(true);
-    QVERIFY(server->startServer());
-}
-
-void tst_PairingPauses::cleanup()
-{
-    server.reset();
-    messages.reset();
-    QSettings().clear();
-    home.reset();
-}
 
 void tst_PairingPauses::aRefusedDeviceWaitsAndIsServedMeanwhile()
 {

@@ -4,10 +4,10 @@
 #include "server/Server.h"
 
 #include "doubles/RecordingHost.h"
-#include "support/DescriptorLimit.h"
 #include "support/MessageRecorder.h"
-#include "support/PrivateHome.h"
-#include "support/ServedPeer.h"
+#include "support/process/DescriptorLimit.h"
+#include "support/protocol/ServedPeer.h"
+#include "support/session/PrivateHome.h"
 
 #include <QHostInfo>
 #include <QMetaMethod>

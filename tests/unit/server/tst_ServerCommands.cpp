@@ -7,9 +7,9 @@
 #include "net/ClientHandler.h"
 #include "server/Server.h"
 #include "support/MessageRecorder.h"
-#include "support/PrivateHome.h"
-#include "support/ServedPeer.h"
-#include "support/SocketPair.h"
+#include "support/protocol/ServedPeer.h"
+#include "support/protocol/SocketPair.h"
+#include "support/session/PrivateHome.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -43,11 +43,6 @@ const char *const leftClick = "1 2";
 const char *const rightClick = "3 4";
 const char *const centerClick = "25 26";
 const char *const move = "5";
-
-QString response(const TokenMap &answer)
-{
-    return answer.value(u"serverResponse"_s).toString();
-}
 
 QByteArray command(const QByteArray &type, const QByteArray &rest = QByteArray())
 {

@@ -1,54 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "app/PairingQuestion.h"
-#include "doubles/RecordingHost.h"
-#include "server/Server.h"
-#include "support/DialogVisitor.h"
-#include "support/MessageRecorder.h"
-#include "support/PrivateHome.h"
-#include "support/ServedPeer.h"
+#include "unit/server/PairingFixture.h"
 
-#include <QAbstractButton>
 #include <QLabel>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
 #include <QSignalSpy>
-#include <QTest>
-
-#include <memory>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-using BoxVisitor = DialogVisitor<QMessageBox>;
-
-QAbstractButton *button(const QMessageBox &box, const QString &text)
-{
-    for (QAbstractButton *candidate : box.buttons()) {
-        if (candidate->text() == text) {
-            return candidate;
-        }
-    }
-    return nullptr;
-}
-
-void press(const QMessageBox &box, const QString &text)
-{
-    QTest::mouseClick(button(box, text), Qt::LeftButton);
-}
-
-QByteArray pairRequest(const QByteArray &identifier)
-{
-    return "{ cmdType = SERVER_PAIR; cmdParameters = (" + identifier + ", My device); }";
-}
-
-QString response(const TokenMap &answer)
-{
-    return answer.value(u"serverResponse"_s).toString();
-}
 
 /// The boxes that are on the screen.
 QList<QMessageBox *> openBoxes()
@@ -65,14 +27,11 @@ QList<QMessageBox *> openBoxes()
 
 } // namespace
 
-class tst_ServerPairing : public QObject
+class tst_ServerPairing : public PairingFixture
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void theBoxAsksAboutTheDevice();
     void aLongNameIsCut_data();
     void aLongNameIsCut();
@@ -97,33 +56,7 @@ private slots:
     void boxesAreAnsweredInAnyOrder();
     void theBoxBlocksNoOtherWindow();
     void aDeviceTooManyIsAcceptedAndNotRemembered();
-
-private:
-    bool isRemembered(const QString &device) { return server->deviceIsPresent(device); }
-
-    std::unique_ptr<PrivateHome> home;
-    RecordingHost host;
-    std::unique_ptr<MessageRecorder> messages;
-    std::unique_ptr<Server> server;
 };
-
-void tst_ServerPairing::init()
-{
-    home = std::make_unique<PrivateHome>();
-    messages = std::make_unique<MessageRecorder>();
-    host.reset();
-    server = std::make_unique<Server>(nullptr, host.serverAdapters(askAboutPairing));
-    server->setNeedsPairingApproval(true);
-    QVERIFY(server->startServer());
-}
-
-void tst_ServerPairing::cleanup()
-{
-    server.reset();
-    messages.reset();
-    QSettings().clear();
-    home.reset();
-}
 
 // ---- The box ------------------------------------------------------------------------------------
 

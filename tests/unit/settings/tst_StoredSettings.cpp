@@ -3,7 +3,7 @@
 
 #include "settings/Settings.h"
 
-#include "support/PrivateHome.h"
+#include "support/session/PrivateHome.h"
 
 #include <QDir>
 #include <QSettings>

@@ -1,0 +1,161 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "adapters/X11Scene.h"
+#include "doubles/RecordingEventServices.h"
+#include "platform/linux/input/NullEventServices.h"
+
+#include <QRegularExpression>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+using namespace platform;
+
+/// What every adapter of the contract promises, whatever it does with the events.
+class tst_EventServicesContract : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void theLocationIsTheSameUntilSomethingMoves_data() { addAdapters(); }
+    void theLocationIsTheSameUntilSomethingMoves();
+    void aClickMovesNothing_data() { addAdapters(); }
+    void aClickMovesNothing();
+    void keysMayComeInAnyOrder_data() { addAdapters(); }
+    void keysMayComeInAnyOrder();
+    void anyCodeAndAnyFlagsAreTaken_data() { addAdapters(); }
+    void anyCodeAndAnyFlagsAreTaken();
+    void anyPositionIsTaken_data() { addAdapters(); }
+    void anyPositionIsTaken();
+    void noEventsAreNoEvents_data() { addAdapters(); }
+    void noEventsAreNoEvents();
+    void theEndMayComeBetweenPressAndRelease_data() { addAdapters(); }
+    void theEndMayComeBetweenPressAndRelease();
+
+private:
+    static void addAdapters();
+    std::unique_ptr<EventServices> makeAdapter(const QByteArray &name);
+
+    std::unique_ptr<X11Scene> scene;
+    EventRecord record;
+};
+
+void tst_EventServicesContract::addAdapters()
+{
+    QTest::addColumn<QByteArray>("adapter");
+    for (const char *name : {"null", "recording", "X11"}) {
+        QTest::newRow(name) << QByteArray(name);
+    }
+}
+
+std::unique_ptr<EventServices> tst_EventServicesContract::makeAdapter(const QByteArray &name)
+{
+    if (name == "X11") {
+        return scene->makeServices();
+    }
+    if (name == "recording") {
+        return std::make_unique<RecordingEventServices>(record);
+    }
+    return std::make_unique<NullEventServices>(u"No input here."_s);
+}
+
+void tst_EventServicesContract::init()
+{
+    scene = std::make_unique<X11Scene>();
+    QVERIFY(scene->isReady());
+    record = {};
+}
+
+void tst_EventServicesContract::cleanup()
+{
+    // Whatever was posted, and however it ended.
+    QTRY_VERIFY(scene->isNothingDown());
+    scene.reset();
+}
+
+void tst_EventServicesContract::theLocationIsTheSameUntilSomethingMoves()
+{
+    QFETCH(QByteArray, adapter);
+    const auto services = makeAdapter(adapter);
+    const Location location = services->pointerLocation();
+    services->postKeyboard({0, true, 0, EventTap::Session});
+    services->postKeyboard({0, false, 0, EventTap::Session});
+    QCOMPARE(services->pointerLocation(), location);
+}
+
+void tst_EventServicesContract::aClickMovesNothing()
+{
+    QFETCH(QByteArray, adapter);
+    const auto services = makeAdapter(adapter);
+    const Location location = services->pointerLocation();
+    const std::vector<MouseEvent> click = {{MouseEventType::LeftDown, location, MouseButton::Left},
+                                           {MouseEventType::LeftUp, location, MouseButton::Left}};
+    services->postMouse(SourceState::HidSystem, click, EventTap::Hid);
+    QCOMPARE(services->pointerLocation(), location);
+}
+
+void tst_EventServicesContract::keysMayComeInAnyOrder()
+{
+    QFETCH(QByteArray, adapter);
+    const auto services = makeAdapter(adapter);
+    for (const bool isDown : {false, true, true, false, false, true, false}) {
+        services->postKeyboard({12, isDown, Flag::Command, EventTap::Session});
+    }
+    services->postMouse({},
+                        std::vector{MouseEvent{MouseEventType::OtherUp, {}, MouseButton::Center}},
+                        EventTap::Hid);
+    QVERIFY(std::isfinite(services->pointerLocation().x));
+}
+
+void tst_EventServicesContract::anyCodeAndAnyFlagsAreTaken()
+{
+    QFETCH(QByteArray, adapter);
+    const auto services = makeAdapter(adapter);
+    for (const int code : {0, 55, 57, 57, 63, 127, 128, 130, 0xffff}) {
+        for (const bool isDown : {true, false}) {
+            services->postKeyboard(
+                {static_cast<KeyCode>(code), isDown, ~EventFlags{0}, EventTap::Session});
+        }
+    }
+    QVERIFY(std::isfinite(services->pointerLocation().x));
+}
+
+void tst_EventServicesContract::anyPositionIsTaken()
+{
+    QFETCH(QByteArray, adapter);
+    const auto services = makeAdapter(adapter);
+    for (const double value : {-1e300, -70000., 0., 70000., 1e300, std::nan("")}) {
+        services->postMouse({}, std::vector{MouseEvent{.position = {value, value}}}, EventTap::Hid);
+    }
+    const Location location = services->pointerLocation();
+    QVERIFY(std::isfinite(location.x) && std::isfinite(location.y));
+}
+
+void tst_EventServicesContract::noEventsAreNoEvents()
+{
+    QFETCH(QByteArray, adapter);
+    const auto services = makeAdapter(adapter);
+    const Location location = services->pointerLocation();
+    QTest::failOnWarning(QRegularExpression(u".*"_s));
+    services->postMouse({}, {}, EventTap::Hid);
+    QCOMPARE(services->pointerLocation(), location);
+}
+
+void tst_EventServicesContract::theEndMayComeBetweenPressAndRelease()
+{
+    QFETCH(QByteArray, adapter);
+    auto services = makeAdapter(adapter);
+    services->postKeyboard({12, true, Flag::Command | Flag::Shift, EventTap::Session});
+    services->postMouse({},
+                        std::vector{MouseEvent{MouseEventType::LeftDown, {}, MouseButton::Left}},
+                        EventTap::Hid);
+    services.reset();
+}
+
+QTEST_GUILESS_MAIN(tst_EventServicesContract)
+#include "tst_EventServicesContract.moc"
