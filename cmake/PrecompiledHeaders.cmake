@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 
 # Most of what there is to compile are the toolkit's headers. With VORNA_PRECOMPILE they are read
-# once. That a file includes what it uses is shown by the presets without it.
+# once. That a file includes what it uses is shown by the presets that do without.
 set(vorna_headers_CORE
   QByteArray QCoreApplication QDir QFile QFileInfo QHash QList QObject QPointer QRegularExpression
   QSettings QSocketNotifier QStandardPaths QString QStringList QTimer QVariant
@@ -25,7 +25,8 @@ function(vorna_precompile target)
   foreach(group IN LISTS ARGN)
     list(APPEND headers ${vorna_headers_${group}})
   endforeach()
-  list(TRANSFORM headers REPLACE "(.+)" "<\\1>")
+  # A Mac's sources in Objective-C++ do without.
+  list(TRANSFORM headers REPLACE "(.+)" "$<$<COMPILE_LANGUAGE:CXX>:<\\1$<ANGLE-R>>")
   target_precompile_headers(${target} PRIVATE ${headers})
 endfunction()
 

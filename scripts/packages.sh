@@ -36,7 +36,7 @@ test_packages() {
     build_packages
     demo_packages
     mac_check_packages
-    printf '%s\n' avahi-daemon avahi-utils clang clang-format-16 desktop-file-utils dex fish git \
+    printf '%s\n' avahi-daemon avahi-utils clang clang-format-16 clang-tidy desktop-file-utils dex fish git \
         libclang-rt-14-dev libfaketime libglib2.0-bin lld man-db mandoc poppler-utils \
         python3 shellcheck socat tmux wmctrl xclip zsh
 }

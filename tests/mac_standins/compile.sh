@@ -13,7 +13,7 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 root=$(cd "$here/../.." && pwd)
 
 cmake -G Ninja -S "$root" -B "$folder" --toolchain "$here/toolchain.cmake" \
-    -DMAC_ARCHITECTURE="$architecture" -DVORNA_WERROR=ON \
+    -DMAC_ARCHITECTURE="$architecture" -DVORNA_WERROR=ON -DVORNA_PRECOMPILE=ON \
     -DCMAKE_PREFIX_PATH=/usr/lib/x86_64-linux-gnu/cmake \
     -DCMAKE_PROJECT_INCLUDE="$here/packages.cmake"
 

@@ -86,16 +86,16 @@ private:
     /// What the program wrote; empty until it is complete.
     QStringList record() const;
 
-    ChildProcess m_bus;
+    ChildProcess busDaemon;
     std::unique_ptr<QTemporaryDir> folder;
 };
 
 // The bus must be there before the first question, as the toolkit connects once.
 void tst_DesktopApplication::initTestCase()
 {
-    m_bus.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
-    QVERIFY2(waitUntil([this] { return m_bus.canReadLine(); }), "dbus-daemon did not start");
-    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.readLine().trimmed());
+    busDaemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
+    QVERIFY2(waitUntil([this] { return busDaemon.canReadLine(); }), "dbus-daemon did not start");
+    qputenv("DBUS_SESSION_BUS_ADDRESS", busDaemon.readLine().trimmed());
     qunsetenv("DISPLAY");
 }
 

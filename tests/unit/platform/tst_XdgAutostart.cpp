@@ -27,7 +27,7 @@ namespace {
 class Autostart
 {
 public:
-    QString path() const { return m_home.filePath(u"config/autostart"_s); }
+    QString path() const { return scratch.filePath(u"config/autostart"_s); }
     QString file(const QString &name) const { return path() + u'/' + name; }
 
     void write(const QString &name, const QByteArray &text) const
@@ -68,7 +68,7 @@ public:
     }
 
 private:
-    QTemporaryDir m_home;
+    QTemporaryDir scratch;
 };
 
 QByteArray entryOf(const QByteArray &path, const QByteArray &moreLines = {})
