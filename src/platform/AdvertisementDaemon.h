@@ -8,16 +8,16 @@
 
 namespace platform {
 
-/// Watches the host's DNS-SD daemon for as long as it lives.
+/// Watches the host's DNS-SD daemon during its own life.
 class AdvertisementDaemonWatch
 {
 public:
     virtual ~AdvertisementDaemonWatch() = default;
 };
 
-/// Calls back, from the event loop, each time the daemon appears: started after this program, or
-/// again after it had ended. What was registered with the daemon before is void then. Never null;
-/// on hosts whose daemon cannot be watched it never calls.
+/// Calls back, from the event loop, each time the daemon appears: when it is started after this
+/// program, or again after it had ended. Earlier registrations are lost then. Never null; if the
+/// daemon of a host cannot be watched, it never calls.
 std::unique_ptr<AdvertisementDaemonWatch> watchAdvertisementDaemon(std::function<void()> appeared);
 
 } // namespace platform

@@ -7,8 +7,8 @@
 
 namespace platform {
 
-/// What the host's own application framework needs besides the toolkit: loaded on construction,
-/// given back on destruction.
+/// What the host's own application framework needs besides the toolkit: loaded by the constructor,
+/// released by the destructor.
 class ApplicationRuntime
 {
 public:

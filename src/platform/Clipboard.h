@@ -11,8 +11,8 @@
 
 namespace platform {
 
-/// The longest text that is handed on, in bytes as its owner gives it, or in characters where the
-/// toolkit does.
+/// The longest text that is passed on, in bytes as its owner sends it, or in characters if the
+/// toolkit reads it.
 constexpr qsizetype maximumClipboardText = 16 * 1024 * 1024;
 
 /// The desktop's clipboard, used on the thread of the event loop only.
@@ -25,12 +25,12 @@ public:
 
     virtual ~Clipboard() = default;
 
-    /// Replaces what is there by plain text.
+    /// Replaces the contents by plain text.
     virtual void setText(const QString &text) = 0;
 
-    /// Calls the receiver once: at once, or later from the event loop where the text must be asked
-    /// of another program. Never waits for that program. The receiver is dropped when the
-    /// clipboard object goes first.
+    /// Calls the receiver once: at once, or later from the event loop if another program must be
+    /// asked for the text. Never waits for that program. If the clipboard object is destroyed
+    /// first, the receiver is not called.
     virtual void requestText(TextReceiver receiver) = 0;
 };
 

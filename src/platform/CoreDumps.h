@@ -5,11 +5,11 @@
 
 namespace platform {
 
-/// Should this process crash, its memory is not written to a file: it holds what was typed and
-/// copied.
+/// If this process crashes, its memory is not written to a file, because it holds what was typed
+/// and copied.
 ///
 /// Programs that it starts inherit the limit and may raise it again, as `ulimit -c` does: the hard
-/// limit stays as it is.
+/// limit is not changed.
 void forbidCoreDumps();
 
 } // namespace platform

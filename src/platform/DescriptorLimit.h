@@ -5,11 +5,11 @@
 
 namespace platform {
 
-/// Lets this process open up to 8,192 descriptors, one a connection, if the system's hard limit
-/// allows that many, and else as many as that. Sessions usually start programs with 1,024.
+/// Lets this process open up to 8,192 descriptors, one for each connection, or as many as the
+/// system's hard limit allows. Sessions usually start programs with 1,024.
 ///
-/// Programs that this process starts inherit the limit, which is why it is not raised further: some
-/// walk through all possible descriptors when they start.
+/// Programs that this process starts inherit the limit. It is not raised further because some of
+/// them walk through all possible descriptors when they start.
 void raiseDescriptorLimit();
 
 /// How many descriptors this process may have open.

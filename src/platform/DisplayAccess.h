@@ -8,8 +8,8 @@
 
 namespace platform {
 
-/// What the command line says about the display; empty where it says nothing. It counts before the
-/// environment.
+/// The display as the command line chooses it; empty where it says nothing. It takes precedence
+/// over the environment.
 struct DisplayChoice
 {
     QByteArray plugin; ///< The toolkit's plugin for displays, such as "xcb" or "offscreen".
@@ -22,8 +22,8 @@ struct DisplayChoice
 /// can be opened, or when the chosen plugin needs none.
 QString displayProblem(const DisplayChoice &choice);
 
-/// Makes the chosen display the one of all adapters and of the programs that are started; the
-/// toolkit alone reads the command line. To be called before the application object is made.
+/// Makes all adapters and all programs that are started use the chosen display; otherwise only the
+/// toolkit would, which reads the command line. To be called before the application object is made.
 void adoptDisplay(const DisplayChoice &choice);
 
 } // namespace platform

@@ -73,18 +73,18 @@ struct MouseEvent
 /// The desktop's input: reads the pointer, posts keyboard and mouse events.
 ///
 /// Used on the thread of the event loop only. No operation reports failure: a host that cannot do
-/// what is asked tells the user once, by a warning message, and goes on doing nothing.
+/// what is asked warns the user once, by a message, and then does nothing.
 class EventServices
 {
 public:
     virtual ~EventServices() = default;
 
-    /// Where the pointer is now; (0, 0) where the host does not tell.
+    /// Where the pointer is now; (0, 0) if the host does not report it.
     virtual Location pointerLocation() = 0;
 
-    /// Posts one press or release. During the key exactly the modifiers that the flags name are in
-    /// effect, besides those that the host's layout needs for the key's character. What a press
-    /// does for that, its release undoes; a key that is still down at the end of the services is
+    /// Posts one press or release. During the key exactly those modifiers are in effect that the
+    /// flags name, and those that the host's layout needs for the key's character. A release undoes
+    /// whatever its press did for that; a key that is still down at the end of the services is
     /// released. A code without a meaning on the host posts nothing.
     virtual void postKeyboard(const KeyboardEvent &event) = 0;
 

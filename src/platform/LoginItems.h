@@ -24,8 +24,8 @@ public:
     virtual int count() const = 0;
     /// Path that entry `index` (0 to count() - 1) starts; empty when the entry names none.
     virtual QString pathAt(int index) const = 0;
-    /// Whether that path has `name`, which is not empty, in it anywhere and in any letter case.
-    /// Which letters are cases of one another is the host's to say.
+    /// Whether that path contains `name`, which is not empty, anywhere and in any letter case. The
+    /// host decides which letters differ in case only.
     virtual bool pathContains(int index, const QString &name) const
     {
         return pathAt(index).contains(name, Qt::CaseInsensitive);

@@ -15,8 +15,8 @@ class Screens
 public:
     virtual ~Screens() = default;
 
-    /// The size of the desktop over all its screens as it is now, in the unit of the pointer's
-    /// moves (EventServices): whatever scale the toolkit draws at. (0, 0) without a screen.
+    /// The current size of the desktop over all its screens, in the unit of the pointer's moves
+    /// (EventServices), whatever scale the toolkit draws at. (0, 0) without a screen.
     virtual QSize desktopSize() = 0;
 };
 

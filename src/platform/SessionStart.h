@@ -9,20 +9,20 @@
 
 namespace platform {
 
-/// How the host starts this program with the user's session where it no longer reads its own list
-/// of login items.
+/// Starts this program with the user's session on hosts that no longer read their list of login
+/// items.
 class SessionStart
 {
 public:
     virtual ~SessionStart() = default;
 
     /// Starts the program at `applicationPath` with the session, or no longer. Changes nothing that
-    /// is as asked already, and nothing that the user has switched off in the host's own settings.
-    /// A failure is told to the user by a warning message.
+    /// is already as requested, and nothing that the user has switched off in the host's own
+    /// settings. A failure is reported to the user by a warning message.
     virtual void setEnabled(bool enable, const QString &applicationPath) = 0;
 };
 
-/// The host's current means; never null. Where the list of login items counts, it does nothing.
+/// Never null. Does nothing on hosts that read the list of login items.
 std::unique_ptr<SessionStart> makeSessionStart();
 
 } // namespace platform

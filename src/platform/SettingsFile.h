@@ -13,9 +13,9 @@ namespace platform {
 
 using Setting = std::pair<QString, QVariant>;
 
-/// Writes these values to the application's settings and leaves all others there as they are. Where
-/// the settings are a file, a failure at any moment leaves the old one or the new one. Another
-/// program that seems to write it too is waited for, two seconds at most.
+/// Writes these values to the application's settings and does not change any others. If the
+/// settings are a file, a failure at any moment leaves either the old or the new one. If another
+/// program seems to be writing it, waits two seconds at most.
 void storeSettings(const std::vector<Setting> &values);
 
 } // namespace platform

@@ -7,21 +7,21 @@
 
 namespace platform {
 
-/// While it lives, SIGTERM, SIGINT and SIGHUP end the program in order, so that what is written at
-/// the end gets written. It needs no application object and is made before everything else: what
-/// comes earlier is the host's affair. At most one may exist.
+/// While it lives, SIGTERM, SIGINT and SIGHUP end the program in order, so that everything is
+/// written that is written at the end. It needs no application object and is made before everything
+/// else; signals that come earlier are left to the host. At most one may exist.
 class TerminationSignals
 {
 public:
     /// From now on a signal exits the program with status 0, at once: there is nothing to write
-    /// yet. Lets the signals through if the program was started with them blocked.
+    /// yet. Unblocks the signals if the program was started with them blocked.
     TerminationSignals();
     ~TerminationSignals();
     TerminationSignals(const TerminationSignals &) = delete;
     TerminationSignals &operator=(const TerminationSignals &) = delete;
 
-    /// From now on a signal exits every event loop with status 0, also those that are entered after
-    /// it has come: none is lost between two loops. Needs the application object.
+    /// From now on a signal exits every event loop with status 0, including those that are entered
+    /// later, so none is lost between two loops. Needs the application object.
     void endEventLoops();
 
     /// Whether a signal has come since then.

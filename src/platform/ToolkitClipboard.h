@@ -7,8 +7,8 @@
 
 namespace platform {
 
-/// The clipboard as the toolkit offers it. Reads at once, so it is for hosts on which that does not
-/// wait for other programs.
+/// The clipboard as the toolkit offers it. It reads the text at once, so it is for hosts where that
+/// does not wait for other programs.
 class ToolkitClipboard : public Clipboard
 {
 public:

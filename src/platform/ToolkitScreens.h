@@ -7,7 +7,8 @@
 
 namespace platform {
 
-/// The screens as the toolkit sees them, for hosts whose pointer moves in the toolkit's own unit.
+/// The screens as the toolkit sees them, for hosts where the pointer moves in the toolkit's own
+/// unit.
 class ToolkitScreens : public Screens
 {
 public:

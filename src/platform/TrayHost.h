@@ -7,10 +7,10 @@
 
 namespace platform {
 
-/// Waits until something shows tray icons, or until the time is over; runs an event loop meanwhile.
+/// Waits until a tray shows icons, or until the time is over; runs an event loop meanwhile.
 ///
-/// The toolkit decides at the first tray question how it will show the icon and keeps to it for
-/// ever, so this must come before any other use of its tray icon.
+/// The toolkit decides how it will show the icon when it is first asked about a tray, and never
+/// changes that, so this must come before any other use of its tray icon.
 void waitForTrayHost(std::chrono::milliseconds limit);
 
 } // namespace platform

@@ -12,13 +12,15 @@
 #include "fuzz/Finding.h"
 #include "fuzz/NaiveDownload.h"
 #include "net/DownloadFile.h"
-#include "platform/posix/Beneath.h"
+#include "platform/posix/ComponentWalk.h"
 #include "platform/posix/Descriptor.h"
 
 #include <QFile>
 
 #include <cstddef>
 #include <cstdint>
+
+#include <fcntl.h>
 
 namespace {
 

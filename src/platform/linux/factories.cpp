@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// Every adapter of this host is chosen here. Tests that bring their own factories replace all of
-// these that they reach: the linker takes this file as a whole or not at all.
+// All adapters of this host are chosen here. The linker takes this file as a whole or not at all,
+// so a test with factories of its own has to bring every one that it reaches.
 
 #include "platform/AdvertisementDaemon.h"
 #include "platform/ApplicationRuntime.h"
@@ -108,7 +108,7 @@ std::unique_ptr<LoginItems> makeLoginItems()
     return std::make_unique<XdgAutostart>(config + "/autostart"_L1);
 }
 
-// Sessions read the autostart folder, and that is the list of login items here.
+// Sessions read the autostart folder, which is the list of login items here.
 std::unique_ptr<SessionStart> makeSessionStart()
 {
     struct TheListCounts : SessionStart
@@ -118,7 +118,7 @@ std::unique_ptr<SessionStart> makeSessionStart()
     return std::make_unique<TheListCounts>();
 }
 
-// The toolkit is all that a program needs here.
+// Programs need nothing but the toolkit here.
 std::unique_ptr<ApplicationRuntime> loadApplicationRuntime()
 {
     struct NothingToLoad : ApplicationRuntime
@@ -143,7 +143,7 @@ std::unique_ptr<AdvertisementDaemonWatch> watchAdvertisementDaemon(std::function
 std::unique_ptr<NotificationDaemon> watchNotificationDaemon(const QSystemTrayIcon &icon,
                                                             std::function<void()> ready)
 {
-    // An icon that is a window of ours has balloons that are windows of ours.
+    // If the icon is one of our windows, so are its balloons.
     if (icon.geometry().isValid()) {
         return nullptr;
     }

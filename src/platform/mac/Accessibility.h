@@ -5,11 +5,11 @@
 
 namespace platform {
 
-/// Whether the user lets this program post keys and clicks. Without it the system drops them
-/// silently.
+/// Whether the user allows this program to post keys and clicks. Without that the system silently
+/// drops them.
 namespace Accessibility {
 
-/// Asks the user, by the system's own question, if nobody has allowed it yet; does not wait for the
+/// Asks the user with the system's own dialog if it is not allowed yet; does not wait for the
 /// answer. True when it is allowed already.
 bool request();
 

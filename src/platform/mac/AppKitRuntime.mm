@@ -8,7 +8,8 @@
 namespace platform {
 namespace {
 
-/// AppKit, loaded, and a pool for what is autoreleased outside of the event loop's own pools.
+/// Loads AppKit, and holds a pool for objects that are autoreleased outside of the event loop's own
+/// pools.
 class AppKitRuntime final : public ApplicationRuntime
 {
 public:

@@ -9,14 +9,15 @@
 
 namespace platform {
 
-/// The system's own register of programs that start at logon (macOS 13 and later), as the user sees
-/// it in the settings under Login Items.
+/// The system's own register of programs that start at logon (macOS 13 and later), which the user
+/// sees in the settings under Login Items.
 ///
-/// What the user has switched off there stays off: turning it on again is the user's.
+/// If the user has switched the program off there, it stays off: only the user can switch it on
+/// again.
 class AppService final : public SessionStart
 {
 public:
-    /// False on systems before macOS 13; nothing else of this class may be used then.
+    /// False before macOS 13; nothing else of this class may be used then.
     static bool isAvailable();
 
     void setEnabled(bool enable, const QString &applicationPath) override;

@@ -9,8 +9,8 @@
 
 #import <Foundation/Foundation.h>
 
-/// The part of SMAppService that is needed. Declared here, as the header has it only since the SDK
-/// of macOS 13, and the program starts on earlier systems too.
+/// The part of SMAppService that is needed. It is declared here because the header is part of the
+/// SDK only since macOS 13, and the program runs on earlier systems too.
 @protocol VornaAppService
 + (id<VornaAppService>)mainAppService;
 - (NSInteger)status;
@@ -21,7 +21,7 @@
 namespace platform {
 namespace {
 
-// What status answers.
+// The values of `status`.
 enum Status : NSInteger { NotRegistered = 0, Enabled = 1, RequiresApproval = 2, NotFound = 3 };
 
 Class serviceClass()
@@ -61,7 +61,7 @@ bool AppService::isAvailable()
     return serviceClass() != Nil;
 }
 
-/// The system knows the path from the bundle that runs.
+/// The system takes the path from the running bundle.
 void AppService::setEnabled(bool enable, const QString & /*applicationPath*/)
 {
     @autoreleasepool {

@@ -6,8 +6,8 @@
 #import <Foundation/Foundation.h>
 #import <ScriptingBridge/ScriptingBridge.h>
 
-/// What most applications' scripting dictionaries offer; the bridge adds it to their objects while
-/// the program runs.
+/// Commands of most applications' scripting dictionaries; the bridge adds them to its objects at
+/// run time.
 @interface SBApplication (StandardSuite)
 - (void)run;
 - (NSString *)name;
@@ -16,8 +16,8 @@
 namespace platform {
 namespace {
 
-/// An application whose dictionary lacks a command raises; nothing is told then. The pool takes
-/// what the bridge leaves to one.
+/// An application whose dictionary lacks a command throws, which is not reported. The pool takes
+/// what the bridge autoreleases.
 template <typename Command> void silently(Command command)
 {
     @autoreleasepool {

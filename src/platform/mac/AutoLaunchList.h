@@ -9,9 +9,10 @@
 namespace platform {
 
 /// The list that the login window keeps in its preferences: dictionaries with a "Path", a "Hide"
-/// and what else their programs wrote.
+/// and whatever else other programs wrote.
 ///
-/// A missing list is an empty one. A value that is no list is read as an empty one and left alone.
+/// A missing list is an empty one. A value that is not a list is read as an empty list and not
+/// changed.
 class AutoLaunchList final : public LoginItems
 {
 public:
@@ -27,11 +28,11 @@ public:
     void save() override;
 
 private:
-    /// Null when the entry is no dictionary, or its path no string.
+    /// Null when the entry is not a dictionary, or its path not a string.
     CFStringRef pathStringAt(int index) const;
 
     CFOwner<CFStringRef> bundlePath;
-    /// What the preferences held; may be null or of any type.
+    /// The value in the preferences; may be null or of any type.
     CFOwner<CFPropertyListRef> stored;
     CFOwner<CFMutableArrayRef> entries;
 };

@@ -15,8 +15,8 @@ struct CFReleaser
     void operator()(CFTypeRef object) const { CFRelease(object); }
 };
 
-/// Owns one reference to a CoreFoundation object, such as those that a function with Create or Copy
-/// in its name returns, and releases it; may be null.
+/// Owns one reference to a CoreFoundation object and releases it; may be null. Functions with
+/// Create or Copy in their names return such references.
 template <typename Reference>
 using CFOwner = std::unique_ptr<std::remove_pointer_t<Reference>, CFReleaser>;
 

@@ -9,13 +9,13 @@
 namespace platform {
 namespace {
 
-/// The string as the system keeps it, where that can be read without a copy, else null.
+/// The string in its own storage if it can be read there without a copy, else null.
 const char *cString(CFStringRef string)
 {
     return CFStringGetCStringPtr(string, CFStringGetSystemEncoding());
 }
 
-/// The system's encoding is one of many one-byte encodings; they agree on ASCII only.
+/// The system's encoding may be any of many one-byte encodings, which have only ASCII in common.
 bool isAscii(std::string_view bytes)
 {
     return std::all_of(bytes.begin(), bytes.end(), [](unsigned char byte) { return byte < 0x80; });

@@ -9,8 +9,8 @@
 
 namespace platform {
 
-/// The characters of a CFString; empty for null and for an object of another type, as it may come
-/// from a file that other programs write.
+/// The characters of a CFString; empty for null and for an object of another type, which a file
+/// that other programs write may contain.
 QString textOf(CFTypeRef string);
 
 CFOwner<CFStringRef> stringOf(const QString &text);

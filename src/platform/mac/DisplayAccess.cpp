@@ -5,7 +5,7 @@
 
 namespace platform {
 
-// The window server has no name to get wrong; what the toolkit says must do.
+// The window server has no name that could be wrong, so the toolkit's own message has to do.
 QString displayProblem(const DisplayChoice & /*choice*/)
 {
     return {};

@@ -71,7 +71,7 @@ void LaunchAgent::write(const QByteArray &content) const
     }
 }
 
-/// The program is opened, not executed: a program that runs already is not started twice then.
+/// The program is opened, not executed, so that it is not started a second time if it already runs.
 QByteArray LaunchAgent::text(const QString &label, const QString &applicationPath)
 {
     QByteArray content;

@@ -14,8 +14,8 @@ public:
     /// `agentLabel` names the agent and its file, as `label.plist`.
     LaunchAgent(const QString &agentFolder, const QString &agentLabel);
 
-    /// The file appears complete or not at all. Only a bundle can be opened; for anything else
-    /// nothing is written.
+    /// The file appears complete or not at all. Only a bundle can be opened; for anything else no
+    /// file is written.
     void setEnabled(bool enable, const QString &applicationPath) override;
 
     /// The property list that opens the bundle at `applicationPath`; any path is allowed.

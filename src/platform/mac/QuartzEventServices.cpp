@@ -93,8 +93,8 @@ void QuartzEventServices::postMouse(std::optional<SourceState> state,
     }
 }
 
-/// The user may have allowed it meanwhile; then there is nothing to tell. At the start there is no
-/// tray icon yet that could tell it.
+/// The user may have allowed it meanwhile; then there is nothing to report. At the start it could
+/// not be reported, because there is no tray icon yet.
 void QuartzEventServices::warnOnceWithoutPermission()
 {
     if (isSettled) {

@@ -7,8 +7,8 @@
 
 namespace platform {
 
-/// Posts to the window server. Keyboard events have no source; flags are set, not added, so what
-/// the user holds down has no part in them.
+/// Posts to the window server. Keyboard events have no source; their flags are set, not added, so
+/// modifiers that the user holds are ignored.
 class QuartzEventServices final : public EventServices
 {
 public:
@@ -23,7 +23,7 @@ public:
 private:
     void warnOnceWithoutPermission();
 
-    /// Nothing needs to be told any more.
+    /// Nothing needs to be reported any more.
     bool isSettled;
 };
 

@@ -7,7 +7,7 @@
 
 namespace platform {
 
-// The system keeps them, and nobody locks them.
+// The system stores them, and no program locks them.
 void storeSettings(const std::vector<Setting> &values)
 {
     QSettings settings;

@@ -25,7 +25,7 @@ struct DirectoryCloser
 
 const int keepaliveIdleOption = TCP_KEEPALIVE;
 
-// The resource limit may read "unlimited"; this is what the kernel grants.
+// The resource limit may be "unlimited"; this is the number that the kernel allows.
 int grantedDescriptors()
 {
     return getdtablesize();

@@ -5,7 +5,7 @@
 
 namespace platform {
 
-// The menu bar is there before any program is.
+// The menu bar exists before any program starts.
 void waitForTrayHost(std::chrono::milliseconds /*limit*/) {}
 
 } // namespace platform

@@ -5,7 +5,7 @@
 
 namespace platform {
 
-// The pasteboard server holds the text, so reading it waits for no other program.
+// The pasteboard server holds the text, so reading it does not wait for another program.
 std::unique_ptr<Clipboard> makeClipboard()
 {
     return std::make_unique<ToolkitClipboard>();

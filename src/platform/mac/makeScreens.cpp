@@ -5,7 +5,7 @@
 
 namespace platform {
 
-// Events and the toolkit count in points here, both.
+// Events and the toolkit both count in points here.
 std::unique_ptr<Screens> makeScreens()
 {
     return std::make_unique<ToolkitScreens>();

@@ -18,7 +18,7 @@ LaunchAgent userAgent()
                        QStringLiteral(VORNA_BUNDLE_IDENTIFIER));
 }
 
-/// An agent from before the system was upgraded would start the program a second time.
+/// If the system was upgraded, an agent from before would start the program a second time.
 class AppServiceInPlaceOfAgent final : public SessionStart
 {
 public:

@@ -9,8 +9,8 @@
 
 namespace platform {
 
-/// One byte, not none: nothing fits into it either, and Linux hands the memory to a program that
-/// collects dumps unless the limit is one.
+/// A limit of one byte, not of none: nothing fits into it either, and only with exactly one byte
+/// does Linux not give the memory to a program that collects dumps.
 void forbidCoreDumps()
 {
     rlimit limit{};

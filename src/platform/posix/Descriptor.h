@@ -11,7 +11,7 @@
 class Descriptor
 {
 public:
-    /// \param opened what an opening call returned: none if below zero
+    /// \param opened the result of an opening call: no descriptor if negative
     explicit Descriptor(int opened) : number(opened) {}
     Descriptor(Descriptor &&other) noexcept : number(other.release()) {}
     Descriptor &operator=(Descriptor &&other) noexcept
@@ -28,7 +28,7 @@ public:
 
     bool isOpen() const { return number >= 0; }
     int get() const { return number; }
-    /// Leaves it to the caller.
+    /// Passes it to the caller, who must close it.
     int release() { return std::exchange(number, -1); }
 
 private:

@@ -42,7 +42,7 @@ int countOpenDescriptors()
         }
         count += entry->d_name[0] != '.';
     }
-    // Without the one of the directory itself.
+    // The descriptor of the directory itself does not count.
     return std::max(count - 1, 0);
 }
 

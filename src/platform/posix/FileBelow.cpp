@@ -28,7 +28,7 @@ int openFileBelow(const QByteArray &directory, const QByteArray &path)
         return -1;
     }
     Descriptor file(openBeneath(root.get(), path));
-    // Asked of what was opened: a pipe that somebody reads opens at once, and so do devices.
+    // Checked after opening: a pipe that has a reader opens at once, and so do devices.
     return file.isOpen() && isRegularFile(file) ? file.release() : -1;
 }
 

@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::array handledSignals = {SIGTERM, SIGINT, SIGHUP};
 
-// Of the signal handlers, in which little is allowed.
+// Used by the signal handlers, in which little is allowed.
 std::atomic<int> wakeUpDescriptor = -1;
 volatile std::sig_atomic_t signalHasCome = 0;
 
@@ -68,7 +68,7 @@ void letThrough()
 struct TerminationSignals::Private
 {
     std::array<int, 2> pipe = {-1, -1};
-    QPointer<QSocketNotifier> notifier; // the application's; it may go first
+    QPointer<QSocketNotifier> notifier; // Owned by the application; may be destroyed first.
 };
 
 TerminationSignals::TerminationSignals() : d(std::make_unique<Private>())
@@ -97,8 +97,8 @@ void TerminationSignals::endEventLoops()
     }
     d->notifier =
         new QSocketNotifier(d->pipe[0], QSocketNotifier::Read, QCoreApplication::instance());
-    // exit() and not quit(): a window that wants to stay open has no say. Nobody reads the byte, so
-    // this is called again in every loop that is entered: exit() has no effect on later ones.
+    // exit() and not quit(), which a window may refuse. Nobody reads the byte, so this is called
+    // again in every loop that is entered later, for which the call of exit() does not count.
     QObject::connect(d->notifier, &QSocketNotifier::activated, [] { QCoreApplication::exit(0); });
     wakeUpDescriptor = d->pipe[1];
     signalHasCome = 0;

@@ -11,7 +11,7 @@
 
 using namespace Qt::StringLiterals;
 
-/// What every adapter of platform::LoginItems promises. A derived class brings an adapter and the
+/// What every adapter of platform::LoginItems promises. A derived class provides an adapter and the
 /// list behind it; run it by QTest::qExec().
 class LoginItemsContract : public QObject
 {
@@ -20,7 +20,7 @@ class LoginItemsContract : public QObject
 protected:
     /// Replaces the list behind the adapter by entries of other programs with these paths.
     virtual void seed(const QStringList &paths) = 0;
-    /// The adapter, on the list as it stands now.
+    /// The adapter, on the current list.
     virtual std::unique_ptr<platform::LoginItems> open() = 0;
 
     QStringList paths(const platform::LoginItems &items) const
@@ -32,7 +32,7 @@ protected:
         return all;
     }
 
-    /// The saved list. Adapters order new entries differently, so the order is left out.
+    /// The saved list. Adapters order new entries differently, so the order is ignored.
     QStringList sortedSavedPaths()
     {
         QStringList saved = paths(*open());

@@ -19,14 +19,14 @@
 using namespace platform;
 using namespace Qt::StringLiterals;
 
-/// A program on the session bus, as it looks from there.
+/// A program on the session bus, as others on the bus see it.
 class BusProgram : public QObject
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
 
 public:
-    /// Owns the name and has the object at the path; not when the bus refuses.
+    /// Owns the name and has the object at the path, unless the bus refuses.
     BusProgram(const QString &name, const QString &path)
         : bus(QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"program"_s))
     {
@@ -90,7 +90,7 @@ private:
     std::unique_ptr<QTemporaryDir> folder;
 };
 
-// The bus must be there before the first question, as the toolkit connects once.
+// The bus must be there before the first question, because the toolkit connects only once.
 void tst_DesktopApplication::initTestCase()
 {
     busDaemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
@@ -198,7 +198,7 @@ void tst_DesktopApplication::failedStartIsSilent()
     QFETCH(QByteArray, moreLines);
     QTest::failOnWarning(QRegularExpression(u".*"_s));
     applicationOf(recordingLines("wrongly " + arguments) + moreLines).run();
-    // A program that was started all the same has written by the time that this one has.
+    // If the program had been started nevertheless, it would have written by the time this one has.
     applicationOf(recordingLines("later")).run();
     QVERIFY(waitUntil([this] { return record().contains(u"later"_s); }));
     QVERIFY(!QFileInfo::exists(folder->filePath(u"started-wrongly"_s)));
@@ -231,7 +231,7 @@ void tst_DesktopApplication::busStartsTheProgram()
                                      u"org.example.My-Player"_s);
     application.run();
     QVERIFY(waitUntil([&program] { return program.activations > 0; }));
-    // Long enough for the answer, on which the process would be started.
+    // Long enough for the answer after which the process would be started.
     applicationOf(recordingLines("later")).run();
     QVERIFY(waitUntil([this] { return record().contains(u"later"_s); }));
     QVERIFY(!QFileInfo::exists(folder->filePath(u"started-by"_s)));

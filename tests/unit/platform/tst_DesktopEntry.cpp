@@ -23,7 +23,7 @@ DesktopEntry entryOf(const QByteArray &lines)
             u"/data/applications/org.example.Player.desktop"_s};
 }
 
-/// Spelt out in failure messages, unlike a list that is not there.
+/// Readable in failure messages, unlike an absent list.
 QStringList orInvalid(const std::optional<QStringList> &arguments)
 {
     return arguments.value_or(QStringList{u"(invalid)"_s});
@@ -371,7 +371,7 @@ void tst_DesktopEntry::anyBytesAreTakenWithoutHarm_data()
     for (int round = 0; round < 50; ++round) {
         QByteArray noise(2000, '\0');
         for (char &byte : noise) {
-            // Half of the bytes are those that mean something.
+            // Half of the bytes have a meaning in such files.
             byte = random.bounded(2) == 0 ? "[]=\\\"'%;#\n $`sntrfuEx"[random.bounded(22)]
                                           : static_cast<char>(random.bounded(256));
         }
@@ -383,7 +383,7 @@ void tst_DesktopEntry::anyBytesAreTakenWithoutHarm()
 {
     QFETCH(QByteArray, text);
     const DesktopEntry entry(KeyFile::parse(text), u"/a.desktop"_s);
-    // None is of the type of an application.
+    // None of them is an application by its type.
     QVERIFY(!entry.isApplication());
     QVERIFY(!entry.program().contains(QChar(u'\0')));
     for (const QString &argument : entry.command(u"de_AT@euro"_s)) {

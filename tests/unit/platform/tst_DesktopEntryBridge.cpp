@@ -26,7 +26,8 @@ const QString Music = u"com.apple.iTunes"_s;
 
 } // namespace
 
-/// Which program a bundle identifier stands for, among the entries and lists of a made-up desktop.
+/// Which program a bundle identifier stands for, among the entries and lists of an invented
+/// desktop.
 class tst_DesktopEntryBridge : public QObject
 {
     Q_OBJECT
@@ -58,7 +59,7 @@ private slots:
     void noListsAreNoDefault();
 
 private:
-    /// Writes a file below the made-up root, such as "data/applications/a.desktop".
+    /// Writes a file below the invented root, such as "data/applications/a.desktop".
     void write(const QString &file, const QByteArray &text) const;
     /// "(none)" when there is no application.
     QString nameOf(const QString &identifier) const;
@@ -222,7 +223,7 @@ void tst_DesktopEntryBridge::otherIdentifiersHaveNoDefault()
     QCOMPARE(nameOf(u"dk.Otee.Unity_Unitron"_s), u"Unitron"_s);
 }
 
-/// Each row has the sources from its own one downwards.
+/// Each row has its own source and all that come after it.
 void tst_DesktopEntryBridge::defaultIsTakenInTheStandardsOrder_data()
 {
     QTest::addColumn<int>("firstSource");

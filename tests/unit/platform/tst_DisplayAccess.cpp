@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 using platform::displayProblem;
 
-/// Which display is looked for, and what is said when it cannot be opened. Displays that answer are
+/// Which display is looked for, and the message when it cannot be opened. Displays that answer are
 /// played by sockets of compositors; X servers are left to the tests on a desktop.
 class tst_DisplayAccess : public QObject
 {

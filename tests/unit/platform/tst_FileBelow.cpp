@@ -26,7 +26,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// By the system's best means and by those of any system: both must keep the same rules.
+/// Opens by the system's best means and by those of any system: both must follow the same rules.
 enum class Way { System, Walk };
 
 int openDescriptors()
@@ -147,7 +147,7 @@ void tst_FileBelow::pathsLeadToFilesInside_data()
         row("sub/../sub/inner/../new", "sub/new");
         row("in/new", "sub/new");
         row("chain/inner/new", "sub/inner/new");
-        // Read as text these would name other files.
+        // Read as text, these would name other files.
         row("in/../new", "new");
         row("deep/inner/../new", "sub/new");
         row("deep/inner/../../new", "new");
@@ -178,18 +178,18 @@ void tst_FileBelow::otherPathsAreRefused_data()
         const auto row = [way = way, title = title](const QByteArray &name) {
             QTest::addRow("%s: '%s'", title, name.left(40).constData()) << way << name;
         };
-        // No file's name.
+        // Not the name of a file.
         for (const char *name : {"", ".", "..", "./", "sub", "sub/", "sub/.", "sub/..", "in/",
                                  "new/", "new/.", "old/", "old/.", "up"}) {
             row(name);
         }
-        // By ".." out of the directory, also if the way leads back.
+        // Out of the directory by "..", even if the path leads back.
         for (const char *name :
              {"../new", "../kept", "sub/../../new", "../received/new", "../received-too/new",
               "sub/../../received/new", "../../../../../../../../../../tmp/new"}) {
             row(name);
         }
-        // Over links out of the directory.
+        // Out of the directory by links.
         for (const char *name :
              {"out/new", "out/kept", "out/../kept", "out/../received/new", "far/new", "far/kept",
               "far/../kept", "in/../../kept", "up/new", "up/kept", "up/received/new",
@@ -197,12 +197,12 @@ void tst_FileBelow::otherPathsAreRefused_data()
               "magic/new", "chain/../../kept"}) {
             row(name);
         }
-        // A link, wherever it leads.
+        // The file itself is a link, wherever it leads.
         for (const char *name : {"file", "kept", "dangling", "dangling-inside", "in", "out", "far",
                                  "loop", "sub/../file"}) {
             row(name);
         }
-        // Over what is no directory.
+        // Through something that is not a directory.
         for (const char *name :
              {"missing/new", "missing/../new", "old/new", "old/../new", "file/new", "file/../new",
               "loop/new", "one/new", "pipe/new", "dangling/new"}) {
@@ -259,7 +259,7 @@ void tst_FileBelow::whatChangesMeanwhileLeadsNowhereElse_data()
     fortyLinksAreFollowed_data();
 }
 
-/// A directory and a link that leads out change places all the time.
+/// A directory and a link that leads out are exchanged all the time.
 void tst_FileBelow::whatChangesMeanwhileLeadsNowhereElse()
 {
     QFETCH(Way, way);

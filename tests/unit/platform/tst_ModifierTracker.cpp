@@ -73,7 +73,7 @@ void ModifierTrackerTest::aReportFromBetweenTakesInOnlyWhatCameLater()
     tracker.release(Shift, 1);
     tracker.press(Control, 2);
     tracker.release(Control, 4);
-    // The user has pressed Shift again after our release of it.
+    // The user has pressed Shift again after we released it.
     tracker.report({.base = static_cast<ModifierMask>(Shift | Control)}, 2);
     QCOMPARE(tracker.state().base, Shift);
 }

@@ -19,14 +19,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What reaches the disk while settings are written: from one step on nothing does, and of files
-/// that were not synchronised by then nothing is left.
+/// What reaches the disk while settings are written. From a certain step on nothing does, and files
+/// that were not synchronised by then are lost.
 struct Disk
 {
     bool isWatched = false;
-    int stepsLeft = 0;                   ///< until the power is cut
-    int steps = 0;                       ///< done or lost
-    std::map<ino_t, int> unsynchronised; ///< files, each with a descriptor of our own
+    int stepsLeft = 0;                   ///< Until the power is cut.
+    int steps = 0;                       ///< Done or lost.
+    std::map<ino_t, int> unsynchronised; ///< Files, each with a descriptor of our own.
 
     void begin(int stepsUntilCut)
     {
@@ -59,7 +59,7 @@ struct Disk
         }
     }
 
-    /// Whether the next step still happens.
+    /// Whether the next step still takes effect.
     bool takesStep()
     {
         if (!isWatched) {
@@ -85,7 +85,7 @@ struct Disk
 
 Disk disk;
 
-/// The file's number; 0 for what is no file.
+/// The file's number; 0 for anything that is not a file.
 ino_t fileOf(int descriptor)
 {
     struct stat status
@@ -96,12 +96,12 @@ ino_t fileOf(int descriptor)
 
 } // namespace
 
-// These take precedence over the system's library, for the toolkit too.
+// These take precedence over the system's library, also for the toolkit.
 
 extern "C" ssize_t write(int descriptor, const void *data, size_t size)
 {
     if (disk.isWatched && fileOf(descriptor) != 0) {
-        // Before the step, which may be the last.
+        // Before the step, because that may be the last one.
         disk.hasWritten(fileOf(descriptor), descriptor);
         if (!disk.takesStep()) {
             return static_cast<ssize_t>(size);
@@ -136,7 +136,7 @@ extern "C" int linkat(int fromFolder, const char *from, int toFolder, const char
                : 0;
 }
 
-/// Whenever the power is cut, the settings are the old ones or the new ones.
+/// Whenever the power is cut, the settings are either the old or the new ones.
 class tst_PowerCut : public QObject
 {
     Q_OBJECT

@@ -84,7 +84,7 @@ void tst_Sockets::noMoreThanAskedForIsTaken()
 
 void tst_Sockets::nothingIsWaitedFor()
 {
-    // A wait would last for ever, and the test would run into its limit.
+    // If it waited, the test would run into its time limit.
     QCOMPARE(platform::takeArrived(ends[1], 100), QByteArray());
 }
 

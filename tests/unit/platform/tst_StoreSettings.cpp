@@ -49,7 +49,8 @@ void makeOlder(const QString &name, int seconds)
     QCOMPARE(utimensat(AT_FDCWD, QFile::encodeName(name).constData(), times, 0), 0);
 }
 
-/// What QLockFile writes: the process, its name, the host, and the host's and its boot's number.
+/// What QLockFile writes: the process, its name, the host, and the numbers of the host and its
+/// boot.
 QByteArray lockOfAnotherHost()
 {
     return "1234\nVornaServer\nelsewhere\n0123456789abcdef0123456789abcdef\n"
@@ -58,7 +59,7 @@ QByteArray lockOfAnotherHost()
 
 } // namespace
 
-/// The settings are written, whatever stands in the place of the toolkit's lock.
+/// The settings are written, whatever is in the place of the toolkit's lock.
 class tst_StoreSettings : public QObject
 {
     Q_OBJECT
@@ -156,7 +157,7 @@ void tst_StoreSettings::aYoungLockOfAnEndedProcessStays()
     writeFile(settingsFile(), "[General]\nother=5\n");
     const pid_t process = fork();
     if (process == 0) {
-        // Ends without giving it back.
+        // Exits without releasing it.
         _exit((new QLockFile(lockFile()))->tryLock(0) ? 0 : 1);
     }
     int status = -1;
@@ -211,7 +212,7 @@ void tst_StoreSettings::aLinkStaysALink()
 
 void tst_StoreSettings::aFileThatMustNotBeWrittenIsNotReplaced()
 {
-    // A folder, which nobody may write as a file, whatever the rights are.
+    // A folder, which nobody can write as a file, whatever the permissions are.
     QVERIFY(QDir().mkpath(settingsFile()));
     writeFile(lockFile(), "");
     platform::storeSettings({{u"b"_s, QVariant(2)}});

@@ -26,7 +26,7 @@ int statusOfTheLoop()
     return QCoreApplication::exec();
 }
 
-/// The status of a process that does that and is not ended by it; -1 when a signal ended it.
+/// The exit status of a process that does that and survives it; -1 when a signal ended it.
 int statusOf(const std::function<void()> &deed)
 {
     constexpr int wentOn = 99;
@@ -114,7 +114,8 @@ void tst_TerminationSignals::aSignalEndsEveryLoopThatIsEnteredLater()
     platform::TerminationSignals watched;
     watched.endEventLoops();
     std::raise(SIGTERM);
-    // Outside of a loop of the application, as at the start; a loop's exit is not remembered there.
+    // Outside of a loop of the application, as during the start, where a loop's exit is not
+    // remembered.
     QCoreApplication::processEvents();
     QCOMPARE(statusOfTheLoop(), 0);
     QCOMPARE(statusOfTheLoop(), 0);

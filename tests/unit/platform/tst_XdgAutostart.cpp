@@ -81,7 +81,7 @@ QByteArray ownPath()
     return QCoreApplication::applicationFilePath().toUtf8();
 }
 
-/// Everything that the command printed; its failure is part of it.
+/// Everything that the command printed, and whether it failed.
 QByteArray outputOf(const QString &program, const QStringList &arguments)
 {
     ChildProcess process;
@@ -93,7 +93,7 @@ QByteArray outputOf(const QString &program, const QStringList &arguments)
     return process.readAll() + (process.exitCode() == 0 ? "" : "failed");
 }
 
-/// Makes a program there that leaves a file "ran" beside itself.
+/// Creates a program there that writes a file "ran" beside itself.
 void makeRecordingProgram(const QString &path)
 {
     QVERIFY(QDir().mkpath(QFileInfo(path).path()));
@@ -280,8 +280,8 @@ void tst_XdgAutostart::otherFilesAreNotTouched()
     QCOMPARE(autostart.contents(), before);
 }
 
-/// The kernel tells what happened under the name: a file that is written in place is created, then
-/// modified; a complete one gets the name and no more.
+/// The kernel reports what happened under the name: a file that is written in place is created,
+/// then modified; a complete one only gets the name.
 void tst_XdgAutostart::newFileAppearsComplete()
 {
     const Autostart autostart;
@@ -429,7 +429,7 @@ void tst_XdgAutostart::writtenPathIsValidAndStarts_data()
     QTest::newRow("blanks") << u"Vorna Server  2"_s << true;
     QTest::newRow("blank at the end") << u"Vorna "_s << false;
     QTest::newRow("single quote") << u"Vorna's"_s << true;
-    QTest::newRow("signs of a shell") << u"a;b&c|d(e)<f>*?~#[g]!{h}"_s << true;
+    QTest::newRow("characters of a shell") << u"a;b&c|d(e)<f>*?~#[g]!{h}"_s << true;
     QTest::newRow("other scripts") << u"Vörna サーバー"_s << true;
     QTest::newRow("blank of another script") << u"Vorna\u00a0"_s << true;
     QTest::newRow("equals sign") << u"a=b"_s << true;

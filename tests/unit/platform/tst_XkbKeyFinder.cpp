@@ -201,7 +201,7 @@ void XkbKeyFinderTest::codesWithoutMeaningAreNotFound()
 
 void XkbKeyFinderTest::levelsThatNeedOtherModifiersAreNotUsed()
 {
-    // The letter Q is left on the fifth level only, which Control and Alt together lead to.
+    // The letter Q is only on the fifth level, which is reached by Control and Alt together.
     const XkbKeymap keymap = keymapWith("key <AD01> { type=\"CTRL+ALT\", [x, x, x, x, q] };");
     QVERIFY(keymap);
     const FoundKey atPosition{24, 0};
@@ -212,7 +212,7 @@ void XkbKeyFinderTest::modifiersHaveTheirKeys_data()
 {
     QTest::addColumn<QByteArray>("layout");
     QTest::addColumn<int>("level3Key");
-    // Layouts without AltGr have a level three key nevertheless, which no keyboard has.
+    // Layouts without AltGr nevertheless have a key for level three, which no real keyboard has.
     QTest::newRow("us") << QByteArray("us") << 92;
     QTest::newRow("de") << QByteArray("de") << 108;
 }

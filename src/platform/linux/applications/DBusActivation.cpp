@@ -30,7 +30,7 @@ QDBusMessage activation(const QString &busName)
 {
     auto message = QDBusMessage::createMethodCall(busName, objectPath(busName),
                                                   u"org.freedesktop.Application"_s, u"Activate"_s);
-    // No start-up notification: there is no click whose time could be told.
+    // No startup notification: there is no click whose time could be passed on.
     message << QVariantMap();
     return message;
 }
@@ -40,7 +40,7 @@ int milliseconds(std::chrono::milliseconds duration)
     return static_cast<int>(duration.count());
 }
 
-/// Not when the answer is late: the program may be starting, and would be there twice.
+/// A late answer is no failure: the program may be starting, and would then run twice.
 bool hasFailed(const QDBusPendingCall &call)
 {
     return call.isError() && call.error().type() != QDBusError::NoReply &&

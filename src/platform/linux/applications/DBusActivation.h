@@ -13,8 +13,8 @@
 /// starts.
 namespace platform::DBusActivation {
 
-/// Whether the program with that bus name runs. Asks the bus itself, which answers at once; one
-/// that does not within half a second counts as no.
+/// Whether the program with that bus name runs. Asks the bus itself, which answers at once; no
+/// answer within half a second counts as no.
 bool isRunning(const QString &busName);
 
 /// Raises the running program, or starts it, and waits until it says that it has done so, but no

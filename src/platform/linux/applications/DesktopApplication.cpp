@@ -88,8 +88,8 @@ QString DesktopApplication::name()
 
 QStringList DesktopApplication::windowClasses() const
 {
-    // An entry that tells the class tells the windows of one program of several that share an
-    // executable, such as the web applications of a browser.
+    // With a class in the entry, programs that share an executable can be told apart, such as the
+    // web applications of a browser.
     if (!entry.windowClass().isEmpty()) {
         return {entry.windowClass()};
     }

@@ -20,8 +20,8 @@ QString group()
     return u"Desktop Entry"_s;
 }
 
-/// The suffixes of localised keys to look for, the closest first: "de_AT@euro", "de_AT", "de@euro",
-/// "de". The encoding of the locale does not count.
+/// The suffixes of localised keys to look for, the best match first: "de_AT@euro", "de_AT",
+/// "de@euro", "de". The encoding of the locale is ignored.
 QStringList localeSuffixes(const QString &locale)
 {
     const QString modifier = locale.contains(u'@') ? u'@' + locale.section(u'@', 1) : QString();
@@ -39,7 +39,8 @@ bool intersects(const QStringList &one, const QStringList &other)
                        [&other](const QString &item) { return other.contains(item); });
 }
 
-/// The first argument, unless that is "env": then the first one after the variables that it sets.
+/// The index of the first argument, or if that is "env", of the first one after the variables that
+/// it sets.
 qsizetype programIndex(const QStringList &arguments)
 {
     if (arguments.isEmpty() || QFileInfo(arguments.first()).fileName() != "env"_L1) {
@@ -52,8 +53,8 @@ qsizetype programIndex(const QStringList &arguments)
     return index;
 }
 
-/// What starts the program at logon. "%%" is read as a percent sign in arguments, but sessions look
-/// for the program before they replace it (seen with GLib 2.74 and systemd 252).
+/// The command that starts the program at logon. Sessions read "%%" as a percent sign in arguments,
+/// but look up the program before they replace it (seen with GLib 2.74 and systemd 252).
 QString autostartCommand(const QString &path)
 {
     const QString program = ExecLine::quoted(path);
@@ -129,7 +130,7 @@ QByteArray DesktopEntry::autostartText(const QString &name, const QString &path)
         u"Type=Application"_s,
         u"Name="_s + KeyFile::escaped(name),
         u"Exec="_s + KeyFile::escaped(autostartCommand(path)),
-        // Once the program is removed the entry starts nothing, instead of failing at each logon.
+        // After the program is removed the entry starts nothing, instead of failing at each logon.
         u"TryExec="_s + KeyFile::escaped(path),
         u"Terminal=false"_s,
         u"X-GNOME-Autostart-enabled=true"_s,
@@ -157,7 +158,7 @@ bool DesktopEntry::isInstalled() const
 
 QString messageLocale()
 {
-    // The order in which the C library asks.
+    // The order in which the C library looks at them.
     for (const char *variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
         const QString locale = qEnvironmentVariable(variable);
         if (!locale.isEmpty()) {

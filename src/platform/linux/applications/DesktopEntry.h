@@ -10,7 +10,7 @@
 
 namespace platform {
 
-/// The group "[Desktop Entry]" of a file that describes a program: how it is called and started
+/// The group "[Desktop Entry]" of a file that describes a program: its name and how it is started
 /// (Desktop Entry Specification 1.5).
 class DesktopEntry
 {
@@ -19,8 +19,8 @@ public:
 
     static DesktopEntry read(const QString &path);
 
-    /// Describes a program that can be started on this host: neither marked as deleted nor for a
-    /// program that is not installed.
+    /// Whether it describes a program that can be started on this host: it is not marked as deleted
+    /// and its program is installed.
     bool isApplication() const;
     bool isHidden() const { return flag("Hidden"); }
     bool isDBusActivatable() const { return flag("DBusActivatable"); }
@@ -31,13 +31,14 @@ public:
 
     /// The name in the language of the locale, such as "de_AT.UTF-8".
     QString name(const QString &locale) const;
-    /// The program as Exec names it, a path or a name to be looked for in PATH; the one that "env"
-    /// starts when Exec begins with that. Empty when Exec names none.
+    /// The program that Exec names, as a path or as a name to be looked up in PATH; if Exec begins
+    /// with "env", the program that this starts. Empty when Exec names none.
     QString program() const;
-    /// Program and arguments of a start without files; empty when Exec must not be run.
+    /// The program and its arguments when it is started without files; empty when Exec must not be
+    /// run.
     QStringList command(const QString &locale) const;
     QString workingDirectory() const { return text("Path"); }
-    /// The class that the program's windows bear; empty when the entry does not tell.
+    /// The class of the program's windows; empty when the entry does not name it.
     QString windowClass() const { return text("StartupWMClass"); }
     /// The name of the file without ".desktop"; also the bus name of a program that D-Bus starts.
     QString baseName() const;

@@ -13,8 +13,8 @@ using namespace Qt::StringLiterals;
 namespace platform {
 namespace {
 
-/// The type of file whose handler does the application's work on this desktop; empty for an
-/// application that has no counterpart.
+/// The type of the files whose default application replaces that of the Mac on this desktop; empty
+/// for an application without a counterpart.
 QString handledType(const QString &identifier)
 {
     static const QHash<QString, QString> types{

@@ -9,14 +9,14 @@
 namespace platform {
 
 /// Takes bundle identifiers for names of desktop entries: "com.apple.iTunes" is the program that
-/// com.apple.iTunes.desktop describes. Where there is no such entry, the music player of a Mac is
-/// the desktop's own music player, and the Finder its file manager.
+/// com.apple.iTunes.desktop describes. If there is no such entry, iTunes stands for the desktop's
+/// own music player, and the Finder for its file manager.
 class DesktopEntryBridge final : public ScriptingBridge
 {
 public:
     explicit DesktopEntryBridge(const XdgDirectories &xdgDirectories);
 
-    /// Reads the entries afresh, as programs come and go.
+    /// Reads the entries anew each time, because programs come and go.
     std::unique_ptr<ScriptableApplication>
     applicationWithBundleIdentifier(const QString &identifier) override;
 

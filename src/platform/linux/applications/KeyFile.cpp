@@ -11,8 +11,8 @@ using namespace Qt::StringLiterals;
 namespace platform {
 namespace {
 
-/// The sign that an escape stands for; null for an unknown escape.
-QChar escapedSign(QChar letter)
+/// The character that an escape stands for; null for an unknown escape.
+QChar escapedCharacter(QChar letter)
 {
     switch (letter.unicode()) {
     case u's':
@@ -30,16 +30,16 @@ QChar escapedSign(QChar letter)
     }
 }
 
-/// Unknown escapes stay as they are: files in use write Exec="say \"hello\"" with one backslash.
+/// Unknown escapes are kept: real files write Exec="say \"hello\"" with a single backslash.
 QString unescaped(const QString &raw)
 {
     QString text;
     text.reserve(raw.size());
     for (qsizetype at = 0; at < raw.size(); ++at) {
         const bool isEscape = raw[at] == u'\\' && at + 1 < raw.size();
-        const QChar sign = isEscape ? escapedSign(raw[at + 1]) : QChar();
-        text += sign.isNull() ? raw[at] : sign;
-        at += sign.isNull() ? 0 : 1;
+        const QChar character = isEscape ? escapedCharacter(raw[at + 1]) : QChar();
+        text += character.isNull() ? raw[at] : character;
+        at += character.isNull() ? 0 : 1;
     }
     return text;
 }
@@ -88,7 +88,7 @@ KeyFile KeyFile::parse(const QByteArray &text)
         const qsizetype newline = text.indexOf('\n', start);
         const qsizetype end = newline < 0 ? text.size() : newline;
         const auto line = QByteArrayView(text).sliced(start, end - start);
-        // No system call can be told a text with a zero byte in it.
+        // No system call takes a text that contains a zero byte.
         if (!line.contains('\0')) {
             result.addLine(line.trimmed(), group);
         }
@@ -97,8 +97,8 @@ KeyFile KeyFile::parse(const QByteArray &text)
     return result;
 }
 
-// Blanks are trimmed from the bytes: of a text the toolkit would trim blanks of other scripts too,
-// which are part of the value.
+// Blanks are trimmed before decoding: the toolkit would also trim the blanks of other scripts from
+// a text, but these are part of the value.
 void KeyFile::addLine(QByteArrayView line, QString &currentGroup)
 {
     if (line.isEmpty() || line.startsWith('#')) {
@@ -144,7 +144,7 @@ QString KeyFile::escaped(const QString &text)
     QString raw = text;
     raw.replace(u'\\', "\\\\"_L1);
     raw.replace(u'\n', "\\n"_L1).replace(u'\t', "\\t"_L1).replace(u'\r', "\\r"_L1);
-    // Readers take blanks at either end for layout.
+    // Readers ignore plain blanks at either end.
     if (raw.startsWith(u' ')) {
         raw.replace(0, 1, "\\s"_L1);
     }

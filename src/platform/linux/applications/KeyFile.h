@@ -17,15 +17,16 @@ namespace platform {
 /// Groups of key=value lines: the form that desktop entries, mimeapps.list and mimeinfo.cache share
 /// (Desktop Entry Specification 1.5, "Basic format of the file").
 ///
-/// The files belong to others, so whatever is no such line is passed over. Of a key that is there
-/// twice the last one counts.
+/// The files belong to other programs, so lines that do not have this form are skipped. If a key
+/// occurs twice, the last one counts. GLib's reader rejects a whole file for one malformed line,
+/// and desktops that rely on it then lose the user's choice of programs; we do not.
 class KeyFile
 {
 public:
-    /// A longer file is no key file; the caches of full systems stay below 1 MiB.
+    /// Longer files are not read; the caches of fully installed systems stay below 1 MiB.
     static constexpr qint64 sizeLimit = 4 * 1024 * 1024;
 
-    /// Without groups when the file is missing, longer than the limit or no regular file.
+    /// Empty when the file is missing, longer than the limit or not a regular file.
     static KeyFile read(const QString &fileName);
     static KeyFile parse(const QByteArray &text);
 
@@ -36,7 +37,7 @@ public:
     /// Whether the value is "true".
     bool boolean(const QString &group, const QString &key) const;
 
-    /// What has to be written after "key=" so that string() gives `text`.
+    /// What has to be written after "key=" so that string() returns `text`.
     static QString escaped(const QString &text);
 
 private:

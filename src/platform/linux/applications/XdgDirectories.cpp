@@ -11,10 +11,10 @@ using namespace Qt::StringLiterals;
 namespace platform {
 namespace {
 
-/// As long as the name of a file may be.
+/// The longest name that a file may have.
 constexpr qsizetype longestId = 255;
 
-// The standard has relative paths ignored.
+// The standard says that relative paths are ignored; the toolkit's own QStandardPaths uses them.
 bool isRelative(const QString &path)
 {
     return !path.startsWith(u'/');
@@ -33,8 +33,8 @@ QStringList directories(const char *variable, const QStringList &fallback)
     return paths.isEmpty() ? fallback : paths;
 }
 
-/// Each dash may stand for a folder; only folders that are there are looked into, so a long row of
-/// dashes costs little.
+/// Each dash may stand for a folder. Only existing folders are searched, so a long row of dashes
+/// costs little.
 QString findBelow(const QString &folder, const QString &name)
 {
     const QString file = folder + u'/' + name;
@@ -70,7 +70,7 @@ XdgDirectories XdgDirectories::fromEnvironment()
 
 QString XdgDirectories::applicationFile(const QString &desktopId) const
 {
-    // Identifiers come from files and callers; none may lead out of the folder.
+    // Identifiers come from files and callers, so none may lead out of the folder.
     if (desktopId.contains(u'/') || desktopId.contains(QChar(u'\0')) ||
         desktopId.size() > longestId) {
         return {};

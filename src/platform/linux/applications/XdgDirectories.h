@@ -24,8 +24,8 @@ struct XdgDirectories
     QStringList allConfig() const { return QStringList{configHome} + configDirs; }
     QStringList allData() const { return QStringList{dataHome} + dataDirs; }
 
-    /// The desktop entry of that identifier, "a-b.desktop" being the file a-b.desktop or
-    /// a/b.desktop below the first data directory that has one; empty when none has.
+    /// The file of the desktop entry with that identifier: "a-b.desktop" is the file a-b.desktop or
+    /// a/b.desktop in the first data directory that has one. Empty when none has.
     QString applicationFile(const QString &desktopId) const;
 };
 

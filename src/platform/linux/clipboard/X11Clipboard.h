@@ -10,8 +10,8 @@
 
 namespace platform {
 
-/// The clipboard of an X11 session. The toolkit would wait for the program that owns the text, up
-/// to five seconds; here other programs' text is read from the event loop.
+/// The clipboard of an X11 session. The toolkit would wait up to five seconds for the program that
+/// owns the text; here another program's text is read from the event loop.
 class X11Clipboard : public Clipboard
 {
 public:

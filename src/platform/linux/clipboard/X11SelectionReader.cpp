@@ -17,21 +17,21 @@ using namespace std::chrono_literals;
 namespace platform {
 namespace {
 
-/// How long the owner of the clipboard may take.
+/// How long the owner of the clipboard may take for everything.
 constexpr auto ownerPatience = 1s;
 
-/// What is asked of the X server at once, and what is read before other parts of the program have
-/// their turn, in bytes: less than two milliseconds' work.
+/// How many bytes are requested from the X server at once, and read before other parts of the
+/// program have their turn: less than two milliseconds of work.
 constexpr uint32_t readSize = 256 * 1024;
 
-/// Events that are handled before other parts of the program have their turn: an owner may send
+/// How many events are handled before other parts of the program have their turn: an owner may send
 /// them faster than they are handled.
 constexpr int eventsInTurn = 8;
 
-/// As lists of targets go, this is long; in bytes.
+/// In bytes; more than any real list of targets has.
 constexpr uint32_t maximumTargets = 64 * 1024;
 
-/// What plain text is offered as, the best first. By design: a list of files is no text.
+/// The targets of plain text, the best first. By design: a list of files is no text.
 constexpr std::array textTargetNames = {"UTF8_STRING", "text/plain;charset=utf-8", "STRING",
                                         "text/plain"};
 
@@ -116,7 +116,7 @@ void X11SelectionReader::readEvents()
     readEventsLater();
 }
 
-/// The notifier does not see events that a reply has brought along.
+/// The notifier does not announce events that arrived together with a reply.
 void X11SelectionReader::readEventsLater()
 {
     QMetaObject::invokeMethod(this, &X11SelectionReader::readEvents, Qt::QueuedConnection);
@@ -125,7 +125,7 @@ void X11SelectionReader::readEventsLater()
 void X11SelectionReader::handleNotification(const xcb_selection_notify_event_t &event)
 {
     const bool isRefusal = event.property == XCB_ATOM_NONE;
-    // A late answer to a request that was given up is not the answer to this one.
+    // A late answer to an abandoned request must not be taken for the answer to this one.
     if (event.target != target || (event.property != property && !isRefusal)) {
         return;
     }
@@ -169,7 +169,7 @@ void X11SelectionReader::handleText()
 {
     takeProperty(0, 0);
     if (propertyType == incremental) {
-        // What is there is only an estimate of the size; taking it away asks for the first piece.
+        // The value is only an estimate of the size; deleting it requests the first piece.
         isInPieces = true;
         step = Step::NextPiece;
         dropProperty();
@@ -178,8 +178,8 @@ void X11SelectionReader::handleText()
     readTextFrom(0);
 }
 
-/// Reads what the owner has put there, whole or one piece of it, from this byte on. A long one
-/// takes several rounds of the event loop.
+/// Reads from this byte on what the owner has put there: the whole text or one piece of it. A long
+/// one takes several turns of the event loop.
 void X11SelectionReader::readTextFrom(uint32_t offset)
 {
     step = Step::Reading;
@@ -212,8 +212,8 @@ void X11SelectionReader::readTextFrom(uint32_t offset)
     }
 }
 
-/// Takes so much of the owner's answer, and with the last of it the answer away from our window.
-/// Both are counted in bytes, and multiples of four.
+/// Reads that much of the owner's answer. When the end is read, the answer is deleted from our
+/// window. Both numbers are bytes, in multiples of four.
 QByteArray X11SelectionReader::takeProperty(uint32_t offset, uint32_t size)
 {
     constexpr uint32_t unit = 4;
@@ -236,7 +236,7 @@ void X11SelectionReader::dropProperty()
     bytesLeft = 0;
 }
 
-/// What is left of an answer that is not wanted would stay in the X server's memory.
+/// The rest of an answer that is not wanted would stay in the X server's memory.
 void X11SelectionReader::finish(const std::optional<QString> &text)
 {
     if (bytesLeft > 0) {

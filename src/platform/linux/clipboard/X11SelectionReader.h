@@ -26,8 +26,8 @@ public:
     /// Connects to the display that the environment names.
     X11SelectionReader();
 
-    /// Begins one transfer; finished() tells its end, always from the event loop. Must not be
-    /// called before the end of the transfer before.
+    /// Begins a transfer; finished() reports its end, always from the event loop. Must not be
+    /// called while a transfer is under way.
     void start();
 
 signals:
@@ -58,19 +58,20 @@ private:
     xcb_atom_t clipboard = XCB_ATOM_NONE;
     xcb_atom_t targets = XCB_ATOM_NONE;
     xcb_atom_t incremental = XCB_ATOM_NONE;
-    // Where answers are put, each request's in another place than the one before: a late answer to
-    // a request that was given up cannot be taken for that to the next.
+    // The properties that answers are put into. Each request uses another one than the request
+    // before, so that a late answer to an abandoned request cannot be taken for the answer to the
+    // next.
     std::array<xcb_atom_t, 8> properties{};
     size_t requests = 0;
-    xcb_atom_t property = XCB_ATOM_NONE;     // the present request's
-    std::array<xcb_atom_t, 4> textTargets{}; // the first that the owner offers is asked for
+    xcb_atom_t property = XCB_ATOM_NONE;     // That of the current request.
+    std::array<xcb_atom_t, 4> textTargets{}; // The first one that is offered is used.
     QTimer ownerTime;
     Step step = Step::Idle;
     xcb_atom_t target = XCB_ATOM_NONE;
-    // Of what takeProperty() has got.
+    // Set by takeProperty().
     xcb_atom_t propertyType = XCB_ATOM_NONE;
     uint32_t bytesLeft = 0;
-    // Of the transfer.
+    // The state of the transfer.
     bool isInPieces = false;
     qsizetype receivedBytes = 0;
     QStringDecoder decoder;

@@ -9,10 +9,10 @@
 namespace platform {
 
 /// The keys and buttons that the server has pressed and not yet released, in memory that it shares
-/// with its guard. It begins with nothing held: every byte is 0.
+/// with its guard. At first nothing is held: every byte is 0.
 ///
-/// A key counts as held from before its press is sent until the X server has dealt with its
-/// release, so at any moment the memory names at least what is down because of the server.
+/// A key counts as held from before its press is sent until the X server has processed its release,
+/// so at any moment the memory names at least everything that is down because of the server.
 struct HeldInput
 {
     using Flags = std::array<std::atomic<bool>, 256>;
@@ -21,7 +21,7 @@ struct HeldInput
     Flags buttons; ///< By number.
 };
 
-// Two processes look at it, so a lock inside would be nobody's.
+// Two processes use it, and a lock inside would not work between them.
 static_assert(std::atomic<bool>::is_always_lock_free);
 static_assert(sizeof(HeldInput) == 512);
 

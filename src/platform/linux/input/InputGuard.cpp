@@ -21,7 +21,8 @@ namespace platform {
 
 namespace {
 
-/// Beside this program, where it is built, or where it is installed.
+/// The guard is beside this program in the build folder, and in a folder of its own where it is
+/// installed.
 QString guardProgram()
 {
     const QString folder = QCoreApplication::applicationDirPath() + u'/';
@@ -35,8 +36,8 @@ QString guardProgram()
     return {};
 }
 
-/// What the guard has open when it starts: the memory, its end of the pipe, and nothing that this
-/// process reads or writes.
+/// The files that the guard starts with: the memory, its end of the pipe, and none of those that
+/// this process reads or writes.
 class OpenFiles
 {
 public:
@@ -46,7 +47,7 @@ public:
         for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
             posix_spawn_file_actions_addopen(&actions, standard, "/dev/null", O_RDWR, 0);
         }
-        // Onto itself: it is no longer closed on exec.
+        // Duplicated onto itself, so it is no longer closed on exec.
         posix_spawn_file_actions_adddup2(&actions, memory, memory);
         posix_spawn_file_actions_adddup2(&actions, pipe, pipe);
     }
@@ -100,7 +101,7 @@ InputGuard::InputGuard(int memory, std::uint32_t marker)
 InputGuard::~InputGuard()
 {
     if (process > 0) {
-        // It ignores every signal that asks.
+        // It ignores all other signals that end a process.
         kill(process, SIGKILL);
         waitpid(process, nullptr, 0);
     }

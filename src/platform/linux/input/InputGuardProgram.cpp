@@ -2,12 +2,12 @@
 // SPDX-License-Identifier: MIT
 
 // The guard of the keys: a program that the server starts and that waits for the server's end. If
-// the server was killed amid its keys, the X server has taken some presses and not their releases,
-// and nobody but this process knows which. It has a connection of its own and nothing of the
-// toolkit, so that it is small.
+// the server is killed while it posts keys, the X server has received some presses without their
+// releases, and only this process knows which. It has its own connection and does not use the
+// toolkit, so it is small.
 //
 // Arguments: the descriptors of the shared memory and of the pipe whose other end only the server
-// has, the window that goes with the server's connection, and the server's process.
+// has, the window that is destroyed with the server's connection, and the server's process.
 
 #include "platform/linux/input/HeldInput.h"
 #include "platform/linux/input/ServerWatch.h"
@@ -57,7 +57,7 @@ std::optional<Arguments> readArguments(int count, char **words)
     return areWell ? std::optional(given) : std::nullopt;
 }
 
-/// None of the server's connections, files and terminals is kept open here.
+/// Closes all connections, files and terminals of the server.
 void closeAllBut(int one, int other)
 {
     const auto [lower, upper] = std::minmax({unsigned(one), unsigned(other)});
@@ -73,8 +73,8 @@ void closeAllBut(int one, int other)
 
 void interrupt(int) {}
 
-/// What ends the server in order must not end its guard first. A signal tells of the server's end
-/// too, for the case that some other process has come by the other end of the pipe.
+/// Signals that end the server must not end its guard first. The guard also gets a signal when the
+/// server ends, in case another process has inherited the other end of the pipe.
 void prepareSignals()
 {
     for (const int asking : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE}) {
@@ -87,7 +87,7 @@ void prepareSignals()
     sigaction(SIGUSR1, &action, nullptr);
     sigset_t blocked{};
     sigemptyset(&blocked);
-    sigaddset(&blocked, SIGUSR1); // but while it waits
+    sigaddset(&blocked, SIGUSR1); // Except while it waits.
     sigprocmask(SIG_SETMASK, &blocked, nullptr);
     prctl(PR_SET_PDEATHSIG, SIGUSR1);
     setsid();
@@ -100,8 +100,8 @@ bool isSet(const Bits &bits, unsigned number)
     return bits[number / 8] >> (number % 8) & 1;
 }
 
-/// What is down on that device, the one that plays what is faked: the user's own devices are
-/// others. All is, as far as one knows, where the server does not tell.
+/// The keys or buttons that are down on that device, which plays faked input; the user's own
+/// devices are others. If the server does not report them, all of them count as down.
 Bits downOn(xcb_connection_t *connection, std::string_view device, std::uint8_t wantedClass)
 {
     Bits down;
@@ -116,7 +116,8 @@ Bits downOn(xcb_connection_t *connection, std::string_view device, std::uint8_t 
     if (!reply) {
         return down;
     }
-    // Each class: its number, its length in bytes, how many keys or buttons, a blank, the bits.
+    // Each class: its number, its length in bytes, the number of keys or buttons, a padding byte,
+    // the bits.
     constexpr int headSize = 4;
     const auto *part = reinterpret_cast<const std::uint8_t *>(reply.get() + 1);
     const auto *const end = part + reply->length * 4;
@@ -149,7 +150,7 @@ void releaseAll(xcb_connection_t *connection, const HeldInput &held)
     release(connection, held.buttons,
             downOn(connection, platform::xtestPointerName, XCB_INPUT_INPUT_CLASS_BUTTON),
             XCB_BUTTON_RELEASE);
-    // An X server drops what it has not read when a connection ends.
+    // When a connection ends, an X server drops the requests that it has not read.
     const auto cookie = xcb_get_input_focus(connection);
     xcbOwned(xcb_get_input_focus_reply(connection, cookie, nullptr));
 }

@@ -12,7 +12,7 @@ ModifierMask changed(ModifierMask modifiers, ModifierMask added, ModifierMask re
     return static_cast<ModifierMask>((modifiers | added) & ~removed);
 }
 
-/// Sequence numbers start again at 0 after the last one.
+/// Sequence numbers wrap around.
 bool isLater(std::uint32_t sequence, std::uint32_t other)
 {
     return static_cast<std::int32_t>(sequence - other) > 0;

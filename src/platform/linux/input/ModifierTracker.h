@@ -10,7 +10,7 @@
 
 namespace platform {
 
-/// The modifiers of the desktop's keyboard, apart by why they are in effect.
+/// The modifiers of the desktop's keyboard, separated by why they are in effect.
 struct ModifierState
 {
     ModifierMask base = 0;    ///< By keys that are held, the user's and ours.
@@ -21,31 +21,31 @@ struct ModifierState
     bool operator==(const ModifierState &) const = default;
 };
 
-/// Knows the modifiers as they will be once the X server has dealt with all that we sent, without
-/// asking it.
+/// Knows the modifiers as they will be when the X server has processed everything that we sent,
+/// without asking it.
 ///
-/// What the server reports is late: a report that was made before our last requests knows nothing
-/// of them. A second shortcut, posted before the reports of the first have come, would take the
-/// first one's Control for the user's. So every effect of ours is kept until a report is as young
-/// as the request that caused it (the request's sequence number tells), and is added to older
-/// reports.
+/// What the server reports is late: a report that it made before our last requests does not include
+/// them. A second shortcut, posted before the reports of the first have arrived, would take the
+/// first one's Control for the user's. So each of our effects is added to the reports until one is
+/// at least as recent as the request that caused the effect, which the request's sequence number
+/// shows.
 class ModifierTracker
 {
 public:
-    /// Takes a report in: the state after the server had dealt with request `sequence`.
+    /// Takes in a report: the state after the server had processed request `sequence`.
     void report(const ModifierState &state, std::uint32_t sequence);
 
-    // Notes what request `sequence` does.
+    // Records what request `sequence` does.
     void press(ModifierMask modifiers, std::uint32_t sequence);
     void release(ModifierMask modifiers, std::uint32_t sequence);
     void lock(ModifierMask modifiers, std::uint32_t sequence);
-    /// Takes back locks and latches.
+    /// Clears locks and latches.
     void unlock(ModifierMask modifiers, std::uint32_t sequence);
 
     const ModifierState &state() const { return known; }
 
 private:
-    /// What one request of ours changes.
+    /// What one of our requests changes.
     struct Effect
     {
         std::uint32_t sequence = 0;

@@ -9,7 +9,7 @@
 
 namespace platform {
 
-NullEventServices::NullEventServices(const QString &toldReason) : reason(toldReason) {}
+NullEventServices::NullEventServices(const QString &userReason) : reason(userReason) {}
 
 void NullEventServices::postKeyboard(const KeyboardEvent & /*event*/)
 {

@@ -9,13 +9,13 @@
 
 namespace platform {
 
-/// Event services of a session in which input cannot be posted. The first event that is not posted
-/// tells the user so, once, by a warning message.
+/// Event services of a session in which input cannot be posted. The first event that is dropped
+/// warns the user, once, by a message.
 class NullEventServices final : public EventServices
 {
 public:
-    /// `toldReason` tells the user in plain words what does not work and what to do.
-    explicit NullEventServices(const QString &toldReason);
+    /// `userReason` is a sentence for the user: what does not work and what to do.
+    explicit NullEventServices(const QString &userReason);
 
     Location pointerLocation() override { return {}; }
     void postKeyboard(const KeyboardEvent &event) override;

@@ -35,7 +35,7 @@ std::atomic<bool> &ReleaseLedger::flag(Kind kind, std::uint8_t number)
     return kind == Kind::Key ? memory.keys[number] : memory.buttons[number];
 }
 
-/// An earlier release means nothing once there is a later press or release.
+/// A later press or release makes an earlier release irrelevant.
 void ReleaseLedger::forget(Kind kind, std::uint8_t number)
 {
     std::erase_if(unconfirmed, [&](const Release &release) {

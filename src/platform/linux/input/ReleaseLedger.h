@@ -11,10 +11,10 @@
 
 namespace platform {
 
-/// Keeps the shared memory true: knows which releases have been sent and not yet been dealt with.
+/// Keeps the shared memory correct: knows which releases have been sent but not yet processed.
 ///
-/// Requests have rising sequence numbers, in 32 bits that start again at 0; an answer of the X
-/// server tells up to which one it has come. The ledger never grows beyond 512 entries.
+/// Requests have rising sequence numbers of 32 bits that wrap around; an answer of the X server
+/// shows the last request that it has processed. The ledger never has more than 512 entries.
 class ReleaseLedger
 {
 public:
@@ -25,13 +25,14 @@ public:
 
     /// To be called before the press is sent.
     void press(Kind kind, std::uint8_t number);
-    /// Request `sequence` releases it. What press() has not named is the user's, and is not noted.
+    /// Request `sequence` releases it. A key or button that press() has not named was pressed by
+    /// the user and is not recorded.
     void release(Kind kind, std::uint8_t number, std::uint32_t sequence);
 
-    /// The X server has dealt with that request and all before it.
+    /// The X server has processed that request and all before it.
     void confirm(std::uint32_t sequence);
 
-    /// Whether there are releases that nothing has confirmed yet.
+    /// Whether there are releases that are not confirmed yet.
     bool isAnyUnconfirmed() const { return !unconfirmed.empty(); }
 
 private:

@@ -11,8 +11,8 @@ namespace platform {
 class SharedHeldInput
 {
 public:
-    /// Makes it, with nothing held. Where the system has no memory to share, the process has it for
-    /// itself.
+    /// Creates it, with nothing held. If the system has no memory to share, the memory is private
+    /// to this process.
     SharedHeldInput();
     ~SharedHeldInput();
     SharedHeldInput(const SharedHeldInput &) = delete;
@@ -21,7 +21,7 @@ public:
     HeldInput &get() { return *held; }
 
     /// The descriptor by which another process maps it, above those of the standard streams and
-    /// closed on exec; -1 where the memory is not shared.
+    /// closed on exec; -1 if the memory is not shared.
     int descriptor() const { return file; }
 
 private:

@@ -14,8 +14,8 @@ namespace platform {
 
 namespace {
 
-/// An X server drops a connection as soon as it sees its end, with the requests that it has not yet
-/// read: the last releases would be lost, and the keys would stay down for good.
+/// An X server drops a connection as soon as it sees its end, with the requests that it has not
+/// read yet: the last releases would be lost, and the keys would stay down.
 void waitUntilServerIsDone(xcb_connection_t *connection)
 {
     const auto cookie = xcb_get_input_focus(connection);
@@ -46,7 +46,7 @@ X11EventServices::~X11EventServices()
 
 void X11EventServices::startGuard()
 {
-    // It is never shown. It goes with the connection.
+    // It is never shown, and is destroyed with the connection.
     const xcb_window_t marker = xcb_generate_id(connection.get());
     const std::uint32_t isUnmanaged = 1;
     xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, marker, connection.root(), 0, 0, 1, 1,
@@ -127,7 +127,7 @@ bool X11EventServices::takeInEvents()
     return connection.isOpen();
 }
 
-/// Nobody waits for the answer: it comes as an event does.
+/// Asked without waiting: the answer arrives like an event.
 void X11EventServices::askForProgress()
 {
     if (!question && ledger.isAnyUnconfirmed()) {
@@ -143,7 +143,7 @@ void X11EventServices::takeInProgress()
         return;
     }
     const auto ownedError = xcbOwned(error);
-    // A broken connection has no answer.
+    // There is no answer if the connection is broken.
     if (const auto answer = xcbOwned(static_cast<xcb_generic_reply_t *>(reply))) {
         ledger.confirm(*question);
     }
@@ -161,7 +161,8 @@ void X11EventServices::flush()
     xcb_flush(connection.get());
 }
 
-/// A press waits for its release, which usually follows in the same call of the event loop.
+/// A press is sent together with its release, which usually follows in the same turn of the event
+/// loop.
 void X11EventServices::flushLater()
 {
     if (isFlushDue) {

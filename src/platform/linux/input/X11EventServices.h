@@ -20,10 +20,10 @@ namespace platform {
 
 /// The input of an X11 session, posted through the server's XTEST extension.
 ///
-/// A key or a click does not wait for the server: it costs one write, in which press and release
-/// leave together, so that a process that is killed in between leaves nothing down. Amid many keys
-/// that is not enough, see startGuard(). Only pointerLocation(), and the first press after the key
-/// map or the button mapping has changed, wait for an answer. When the connection breaks, nothing
+/// A key or a click does not wait for the server: it costs one write, which contains press and
+/// release, so a process that is killed in between leaves nothing down. When many keys are posted
+/// that is not enough, see startGuard(). Only pointerLocation(), and the first press after a change
+/// of the key map or the button mapping, wait for an answer. When the connection breaks, nothing
 /// more is posted.
 ///
 /// Needs a running event loop on its thread. Taps and source states have no counterpart here.
@@ -35,14 +35,13 @@ public:
     /// Releases the keys and buttons that are still down, and waits until the server has done so.
     ~X11EventServices() override;
 
-    /// From here on a process of its own releases what a killed server has left down. The display
-    /// must be the one that DISPLAY names. One round trip.
+    /// From now on a separate process releases what a killed server has left down. The display must
+    /// be the one that DISPLAY names. One round trip.
     void startGuard();
 
     Location pointerLocation() override;
     void postKeyboard(const KeyboardEvent &event) override;
-    /// A click happens where the pointer is: the positions of presses and releases are not looked
-    /// at.
+    /// A click happens where the pointer is; the positions of presses and releases are ignored.
     void postMouse(std::optional<SourceState> source, std::span<const MouseEvent> events,
                    EventTap tap) override;
 
@@ -61,7 +60,7 @@ private:
     X11Pointer pointer;
     QObject context;         ///< Of calls that are queued in the event loop; they end with it.
     bool isFlushDue = false; ///< A flush is queued in the event loop.
-    /// The question whose answer tells how far the server has come; one at a time.
+    /// The request whose answer will show how far the server has come; one at a time.
     std::optional<std::uint32_t> question;
     std::unique_ptr<InputGuard> guard;
 };

@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::uint16_t coreKeyboard = XCB_XKB_ID_USE_CORE_KBD;
 
-/// Gives the code of the extension's events.
+/// Returns the code of the extension's events.
 std::uint8_t useKeyboardExtension(xcb_connection_t *connection)
 {
     std::uint8_t firstEvent = 0;
@@ -29,7 +29,7 @@ std::uint8_t useKeyboardExtension(xcb_connection_t *connection)
     return firstEvent;
 }
 
-/// Event and reply name their fields alike.
+/// Event and reply have fields of the same names.
 template <typename Report> ModifierState stateIn(const Report &report)
 {
     return {report.baseMods, report.latchedMods, report.lockedMods, report.group};
@@ -64,8 +64,8 @@ bool X11Keyboard::handleEvent(const xcb_generic_event_t *event)
     if ((event->response_type & 0x7f) != firstEvent) {
         return false;
     }
-    // All reports carry their kind at the same place, and both notices their device. The server
-    // sends the notices of every keyboard to a client that has asked for those of one.
+    // All reports have their kind in the same place, and both notices their device. A client that
+    // has asked for the notices of one keyboard gets those of all.
     const auto *state = reinterpret_cast<const xcb_xkb_state_notify_event_t *>(event);
     const auto *notice = reinterpret_cast<const xcb_xkb_map_notify_event_t *>(event);
     if (state->xkbType == XCB_XKB_STATE_NOTIFY) {
@@ -86,11 +86,11 @@ void X11Keyboard::press(KeyCode code, EventFlags flags)
     releaseHeld(code);
     HeldKey held{code, {found->keycode, finder->modifiersSetBy(found->keycode)}, {}, 0};
     const auto wanted = static_cast<ModifierMask>(masksOf(*finder, flags) | found->modifiers);
-    // What the key itself sets is its own business: Caps Lock could not be switched off if its lock
-    // were taken back and put back around it.
+    // Modifiers that the key itself sets are kept: Caps Lock could not be switched off if its lock
+    // were cleared and restored around it.
     const auto kept =
         static_cast<ModifierMask>(wanted | held.key.sets | finder->harmlessModifiers());
-    held.locks = takeLocksBack(without(0xff, kept));
+    held.locks = clearLocks(without(0xff, kept));
     releaseKeysSetting(*finder, without(tracker.state().base, kept));
     held.modifierKeys = pressModifiers(*finder, without(wanted, held.key.sets));
     pressKey(held.key);
@@ -156,14 +156,15 @@ ModifierMask X11Keyboard::masksOf(const XkbKeyFinder &finder, EventFlags flags) 
     const auto maskIf = [&](EventFlags flag, Modifier modifier) {
         return flags & flag ? finder.modifierMask(tracker.state().group, modifier) : 0;
     };
-    // Command and Control are one here.
+    // Command and Control are the same key here.
     return static_cast<ModifierMask>(maskIf(Flag::Command | Flag::Control, Modifier::Control) |
                                      maskIf(Flag::Alternate, Modifier::Alternate) |
                                      maskIf(Flag::Shift, Modifier::Shift));
 }
 
-/// Gives the locks that were in effect and are to be put back; latches are spent as by any key.
-ModifierMask X11Keyboard::takeLocksBack(ModifierMask modifiers)
+/// Returns the locks that were in effect and are to be restored. Latches are used up, as by any
+/// key.
+ModifierMask X11Keyboard::clearLocks(ModifierMask modifiers)
 {
     const ModifierState &state = tracker.state();
     const auto affected = static_cast<ModifierMask>((state.locked | state.latched) & modifiers);
@@ -229,8 +230,7 @@ void X11Keyboard::releaseKey(const PressedKey &key)
     }
 }
 
-/// Locks the modifiers of `affected` that are in `locked`; all others of `affected` lose lock and
-/// latch.
+/// Locks those modifiers of `affected` that are in `locked`; the others lose lock and latch.
 std::uint32_t X11Keyboard::changeLocks(ModifierMask affected, ModifierMask locked)
 {
     return xcb_xkb_latch_lock_state(connection, coreKeyboard, affected, locked, false, 0,

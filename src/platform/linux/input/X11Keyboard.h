@@ -15,12 +15,12 @@ namespace platform {
 
 /// Presses keys on an X display through its XTEST extension.
 ///
-/// What it sends stays in the connection's buffer until someone flushes it. It asks the server
-/// nothing per key; only a changed key map is read, once, at the next press.
+/// What it sends stays in the connection's buffer until it is flushed. No key needs a question to
+/// the server; only after a change the key map is read, once, at the next press.
 class X11Keyboard
 {
 public:
-    /// Asks for the reports that it lives on; a few round trips. The connection must have XTEST and
+    /// Asks for the reports that it needs; a few round trips. The connection must have XTEST and
     /// XKEYBOARD. Connection and ledger must outlive the keyboard.
     X11Keyboard(xcb_connection_t *openConnection, ReleaseLedger &ledgerOfReleases);
 
@@ -30,16 +30,16 @@ public:
     /// Presses the key with exactly the modifiers that the flags name, and those that its keysym
     /// needs (XkbKeyFinder::key).
     ///
-    /// Modifiers that the user happens to hold are released where they would change the result.
-    /// They are not pressed again: the user may have let go meanwhile, and nobody would release
-    /// them then. Locks (Caps Lock) are taken back until the key goes up.
+    /// Modifiers that the user happens to hold are released if they would change the result. They
+    /// are not pressed again: the user may have let go of them meanwhile, and then nothing would
+    /// release them. Locks (Caps Lock) are cleared until the key is released.
     ///
     /// A key that is down already is released first.
     void press(KeyCode code, EventFlags flags);
 
-    /// Releases the key, then the modifiers that its press() pressed, last one first, and puts the
-    /// locks back. It is the same key even if the key map has changed between. A key that is not
-    /// down is released nevertheless.
+    /// Releases the key, then the modifiers that its press() pressed, the last one first, and
+    /// restores the locks. It is the same key even if the key map has changed in between. A key
+    /// that is not down is released nevertheless.
     void release(KeyCode code);
 
     /// Releases every key that press() left down.
@@ -52,13 +52,13 @@ private:
         ModifierMask sets = 0; ///< While it is down.
     };
 
-    /// A key that is down, and what is to be undone with it.
+    /// A key that is down, and what is to be undone when it is released.
     struct HeldKey
     {
         KeyCode code = 0;
         PressedKey key;
         std::vector<PressedKey> modifierKeys; ///< Pressed for it, in that order.
-        ModifierMask locks = 0;               ///< Taken back for it.
+        ModifierMask locks = 0;               ///< Cleared for it.
     };
 
     void askForReports();
@@ -66,7 +66,7 @@ private:
     bool releaseHeld(KeyCode code);
     ModifierMask masksOf(const XkbKeyFinder &finder, EventFlags flags) const;
 
-    ModifierMask takeLocksBack(ModifierMask modifiers);
+    ModifierMask clearLocks(ModifierMask modifiers);
     void releaseKeysSetting(const XkbKeyFinder &finder, ModifierMask modifiers);
     std::vector<PressedKey> pressModifiers(const XkbKeyFinder &finder, ModifierMask modifiers);
     void undo(const HeldKey &held);

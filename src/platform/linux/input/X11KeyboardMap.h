@@ -12,26 +12,26 @@ struct xcb_connection_t;
 
 namespace platform {
 
-/// The keys of the keyboard through which an X server plays faked events.
+/// The keys of the keyboard on which an X server plays faked events.
 ///
-/// That keyboard has a key map of its own, and a faked key means what it says there. The core
-/// keyboard's map is another matter: it is a copy of the map of the keyboard that was used last, so
-/// it changes to and fro between the user's and this one.
+/// That keyboard has a key map of its own, which decides what a faked key means. The core
+/// keyboard's map is no help: it is a copy of the map of the keyboard that was used last, so it
+/// alternates between the user's and this one.
 class X11KeyboardMap
 {
 public:
-    /// Finds the keyboard (the core one on a server that does not tell). A few round trips; the
-    /// connection must outlive the map.
+    /// Finds the keyboard; if the server does not name it, takes the core keyboard. A few round
+    /// trips; the connection must outlive the map.
     explicit X11KeyboardMap(xcb_connection_t *openConnection);
 
-    /// The keyboard's XInput number, as events tell it.
+    /// The keyboard's XInput number, as in events.
     int device() const { return deviceNumber; }
 
-    /// To be called when the keyboard has got other keys.
+    /// To be called when the keys of the keyboard have changed.
     void markStale() { isStale = true; }
 
-    /// The keys as they are now; null when the server does not tell them. Reads them anew, with
-    /// round trips, only when they have changed since the last question.
+    /// The current keys; null when they cannot be read. Reads them again, with round trips, only if
+    /// they have changed since the last call.
     const XkbKeyFinder *finder();
 
 private:

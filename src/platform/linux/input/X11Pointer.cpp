@@ -15,7 +15,8 @@ namespace platform {
 
 namespace {
 
-/// What the X protocol calls the buttons: 1 is the main one, 2 the middle one.
+/// The button number by which the X protocol knows each meaning: 1 is the main button, 2 the middle
+/// one.
 std::uint8_t meaningOf(MouseButton button)
 {
     switch (button) {
@@ -29,7 +30,7 @@ std::uint8_t meaningOf(MouseButton button)
     return 0;
 }
 
-/// Positions travel as 16 bits; what lies beyond is beyond every screen too.
+/// Positions are sent as 16 bits; anything beyond is beyond every screen too.
 std::int16_t coordinate(double pixels)
 {
     using Limits = std::numeric_limits<std::int16_t>;
@@ -117,7 +118,7 @@ void X11Pointer::readMapping()
     isMappingStale = false;
 }
 
-/// The button that gives the meaning: faked buttons go through the mapping as those of a mouse do.
+/// The number of the button with that meaning: faked buttons are mapped as those of a mouse are.
 std::uint8_t X11Pointer::numberOf(MouseButton button)
 {
     if (isMappingStale) {

@@ -15,12 +15,12 @@ namespace platform {
 
 /// Moves the pointer of an X display and presses its buttons through the XTEST extension.
 ///
-/// What it sends stays in the connection's buffer until someone flushes it.
+/// What it sends stays in the connection's buffer until it is flushed.
 class X11Pointer
 {
 public:
-    /// The connection must have XTEST; it and the ledger must outlive the pointer. `rootWindow` is
-    /// the one window whose coordinates are meant.
+    /// The connection must have XTEST; connection and ledger must outlive the pointer. Positions
+    /// are those of `rootWindow`.
     X11Pointer(xcb_connection_t *openConnection, xcb_window_t rootWindow,
                ReleaseLedger &ledgerOfReleases);
 
@@ -34,10 +34,10 @@ public:
     /// Moves the pointer to that pixel; the server keeps it on the screens.
     void moveTo(const Location &position);
 
-    /// Presses the button that has that meaning, on a left-handed mapping too. A mapping that has
-    /// taken the button away leaves nothing to press.
+    /// Presses the button that has that meaning, also with a left-handed mapping. If the mapping
+    /// has disabled the button, nothing is pressed.
     void press(MouseButton button);
-    /// Releases the button that press() pressed, even if the mapping has changed between.
+    /// Releases the button that press() pressed, even if the mapping has changed in between.
     void release(MouseButton button);
 
     /// Releases every button that press() left down.

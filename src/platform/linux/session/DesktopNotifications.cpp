@@ -60,8 +60,8 @@ void DesktopNotifications::hasOneMore()
     ask();
 }
 
-/// Without a limit of time: a daemon that is halted has this one question to answer, and not one
-/// more every half minute.
+/// Without a time limit: a daemon that is suspended has only this one question to answer later, and
+/// not one more every half minute.
 void DesktopNotifications::ask()
 {
     if (!question.isNull()) {
@@ -79,8 +79,8 @@ void DesktopNotifications::ask()
                      });
 }
 
-/// An error is an answer too: nobody is there who could show balloons, or somebody who does not
-/// tell what he reads. To be safe he is taken to read markup.
+/// An error is an answer too: either there is no daemon, or it does not report its capabilities. To
+/// be safe, it is then assumed to read markup.
 void DesktopNotifications::takeAnswer(const QDBusPendingCall &answer, int handedBefore)
 {
     const QDBusPendingReply<QStringList> capabilities = answer;

@@ -12,18 +12,19 @@
 namespace platform {
 
 /// The owner of org.freedesktop.Notifications on the session bus (Desktop Notifications
-/// Specification). The toolkit sends its calls there without waiting for their answers, so the
-/// daemon is asked for its capabilities behind them: while that has no answer, they have none.
+/// Specification). The toolkit sends its calls there without waiting for answers. So after each
+/// call the daemon is asked for its capabilities: when that is answered, the calls before it have
+/// been processed.
 class DesktopNotifications final : public NotificationDaemon
 {
 public:
-    /// Balloons that the daemon may leave without an answer.
+    /// The number of balloons that the daemon may leave unanswered.
     static constexpr int maximumOnTheWay = 16;
 
     explicit DesktopNotifications(std::function<void()> readyAgain);
     ~DesktopNotifications() override;
 
-    /// False until the daemon, and after its end the next one, has told what it can.
+    /// False until the daemon, or its successor after it has ended, has reported its capabilities.
     bool takesOneMore() override;
     QString asPlainText(const QString &text) const override;
     void hasOneMore() override;
@@ -35,8 +36,8 @@ private:
 
     std::function<void()> ready;
     QDBusServiceWatcher owners;
-    QPointer<QDBusPendingCallWatcher> question; // the one that is open
-    int onTheWay = 0;                           // balloons without an answer
+    QPointer<QDBusPendingCallWatcher> question; // The one without an answer.
+    int onTheWay = 0;                           // Balloons without an answer.
     bool isKnown = false;
     bool readsMarkup = true;
 };

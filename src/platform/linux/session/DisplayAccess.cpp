@@ -24,8 +24,8 @@ struct DisplayNames
     QByteArray wayland;
 };
 
-/// Whether the toolkit may use that plugin; it is told of several by semicolons, and by an empty
-/// text that the choice is its own.
+/// Whether the toolkit may use that plugin. The list is separated by semicolons; if it is empty,
+/// the toolkit chooses.
 bool mayUse(const QByteArray &plugins, const char *plugin)
 {
     const QByteArrayList names = plugins.split(';');
@@ -58,7 +58,7 @@ bool x11Answers(const QByteArray &name)
 
 bool waylandAnswers(const QByteArray &name)
 {
-    // An absolute path stays as it is.
+    // An absolute path is kept.
     const QDir runtime(QFile::decodeName(qgetenv("XDG_RUNTIME_DIR")));
     QLocalSocket socket;
     socket.connectToServer(runtime.absoluteFilePath(QFile::decodeName(name)));

@@ -37,27 +37,26 @@ bool isYoung(const QFileInfo &lock)
     return lock.lastModified().secsTo(QDateTime::currentDateTime()) < longestLife.count();
 }
 
-/// Whether the toolkit, which waits for its lock as long as that takes, will get it at once. A lock
-/// that is older than 30 s and that no process holds is removed.
+/// Whether the toolkit, which waits for its lock without limit, will get it at once. A lock that is
+/// older than 30 s and that no process holds is removed.
 bool isUnlocked(const QString &file)
 {
     const QDeadlineTimer patience(longestWait);
     QFileInfo place(file + u".lock"_s);
-    // The toolkit would remove a young one, too, whose owner seems to be gone.
+    // The toolkit would also remove a recent one if its owner seems to be gone.
     while (place.exists() && place.isFile() && isYoung(place) && !patience.hasExpired()) {
         QThread::msleep(lookAgain);
         place.refresh();
     }
     if (place.exists() && (!place.isFile() || isYoung(place))) {
-        return false; // To look into a named pipe is to wait.
+        return false; // Reading a named pipe would wait.
     }
     QLockFile lock(place.filePath());
     return lock.tryLock(static_cast<int>(patience.remainingTime())) ||
            lock.error() != QLockFile::LockFailedError;
 }
 
-/// Writes a copy in a folder of its own, where nobody else has a lock, and puts it in the place of
-/// the file.
+/// Writes a copy in a folder of its own, where nobody else has a lock, and renames it to the file.
 void writeBesideTheLock(const QFileInfo &file, const std::vector<Setting> &values)
 {
     const QTemporaryDir folder(file.path() + u"/VornaServer-XXXXXX"_s);
@@ -73,7 +72,7 @@ void writeBesideTheLock(const QFileInfo &file, const std::vector<Setting> &value
     }
 }
 
-/// The file that a link leads to: the link stays.
+/// The file that a link points to, so that the link is kept.
 QFileInfo target(const QString &name)
 {
     const QString canonical = QFileInfo(name).canonicalFilePath();

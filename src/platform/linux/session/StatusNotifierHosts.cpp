@@ -24,7 +24,7 @@ QString watcherPath()
     return u"/StatusNotifierWatcher"_s;
 }
 
-/// A watcher that hangs must not hold up the start, in milliseconds.
+/// In milliseconds; a watcher that hangs must not delay the start.
 constexpr int answerTime = 1'000;
 
 } // namespace

@@ -7,7 +7,7 @@
 
 namespace platform {
 
-/// The trays of the StatusNotifierItem protocol, known by a watcher on the session bus.
+/// The trays of the StatusNotifierItem protocol, which a watcher on the session bus knows.
 class StatusNotifierHosts final : public TrayWatch
 {
     Q_OBJECT

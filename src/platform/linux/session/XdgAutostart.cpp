@@ -34,7 +34,7 @@ QString XdgAutostart::applicationPath() const
     const QString image = qEnvironmentVariable("APPIMAGE");
     const QString mount = qEnvironmentVariable("APPDIR");
     const QString executable = QCoreApplication::applicationFilePath();
-    // A terminal that is an AppImage itself hands both variables on to all that is started in it.
+    // A terminal that is itself an AppImage passes both variables on to all programs started in it.
     const bool isFromImage = !mount.isEmpty() && executable.startsWith(mount + u'/');
     return isFromImage && !image.isEmpty() ? image : executable;
 }
@@ -57,7 +57,7 @@ void XdgAutostart::removeAt(int index)
 
 void XdgAutostart::save()
 {
-    // First, as a new entry may take the name of a removed one.
+    // Done first, because a new entry may get the name of a removed one.
     for (const QString &fileName : removedFiles) {
         QFile::remove(fileName);
     }
@@ -69,8 +69,8 @@ void XdgAutostart::save()
     }
 }
 
-/// A file that bears our name without starting us belongs to somebody else, or is how the user
-/// masks an entry of the administrator.
+/// A file of our name that does not start us belongs to somebody else, or is how the user masks an
+/// administrator's entry.
 QString XdgAutostart::freeFileName() const
 {
     QString fileName = folder + u'/' + programName + ".desktop"_L1;

@@ -11,18 +11,18 @@
 namespace platform {
 
 /// The desktop entries in the user's autostart folder, in the order of their file names (Desktop
-/// Application Autostart Specification 0.5). What the administrator lets every user start is not
-/// the user's list.
+/// Application Autostart Specification 0.5). Entries that the administrator has made for all users
+/// are not part of it.
 ///
 /// An entry that is switched off (Hidden=true, X-GNOME-Autostart-enabled=false) has its path like
-/// any other: who switches this program off in the desktop's own settings still has the entry, so
-/// the next start of the program finds it and adds no second one. The user's word in our
-/// preferences counts again when it changes: turning start at logon off removes the entry, turning
-/// it on writes one that is switched on.
+/// any other. If the user switches this program off in the desktop's own settings, the entry
+/// remains, so the next start of the program finds it and does not add a second one. A change in
+/// our preferences overrides that: turning start at logon off removes the entry, turning it on
+/// writes one that is switched on.
 class XdgAutostart final : public LoginItems
 {
 public:
-    /// Reads the folder; one that is missing is an empty list, and made by save() when needed.
+    /// Reads the folder. A missing one is an empty list; save() creates it when needed.
     explicit XdgAutostart(const QString &autostartFolder);
 
     /// The image file when this program runs from an AppImage, whose inner path changes at each
@@ -31,7 +31,7 @@ public:
     int count() const override { return static_cast<int>(entries.size()); }
     QString pathAt(int index) const override { return entries.value(index).path; }
     /// `hide` has no meaning here: no key starts a program with its windows hidden (this program
-    /// has none at the start), and the key Hidden would say that the entry is deleted.
+    /// has none at the start), and the key Hidden means that the entry is deleted.
     void append(const QString &path, bool hide) override;
     void removeAt(int index) override;
     /// A new file appears complete or not at all; the files of other entries are not touched.

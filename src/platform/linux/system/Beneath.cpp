@@ -17,7 +17,7 @@ const int passing = O_PATH;
 
 namespace {
 
-/// A rename or a mount anywhere while ".." is looked up makes the call fail with EAGAIN.
+/// The call fails with EAGAIN if anything is renamed or mounted while ".." is looked up.
 constexpr int mostAttempts = 32;
 
 /// -1 with the reason in errno.
@@ -39,7 +39,7 @@ int openBeneath(int directory, const QByteArray &path)
         if (opened != -1) {
             return opened;
         }
-        // Before Linux 5.6 the call is not there; a sandbox may forbid it.
+        // Linux before 5.6 lacks the call; a sandbox may forbid it.
         if (errno == ENOSYS || errno == EPERM) {
             break;
         }

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// An end signal exits the program with status 0 from before its libraries are initialised on, which
+// An end signal exits the program with status 0 even before its libraries are initialised, which
 // takes most of its start. TerminationSignals takes over in main().
 
 #include <csignal>
@@ -10,7 +10,7 @@
 
 namespace {
 
-// The sanitizers are not there yet.
+// The sanitizers are not initialised yet.
 #define BEFORE_SANITIZERS __attribute__((no_sanitize("address", "undefined")))
 
 BEFORE_SANITIZERS void leave(int)

@@ -11,7 +11,7 @@ namespace platform {
 
 namespace {
 
-/// Requests of XInput 2 need the client's version first.
+/// XInput 2 takes requests only from a client that has named its version.
 bool agreeOnVersion(xcb_connection_t *connection)
 {
     const auto *extension = xcb_get_extension_data(connection, &xcb_input_id);

@@ -11,7 +11,7 @@ struct xcb_connection_t;
 
 namespace platform {
 
-/// The X server keeps one keyboard and one pointer for all that its XTEST extension presses.
+/// The X server has one keyboard and one pointer for all input that its XTEST extension fakes.
 inline constexpr std::string_view xtestKeyboardName = "Virtual core XTEST keyboard";
 inline constexpr std::string_view xtestPointerName = "Virtual core XTEST pointer";
 
