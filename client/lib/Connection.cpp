@@ -95,12 +95,6 @@ void Connection::open(const QString &host, quint16 port)
     socket.connectToHost(host, port);
 }
 
-void Connection::close()
-{
-    isLost = true;
-    socket.disconnectFromHost();
-}
-
 void Connection::cancel()
 {
     fail(u"Cancelled."_s);

@@ -63,7 +63,6 @@ public:
 
     /// opened() or lost() follows.
     void open(const QString &host, quint16 port);
-    void close();
     bool isOpen() const { return socket.state() == QAbstractSocket::ConnectedState; }
     /// Whether a server has answered, so that it is one.
     bool hasAnswered() const { return isAnswered; }

@@ -19,7 +19,6 @@ using Place = FileAnnouncement::Place;
 struct Wrapping
 {
     Place place = Place::InFront;
-    QString format;
     /// Why there is none.
     QString obstacle;
     /// Bytes of the original that must come first.
@@ -215,14 +214,14 @@ bool isMarkdown(const QString &suffix, const QByteArray &head)
            !head.startsWith("+++");
 }
 
-Wrapping asComment(const QString &format, qint64 kept, Wrap wrap)
+Wrapping asComment(qint64 kept, Wrap wrap)
 {
-    return {Place::Comment, format, {}, kept, wrap};
+    return {Place::Comment, {}, kept, wrap};
 }
 
 Wrapping obstructed(const QString &obstacle)
 {
-    return {Place::InFront, {}, obstacle, 0, {}};
+    return {Place::InFront, obstacle, 0, {}};
 }
 
 Wrapping formatWithoutPlace()
@@ -235,7 +234,7 @@ Wrapping wrappingForScript(const QByteArray &line)
     const QString interpreter = interpreterIn(line);
     for (const Language &language : languages()) {
         if (language.interpreters.contains(interpreter)) {
-            return asComment(u"script"_s, line.size(), language.wrap);
+            return asComment(line.size(), language.wrap);
         }
     }
     return obstructed(u"how its language marks comments is not known"_s);
@@ -247,19 +246,16 @@ Wrapping wrappingForSuffix(const QString &suffix, const QByteArray &head)
     const qint64 kept = markSize(head);
     for (const Language &language : languages()) {
         if (language.suffixes.contains(suffix)) {
-            return asComment(suffix, kept, language.wrap);
+            return asComment(kept, language.wrap);
         }
     }
     if (isMarkdown(suffix, head)) {
-        return asComment(suffix, kept, wrappedForMarkup);
+        return asComment(kept, wrappedForMarkup);
     }
     if (isPlainText(suffix)) {
         const bool hasReturns = head.contains("\r\n");
-        return {Place::FirstLine,
-                {},
-                {},
-                kept,
-                hasReturns ? wrappedForTextWithReturns : wrappedForText};
+        return {
+            Place::FirstLine, {}, kept, hasReturns ? wrappedForTextWithReturns : wrappedForText};
     }
     return formatWithoutPlace();
 }
@@ -270,10 +266,10 @@ Wrapping wrappingForText(const QString &name, const QByteArray &head)
         return wrappingForScript(firstLine(head));
     }
     if (isMarkup(head)) {
-        return asComment(u"HTML"_s, 0, wrappedForMarkup);
+        return asComment(0, wrappedForMarkup);
     }
     if (isXml(head)) {
-        return asComment(u"XML"_s, xmlDeclaration(head).size(), wrappedForMarkup);
+        return asComment(xmlDeclaration(head).size(), wrappedForMarkup);
     }
     // One that is too long, or holds what the server would take for something else.
     return head.startsWith("<?xml") ? formatWithoutPlace()
@@ -297,10 +293,10 @@ QString obstacleOfName(const QString &name, const Wrapping &wrapping)
 Wrapping wrappingFor(const QString &name, const QByteArray &head)
 {
     if (head.startsWith("\xff\xd8\xff")) {
-        return asComment(u"JPEG"_s, 2, wrappedForJpeg);
+        return asComment(2, wrappedForJpeg);
     }
     if (head.startsWith("%PDF-")) {
-        return asComment(u"PDF"_s, 0, wrappedForPdf);
+        return asComment(0, wrappedForPdf);
     }
     if (!isText(head)) {
         return formatWithoutPlace();
@@ -319,7 +315,6 @@ FileAnnouncement FileAnnouncement::of(const QString &name, quint64 size, const Q
     FileAnnouncement announcement;
     announcement.skippedBytes = wrapping.keptBytes;
     announcement.place = wrapping.place;
-    announcement.format = wrapping.format;
     announcement.obstacle = wrapping.obstacle;
     const QByteArray kept = head.first(wrapping.keptBytes);
     // The transfer ends when more than announced has been stored, so one byte less than all is

@@ -30,8 +30,6 @@ struct FileAnnouncement
     Place place = Place::InFront;
     /// Why the place is no better one, as the second half of a sentence; empty otherwise.
     QString obstacle;
-    /// The format whose comment it is, for the user; empty otherwise.
-    QString format;
     /// Why the file cannot be announced; empty otherwise.
     QString refusal;
 

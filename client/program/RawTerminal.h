@@ -11,13 +11,11 @@ namespace quillmote {
 class RawTerminal
 {
 public:
-    /// False from isActive() when standard input is no terminal.
+    /// Changes nothing if standard input is not a terminal.
     RawTerminal();
     ~RawTerminal();
     RawTerminal(const RawTerminal &) = delete;
     RawTerminal &operator=(const RawTerminal &) = delete;
-
-    bool isActive() const { return active; }
 
 private:
     bool active = false;

@@ -34,7 +34,6 @@ public:
     /// Done when the server has confirmed all of the step, and for a paste also the wait is over.
     void add(const TypingStep &step, Done done);
     void add(const Request &request, Done done);
-    bool isIdle() const { return !current && waiting.empty(); }
 
 private:
     struct Item

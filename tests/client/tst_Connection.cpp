@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "lib/Connection.h"
+
+#include "client/StandInServer.h"
 #include "net/TokenText.h"
 
 #include <QBuffer>
@@ -9,8 +11,6 @@
 #include <QPointer>
 #include <QRandomGenerator>
 #include <QSignalSpy>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTest>
 #include <QTimer>
 
@@ -22,31 +22,6 @@ using namespace std::chrono_literals;
 using Kind = Outcome::Kind;
 
 namespace {
-
-/// A server of the test: hands over what one read brings, and the socket to answer on.
-class StandInServer : public QTcpServer
-{
-public:
-    std::function<void(QTcpSocket &, const QByteArray &)> onRead;
-    std::function<void(QTcpSocket &)> onConnected;
-
-    StandInServer()
-    {
-        listen(QHostAddress::LocalHost);
-        connect(this, &QTcpServer::newConnection, this, [this] {
-            QTcpSocket *socket = nextPendingConnection();
-            connect(socket, &QTcpSocket::readyRead, this, [this, socket] {
-                const QByteArray bytes = socket->readAll();
-                if (onRead) {
-                    onRead(*socket, bytes);
-                }
-            });
-            if (onConnected) {
-                onConnected(*socket);
-            }
-        });
-    }
-};
 
 /// Reads tokens as a real server does, with those that came together as one, and writes down what
 /// it carried out.
@@ -152,7 +127,7 @@ private slots:
 
 private:
     Outcome ask(const Request &request);
-    bool openConnection();
+    bool openConnection() { return server->isReachedBy(*connection); }
 
     std::unique_ptr<StandInServer> server;
     std::unique_ptr<Connection> connection;
@@ -163,13 +138,6 @@ void tst_Connection::init()
     connection = std::make_unique<Connection>();
     server = std::make_unique<StandInServer>();
     connection->setTimeout(3s);
-}
-
-bool tst_Connection::openConnection()
-{
-    QSignalSpy opened(connection.get(), &Connection::opened);
-    connection->open(u"127.0.0.1"_s, server->serverPort());
-    return opened.wait(5'000);
 }
 
 Outcome tst_Connection::ask(const Request &request)
