@@ -19,6 +19,10 @@ struct WrittenRequest
     bool isRefused() const { return !refusal.isEmpty(); }
 };
 
+/// How long a text may be, in characters, so that one packet of a network surely holds it with the
+/// token around it.
+inline constexpr qsizetype safeTextLength = 1'200;
+
 /// Writes the request in the form that the server's reader accepts.
 ///
 /// The tag comes back in each answer, since the server keeps every entry; Answer::holds() looks for

@@ -5,8 +5,6 @@
 
 #include "lib/PrintableText.h"
 
-#include <QJsonObject>
-
 using namespace Qt::StringLiterals;
 
 namespace quillmote::JsonOutput {
@@ -31,15 +29,21 @@ QString text(const QJsonDocument &document)
                        isObeyedByTerminals, escaped);
 }
 
-void print(const QJsonDocument &document)
+void print(const QJsonObject &object)
 {
-    Terminal::printLine(text(document));
+    Terminal::printLine(text(QJsonDocument(object)));
 }
 
-void printDone(const Arguments &arguments, Terminal::ExitCode code)
+void print(const QJsonArray &array)
+{
+    Terminal::printLine(text(QJsonDocument(array)));
+}
+
+void printDone(const Arguments &arguments, Terminal::ExitCode code, QJsonObject details)
 {
     if (arguments.wantsJson && code == Terminal::ExitCode::Done) {
-        print(QJsonDocument(QJsonObject{{u"ok"_s, true}}));
+        details.insert(u"ok"_s, true);
+        print(details);
     }
 }
 

@@ -5,8 +5,8 @@
 
 #include "lib/PrintableText.h"
 #include "program/ConnectionKeeper.h"
-#include "program/Discovery.h"
 #include "program/LastServer.h"
+#include "program/ServerSearch.h"
 
 #include <QEventLoop>
 #include <QTimer>
@@ -110,7 +110,7 @@ bool Session::searchByName(const Arguments &arguments)
     const auto limit = wanted.name.isEmpty()
                            ? std::min<std::chrono::milliseconds>(lookAround, arguments.timeout)
                            : arguments.timeout;
-    const SearchResult result = searchServer(wanted, limit);
+    const SearchResult result = ServerSearch(wanted).run(limit);
     if (!result.problem.isEmpty()) {
         Terminal::complain(result.problem + u" Give the server's address with --host and --port."_s,
                            "no-discovery"_L1);
