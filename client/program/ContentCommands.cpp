@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// The commands that ask or move content: discover, info, pair, open, copy, paste.
+// The commands that ask questions or transfer text: discover, info, pair, open, copy, paste.
 
 #include "lib/LossyText.h"
 #include "lib/PrintableText.h"
@@ -44,7 +44,7 @@ QString asLine(const ServerAddress &server)
     return u"%1\t%2\t%3"_s.arg(printable(server.name), server.address.toString()).arg(server.port);
 }
 
-/// The server that commands go to when none is named is marked.
+/// Marks the server that commands go to by default.
 void showServers(const QList<ServerAddress> &servers, bool wantsJson)
 {
     const QString lastUsed = LastServer::name();
@@ -69,23 +69,23 @@ ExitCode discoveryFailed(const QString &problem)
     return ExitCode::NoConnection;
 }
 
-/// One line for each server that comes or goes.
+/// Prints a line for each server that appears or disappears.
 ExitCode watch(const Arguments &arguments)
 {
-    const auto tell = [&](const QString &event, const QString &line, QJsonObject object) {
+    const auto show = [&](const QString &event, const QString &line, QJsonObject object) {
         object.insert(u"event"_s, event);
         arguments.wantsJson ? JsonOutput::print(object) : Terminal::printLine(event + u'\t' + line);
     };
     const QString problem = watchServers(
         arguments.isTimeoutGiven ? std::optional(arguments.timeout) : std::nullopt,
-        [&](const ServerAddress &server) { tell(u"found"_s, asLine(server), asJson(server)); },
+        [&](const ServerAddress &server) { show(u"found"_s, asLine(server), asJson(server)); },
         [&](const QString &name) {
-            tell(u"gone"_s, printable(name), {{u"name"_s, name}});
+            show(u"gone"_s, printable(name), {{u"name"_s, name}});
         });
     return problem.isEmpty() ? ExitCode::Done : discoveryFailed(problem);
 }
 
-/// Connects, sends the one request and hands out the answer.
+/// Connects and sends the request.
 ExitCode ask(const Arguments &arguments, const Request &request, Answer &answer)
 {
     Session session(arguments);
@@ -107,7 +107,7 @@ ExitCode refused(const QString &sentence)
     return ExitCode::Usage;
 }
 
-/// The text as it is sent; what is changed is told.
+/// The text as it is sent. A note lists the changes.
 QString withLosses(const QString &text)
 {
     const auto lossy = LossyText::of(text);
@@ -117,7 +117,7 @@ QString withLosses(const QString &text)
     return lossy.text;
 }
 
-/// On a terminal the prompt that follows begins a line.
+/// On a terminal the text ends its line, so that the next prompt begins one.
 QString shownText(const QString &text)
 {
     const bool isLineOpen =

@@ -44,7 +44,7 @@ QString storedIdentity()
     return form.match(text).hasMatch() ? text : QString();
 }
 
-/// The stored identity; where there is none, a new one and why it cannot be stored.
+/// Without a name. If there is no stored identity, a new one is made and stored.
 DeviceIdentity storedOrMade()
 {
     const QString stored = storedIdentity();

@@ -16,7 +16,7 @@ struct DeviceIdentity
     QString text;
     /// The name that servers show to their users.
     QString name;
-    /// Why the text will be another one next time; empty if it is kept.
+    /// Why the text could not be stored, so that the next run makes another one; empty if it is.
     QString problem;
 
     /// The text that is kept in the configuration folder, and the given name, or the host name if

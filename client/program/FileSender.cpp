@@ -99,7 +99,7 @@ ExitCode FileSender::transfer(const QString &name, const FileAnnouncement &annou
 ExitCode FileSender::end(const QString &name, const Outcome &outcome, bool hasBegun)
 {
     const bool isInterrupted = signalWatch.caught() != 0;
-    // A server that cannot store the file takes its bytes and never says so.
+    // A server that cannot store the file reads its bytes and never reports that.
     const ExitCode code =
         isInterrupted ? ExitCode::NoConnection
                       : Session::report(outcome, u"Can it write to its download directory? If so, "

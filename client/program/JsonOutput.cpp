@@ -22,7 +22,7 @@ QString escaped(char32_t character)
 
 } // namespace
 
-/// The toolkit escapes what JSON must have escaped; a terminal obeys more than that.
+/// The toolkit escapes only the characters that JSON requires. A terminal obeys more.
 QString text(const QJsonDocument &document)
 {
     return withEscapes(QString::fromUtf8(document.toJson(QJsonDocument::Compact)),

@@ -5,9 +5,9 @@
 
 namespace quillmote {
 
-/// While it lives, the terminal gives each key at once and unechoed, tells what the mouse does, and
-/// shows a screen of its own. It is put back however the program ends, by a signal too. At most one
-/// may exist.
+/// While it lives, the terminal delivers each key at once and without echo, reports the mouse, and
+/// shows a separate screen. The terminal is restored however the program ends, also after a signal.
+/// At most one may exist.
 class RawTerminal
 {
 public:

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// The command that makes the terminal the handheld.
+// The command that uses the terminal as the handheld.
 
 #include "program/Commands.h"
 #include "program/DeviceIdentity.h"

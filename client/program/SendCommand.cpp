@@ -40,7 +40,7 @@ bool complainAboutProblems(const Files &files)
     return isAny;
 }
 
-/// The server appends the second of two to the first.
+/// The server would append the second file to the first.
 bool complainAboutEqualNames(const Files &files)
 {
     QStringList names;
@@ -93,7 +93,7 @@ QString listed(const Files &files, Place place)
     return names.join(", "_L1);
 }
 
-/// What a person may want to know before the files are there; each once.
+/// Notes for the user before the files are sent; each is shown once.
 void noteHowTheyArrive(const Files &files)
 {
     const QString texts = listed(files, Place::FirstLine);

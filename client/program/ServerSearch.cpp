@@ -8,8 +8,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Servers answer a browser after 20 to 120 ms drawn at random (RFC 6762, section 6), so that one
-/// found is followed by the others within this time unless a message is lost.
+/// Servers answer after a random delay of 20 to 120 ms (RFC 6762, section 6). So all other servers
+/// follow the first within this time, unless a message is lost.
 constexpr auto quietTime = 500ms;
 
 } // namespace

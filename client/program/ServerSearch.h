@@ -17,16 +17,16 @@ namespace quillmote {
 struct SearchResult
 {
     ServerChoice choice;
-    QString problem; // when the system cannot discover at all
+    QString problem; // if the system cannot discover at all
 };
 
-/// Watches the network until it is clear which server is meant.
+/// Watches the network until it is clear which server the user wants.
 class ServerSearch
 {
 public:
     explicit ServerSearch(const WantedServer &which);
 
-    /// Runs an event loop, at most that long.
+    /// Runs an event loop, for at most that time.
     SearchResult run(std::chrono::milliseconds limit);
 
 private:

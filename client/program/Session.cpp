@@ -23,10 +23,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How long to look for servers when none is named: one that is there answers within this time,
-/// even when its first answer was lost.
+/// How long to look for servers if none is named. Every server answers within this time, even if
+/// its first answer is lost.
 constexpr auto lookAround = 1'500ms;
-/// A server that need not ask a person has answered by then.
+/// A server that does not ask a person answers within this time.
 constexpr auto quickAnswer = 300ms;
 
 constexpr auto serverVariable = "QUILLMOTE_SERVER";

@@ -38,7 +38,7 @@ QString textFromInput()
     return text;
 }
 
-/// Types the steps; ends early at a failure, or when a signal has come.
+/// Types the steps. Stops early after a failure or a signal.
 ExitCode typeAll(Session &session, const Arguments &arguments, const TypingPlan &plan,
                  const SignalWatch *signalWatch)
 {

@@ -20,7 +20,7 @@ QString refused(const QString &what, const QString &advice)
     return u"The text cannot be typed: it holds %1. %2"_s.arg(what, advice);
 }
 
-/// About a character that has no key. The rest is the clipboard's matter.
+/// Why a character without a key cannot be typed; empty if it can be pasted.
 QString refusalOf(char32_t character)
 {
     const QString file = u"Send the text as a file."_s;

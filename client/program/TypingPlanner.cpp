@@ -23,14 +23,15 @@ std::optional<QString> keyFor(QChar character, const TypingStyle &style)
                               : KeyNames::forCharacterOfAnyLayout(character);
 }
 
-/// The first stretch of the text that the wire can carry as it is; the text begins with no blank.
+/// The longest beginning of the text that the wire can carry unchanged. The text must not begin
+/// with a blank.
 QString carriablePiece(const QString &text)
 {
     const auto upTo = [&](QLatin1StringView border, qsizetype kept) {
         const qsizetype found = text.indexOf(border);
         return found < 0 ? text.size() : found + kept;
     };
-    // The server looks for the markers, and takes what begins with a bracket for a list.
+    // The server looks for markers, and takes a text that begins with a bracket for a list.
     qsizetype length = std::min({safeTextLength, text.size(), upTo("  "_L1, 0), upTo("[[["_L1, 3)});
     if (text.startsWith(u'(')) {
         length = std::min(length, upTo(", "_L1, 1));

@@ -23,13 +23,13 @@ using Kind = Outcome::Kind;
 
 namespace {
 
-/// Reads tokens as a real server does, with those that came together as one, and writes down what
-/// it carried out.
+/// Reads tokens like a real server, which takes those of one read as one token, and records what it
+/// carries out.
 struct RealisticReader
 {
     TokenMap map;
     QStringList keys;
-    QStringList all; // addresses that were opened, too
+    QStringList all; // with the addresses that were opened
 
     void operator()(QTcpSocket &socket, const QByteArray &bytes)
     {
@@ -53,7 +53,7 @@ struct RealisticReader
     }
 };
 
-/// A server that lets bytes lie for a time at random between two limits, in milliseconds.
+/// A server that reads late, after random times between two limits in milliseconds.
 class LateReader
 {
 public:
@@ -324,7 +324,7 @@ void tst_Connection::whateverTheServerSendsTheTimeIsKept_data()
     QTest::newRow("calls for another try") << QByteArray("{") << retries.sliced(1);
 }
 
-/// For ever, in pieces of 1.6 MB, as fast as they are taken.
+/// Sends for ever, in pieces of 1.6 MB, as fast as they are read.
 void tst_Connection::whateverTheServerSendsTheTimeIsKept()
 {
     QFETCH(QByteArray, beginning);
@@ -398,7 +398,7 @@ void tst_Connection::anAnswerToSomethingElseConfirmsNoKey()
 
 void tst_Connection::aServerThatNeverConfirmsTimesOut()
 {
-    // It says for ever that the question came together with the key.
+    // It always answers that the question was read together with the key.
     connection->setTimeout(700ms);
     server->onRead = [](QTcpSocket &socket, const QByteArray &bytes) {
         QByteArray tag = bytes.mid(bytes.indexOf("question = ") + 11);

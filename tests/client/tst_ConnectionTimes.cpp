@@ -37,7 +37,7 @@ public:
 
 } // namespace
 
-/// What a Connection does when, and what it says at the end.
+/// When a Connection acts, and what it reports at the end.
 class tst_ConnectionTimes : public QObject
 {
     Q_OBJECT
@@ -94,7 +94,7 @@ void tst_ConnectionTimes::anIdleConnectionStaysOpen()
 
 void tst_ConnectionTimes::aServerThatDoesNotAcceptIsLostInTime()
 {
-    // A queue that is full: the next connection waits for ever.
+    // The queue is full: the next connection waits for ever.
     QTcpServer full;
     full.setListenBacklogSize(1);
     QVERIFY(full.listen(QHostAddress::LocalHost));
@@ -177,7 +177,7 @@ void tst_ConnectionTimes::aQuestionToThePersonThereMayTakeLonger()
     QCOMPARE(outcomes[0].kind, Kind::Done);
 }
 
-/// From its own sending, not from that of the first.
+/// The time counts from the sending of each request, not of the first.
 void tst_ConnectionTimes::theTimeCountsForEachRequest()
 {
     connection->setTimeout(700ms);

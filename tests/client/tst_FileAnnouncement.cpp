@@ -32,12 +32,12 @@ private slots:
     void theTransferEndsWithTheLastByte();
     void theServerReadsItInsideAComment_data();
     void theServerReadsItInsideAComment();
-    void theNameTellsTheLanguageOfText_data();
-    void theNameTellsTheLanguageOfText();
-    void theInterpreterTellsTheLanguageOfAScript_data();
-    void theInterpreterTellsTheLanguageOfAScript();
-    void whatProgramsCouldNotReadIsToldWithTheObstacle_data();
-    void whatProgramsCouldNotReadIsToldWithTheObstacle();
+    void theNameShowsTheLanguageOfText_data();
+    void theNameShowsTheLanguageOfText();
+    void theInterpreterShowsTheLanguageOfAScript_data();
+    void theInterpreterShowsTheLanguageOfAScript();
+    void damagedFilesAreReportedWithTheObstacle_data();
+    void damagedFilesAreReportedWithTheObstacle();
     void lengthBytesOfJpegCommentsDoNoHarm();
     void namesThatTheWireCannotCarryAreRefused();
 };
@@ -45,7 +45,7 @@ private slots:
 void tst_FileAnnouncement::theTransferEndsWithTheLastByte_data()
 {
     QTest::addColumn<quint64>("size");
-    // Sizes around which the number in the announcement gets a digit more.
+    // Sizes around which the number in the announcement gets one more digit.
     for (const quint64 size : {0ULL,    1ULL,     8ULL,     9ULL,     10ULL,      11ULL,     12ULL,
                                13ULL,   99ULL,    900ULL,   910ULL,   912ULL,     915ULL,    920ULL,
                                1000ULL, 9'900ULL, 9'912ULL, 9'915ULL, 1ULL << 30, 1ULL << 40}) {
@@ -84,7 +84,7 @@ void tst_FileAnnouncement::theServerReadsItInsideAComment_data()
                          << QByteArray("<!-- { ") << qint64(0);
 }
 
-void tst_FileAnnouncement::theNameTellsTheLanguageOfText_data()
+void tst_FileAnnouncement::theNameShowsTheLanguageOfText_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QByteArray>("head");
@@ -117,7 +117,7 @@ void tst_FileAnnouncement::theNameTellsTheLanguageOfText_data()
     row("text with a mark", "g.txt", mark + "x", Place::FirstLine, mark + "{ ", " }\n");
 }
 
-void tst_FileAnnouncement::theNameTellsTheLanguageOfText()
+void tst_FileAnnouncement::theNameShowsTheLanguageOfText()
 {
     QFETCH(QString, name);
     QFETCH(QByteArray, head);
@@ -135,7 +135,7 @@ void tst_FileAnnouncement::theNameTellsTheLanguageOfText()
              announcement.bytes.size() + 1000 - kept.size() - 1);
 }
 
-void tst_FileAnnouncement::theInterpreterTellsTheLanguageOfAScript_data()
+void tst_FileAnnouncement::theInterpreterShowsTheLanguageOfAScript_data()
 {
     QTest::addColumn<QByteArray>("line");
     QTest::addColumn<QByteArray>("comment"); // empty: not known
@@ -150,7 +150,7 @@ void tst_FileAnnouncement::theInterpreterTellsTheLanguageOfAScript_data()
     QTest::newRow("no line end") << QByteArray("#!/bin/sh") << QByteArray();
 }
 
-void tst_FileAnnouncement::theInterpreterTellsTheLanguageOfAScript()
+void tst_FileAnnouncement::theInterpreterShowsTheLanguageOfAScript()
 {
     QFETCH(QByteArray, line);
     QFETCH(QByteArray, comment);
@@ -162,7 +162,7 @@ void tst_FileAnnouncement::theInterpreterTellsTheLanguageOfAScript()
     QCOMPARE(announcedParameters(announcement.bytes).value(0), u"tool"_s);
 }
 
-void tst_FileAnnouncement::whatProgramsCouldNotReadIsToldWithTheObstacle_data()
+void tst_FileAnnouncement::damagedFilesAreReportedWithTheObstacle_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QByteArray>("head");
@@ -190,7 +190,7 @@ void tst_FileAnnouncement::whatProgramsCouldNotReadIsToldWithTheObstacle_data()
         << u"the letters beyond ASCII in its name would spoil the text's encoding (see --as)"_s;
 }
 
-void tst_FileAnnouncement::whatProgramsCouldNotReadIsToldWithTheObstacle()
+void tst_FileAnnouncement::damagedFilesAreReportedWithTheObstacle()
 {
     QFETCH(QString, name);
     QFETCH(QByteArray, head);

@@ -28,7 +28,7 @@ QByteArray tokenIn(const FileAnnouncement &announcement)
 
 } // namespace
 
-/// Which formats take the announcement as a comment, and how.
+/// Which formats take the announcement as a comment, and in which form.
 class tst_FileFormats : public QObject
 {
     Q_OBJECT
@@ -88,7 +88,7 @@ void tst_FileFormats::whatCannotCarryACommentIsNotTouched_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QByteArray>("head");
-    QTest::addColumn<bool>("isText"); // then a line of its own is no harm
+    QTest::addColumn<bool>("isText"); // a line of its own does no harm then
     QTest::newRow("empty") << u"a"_s << QByteArray() << true;
     QTest::newRow("PNG") << u"a.png"_s << QByteArray("\x89PNG\r\n\x1a\n") << false;
     QTest::newRow("almost a JPEG") << u"a.jpg"_s << QByteArray("\xff\xd8") << false;

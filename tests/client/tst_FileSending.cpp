@@ -51,7 +51,7 @@ private:
     bool isReady = false;
 };
 
-/// A file that is shorter than it said.
+/// A file that cannot be read.
 class BrokenFile : public QBuffer
 {
 public:
@@ -206,7 +206,7 @@ void tst_FileSending::aFileThatCannotBeReadEndsTheConnection()
     QVERIFY(!connection->isOpen());
 }
 
-/// The one under way and those behind it.
+/// The current request and those behind it.
 void tst_FileSending::cancellingEndsEveryRequest()
 {
     FileServer server(3);
@@ -229,7 +229,7 @@ void tst_FileSending::cancellingEndsEveryRequest()
     QTRY_COMPARE(server.socket->state(), QAbstractSocket::UnconnectedState);
 }
 
-/// The time limit is for a server that does not move at all.
+/// The time limit counts only while no bytes leave.
 void tst_FileSending::whatTheServerTakesSlowlyDoesNotTimeOut()
 {
     constexpr qsizetype Size = 24'000'000;

@@ -31,7 +31,7 @@ private slots:
     void anyAcceptedTextArrivesUnchanged();
     void everyRequestHasItsTagFirst();
     void ofRequestsReadTogetherTheLastCounts();
-    void theQuestionTellsWhetherItWasReadTogether();
+    void theQuestionShowsWhetherItWasReadTogether();
 };
 
 void tst_RequestWriter::theServerStoresExactlyWhatWasGiven_data()
@@ -78,7 +78,7 @@ void tst_RequestWriter::aTextThatBeginsWithABracketIsAListOfOne()
     QCOMPARE(written.refusal, QString());
     const QVariant stored = storedToken(written.bytes).value(u"fncCommand"_s);
     QCOMPARE(stored.toStringList(), QStringList{text});
-    // As which the server reads it.
+    // The server reads it as this text.
     QCOMPARE(stored.toString(), text);
 }
 
@@ -221,7 +221,7 @@ void tst_RequestWriter::ofRequestsReadTogetherTheLastCounts()
     QVERIFY(Answer{stored}.holds(3));
 }
 
-void tst_RequestWriter::theQuestionTellsWhetherItWasReadTogether()
+void tst_RequestWriter::theQuestionShowsWhetherItWasReadTogether()
 {
     const QByteArray request = writeRequest(Request::key(u";"_s), 8).bytes;
     const TokenMap together = storedToken(request + writeQuestion(8));
