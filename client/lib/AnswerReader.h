@@ -14,11 +14,11 @@
 
 namespace quillmote {
 
-/// What became of a request that is not answered, as the answer to the question behind it tells.
+/// What the answer to a question says about the request in front of it, which has no answer.
 enum class Confirmation {
     None,         ///< the answer is to something else
-    CarriedOut,   ///< the request was read, and the question in another read
-    NotCarriedOut ///< both came in one read, which carries out the last only; or it was not read
+    CarriedOut,   ///< request and question were read apart
+    NotCarriedOut ///< one read brought both, and only the last is carried out; or none was read
 };
 
 /// One token from the server: its whole map, in which an answer's own entries are "serverResponse"
@@ -29,37 +29,37 @@ struct Answer
 
     QString response() const;
     QStringList parameters() const;
-    /// Whether the request of that tag has been read.
+    /// Whether the request with that tag has been read.
     bool holds(quint64 tag) const;
-    /// About a request and the question behind it, both of that tag.
+    /// About a request and the question behind it, which both have that tag.
     Confirmation confirmation(quint64 tag) const;
 };
 
-/// Cuts the server's compact tokens out of the stream, in whatever pieces they arrive.
+/// Cuts the server's compact tokens out of the stream. The stream may arrive in pieces of any size.
 ///
-/// Nothing is escaped on the wire, so a text that looks just like the border of two entries is
-/// taken for one.
+/// The wire escapes nothing, so a text that looks like the border between two entries is taken for
+/// one.
 class AnswerReader
 {
 public:
-    /// What an unfinished answer may hold, in bytes; more is no answer. A server answers with what
-    /// it remembers of a client, up to 16 MiB, and with its clipboard's text, up to 16 MiB.
+    /// The most bytes that an unfinished answer may have; more is garbage. A server answers with
+    /// what it remembers of a client, up to 16 MiB, and with its clipboard's text, up to 16 MiB.
     static constexpr qsizetype maximumSize = 64 * 1024 * 1024;
 
     void append(const QByteArray &bytes) { buffer += bytes; }
 
-    /// The first whole answer, taken out of the stream; none when more bytes are needed.
+    /// Takes the first complete answer out of the stream; none if more bytes are needed.
     std::optional<Answer> take();
 
-    /// True when what has arrived cannot become an answer.
+    /// True if the bytes that have arrived cannot become an answer.
     bool isGarbage() const;
 
-    /// Bytes of an unfinished answer, or of answers not yet taken.
+    /// Bytes of answers that are unfinished or not yet taken.
     qsizetype size() const { return buffer.size(); }
 
 private:
     QByteArray buffer;
-    AnswerScanner scanner; // of the answer at its start
+    AnswerScanner scanner; // of the answer at the start of the buffer
 };
 
 } // namespace quillmote

@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 namespace quillmote {
 namespace {
 
-constexpr QByteArrayView emptyList = "();"; // has lost the blank in front of it
+constexpr QByteArrayView emptyList = "();"; // written without a blank in front
 constexpr QByteArrayView listBegin = " (\"";
 constexpr QByteArrayView textBegin = " \"";
 constexpr QByteArrayView listEnd = "\" );";
@@ -46,7 +46,7 @@ qsizetype AnswerScanner::scan(QByteArrayView allBytes)
     return state == State::End ? position + 1 : 0;
 }
 
-/// True when there is something to read behind what was read.
+/// True if reading can go on.
 bool AnswerScanner::step()
 {
     switch (state) {
@@ -116,7 +116,7 @@ bool AnswerScanner::beginValue()
     return true;
 }
 
-/// Up to the first such ending behind which an answer can go on.
+/// Reads up to the first ending that is followed by an entry or by the end of the answer.
 bool AnswerScanner::readValue()
 {
     const bool isList = state == State::List;
@@ -158,7 +158,7 @@ void AnswerScanner::storeList(QByteArrayView list)
     store(QString::fromLatin1(list).split(QString::fromLatin1(betweenItems)));
 }
 
-/// A brace behind which nothing comes, or another answer. Keys may hold braces, but never start
+/// A brace that is followed by nothing, or by another answer. Keys may hold braces, but never start
 /// with a blank.
 bool AnswerScanner::isEnd(qsizetype at) const
 {
@@ -170,9 +170,8 @@ bool AnswerScanner::isEnd(qsizetype at) const
     return behind.isEmpty() || (behind.startsWith('{') && !behind.startsWith("{ "));
 }
 
-/// Whether the answer ends here or another entry begins, whose key holds no quote. It looks no
-/// further than the next quote, where the next ending may be: so no byte is looked at for two
-/// endings.
+/// Whether the answer ends here or another entry begins, whose key holds no quote. The search stops
+/// at the next quote, where the next ending may be, so no byte is inspected for two endings.
 AnswerScanner::Border AnswerScanner::borderAt(qsizetype at)
 {
     if (isEnd(at)) {

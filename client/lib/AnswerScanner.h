@@ -12,31 +12,32 @@ namespace quillmote {
 
 /// Reads the one answer at the start of bytes that grow.
 ///
-/// What is decided once is not looked at again, so the time it takes is proportional to the number
-/// of bytes, whatever they are and in whatever pieces they arrive.
+/// A decided byte is not looked at again. So the time is proportional to the number of bytes,
+/// whatever they are and in whatever pieces they arrive.
 class AnswerScanner
 {
 public:
     using Entries = QHash<QString, QVariant>;
 
-    /// A server remembers half as many of a client, and an answer holds what it remembers.
+    /// An answer holds what the server remembers of a client, and it remembers half as many.
     static constexpr qsizetype maximumEntries = 131'072;
-    /// Of all lists together. A string in memory takes far more than the five bytes of an item.
+    /// In all lists together. An item of five bytes takes far more memory as a string.
     static constexpr qsizetype maximumItems = 1'048'576;
 
-    /// How many bytes the answer takes; 0 when it is not whole. Each call's bytes begin with those
-    /// of the call before.
+    /// The size of the answer in bytes; 0 if it is not complete. The bytes of each call must begin
+    /// with those of the call before.
     qsizetype scan(QByteArrayView allBytes);
 
-    /// The entries of a whole answer. It is the last call: the next answer needs a new scanner.
+    /// The entries of a complete answer. This is the last call: the next answer needs a new
+    /// scanner.
     Entries takeEntries() { return std::move(entries); }
 
-    /// True once the answer has more entries or items than the maximum; it is never whole then.
+    /// True once the answer has too many entries or items; it never becomes complete then.
     bool isOverfull() const { return state == State::Overfull; }
 
 private:
     enum class State { Begin, Key, Value, Text, List, End, Broken, Overfull };
-    /// About a place behind a value; unknown until more bytes have come.
+    /// Whether a value ends at some position; unknown until more bytes have arrived.
     enum class Border { Yes, No, Unknown };
 
     bool step();
@@ -53,12 +54,12 @@ private:
     QByteArrayView bytes; // valid during scan()
     Entries entries;
     qsizetype items = 0; // of all lists so far
-    QString key;         // of the value that is read
+    QString key;         // of the value that is being read
     State state = State::Begin;
-    qsizetype position = 0; // where what is read begins
-    qsizetype searched = 0; // no end of it begins in front of here
-    qsizetype inspected =
-        0; // nor does anything in front of here tell whether it ends at `searched`
+    qsizetype position = 0; // the start of the part that is being read
+    qsizetype searched = 0; // its end is not before this position
+    /// The bytes before this position do not decide whether it ends at `searched`.
+    qsizetype inspected = 0;
 };
 
 } // namespace quillmote

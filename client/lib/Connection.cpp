@@ -22,15 +22,15 @@ using std::chrono::milliseconds;
 /// Bytes handed to the socket ahead of the network.
 constexpr qint64 bodyAhead = 1024 * 1024;
 constexpr qint64 bodyPiece = 256 * 1024;
-/// Bytes taken from the network at once: what a server sends faster than it is read waits there.
+/// Bytes taken from the network at once. The rest waits there, however fast the server sends.
 constexpr qint64 readAhead = 1024 * 1024;
 /// A person needs longer than a program.
 constexpr auto timeToDecide = 120s;
 /// When a repeatable request is sent again.
 constexpr auto repeatAfter = 1'000ms;
 
-/// Timers know no shorter time; below it the thread sleeps, which leaves the processor to a server
-/// on the same machine.
+/// The shortest time of a timer. For shorter times the thread sleeps, which leaves the processor to
+/// a server on the same machine.
 constexpr auto shortestTimer = 2ms;
 
 QString readyForFile()
@@ -40,18 +40,18 @@ QString readyForFile()
 
 } // namespace
 
-/// One request from its sending to its end.
+/// One request, from send() to its callback.
 struct Connection::Exchange
 {
     Request request;
     Done done;
-    QByteArray announcement; // for a file: what is sent instead of the request
+    QByteArray announcement; // for a file: sent instead of the request
     std::shared_ptr<QIODevice> body;
     Progress progress;
     quint64 tag = 0; // of the latest try; only its answer ends the exchange
     quint64 bodySize = 0;
     quint64 bodySent = 0;
-    quint64 bodyGone = 0; // of those, how many have left for the network
+    quint64 bodyGone = 0; // of those, the bytes that have left for the network
     bool isSendingBody = false;
 };
 
@@ -75,7 +75,7 @@ Connection::Connection(QObject *parent) : QObject(parent)
         if (current) {
             finish(Outcome::Kind::TimedOut, u"The server did not answer in time."_s);
         }
-        // Should the answer still come, it could be taken for that of a later request.
+        // An answer that still comes could be taken for the answer to a later request.
         fail(u"The server did not react in time."_s);
     });
     connect(&patience, &QTimer::timeout, this, &Connection::write);
@@ -84,7 +84,7 @@ Connection::Connection(QObject *parent) : QObject(parent)
 
 Connection::~Connection()
 {
-    // Nothing that the socket tells at its end is of use any more.
+    // The signals of its end are not of interest any more.
     socket.disconnect(this);
 }
 
@@ -93,12 +93,6 @@ void Connection::open(const QString &host, quint16 port)
     isLost = false;
     deadline.start(timeout);
     socket.connectToHost(host, port);
-}
-
-void Connection::close()
-{
-    isLost = true;
-    socket.disconnectFromHost();
 }
 
 void Connection::cancel()
@@ -112,7 +106,7 @@ void Connection::send(const Request &request, Done done)
     exchange->request = request;
     exchange->done = std::move(done);
     waiting.push_back(std::move(exchange));
-    // From the event loop, so that no callback comes before this returns.
+    // From the event loop, so that no callback is called before this returns.
     QMetaObject::invokeMethod(this, &Connection::startNext, Qt::QueuedConnection);
 }
 
@@ -166,7 +160,7 @@ void Connection::write()
         return;
     }
     socket.write(written.bytes);
-    // The gap counts from when the bytes have left. A connection that ends here ends the exchange.
+    // The gap begins when the bytes have left. If the connection ends here, so does the exchange.
     socket.flush();
     if (!current) {
         return;
@@ -197,7 +191,7 @@ void Connection::ask()
 void Connection::receive()
 {
     reader.append(socket.readAll());
-    // Answers may keep coming that cost time and end nothing.
+    // A server may send answers without end that finish no request.
     while (deadline.remainingTime() != 0) {
         const std::optional<Answer> answer = reader.take();
         if (!answer) {
@@ -218,7 +212,7 @@ void Connection::handle(const Answer &answer)
     if (!current->request.isAnswered) {
         handleConfirmation(answer);
     } else if (!answer.holds(current->tag)) {
-        // An older tag belongs to what was sent again, or given up, meanwhile.
+        // An older tag belongs to a request that has been sent again, or given up.
         return;
     } else if (current->body) {
         handleFileAnswer(answer);
@@ -272,7 +266,7 @@ void Connection::pumpBody()
         current->bodySent += static_cast<quint64>(piece.size());
     }
     const quint64 gone = current->bodySent - static_cast<quint64>(socket.bytesToWrite());
-    // As long as the file moves there is no reason to give up, whatever the server says meanwhile.
+    // As long as bytes leave there is no reason to give up, whatever the server says meanwhile.
     if (gone > std::exchange(current->bodyGone, gone)) {
         deadline.start(timeout);
     }

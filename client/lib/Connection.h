@@ -20,39 +20,39 @@ class QIODevice;
 
 namespace quillmote {
 
-/// How a request ended.
+/// The end of a request.
 struct Outcome
 {
     enum class Kind {
-        Done,     ///< carried out; `answer` holds what the server said, if it answers such requests
+        Done,     ///< carried out; `answer` is set if the server answers such requests
         Refused,  ///< not sent: the wire cannot carry it
-        TimedOut, ///< sent, and no answer came in time; the connection is closed
-        Lost,     ///< the connection ended, or what came was no answer
+        TimedOut, ///< sent, but not answered in time; the connection is closed
+        Lost,     ///< the connection has ended, or the server sent something else than an answer
     };
     Kind kind = Kind::Done;
     Answer answer;
     QString problem; ///< a sentence for the user; empty when done
 };
 
-/// A connection to one server. Requests are carried out one after the other, in the order in which
-/// they were given; each one's callback is called exactly once, from the event loop.
+/// A connection to one server. Requests are carried out one after the other, in the given order.
+/// The callback of each is called exactly once, from the event loop.
 ///
-/// The server takes what one read brings as one token, carries out only the last command in it, and
-/// is silent about commands of input. So a question that is answered follows such a command, a
-/// little later, and nothing else until its answer has come. The server sends each entry of every
-/// token back, and the question's first entry comes back spoilt when the question did not begin a
+/// The server takes the bytes of one read as one token, carries out only the last command in it,
+/// and does not answer input commands. So a little after such a command a question follows, which
+/// the server answers, and nothing else is sent until then. The server sends each entry of every
+/// token back, and the question's first entry comes back spoilt if the question did not begin a
 /// read. So the answer proves one of two things:
-/// - the question was read apart: then the command was the last of its read and carried out, once;
-/// - both were read together: then only the question was, and the command is sent again.
-/// Nothing is guessed from times, and neither can a command be lost nor carried out twice. How long
-/// the question waits decides about speed only; see Pacing.
+/// - The question was read apart: the command was the last of its read, and was carried out once.
+/// - Both were read together: only the question was carried out, and the command is sent again.
+/// Nothing is guessed from times, and no command can be lost or carried out twice. The delay of the
+/// question only decides about the speed; see Pacing.
 class Connection : public QObject
 {
     Q_OBJECT
 
 public:
     using Done = std::function<void(const Outcome &)>;
-    /// Bytes of the file sent so far and in all.
+    /// The bytes of the file that are sent so far, and all of them.
     using Progress = std::function<void(quint64 sent, quint64 total)>;
 
     explicit Connection(QObject *parent = nullptr);
@@ -63,24 +63,23 @@ public:
 
     /// opened() or lost() follows.
     void open(const QString &host, quint16 port);
-    void close();
     bool isOpen() const { return socket.state() == QAbstractSocket::ConnectedState; }
-    /// Whether a server has answered, so that it is one.
+    /// Whether the peer has answered, which proves that it is a server.
     bool hasAnswered() const { return isAnswered; }
-    /// The system's descriptor of the open connection; -1 when there is none.
+    /// The system's descriptor of the connection; -1 if it is not open.
     qintptr descriptor() const { return socket.socketDescriptor(); }
 
     void send(const Request &request, Done done);
-    /// Sends the announcement, a request that announces a file, and once the server is ready the
-    /// next `size` bytes of the body. Done when the server has stored all of them; lost when the
-    /// body holds fewer. The announcement counts on the size, so what a growing file holds beyond
-    /// it stays behind: the server would read it as tokens.
+    /// Sends the announcement, which is a request, and once the server is ready the next `size`
+    /// bytes of the body. Done once the server has stored all of them; lost if the body holds
+    /// fewer. If the file grows, the bytes beyond the announced size are not sent: the server would
+    /// read them as tokens.
     void sendFile(const QByteArray &announcement, quint64 tag, std::shared_ptr<QIODevice> body,
                   quint64 size, Progress progress, Done done);
-    /// A tag for an announcement of a file that is sent next.
+    /// A tag for the announcement of the file that is sent next.
     quint64 nextTag() { return ++lastTag; }
-    /// Ends the request under way and those that wait; the connection is closed, since the server
-    /// goes on waiting for the rest.
+    /// Ends the current request and those that wait. The connection is closed, because the server
+    /// keeps waiting for the rest of the request.
     void cancel();
 
 signals:
@@ -111,8 +110,8 @@ private:
     std::unique_ptr<Exchange> current;
     quint64 lastTag = 0;
     QTimer deadline;
-    QTimer patience; // for requests that may be sent again
-    QTimer gap;
+    QTimer patience; // until a request without an answer is sent again
+    QTimer gap;      // between a command and its question
     bool isLost = false;
     bool isAnswered = false;
 };

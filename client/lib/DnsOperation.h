@@ -16,13 +16,13 @@ class DnsOperation : public QObject
 
 public:
     explicit DnsOperation(QObject *parent);
-    /// Ends the operation. Must not be called from its own reply: use deleteLater() there.
+    /// Ends the operation. Must not run inside of its own reply: use deleteLater() there.
     ~DnsOperation() override;
 
-    /// Where the interface's functions put their reference.
+    /// The interface's functions store their reference here.
     DNSServiceRef *reference() { return &serviceReference; }
-    /// Watches for replies, given what the function that started the operation returned. False when
-    /// that was an error.
+    /// Watches for replies. `result` is the return value of the function that started the
+    /// operation; false if it is an error.
     bool watch(DNSServiceErrorType result);
 
 signals:
@@ -30,7 +30,7 @@ signals:
 
 private:
     DNSServiceRef serviceReference = nullptr;
-    QObject *notifier = nullptr; // must go before the reference
+    QObject *notifier = nullptr; // must be deleted before the reference
 };
 
 } // namespace quillmote

@@ -7,9 +7,9 @@
 
 namespace quillmote {
 
-/// The system's dns_sd interface, loaded when it is first asked for. Linked, it would make each
-/// start of a program load a dozen libraries more, a quarter of the time until a key is typed, even
-/// when the server's address is given.
+/// The system's dns_sd interface, loaded when it is first needed. If it were linked, each start of
+/// the program would load a dozen more libraries, even if the server's address is given. That is a
+/// quarter of the time until a key is typed.
 struct DnsSd
 {
     decltype(&DNSServiceBrowse) browse;
@@ -19,7 +19,7 @@ struct DnsSd
     decltype(&DNSServiceProcessResult) processResult;
     decltype(&DNSServiceRefDeallocate) deallocate;
 
-    /// Null when the system has none.
+    /// Null if the system has none.
     static const DnsSd *get();
 };
 

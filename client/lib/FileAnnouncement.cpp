@@ -15,27 +15,26 @@ namespace {
 
 using Place = FileAnnouncement::Place;
 
-/// A way to put the announcement into a file of some format.
+/// How the announcement is put into a file of some format.
 struct Wrapping
 {
     Place place = Place::InFront;
-    QString format;
-    /// Why there is none.
+    /// Why there is no way; empty otherwise.
     QString obstacle;
     /// Bytes of the original that must come first.
     qint64 keptBytes = 0;
-    /// Given the kept bytes and the token, what is sent; empty when they do not fit together.
+    /// Makes the announcement from the kept bytes and the token; null if nothing is put around it.
     std::function<QByteArray(const QByteArray &kept, const QByteArray &token)> wrap;
 };
 
-/// False for a byte at which the server stops reading, or which it takes for the token's brace.
+/// False if the server stops reading at that byte, or takes it for the token's brace.
 bool isHarmless(qsizetype byte)
 {
     return byte != '\0' && byte != '{';
 }
 
-/// A comment segment right behind the start of the image. Its length, two bytes, is chosen so that
-/// it does the token no harm.
+/// A comment segment right behind the start of the image. The two bytes of its length are chosen so
+/// that the server can still read the token.
 QByteArray wrappedForJpeg(const QByteArray &kept, const QByteArray &token)
 {
     constexpr qsizetype lengthBytes = 2;
@@ -52,8 +51,8 @@ QByteArray wrappedForJpeg(const QByteArray &kept, const QByteArray &token)
     return header + comment;
 }
 
-/// Readers look for the header within the first 1024 bytes, and a comment ends with the line. The
-/// server looks for the token's brace from the third byte on.
+/// PDF readers look for the header within the first 1024 bytes, and a comment ends with the line.
+/// The server looks for the token's brace from the third byte on.
 QByteArray wrappedForPdf(const QByteArray &, const QByteArray &token)
 {
     return "%% " + token + "\n";
@@ -84,7 +83,7 @@ QByteArray wrappedForShell(const QByteArray &kept, const QByteArray &token)
     return kept + "# " + token + "\n";
 }
 
-/// The server ignores white space behind the token.
+/// The server ignores white space that follows the token.
 QByteArray wrappedForText(const QByteArray &kept, const QByteArray &token)
 {
     return kept + token + "\n";
@@ -95,8 +94,8 @@ QByteArray wrappedForTextWithReturns(const QByteArray &kept, const QByteArray &t
     return kept + token + "\r\n";
 }
 
-/// The first line with its end; empty when it is longer than what was read, or holds bytes that the
-/// server would take for something else.
+/// The first line with its end; empty if it is longer than the head, or holds bytes that the server
+/// would take for something else.
 QByteArray firstLine(const QByteArray &head)
 {
     const qsizetype end = head.indexOf('\n');
@@ -109,7 +108,7 @@ bool startsLike(const QByteArray &head, QByteArrayView word)
     return head.trimmed().first(std::min(head.trimmed().size(), word.size())).toLower() == word;
 }
 
-/// The declaration, which nothing may precede; too short to be one when there is none.
+/// The declaration, which must come first. If there is none, the result is too short to be one.
 QByteArray xmlDeclaration(const QByteArray &head)
 {
     return head.startsWith("<?xml") ? head.first(head.indexOf("?>") + 2) : QByteArray();
@@ -127,14 +126,14 @@ bool isXml(const QByteArray &head)
            (declaration.size() > 2 && !declaration.contains('{') && !declaration.contains('\0'));
 }
 
-/// A mark of UTF-8, which must come first.
+/// The size of a byte order mark of UTF-8, which must come first.
 qint64 markSize(const QByteArray &head)
 {
     constexpr QByteArrayView mark("\xef\xbb\xbf");
     return head.startsWith(mark) ? mark.size() : 0;
 }
 
-/// Text in an encoding that has ASCII as a part. Logs may hold the escape sequences of a terminal.
+/// Text in an encoding that includes ASCII. Logs may hold the escape sequences of a terminal.
 bool isText(const QByteArray &head)
 {
     constexpr QByteArrayView controlsOfText("\t\n\f\r\x1b");
@@ -145,7 +144,7 @@ bool isText(const QByteArray &head)
     });
 }
 
-/// The end of the name that tells the format; empty for a name such as "README".
+/// The end of the name that shows the format; empty for a name such as "README".
 QString suffixOf(const QString &name)
 {
     const QString last = name.section(u'/', -1);
@@ -154,7 +153,7 @@ QString suffixOf(const QString &name)
 
 using Wrap = QByteArray (*)(const QByteArray &kept, const QByteArray &token);
 
-/// Languages by how their comments look.
+/// Languages with the same form of comments.
 struct Language
 {
     Wrap wrap;
@@ -183,7 +182,7 @@ const QList<Language> &languages()
     return all;
 }
 
-/// The program that the first line of a script names, without digits of a version.
+/// The program that the first line of a script names, without a version number.
 QString interpreterIn(const QByteArray &line)
 {
     const QStringList words = QString::fromLatin1(line).mid(2).split(u' ', Qt::SkipEmptyParts);
@@ -199,7 +198,7 @@ QString interpreterIn(const QByteArray &line)
     return name;
 }
 
-/// Text for people, in which a further line does no harm. A table or a data file is not: a program
+/// Text for people, in which one more line does no harm. Tables and data files are not: a program
 /// would take the line for data.
 bool isPlainText(const QString &suffix)
 {
@@ -208,21 +207,21 @@ bool isPlainText(const QString &suffix)
     return plain.contains(suffix);
 }
 
-/// Markdown takes over comments of HTML. What such a file says about itself must come first.
+/// Markdown knows the comments of HTML. A file's front matter must come first.
 bool isMarkdown(const QString &suffix, const QByteArray &head)
 {
     return (suffix == "md"_L1 || suffix == "markdown"_L1) && !head.startsWith("---") &&
            !head.startsWith("+++");
 }
 
-Wrapping asComment(const QString &format, qint64 kept, Wrap wrap)
+Wrapping asComment(qint64 kept, Wrap wrap)
 {
-    return {Place::Comment, format, {}, kept, wrap};
+    return {Place::Comment, {}, kept, wrap};
 }
 
 Wrapping obstructed(const QString &obstacle)
 {
-    return {Place::InFront, {}, obstacle, 0, {}};
+    return {Place::InFront, obstacle, 0, {}};
 }
 
 Wrapping formatWithoutPlace()
@@ -235,31 +234,28 @@ Wrapping wrappingForScript(const QByteArray &line)
     const QString interpreter = interpreterIn(line);
     for (const Language &language : languages()) {
         if (language.interpreters.contains(interpreter)) {
-            return asComment(u"script"_s, line.size(), language.wrap);
+            return asComment(line.size(), language.wrap);
         }
     }
     return obstructed(u"how its language marks comments is not known"_s);
 }
 
-/// Text that only its name tells the language of.
+/// For text whose language only its name shows.
 Wrapping wrappingForSuffix(const QString &suffix, const QByteArray &head)
 {
     const qint64 kept = markSize(head);
     for (const Language &language : languages()) {
         if (language.suffixes.contains(suffix)) {
-            return asComment(suffix, kept, language.wrap);
+            return asComment(kept, language.wrap);
         }
     }
     if (isMarkdown(suffix, head)) {
-        return asComment(suffix, kept, wrappedForMarkup);
+        return asComment(kept, wrappedForMarkup);
     }
     if (isPlainText(suffix)) {
         const bool hasReturns = head.contains("\r\n");
-        return {Place::FirstLine,
-                {},
-                {},
-                kept,
-                hasReturns ? wrappedForTextWithReturns : wrappedForText};
+        return {
+            Place::FirstLine, {}, kept, hasReturns ? wrappedForTextWithReturns : wrappedForText};
     }
     return formatWithoutPlace();
 }
@@ -270,18 +266,18 @@ Wrapping wrappingForText(const QString &name, const QByteArray &head)
         return wrappingForScript(firstLine(head));
     }
     if (isMarkup(head)) {
-        return asComment(u"HTML"_s, 0, wrappedForMarkup);
+        return asComment(0, wrappedForMarkup);
     }
     if (isXml(head)) {
-        return asComment(u"XML"_s, xmlDeclaration(head).size(), wrappedForMarkup);
+        return asComment(xmlDeclaration(head).size(), wrappedForMarkup);
     }
-    // One that is too long, or holds what the server would take for something else.
+    // A declaration that is too long, or holds bytes that the server would take for something else.
     return head.startsWith("<?xml") ? formatWithoutPlace()
                                     : wrappingForSuffix(suffixOf(name), head);
 }
 
-/// The announcement holds the name in Latin-1, and most text is read as UTF-8: one such letter, and
-/// programs take the whole file for damaged or for text of another encoding.
+/// The announcement holds the name in Latin-1, and most text is read as UTF-8. After one letter
+/// beyond ASCII, programs take the whole file for damaged or for text in another encoding.
 QString obstacleOfName(const QString &name, const Wrapping &wrapping)
 {
     const bool isAscii = std::all_of(name.begin(), name.end(),
@@ -297,10 +293,10 @@ QString obstacleOfName(const QString &name, const Wrapping &wrapping)
 Wrapping wrappingFor(const QString &name, const QByteArray &head)
 {
     if (head.startsWith("\xff\xd8\xff")) {
-        return asComment(u"JPEG"_s, 2, wrappedForJpeg);
+        return asComment(2, wrappedForJpeg);
     }
     if (head.startsWith("%PDF-")) {
-        return asComment(u"PDF"_s, 0, wrappedForPdf);
+        return asComment(0, wrappedForPdf);
     }
     if (!isText(head)) {
         return formatWithoutPlace();
@@ -319,11 +315,10 @@ FileAnnouncement FileAnnouncement::of(const QString &name, quint64 size, const Q
     FileAnnouncement announcement;
     announcement.skippedBytes = wrapping.keptBytes;
     announcement.place = wrapping.place;
-    announcement.format = wrapping.format;
     announcement.obstacle = wrapping.obstacle;
     const QByteArray kept = head.first(wrapping.keptBytes);
-    // The transfer ends when more than announced has been stored, so one byte less than all is
-    // announced. The announcement counts too, and its own length depends on the number in it.
+    // The transfer ends when more bytes than announced are stored, so one byte less is announced.
+    // The announcement counts too, and its own length depends on the number in it.
     quint64 announced = 0;
     for (quint64 previous = 1; announced != previous;) {
         const WrittenRequest token = writeRequest(Request::sendFile(name, announced), tag);

@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 namespace quillmote {
 namespace {
 
-/// Counts what is changed, by kind.
+/// Counts the changes by kind.
 class Changes
 {
 public:
@@ -27,7 +27,7 @@ public:
         }
     }
 
-    QStringList told() const
+    QStringList list() const
     {
         QStringList lines;
         for (const QString &kind : kinds) {
@@ -47,8 +47,8 @@ bool isCarried(QChar character)
     return character.unicode() <= 0xff && character != u'"' && !character.isNull();
 }
 
-/// What stands for punctuation that the wire has no place for.
-QString likeness(char32_t character)
+/// A substitute for punctuation that the wire cannot carry; empty if there is none.
+QString substituteFor(char32_t character)
 {
     static const QHash<char32_t, QString> table = {
         {U'"', u"'"_s},           {U'\u201c', u"'"_s},   {U'\u201d', u"'"_s},  {U'\u201e', u"'"_s},
@@ -60,7 +60,7 @@ QString likeness(char32_t character)
     return table.value(character);
 }
 
-/// The letters without what is put on them; empty where that leads to none of Latin-1.
+/// The letters without their accents; empty if they are still outside Latin-1.
 QString withoutAccents(const QString &cluster)
 {
     QString letters;
@@ -78,7 +78,7 @@ QString substitute(const QString &cluster)
     if (std::all_of(composed.cbegin(), composed.cend(), isCarried)) {
         return composed;
     }
-    QString text = likeness(cluster.toUcs4().value(0));
+    QString text = substituteFor(cluster.toUcs4().value(0));
     if (text.isEmpty()) {
         text = withoutAccents(cluster);
     }
@@ -93,7 +93,7 @@ QString whiteSpaceName(QStringView cluster)
     return cluster[0] == u'\t' ? u"tab"_s : shownCharacter(cluster.toString(), 0);
 }
 
-/// Each cluster of characters by one that is carried; only blanks are left of white space.
+/// Replaces each cluster of characters that the wire cannot carry. White space becomes blanks.
 QString replaced(const QString &original, Changes &changes)
 {
     QString text;
@@ -116,7 +116,7 @@ QString replaced(const QString &original, Changes &changes)
     return text;
 }
 
-/// Taking a bracket away can leave a marker of what stood around it, so until there is none.
+/// Removing a bracket can make a new marker of the characters around it, so this repeats.
 void breakMarkers(QString &text, Changes &changes)
 {
     for (const QString &marker : {u"[[[IGNORE]]]"_s, u"[[[ENDIGNORE]]]"_s}) {
@@ -137,13 +137,13 @@ LossyText LossyText::of(const QString &original)
     if (text != carried) {
         changes.note(u"blanks in a row or at an end left out"_s);
     }
-    // A list of one item is taken for a text, but a list of several is not.
+    // The server takes a list of one item for a text, but not a list of several.
     if (text.startsWith(u'(') && text.contains(", "_L1)) {
         text[0] = u'[';
         changes.note(u"( at the start of a list to ["_s);
     }
     breakMarkers(text, changes);
-    return {text, changes.told()};
+    return {text, changes.list()};
 }
 
 } // namespace quillmote

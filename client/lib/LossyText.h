@@ -8,17 +8,18 @@
 
 namespace quillmote {
 
-/// A text that the wire carries unchanged, made from one that it may not.
+/// A text that the wire carries unchanged, made from any text.
 struct LossyText
 {
     QString text;
     /// One entry for each kind of change, such as "line break to a blank (2 times)", in the order
-    /// in which they were first needed.
+    /// in which the text needs them.
     QStringList changes;
 
-    /// White space becomes a blank, runs of it one blank, at the ends none. Quotes become ', dashes
-    /// -, accented letters outside Latin-1 those without accent. What has no likeness becomes ?. A
-    /// bracket at the start becomes [, since the server would take the text for a list.
+    /// A run of white space becomes one blank; at the ends it is removed. Quotes become ', dashes
+    /// become -, and accented letters outside Latin-1 lose their accents. A character without a
+    /// similar one becomes ?. A bracket at the start becomes [, because the server would take the
+    /// text for a list.
     static LossyText of(const QString &original);
 };
 

@@ -11,14 +11,14 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr Pacing::Duration shortestGap = 20us;
-/// Longer than a radio sleeps, which holds packets back and then delivers them together.
+/// Longer than the sleep of a radio, which holds packets back and then delivers them together.
 constexpr Pacing::Duration longestGap = 500ms;
 
 } // namespace
 
 void Pacing::noteReadApart()
 {
-    // Growth by half and a shrinking by 1/64 hold each other where one in thirty is too short.
+    // Growing by 1/2 and shrinking by 1/64 balance when about one wait in thirty is too short.
     const Duration step = currentGap / (wasTooShort ? 64 : 8);
     currentGap = std::max(shortestGap, currentGap - std::max(step, Duration(1us)));
 }

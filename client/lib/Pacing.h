@@ -9,10 +9,10 @@ namespace quillmote {
 
 /// How long to wait between a command without an answer and the question that confirms it.
 ///
-/// When the server reads both at once the command is not carried out, the answer says so, and the
-/// command is sent again (see Answer::confirmation()). So the wait decides about speed only, never
-/// about loss. Too short costs a round trip; then it grows. While all goes well it shrinks, fast
-/// until the first time that it was too short.
+/// If the server reads both at once, the command is not carried out, the answer says so, and the
+/// command is sent again (see Answer::confirmation()). So the wait decides only about the speed.
+/// A wait that is too short costs a round trip, and the next one is longer. While it is long enough
+/// it shrinks, fast until it was too short for the first time.
 class Pacing
 {
 public:
@@ -24,7 +24,7 @@ public:
     void noteReadTogether();
 
 private:
-    /// The server has a new connection to take in first.
+    /// Longer at first: the server has to accept the connection.
     Duration currentGap{5'000};
     bool wasTooShort = false;
 };

@@ -11,13 +11,13 @@ using namespace Qt::StringLiterals;
 namespace quillmote {
 namespace {
 
-/// The two join emoji, and letters of some scripts.
+/// These two join emoji, and letters of some scripts.
 bool isJoiner(char32_t character)
 {
     return character == 0x200c || character == 0x200d;
 }
 
-/// U+FFFD for half a pair that stands alone, which is no character.
+/// U+FFFD for an unpaired surrogate, which is not a character.
 char32_t characterAt(const QString &text, qsizetype at)
 {
     const QChar unit = text[at];

@@ -12,17 +12,17 @@ namespace quillmote {
 
 enum class Button { Left = 0, Right = 1, Center = 2 };
 
-/// One command to the server, as a value. What it may hold is checked when it is written.
+/// One command to the server, as a value. Its content is checked when it is written.
 struct Request
 {
     QString command;
     std::optional<QStringList> parameters;
     std::optional<QString> function;
-    /// False for commands of input, which the server carries out in silence.
+    /// False for input commands, which the server does not answer.
     bool isAnswered = true;
-    /// The answer waits for a person.
+    /// The answer may wait for a decision of a person.
     bool asksUser = false;
-    /// Carrying it out twice does no harm, so it is sent again when no answer comes.
+    /// Carrying it out twice does no harm, so it is sent again if no answer comes.
     bool isRepeatable = false;
 
     static Request serverInfo();
@@ -30,10 +30,10 @@ struct Request
     static Request openUrl(const QString &url);
     static Request copy(const QString &text);
     static Request paste();
-    /// A key's name or a shortcut such as "Cmd+Q".
+    /// The name of a key, or a shortcut such as "Cmd+Q".
     static Request key(const QString &shortcut);
     static Request click(Button button);
-    /// By pixels: right and down are positive.
+    /// In pixels; right and down are positive.
     static Request move(int dx, int dy);
     static Request sendFile(const QString &name, quint64 announcedSize);
 };

@@ -15,7 +15,7 @@ namespace {
 constexpr QLatin1StringView ignoreStart("[[[IGNORE]]]");
 constexpr QLatin1StringView ignoreEnd("[[[ENDIGNORE]]]");
 
-/// A value may hold any character of Latin-1 but these.
+/// A value may hold any character of Latin-1 except these.
 QString reasonAgainstCharacter(const QString &value, qsizetype index)
 {
     const QChar character = value[index];
@@ -70,7 +70,8 @@ QString reasonAgainst(const QString &value)
     return {};
 }
 
-/// The server takes for a list what begins with a bracket, and a list of one item for a text.
+/// The server takes a text that begins with a bracket for a list, and a list of one item for a
+/// text.
 bool isSentAsList(const QString &text)
 {
     return text.startsWith(u'(');
@@ -89,7 +90,7 @@ QString reasonAgainstItem(const QString &item)
                                   : reasonAgainst(item);
 }
 
-/// Enough of it for a person to know which one is meant.
+/// The beginning, long enough to recognise the value.
 QString excerpt(const QString &value)
 {
     constexpr qsizetype shown = 40;

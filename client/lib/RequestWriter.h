@@ -9,32 +9,36 @@
 
 namespace quillmote {
 
-/// The bytes of a request, or why there are none.
+/// The bytes of a request, or the reason why there are none.
 struct WrittenRequest
 {
     QByteArray bytes;
-    /// A sentence for the user that tells which value the wire cannot carry unchanged, and why.
+    /// A sentence for the user about the value that the wire cannot carry unchanged.
     QString refusal;
 
     bool isRefused() const { return !refusal.isEmpty(); }
 };
 
+/// How long a text may be, in characters, so that one packet of a network surely holds it with the
+/// token around it.
+inline constexpr qsizetype safeTextLength = 1'200;
+
 /// Writes the request in the form that the server's reader accepts.
 ///
-/// The tag comes back in each answer, since the server keeps every entry; Answer::holds() looks for
-/// it. It stands first, and so decides what a server does that takes two tokens as one: of the
-/// second token its first entry is spoilt by the braces in between, and those behind it overwrite
-/// the first token's. So it is always the last command of a read that is carried out.
+/// The tag comes back in each answer, because the server keeps every entry; Answer::holds() looks
+/// for it. It must be the first entry: if the server takes two tokens as one, the braces between
+/// them spoil the first entry of the second token, and the others overwrite the first token's. So
+/// always the last command of a read is carried out.
 WrittenRequest writeRequest(const Request &request, quint64 tag);
 
-/// A question that is always answered, and whose answer tells whether it was read together with
-/// what was sent just before it; see Answer::confirmation().
+/// A question that the server always answers. The answer shows whether the question was read
+/// together with the request in front of it; see Answer::confirmation().
 QByteArray writeQuestion(quint64 tag);
 
-/// The entry of a map that holds the tag of a request, and of a question.
+/// The keys of the entries with the tag of a request and of a question.
 QString tagKey();
 QString questionKey();
-/// The same when the token was not the first of its read.
+/// The same key if the token was not the first of its read.
 QString keyBehindAnotherToken(const QString &key);
 
 } // namespace quillmote

@@ -19,7 +19,7 @@ constexpr uint16_t internetClass = 1;
 
 } // namespace
 
-/// A server that was seen, on its way from a name to an address.
+/// A server of which the name is known and the address is being looked up.
 struct ServerBrowser::Sighting : QObject
 {
     Sighting(ServerBrowser &owner, const QString &name) : QObject(&owner), browser(owner)
@@ -29,12 +29,12 @@ struct ServerBrowser::Sighting : QObject
 
     ServerBrowser &browser;
     ServerAddress server;
-    int places = 1; // interfaces, and versions of IP on them, on which it is seen
-    /// The one that runs: first to resolve the name, then for the address.
+    int places = 1; // how many interfaces and versions of IP it is seen on
+    /// The current operation: first it resolves the name, then it looks up the address.
     DnsOperation *operation = nullptr;
 
-    /// No longer than needed: one that is open when the discovery service ends makes the
-    /// compatibility library of Avahi 0.8 jump to an address that it never set. Browsing is safe.
+    /// As early as possible: if an operation is open when the discovery service ends, the
+    /// compatibility library of Avahi 0.8 jumps to an address that it never set. Browsing is safe.
     void endOperation()
     {
         if (operation != nullptr) {
@@ -59,14 +59,14 @@ void ServerBrowser::start()
 {
     const DnsSd *dnsSd = DnsSd::get();
     browse = new DnsOperation(this);
-    connect(browse, &DnsOperation::failed, this, &ServerBrowser::tellProblem);
+    connect(browse, &DnsOperation::failed, this, &ServerBrowser::reportProblem);
     if (dnsSd == nullptr || !browse->watch(dnsSd->browse(browse->reference(), 0, 0, serviceType,
                                                          nullptr, browsed, this))) {
-        QMetaObject::invokeMethod(this, &ServerBrowser::tellProblem, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, &ServerBrowser::reportProblem, Qt::QueuedConnection);
     }
 }
 
-void ServerBrowser::tellProblem()
+void ServerBrowser::reportProblem()
 {
     emit failed(u"The system's service discovery (Avahi or Bonjour) is not running."_s);
 }
@@ -77,7 +77,7 @@ void ServerBrowser::browsed(DNSServiceRef, DNSServiceFlags flags, uint32_t inter
 {
     auto *self = static_cast<ServerBrowser *>(context);
     if (error != kDNSServiceErr_NoError) {
-        self->tellProblem();
+        self->reportProblem();
     } else if ((flags & kDNSServiceFlagsAdd) != 0) {
         self->add(QString::fromUtf8(name), type, domain, interface);
     } else {
@@ -85,7 +85,7 @@ void ServerBrowser::browsed(DNSServiceRef, DNSServiceFlags flags, uint32_t inter
     }
 }
 
-/// A server is seen once an interface and version of IP; the first will do.
+/// A server is seen once on each interface and version of IP; the first one is used.
 void ServerBrowser::add(const QString &name, const char *type, const char *domain,
                         uint32_t interface)
 {
@@ -130,8 +130,8 @@ void ServerBrowser::resolved(DNSServiceRef, DNSServiceFlags, uint32_t interface,
     sighting->browser.lookUpAddress(*sighting, interface);
 }
 
-/// Asked of the discovery service and not of the system's resolver, which need not know the names
-/// of the local network.
+/// Asks the discovery service, because the system's resolver may not know the names of the local
+/// network.
 void ServerBrowser::lookUpAddress(Sighting &sighting, uint32_t interface)
 {
     DNSServiceRef *reference = sighting.startOperation();

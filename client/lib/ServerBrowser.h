@@ -16,7 +16,7 @@ namespace quillmote {
 
 class DnsOperation;
 
-/// A server as it is advertised on the local network.
+/// A server that is advertised on the local network.
 struct ServerAddress
 {
     QString name;
@@ -27,7 +27,7 @@ struct ServerAddress
     bool operator==(const ServerAddress &) const = default;
 };
 
-/// Tells which servers come and go on the local network, by DNS Service Discovery.
+/// Reports servers as they appear and disappear on the local network, by DNS Service Discovery.
 class ServerBrowser : public QObject
 {
     Q_OBJECT
@@ -36,12 +36,12 @@ public:
     explicit ServerBrowser(QObject *parent = nullptr);
     ~ServerBrowser() override;
 
-    /// found() and gone() follow for as long as the object lives; failed() when the system's
-    /// discovery service does not work.
+    /// found() and gone() follow as long as the object lives; failed() if the system's discovery
+    /// service does not work.
     void start();
 
 signals:
-    /// A server that moves to another port is gone first, and found anew.
+    /// A server that moves to another port is gone first, then found again.
     void found(const quillmote::ServerAddress &server);
     void gone(const QString &name);
     void failed(const QString &problem);
@@ -65,7 +65,7 @@ private:
     void removeOnePlace(const QString &name);
     void remove(const QString &name);
     void lookUpAddress(Sighting &sighting, uint32_t interface);
-    void tellProblem();
+    void reportProblem();
 
     DnsOperation *browse = nullptr;
     QHash<QString, Sighting *> sightings; // by name; each is a child of this object

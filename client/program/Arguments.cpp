@@ -5,100 +5,15 @@
 
 #include "program/CommandTable.h"
 #include "program/Help.h"
+#include "program/OptionReading.h"
 #include "program/OptionTable.h"
 #include "program/ShellWord.h"
 #include "program/Suggestion.h"
-
-#include <QCommandLineParser>
-
-#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace quillmote {
 namespace {
-
-/// The toolkit's parser takes -10 for two short options; here it is a value. A word of a command
-/// line cannot hold a NUL, so one in front keeps the parser from seeing the dash.
-constexpr QChar guard = QChar::Null;
-
-bool isNegativeNumber(QStringView word)
-{
-    return word.size() > 1 && word[0] == u'-' &&
-           std::all_of(word.begin() + 1, word.end(), [](QChar digit) { return digit.isDigit(); });
-}
-
-QStringList withNumbersGuarded(QStringList words)
-{
-    for (QString &word : words) {
-        if (isNegativeNumber(word)) {
-            word.prepend(guard);
-        }
-    }
-    return words;
-}
-
-QString withoutGuard(QString word)
-{
-    return word.remove(guard);
-}
-
-/// The toolkit's parser, after it has read the words with these options.
-class Reading
-{
-public:
-    Reading(const QStringList &commandLine, const Options &options)
-        : words(withNumbersGuarded(commandLine))
-    {
-        for (const Option *option : options) {
-            parser.addOption(QCommandLineOption(namesOf(*option), {}, option->valueName));
-        }
-        isWellFormed = parser.parse(words);
-    }
-
-    bool isGiven(QLatin1StringView option) const { return parser.isSet(option); }
-    QString value(QLatin1StringView option) const { return withoutGuard(parser.value(option)); }
-    QStringList values() const
-    {
-        QStringList values = parser.positionalArguments();
-        std::transform(values.begin(), values.end(), values.begin(), withoutGuard);
-        return values;
-    }
-
-    /// A value that is missing, or one too many; nothing if every option is complete.
-    QString problem() const { return isWellFormed ? QString() : parser.errorText(); }
-
-    /// The position of the first option that is not one of these; -1 if there is none.
-    qsizetype placeOfUnknownOption() const
-    {
-        const QStringList unknown = parser.unknownOptionNames();
-        const auto found = std::find_if(words.begin(), words.end(), [&](const QString &word) {
-            return std::any_of(unknown.begin(), unknown.end(),
-                               [&](const QString &name) { return isOptionWord(word, name); });
-        });
-        return found == words.end() ? -1 : found - words.begin();
-    }
-
-private:
-    static QStringList namesOf(const Option &option)
-    {
-        QStringList names{option.name};
-        if (option.letter != QLatin1Char('\0')) {
-            names.prepend(QString(option.letter));
-        }
-        return names;
-    }
-
-    static bool isOptionWord(const QString &word, const QString &name)
-    {
-        return word.section(u'=', 0, 0) == "--"_L1 + name ||
-               (name.size() == 1 && word.startsWith(u'-' + name));
-    }
-
-    QCommandLineParser parser;
-    QStringList words;
-    bool isWellFormed = false;
-};
 
 ParsedArguments problem(const QString &text, const char *code = "usage")
 {
@@ -127,7 +42,7 @@ ParsedArguments problemWithOption(const QString &word, const QString &command)
 ParsedArguments problemWithCommand(const QStringList &words, const QString &command)
 {
     // The value of a mistyped option looks like the command.
-    const qsizetype place = Reading(words, allOptions()).placeOfUnknownOption();
+    const qsizetype place = OptionReading(words, allOptions()).placeOfUnknownOption();
     if (place != -1 && (command.isEmpty() || place < words.indexOf(command))) {
         return problemWithOption(words[place], {});
     }
@@ -149,7 +64,7 @@ ParsedArguments helpAbout(const QStringList &words, const QString &command)
     return entry != nullptr ? text(Help::of(*entry)) : problemWithCommand(words, command);
 }
 
-QString problemWithServer(const Reading &reading)
+QString problemWithServer(const OptionReading &reading)
 {
     if (reading.isGiven("host"_L1) != reading.isGiven("port"_L1)) {
         return u"--host and --port go together; give both."_s;
@@ -160,7 +75,7 @@ QString problemWithServer(const Reading &reading)
 }
 
 /// Stores the values of those that are given; returns the first problem.
-QString readOptions(const Options &options, const Reading &reading, Arguments &arguments)
+QString readOptions(const Options &options, const OptionReading &reading, Arguments &arguments)
 {
     for (const Option *option : options) {
         if (option->read != nullptr && reading.isGiven(option->name)) {
@@ -184,7 +99,7 @@ QString problemWithCount(const CommandEntry &entry, const QStringList &values)
                           : Help::usage(entry);
 }
 
-ParsedArguments parseCommand(const CommandEntry &entry, const Reading &reading)
+ParsedArguments parseCommand(const CommandEntry &entry, const OptionReading &reading)
 {
     Arguments arguments;
     arguments.command = entry.name;
@@ -205,8 +120,8 @@ ParsedArguments parseCommand(const CommandEntry &entry, const Reading &reading)
 ParsedArguments parse(const QStringList &words)
 {
     // With all options, so that no value of an option is taken for the command.
-    const QString command = Reading(words, allOptions()).values().value(0);
-    const Reading reading(words, optionsOf(command));
+    const QString command = OptionReading(words, allOptions()).values().value(0);
+    const OptionReading reading(words, optionsOf(command));
     if (reading.isGiven("version"_L1)) {
         return text(u"quillmote 1.0\n"_s);
     }

@@ -6,7 +6,7 @@
 #include "program/Arguments.h"
 #include "program/Terminal.h"
 
-/// The subcommands, each from its arguments to its exit code.
+/// The subcommands. Each returns its exit code.
 namespace quillmote::Commands {
 
 Terminal::ExitCode discover(const Arguments &arguments);

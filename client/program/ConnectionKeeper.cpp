@@ -19,11 +19,11 @@ using namespace Qt::StringLiterals;
 namespace quillmote::ConnectionKeeper {
 namespace {
 
-/// Long enough to read a balloon, which goes by itself after ten.
+/// Long enough to read a balloon, which disappears by itself after ten seconds.
 constexpr unsigned keepingSeconds = 5;
 constexpr int patienceMilliseconds = 200;
 
-/// Where the lock is; empty where there is no folder that is this user's and this computer's only.
+/// The lock file; empty if there is no folder that belongs to this user on this computer only.
 QByteArray lockPath()
 {
     const QByteArray folder = qgetenv("XDG_RUNTIME_DIR");
@@ -40,7 +40,7 @@ struct flock wholeFile(short kind)
     return lock;
 }
 
-/// The process that holds the lock; 0 when none does.
+/// The process that holds the lock; 0 if there is none.
 pid_t keeperBehind(int lockFile)
 {
     struct flock lock = wholeFile(F_WRLCK);
@@ -66,7 +66,8 @@ int highestDescriptor()
     return highest;
 }
 
-// From here on in the child, where only calls that are safe in a signal handler may be made.
+// The functions from here on run in the child, which may only make calls that are safe in a signal
+// handler.
 
 void leaveCaller(int connection, int highest)
 {
@@ -84,7 +85,7 @@ void leaveCaller(int connection, int highest)
     }
 }
 
-/// With several at once each waits for its turn, but none longer than its time.
+/// Several processes wait for their turns, but none longer than until its alarm.
 void becomeOnlyKeeper(const char *path)
 {
     const int lockFile = open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
@@ -98,7 +99,7 @@ void becomeOnlyKeeper(const char *path)
     }
 }
 
-/// Until the server leaves, or the alarm ends the process.
+/// Waits until the server disconnects, or the alarm ends the process.
 void waitForServer(int connection)
 {
     std::array<char, 4096> ignored{};

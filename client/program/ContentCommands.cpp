@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// The commands that ask or move content: discover, info, pair, open, copy, paste.
+// The commands that ask questions or transfer text: discover, info, pair, open, copy, paste.
 
 #include "lib/LossyText.h"
 #include "lib/PrintableText.h"
@@ -12,15 +12,10 @@
 #include "program/JsonOutput.h"
 #include "program/LastServer.h"
 #include "program/Session.h"
+#include "program/StandardInput.h"
 #include "program/WebAddress.h"
 
-#include <QFile>
-#include <QHostInfo>
-#include <QJsonArray>
-#include <QJsonObject>
-
 #include <algorithm>
-#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
@@ -33,8 +28,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::chrono::milliseconds discoveryTime = 2s;
-/// What surely fits into one packet of a network, with the token around it.
-constexpr qsizetype safeTextLength = 1'300;
+/// Longer texts do not fit into one packet of most networks.
+constexpr qsizetype packetTextLength = 1'300;
 
 QJsonObject asJson(const ServerAddress &server)
 {
@@ -49,7 +44,7 @@ QString asLine(const ServerAddress &server)
     return u"%1\t%2\t%3"_s.arg(printable(server.name), server.address.toString()).arg(server.port);
 }
 
-/// The server that commands go to when none is named is marked.
+/// Marks the server that commands go to by default.
 void showServers(const QList<ServerAddress> &servers, bool wantsJson)
 {
     const QString lastUsed = LastServer::name();
@@ -64,7 +59,7 @@ void showServers(const QList<ServerAddress> &servers, bool wantsJson)
         }
     }
     if (wantsJson) {
-        JsonOutput::print(QJsonDocument(all));
+        JsonOutput::print(all);
     }
 }
 
@@ -74,24 +69,23 @@ ExitCode discoveryFailed(const QString &problem)
     return ExitCode::NoConnection;
 }
 
-/// One line for each server that comes or goes.
+/// Prints a line for each server that appears or disappears.
 ExitCode watch(const Arguments &arguments)
 {
-    const auto tell = [&](const QString &event, const QString &line, QJsonObject object) {
+    const auto show = [&](const QString &event, const QString &line, QJsonObject object) {
         object.insert(u"event"_s, event);
-        arguments.wantsJson ? JsonOutput::print(QJsonDocument(object))
-                            : Terminal::printLine(event + u'\t' + line);
+        arguments.wantsJson ? JsonOutput::print(object) : Terminal::printLine(event + u'\t' + line);
     };
     const QString problem = watchServers(
         arguments.isTimeoutGiven ? std::optional(arguments.timeout) : std::nullopt,
-        [&](const ServerAddress &server) { tell(u"found"_s, asLine(server), asJson(server)); },
+        [&](const ServerAddress &server) { show(u"found"_s, asLine(server), asJson(server)); },
         [&](const QString &name) {
-            tell(u"gone"_s, printable(name), {{u"name"_s, name}});
+            show(u"gone"_s, printable(name), {{u"name"_s, name}});
         });
     return problem.isEmpty() ? ExitCode::Done : discoveryFailed(problem);
 }
 
-/// Connects, sends the one request and hands out the answer.
+/// Connects and sends the request.
 ExitCode ask(const Arguments &arguments, const Request &request, Answer &answer)
 {
     Session session(arguments);
@@ -100,21 +94,11 @@ ExitCode ask(const Arguments &arguments, const Request &request, Answer &answer)
 
 QString textFromInput()
 {
-    QFile input;
-    if (!input.open(stdin, QIODevice::ReadOnly)) {
-        return {};
-    }
-    QString text = QString::fromUtf8(input.readAll());
+    QString text = standardInput();
     if (text.endsWith(u'\n')) {
         text.chop(1);
     }
     return text;
-}
-
-/// What the device is called where nobody gave it a name.
-QString deviceName(const Arguments &arguments)
-{
-    return arguments.deviceName.isEmpty() ? QHostInfo::localHostName() : arguments.deviceName;
 }
 
 ExitCode refused(const QString &sentence)
@@ -123,7 +107,7 @@ ExitCode refused(const QString &sentence)
     return ExitCode::Usage;
 }
 
-/// The text as it is sent; what is changed is told.
+/// The text as it is sent. A note lists the changes.
 QString withLosses(const QString &text)
 {
     const auto lossy = LossyText::of(text);
@@ -133,7 +117,7 @@ QString withLosses(const QString &text)
     return lossy.text;
 }
 
-/// On a terminal the prompt that follows begins a line.
+/// On a terminal the text ends its line, so that the next prompt begins one.
 QString shownText(const QString &text)
 {
     const bool isLineOpen =
@@ -173,9 +157,8 @@ ExitCode Commands::info(const Arguments &arguments)
     const QString width = answer.parameters().value(1);
     const QString platform = answer.parameters().value(2);
     if (arguments.wantsJson) {
-        JsonOutput::print(QJsonDocument(QJsonObject{{u"width"_s, width.toInt()},
-                                                    {u"height"_s, height.toInt()},
-                                                    {u"platform"_s, platform}}));
+        JsonOutput::print(QJsonObject{
+            {u"width"_s, width.toInt()}, {u"height"_s, height.toInt()}, {u"platform"_s, platform}});
     } else {
         Terminal::printLine(printable(u"%1 x %2 pixels, %3"_s.arg(width, height, platform)));
     }
@@ -185,19 +168,18 @@ ExitCode Commands::info(const Arguments &arguments)
 ExitCode Commands::pair(const Arguments &arguments)
 {
     Answer answer;
-    const QString name = deviceName(arguments);
-    const DeviceIdentity identity = DeviceIdentity::get();
+    const DeviceIdentity identity = DeviceIdentity::get(arguments.deviceName);
     if (!identity.problem.isEmpty()) {
         Terminal::note(u"The identity of this device cannot be kept (%1); the server will not know "
                        "it again."_s.arg(identity.problem));
     }
-    const ExitCode code = ask(arguments, Request::pair(identity.text, name), answer);
+    const ExitCode code = ask(arguments, identity.pairRequest(), answer);
     JsonOutput::printDone(arguments, code);
     if (code == ExitCode::ServerError) {
         Terminal::complain(u"The server's user refused; ask there, then pair again."_s,
                            "refused"_L1);
     } else if (code == ExitCode::Done && !arguments.wantsJson) {
-        Terminal::printLine(u"Paired as \"%1\"."_s.arg(name));
+        Terminal::printLine(u"Paired as \"%1\"."_s.arg(identity.name));
     }
     return code;
 }
@@ -210,9 +192,7 @@ ExitCode Commands::open(const Arguments &arguments)
     }
     Answer answer;
     const ExitCode code = ask(arguments, Request::openUrl(address.url), answer);
-    if (arguments.wantsJson && code == ExitCode::Done) {
-        JsonOutput::print(QJsonDocument(QJsonObject{{u"ok"_s, true}, {u"url"_s, address.url}}));
-    }
+    JsonOutput::printDone(arguments, code, {{u"url"_s, address.url}});
     return code;
 }
 
@@ -227,10 +207,8 @@ ExitCode Commands::copy(const Arguments &arguments)
     }
     Answer answer;
     const ExitCode code = ask(arguments, Request::copy(text), answer);
-    if (arguments.wantsJson && code == ExitCode::Done) {
-        JsonOutput::print(QJsonDocument(QJsonObject{{u"ok"_s, true}, {u"text"_s, text}}));
-    }
-    if (code == ExitCode::NoConnection && text.size() > safeTextLength) {
+    JsonOutput::printDone(arguments, code, {{u"text"_s, text}});
+    if (code == ExitCode::NoConnection && text.size() > packetTextLength) {
         Terminal::note(u"A text as long as this one (%1 bytes) may be cut by the network, and then "
                        "the server drops it; send it as a file."_s.arg(text.size()));
     }
@@ -250,7 +228,7 @@ ExitCode Commands::paste(const Arguments &arguments)
     }
     const QString text = answer.parameters().value(0);
     if (arguments.wantsJson) {
-        JsonOutput::print(QJsonDocument(QJsonObject{{u"text"_s, text}}));
+        JsonOutput::print(QJsonObject{{u"text"_s, text}});
     } else {
         Terminal::print(shownText(text));
     }

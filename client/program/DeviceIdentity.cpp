@@ -6,6 +6,7 @@
 #include "program/PrivateFile.h"
 
 #include <QFile>
+#include <QHostInfo>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QStandardPaths>
@@ -35,7 +36,7 @@ QString makeIdentity()
     return identity;
 }
 
-/// Empty when there is none.
+/// Empty if there is none.
 QString storedIdentity()
 {
     static const QRegularExpression form(u"\\Aquillmote-[0-9a-f]{32}\\z"_s);
@@ -43,13 +44,12 @@ QString storedIdentity()
     return form.match(text).hasMatch() ? text : QString();
 }
 
-} // namespace
-
-DeviceIdentity DeviceIdentity::get()
+/// Without a name. If there is no stored identity, a new one is made and stored.
+DeviceIdentity storedOrMade()
 {
     const QString stored = storedIdentity();
     if (!stored.isEmpty()) {
-        return {stored, {}};
+        return {stored, {}, {}};
     }
     QFile::remove(path());
     const QString made = makeIdentity();
@@ -57,9 +57,18 @@ DeviceIdentity DeviceIdentity::get()
     // Another run may have made one at the same time.
     const QString kept = storedIdentity();
     if (!kept.isEmpty()) {
-        return {kept, {}};
+        return {kept, {}, {}};
     }
-    return {made, problem.isEmpty() ? u"%1 cannot be read"_s.arg(path()) : problem};
+    return {made, {}, problem.isEmpty() ? u"%1 cannot be read"_s.arg(path()) : problem};
+}
+
+} // namespace
+
+DeviceIdentity DeviceIdentity::get(const QString &givenName)
+{
+    DeviceIdentity identity = storedOrMade();
+    identity.name = givenName.isEmpty() ? QHostInfo::localHostName() : givenName;
+    return identity;
 }
 
 } // namespace quillmote

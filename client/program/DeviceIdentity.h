@@ -3,20 +3,27 @@
 
 #pragma once
 
+#include "lib/Request.h"
+
 #include <QString>
 
 namespace quillmote {
 
-/// The identity by which servers recognise this user on this computer.
+/// How this user on this computer introduces itself to servers.
 struct DeviceIdentity
 {
+    /// The text by which servers recognise the device.
     QString text;
-    /// Why it will be another one next time; empty when it is kept.
+    /// The name that servers show to their users.
+    QString name;
+    /// Why the text could not be stored, so that the next run makes another one; empty if it is.
     QString problem;
 
-    /// The one that is kept in the configuration folder; made at random, once. A file that does not
-    /// hold one is replaced.
-    static DeviceIdentity get();
+    /// The text that is kept in the configuration folder, and the given name, or the host name if
+    /// none is given. The text is made at random, once. A file that does not hold one is replaced.
+    static DeviceIdentity get(const QString &givenName = {});
+
+    Request pairRequest() const { return Request::pair(text, name); }
 };
 
 } // namespace quillmote

@@ -4,7 +4,6 @@
 #pragma once
 
 #include "lib/ServerBrowser.h"
-#include "program/ServerChoice.h"
 
 #include <QList>
 
@@ -14,30 +13,20 @@
 
 namespace quillmote {
 
-/// What was seen on the local network.
+/// The servers on the local network.
 struct DiscoveredServers
 {
     QList<ServerAddress> servers;
-    QString problem; // when the system cannot discover at all
+    QString problem; // if the system cannot discover at all
 };
 
 /// Watches the network for that long, running an event loop.
 DiscoveredServers discoverServers(std::chrono::milliseconds duration);
 
-/// Tells of each server that comes and of the name of each that goes, until the limit if there is
-/// one. Returns why it ended, or nothing at the limit.
+/// Reports each server that appears, and the name of each that disappears, until the limit if there
+/// is one. Runs an event loop. Returns why it ended early; empty at the limit.
 QString watchServers(std::optional<std::chrono::milliseconds> limit,
                      const std::function<void(const ServerAddress &)> &came,
                      const std::function<void(const QString &)> &went);
-
-/// Where a search has led to.
-struct SearchResult
-{
-    ServerChoice choice;
-    QString problem; // when the system cannot discover at all
-};
-
-/// Looks for the server until it is clear which one is meant, at most that long.
-SearchResult searchServer(const WantedServer &wanted, std::chrono::milliseconds limit);
 
 } // namespace quillmote

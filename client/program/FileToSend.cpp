@@ -21,7 +21,7 @@ namespace {
 
 constexpr qint64 headSize = 4096;
 
-/// A tag as long as the ones of a first transfer; the checks do not depend on it.
+/// A tag as long as that of a first transfer; the checks do not depend on its value.
 constexpr quint64 sampleTag = 1;
 
 QString systemsReason(int error)
@@ -38,7 +38,7 @@ QString systemsReason(int error)
     }
 }
 
-/// Asks the system and not by opening, which waits for ever at a pipe.
+/// Asks the system instead of opening the file, because opening a pipe waits for ever.
 QString reasonAgainstReading(const QString &path)
 {
     const QByteArray native = QFile::encodeName(path);
@@ -55,15 +55,15 @@ QString reasonAgainstReading(const QString &path)
     return access(native.constData(), R_OK) != 0 ? systemsReason(errno) : QString();
 }
 
-bool holdsWhatNobodySees(const QString &name)
+bool hasInvisibleCharacter(const QString &name)
 {
-    const auto isOtherThanABlank = [](QChar character) {
+    const auto isOtherWhiteSpace = [](QChar character) {
         return character.isSpace() && character != u' ';
     };
-    return printable(name) != name || std::any_of(name.cbegin(), name.cend(), isOtherThanABlank);
+    return printable(name) != name || std::any_of(name.cbegin(), name.cend(), isOtherWhiteSpace);
 }
 
-/// The server saves nothing outside its download directory, and says nothing about it.
+/// The server saves nothing outside its download directory, and does not report that.
 QString reasonAgainstName(const QString &name)
 {
     const QStringList parts = name.split(u'/');
@@ -73,7 +73,7 @@ QString reasonAgainstName(const QString &name)
     if (parts.contains(".."_L1)) {
         return u"it leads out of the download directory"_s;
     }
-    return holdsWhatNobodySees(name) ? u"it holds a character that nobody sees"_s : QString();
+    return hasInvisibleCharacter(name) ? u"it holds a character that nobody sees"_s : QString();
 }
 
 } // namespace
@@ -116,7 +116,7 @@ FileAnnouncement announcementOf(const QString &name, QFile &file, quint64 size, 
 
 QString restoringCommand(const QString &name, quint64 size)
 {
-    // Behind "./" no name is taken for an option.
+    // With "./" in front, no name is taken for an option.
     const QString received = quotedForShell(u"./"_s + name);
     const QString restored = quotedForShell(u"./"_s + name + u".restored"_s);
     return u"tail -c %1 %2 >%3 && mv %3 %2"_s.arg(size).arg(received, restored);

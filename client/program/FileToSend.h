@@ -12,28 +12,28 @@
 
 namespace quillmote {
 
-/// A file of the command line, looked at before anything is sent.
+/// A file of the command line, checked before anything is sent.
 struct FileToSend
 {
     QString path;
-    /// Under which the server saves it, below its download directory.
+    /// The name under which the server saves it, below its download directory.
     QString name;
-    /// How it arrives.
+    /// In which form it arrives.
     FileAnnouncement::Place place = FileAnnouncement::Place::InFront;
-    /// Why it does not arrive as it is, as the second half of a sentence.
+    /// Why it arrives damaged, as the second half of a sentence; empty otherwise.
     QString obstacle;
-    /// Why it cannot be sent at all, as a sentence for the user; empty when it can.
+    /// A sentence for the user about why it cannot be sent at all; empty if it can.
     QString problem;
 
-    /// Saved under the file's own name when none is given.
+    /// Without a name, the file's own name is used.
     static FileToSend at(const QString &path, const std::optional<QString> &name = {});
 };
 
-/// The announcement of a file of that size that is open and has not been read from.
+/// The announcement of a file with that size. The file is open, and nothing has been read from it.
 FileAnnouncement announcementOf(const QString &name, QFile &file, quint64 size, quint64 tag);
 
-/// A command for a POSIX shell in the download directory that takes off what arrived in front of
-/// the file, which is that many bytes long.
+/// A command for a POSIX shell in the download directory that removes the bytes in front of the
+/// original file, which has that size.
 QString restoringCommand(const QString &name, quint64 size);
 
 } // namespace quillmote

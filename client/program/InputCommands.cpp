@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// The commands of input: key, move, click.
+// The input commands: key, move, click.
 
 #include "program/Commands.h"
 #include "program/JsonOutput.h"
@@ -26,10 +26,11 @@ using Terminal::ExitCode;
 
 namespace {
 
-/// What desktops allow between the clicks of a double click, if their user has not changed it.
+/// The default of desktops for the time between the clicks of a double click.
 constexpr milliseconds doubleClickTime{400};
 
-/// Sends all of them and waits for the last. `longestGap` becomes the longest time between two.
+/// Sends the requests and waits for the last one. `longestGap` is set to the longest time between
+/// two of them.
 ExitCode runAll(Session &session, const std::vector<Request> &requests,
                 milliseconds *longestGap = nullptr)
 {

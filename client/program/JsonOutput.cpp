@@ -5,8 +5,6 @@
 
 #include "lib/PrintableText.h"
 
-#include <QJsonObject>
-
 using namespace Qt::StringLiterals;
 
 namespace quillmote::JsonOutput {
@@ -24,22 +22,28 @@ QString escaped(char32_t character)
 
 } // namespace
 
-/// The toolkit escapes what JSON must have escaped; a terminal obeys more than that.
+/// The toolkit escapes only the characters that JSON requires. A terminal obeys more.
 QString text(const QJsonDocument &document)
 {
     return withEscapes(QString::fromUtf8(document.toJson(QJsonDocument::Compact)),
                        isObeyedByTerminals, escaped);
 }
 
-void print(const QJsonDocument &document)
+void print(const QJsonObject &object)
 {
-    Terminal::printLine(text(document));
+    Terminal::printLine(text(QJsonDocument(object)));
 }
 
-void printDone(const Arguments &arguments, Terminal::ExitCode code)
+void print(const QJsonArray &array)
+{
+    Terminal::printLine(text(QJsonDocument(array)));
+}
+
+void printDone(const Arguments &arguments, Terminal::ExitCode code, QJsonObject details)
 {
     if (arguments.wantsJson && code == Terminal::ExitCode::Done) {
-        print(QJsonDocument(QJsonObject{{u"ok"_s, true}}));
+        details.insert(u"ok"_s, true);
+        print(details);
     }
 }
 

@@ -6,18 +6,21 @@
 #include "program/Arguments.h"
 #include "program/Terminal.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 
 /// Results as JSON, one value a line.
 namespace quillmote::JsonOutput {
 
-/// On one line; control characters are escaped, those beyond ASCII too.
+/// One line, in which all control characters are escaped, also those beyond ASCII.
 QString text(const QJsonDocument &document);
 
-void print(const QJsonDocument &document);
+void print(const QJsonObject &object);
+void print(const QJsonArray &array);
 
-/// The result of a command that has nothing else to show: {"ok":true}, when JSON is wanted and it
-/// is done.
-void printDone(const Arguments &arguments, Terminal::ExitCode code);
+/// The result of a command that has no other one: {"ok":true} with these details. Nothing is
+/// printed unless JSON is wanted and the command has succeeded.
+void printDone(const Arguments &arguments, Terminal::ExitCode code, QJsonObject details = {});
 
 } // namespace quillmote::JsonOutput

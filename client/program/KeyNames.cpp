@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 namespace quillmote::KeyNames {
 namespace {
 
-/// The wire drops blanks at the ends of a value, so the space key stands between two modifiers.
+/// The server removes blanks at the ends of a value, so the space key is put between two modifiers.
 QString spaceWith(const QStringList &modifiers)
 {
     const QStringList around = modifiers.isEmpty() ? QStringList{u"Shift"_s} : modifiers;
@@ -42,7 +42,7 @@ bool isKey(const QString &name)
     return isAscii && (character.isLetterOrNumber() || u"=-[]';\\,/"_s.contains(character));
 }
 
-/// Characters that take Shift, with the key that bears them.
+/// The key that types the character with Shift on a US keyboard; empty if there is none.
 QString shiftedKey(QChar character)
 {
     static const QHash<QChar, QChar> keys = {
@@ -54,7 +54,7 @@ QString shiftedKey(QChar character)
     return key.isNull() ? QString() : QString(key);
 }
 
-/// Servers know the square brackets by each other's names.
+/// Servers have the names of the square brackets swapped.
 QString serverName(const QString &key)
 {
     if (key == "["_L1) {

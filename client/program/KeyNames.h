@@ -7,20 +7,21 @@
 
 #include <optional>
 
-/// The keys that a server can type, and how to name them to it.
+/// The keys that a server can type, and their names in requests.
 namespace quillmote::KeyNames {
 
-/// The shortcut as the server takes it; none when it would not type anything.
+/// The shortcut as the server understands it; none if the server would not type anything.
 ///
-/// Keys: letters, digits, the signs = - [ ] ' ; \ , / and F1 to F20, and "Space"; before the key
-/// any of "Cmd+", "Alt+", "Ctrl+", "Shift+".
+/// Keys are letters, digits, the characters = - [ ] ' ; \ , /, F1 to F20, and "Space", with any of
+/// "Cmd+", "Alt+", "Ctrl+" and "Shift+" in front.
 std::optional<QString> forServer(const QString &shortcut);
 
-/// The shortcut that types a character on a keyboard of the United States' layout.
+/// The shortcut that types a character on a US keyboard layout.
 std::optional<QString> forCharacter(QChar character);
 
-/// The shortcut that types a character on every layout that has it: servers find letters, digits
-/// and their signs in the layout in use, but know nothing of characters that take Shift elsewhere.
+/// The shortcut that types a character on every keyboard layout that has it. Servers look up
+/// letters, digits and the characters above in the current layout, but do not know which characters
+/// it has with Shift.
 std::optional<QString> forCharacterOfAnyLayout(QChar character);
 
 } // namespace quillmote::KeyNames

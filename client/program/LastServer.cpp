@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 namespace quillmote::LastServer {
 namespace {
 
-/// Of an instance's name (RFC 6763, section 4.1.1).
+/// The longest name of a service instance (RFC 6763, section 4.1.1).
 constexpr qsizetype longestName = 63; // bytes
 
 QString path()

@@ -5,9 +5,9 @@
 
 namespace quillmote {
 
-/// Gives up, for good, what this program never needs: core dumps, which would hold what was typed,
-/// and where the system knows such a thing, to gain privileges by starting another program.
-/// Whatever a server could make of this program, it has no more power than that.
+/// Permanently gives up what this program never needs: core dumps, which would hold the typed text,
+/// and on systems that support it, gaining privileges by starting another program. A server that
+/// could take over this program would get no more power than the rest.
 void takeLeastPower();
 
 } // namespace quillmote

@@ -10,10 +10,10 @@
 namespace quillmote {
 
 /// Standard output or standard error, as UTF-8. Everything that the program prints goes through
-/// here, because texts of other computers are in it.
+/// here, because it may contain texts of other computers.
 ///
-/// Where the stream is a terminal, what a terminal would obey instead of showing it is escaped. A
-/// pipe or a file gets what is written.
+/// If the stream is a terminal, characters that a terminal would obey are escaped. A pipe or a file
+/// gets the text unchanged.
 class OutputStream
 {
 public:
@@ -22,9 +22,10 @@ public:
 
     bool isTerminal() const;
 
-    /// Line feeds and tabs lay the text out, all other control characters are escaped.
+    /// Line feeds and tabs are written as they are; all other control characters are escaped.
     void write(const QString &text) const;
-    /// One of this program's own control sequences; nothing where the stream is no terminal.
+    /// Writes one of this program's own control sequences; does nothing if the stream is not a
+    /// terminal.
     void control(const char *sequence) const;
 
 private:

@@ -16,7 +16,7 @@ namespace {
 constexpr qint64 largest = 4096;
 constexpr auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner;
 
-/// A folder that is there keeps its permissions.
+/// An existing folder keeps its permissions.
 bool makeFolder(const QString &path)
 {
     if (QFileInfo(path).isDir()) {
@@ -59,13 +59,13 @@ QString create(const QString &path, const QByteArray &content)
     if (!problem.isEmpty()) {
         return problem;
     }
-    // Temporary files are their owner's only.
+    // Only their owner may read temporary files.
     QTemporaryFile file(path + u".XXXXXX"_s);
     const bool isWritten = file.open() && file.write(content) == content.size() && file.flush();
     if (!isWritten) {
         return file.errorString();
     }
-    // Renaming does not replace a file.
+    // Renaming does not replace an existing file.
     if (QFile::rename(file.fileName(), path)) {
         file.setAutoRemove(false);
     }

@@ -6,16 +6,17 @@
 #include <QByteArray>
 #include <QString>
 
-/// Small files that only their user may read.
+/// Small files that only their owner may read.
 namespace quillmote::PrivateFile {
 
-/// Nothing when there is no such file, or it is larger than a few kilobytes.
+/// Empty if there is no such file, or if it is larger than 4 KiB.
 QByteArray read(const QString &path);
 
-/// Replaces the whole file, or leaves it as it is and says why. Folders that are missing are made.
+/// Replaces the whole file, or leaves it unchanged and returns the reason. Missing folders are
+/// made.
 QString replace(const QString &path, const QByteArray &content);
 
-/// The same, but a file that is there stays as it is: what another program wrote first counts.
+/// The same, but an existing file is left unchanged: the program that writes first wins.
 QString create(const QString &path, const QByteArray &content);
 
 } // namespace quillmote::PrivateFile

@@ -35,11 +35,11 @@ QString timeText(qint64 seconds)
     return u"%1:%2"_s.arg(seconds / 60).arg(seconds % 60, 2, 10, QChar(u'0'));
 }
 
-/// At least so much of a name tells which file it is.
+/// The fewest columns of a name that identify the file.
 constexpr int leastOfName = 8;
 constexpr int mostOfName = 30;
 
-/// Cut at its end where it is too wide; nothing where one character has no room.
+/// The name, cut at its end if it is too wide; empty if there is no room for a character.
 QString shortened(const QString &name, int columns)
 {
     if (columns < 2) {
@@ -56,13 +56,13 @@ QString progressText(const QString &name, quint64 sent, quint64 total, double se
     const double rate = static_cast<double>(sent) / std::max(0.001, seconds);
     const auto left =
         rate > 0 ? static_cast<qint64>(static_cast<double>(total - sent) / rate) : qint64(0);
-    // From what is needed least to what is needed most.
+    // The least important part first.
     QStringList parts = {u"[%1]"_s.arg(bar(share)), formatted(static_cast<quint64>(rate)) + u"/s"_s,
                          timeText(left) + u" left"_s};
     const QString percent = u"%1%"_s.arg(static_cast<int>(share * 100), 3);
     const QString shownName = printable(name);
     const int nameColumns = std::min({Terminal::width(shownName), leastOfName});
-    // The last column stays free: a cursor behind it would be on the next line.
+    // The last column is left free: otherwise the cursor would move to the next line.
     const auto room = [&] {
         return columns - 1 - Terminal::width((parts + QStringList{percent, {}}).join(u' '));
     };

@@ -8,17 +8,17 @@
 
 namespace quillmote {
 
-/// The line about a file of that name of which so much is sent, for a terminal of that many
-/// columns: what finds no room is left out, first the bar, last of all the share.
+/// The progress of a file as one line for a terminal with that many columns. Parts without room are
+/// left out: first the bar, last the percentage.
 QString progressText(const QString &name, quint64 sent, quint64 total, double seconds, int columns);
 
-/// One file's way to the server, as a line on the terminal: share, rate and time left.
+/// The progress of one file as a line on the terminal: percentage, rate and time left.
 class ProgressLine
 {
 public:
     explicit ProgressLine(const QString &fileName);
 
-    /// Redraws the line ten times a second at most.
+    /// Redraws the line, at most ten times a second.
     void show(quint64 sent, quint64 total);
     void clear();
 

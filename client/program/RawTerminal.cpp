@@ -12,7 +12,7 @@
 namespace quillmote {
 namespace {
 
-// Alternate screen, any mouse motion told, in decimal form (xterm's control sequences).
+// Alternate screen, reports of any mouse motion, in decimal form (xterm's control sequences).
 constexpr auto enterSequence = "\x1b[?1049h\x1b[?1003h\x1b[?1006h\x1b[2J\x1b[H";
 constexpr auto leaveSequence = "\x1b[?1006l\x1b[?1003l\x1b[?1049l";
 
@@ -26,7 +26,7 @@ void emitSequence(const char *sequence)
     [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, sequence, std::strlen(sequence));
 }
 
-/// Calls only what is allowed in a signal handler.
+/// Makes only calls that are allowed in a signal handler.
 void restore()
 {
     emitSequence(leaveSequence);

@@ -5,19 +5,17 @@
 
 namespace quillmote {
 
-/// While it lives, the terminal gives each key at once and unechoed, tells what the mouse does, and
-/// shows a screen of its own. It is put back however the program ends, by a signal too. At most one
-/// may exist.
+/// While it lives, the terminal delivers each key at once and without echo, reports the mouse, and
+/// shows a separate screen. The terminal is restored however the program ends, also after a signal.
+/// At most one may exist.
 class RawTerminal
 {
 public:
-    /// False from isActive() when standard input is no terminal.
+    /// Changes nothing if standard input is not a terminal.
     RawTerminal();
     ~RawTerminal();
     RawTerminal(const RawTerminal &) = delete;
     RawTerminal &operator=(const RawTerminal &) = delete;
-
-    bool isActive() const { return active; }
 
 private:
     bool active = false;

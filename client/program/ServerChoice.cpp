@@ -20,7 +20,7 @@ QList<ServerAddress> named(const QString &name, const QList<ServerAddress> &seen
     return matches;
 }
 
-/// Of those that may be meant.
+/// Chooses among the servers that match.
 ServerChoice choiceOf(const QList<ServerAddress> &candidates, SearchState state)
 {
     if (candidates.isEmpty() || state == SearchState::Running) {

@@ -12,28 +12,28 @@
 
 namespace quillmote {
 
-/// Which server the user means.
+/// The server that the user wants.
 struct WantedServer
 {
-    QString name;     ///< empty when none was named
-    QString lastUsed; ///< meant when none was named; may be empty
+    QString name;     ///< empty if none is named
+    QString lastUsed; ///< the default if none is named; may be empty
 };
 
-/// How far the search has come.
+/// The progress of the search.
 enum class SearchState {
-    Running, ///< servers may be on the way
-    Quiet,   ///< something was found, and nothing more has come for a while
+    Running, ///< more servers may be found
+    Quiet,   ///< a server was found, and no other one for a while after it
     Over,    ///< the time is up
 };
 
-/// What follows from the servers that were seen so far.
+/// The decision after the servers that were seen so far.
 struct ServerChoice
 {
     enum class Kind {
-        Undecided, ///< go on
-        Clear,     ///< `server` it is
-        Several,   ///< the user must choose one of `candidates`
-        None,      ///< no such server; `candidates` were seen
+        Undecided, ///< keep searching
+        Clear,     ///< use `server`
+        Several,   ///< the user must pick one of `candidates`
+        None,      ///< there is no such server; `candidates` were seen
     };
     Kind kind = Kind::Undecided;
     ServerAddress server;
@@ -41,10 +41,10 @@ struct ServerChoice
 };
 
 /// A name is matched exactly if possible, else without regard to case. Without a name the server
-/// used last is taken, and when it is not there at the end, the only one that is.
+/// used last is taken. If that one is not found by the end of the search, the only other server is.
 ///
-/// Another server is never taken early while the one used last may still answer: keys must not go
-/// to another desktop because a message was lost.
+/// No other server is taken while the one used last may still answer: keys must not go to another
+/// desktop because a message was lost.
 ServerChoice chooseServer(const WantedServer &wanted, const QList<ServerAddress> &seen,
                           SearchState state);
 

@@ -5,8 +5,8 @@
 
 #include "lib/PrintableText.h"
 #include "program/ConnectionKeeper.h"
-#include "program/Discovery.h"
 #include "program/LastServer.h"
+#include "program/ServerSearch.h"
 
 #include <QEventLoop>
 #include <QTimer>
@@ -23,10 +23,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How long to look for servers when none is named: one that is there answers within this time,
-/// even when its first answer was lost.
+/// How long to look for servers if none is named. Every server answers within this time, even if
+/// its first answer is lost.
 constexpr auto lookAround = 1'500ms;
-/// A server that need not ask a person has answered by then.
+/// A server that does not ask a person answers within this time.
 constexpr auto quickAnswer = 300ms;
 
 constexpr auto serverVariable = "QUILLMOTE_SERVER";
@@ -110,7 +110,7 @@ bool Session::searchByName(const Arguments &arguments)
     const auto limit = wanted.name.isEmpty()
                            ? std::min<std::chrono::milliseconds>(lookAround, arguments.timeout)
                            : arguments.timeout;
-    const SearchResult result = searchServer(wanted, limit);
+    const SearchResult result = ServerSearch(wanted).run(limit);
     if (!result.problem.isEmpty()) {
         Terminal::complain(result.problem + u" Give the server's address with --host and --port."_s,
                            "no-discovery"_L1);

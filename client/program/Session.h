@@ -12,15 +12,15 @@
 
 namespace quillmote {
 
-/// A connection to the server that the arguments mean, used step by step.
+/// A connection to the server that the arguments name.
 class Session
 {
 public:
-    /// Finds the server and connects; when that fails the user has been told, and exitCode() is
-    /// not Done.
+    /// Finds the server and connects. A failure is reported to the user, and exitCode() is not Done
+    /// then.
     explicit Session(const Arguments &arguments);
-    /// Remembers a server that has answered. The connection of a command that made the server show
-    /// something is kept for a moment; see ConnectionKeeper.
+    /// Remembers a server that has answered. If the server shows something about the command, the
+    /// connection is kept open for some seconds; see ConnectionKeeper.
     ~Session();
     Session(const Session &) = delete;
     Session &operator=(const Session &) = delete;
@@ -28,10 +28,10 @@ public:
     bool isOpen() const { return code == Terminal::ExitCode::Done; }
     Terminal::ExitCode exitCode() const { return code; }
     Connection &connection() { return link; }
-    /// The server's name or address, for the user.
+    /// The server's name or address, printable.
     QString serverName() const { return name; }
 
-    /// Sends the request and waits for its end. The user has been told of any failure.
+    /// Sends the request and waits for its end. Failures are reported to the user.
     Terminal::ExitCode run(const Request &request, Answer *answer = nullptr);
 
     /// The exit code of an outcome; reports a failure to the user, with that advice if no answer
@@ -51,7 +51,7 @@ private:
     QString advertisedName; // empty when the user has given the address
     QString host;
     quint16 port = 0;
-    bool isShownThere = false; // what the command does
+    bool isShownThere = false; // whether the server shows something about the command
     Terminal::ExitCode code = Terminal::ExitCode::NoConnection;
 };
 

@@ -15,10 +15,10 @@ namespace {
 
 constexpr std::array watchedSignals = {SIGINT, SIGTERM, SIGHUP};
 
-/// Between the handler and the event loop: the end that is read, and the one that is written.
+/// A pipe from the handler to the event loop: its end for reading, and its end for writing.
 std::array<int, 2> channel = {-1, -1};
 
-/// Calls only what is allowed in a signal handler.
+/// Makes only calls that are allowed in a signal handler.
 void forward(int signal)
 {
     const int savedError = errno;
@@ -27,7 +27,7 @@ void forward(int signal)
     errno = savedError;
 }
 
-/// One that is ignored from the start stays so, as nohup wants it.
+/// A signal that is ignored from the start stays ignored, as nohup requires.
 void setHandler(int signal, void (*handler)(int))
 {
     struct sigaction current = {};
@@ -45,7 +45,7 @@ void setHandler(int signal, void (*handler)(int))
 SignalWatch::SignalWatch(std::function<void(int)> whenCaught) : callback(std::move(whenCaught))
 {
     if (pipe(channel.data()) != 0) {
-        return; // without descriptors to spare the signals end the program as ever
+        return; // without free descriptors the signals end the program as usual
     }
     for (const int end : channel) {
         fcntl(end, F_SETFL, O_NONBLOCK);
@@ -89,7 +89,7 @@ void SignalWatch::dieOf(int signal)
 {
     std::signal(signal, SIG_DFL);
     raise(signal);
-    // Only where the signal is blocked.
+    // Reached only if the signal is blocked.
     std::_Exit(128 + signal);
 }
 

@@ -10,23 +10,23 @@
 
 namespace quillmote {
 
-/// While it lives, SIGINT, SIGTERM and SIGHUP end nothing: the event loop is told instead, so that
-/// the program can say what it leaves behind. At most one may exist.
+/// While it lives, SIGINT, SIGTERM and SIGHUP do not end the program but are delivered by the event
+/// loop, so that the program can report what it leaves behind. At most one may exist.
 class SignalWatch
 {
 public:
-    /// The callback gets the number of each signal, from the event loop. Without one the signals
-    /// are only remembered.
+    /// The callback gets the number of each signal, from the event loop. Without a callback the
+    /// signals are only remembered.
     explicit SignalWatch(std::function<void(int)> whenCaught = {});
     ~SignalWatch();
     SignalWatch(const SignalWatch &) = delete;
     SignalWatch &operator=(const SignalWatch &) = delete;
 
-    /// The first one so far; 0 for none.
+    /// The first signal so far; 0 if there is none.
     int caught() const { return first; }
 
-    /// Ends the process as the signal does where nobody catches it. A shell sees 128 + the number,
-    /// and ends its loops.
+    /// Ends the process by the signal, as if it were not caught. A shell sees the status 128 + the
+    /// number, and ends its loops.
     [[noreturn]] static void dieOf(int signal);
 
 private:

@@ -41,7 +41,7 @@ qsizetype distance(QStringView one, QStringView other)
     return cost.back().back();
 }
 
-/// In short words two mistakes leave nothing of what was meant.
+/// After two mistakes a short word is no longer recognisable.
 qsizetype allowedMistakes(const QString &word)
 {
     return word.size() <= 4 ? 1 : 2;

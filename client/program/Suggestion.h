@@ -8,11 +8,11 @@
 
 namespace quillmote {
 
-/// The candidate that a mistyped word was meant for; empty when none is close. A wrong, missing or
-/// additional letter and two letters in the wrong order are one mistake each.
+/// The candidate that is most similar to a mistyped word; empty if none is similar. A wrong,
+/// missing or additional letter and two swapped letters count as one mistake each.
 QString suggestionFor(const QString &word, const QStringList &candidates);
 
-/// "Did you mean X?" with a blank before it; empty when there is nothing to suggest.
+/// "Did you mean X?" with a blank in front; empty if there is nothing to suggest.
 QString didYouMean(const QString &word, const QStringList &candidates);
 
 } // namespace quillmote

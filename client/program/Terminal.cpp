@@ -36,7 +36,7 @@ constexpr auto emptyLine = "\r\x1b[K";
 bool isJsonWanted = false;
 std::vector<Complaint> keptComplaints;
 
-/// A word in front of a sentence, in colour on a terminal.
+/// Writes a word, in colour on a terminal, and a sentence.
 void writeSentence(const char *colour, const QString &word, const QString &sentence)
 {
     const OutputStream errors = OutputStream::errors();

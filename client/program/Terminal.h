@@ -6,18 +6,19 @@
 #include <QString>
 #include <QStringList>
 
-/// What the user sees: results on standard output, everything else on standard error.
+/// The program's output for the user: results on standard output, everything else on standard
+/// error.
 ///
-/// Where JSON is wanted, what goes to standard error is one object a line: {"note": "..."} at once,
-/// and {"error": "code", "message": "..."} from finish(), when the exit status is known.
+/// If JSON is wanted, standard error gets one object a line: {"note": "..."} at once, and
+/// {"error": "code", "message": "..."} from finish(), when the exit status is known.
 namespace quillmote::Terminal {
 
-/// How the program ends.
+/// The exit status of the program.
 enum class ExitCode {
     Done = 0,
-    ServerError = 1,  ///< the server said ERROR
-    Usage = 2,        ///< the command line, or a value that cannot be sent
-    NoConnection = 3, ///< no server found, or the connection was lost or too slow
+    ServerError = 1,  ///< the server answered ERROR
+    Usage = 2,        ///< the command line is wrong, or a value cannot be sent
+    NoConnection = 3, ///< no server was found, or the connection was lost or too slow
 };
 
 bool outputIsTerminal();
@@ -25,31 +26,31 @@ bool errorsAreTerminal();
 
 void useJson(bool isWanted);
 
-/// Lets what the toolkit has to say about itself, which may quote others, take the same way.
+/// Prints the toolkit's own messages in the same way, since they may quote texts of others.
 void takeToolkitMessages();
 
-/// A result; UTF-8. See OutputStream for what a terminal gets of it.
+/// Prints a result. See OutputStream about terminals.
 void print(const QString &text);
 void printLine(const QString &text);
-/// Lines for a terminal that is raw (see RawTerminal) and begins no line by itself.
+/// Prints lines on a raw terminal (see RawTerminal), which needs a carriage return after each.
 void printRawLines(const QStringList &lines);
-/// One sentence about what is wrong, and what to do next. Whoever gives no code gets the exit
-/// status's: "server-error", "usage" or "no-connection". Control characters are escaped.
+/// Prints one sentence about an error and what to do next. Without a code the one of the exit
+/// status is used: "server-error", "usage" or "no-connection". Control characters are escaped.
 void complain(const QString &sentence, QLatin1StringView code = {});
-/// Something worth knowing before it happens. Control characters are escaped.
+/// Prints something worth knowing that is not an error. Control characters are escaped.
 void note(const QString &sentence);
-/// Reports what complain() has kept for the end; returns the program's exit status.
+/// Prints the errors that complain() has kept until now; returns the program's exit status.
 int finish(ExitCode code);
 
-/// Overwrites the current line on standard error; only on a terminal.
+/// Overwrites the current line on standard error, if that is a terminal.
 void showStatus(const QString &line);
 void clearStatus();
-/// Columns of the terminal on standard error; 80 when it does not tell.
+/// The columns of the terminal on standard error; 80 if they are not known.
 int columns();
 
-/// How many columns of a terminal the text fills; some characters fill two, some none.
+/// The columns that the text takes on a terminal; some characters take two, some none.
 int width(const QString &text);
-/// As much of the text's beginning as fits into so many columns.
+/// The longest beginning of the text that fits into these columns.
 QString fitted(const QString &text, int columns);
 
 } // namespace quillmote::Terminal

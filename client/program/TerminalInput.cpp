@@ -18,7 +18,7 @@ constexpr char leaveKey = '\x1d'; // Ctrl+]
 constexpr int mouseMotionBit = 32;
 constexpr int mouseWheelBit = 64;
 
-/// An escape sequence that is whole, and what it means.
+/// A complete escape sequence and its meaning, if it has one.
 struct Sequence
 {
     qsizetype length = 0;
@@ -108,7 +108,7 @@ std::optional<Event> controlEvent(char byte)
     return Other{u"that key"_s};
 }
 
-/// One character of UTF-8 at the start; an empty length when it is not whole.
+/// The UTF-8 character at the start; the length is 0 if it is not complete.
 Sequence characterAtStart(const QByteArray &bytes)
 {
     const auto lead = static_cast<unsigned char>(bytes[0]);
@@ -123,7 +123,7 @@ Sequence characterAtStart(const QByteArray &bytes)
 Sequence eventAtStart(const QByteArray &bytes)
 {
     if (bytes[0] == escape) {
-        // A lone one is the key itself.
+        // A single escape character is the key itself.
         return bytes.size() == 1 ? Sequence{1, Other{u"Escape"_s}} : sequenceAtStart(bytes);
     }
     const auto byte = static_cast<unsigned char>(bytes[0]);

@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-/// What a person did at the terminal.
+/// The actions of a person at the terminal, read from its bytes.
 namespace quillmote::TerminalInput {
 
 struct Character
@@ -17,7 +17,7 @@ struct Character
     QChar character;
     bool operator==(const Character &) const = default;
 };
-/// Ctrl with a letter.
+/// A letter with Ctrl.
 struct ControlLetter
 {
     QChar letter; ///< upper case
@@ -36,20 +36,20 @@ struct FunctionKey
     int number = 1;
     bool operator==(const FunctionKey &) const = default;
 };
-/// The mouse is over that cell, counted from 1.
+/// The mouse is over this cell; the first one is 1, 1.
 struct MouseMotion
 {
     int column = 1;
     int row = 1;
     bool operator==(const MouseMotion &) const = default;
 };
-/// 0 left, 1 middle, 2 right.
+/// Button 0 is left, 1 middle, 2 right.
 struct MousePress
 {
     int button = 0;
     bool operator==(const MousePress &) const = default;
 };
-/// A key that servers cannot type.
+/// Any other key; servers cannot type it.
 struct Other
 {
     QString name;
@@ -63,7 +63,7 @@ struct Leave
 using Event = std::variant<Character, ControlLetter, Arrow, FunctionKey, MouseMotion, MousePress,
                            Other, Leave>;
 
-/// Takes the events out of the bytes; an unfinished sequence stays in them.
+/// Takes the events out of the bytes. An unfinished sequence is left in them.
 std::vector<Event> take(QByteArray &bytes);
 
 } // namespace quillmote::TerminalInput

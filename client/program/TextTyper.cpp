@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 namespace quillmote {
 namespace {
 
-/// A program there may have to wait its turn as often as the server.
+/// The focused program may have to wait several times as long as the server.
 constexpr int busyFactor = 5;
 
 } // namespace

@@ -17,13 +17,13 @@
 
 namespace quillmote {
 
-/// Types texts and carries out other requests of input, one after the other in the given order.
+/// Types texts and sends other input requests, one after the other in the given order.
 ///
-/// The shortcut that pastes is confirmed when the server has pressed it. The program that has the
-/// focus asks for the clipboard's text after that, and nothing on the wire tells when it has got
-/// it. Were the clipboard replaced or the next key pressed before, the text would come out wrong.
-/// So nothing follows a paste for a while, and for longer where the desktop is busy: how long the
-/// server itself has taken is the only sign of that.
+/// The shortcut that pastes is confirmed when the server has pressed it. After that the focused
+/// program asks for the clipboard's text, and nothing on the wire shows when it has received it. If
+/// the clipboard were replaced or the next key pressed too early, the text would come out wrong. So
+/// nothing follows a paste for a while, and for longer if the desktop is busy. The only sign of a
+/// busy desktop is the time that the server itself has taken.
 class TextTyper : public QObject
 {
 public:
@@ -31,15 +31,14 @@ public:
 
     TextTyper(Connection &connection, std::chrono::milliseconds pasteWait);
 
-    /// Done when the server has confirmed all of the step, and for a paste also the wait is over.
+    /// Done when the server has confirmed the whole step; after a paste, when the wait is over too.
     void add(const TypingStep &step, Done done);
     void add(const Request &request, Done done);
-    bool isIdle() const { return !current && waiting.empty(); }
 
 private:
     struct Item
     {
-        std::vector<Request> requests; // all of them in turn
+        std::vector<Request> requests; // sent one after the other
         bool isPaste = false;
         Done done;
     };

@@ -9,21 +9,21 @@
 
 namespace quillmote {
 
-/// How a text is to be typed.
+/// How to type a text.
 struct TypingStyle
 {
-    /// By the clipboard, where the wire can carry it.
+    /// Paste all of the text, as far as the wire can carry it.
     bool pastesAll = false;
-    /// Characters that take Shift on a keyboard of the United States' layout are typed so.
+    /// Type characters with Shift where a US keyboard has them.
     bool isUsKeyboard = false;
 };
 
-/// One step on the way to a text.
+/// One step of typing a text.
 struct TypingStep
 {
     enum class Kind {
-        Key,  ///< a shortcut, as the server takes it
-        Paste ///< a text to put on the clipboard and paste; the wire can carry it
+        Key,  ///< a shortcut, as the server understands it
+        Paste ///< a text to paste from the clipboard; the wire can carry it
     };
     Kind kind = Kind::Key;
     QString text;
@@ -31,11 +31,12 @@ struct TypingStep
     bool operator==(const TypingStep &) const = default;
 };
 
-/// What types a text, or why nothing does.
+/// The steps that type a text, or the reason why it cannot be typed.
 struct TypingPlan
 {
     std::vector<TypingStep> steps;
-    /// A sentence for the user about what cannot be typed, and what to do; then there are no steps.
+    /// A sentence for the user about a character that cannot be typed, and what to do; there are no
+    /// steps then. Empty otherwise.
     QString refusal;
 
     bool usesClipboard() const;

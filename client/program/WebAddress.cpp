@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 namespace quillmote {
 namespace {
 
-/// The host of "host", "host:8080" or "host/path"; empty when the word has another form.
+/// The host of "host", "host:8080" or "host/path"; empty if the word has another form.
 QString hostIn(const QString &word)
 {
     static const QRegularExpression form(
@@ -32,14 +32,14 @@ bool isLocal(const QString &host)
            host.endsWith(".local"_L1, Qt::CaseInsensitive) || isNumeric(host);
 }
 
-/// One word alone names no host of the internet.
+/// A name without a dot is not a host of the internet.
 bool isHost(const QString &host)
 {
     return isLocal(host) ||
            (host.contains(u'.') && !host.contains(".."_L1) && !host.startsWith(u'.'));
 }
 
-/// Of "mailto:ada@example.org", but not of "example.org:8080".
+/// True for "mailto:ada@example.org", but not for "example.org:8080".
 bool hasScheme(const QString &word)
 {
     static const QRegularExpression form(u"\\A[A-Za-z][A-Za-z0-9+.-]*:"_s);

@@ -7,16 +7,16 @@
 
 namespace quillmote {
 
-/// What a person means by a word given to be opened.
+/// The web address that a person means by a word.
 struct WebAddress
 {
     QString url;
-    /// A sentence for the user; empty when there is an address.
+    /// A sentence for the user; empty if there is an address.
     QString problem;
 
-    /// A word with a scheme is an address as it stands. A host's name gets "https://" in front;
-    /// localhost, names that end in ".local" and numeric addresses get "http://", since they rarely
-    /// have a certificate. Files of this computer and other words are none.
+    /// A word with a scheme is used unchanged. A host name gets "https://" in front; localhost,
+    /// names that end in ".local" and numeric addresses get "http://", since they rarely have a
+    /// certificate. Files of this computer and all other words are refused.
     static WebAddress of(const QString &word);
 };
 

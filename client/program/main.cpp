@@ -13,7 +13,7 @@ using namespace quillmote;
 int main(int argc, char **argv)
 {
     takeLeastPower();
-    // The compatibility library of Avahi otherwise complains on standard error.
+    // Otherwise Avahi's compatibility library prints a warning on standard error.
     qputenv("AVAHI_COMPAT_NOWARN", "1");
     Terminal::takeToolkitMessages();
     const QCoreApplication application(argc, argv);

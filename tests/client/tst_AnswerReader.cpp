@@ -138,7 +138,7 @@ void tst_AnswerReader::takesAnAnswerWhoseSuccessorIsNotWhole()
 void tst_AnswerReader::takesAnAnswerWhoseLastBraceComesAlone()
 {
     AnswerReader reader;
-    // Has in it what might be an end, so that it is looked at.
+    // It contains a possible end, so that all of it is inspected.
     reader.append("{a = \"{}\";");
     QVERIFY(!reader.take().has_value());
     reader.append("}");
@@ -182,7 +182,7 @@ void tst_AnswerReader::anyBytesTakeTimeInProportion_data()
     }
 }
 
-/// In proportion to the square it would take minutes. What may be the end of an answer comes last.
+/// Time proportional to the square would be minutes. The possible end of an answer comes last.
 void tst_AnswerReader::anyBytesTakeTimeInProportion()
 {
     QFETCH(QByteArray, repeated);

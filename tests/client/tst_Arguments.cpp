@@ -34,10 +34,10 @@ private slots:
     void valuesAreKeptAsTheyAre();
     void optionsOfOneCommandAreUnknownToTheOthers_data();
     void optionsOfOneCommandAreUnknownToTheOthers();
-    void wrongValuesAreToldInOneSentence_data();
-    void wrongValuesAreToldInOneSentence();
-    void unknownWordsAreToldWithWhatWasMeant_data();
-    void unknownWordsAreToldWithWhatWasMeant();
+    void wrongValuesAreReportedInOneSentence_data();
+    void wrongValuesAreReportedInOneSentence();
+    void unknownWordsAreReportedWithASuggestion_data();
+    void unknownWordsAreReportedWithASuggestion();
     void jsonIsWantedForProblemsToo_data();
     void jsonIsWantedForProblemsToo();
     void helpAndVersionGoToTheOutput();
@@ -180,7 +180,7 @@ void tst_Arguments::optionsOfOneCommandAreUnknownToTheOthers()
              qPrintable(parsed.problem));
 }
 
-void tst_Arguments::wrongValuesAreToldInOneSentence_data()
+void tst_Arguments::wrongValuesAreReportedInOneSentence_data()
 {
     QTest::addColumn<QStringList>("words");
     QTest::addColumn<QString>("problem");
@@ -215,7 +215,7 @@ void tst_Arguments::wrongValuesAreToldInOneSentence_data()
         << QStringList{u"paste"_s, u"x"_s} << u"Usage: quillmote paste [OPTIONS]"_s;
 }
 
-void tst_Arguments::wrongValuesAreToldInOneSentence()
+void tst_Arguments::wrongValuesAreReportedInOneSentence()
 {
     QFETCH(QStringList, words);
     QFETCH(QString, problem);
@@ -225,7 +225,7 @@ void tst_Arguments::wrongValuesAreToldInOneSentence()
     QCOMPARE(parsed.problem, problem);
 }
 
-void tst_Arguments::unknownWordsAreToldWithWhatWasMeant_data()
+void tst_Arguments::unknownWordsAreReportedWithASuggestion_data()
 {
     QTest::addColumn<QStringList>("words");
     QTest::addColumn<QString>("code");
@@ -270,7 +270,7 @@ void tst_Arguments::unknownWordsAreToldWithWhatWasMeant_data()
         << u"copy takes one text; quote the text: quillmote copy 'it'\\''s two words'"_s;
 }
 
-void tst_Arguments::unknownWordsAreToldWithWhatWasMeant()
+void tst_Arguments::unknownWordsAreReportedWithASuggestion()
 {
     QFETCH(QStringList, words);
     QFETCH(QString, code);

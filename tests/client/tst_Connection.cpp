@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "lib/Connection.h"
+
+#include "client/StandInServer.h"
 #include "net/TokenText.h"
 
 #include <QBuffer>
@@ -9,8 +11,6 @@
 #include <QPointer>
 #include <QRandomGenerator>
 #include <QSignalSpy>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTest>
 #include <QTimer>
 
@@ -23,38 +23,13 @@ using Kind = Outcome::Kind;
 
 namespace {
 
-/// A server of the test: hands over what one read brings, and the socket to answer on.
-class StandInServer : public QTcpServer
-{
-public:
-    std::function<void(QTcpSocket &, const QByteArray &)> onRead;
-    std::function<void(QTcpSocket &)> onConnected;
-
-    StandInServer()
-    {
-        listen(QHostAddress::LocalHost);
-        connect(this, &QTcpServer::newConnection, this, [this] {
-            QTcpSocket *socket = nextPendingConnection();
-            connect(socket, &QTcpSocket::readyRead, this, [this, socket] {
-                const QByteArray bytes = socket->readAll();
-                if (onRead) {
-                    onRead(*socket, bytes);
-                }
-            });
-            if (onConnected) {
-                onConnected(*socket);
-            }
-        });
-    }
-};
-
-/// Reads tokens as a real server does, with those that came together as one, and writes down what
-/// it carried out.
+/// Reads tokens like a real server, which takes those of one read as one token, and records what it
+/// carries out.
 struct RealisticReader
 {
     TokenMap map;
     QStringList keys;
-    QStringList all; // addresses that were opened, too
+    QStringList all; // with the addresses that were opened
 
     void operator()(QTcpSocket &socket, const QByteArray &bytes)
     {
@@ -78,7 +53,7 @@ struct RealisticReader
     }
 };
 
-/// A server that lets bytes lie for a time at random between two limits, in milliseconds.
+/// A server that reads late, after random times between two limits in milliseconds.
 class LateReader
 {
 public:
@@ -152,7 +127,7 @@ private slots:
 
 private:
     Outcome ask(const Request &request);
-    bool openConnection();
+    bool openConnection() { return server->isReachedBy(*connection); }
 
     std::unique_ptr<StandInServer> server;
     std::unique_ptr<Connection> connection;
@@ -163,13 +138,6 @@ void tst_Connection::init()
     connection = std::make_unique<Connection>();
     server = std::make_unique<StandInServer>();
     connection->setTimeout(3s);
-}
-
-bool tst_Connection::openConnection()
-{
-    QSignalSpy opened(connection.get(), &Connection::opened);
-    connection->open(u"127.0.0.1"_s, server->serverPort());
-    return opened.wait(5'000);
 }
 
 Outcome tst_Connection::ask(const Request &request)
@@ -356,7 +324,7 @@ void tst_Connection::whateverTheServerSendsTheTimeIsKept_data()
     QTest::newRow("calls for another try") << QByteArray("{") << retries.sliced(1);
 }
 
-/// For ever, in pieces of 1.6 MB, as fast as they are taken.
+/// Sends for ever, in pieces of 1.6 MB, as fast as they are read.
 void tst_Connection::whateverTheServerSendsTheTimeIsKept()
 {
     QFETCH(QByteArray, beginning);
@@ -430,7 +398,7 @@ void tst_Connection::anAnswerToSomethingElseConfirmsNoKey()
 
 void tst_Connection::aServerThatNeverConfirmsTimesOut()
 {
-    // It says for ever that the question came together with the key.
+    // It always answers that the question was read together with the key.
     connection->setTimeout(700ms);
     server->onRead = [](QTcpSocket &socket, const QByteArray &bytes) {
         QByteArray tag = bytes.mid(bytes.indexOf("question = ") + 11);

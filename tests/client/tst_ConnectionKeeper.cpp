@@ -24,7 +24,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// A connection to nobody, whose client's end is given away.
+/// A connection without a server, whose client's end can be given away.
 class KeptConnection
 {
 public:
@@ -54,7 +54,7 @@ public:
     int server = -1;
 };
 
-/// Takes in children that have ended. False while there are some that have not.
+/// Waits for children that have ended. False while others are still running.
 bool areAllChildrenGone()
 {
     while (waitpid(-1, nullptr, WNOHANG) > 0) {
@@ -154,7 +154,7 @@ void tst_ConnectionKeeper::ofSeveralAtOnceNoneOutlivesItsTime()
 
 void tst_ConnectionKeeper::nothingOfTheCallerIsHeldOpen()
 {
-    // One as whoever reads the output has, one with a high number.
+    // One like that of a reader of the output, and one with a high number.
     std::array<int, 2> pipeEnds{};
     QCOMPARE(pipe(pipeEnds.data()), 0);
     const int high = fcntl(pipeEnds[1], F_DUPFD, 900);

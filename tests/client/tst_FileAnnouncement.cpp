@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "lib/FileAnnouncement.h"
-#include "net/TokenText.h"
+
+#include "client/StoredToken.h"
 
 #include <QTest>
 
@@ -14,9 +15,7 @@ namespace {
 
 QStringList announcedParameters(const QByteArray &bytes)
 {
-    TokenMap stored;
-    TokenText::read(bytes,
-                    [&](const QString &key, const QVariant &value) { stored.insert(key, value); });
+    const TokenMap stored = storedTokenInFile(bytes);
     return stored.value(u"cmdType"_s) == u"FILE_TRANSFER_AND_OPEN"_s
                ? stored.value(u"cmdParameters"_s).toStringList()
                : QStringList();
@@ -33,12 +32,12 @@ private slots:
     void theTransferEndsWithTheLastByte();
     void theServerReadsItInsideAComment_data();
     void theServerReadsItInsideAComment();
-    void theNameTellsTheLanguageOfText_data();
-    void theNameTellsTheLanguageOfText();
-    void theInterpreterTellsTheLanguageOfAScript_data();
-    void theInterpreterTellsTheLanguageOfAScript();
-    void whatProgramsCouldNotReadIsToldWithTheObstacle_data();
-    void whatProgramsCouldNotReadIsToldWithTheObstacle();
+    void theNameShowsTheLanguageOfText_data();
+    void theNameShowsTheLanguageOfText();
+    void theInterpreterShowsTheLanguageOfAScript_data();
+    void theInterpreterShowsTheLanguageOfAScript();
+    void damagedFilesAreReportedWithTheObstacle_data();
+    void damagedFilesAreReportedWithTheObstacle();
     void lengthBytesOfJpegCommentsDoNoHarm();
     void namesThatTheWireCannotCarryAreRefused();
 };
@@ -46,7 +45,7 @@ private slots:
 void tst_FileAnnouncement::theTransferEndsWithTheLastByte_data()
 {
     QTest::addColumn<quint64>("size");
-    // Sizes around which the number in the announcement gets a digit more.
+    // Sizes around which the number in the announcement gets one more digit.
     for (const quint64 size : {0ULL,    1ULL,     8ULL,     9ULL,     10ULL,      11ULL,     12ULL,
                                13ULL,   99ULL,    900ULL,   910ULL,   912ULL,     915ULL,    920ULL,
                                1000ULL, 9'900ULL, 9'912ULL, 9'915ULL, 1ULL << 30, 1ULL << 40}) {
@@ -70,24 +69,22 @@ void tst_FileAnnouncement::theTransferEndsWithTheLastByte()
 void tst_FileAnnouncement::theServerReadsItInsideAComment_data()
 {
     QTest::addColumn<QByteArray>("head");
-    QTest::addColumn<QString>("format");
     QTest::addColumn<QByteArray>("start");
     QTest::addColumn<qint64>("skipped");
-    QTest::newRow("JPEG") << QByteArray("\xff\xd8\xff\xe0\x00\x10JFIF", 10) << u"JPEG"_s
+    QTest::newRow("JPEG") << QByteArray("\xff\xd8\xff\xe0\x00\x10JFIF", 10)
                           << QByteArray("\xff\xd8\xff\xfe") << qint64(2);
-    QTest::newRow("PDF") << QByteArray("%PDF-1.7\n") << u"PDF"_s << QByteArray("%% { ")
-                         << qint64(0);
-    QTest::newRow("HTML") << QByteArray("<!DOCTYPE html><html>") << u"HTML"_s
-                          << QByteArray("<!-- { ") << qint64(0);
-    QTest::newRow("script") << QByteArray("#!/bin/sh\necho {\n") << u"script"_s
-                            << QByteArray("#!/bin/sh\n# { ") << qint64(10);
-    QTest::newRow("XML") << QByteArray("<?xml version='1.0'?><a/>") << u"XML"_s
+    QTest::newRow("PDF") << QByteArray("%PDF-1.7\n") << QByteArray("%% { ") << qint64(0);
+    QTest::newRow("HTML") << QByteArray("<!DOCTYPE html><html>") << QByteArray("<!-- { ")
+                          << qint64(0);
+    QTest::newRow("script") << QByteArray("#!/bin/sh\necho {\n") << QByteArray("#!/bin/sh\n# { ")
+                            << qint64(10);
+    QTest::newRow("XML") << QByteArray("<?xml version='1.0'?><a/>")
                          << QByteArray("<?xml version='1.0'?><!-- { ") << qint64(21);
-    QTest::newRow("SVG") << QByteArray("<svg xmlns='http://www.w3.org/2000/svg'/>") << u"XML"_s
+    QTest::newRow("SVG") << QByteArray("<svg xmlns='http://www.w3.org/2000/svg'/>")
                          << QByteArray("<!-- { ") << qint64(0);
 }
 
-void tst_FileAnnouncement::theNameTellsTheLanguageOfText_data()
+void tst_FileAnnouncement::theNameShowsTheLanguageOfText_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QByteArray>("head");
@@ -120,7 +117,7 @@ void tst_FileAnnouncement::theNameTellsTheLanguageOfText_data()
     row("text with a mark", "g.txt", mark + "x", Place::FirstLine, mark + "{ ", " }\n");
 }
 
-void tst_FileAnnouncement::theNameTellsTheLanguageOfText()
+void tst_FileAnnouncement::theNameShowsTheLanguageOfText()
 {
     QFETCH(QString, name);
     QFETCH(QByteArray, head);
@@ -138,7 +135,7 @@ void tst_FileAnnouncement::theNameTellsTheLanguageOfText()
              announcement.bytes.size() + 1000 - kept.size() - 1);
 }
 
-void tst_FileAnnouncement::theInterpreterTellsTheLanguageOfAScript_data()
+void tst_FileAnnouncement::theInterpreterShowsTheLanguageOfAScript_data()
 {
     QTest::addColumn<QByteArray>("line");
     QTest::addColumn<QByteArray>("comment"); // empty: not known
@@ -153,7 +150,7 @@ void tst_FileAnnouncement::theInterpreterTellsTheLanguageOfAScript_data()
     QTest::newRow("no line end") << QByteArray("#!/bin/sh") << QByteArray();
 }
 
-void tst_FileAnnouncement::theInterpreterTellsTheLanguageOfAScript()
+void tst_FileAnnouncement::theInterpreterShowsTheLanguageOfAScript()
 {
     QFETCH(QByteArray, line);
     QFETCH(QByteArray, comment);
@@ -165,7 +162,7 @@ void tst_FileAnnouncement::theInterpreterTellsTheLanguageOfAScript()
     QCOMPARE(announcedParameters(announcement.bytes).value(0), u"tool"_s);
 }
 
-void tst_FileAnnouncement::whatProgramsCouldNotReadIsToldWithTheObstacle_data()
+void tst_FileAnnouncement::damagedFilesAreReportedWithTheObstacle_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QByteArray>("head");
@@ -193,7 +190,7 @@ void tst_FileAnnouncement::whatProgramsCouldNotReadIsToldWithTheObstacle_data()
         << u"the letters beyond ASCII in its name would spoil the text's encoding (see --as)"_s;
 }
 
-void tst_FileAnnouncement::whatProgramsCouldNotReadIsToldWithTheObstacle()
+void tst_FileAnnouncement::damagedFilesAreReportedWithTheObstacle()
 {
     QFETCH(QString, name);
     QFETCH(QByteArray, head);
@@ -209,13 +206,11 @@ void tst_FileAnnouncement::whatProgramsCouldNotReadIsToldWithTheObstacle()
 void tst_FileAnnouncement::theServerReadsItInsideAComment()
 {
     QFETCH(QByteArray, head);
-    QFETCH(QString, format);
     QFETCH(QByteArray, start);
     QFETCH(qint64, skipped);
     const quint64 size = 5000;
     const auto announcement = FileAnnouncement::of(u"my file"_s, size, head, 3);
     QCOMPARE(announcement.place, Place::Comment);
-    QCOMPARE(announcement.format, format);
     QVERIFY(announcement.bytes.startsWith(start));
     QCOMPARE(announcement.skippedBytes, skipped);
     const quint64 stored =

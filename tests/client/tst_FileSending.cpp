@@ -3,10 +3,10 @@
 
 #include "lib/Connection.h"
 
+#include "client/StandInServer.h"
+
 #include <QBuffer>
 #include <QSignalSpy>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -20,43 +20,38 @@ const QByteArray announcement = "{ quillmote = 1; cmdType = FILE_TRANSFER_AND_OP
 const QByteArray ready = "{quillmote = \"1\";serverResponse = \"START_BINARY_TRANSFER\";}";
 const QByteArray stored = "{quillmote = \"1\";serverResponse = \"OK\";}";
 
-/// Takes what comes, says when it wants the file and when it has all of it.
-class FileServer : public QTcpServer
+/// Takes what arrives, asks for the file, and answers once it has all of it.
+class FileServer : public StandInServer
 {
 public:
-    explicit FileServer(qsizetype fileSize) : m_size(announcement.size() + fileSize)
+    explicit FileServer(qsizetype fileSize) : size(announcement.size() + fileSize)
     {
-        listen(QHostAddress::LocalHost);
-        connect(this, &QTcpServer::newConnection, this, [this] {
-            socket = nextPendingConnection();
-            connect(socket, &QTcpSocket::readyRead, this, [this] { receive(); });
-        });
+        onRead = [this](QTcpSocket &, const QByteArray &bytes) { receive(bytes); };
     }
 
     QByteArray received;
-    QTcpSocket *socket = nullptr;
     bool isSilent = false;
 
 private:
-    void receive()
+    void receive(const QByteArray &bytes)
     {
-        received += socket->readAll();
+        received += bytes;
         if (isSilent) {
             return;
         }
         if (!std::exchange(isReady, true)) {
             socket->write(ready);
         }
-        if (received.size() >= m_size) {
+        if (received.size() >= size) {
             socket->write(stored);
         }
     }
 
-    qsizetype m_size;
+    qsizetype size;
     bool isReady = false;
 };
 
-/// A file that is shorter than it said.
+/// A file that cannot be read.
 class BrokenFile : public QBuffer
 {
 public:
@@ -86,11 +81,11 @@ private slots:
     void whatTheServerTakesSlowlyDoesNotTimeOut();
 
 private:
-    bool open(const FileServer &server);
+    bool open(const FileServer &server) { return server.isReachedBy(*connection); }
     void send(const std::shared_ptr<QIODevice> &body);
 
     std::unique_ptr<Connection> connection;
-    std::optional<Outcome> m_outcome;
+    std::optional<Outcome> outcome;
     std::vector<std::pair<quint64, quint64>> progress;
 };
 
@@ -98,15 +93,8 @@ void tst_FileSending::init()
 {
     connection = std::make_unique<Connection>();
     connection->setTimeout(5s);
-    m_outcome.reset();
+    outcome.reset();
     progress.clear();
-}
-
-bool tst_FileSending::open(const FileServer &server)
-{
-    QSignalSpy opened(connection.get(), &Connection::opened);
-    connection->open(u"127.0.0.1"_s, server.serverPort());
-    return opened.wait(5'000);
 }
 
 void tst_FileSending::send(const std::shared_ptr<QIODevice> &body)
@@ -114,7 +102,7 @@ void tst_FileSending::send(const std::shared_ptr<QIODevice> &body)
     connection->sendFile(
         announcement, connection->nextTag(), body, quint64(body->size()),
         [this](quint64 sent, quint64 total) { progress.emplace_back(sent, total); },
-        [this](const Outcome &outcome) { m_outcome = outcome; });
+        [this](const Outcome &end) { outcome = end; });
 }
 
 namespace {
@@ -153,10 +141,10 @@ void tst_FileSending::theFileFollowsWhenTheServerIsReady()
     FileServer server(size);
     QVERIFY(open(server));
     send(bufferOf(content));
-    QTRY_VERIFY(m_outcome.has_value());
-    QCOMPARE(m_outcome->kind, Kind::Done);
-    QCOMPARE(m_outcome->answer.response(), u"OK"_s);
-    QCOMPARE(m_outcome->problem, QString());
+    QTRY_VERIFY(outcome.has_value());
+    QCOMPARE(outcome->kind, Kind::Done);
+    QCOMPARE(outcome->answer.response(), u"OK"_s);
+    QCOMPARE(outcome->problem, QString());
     QVERIFY(server.received == announcement + content);
 }
 
@@ -167,8 +155,8 @@ void tst_FileSending::nothingFollowsUntilTheServerIsReady()
     QVERIFY(open(server));
     connection->setTimeout(300ms);
     send(bufferOf("abc"));
-    QTRY_VERIFY(m_outcome.has_value());
-    QCOMPARE(m_outcome->kind, Kind::TimedOut);
+    QTRY_VERIFY(outcome.has_value());
+    QCOMPARE(outcome->kind, Kind::TimedOut);
     QCOMPARE(server.received, announcement);
     QVERIFY(progress.empty());
 }
@@ -181,9 +169,9 @@ void tst_FileSending::aRefusalOfTheServerEndsIt()
     send(bufferOf("abc"));
     QTRY_COMPARE(server.received, announcement);
     server.socket->write("{quillmote = \"1\";serverResponse = \"ERROR\";}");
-    QTRY_VERIFY(m_outcome.has_value());
-    QCOMPARE(m_outcome->kind, Kind::Done);
-    QCOMPARE(m_outcome->answer.response(), u"ERROR"_s);
+    QTRY_VERIFY(outcome.has_value());
+    QCOMPARE(outcome->kind, Kind::Done);
+    QCOMPARE(outcome->answer.response(), u"ERROR"_s);
     QCOMPARE(server.received, announcement);
 }
 
@@ -193,7 +181,7 @@ void tst_FileSending::progressIsReportedToTheEnd()
     FileServer server(Size);
     QVERIFY(open(server));
     send(bufferOf(contentOf(Size)));
-    QTRY_VERIFY(m_outcome.has_value());
+    QTRY_VERIFY(outcome.has_value());
     QVERIFY(progress.size() > 3);
     QVERIFY(progress.front().first < Size);
     QVERIFY(std::ranges::is_sorted(progress));
@@ -211,14 +199,14 @@ void tst_FileSending::aFileThatCannotBeReadEndsTheConnection()
     FileServer server(3);
     QVERIFY(open(server));
     send(broken);
-    QTRY_VERIFY(m_outcome.has_value());
-    QCOMPARE(m_outcome->kind, Kind::Lost);
-    QVERIFY2(m_outcome->problem.contains(u"cannot be read"_s), qPrintable(m_outcome->problem));
-    QVERIFY2(m_outcome->problem.contains(u"the disk is gone"_s), qPrintable(m_outcome->problem));
+    QTRY_VERIFY(outcome.has_value());
+    QCOMPARE(outcome->kind, Kind::Lost);
+    QVERIFY2(outcome->problem.contains(u"cannot be read"_s), qPrintable(outcome->problem));
+    QVERIFY2(outcome->problem.contains(u"the disk is gone"_s), qPrintable(outcome->problem));
     QVERIFY(!connection->isOpen());
 }
 
-/// The one under way and those behind it.
+/// The current request and those behind it.
 void tst_FileSending::cancellingEndsEveryRequest()
 {
     FileServer server(3);
@@ -228,20 +216,20 @@ void tst_FileSending::cancellingEndsEveryRequest()
     std::vector<Kind> behind;
     for (int i = 0; i < 3; ++i) {
         connection->send(Request::serverInfo(),
-                         [&](const Outcome &outcome) { behind.push_back(outcome.kind); });
+                         [&](const Outcome &end) { behind.push_back(end.kind); });
     }
     QTRY_COMPARE(server.received, announcement);
     QSignalSpy lost(connection.get(), &Connection::lost);
     connection->cancel();
     QTRY_COMPARE(behind, (std::vector{Kind::Lost, Kind::Lost, Kind::Lost}));
-    QCOMPARE(m_outcome->kind, Kind::Lost);
-    QVERIFY(m_outcome->problem.contains(u"Cancelled"_s));
+    QCOMPARE(outcome->kind, Kind::Lost);
+    QVERIFY(outcome->problem.contains(u"Cancelled"_s));
     QCOMPARE(lost.count(), 1);
     QVERIFY(!connection->isOpen());
     QTRY_COMPARE(server.socket->state(), QAbstractSocket::UnconnectedState);
 }
 
-/// The time limit is for a server that does not move at all.
+/// The time limit counts only while no bytes leave.
 void tst_FileSending::whatTheServerTakesSlowlyDoesNotTimeOut()
 {
     constexpr qsizetype Size = 24'000'000;
@@ -257,15 +245,15 @@ void tst_FileSending::whatTheServerTakesSlowlyDoesNotTimeOut()
     socket.setReadBufferSize(400'000);
     socket.write(ready);
     qsizetype taken = 0;
-    while (taken < Size && !m_outcome) {
+    while (taken < Size && !outcome) {
         QTest::qWait(50);
         taken += socket.readAll().size();
     }
     QCOMPARE(taken, Size);
-    QVERIFY(!m_outcome);
+    QVERIFY(!outcome);
     socket.write(stored);
-    QTRY_VERIFY(m_outcome.has_value());
-    QCOMPARE(m_outcome->kind, Kind::Done);
+    QTRY_VERIFY(outcome.has_value());
+    QCOMPARE(outcome->kind, Kind::Done);
 }
 
 QTEST_GUILESS_MAIN(tst_FileSending)

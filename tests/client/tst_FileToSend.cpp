@@ -20,7 +20,7 @@ class tst_FileToSend : public QObject
 
 private slots:
     void initTestCase();
-    void whatCannotBeReadIsToldInTheSystemsWords();
+    void unreadableFilesAreReportedInTheSystemsWords();
     void aPipeIsNotWaitedFor();
     void itIsSavedUnderItsOwnNameOrTheGivenOne();
     void namesThatTheServerCannotUseAreRefused_data();
@@ -47,7 +47,7 @@ void tst_FileToSend::initTestCase()
     write(u"table.csv"_s, "1,2\n");
 }
 
-void tst_FileToSend::whatCannotBeReadIsToldInTheSystemsWords()
+void tst_FileToSend::unreadableFilesAreReportedInTheSystemsWords()
 {
     const auto problem = [this](const QString &name) {
         return FileToSend::at(path(name)).problem.remove(folder.path());

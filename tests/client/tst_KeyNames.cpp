@@ -14,7 +14,7 @@ using platform::Flag::Shift;
 
 namespace {
 
-/// The press that the server posts for the shortcut; none when it types nothing.
+/// The key press that the server posts for the shortcut; none if it types nothing.
 std::optional<platform::KeyboardEvent> pressFor(const std::optional<QString> &shortcut)
 {
     if (!shortcut) {
@@ -89,7 +89,7 @@ void tst_KeyNames::whatTheServerCannotTypeIsNone()
 void tst_KeyNames::charactersAreTyped_data()
 {
     QTest::addColumn<QChar>("character");
-    QTest::addColumn<int>("code"); // -1: not at all
+    QTest::addColumn<int>("code"); // -1: cannot be typed
     QTest::addColumn<quint64>("flags");
     QTest::newRow("a") << QChar(u'a') << 0 << quint64(0);
     QTest::newRow("A") << QChar(u'A') << 0 << quint64(Shift);

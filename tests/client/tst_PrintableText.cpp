@@ -39,7 +39,7 @@ void tst_PrintableText::whatATerminalObeysIsEscaped_data()
     QTest::newRow("line separator") << u"\u2028"_s << u"\\u2028"_s;
     QTest::newRow("tag beyond the first plane") << u"\U000e0041"_s << u"\\ue0041"_s;
     QTest::newRow("NUL") << QString(QChar(u'\0')) << u"\\u0000"_s;
-    // Half a pair is no character.
+    // An unpaired surrogate is not a character.
     QTest::newRow("lone surrogate") << QString(QChar(0xd83d)) << QString(QChar(0xfffd));
 }
 

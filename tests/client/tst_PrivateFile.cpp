@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// What the program keeps in files: its identity and the server used last.
+// The files of the program: its identity and the server used last.
 
 #include "program/PrivateFile.h"
 
@@ -83,7 +83,7 @@ void tst_PrivateFile::aFileIsItsOwnersOnly()
         QCOMPARE(QFile::permissions(file), fileOfOwner);
         QCOMPARE(QFile::permissions(QFileInfo(file).path()),
                  fileOfOwner | QFile::ExeOwner | QFile::ExeUser);
-        // Nothing unfinished is left.
+        // No unfinished file is left.
         QCOMPARE(QFileInfo(file).dir().entryList(QDir::Files).size(), 1);
     }
 }

@@ -28,7 +28,7 @@ void tst_ProgressLine::theWidthDecidesWhatIsShown_data()
     QTest::newRow("80") << 80 << u"holiday.jpg [##########..........]  50% 1.0 MiB/s 0:02 left"_s;
     QTest::newRow("40") << 40 << u"holiday.jpg  50% 1.0 MiB/s 0:02 left"_s;
     QTest::newRow("34") << 34 << u"holiday\u2026  50% 1.0 MiB/s 0:02 left"_s;
-    // The rate gives way before the name gets too short to tell the file.
+    // The rate is left out before the name becomes too short to identify the file.
     QTest::newRow("30") << 30 << u"holiday.jpg  50% 0:02 left"_s;
     QTest::newRow("24") << 24 << u"holiday\u2026  50% 0:02 left"_s;
     QTest::newRow("12") << 12 << u"holid\u2026  50%"_s;

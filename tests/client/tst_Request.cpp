@@ -10,7 +10,7 @@
 using namespace Qt::StringLiterals;
 using namespace quillmote;
 
-/// Each command as it goes out, byte for byte, and how its answer is waited for.
+/// The bytes of each command, and how the connection waits for its answer.
 class tst_Request : public QObject
 {
     Q_OBJECT
@@ -75,7 +75,7 @@ void tst_Request::everyCommandHasItsForm()
     QTEST(request.isRepeatable, "isRepeatable");
 }
 
-/// All of Latin-1 but quotes and white space.
+/// All of Latin-1 except quotes and white space.
 void tst_Request::everyCharacterIsCarriedOrRefused()
 {
     const QList<int> refused{'\0', '"', 0x09, 0x0a, 0x0b, 0x0c, 0x0d, 0x85, 0xa0};

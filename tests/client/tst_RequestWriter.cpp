@@ -1,28 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "lib/AnswerReader.h"
 #include "lib/RequestWriter.h"
-#include "net/TokenText.h"
+
+#include "client/StoredToken.h"
+#include "lib/AnswerReader.h"
 
 #include <QRandomGenerator>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 using namespace quillmote;
-
-namespace {
-
-/// What the server stores of the bytes.
-TokenMap storedByServer(const QByteArray &bytes)
-{
-    TokenMap stored;
-    const auto reading = TokenText::read(
-        bytes, [&](const QString &key, const QVariant &value) { stored.insert(key, value); });
-    return reading.result == TokenText::ReadResult::Token ? stored : TokenMap();
-}
-
-} // namespace
 
 class tst_RequestWriter : public QObject
 {
@@ -43,7 +31,7 @@ private slots:
     void anyAcceptedTextArrivesUnchanged();
     void everyRequestHasItsTagFirst();
     void ofRequestsReadTogetherTheLastCounts();
-    void theQuestionTellsWhetherItWasReadTogether();
+    void theQuestionShowsWhetherItWasReadTogether();
 };
 
 void tst_RequestWriter::theServerStoresExactlyWhatWasGiven_data()
@@ -67,7 +55,7 @@ void tst_RequestWriter::theServerStoresExactlyWhatWasGiven()
     QFETCH(QString, text);
     const auto written = writeRequest(Request::copy(text), 7);
     QCOMPARE(written.refusal, QString());
-    const TokenMap stored = storedByServer(written.bytes);
+    const TokenMap stored = storedToken(written.bytes);
     QCOMPARE(stored.value(u"cmdType"_s).toString(), u"TEXT_TRANSFER_AND_OPEN"_s);
     QCOMPARE(stored.value(u"fncCommand"_s).typeId(), int(QMetaType::QString));
     QCOMPARE(stored.value(u"fncCommand"_s).toString(), text);
@@ -88,9 +76,9 @@ void tst_RequestWriter::aTextThatBeginsWithABracketIsAListOfOne()
     QFETCH(QString, text);
     const auto written = writeRequest(Request::copy(text), 7);
     QCOMPARE(written.refusal, QString());
-    const QVariant stored = storedByServer(written.bytes).value(u"fncCommand"_s);
+    const QVariant stored = storedToken(written.bytes).value(u"fncCommand"_s);
     QCOMPARE(stored.toStringList(), QStringList{text});
-    // As which the server reads it.
+    // The server reads it as this text.
     QCOMPARE(stored.toString(), text);
 }
 
@@ -174,7 +162,7 @@ void tst_RequestWriter::itemsOfListsAreCheckedToo()
     if (written.isRefused()) {
         QVERIFY2(written.refusal.contains(reason), qPrintable(written.refusal));
     } else {
-        QCOMPARE(storedByServer(written.bytes).value(u"cmdParameters"_s).toStringList(), items);
+        QCOMPARE(storedToken(written.bytes).value(u"cmdParameters"_s).toStringList(), items);
     }
 }
 
@@ -200,12 +188,12 @@ void tst_RequestWriter::anyAcceptedTextArrivesUnchanged()
         }
         const auto list = writeRequest(Request::pair(items[0], items[1]), 1);
         if (!list.isRefused()) {
-            QCOMPARE(storedByServer(list.bytes).value(u"cmdParameters"_s).toStringList(), items);
+            QCOMPARE(storedToken(list.bytes).value(u"cmdParameters"_s).toStringList(), items);
             ++accepted;
         }
         const auto text = writeRequest(Request::copy(items[0]), 1);
         if (!text.isRefused()) {
-            QCOMPARE(storedByServer(text.bytes).value(u"fncCommand"_s).toString(), items[0]);
+            QCOMPARE(storedToken(text.bytes).value(u"fncCommand"_s).toString(), items[0]);
             ++accepted;
         }
     }
@@ -225,24 +213,24 @@ void tst_RequestWriter::everyRequestHasItsTagFirst()
 
 void tst_RequestWriter::ofRequestsReadTogetherTheLastCounts()
 {
-    const TokenMap stored = storedByServer(writeRequest(Request::key(u"A"_s), 1).bytes +
-                                           writeRequest(Request::click(Button::Right), 2).bytes +
-                                           writeRequest(Request::openUrl(u"a;b"_s), 3).bytes);
+    const TokenMap stored = storedToken(writeRequest(Request::key(u"A"_s), 1).bytes +
+                                        writeRequest(Request::click(Button::Right), 2).bytes +
+                                        writeRequest(Request::openUrl(u"a;b"_s), 3).bytes);
     QCOMPARE(stored.value(u"cmdType"_s).toString(), u"URL_OPEN"_s);
     QCOMPARE(stored.value(u"fncCommand"_s).toString(), u"a;b"_s);
     QVERIFY(Answer{stored}.holds(3));
 }
 
-void tst_RequestWriter::theQuestionTellsWhetherItWasReadTogether()
+void tst_RequestWriter::theQuestionShowsWhetherItWasReadTogether()
 {
     const QByteArray request = writeRequest(Request::key(u";"_s), 8).bytes;
-    const TokenMap together = storedByServer(request + writeQuestion(8));
+    const TokenMap together = storedToken(request + writeQuestion(8));
     QCOMPARE(together.value(u"cmdType"_s).toString(), u"SERVER_INFO"_s);
     QCOMPARE(Answer{together}.confirmation(8), Confirmation::NotCarriedOut);
 
-    TokenMap apart = storedByServer(request);
+    TokenMap apart = storedToken(request);
     QCOMPARE(apart.value(u"cmdType"_s).toString(), u"KEYBOARD_CMD"_s);
-    apart.insert(storedByServer(writeQuestion(8)));
+    apart.insert(storedToken(writeQuestion(8)));
     QCOMPARE(apart.value(u"cmdType"_s).toString(), u"SERVER_INFO"_s);
     QCOMPARE(Answer{apart}.confirmation(8), Confirmation::CarriedOut);
 }

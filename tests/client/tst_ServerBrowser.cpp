@@ -18,11 +18,11 @@
 using namespace Qt::StringLiterals;
 using namespace quillmote;
 
-/// An operation of the discovery service of the test.
+/// An operation of the test's discovery service.
 struct _DNSServiceRef_t
 {
-    QString question;            ///< what it was asked
-    std::function<void()> reply; ///< what it does when it is asked for its result
+    QString question;            ///< the arguments of its start
+    std::function<void()> reply; ///< called when its result is processed
     int descriptor = -1;
     DNSServiceErrorType result = kDNSServiceErr_NoError;
 };
@@ -31,8 +31,7 @@ namespace {
 
 using Operation = _DNSServiceRef_t;
 
-/// The discovery service of the test: it answers what the test says, and writes down what it was
-/// asked.
+/// The test's discovery service: it answers as the test says, and records the questions.
 struct Service
 {
     bool exists = true;
@@ -56,7 +55,7 @@ struct Service
         return kDNSServiceErr_NoError;
     }
 
-    /// Has the event loop of the client take a reply.
+    /// Makes the client's event loop process a reply.
     void give(Operation *operation, const std::function<void()> &reply,
               DNSServiceErrorType result = kDNSServiceErr_NoError)
     {
@@ -67,7 +66,7 @@ struct Service
         QTest::qWait(20);
     }
 
-    /// The one that was started last.
+    /// The operation that was started last.
     Operation *latest() const { return running.back(); }
     QStringList runningQuestions() const
     {
@@ -164,7 +163,7 @@ void giveBack(DNSServiceRef reference)
 
 } // namespace
 
-// Takes precedence over the library's, which loads the system's service.
+// Takes precedence over the function of the library, which loads the system's service.
 const DnsSd *DnsSd::get()
 {
     static const DnsSd functions{startBrowsing, startResolving, startQuery,
@@ -172,7 +171,7 @@ const DnsSd *DnsSd::get()
     return service.exists ? &functions : nullptr;
 }
 
-/// What the browser asks the discovery service, and what it makes of the answers.
+/// What the browser asks the discovery service, and what it reports of the answers.
 class tst_ServerBrowser : public QObject
 {
     Q_OBJECT
@@ -221,7 +220,7 @@ void tst_ServerBrowser::init()
             [this](const QString &problem) { m_failed += problem; });
 }
 
-/// Every operation is given back.
+/// Every operation is ended.
 void tst_ServerBrowser::cleanup()
 {
     browser.reset();
@@ -263,7 +262,7 @@ void tst_ServerBrowser::aServerIsResolvedThenLookedUpThenFound()
     QCOMPARE(m_failed, QStringList());
 }
 
-/// One that is open when the service ends could end the program.
+/// An operation that is open when the service ends could crash the program.
 void tst_ServerBrowser::onlyTheNextQuestionIsOpen()
 {
     browser->start();
@@ -330,7 +329,7 @@ void tst_ServerBrowser::whatIsNoAddressIsNotFound()
     resolved();
     lookedUp(flags, error, static_cast<uint16_t>(length));
     QVERIFY(m_found.isEmpty());
-    // It goes on looking.
+    // It keeps looking.
     lookedUp();
     QCOMPARE(m_found.size(), 1);
 }
@@ -362,7 +361,7 @@ void tst_ServerBrowser::aMissingServiceFails_data()
     QTest::newRow("no daemon") << true << int{kDNSServiceErr_Unknown};
 }
 
-/// From the event loop, so that the caller may connect first.
+/// From the event loop, so that the caller can connect first.
 void tst_ServerBrowser::aMissingServiceFails()
 {
     QFETCH(bool, exists);
@@ -384,7 +383,7 @@ void tst_ServerBrowser::aServiceThatEndsFailsOnce()
     Operation *operation = service.latest();
     service.give(operation, {}, kDNSServiceErr_Unknown);
     QCOMPARE(m_failed.size(), 2);
-    // Its descriptor stays readable for good, which must not keep the program busy.
+    // Its descriptor stays readable for ever, which must not keep the program busy.
     service.give(operation, {}, kDNSServiceErr_Unknown);
     QCOMPARE(m_failed.size(), 2);
 }

@@ -35,7 +35,7 @@ private slots:
     void thoseThatWereSeenAreListedAtTheEnd();
 };
 
-/// The three kinds are what follows while the search runs, is quiet, and is over.
+/// The three kinds are the decisions while the search runs, is quiet, and is over.
 void tst_ServerChoice::theServerIsClearAsSoonAsCanBe_data()
 {
     QTest::addColumn<QString>("name");

@@ -17,7 +17,7 @@ namespace {
 constexpr TypingStyle byClipboard{true, false};
 constexpr TypingStyle onUsKeyboard{false, true};
 
-/// The steps in one line: keys as they are, what is pasted in angle brackets.
+/// The steps in one line: keys as they are, pasted text in angle brackets.
 QString shown(const TypingPlan &plan)
 {
     QStringList words;
@@ -112,7 +112,7 @@ void tst_TypingPlan::whatCannotBeTypedIsRefusedWithTheReason()
     }
 }
 
-/// Random texts of what is hard, put together again from the steps.
+/// Random texts of difficult characters are put together again from the steps.
 void tst_TypingPlan::whatIsPastedCanBeSentAndGivesTheText()
 {
     const QStringList pieces = {u"a"_s, u" "_s, u"."_s, u"("_s,     u")"_s,   u", "_s,
@@ -133,7 +133,7 @@ void tst_TypingPlan::whatIsPastedCanBeSentAndGivesTheText()
                 QCOMPARE(writeRequest(request, 1).refusal, QString());
                 typed += step.text;
             } else {
-                // Servers know the square brackets by each other's names.
+                // Servers have the names of the square brackets swapped.
                 typed += step.text == blank    ? u" "_s
                          : step.text == u"["_s ? u"]"_s
                          : step.text == u"]"_s ? u"["_s

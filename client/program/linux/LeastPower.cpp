@@ -10,8 +10,9 @@ namespace quillmote {
 
 void takeLeastPower()
 {
-    // One byte, not none: nothing fits into it either, and the kernel hands the memory to a program
-    // that collects dumps unless the limit is one. A hard limit of none cannot be raised.
+    // One byte instead of none: nothing fits into it either, and only with a limit of one byte the
+    // kernel does not hand the memory to a program that collects dumps. A hard limit of none cannot
+    // be raised.
     constexpr rlimit oneByte{1, 1};
     constexpr rlimit none{0, 0};
     if (setrlimit(RLIMIT_CORE, &oneByte) != 0) {

@@ -1,0 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QString>
+
+namespace quillmote {
+
+/// All of standard input, as UTF-8; empty if it cannot be read.
+QString standardInput();
+
+} // namespace quillmote
