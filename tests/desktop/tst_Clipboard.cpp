@@ -41,8 +41,9 @@ class tst_Clipboard : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void initTestCase();
     void cleanup();
+    void cleanupTestCase();
 
     void textOfAnotherProgramIsSent_data();
     void textOfAnotherProgramIsSent();
@@ -76,7 +77,7 @@ private:
     std::unique_ptr<ServerScene> scene;
 };
 
-void tst_Clipboard::init()
+void tst_Clipboard::initTestCase()
 {
     scene = std::make_unique<ServerScene>();
     QCOMPARE(scene->session().problem(), QByteArray());
@@ -85,8 +86,12 @@ void tst_Clipboard::init()
 
 void tst_Clipboard::cleanup()
 {
+    QCOMPARE(scene->problemSoFar(), QByteArray());
+}
+
+void tst_Clipboard::cleanupTestCase()
+{
     QCOMPARE(scene->problemAtEnd(), QByteArray());
-    scene.reset();
 }
 
 void tst_Clipboard::textOfAnotherProgramIsSent_data()
@@ -177,6 +182,10 @@ void tst_Clipboard::clipboardWithoutPlainTextIsAnErrorAndKeepsTheParameters()
 
 void tst_Clipboard::clipboardThatNobodyOwnsIsAnError()
 {
+    {
+        const ClipboardOwner last(session(), "gone with its owner");
+        QVERIFY(last.isServing());
+    }
     Handheld handheld(scene->port());
     const auto answer = handheld.ask(clipboardRequest());
     QCOMPARE(response(answer), u"ERROR"_s);
