@@ -41,6 +41,7 @@ class tst_Preferences : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase();
     void init();
     void cleanup();
 
@@ -83,16 +84,20 @@ private:
     SeenWindow browser;
 };
 
-void tst_Preferences::init()
+void tst_Preferences::initTestCase()
 {
     scene = std::make_unique<ServerScene>();
     QCOMPARE(scene->session().problem(), QByteArray());
 }
 
+void tst_Preferences::init()
+{
+    scene->beginAnew();
+}
+
 void tst_Preferences::cleanup()
 {
     QCOMPARE(scene->problemAtEnd(), QByteArray());
-    scene.reset();
 }
 
 bool tst_Preferences::open()

@@ -71,8 +71,9 @@ void DesktopSession::makeFolders()
     QFile::setPermissions(path(u"run"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
-void DesktopSession::emptyFolders()
+void DesktopSession::beginAnew()
 {
+    variables.clear();
     for (const auto &[variable, folder] : PrivateFolders) {
         // The bus listens in the one for the run.
         if (folder != "run"_L1) {

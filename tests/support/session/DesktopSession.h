@@ -42,9 +42,9 @@ public:
     XServer &xServer() { return displayServer; }
     /// The session bus's address; one that leads nowhere in a session without a bus.
     QString busAddress() const { return sessionBusAddress; }
-    /// Empties the home and what programs of the session have stored or logged; the parts of the
-    /// session itself run on.
-    void emptyFolders();
+    /// Empties the home and what programs of the session have stored or logged, and forgets what
+    /// was added to their environment; the parts of the session itself run on.
+    void beginAnew();
 
     /// Where programs started from now on look for the system bus; it leads nowhere until told.
     void useSystemBus(const QString &address) { systemBusAddress = address; }
