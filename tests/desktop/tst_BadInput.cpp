@@ -173,27 +173,12 @@ void tst_BadInput::oddCommandIsSurvived()
 void tst_BadInput::oddBytesAreSurvived_data()
 {
     QTest::addColumn<QByteArray>("bytes");
-    QTest::newRow("one NUL") << QByteArray(1, '\0');
     QTest::newRow("NUL in a token") << QByteArray("{ cmdType = \0SERVER_INFO; }", 27);
-    QTest::newRow("NUL after a token") << QByteArray("{ cmdType = SERVER_INFO; }\0x", 28);
-    QTest::newRow("blanks") << QByteArray("  \r\n\t  ");
-    QTest::newRow("braces") << QByteArray("{ }");
-    QTest::newRow("tight braces") << QByteArray("{}");
     QTest::newRow("reversed braces") << QByteArray(" } { ");
-    QTest::newRow("touching braces") << QByteArray("{ } }");
-    QTest::newRow("empty key") << QByteArray("{  = a; }");
-    QTest::newRow("empty value") << QByteArray("{ a = ; }");
     QTest::newRow("only equals") << QByteArray("{ = }");
-    QTest::newRow("only semicolons") << QByteArray("{ ;;;;;; }");
-    QTest::newRow("lone list brackets") << QByteArray("{ a = (; b = ); c = (); d = ()); }");
-    QTest::newRow("lone ignore start") << QByteArray("{ a = [[[IGNORE]]];;;; }");
-    QTest::newRow("lone ignore end") << QByteArray("{ a = [[[ENDIGNORE]]];;;; }");
     QTest::newRow("reversed ignore") << QByteArray("{ a = [[[ENDIGNORE]]];[[[IGNORE]]]; }");
-    QTest::newRow("prefix") << QByteArray("x{ a = b; }");
-    QTest::newRow("long prefix") << QByteArray("xxxxxxx { { { a = b; }");
     QTest::newRow("prefix of a brace") << QByteArray("}{ a = b; }");
     QTest::newRow("high bytes") << QByteArray(4096, '\xff');
-    QTest::newRow("own answer") << QByteArray("{serverResponse = \"OK\";}");
 }
 
 void tst_BadInput::oddBytesAreSurvived()
