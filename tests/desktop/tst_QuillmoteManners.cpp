@@ -106,8 +106,9 @@ void tst_QuillmoteManners::init()
 
 void tst_QuillmoteManners::cleanup()
 {
-    QVERIFY(waitUntil([this] { return keeper() == 0; }));
     const QByteArray problem = scene->problemAtEnd();
+    // It has nothing to keep any more.
+    QVERIFY(waitUntil([this] { return keeper() == 0; }));
     desk.reset();
     scene.reset();
     QCOMPARE(problem, QByteArray());
@@ -242,9 +243,6 @@ void tst_QuillmoteManners::whatHappenedStaysToBeRead()
     QVERIFY(waitUntil([&] { return told().last().contains(body); }));
     const pid_t process = keeper();
     QVERIFY(process > 0);
-    QTest::qWait(2'000);
-    QVERIFY2(told().last().contains(body), qPrintable(told().join(u'|')));
-
     QVERIFY(waitUntil([&] { return told().last() == u"Device Disconnected"_s; }));
     qInfo("Disconnected %lld ms after the end", static_cast<long long>(sinceReturn.elapsed()));
     QVERIFY(sinceReturn.elapsed() > 4'000 && sinceReturn.elapsed() < 8'000);
