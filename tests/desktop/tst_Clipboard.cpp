@@ -141,7 +141,7 @@ void tst_Clipboard::emptyTextIsOneEmptyItem()
     QCOMPARE(parameters(answer), QStringList{QString()});
 }
 
-/// Beyond what one property of the X server takes, so the owner gives it in pieces.
+/// More than one property of the X server can hold, so the owner sends it in pieces.
 void tst_Clipboard::longTextIsSentWhole()
 {
     constexpr int Lines = 3 * 1024 * 1024 / 16;
@@ -220,7 +220,7 @@ void tst_Clipboard::othersAreServedWhileTheOwnerIsSilent()
     QList<milliseconds> times = serveUntilAnswered(handheld);
     const milliseconds answered(time.elapsed());
     QCOMPARE(response(handheld.answer()), u"ERROR"_s);
-    // Neither early nor late; a busy machine may add to it.
+    // Neither early nor late, with some room for a busy machine.
     QVERIFY2(answered > Patience * 9 / 10 && answered < Patience * 2, inMilliseconds(answered));
 
     QVERIFY(!times.isEmpty());
@@ -337,7 +337,7 @@ void tst_Clipboard::ownerHasASecondInAll()
     QVERIFY(handheld.send(clipboardRequest()));
     QVERIFY(owner.offerText());
     QVERIFY(owner.announcePieces());
-    // Never silent for long, and never done.
+    // It is never silent for long, and never finishes.
     const QDeadlineTimer patience(10 * Patience);
     while (!handheld.hasUnreadAnswer() && !patience.hasExpired()) {
         owner.sendPiece("x");

@@ -30,7 +30,7 @@ constexpr qint64 Mebibyte = 1024 * 1024;
 /// What memory still grows by once it should not: the sanitizer's share of it takes long to settle.
 constexpr qint64 SettlingOfTheSanitizer = 2 * Mebibyte;
 
-/// What shows how others fare during an attack.
+/// Enough to show how long the others wait during an attack.
 constexpr int EnoughAnswers = 100;
 
 /// Devices, the oldest first.
@@ -69,7 +69,7 @@ std::function<void()> descriptorLimit(rlim_t most)
 
 } // namespace
 
-/// Devices that ask for much, or for more than there is: the others are served all the same.
+/// Devices that demand a lot, or more than there is: the others are still served.
 class tst_Load : public QObject
 {
     Q_OBJECT
@@ -118,8 +118,8 @@ void tst_Load::cleanup()
     scene.reset();
 }
 
-/// Starts the server for a look at its memory: the sanitizer holds freed memory back otherwise, and
-/// that would look like growth.
+/// Starts the server so that its memory can be measured: otherwise the sanitizer keeps freed
+/// memory, which would look like growth.
 bool tst_Load::startWithoutQuarantine()
 {
     const QByteArray options = qgetenv("ASAN_OPTIONS");
@@ -192,7 +192,8 @@ void tst_Load::connectionsBeyondTheDescriptorsWaitForThem()
     QVERIFY(late.isServed());
 }
 
-/// A file takes a descriptor, and so do the balloon that tells of it and the program that opens it.
+/// A file takes a descriptor, and so do the balloon that announces it and the program that opens
+/// it.
 void tst_Load::filesBeyondTheDescriptorsAreNotOpened()
 {
     constexpr int Descriptors = 160;
@@ -212,14 +213,14 @@ void tst_Load::filesBeyondTheDescriptorsAreNotOpened()
     }
     const qsizetype files = QDir(folder).entryList(QDir::Files).size();
     qInfo("%lld files are open.", qint64(files));
-    // Those that fit beside the connections, and no more.
+    // As many as fit beside the connections, and no more.
     QVERIFY(files >= 8 && files <= 32);
     QVERIFY(scene->server().openDescriptors() <= Descriptors - 24);
     QVERIFY(scene->comesToRest());
     QVERIFY(first.isServed());
 }
 
-/// Each one that leaves lets one in; in the end no more are there than at first.
+/// Each device that leaves makes room for one; in the end there are no more than at first.
 void tst_Load::connectionsThatComeAndGoDoNotUseUpTheReserve()
 {
     constexpr int Descriptors = 160;
@@ -266,7 +267,8 @@ void tst_Load::connectionsThatComeAndGoHoldNobodyUp()
           count.load(), times.atShare(0.99), afterwards);
     QVERIFY(count > 500);
     QVERIFY(asker.isServed() && asker.answers() >= EnoughAnswers);
-    QVERIFY(times.atShare(0.99) < 500); // with sanitizers and beside other tests; bench/ tells more
+    QVERIFY(times.atShare(0.99) <
+            500); // with sanitizers and beside other tests; bench/ is more exact
     QVERIFY(afterwards < 2000);
 }
 
@@ -293,7 +295,7 @@ void tst_Load::floodOfTokensDoesNotHoldUpOthers()
           times.median(), times.atShare(0.99), taken / Mebibyte);
     QVERIFY(asker.isServed() && asker.answers() >= EnoughAnswers);
     QVERIFY(taken > Mebibyte);
-    QVERIFY(times.median() < 500); // with sanitizers and beside other tests; bench/ tells more
+    QVERIFY(times.median() < 500); // with sanitizers and beside other tests; bench/ is more exact
 }
 
 void tst_Load::deviceThatNeverReadsIsDisconnected()
@@ -347,7 +349,7 @@ void tst_Load::deviceThatStoresTooMuchIsDisconnected()
     QVERIFY(other.isServed());
 }
 
-/// None of them holds as much as one alone may.
+/// Each device stays below the limit for a single one.
 void tst_Load::storesOfManyDevicesAreLimitedInAll()
 {
     constexpr size_t DeviceCount = 12;

@@ -23,8 +23,8 @@ constexpr int TrayGrace = 10'000;
 const QString PairedDevices = u"pairedDeviceList"_s;
 const QStringList EarlierDevices{u"old-1"_s, u"old-2"_s};
 
-/// Early on it is chance what a signal hits, so it is sent often; once the program is up, every
-/// round is alike.
+/// During the start it is a matter of chance what a signal hits, so it is sent often; once the
+/// program is up, all rounds are alike.
 int roundsFor(int milliseconds, int early)
 {
     constexpr int UsuallyUp = 300;
@@ -72,7 +72,7 @@ void tst_StartAndEnd::cleanup()
     QCOMPARE(scene ? scene->problemAtEnd() : QByteArray(), QByteArray());
 }
 
-/// Takes the desktop of the function before where it has the same parts.
+/// Reuses the desktop of the previous function if it has the same parts.
 bool tst_StartAndEnd::open(DesktopSession::Parts parts)
 {
     if (scene && partsThere == parts) {
@@ -99,7 +99,7 @@ void tst_StartAndEnd::withoutATrayItRefusesToRun()
     QVERIFY(scene->view().saveScreenshot(u"no-tray"_s));
     QVERIFY(scene->clickButton(*box, 0));
     QCOMPARE(scene->server().waitForEnd(), std::optional(1));
-    // Nobody reads a file; in a terminal more is said.
+    // Nothing is printed into a file; a terminal gets an explanation.
     QCOMPARE(scene->server().errorText(), QByteArray());
     QVERIFY(!QFileInfo::exists(scene->session().settingsFile()));
 }
@@ -172,7 +172,7 @@ bool tst_StartAndEnd::waitsForATray() const
     return waitUntil(isStarted) && scene->comesToRest();
 }
 
-/// The devices of an earlier run are there, and no core of this one.
+/// The devices of the earlier run are still stored, and this run left no core file.
 bool tst_StartAndEnd::storesNothingNew() const
 {
     return scene->storedSetting(PairedDevices).toStringList() == EarlierDevices &&
@@ -187,8 +187,8 @@ void tst_StartAndEnd::endSignalDuringTheStartEndsInOrder_data()
     }
 }
 
-/// Before the program's first instruction there is nobody to catch a signal: the system ends the
-/// process while it loads the libraries. From then on the program ends by itself.
+/// Before the program's first instruction nothing can catch a signal: the system ends the process
+/// while it loads the libraries. From then on the program exits by itself.
 void tst_StartAndEnd::endSignalDuringTheStartEndsInOrder()
 {
     QFETCH(int, milliseconds);
@@ -227,8 +227,8 @@ void tst_StartAndEnd::endSignalThatWaitsForTheStartEndsInOrder_data()
     endSignalDuringTheStartEndsInOrder_data();
 }
 
-/// Started with the signals blocked, the program is spared the gap: none may be lost or end it by
-/// force, whenever it comes.
+/// Started with blocked signals, the program has no such gap: whenever a signal comes, it may be
+/// neither lost nor fatal.
 void tst_StartAndEnd::endSignalThatWaitsForTheStartEndsInOrder()
 {
     QFETCH(int, milliseconds);

@@ -26,7 +26,7 @@ namespace {
 
 constexpr qsizetype KiB = 1024;
 constexpr qsizetype MiB = 1024 * KiB;
-/// The most that a test has waiting for the server at once. A sender's system holds 4 MiB at most.
+/// The most bytes that a test lets wait for the server. The sender's system queues 4 MiB at most.
 constexpr qsizetype LargestRead = 2 * MiB;
 
 /// A file name that no earlier run, of a broken server say, can have left in a shared folder.
@@ -139,7 +139,7 @@ void tst_Transfers::makeFolder()
     scene->storeSetting(u"downloadDirectory"_s, received());
 }
 
-/// Leaves the server of the functions before, where it is for the same, or starts one.
+/// Keeps the server of the previous functions if it is for the same use, otherwise starts one.
 bool tst_Transfers::serve(Use use)
 {
     if (sharedServer != use) {
@@ -151,7 +151,7 @@ bool tst_Transfers::serve(Use use)
     return true;
 }
 
-/// For a function that starts a server of its own.
+/// Ends it for a function that starts its own server.
 bool tst_Transfers::endSharedServer()
 {
     sharedServer.reset();
@@ -192,7 +192,7 @@ qsizetype tst_Transfers::roomFor(Handheld &handheld, qsizetype size) const
     if (held < size) {
         qInfo("The system held %lld bytes", static_cast<long long>(held));
     }
-    // Not to the last byte: how it packs them is its own affair.
+    // Not to the last byte: how the system packs them is not known.
     const qsizetype room = held >= size ? size : static_cast<qsizetype>(held * 3 / 4);
     return room >= std::min(size, MostAtATime) ? room : 0;
 }
@@ -222,7 +222,7 @@ qint64 tst_Transfers::mostHeldOfAFile(Handheld &handheld) const
     return response(handheld.answer()) == u"OK"_s ? most : -1;
 }
 
-/// All of it is there before the server looks.
+/// All bytes have arrived before the server reads.
 bool tst_Transfers::sendAsOneRead(Handheld &handheld, const QByteArray &bytes) const
 {
     scene->server().halt();
@@ -447,7 +447,7 @@ void tst_Transfers::existingFileIsAppendedTo()
     QVERIFY(waitUntil([&] { return opener->opened().size() == 1; }));
 }
 
-/// Until the preferences were closed once, although these then show another folder.
+/// Until the preferences are closed for the first time, although they show another folder.
 void tst_Transfers::withoutASettingFilesGoToTheDesktop()
 {
     QVERIFY(endSharedServer());
@@ -577,7 +577,7 @@ void tst_Transfers::missingDownloadFolderIsNotMade()
     QVERIFY(!QFileInfo::exists(received()));
 }
 
-/// Opened for writing it would wait for a reader for ever.
+/// Opening it for writing would wait for a reader, possibly without end.
 void tst_Transfers::namedPipeDoesNotStopTheServer()
 {
     QVERIFY(serve(Use::Refusals));
@@ -606,7 +606,7 @@ void tst_Transfers::fullDiskKeepsWhatFitted()
     QCOMPARE(Folders::fileBytes(seen), (request + content).left(Room));
     QVERIFY(servesOthers());
 
-    // With room again, what comes next is stored.
+    // Once there is room again, further bytes are stored.
     QVERIFY(QFile::resize(seen, 0));
     QVERIFY(handheld.sendAndSettle("further"));
     QCOMPARE(Folders::fileBytes(seen), QByteArray("further"));
@@ -653,7 +653,7 @@ void tst_Transfers::bytesOfADeviceThatLeftAreKept()
     }
     QVERIFY(servesOthers());
     QCOMPARE(Folders::fileBytes(received(u"half"_s)), request + half);
-    // The next device's bytes come behind them.
+    // The next device's bytes are appended.
     Handheld next(scene->port());
     const QByteArray again = exactRequest(u"half"_s, 3);
     QVERIFY(beginTransfer(next, again));

@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Typed after what is tested, so that everything before it has arrived when it has.
+/// Typed after the keys under test: once it has arrived, so has everything before it.
 const QString Marker = u"F11"_s;
 constexpr quint32 MarkerSymbol = XKB_KEY_F11;
 
@@ -27,7 +27,7 @@ constexpr QPoint Rest(40, 30);
 const QString FunctionKey = u"fncCommand"_s;
 const QString ParametersKey = u"cmdParameters"_s;
 
-/// What has one sign only in this text, such as the semicolon, which otherwise ends an entry.
+/// Marks the text so that no character in it, such as a semicolon, ends the entry.
 QString guarded(const QString &text)
 {
     return u"[[[IGNORE]]]"_s + text + u"[[[ENDIGNORE]]]"_s;
@@ -95,7 +95,7 @@ QString describe(const RawInput &input)
 
 } // namespace
 
-/// What a handheld asks for arrives at another program of the desktop: that and nothing else.
+/// Exactly what a handheld asks for arrives at another program of the desktop.
 class tst_TypingOnTheDesktop : public QObject
 {
     Q_OBJECT
@@ -153,7 +153,7 @@ void tst_TypingOnTheDesktop::init()
     watcher->clear();
 }
 
-/// Nothing stays down, whatever was typed.
+/// No key stays down, whatever was typed.
 void tst_TypingOnTheDesktop::cleanup()
 {
     QCOMPARE(watcher->keysDown(), std::vector<int>());

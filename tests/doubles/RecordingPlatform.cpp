@@ -27,7 +27,7 @@ public:
     ~RecordingWatch() override { PlatformRecord::current().daemonAppears = nullptr; }
 };
 
-/// Wants each text in brackets.
+/// Puts each text into brackets.
 class RecordingNotificationDaemon final : public NotificationDaemon
 {
 public:

@@ -75,7 +75,7 @@ void DesktopSession::beginAnew()
 {
     variables.clear();
     for (const auto &[variable, folder] : PrivateFolders) {
-        // The bus listens in the one for the run.
+        // The bus listens in this one.
         if (folder != "run"_L1) {
             QDir(path(folder)).removeRecursively();
         }

@@ -30,7 +30,7 @@ void ServerScene::beginAnew()
 {
     process.reset();
     desktop.beginAnew();
-    // Where it is on a new display, and over nothing that would look different for it.
+    // As on a new display, and over nothing that would be drawn differently because of it.
     user().moveTo(CentreOfTheScreen);
 }
 
