@@ -53,13 +53,13 @@ struct X11Scene
         return isSet;
     }
 
-    /// Returns when the services have got every report that the server has made by now: an answer
-    /// comes after them.
+    /// Returns once the services have received every report that the server has sent so far: they
+    /// wait for an answer, which comes after the reports.
     void letServicesLearn() { services->pointerLocation(); }
 
-    /// Halts the server when the services have read their key map; from here on they would hang if
-    /// they waited for an answer. That the core keyboard has changed its map between, because the
-    /// user typed, is no reason to read anything.
+    /// Halts the server once the services have read their key map; from here on they would hang if
+    /// they waited for an answer. The user types in between, which changes the map of the core
+    /// keyboard; that is no reason for the services to read anything.
     void haltServer()
     {
         constexpr int scrollLock = 78; // A key that no test holds.
@@ -79,15 +79,15 @@ struct X11Scene
         release(name, flags);
     }
 
-    /// Runs the event loop until as many keys have gone up again in the watcher's window; keys that
-    /// only set modifiers are not counted.
+    /// Runs the event loop until that many keys have been released in the watcher's window; keys
+    /// that only set modifiers are not counted.
     bool waitForTaps(std::size_t count)
     {
         const auto isDone = [&] { return presses().size() >= count && isAllUp(); };
         return waitUntil(isDone);
     }
 
-    /// Presses that reached the watcher's window, without those of modifier keys.
+    /// Key presses that reached the watcher's window, without those of modifier keys.
     std::vector<KeyInput> presses()
     {
         std::vector<KeyInput> found;

@@ -92,17 +92,17 @@ private slots:
     void activationThatNeverComesIsNotWaitedForLong();
 
 private:
-    /// A window manager that has announced itself may still be starting. What is asked of openbox
-    /// until it is done, the showing of a window too, it does no sooner than after the next event;
-    /// so it is asked until it answers.
+    /// A window manager that has announced itself may still be starting. Until it is done, openbox
+    /// puts off every request, even to show a window, until the next event arrives; so ask again
+    /// until it answers.
     bool windowManagerAnswers() const;
     Record recordOf(const QString &name) const
     {
         return Record(session->path(name + u".record"_s));
     }
     void writeData(const QString &file, const QByteArray &text) const;
-    /// An entry for a small program, whose window bears the class "NAME-program" unless the end of
-    /// the entry, from the program's further arguments on, says otherwise.
+    /// An entry for a small program. Its window has the class "NAME-program", unless the end of the
+    /// entry, from the program's further arguments on, says otherwise.
     void install(const QString &name, const QString &desktopId, const QByteArray &end = "\n") const;
     void open(const QString &name) { applications->openApplication(name); }
     void quit(const QString &name) { applications->quitApplication(name); }
@@ -110,7 +110,7 @@ private:
     /// The window manager has the program's window on its lists and in front. The focus comes some
     /// time before that.
     bool isInFront(const Record &record) const;
-    /// Starts a program that nobody controls; its window takes the focus.
+    /// Starts a program outside of the server's control; its window takes the focus.
     void startBystander();
 
     std::unique_ptr<DesktopSession> session;
@@ -300,7 +300,7 @@ void tst_ApplicationControl::quitEndsTheRightProgramEveryTime()
     }
 }
 
-/// A file manager that draws the desktop has a window without end; it still has to be opened.
+/// A file manager that draws the desktop always has a window; it still has to be opened.
 void tst_ApplicationControl::desktopBackgroundIsNoRunningProgram()
 {
     QVERIFY(opens(Finder));
@@ -336,8 +336,8 @@ void tst_ApplicationControl::activationEndsWithTheWait()
     QVERIFY2(fastest < 250, QByteArray::number(fastest).constData());
 }
 
-/// A window manager that does not react, as far as can be seen: it has the window on its list and
-/// says that it is active, but does not give it the focus.
+/// A window manager that seems not to react: it lists the window and reports it as active, but
+/// does not give it the focus.
 void tst_ApplicationControl::activationThatNeverComesIsNotWaitedForLong()
 {
     const XServer server;

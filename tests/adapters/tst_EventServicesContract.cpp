@@ -73,7 +73,7 @@ void tst_EventServicesContract::init()
 
 void tst_EventServicesContract::cleanup()
 {
-    // Whatever was posted, and however it ended.
+    // Holds for every function, whatever it posted and however it ended.
     QTRY_VERIFY(scene->isNothingDown());
     scene.reset();
 }

@@ -119,7 +119,7 @@ void tst_X11EventServices::everyKeyOfALayoutGivesItsSign()
     QVERIFY(scene->setLayout({u"-layout"_s, layout}));
     for (const auto &[row, isBorne] : LayoutSigns::rowsOf(layout)) {
         if (row.name == "CapsLock"_L1) {
-            continue; // Has a test of its own.
+            continue; // It is tested separately.
         }
         QVERIFY2(drawing.contains(row.name), row.name.data());
         const KeyboardDrawing::Key drawn = drawing.value(row.name);
@@ -418,7 +418,7 @@ void tst_X11EventServices::shortcutsInARowDoNotSeeEachOthersModifiers()
     }
     QCOMPARE(modifiers, (std::vector{Control, 0, Control, Shift, Control | Shift}));
 
-    // Once more, with the reports of all that still unread.
+    // Again, while the reports about all of this are still unread.
     scene->tap("C", Flag::Command);
     scene->tap("X");
     QVERIFY(scene->waitForTaps(7));

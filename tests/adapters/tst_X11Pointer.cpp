@@ -77,7 +77,7 @@ void tst_X11Pointer::moveTo(const Location &position)
 
 void tst_X11Pointer::post(MouseEventType type, MouseButton button)
 {
-    // The position is another one on purpose: a click does not move the pointer.
+    // A different position on purpose: a click does not move the pointer.
     scene->services->postMouse(SourceState::HidSystem,
                                std::vector{MouseEvent{type, {1, 2}, button}}, EventTap::Hid);
 }

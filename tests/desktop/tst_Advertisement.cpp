@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 namespace {
 
 const QString ServiceType = u"_quillmote._tcp"_s;
-/// How long a handheld may go on showing a server that has been stopped.
+/// How long a handheld may keep showing a server that has been stopped.
 constexpr auto GoneLimit = 3s;
 
 /// Sends a token to the server from another host and waits for the answer. The connection goes
@@ -45,8 +45,8 @@ std::optional<QVariantMap> askForInfo(const NetworkHost &host, const SeenService
     return ask(host, service, serverInfo());
 }
 
-/// Makes a program, by the name of that with which the desktop opens web addresses, that records
-/// the numbers of its open descriptors.
+/// Makes a program that records the numbers of its open descriptors, under the name of the one that
+/// opens web addresses on this desktop.
 bool makeOpener(const QString &folder, const QString &record)
 {
     QFile opener(folder + u"/xdg-open"_s);
@@ -103,9 +103,9 @@ private:
 
 void tst_Advertisement::initTestCase()
 {
-    // The server is to silence the library by itself.
+    // The server must silence the library itself.
     qunsetenv("AVAHI_COMPAT_NOWARN");
-    // Where daemons and network tools are, which is not in everyone's path.
+    // Daemons and network tools are there, which is not in every user's path.
     qputenv("PATH", qgetenv("PATH") + ":/usr/sbin:/sbin");
 
     network = std::make_unique<NetworkNamespaces>();
@@ -228,8 +228,8 @@ void tst_Advertisement::serverSurvivesTheDaemonAndIsFoundAgainWhenItIsBack()
     QVERIFY(askForInfo(network->handheld(), *service));
 
     QVERIFY(serverDaemon->start());
-    // Looked for on the server's host, which remembers nothing from before; the other one may still
-    // believe in what a crashed daemon has said.
+    // Browse on the server's host, which has no earlier records; the other host may still have
+    // those of the crashed daemon in its cache.
     ServiceBrowser newcomer(network->server(), *serverDaemon, ServiceType);
     QCOMPARE(newcomer.waitFor(hostName()), service);
     QCOMPARE(browser->waitFor(hostName()), service);
@@ -260,7 +260,7 @@ void tst_Advertisement::serverThatIsStoppedStaysHiddenWhenTheDaemonComesBack()
     QVERIFY(browser->waitUntilGone(hostName()));
     serverDaemon->stop();
     QVERIFY(serverDaemon->start());
-    // Nothing is to happen, so there is no condition to wait for.
+    // Nothing may happen, so there is no condition to wait for.
     QVERIFY(!browser->waitFor(hostName(), 3s));
 }
 
@@ -336,7 +336,7 @@ void tst_Advertisement::startedProgramsInheritNoDescriptors()
         commandText(u"URL_OPEN"_s, {{u"fncCommand"_s, u"http://quillmote.example/"_s}});
     QVERIFY(ask(network->handheld(), *service, token));
     QVERIFY(waitUntil([&] { return QFile::exists(record); }));
-    // The last is that by which the program lists them.
+    // The last descriptor is the one with which the program lists them.
     QCOMPARE(Folders::fileBytes(record), QByteArray("0\n1\n2\n3\n"));
 }
 

@@ -41,8 +41,9 @@ class tst_Clipboard : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void initTestCase();
     void cleanup();
+    void cleanupTestCase();
 
     void textOfAnotherProgramIsSent_data();
     void textOfAnotherProgramIsSent();
@@ -76,7 +77,7 @@ private:
     std::unique_ptr<ServerScene> scene;
 };
 
-void tst_Clipboard::init()
+void tst_Clipboard::initTestCase()
 {
     scene = std::make_unique<ServerScene>();
     QCOMPARE(scene->session().problem(), QByteArray());
@@ -85,8 +86,12 @@ void tst_Clipboard::init()
 
 void tst_Clipboard::cleanup()
 {
+    QCOMPARE(scene->problemSoFar(), QByteArray());
+}
+
+void tst_Clipboard::cleanupTestCase()
+{
     QCOMPARE(scene->problemAtEnd(), QByteArray());
-    scene.reset();
 }
 
 void tst_Clipboard::textOfAnotherProgramIsSent_data()
@@ -136,7 +141,7 @@ void tst_Clipboard::emptyTextIsOneEmptyItem()
     QCOMPARE(parameters(answer), QStringList{QString()});
 }
 
-/// Beyond what one property of the X server takes, so the owner gives it in pieces.
+/// More than one property of the X server can hold, so the owner sends it in pieces.
 void tst_Clipboard::longTextIsSentWhole()
 {
     constexpr int Lines = 3 * 1024 * 1024 / 16;
@@ -177,6 +182,10 @@ void tst_Clipboard::clipboardWithoutPlainTextIsAnErrorAndKeepsTheParameters()
 
 void tst_Clipboard::clipboardThatNobodyOwnsIsAnError()
 {
+    {
+        const ClipboardOwner last(session(), "gone with its owner");
+        QVERIFY(last.isServing());
+    }
     Handheld handheld(scene->port());
     const auto answer = handheld.ask(clipboardRequest());
     QCOMPARE(response(answer), u"ERROR"_s);
@@ -211,7 +220,7 @@ void tst_Clipboard::othersAreServedWhileTheOwnerIsSilent()
     QList<milliseconds> times = serveUntilAnswered(handheld);
     const milliseconds answered(time.elapsed());
     QCOMPARE(response(handheld.answer()), u"ERROR"_s);
-    // Neither early nor late; a busy machine may add to it.
+    // Neither early nor late, with some room for a busy machine.
     QVERIFY2(answered > Patience * 9 / 10 && answered < Patience * 2, inMilliseconds(answered));
 
     QVERIFY(!times.isEmpty());
@@ -328,7 +337,7 @@ void tst_Clipboard::ownerHasASecondInAll()
     QVERIFY(handheld.send(clipboardRequest()));
     QVERIFY(owner.offerText());
     QVERIFY(owner.announcePieces());
-    // Never silent for long, and never done.
+    // It is never silent for long, and never finishes.
     const QDeadlineTimer patience(10 * Patience);
     while (!handheld.hasUnreadAnswer() && !patience.hasExpired()) {
         owner.sendPiece("x");

@@ -26,7 +26,7 @@ QByteArray moveBy(int right, int down)
 
 Q_DECLARE_METATYPE(Variables)
 
-/// The size that handhelds are told is that of the pointer's way, however large the desktop draws.
+/// The size that the server reports is in the unit of the pointer's moves, whatever the scale.
 class tst_DesktopSize : public QObject
 {
     Q_OBJECT
@@ -43,10 +43,10 @@ private slots:
 private:
     /// Runs a program of the session to its end.
     bool run(const QString &program, const QStringList &arguments, const QByteArray &input = {});
-    /// Width and height as a handheld is told.
+    /// Width and height as the server reports them.
     QSize toldSize();
     static QSize toldSize(Handheld &handheld);
-    /// How far the pointer can be moved from the top left corner, and one pixel.
+    /// How far the pointer can be moved from the top left corner, plus one pixel.
     QSize wayOfThePointer();
 
     std::unique_ptr<ServerScene> scene;

@@ -46,7 +46,7 @@ QByteArray request(const QString &name, const QString &size = u"0"_s)
 
 } // namespace
 
-/// Where files go that a handheld sends, and where never.
+/// Where the server stores files from a handheld, and where it never does.
 class tst_DownloadDirectory : public QObject
 {
     Q_OBJECT
@@ -194,7 +194,7 @@ void tst_DownloadDirectory::directoryMayBeALink()
     QVERIFY(QFile::exists(home(u"Pictures/new"_s)));
 }
 
-/// It opens at once, as what nobody reads does not.
+/// Unlike a pipe without a reader, it opens at once.
 void tst_DownloadDirectory::pipeThatIsReadGetsNothing()
 {
     const QByteArray path = received(u"pipe"_s).toUtf8();

@@ -164,7 +164,7 @@ void tst_Faults::folderRemovedMeanwhileIsSurvived()
     QVERIFY(handheld.sendAndSettle(QByteArray(10'000, 'x')));
     QVERIFY(QDir(folder).removeRecursively());
     QVERIFY(handheld.send(QByteArray(20'000, 'y')));
-    QVERIFY(handheld.answer()); // the file lives on without a name until it is closed
+    QVERIFY(handheld.answer()); // The file exists without a name until it is closed.
     QVERIFY(!QDir(folder).exists());
     QVERIFY(isServing());
 }
@@ -185,7 +185,7 @@ void tst_Faults::clockSetBackAndForthIsSurvived()
     for (const char *clock : {"-3650d", "+3650d", "+0"}) {
         QVERIFY(Folders::write(faked, clock));
         QVERIFY(handheld.ask(serverInfo()));
-        // An owner that is waited for, and no longer than ever.
+        // The server waits for this owner, but no longer than for any other.
         QElapsedTimer sinceRequest;
         sinceRequest.start();
         QVERIFY(handheld.ask(clipboardRequest()));
@@ -228,7 +228,7 @@ void tst_Faults::lostDisplayEndsTheServer()
     QCOMPARE(scene->server().waitForEnd(), 1);
     QVERIFY(handheld.waitUntilClosed());
     QCOMPARE(scene->server().complaints(), QByteArray());
-    scene.reset(); // nobody is left to be asked about keys
+    scene.reset(); // The display is gone, so cleanup() cannot ask it about keys.
 }
 
 void tst_Faults::deviceWhoseCableIsPulledIsNoticed()

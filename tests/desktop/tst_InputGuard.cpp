@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// What the server's guard does when the server is killed amid its keys, and when nothing is wrong.
+// What the server's guard does when the server is killed while it types, and in normal operation.
 
 #include "support/process/ProcessMemory.h"
 #include "support/protocol/Typist.h"
@@ -22,7 +22,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Key codes of every keyboard of a PC.
+// Key codes that are the same on every PC keyboard.
 constexpr int KeyZ = 52;
 constexpr int KeyX = 53;
 
@@ -68,7 +68,7 @@ pid_t guardOf(qint64 server)
     return 0;
 }
 
-/// Whether the process runs no longer; whoever is to take note of its end may not have done so.
+/// Whether the process has ended, even if its parent has not collected it yet.
 bool hasEnded(pid_t process)
 {
     QFile file(u"/proc/%1/stat"_s.arg(process));
@@ -134,7 +134,7 @@ bool tst_InputGuard::start()
         return false;
     }
     guardId = guardOf(scene->server().processId());
-    // Until it has a socket it does not know the display.
+    // It connects to the display first; before that it can release nothing.
     return guardId != 0 && waitUntil([&] { return descriptorsOf(guardId).contains(u"socket"_s); });
 }
 
@@ -145,7 +145,7 @@ void tst_InputGuard::whatIsDownAtAKillIsReleased_data()
     QTest::newRow("while a program has the display for itself") << true;
 }
 
-/// By a program that holds keys and a button with the server's own adapter.
+/// Shown with a program that holds keys and a button through the server's own adapter.
 void tst_InputGuard::whatIsDownAtAKillIsReleased()
 {
     QFETCH(bool, isGrabbed);
@@ -172,7 +172,7 @@ void tst_InputGuard::whatIsDownAtAKillIsReleased()
     QVERIFY(scene->waitUntilNothingIsHeld());
 }
 
-/// Some of them would.
+/// Without the guard, some of these kills would leave a key down.
 void tst_InputGuard::killsAmidFloodsLeaveNothingDown()
 {
     constexpr int Rounds = 16;
@@ -187,8 +187,8 @@ void tst_InputGuard::killsAmidFloodsLeaveNothingDown()
     }
 }
 
-/// The X server finds many keys waiting and drops most of them, since nobody is left to take its
-/// reports: amid a shortcut more often than not.
+/// The X server finds many keys in its queue and drops most of them, since it cannot deliver its
+/// reports any more. That usually happens in the middle of a shortcut.
 void tst_InputGuard::aKillWhileTheDisplayIsBusyLeavesNothingDown()
 {
     constexpr int Rounds = 10;
@@ -205,7 +205,7 @@ void tst_InputGuard::aKillWhileTheDisplayIsBusyLeavesNothingDown()
     }
 }
 
-/// The server types the same keys before.
+/// The server has typed the same keys before.
 void tst_InputGuard::whatOthersHoldStaysDown()
 {
     QVERIFY(start());
@@ -267,7 +267,7 @@ void tst_InputGuard::theGuardStaysWhileTheServerRuns()
     Handheld handheld(scene->port());
     QVERIFY(handheld.send(keyCommand(u"A"_s)) && handheld.waitUntilRead());
     QVERIFY(handheld.isServed());
-    QTest::qWait(1'500); // longer than it waits for anything
+    QTest::qWait(1'500); // The guard waits for nothing that long.
     QVERIFY(!hasEnded(guardId));
     QCOMPARE(scene->server().end(), 0);
     QVERIFY(waitUntil([&] { return hasEnded(guardId); }));

@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Starts that fail or answer must not wait for anything.
+/// A start that fails, or only prints something, must not wait for anything.
 constexpr auto AtOnce = 8s;
 
 const QByteArray WhatToDo =
@@ -24,7 +24,7 @@ const QByteArray NoTray = "I couldn't detect any System tray on this system.";
 
 } // namespace
 
-/// How the program is called, and what it says to the one who calls it from a terminal.
+/// The program's command line, and what the program prints in a terminal.
 class tst_Invocation : public QObject
 {
     Q_OBJECT
@@ -236,7 +236,7 @@ void tst_Invocation::displayOfTheCommandLineIsUsed()
     QVERIFY(open(DesktopSession::Tray));
     const QString display = scene->session().display();
     launchWithout({u"DISPLAY"_s}, {u"-display"_s, display});
-    // Not after the ten seconds that a tray is waited for.
+    // The program does not wait ten seconds for a tray first.
     QVERIFY(scene->server().port(AtOnce) != 0);
     QVERIFY(scene->showsLight(StatusLight::Orange));
     // The adapters type on that display too.
@@ -255,7 +255,7 @@ void tst_Invocation::pluginWithoutADisplayIsUsed()
     QVERIFY(
         waitUntil([this] { return ProcessTables::catches(scene->server().processId(), SIGTERM); }));
     // It waits for a tray now.
-    QTest::qWait(1'500);
+    QVERIFY(scene->comesToRest());
     QVERIFY(scene->server().isRunning());
     QCOMPARE(scene->server().end(), std::optional(0));
     QCOMPARE(scene->server().errorText(), QByteArray());
@@ -269,7 +269,7 @@ void tst_Invocation::portIsSaidOnceInATerminal()
     const QByteArray line = "Listening on port " + QByteArray::number(scene->port()) + ".\r\n";
     QVERIFY(waitUntil([&] { return terminal.text().size() >= line.size(); }));
     QCOMPARE(terminal.text(), line);
-    // Messages go to the tray, and another start of the server is not the program's.
+    // Messages go to the tray, and a later start of the server is not a start of the program.
     Handheld handheld(scene->port());
     QVERIFY(handheld.ask(serverInfo()));
     handheld.leave();

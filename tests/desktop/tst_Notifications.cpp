@@ -109,7 +109,7 @@ void tst_Notifications::replacedDaemonIsAskedWhatItReads()
     QVERIFY(isAnnounced(u"Received request to save file:  <b>  of size  10 "_s));
     desk->setCapabilities({u"body"_s, u"body-markup"_s});
     QVERIFY(desk->replaceNotifications());
-    // The bus tells the server of it when it is done with us, and it may be busy.
+    // The bus informs the server after it has answered us, and it may be busy.
     QVERIFY(waitUntil(
         [&] {
             return announceFile(u"<b>"_s) &&
@@ -131,7 +131,7 @@ void tst_Notifications::haltedDaemonIsSentSixteenMessages()
     QVERIFY(start());
     QVERIFY(isAnnounced(u"Server Started... "_s));
     desk->haltNotifications();
-    // The server may not have been told yet that the first one has arrived.
+    // The server may not have heard yet that the first one has arrived.
     const auto sent = [this] { return desk->notifications().size(); };
     int number = 0;
     QVERIFY(waitUntil(

@@ -16,7 +16,7 @@ constexpr int RejectButton = 1;
 
 } // namespace
 
-/// Devices that ask do not keep the user from the menu, nor the program from its end.
+/// Devices that ask to pair do not block the menu, nor the end of the program.
 class tst_PairingUnderPressure : public QObject
 {
     Q_OBJECT
@@ -105,7 +105,7 @@ void tst_PairingUnderPressure::endRefusesTheDevices()
     Handheld asking(scene->port());
     QVERIFY(asking.send(pairing(u"asking"_s, u"Asking"_s)));
     QVERIFY(question().id != 0);
-    // It waits until the user may be asked again.
+    // The server waits before it asks the user again.
     QVERIFY(refused.send(pairing(u"refused"_s, u"Refused"_s)));
     QVERIFY(refused.waitUntilRead());
     QCOMPARE(scene->server().end(), std::optional(0));

@@ -41,6 +41,7 @@ class tst_Preferences : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase();
     void init();
     void cleanup();
 
@@ -83,16 +84,20 @@ private:
     SeenWindow browser;
 };
 
-void tst_Preferences::init()
+void tst_Preferences::initTestCase()
 {
     scene = std::make_unique<ServerScene>();
     QCOMPARE(scene->session().problem(), QByteArray());
 }
 
+void tst_Preferences::init()
+{
+    scene->beginAnew();
+}
+
 void tst_Preferences::cleanup()
 {
     QCOMPARE(scene->problemAtEnd(), QByteArray());
-    scene.reset();
 }
 
 bool tst_Preferences::open()
@@ -124,7 +129,7 @@ QImage tst_Preferences::pictureOf(Row row) const
 {
     constexpr int HalfHeight = 9;
     const int y = placeOf(row).y();
-    // Settled as a whole; then the pointer is elsewhere too.
+    // placeOf() has waited for the whole dialog; by then the pointer is elsewhere too.
     return scene->view().picture(QRect(preferences.place.left() + 20, y - HalfHeight,
                                        preferences.place.width() - 150, 2 * HalfHeight));
 }
@@ -134,7 +139,7 @@ bool tst_Preferences::clickRow(Row row) const
     return user().click(placeOf(row));
 }
 
-/// The toolkit lets a shortcut's click take a moment, in which the box looks pressed.
+/// The toolkit animates the click of a shortcut; meanwhile the box looks pressed.
 bool tst_Preferences::toggleApprovalByKeys() const
 {
     const QImage before = pictureOf(Row::Approval);
@@ -161,7 +166,7 @@ bool tst_Preferences::browse()
 
 bool tst_Preferences::leaveBrowser() const
 {
-    // What was typed there may have opened a list of completions, which takes an Escape of its own.
+    // Typing may have opened a list of completions, which takes the first Escape.
     const auto isGone = [this] {
         return !scene->view().dialog(scene->server().processId(), BrowserTitle).has_value();
     };
@@ -219,7 +224,7 @@ void tst_Preferences::keepsItsSize()
     QCOMPARE(preferences.place.size(), Size);
     const QPoint corner = preferences.place.bottomRight() + QPoint(1, 1);
     QVERIFY(user().drag(corner, corner + QPoint(100, 100)));
-    // The title bar is what a double click makes the window fill the screen by.
+    // A double click on the title bar would maximize a window that can be resized.
     QVERIFY(user().doubleClick(preferences.place.topLeft() + QPoint(100, -10)));
     QVERIFY(clickRow(Row::Approval));
     const auto now = scene->view().dialog(scene->server().processId(), Title);
@@ -399,7 +404,7 @@ void tst_Preferences::folderEnteredWhileBrowsingIsTakenAtOnce()
     QVERIFY(waitUntil([&] { return pictureOf(Row::Download) != before; }));
     QVERIFY(scene->view().saveScreenshot(u"preferences-browsing"_s));
     QVERIFY(!QFileInfo::exists(scene->session().settingsFile()));
-    // Taken although the file dialog is left without choosing.
+    // It is taken although the file dialog is cancelled.
     QVERIFY(leaveBrowser());
     QVERIFY(closeByEscape());
     QVERIFY(waitUntil([this] { return stored(DownloadKey).isValid(); }));

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// The program quillmote against the real server on a real desktop, and against servers that are
-// none.
+// The program quillmote against the real server on a real desktop, and against programs that only
+// pose as servers.
 
 #include "support/session/ServerScene.h"
 #include "support/x11/InputWatcher.h"
@@ -74,8 +74,8 @@ void writeFile(const QString &path, const QByteArray &content)
     QCOMPARE(file.write(content), content.size());
 }
 
-/// What was pressed on the letters' keys, by their places on the US keyboard of the display. Unlike
-/// what a window is told this does not depend on the focus, which balloons move.
+/// The letter keys that were pressed, by their positions on the US keyboard of the display. Unlike
+/// the events of a window this does not depend on the focus, which balloons take.
 QString lettersPressed(InputWatcher &watcher)
 {
     constexpr int firstKey = 24;
@@ -89,7 +89,7 @@ QString lettersPressed(InputWatcher &watcher)
     return pressed;
 }
 
-/// A file with one page that says so, by the rules of PDF 1.4.
+/// A valid PDF 1.4 file with one page.
 QByteArray smallPdf()
 {
     const QByteArray text = "BT /F1 24 Tf 20 50 Td (Hello from the handheld) Tj ET";
@@ -469,7 +469,7 @@ void tst_Quillmote::aHostileServerNeverHangsIt()
                     [socket] { socket->write(QByteArray(50'000, '"')); });
             timer->start(5);
         } else if (behaviour == u"one byte at a time") {
-            // Never a whole answer: it has no tag of a request.
+            // Never a complete answer: it does not name the request.
             connect(timer, &QTimer::timeout, socket, [socket] { socket->write("{"); });
             timer->start(20);
         }

@@ -58,6 +58,7 @@ private slots:
 
 private:
     void launch();
+    int glance() const;
     bool isSeen() const;
     QByteArray rememberedServer() const;
     void start(ChildProcess &program, const QStringList &arguments) const;
@@ -80,15 +81,15 @@ private:
     std::unique_ptr<ServerScene> scene;
     /// What the program remembers from run to run within a test.
     std::unique_ptr<QTemporaryDir> memory;
-    QString namedServer; ///< by the environment
+    QString namedServer; ///< The server that the environment names.
 };
 
 void tst_QuillmoteDiscovery::initTestCase()
 {
     QVERIFY2(!qEnvironmentVariableIsEmpty("VORNA_QUILLMOTE"), "the program to test is not named");
-    // It is to silence the library by itself.
+    // The program must silence the library itself.
     qunsetenv("AVAHI_COMPAT_NOWARN");
-    // Where daemons and network tools are, which is not in everyone's path.
+    // Daemons and network tools are there, which is not in every user's path.
     qputenv("PATH", qgetenv("PATH") + ":/usr/sbin:/sbin");
     network = std::make_unique<NetworkNamespaces>();
     QCOMPARE(network->problem(), QByteArray());
@@ -113,7 +114,13 @@ void tst_QuillmoteDiscovery::init()
 void tst_QuillmoteDiscovery::cleanup()
 {
     QCOMPARE(scene->problemAtEnd(), QByteArray());
-    QVERIFY(waitUntil([this] { return quillmote({u"discover"_s}).status == 3; }));
+    QVERIFY(waitUntil([this] { return glance() == 3; }));
+}
+
+/// The status of a short search: the daemon answers from its cache at once.
+int tst_QuillmoteDiscovery::glance() const
+{
+    return quillmote({u"discover"_s, u"--timeout"_s, u"0.5"_s}).status;
 }
 
 void tst_QuillmoteDiscovery::launch()
@@ -122,10 +129,10 @@ void tst_QuillmoteDiscovery::launch()
     QVERIFY(scene->port() != 0);
 }
 
-/// Whether the server on the other host is seen at last.
+/// Waits until the server on the other host is seen.
 bool tst_QuillmoteDiscovery::isSeen() const
 {
-    return waitUntil([&] { return quillmote({u"discover"_s}).status == 0; });
+    return waitUntil([this] { return glance() == 0; });
 }
 
 QByteArray tst_QuillmoteDiscovery::rememberedServer() const
@@ -191,7 +198,7 @@ void tst_QuillmoteDiscovery::theOnlyServerIsTheDefault()
     QCOMPARE(quillmote({u"key"_s, u"A"_s, u"B"_s}).status, 0);
 }
 
-/// Nothing is in the daemon's memory, as on a handheld that was just switched on.
+/// The daemon's cache is empty, as on a handheld that was just switched on.
 void tst_QuillmoteDiscovery::theServerUsedLastIsFoundAtOnce()
 {
     launch();
@@ -205,7 +212,7 @@ void tst_QuillmoteDiscovery::theServerUsedLastIsFoundAtOnce()
     QVERIFY2(first.milliseconds < 1'500, QByteArray::number(first.milliseconds).constData());
     QCOMPARE(rememberedServer(), hostName().toUtf8());
 
-    // The quickest of three, since what it shares the processor with is no concern of it.
+    // The fastest of three, so that other load on the machine does not count.
     qint64 quickest = first.milliseconds;
     for (int round = 0; round < 3; ++round) {
         const Run again = runOnFreshDaemon({u"info"_s});
@@ -275,7 +282,7 @@ void tst_QuillmoteDiscovery::theServerUsedLastIsMeantAmongSeveral()
     QCOMPARE(second.end(), std::optional(0));
 }
 
-/// The only server is used, but not before the one used last had time to answer, and not silently.
+/// The only server is used, but the one used last has time to answer first, and a note is printed.
 void tst_QuillmoteDiscovery::anotherServerIsNotTakenForTheOneUsedLast()
 {
     launch();
@@ -385,7 +392,7 @@ void tst_QuillmoteDiscovery::watchingTellsWhatComesAndGoes()
     handheldDaemon->stop();
     QVERIFY(waitUntil([&] { return watcher.state() == QProcess::NotRunning; }));
     QVERIFY(waitUntil([&] { return jsonWatcher.state() == QProcess::NotRunning; }));
-    // One object a line, and one for the error.
+    // One object per line, and one for the error.
     for (const char *event : {"found", "gone", "found"}) {
         const auto object = QJsonDocument::fromJson(jsonWatcher.readLine());
         QCOMPARE(object[u"event"_s].toString(), QString::fromLatin1(event));

@@ -23,8 +23,8 @@ namespace {
 
 const QByteArray pngBytes = QByteArrayLiteral("\x89PNG\r\n\x1a\n\0\0\0\rnot really\n\n");
 
-/// Without it not even root opens what its owner may not read. Where it cannot be given up, there
-/// it is not held.
+/// Drops the capability by which root reads files that nobody may read. If it cannot be dropped,
+/// the process does not have it.
 void giveUpReadingEverything()
 {
     prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
@@ -211,7 +211,7 @@ void tst_QuillmoteSend::aFileIsSavedUnderAnotherName()
     QCOMPARE(receivedNames().join(u'|'), u"my note.txt"_s);
     QVERIFY(Folders::fileBytes(received(u"my note.txt"_s)).endsWith("}\nwords\n"));
     QVERIFY(Folders::fileBytes(received(u"folder/other.txt"_s)).endsWith("}\nwords\n"));
-    // What the file's own name does not allow.
+    // The file's own name would be refused.
     QCOMPARE(send({written(u"\u017elu\u0165.txt"_s, "x"), u"--as=zlut.txt"_s}).status, 0);
     const QuillmoteRun outside = send({note, u"--as"_s, u"../note.txt"_s});
     QCOMPARE(outside.status, 2);
@@ -302,11 +302,11 @@ void tst_QuillmoteSend::aSignalAmidATransferIsAnsweredWithWhatIsLeft()
     QCOMPARE(kill(server, SIGSTOP), 0);
     const bool wasUnderWay = program.state() == QProcess::Running;
     QCOMPARE(kill(static_cast<pid_t>(program.processId()), signal), 0);
-    // Long before the limit of time.
+    // Long before the time limit.
     const bool hasEnded = program.waitForFinished(20'000);
     QCOMPARE(kill(server, SIGCONT), 0);
     QVERIFY(wasUnderWay && hasEnded);
-    // What a shell tells as 128 + the signal.
+    // A shell reports this as 128 plus the signal.
     QCOMPARE(program.exitStatus(), QProcess::CrashExit);
     QCOMPARE(program.exitCode(), signal);
     const QByteArray errors = program.readAllStandardError();

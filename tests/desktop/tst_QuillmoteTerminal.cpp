@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// What a server, or whoever gives quillmote its arguments, can do to the terminal that it runs in.
+// That neither a server nor an argument can control the terminal in which quillmote runs.
 
 #include "support/Waiting.h"
 #include "support/process/ChildProcess.h"
@@ -22,7 +22,7 @@ namespace {
 const QByteArray Evil = "a\x1b]52;c;ZXZpbA==\x07\x1b[2J\r\b\x7f\x9b"
                         "31mz";
 
-/// The same as an argument, with what turns the direction of text.
+/// The same as an argument, with characters that change the direction of text.
 const QString EvilArgument = QString::fromLatin1(Evil) + u"\u202e\u2066"_s;
 
 /// A server that answers whatever is asked, with its own texts in it.
@@ -53,7 +53,7 @@ private:
     QByteArray response;
 };
 
-/// What has come to the terminal without the program's own sequences.
+/// What the terminal has received, without the program's own escape sequences.
 QByteArray withoutOwn(QByteArray text)
 {
     for (const char *own :
@@ -170,7 +170,7 @@ void tst_QuillmoteTerminal::aPipeGetsTheTextAsItIs()
     QCOMPARE(program.readAllStandardOutput(), QString::fromLatin1(Evil).toUtf8());
 }
 
-/// However costly to read what the server sends without end.
+/// Even if a server sends without end what is expensive to read.
 void tst_QuillmoteTerminal::theTimeLimitHolds()
 {
     const QByteArray flood = QByteArray("\";a ").repeated(400'000) + ";}x";

@@ -153,7 +153,7 @@ void tst_QuillmoteType::aSentenceArrivesExactlyEachTime()
 {
     const Field field(*scene);
     QVERIFY(field.isReady());
-    for (int round = 0; round < 5; ++round) {
+    for (int round = 0; round < 3; ++round) {
         QCOMPARE(Quillmote(*scene).run({u"key"_s, u"Cmd+A"_s}).status, 0);
         QCOMPARE(type({u"\u00e9a.b!c\u00fc.%1"_s.arg(round)}).status, 0);
         QVERIFY2(field.holds(u"\u00e9a.b!c\u00fc.%1"_s.arg(round)), field.text().constData());
@@ -207,11 +207,12 @@ void tst_QuillmoteType::everySignArrivesOnEveryLayout()
     QVERIFY(setLayout(layout));
     const Field field(*scene);
     QVERIFY(field.isReady());
-    QString text = u"(aZ, Iyz) ; x{ a = b; }  !#$%&'()*+,-./0123456789:;<=>?@[\\]^_`{|}~ \u00fc"_s;
+    // The characters without a key stand together: each separate group is one more paste.
+    QString text = u"(aZ, Iyz) ; x{ a = b; }!#$%&()*+.:<>?@^_`{|}~\u00fc  ',-/0123456789;=[\\]"_s;
     if (options.contains(u"--us-keyboard"_s)) {
         text += u" \"quoted\""_s;
     }
-    // Which signs arrive is asked here, not how long a busy machine takes to paste them.
+    // This test is about which characters arrive, not how fast a busy machine pastes them.
     const QuillmoteRun run =
         type(options + QStringList{u"--paste-wait"_s, u"1500"_s, u"--"_s, text});
     QVERIFY2(run.status == 0, run.errors.constData());
@@ -257,7 +258,7 @@ void tst_QuillmoteType::whatCannotBeTypedIsRefusedBeforeTheFirstKey()
     QCOMPARE(run.status, 2);
     QVERIFY2(run.errors.startsWith("quillmote: The text cannot be typed: "),
              run.errors.constData());
-    // Had anything been typed, it would stand before this.
+    // Anything typed before would stand in front of this.
     QCOMPARE(type({u"end"_s}).status, 0);
     QVERIFY2(field.holds(u"end"_s), field.text().constData());
     QCOMPARE(clipboard(), std::optional<QByteArray>("mine"));
@@ -397,7 +398,7 @@ void tst_QuillmoteType::clicksAreRepeated()
         }
     }
     QCOMPARE(pressed, (QList<int>{3, 3, 3, 1, 1, 1, 1}));
-    // What desktops allow between the clicks of a double click.
+    // The time that desktops allow between the two clicks of a double click.
     constexpr quint32 doubleClickTime = 400;
     for (const int first : {3, 5}) {
         const quint32 between = times[first + 1] - times[first];

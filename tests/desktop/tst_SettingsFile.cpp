@@ -31,7 +31,7 @@ void setPermissions(const QString &path, mode_t mode)
 
 } // namespace
 
-/// Whatever becomes of the settings file and its folders, the server runs on.
+/// Whatever happens to the settings file and its folders, the server keeps running.
 class tst_SettingsFile : public QObject
 {
     Q_OBJECT
@@ -164,7 +164,7 @@ void tst_SettingsFile::missingHomeIsSurvived()
     for (const char *folder : {"config", "data", "cache", "state"}) {
         QVERIFY(QDir(scene->session().path(QLatin1String(folder))).removeRecursively());
     }
-    // The program is started in it, so it goes when that has happened.
+    // The program starts in this folder, so it can only be removed afterwards.
     const QByteArray home = scene->session().home().toUtf8();
     scene->launch([home] { ::rename(home.constData(), (home + "-gone").constData()); });
     QVERIFY(scene->port() != 0);
@@ -243,7 +243,7 @@ void tst_SettingsFile::leftOverLockHoldsUpNeitherPreferencesNorEnd()
     QVERIFY(pairs(scene->port(), u"old"_s));
     QCOMPARE(scene->server().end(), std::optional(0));
     qInfo("Closed and ended in %lld ms.", time.elapsed());
-    // Twice two seconds, and what a loaded machine adds.
+    // Twice two seconds, plus some time for a loaded machine.
     QVERIFY(time.elapsed() < 15'000);
     QCOMPARE(scene->storedSetting(DeviceKey).toStringList(), (QStringList{u"old"_s, u"new"_s}));
     QCOMPARE(scene->storedSetting(u"pairNeedsApproval"_s).toBool(), true);

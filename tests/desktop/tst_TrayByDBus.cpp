@@ -16,7 +16,7 @@ constexpr int BalloonMilliseconds = 10'000;
 constexpr QPoint InTheMiddle(500, 400);
 const QString preferencesLabel = u"Preferences..."_s;
 
-/// Of the dialogs, by their items in the menu.
+/// The dialogs' titles, by their items in the menu.
 const QMap<QString, QString> titles{
     {u"About"_s, u"QMessageBox::information()"_s},
     {preferencesLabel, u"Config Dialog"_s},
@@ -29,8 +29,8 @@ Notification message(const QString &body)
 
 } // namespace
 
-/// A desktop whose panel takes icons and messages over the session bus: the same program, and what
-/// it says to the letter.
+/// A desktop whose panel takes icons and messages over the session bus: the same program, and the
+/// exact text of its messages.
 class tst_TrayByDBus : public QObject
 {
     Q_OBJECT
@@ -152,7 +152,7 @@ bool tst_TrayByDBus::isAnnounced(const QString &body) const
 void tst_TrayByDBus::panelThatComesLateIsUsed()
 {
     scene->launch();
-    // Nothing happens meanwhile, so there is no condition to wait for.
+    // Nothing happens in the meantime, so there is no condition to wait for.
     QVERIFY(!waitUntil([this] { return scene->server().isListening(); }, std::chrono::seconds(3)));
     desk = std::make_unique<NotificationDesk>(scene->session().busAddress());
     QVERIFY(desk->isReady());
@@ -348,7 +348,7 @@ void tst_TrayByDBus::quitWhileADialogIsOpenEndsInOrder()
     choose(u"Quit"_s);
     QCOMPARE(scene->server().waitForEnd(), std::optional(0));
     QCOMPARE(scene->storedSetting(u"pairedDeviceList"_s).toStringList(), QStringList{u"id-1"_s});
-    // However the preferences are closed, their values are taken.
+    // The values are taken in whatever way the preferences are closed.
     QCOMPARE(scene->storedSetting(u"pairNeedsApproval"_s).toBool(), label == preferencesLabel);
 }
 

@@ -3,6 +3,7 @@
 
 #include "support/session/ServerScene.h"
 #include "support/x11/InputWatcher.h"
+#include "support/x11/KeyboardDrawing.h"
 
 #include <QTest>
 
@@ -16,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Typed after what is tested, so that everything before it has arrived when it has.
+/// Typed after the keys under test: once it has arrived, so has everything before it.
 const QString Marker = u"F11"_s;
 constexpr quint32 MarkerSymbol = XKB_KEY_F11;
 
@@ -26,7 +27,7 @@ constexpr QPoint Rest(40, 30);
 const QString FunctionKey = u"fncCommand"_s;
 const QString ParametersKey = u"cmdParameters"_s;
 
-/// What has one sign only in this text, such as the semicolon, which otherwise ends an entry.
+/// Marks the text so that no character in it, such as a semicolon, ends the entry.
 QString guarded(const QString &text)
 {
     return u"[[[IGNORE]]]"_s + text + u"[[[ENDIGNORE]]]"_s;
@@ -94,7 +95,7 @@ QString describe(const RawInput &input)
 
 } // namespace
 
-/// What a handheld asks for arrives at another program of the desktop: that and nothing else.
+/// Exactly what a handheld asks for arrives at another program of the desktop.
 class tst_TypingOnTheDesktop : public QObject
 {
     Q_OBJECT
@@ -105,7 +106,7 @@ private slots:
     void cleanup();
     void cleanupTestCase();
 
-    void everyTypableNameTypesItsKey();
+    void namesTypeTheirKeys();
     void functionKeysThatTheLayoutLacksArePressedByPosition();
     void shortcutHoldsItsModifiers_data();
     void shortcutHoldsItsModifiers();
@@ -114,7 +115,6 @@ private slots:
     void clicksPressTheirButton_data();
     void clicksPressTheirButton();
     void otherMouseCodesDoNothing();
-    void missingMouseCodeClicksLeft();
     void pointerMovesByTheOffset_data();
     void pointerMovesByTheOffset();
     void pointerStaysOnTheScreen();
@@ -153,7 +153,7 @@ void tst_TypingOnTheDesktop::init()
     watcher->clear();
 }
 
-/// Nothing stays down, whatever was typed.
+/// No key stays down, whatever was typed.
 void tst_TypingOnTheDesktop::cleanup()
 {
     QCOMPARE(watcher->keysDown(), std::vector<int>());
@@ -235,31 +235,15 @@ QStringList tst_TypingOnTheDesktop::mouseInputOf(const QByteArray &token)
     return mouseInputSoFar();
 }
 
-void tst_TypingOnTheDesktop::everyTypableNameTypesItsKey()
+/// One name of each kind; that each name has its key is shown at the display by
+/// tst_X11EventServices.
+void tst_TypingOnTheDesktop::namesTypeTheirKeys()
 {
-    std::vector<std::pair<QString, quint32>> names{
-        // By design: the two square brackets are exchanged.
-        {u"["_s, XKB_KEY_bracketright}, {u"]"_s, XKB_KEY_bracketleft}, {u"="_s, XKB_KEY_equal},
-        {u"-"_s, XKB_KEY_minus},        {u"'"_s, XKB_KEY_apostrophe},  {u";"_s, XKB_KEY_semicolon},
-        {u"\\"_s, XKB_KEY_backslash},   {u","_s, XKB_KEY_comma},       {u"/"_s, XKB_KEY_slash},
-    };
-    for (char letter = 'A'; letter <= 'Z'; ++letter) {
-        names.emplace_back(QChar::fromLatin1(letter), quint32(letter - 'A' + XKB_KEY_a));
-    }
-    for (char letter = 'a'; letter <= 'z'; ++letter) {
-        names.emplace_back(QChar::fromLatin1(letter), quint32(letter - 'a' + XKB_KEY_a));
-    }
-    for (char digit = '0'; digit <= '9'; ++digit) {
-        names.emplace_back(QChar::fromLatin1(digit), quint32(digit - '0' + XKB_KEY_0));
-    }
-    for (int number = 1; number <= 12; ++number) {
-        if (u"F%1"_s.arg(number) != Marker) {
-            names.emplace_back(u"F%1"_s.arg(number), quint32(XKB_KEY_F1 + number - 1));
-        }
-    }
-    for (const auto &[name, symbol] : names) {
-        const QStringList expected{u'+' + nameOf(symbol), u'-' + nameOf(symbol)};
-        QCOMPARE(keysOf(keyboard(name)), expected);
+    const auto drawing = KeyboardDrawing::keys();
+    for (const QString &name : {u"A"_s, u"q"_s, u"7"_s, u"["_s, u";"_s, u"F12"_s}) {
+        QVERIFY(drawing.contains(name.toUpper()));
+        const QString key = nameOf(drawing.value(name.toUpper()).keysym);
+        QCOMPARE(keysOf(keyboard(name)), (QStringList{u'+' + key, u'-' + key}));
     }
 }
 
@@ -286,15 +270,11 @@ void tst_TypingOnTheDesktop::shortcutHoldsItsModifiers_data()
     };
     row("Cmd+Q", u"q (Control)"_s);
     row("Ctrl+Q", u"q (Control)"_s);
-    row("Cmd+Ctrl+Q", u"q (Control)"_s);
     row("Alt+F9", u"F9 (Alt)"_s);
     row("Shift+A", u"A (Shift)"_s);
     row("Shift+1", u"exclam (Shift)"_s);
-    row("Shift+Alt+a", u"A (Shift Alt)"_s);
     row("Cmd+Alt+Shift+Z", u"Z (Shift Control Alt)"_s);
-    row("A+B", u"b"_s);
     row("A+Cmd+B+Shift", u"B (Shift Control)"_s);
-    row("cmd+q", u"q"_s);
     row("Shift+ +Cmd", u"space (Shift Control)"_s);
 }
 
@@ -316,9 +296,7 @@ void tst_TypingOnTheDesktop::shortcutIsPressedAndReleasedInOrder()
 
 void tst_TypingOnTheDesktop::namesThatCannotBeTypedTypeNothing()
 {
-    for (const char *name : {"Ret",  "Tab",    "Esc", "Del",   "Home",      "UArrow",      "VolUp",
-                             "Help", "RShift", "Cmd", "Shift", "Cmd+Shift", "Cmd+",        "+",
-                             "++",   "",       ".",   "AB",    "F21",       "Cmd+Nonsense"}) {
+    for (const char *name : {"Ret", "Cmd+Shift", "Cmd+", "", ".", "Cmd+Nonsense"}) {
         QCOMPARE(keysOf(keyboard(QLatin1StringView(name))), QStringList());
     }
 }
@@ -330,11 +308,7 @@ void tst_TypingOnTheDesktop::clicksPressTheirButton_data()
     QTest::newRow("left") << "0" << 1;
     QTest::newRow("right") << "1" << 3;
     QTest::newRow("centre") << "2" << 2;
-    QTest::newRow("second name of left") << "3" << 1;
     QTest::newRow("not a number") << "abc" << 1;
-    QTest::newRow("empty") << "" << 1;
-    QTest::newRow("out of range") << "99999999999" << 1;
-    QTest::newRow("hexadecimal is no number") << "0x1" << 1;
 }
 
 void tst_TypingOnTheDesktop::clicksPressTheirButton()
@@ -354,17 +328,8 @@ void tst_TypingOnTheDesktop::clicksPressTheirButton()
 
 void tst_TypingOnTheDesktop::otherMouseCodesDoNothing()
 {
-    for (const char *code : {"5", "-1", "99", "6", "-4", "1000"}) {
-        QCOMPARE(mouseInputOf(mouse(QLatin1StringView(code))), QStringList());
-    }
+    QCOMPARE(mouseInputOf(mouse(u"5"_s)), QStringList());
     QCOMPARE(watcher->pointerPosition(), Rest);
-}
-
-void tst_TypingOnTheDesktop::missingMouseCodeClicksLeft()
-{
-    QStringList clicks = mouseInputOf(commandText(u"MOUSE_CMD"_s));
-    clicks.removeAll(u"move"_s);
-    QCOMPARE(clicks, (QStringList{u"press 1"_s, u"release 1"_s}));
 }
 
 void tst_TypingOnTheDesktop::pointerMovesByTheOffset_data()
@@ -373,9 +338,7 @@ void tst_TypingOnTheDesktop::pointerMovesByTheOffset_data()
     QTest::addColumn<QPoint>("expected");
     QTest::newRow("right and up") << QStringList{u"10"_s, u"-5"_s} << QPoint(10, -5);
     QTest::newRow("left and down") << QStringList{u"-20"_s, u"300"_s} << QPoint(-20, 300);
-    QTest::newRow("not at all") << QStringList{u"0"_s, u"0"_s} << QPoint(0, 0);
     QTest::newRow("not a number") << QStringList{u"x"_s, u"7"_s} << QPoint(0, 7);
-    QTest::newRow("both empty") << QStringList{u""_s, u""_s} << QPoint(0, 0);
 }
 
 void tst_TypingOnTheDesktop::pointerMovesByTheOffset()
@@ -410,11 +373,7 @@ void tst_TypingOnTheDesktop::moveReusesEarlierParameters()
 
 void tst_TypingOnTheDesktop::wrongNumberOfOffsetsDoesNothing()
 {
-    for (const QStringList &offset :
-         {QStringList{u"10"_s}, QStringList{u"10"_s, u"-5"_s, u"0"_s}, QStringList()}) {
-        QCOMPARE(mouseInputOf(mouse(u"4"_s, offset)), QStringList());
-    }
-    QCOMPARE(mouseInputOf(mouse(u"4"_s)), QStringList());
+    QCOMPARE(mouseInputOf(mouse(u"4"_s, {u"10"_s})), QStringList());
     QCOMPARE(watcher->pointerPosition(), Rest);
 }
 

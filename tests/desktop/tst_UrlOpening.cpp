@@ -65,7 +65,7 @@ void tst_UrlOpening::cleanup()
     scene.reset();
 }
 
-/// Waits until the opener was given these, and tells what it was given otherwise.
+/// Waits until the opener was given these; otherwise logs what it was given.
 bool tst_UrlOpening::hasOpened(const QStringList &expected) const
 {
     if (waitUntil([&] { return opener->opened() == expected; })) {
@@ -217,7 +217,7 @@ void tst_UrlOpening::floodOfAddressesStartsFewPrograms()
             QCOMPARE(response(answer), u"OK"_s);
         }
     }
-    // What is opened last is written down last, or nearly so.
+    // The last one opened is recorded last, or nearly so.
     const QString last = u"http://example.org/last"_s;
     Handheld handheld(scene->port());
     QVERIFY(
@@ -231,7 +231,7 @@ void tst_UrlOpening::floodOfAddressesStartsFewPrograms()
     QVERIFY(waitUntil([&] { return handedOver().size() >= AtOnce; }));
 }
 
-/// A browser lives long; nobody waits for its end.
+/// A browser runs for a long time; the server must not wait for its end.
 void tst_UrlOpening::openerMayRunOn()
 {
     QFile program(scene->session().path(u"recording-opener"_s));

@@ -25,7 +25,7 @@ public:
 
     /// What was written since the last call.
     QByteArray takeWritten() { return std::exchange(outgoing, QByteArray()); }
-    /// Lets the peer seem not to read: so many bytes wait to be sent.
+    /// Pretends that the peer does not read: that many bytes wait to be sent.
     void setUnsent(qint64 bytes) { unsent = bytes; }
 
     /// As the system's socket, holds no more than its limit at a time.
@@ -49,7 +49,7 @@ public:
 protected:
     qint64 readData(char *data, qint64 maximum) override
     {
-        // Whoever asks for more than the limit takes the rest from the system.
+        // A caller that asks for more than the limit gets the rest from the system.
         const qint64 size = std::min<qint64>(maximum, incoming.size());
         std::copy_n(incoming.constData(), size, data);
         incoming.remove(0, size);

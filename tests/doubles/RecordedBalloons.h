@@ -10,7 +10,7 @@
 #include <vector>
 
 /// The balloons that a test linked with RecordedBalloons.cpp has shown so far: there the toolkit's
-/// operation writes down instead of showing, since without a tray it would show nothing.
+/// operation records them instead of showing them, since without a tray it would show nothing.
 struct RecordedBalloon
 {
     const QSystemTrayIcon *trayIcon = nullptr;

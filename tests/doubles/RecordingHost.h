@@ -27,14 +27,14 @@ struct RecordingHost
     LoginItemRecord loginItems;
     SessionStartRecord sessionStart;
     RecordingDnsSd dnsSd;
-    /// Call it as the DNS-SD daemon appears; empty while nobody watches.
+    /// Call it as the DNS-SD daemon would when it appears; empty while it is not watched.
     std::function<void()> daemonAppears;
     /// A daemon that is handed the balloons: whether there is one, and whether it takes one more.
     bool hasNotificationDaemon = false;
     bool isNotificationDaemonReady = true;
     /// Balloons that it was handed.
     int balloonsHanded = 0;
-    /// Call it as the daemon takes balloons again; empty while nobody watches.
+    /// Call it as the daemon would when it takes balloons again; empty while it is not watched.
     std::function<void()> notificationDaemonIsReady;
     /// While the clipboard is slow, those who ask for its text wait here; otherwise the toolkit's
     /// clipboard answers at once.

@@ -27,7 +27,7 @@ struct LoginItemRecord
     /// The saved list: what another program would see.
     QList<Entry> entries;
     int saves = 0;
-    /// Called after each save; empty when nobody wants to know.
+    /// Called after each save; may be empty.
     std::function<void()> onSave;
 };
 

@@ -13,7 +13,7 @@ namespace ProcessMemory {
 
 namespace {
 
-/// A value of /proc/PID/status, which tells it in kibibytes (proc(5)).
+/// A value of /proc/PID/status, which gives it in kibibytes (proc(5)).
 qint64 statusValue(qint64 processId, const QByteArray &name)
 {
     QFile file(u"/proc/%1/status"_s.arg(processId));

@@ -7,7 +7,7 @@
 
 #include <optional>
 
-/// What the kernel tells about other processes, read from /proc.
+/// What the kernel reports about other processes, read from /proc.
 namespace ProcessTables {
 
 /// The IPv4 TCP port that the process listens on; nothing while it listens on none.

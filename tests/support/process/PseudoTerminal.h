@@ -24,7 +24,7 @@ public:
     /// What a person types at it.
     void type(const QByteArray &keys) const;
 
-    /// Everything that was shownText to it so far, with the terminal's own line ends.
+    /// Everything that was written to it so far, with the terminal's own line ends.
     QByteArray text();
 
 private:

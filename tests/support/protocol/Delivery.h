@@ -12,8 +12,8 @@
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
 
-/// What the system tells of a socket's queue: FIONREAD for what has arrived, SIOCOUTQ for what the
-/// other side has not confirmed yet. 0 for a socket that is gone.
+/// What the system reports about a socket's queue: FIONREAD for what has arrived, SIOCOUTQ for what
+/// the other side has not confirmed yet. 0 for a socket that is gone.
 inline int queued(const QTcpSocket *socket, unsigned long queue)
 {
     int bytes = 0;
@@ -38,7 +38,7 @@ inline bool waitUntilTaken(const QTcpSocket &peer, QTcpSocket *accepted, qsizety
                              return present.isNull() || (queued(present, FIONREAD) == 0 &&
                                                          present->bytesAvailable() == 0);
                          });
-    // A long token is taken apart in turns: more of them than there can be.
+    // A long token is read in turns; this is more than it can need.
     for (qsizetype turn = 0; turn < 12 + size / 500; ++turn) {
         QCoreApplication::processEvents();
     }

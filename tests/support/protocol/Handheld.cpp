@@ -201,7 +201,7 @@ void Handheld::leave()
 
 void Handheld::reset()
 {
-    // A linger time of none makes close() drop the connection by a reset (tcp(7)).
+    // With a linger time of 0, close() drops the connection by a reset (tcp(7)).
     const linger atOnce{1, 0};
     setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
     leave();

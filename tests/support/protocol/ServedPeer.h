@@ -57,7 +57,7 @@ public:
         return map;
     }
 
-    /// Sends a command and gives its answer.
+    /// Sends a command and returns its answer.
     TokenMap ask(const QByteArray &command)
     {
         post(command);
@@ -76,7 +76,7 @@ public:
 
     void leave() { socket.disconnectFromHost(); }
 
-    /// The server's end; null once the server has given it back.
+    /// The server's end of the connection; null once the server has deleted it.
     QTcpSocket *served() const
     {
         for (QTcpSocket *candidate : server.findChildren<QTcpSocket *>()) {

@@ -27,7 +27,7 @@ ClipboardOwner::ClipboardOwner(const DesktopSession &session, const QByteArray &
 {
     process.setProcessEnvironment(session.environment());
     process.setStandardErrorFile(QProcess::nullDevice());
-    // Quiet means: in the foreground, with no copy of itself behind.
+    // "Quiet" keeps it in the foreground, without a copy of itself in the background.
     process.start(u"xclip"_s, arguments({u"-in"_s, u"-quiet"_s}, target));
     process.write(content);
     process.closeWriteChannel();
@@ -43,7 +43,7 @@ ClipboardOwner::~ClipboardOwner()
 bool ClipboardOwner::isServing() const
 {
     return waitUntil([this] {
-        // A read of nothing may also be that of an owner before.
+        // An empty result may also come from the previous owner.
         return process.state() == QProcess::Running &&
                read(desktop, offeredTarget) == offeredContent;
     });

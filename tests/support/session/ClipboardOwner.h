@@ -25,7 +25,7 @@ public:
     /// Lets a halted one go on; false when it does not end soon, as it does once another program
     /// owns the clipboard.
     bool resumeUntilItEnds();
-    /// Ends without a word to those who wait for an answer.
+    /// Ends without an answer to those who wait for one.
     void kill();
 
     /// What any program gets that asks for the clipboard as that target; nothing when it gets none.

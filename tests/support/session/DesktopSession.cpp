@@ -71,10 +71,11 @@ void DesktopSession::makeFolders()
     QFile::setPermissions(path(u"run"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
-void DesktopSession::emptyFolders()
+void DesktopSession::beginAnew()
 {
+    variables.clear();
     for (const auto &[variable, folder] : PrivateFolders) {
-        // The bus listens in the one for the run.
+        // The bus listens in this one.
         if (folder != "run"_L1) {
             QDir(path(folder)).removeRecursively();
         }

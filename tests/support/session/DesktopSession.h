@@ -23,7 +23,7 @@ public:
     enum Part { NoParts = 0, Tray = 1, SessionBus = 2 };
     Q_DECLARE_FLAGS(Parts, Part)
 
-    /// Starts every part and waits until each is there; problem() tells when one is not.
+    /// Starts every part and waits until each is there; problem() reports those that are not.
     explicit DesktopSession(Parts parts = Tray);
 
     /// Why the session cannot be used; empty when it can.
@@ -32,19 +32,19 @@ public:
     /// Starts the tray and waits until it takes icons.
     bool startTray();
 
-    /// Ends that part under whoever uses it.
+    /// Ends that part while programs still use it.
     void endTray();
     void endSessionBus();
     void endDisplay();
 
     QString display() const;
-    /// To let it stand still for a while.
+    /// For tests that halt it for a while.
     XServer &xServer() { return displayServer; }
     /// The session bus's address; one that leads nowhere in a session without a bus.
     QString busAddress() const { return sessionBusAddress; }
-    /// Empties the home and what programs of the session have stored or logged; the parts of the
-    /// session itself run on.
-    void emptyFolders();
+    /// Empties the home and what programs of the session have stored or logged, and forgets what
+    /// was added to their environment; the parts of the session itself run on.
+    void beginAnew();
 
     /// Where programs started from now on look for the system bus; it leads nowhere until told.
     void useSystemBus(const QString &address) { systemBusAddress = address; }

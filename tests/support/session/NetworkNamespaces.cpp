@@ -104,7 +104,7 @@ bool NetworkHost::bringUp() const
 
 bool NetworkHost::setName(const QString &name) const
 {
-    // Not by hostname(1), which knows what a name may not be.
+    // Not by hostname(1), which refuses some names.
     const auto rename = [enterHost = entry(), bytes = name.toUtf8()] {
         enterHost();
         if (::sethostname(bytes.constData(), static_cast<size_t>(bytes.size())) != 0) {

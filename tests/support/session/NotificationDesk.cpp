@@ -46,7 +46,7 @@ PublishedItem publishedItem(const LayoutItem &item)
 
 } // namespace
 
-/// Where icons register; that a host shows them is what the toolkit asks first.
+/// Where icons register; the toolkit first asks whether a host shows them.
 class WatcherAdaptor : public QDBusAbstractAdaptor
 {
     Q_OBJECT

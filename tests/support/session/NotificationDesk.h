@@ -46,18 +46,18 @@ public:
 
     bool isReady() const { return hasNames; }
 
-    /// The bus names of the icons, in the order of their coming.
+    /// The bus names of the icons, in the order in which they registered.
     QStringList icons() const { return registeredIcons; }
     QList<Notification> notifications() const { return shownNotifications; }
 
-    /// What the desk says it can, "body" and nothing else at first.
+    /// The capabilities that the desk reports; at first only "body".
     void setCapabilities(const QStringList &capabilities) { offeredCapabilities = capabilities; }
     /// Takes messages and questions from now on, and leaves them without an answer, as a halted
     /// daemon does.
     void haltNotifications() { isHalted = true; }
     /// Answers all of them.
     void resumeNotifications();
-    /// Ends as the one who shows messages; then begins as another one.
+    /// Gives up the name of the notification daemon and takes it again as another daemon.
     bool replaceNotifications();
 
     /// The tool tip's title of the icon.

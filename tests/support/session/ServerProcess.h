@@ -44,7 +44,7 @@ public:
     /// How many descriptors it has open.
     int openDescriptors() const;
 
-    /// Waits that long, and tells how much of a core's time it used meanwhile, in thousandths.
+    /// Waits that long and returns how much of a core's time it used meanwhile, in thousandths.
     int processorShare(std::chrono::milliseconds duration) const;
 
     /// Everything it wrote to its standard output, up to now.

@@ -8,6 +8,12 @@
 
 #include <QSettings>
 
+namespace {
+
+constexpr QPoint CentreOfTheScreen(512, 384);
+
+} // namespace
+
 ServerScene::ServerScene(DesktopSession::Parts parts) : desktop(parts) {}
 
 void ServerScene::storeSetting(const QString &key, const QVariant &value) const
@@ -23,7 +29,9 @@ QVariant ServerScene::storedSetting(const QString &key) const
 void ServerScene::beginAnew()
 {
     process.reset();
-    desktop.emptyFolders();
+    desktop.beginAnew();
+    // As on a new display, and over nothing that would be drawn differently because of it.
+    user().moveTo(CentreOfTheScreen);
 }
 
 void ServerScene::launch(std::function<void()> lastPreparation, const QStringList &arguments)

@@ -51,7 +51,7 @@ public:
     /// Clicks a push button in the lowest row of a dialog; they count from 0 at the left.
     bool clickButton(const SeenWindow &dialog, int index) const;
 
-    /// Waits until the server uses less than a twentieth of a core for half a second; false when it
+    /// Waits until the server uses less than a twentieth of a core for half a second; false if it
     /// never does.
     bool comesToRest() const;
 
@@ -61,8 +61,8 @@ public:
     /// Whether the server runs and has written nothing that a sound run does not.
     QByteArray problemSoFar() const;
 
-    /// Ends the server if it still runs, and tells what was wrong with its end, with what it wrote
-    /// and with the keys and buttons that it left; empty when all was well.
+    /// Ends the server if it still runs. Returns what was wrong with its end, with what it wrote
+    /// and with the keys and buttons that it left down; empty if all was well.
     QByteArray problemAtEnd();
 
     const DesktopSession &session() const { return desktop; }

@@ -54,7 +54,7 @@ class InputWatcher
 {
 public:
     /// Connects to the display (such as ":7"), maps a window there and takes the focus. The window
-    /// is out of the window manager's hands.
+    /// is not managed by the window manager.
     explicit InputWatcher(const QString &display, const QRect &window = {0, 0, 64, 64});
     ~InputWatcher();
     InputWatcher(const InputWatcher &) = delete;

@@ -13,7 +13,7 @@
 
 using namespace Qt::StringLiterals;
 
-/// What the layouts of the tests bear, read off their drawings (xkb-data's symbols, model pc105).
+/// Which keysyms the layouts of the tests have, taken from xkb-data's symbols for model pc105.
 namespace LayoutSigns {
 
 /// Keys that today's kernels have under other names: the layouts call the key F13 "Tools", and so
@@ -23,7 +23,7 @@ inline QStringList namesOfLateFunctionKeys()
     return {u"F13"_s, u"F14"_s, u"F15"_s, u"F16"_s, u"F17"_s, u"F18"_s, u"F19"_s, u"F20"_s};
 }
 
-/// Names of the key table whose sign no key of the layout bears.
+/// Names of the key table whose keysym is not assigned to any key of the layout.
 inline QStringList namesNotBorne(const QString &layout)
 {
     QStringList names = namesOfLateFunctionKeys();
@@ -45,7 +45,7 @@ inline QStringList namesWithoutMeaning()
     return {u"Fn"_s, u"UArrow"_s};
 }
 
-/// Every row of the key table that means something here, with whether the layout bears its sign.
+/// Every row of the key table that has a meaning here, and whether the layout has its keysym.
 inline std::vector<std::pair<KeyTable::Row, bool>> rowsOf(const QString &layout)
 {
     std::vector<std::pair<KeyTable::Row, bool>> rows;

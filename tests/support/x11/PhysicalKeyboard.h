@@ -20,7 +20,7 @@ public:
 
     bool isConnected() const;
 
-    // Each returns when the server has dealt with the key.
+    // Each returns once the server has processed the key.
     void press(int keycode);
     void release(int keycode);
     void tap(int keycode);

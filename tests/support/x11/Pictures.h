@@ -8,7 +8,7 @@
 #include <QList>
 #include <QRect>
 
-/// What a person makes out in a picture of the screen.
+/// What a person recognizes in a picture of the screen.
 namespace Pictures {
 
 /// The middle heights of the lines of text in a picture of a menu, from the top; separators are

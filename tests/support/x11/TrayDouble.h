@@ -8,7 +8,7 @@
 
 #include <memory>
 
-/// A tray of the X11 protocol with manners that real ones seldom have.
+/// A tray of the X11 protocol that behaves as real ones seldom do.
 class TrayDouble
 {
 public:

@@ -7,7 +7,7 @@
 #include <QSize>
 #include <QStringList>
 
-/// An X server without a screen of glass (Xvfb), on a display number that it picks itself, so that
+/// An X server without a physical screen (Xvfb), on a display number that it picks itself, so that
 /// any number of them live side by side. It ends with this object, or with the test that crashed.
 class XServer
 {
@@ -32,7 +32,7 @@ public:
     /// missing, failed or took too long.
     bool run(const QString &program, const QStringList &arguments) const;
 
-    /// Ends the server under its clients.
+    /// Ends the server while its clients are connected.
     void end();
 
     /// While halted the server takes no request and gives no answer; its clients notice nothing

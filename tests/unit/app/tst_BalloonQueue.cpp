@@ -14,7 +14,7 @@ namespace {
 
 const Time begin = Time() + 1h;
 
-/// Shows what is due until that time, as its user does; adds when each text was shown.
+/// Shows what is due until that time, as the message handler does, and records when.
 void run(BalloonQueue &queue, Time &now, Time until, QList<std::pair<QString, Time>> &shown)
 {
     while (!queue.isEmpty() && now + queue.delay(now) <= until) {
@@ -45,7 +45,7 @@ void tst_BalloonQueue::tenAreDueAtOnce()
     BalloonQueue queue;
     QVERIFY(queue.isEmpty());
     for (int i = 0; i < 10; ++i) {
-        // The same text is a balloon of its own once the one before is shown.
+        // The same text is a separate balloon once the earlier one has been shown.
         queue.add(u"text"_s);
         QCOMPARE(queue.delay(begin), 0ms);
         QCOMPARE(queue.take(begin), u"text"_s);
@@ -109,7 +109,7 @@ void tst_BalloonQueue::noSecondHoldsMoreThanTen()
         QVERIFY(shown[i + 10].second - shown[i].second >= 1s);
     }
     QVERIFY(shown.size() > 90);
-    // A storm is shown one by one, since ten at once would be felt.
+    // A storm is shown one by one: showing ten at once would hold up the event loop noticeably.
     for (qsizetype i = 10; pause == 1ms && i + 1 < shown.size(); ++i) {
         QVERIFY(shown[i + 1].second - shown[i].second >= 100ms);
     }

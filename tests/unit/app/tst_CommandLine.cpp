@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 
 using Request = CommandLine::Request;
 
-/// What the program makes of its arguments.
+/// How the program reads its arguments.
 class tst_CommandLine : public QObject
 {
     Q_OBJECT

@@ -22,7 +22,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// While it lives, settings are stored in memory, and a test can look around at that moment.
+/// While it lives, settings are stored in memory, and a test can check the state at that moment.
 class WatchedStore
 {
 public:
@@ -42,7 +42,7 @@ public:
     WatchedStore &operator=(const WatchedStore &) = delete;
 
     static inline QSettings::SettingsMap written;
-    /// Called before what is stored counts.
+    /// Called before the stored values take effect.
     static inline std::function<void()> onWrite;
 
 private:
@@ -289,9 +289,9 @@ void tst_Settings::theLoginListThenTheServerThenTheStoreLearnTheValues()
     const WatchedStore store;
     window = std::make_unique<Window>(recordingWindowAdapters(host));
     QCOMPARE(host.loginItems.entries.size(), 1);
-    // What each of the three has learnt at the moment at which another one learns it.
+    // What each of the three knows at the moment at which another one is informed.
     const auto state = [this](const char *moment) {
-        // A device that is let in is known from then on, so each look takes another.
+        // An accepted device is known from then on, so each check uses another one.
         const bool isAsked =
             !window->findChild<Server *>()->deviceIsPresent(QLatin1StringView(moment));
         return u"%1: logon entries %2, approval %3, stored %4"_s.arg(QLatin1StringView(moment))

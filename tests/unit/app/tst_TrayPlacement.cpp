@@ -25,7 +25,7 @@ const QRect unplaced(0, 0, 22, 22);
 const QRect placed(700, 500, 22, 22);
 constexpr auto never = 24h;
 
-/// Longer than the calm that a place needs.
+/// Longer than an icon must stand still before its place counts.
 constexpr int aWhile = 200;
 
 } // namespace
@@ -103,7 +103,7 @@ void tst_TrayPlacement::anEventOfTheIconsWindowSettlesIt()
     const QSignalSpy settled(placement, &TrayPlacement::settled);
     recordedIconPlace() = placed;
     QTest::qWait(aWhile);
-    // Nothing looks by itself.
+    // The place is only checked at an event.
     QCOMPARE(settled.count(), 0);
     QEvent event(type);
     placement->eventFilter(iconWindow.get(), &event);

@@ -120,7 +120,7 @@ private slots:
     void theEndStoresThePairedDevices();
 
 private:
-    /// The part that a user sees of a window that has just been made.
+    /// What a user sees of a window that has just been made.
     void makeWindow()
     {
         window = std::make_unique<Window>(recordingWindowAdapters(host));
@@ -227,7 +227,7 @@ void tst_Window::theActionsBearTheirTexts_data()
 {
     QTest::addColumn<QString>("toolTip");
     QTest::addColumn<bool>("isCheckable");
-    // Without a tool tip of its own an action gives its text.
+    // An action without a tool tip of its own returns its text.
     QTest::newRow("About") << "About" << false;
     QTest::newRow("Support Website") << "Online support for the Quillmote" << false;
     QTest::newRow("Stop Server") << "Start/Stop the Quillmote server." << true;
@@ -257,7 +257,7 @@ void tst_Window::theMenuHoldsTheActionsInTheirOrder()
                                    u"Preferences..."_s, u"-"_s, u"Quit"_s}));
 }
 
-/// Which does nothing with them, so only the connection shows.
+/// The window does nothing with them, so the connection itself is what can be tested.
 void tst_Window::clicksOnTheIconReachTheWindow()
 {
     makeWindow();
@@ -305,7 +305,7 @@ void tst_Window::theServerDoesNotWaitForTheIconsPlace()
 {
     recordedIconPlace() = unplaced;
     makeWindow();
-    // Nothing has been waited for: no event loop has run.
+    // The window did not wait for anything: no event loop has run.
     QVERIFY(server()->isListening());
     QCOMPARE(light(), u"arancio"_s);
     QCOMPARE(balloonTexts(), QStringList());
@@ -394,7 +394,7 @@ void tst_Window::startingOrStoppingTwiceFollowsTheState()
 {
     makeWindow();
     QAction *toggle = action(u"Stop Server"_s);
-    // The slots leave the tick to the menu.
+    // The slots do not touch the check mark; the menu sets it.
     window->stopServer();
     QVERIFY(toggle->isChecked());
     QCOMPARE(light(), u"nero"_s);
@@ -814,13 +814,13 @@ void tst_Window::quitWhileADialogIsOpenEndsInOrder()
         if (auto *approval = dialog.findChild<QCheckBox *>(u"PairApproval"_s)) {
             approval->click();
         }
-        // From the menu, whose event comes to the dialog's loop.
+        // From the menu, whose event arrives in the dialog's event loop.
         QTimer::singleShot(0, window.get(), [&] { action(u"Quit"_s)->trigger(); });
     });
     QTimer::singleShot(GenerousLimit, window.get(), [] { QCoreApplication::exit(1); });
     QCOMPARE(QApplication::exec(), 0);
     QCOMPARE(visitor.visited(), 1);
-    // However the preferences are closed, their values are taken.
+    // The values are taken in whatever way the preferences are closed.
     QCOMPARE(QSettings().value("pairNeedsApproval").toBool(), choice == u"Preferences..."_s);
 }
 
@@ -842,7 +842,7 @@ void tst_Window::theEndStoresThePairedDevices()
     server()->deviceIsPresent(u"device"_s);
     QCOMPARE(QSettings().allKeys(), QStringList());
     window.reset();
-    // And nothing else: the preferences are stored when their dialog closes.
+    // Nothing else is stored: the preferences are stored when their dialog closes.
     QCOMPARE(QSettings().allKeys(), QStringList{u"pairedDeviceList"_s});
     QCOMPARE(host.dnsSd.living, 0);
 }

@@ -31,7 +31,7 @@ bool isKeyNotAvailable(const QString &message)
     return form.match(message).hasMatch();
 }
 
-/// Modifiers and typing of its own, to see which operations go through the virtual ones.
+/// Overrides modifiers and typing, to show which operations call the virtual ones.
 class ChangedManager : public InteractionManagerMac
 {
 public:
@@ -205,7 +205,7 @@ void tst_InteractionManagerMac::keysThatAreNotThereAreTold_data()
     QTest::newRow("letter that is two in capitals") << QString(u'\u00df');
     QTest::newRow("letter beyond Latin-1") << QString(u'\u2603');
     QTest::newRow("letter beyond Latin-1 that looks like a key") << QString(u'\u0410');
-    // Their capitals are S and I.
+    // Their uppercase letters are S and I.
     QTest::newRow("long s") << QString(u'\u017f');
     QTest::newRow("i without a dot") << QString(u'\u0131');
     QTest::newRow("long") << QString(1'000'000, u'x');

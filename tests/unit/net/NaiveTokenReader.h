@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-/// The rules of reading a token, written down step by step without regard to speed or beauty and
-/// without the toolkit: what the real reader is compared with.
+/// The rules of reading a token, written step by step with no regard for speed or elegance and
+/// without the toolkit: the real reader is compared with this.
 ///
 /// One byte a character, Latin-1. White space is the blank, the control characters 9 to 13, the
 /// next line (0x85) and the no-break space (0xa0).

@@ -197,7 +197,7 @@ void tst_ClientHandler::deliver(const QByteArray &bytes)
 
 QByteArray tst_ClientHandler::answers()
 {
-    // The end of the connection comes behind all answers.
+    // The connection ends after all answers have been sent.
     sockets->accepted->disconnectFromHost();
     waitUntil([&] { return sockets->peer.state() == QAbstractSocket::UnconnectedState; });
     return sockets->peer.readAll();
@@ -236,7 +236,7 @@ void tst_ClientHandler::aChunkThatIsATokenIsStoredAndAnnouncedOnce()
                                {u"cmdParameters"_s, QStringList{u"id"_s, u"name"_s}}};
     QCOMPARE(handler->token, expected);
     QCOMPARE(messages->all(), QStringList());
-    // Nothing is left of it to be read once more.
+    // No part of it is left to be read again.
     QVERIFY(!handler->parseToken());
 }
 
@@ -365,7 +365,7 @@ QByteArray tokenOfSize(qsizetype size)
     return QByteArray(frame).insert(6, QByteArray(size - frame.size(), 'v'));
 }
 
-/// Runs the event loop for as long as there is something for it to do.
+/// Runs the event loop until it has nothing to do.
 void processAll()
 {
     for (int round = 0; round < 4'000; ++round) {
@@ -538,7 +538,7 @@ void tst_ClientHandler::anAnswerToAPeerThatHasLeftGoesNowhere()
 {
     sockets->accepted->abort();
     handler->sendToken();
-    // Above all no complaint of the toolkit, which would reach the user as a balloon.
+    // In particular no complaint of the toolkit, which would reach the user as a balloon.
     QCOMPARE(messages->warnings(), QStringList{u"Device Disconnected "_s});
 }
 
@@ -634,7 +634,7 @@ void tst_ClientHandler::aLongAnswerThatNobodyReadsWaits()
     };
     QVERIFY(waitUntil(isStuck));
     QVERIFY(sockets->accepted->bytesToWrite() < 2 * AnswerQueue::pieceSize);
-    // The peer is not read meanwhile, and is again as soon as it has read.
+    // The peer is not read in the meantime; it is again once it has read its answer.
     sockets->peer.write("{ a = b; }");
     QTest::qWait(50);
     QCOMPARE(tokens->count(), 0);
@@ -694,7 +694,7 @@ void tst_ClientHandler::theConnectionThatHoldsMostGoes()
     QCOMPARE(
         messages->debugs(),
         QStringList{u"All devices together have stored too much, and this one most of it. "_s});
-    // The one that makes it too much may be the largest itself, amid its own token.
+    // The connection that exceeds the limit may be the largest itself, while its token is read.
     store(0, 'c', 100);
     processAll();
     QVERIFY(handlers[0].isNull());
@@ -987,7 +987,7 @@ void tst_ClientHandler::aTransferThatCannotBeOpenedNeverEnds()
     QCOMPARE(messages->warnings(), QStringList{u"Device Disconnected "_s});
 }
 
-/// A pipe that nobody reads could not be opened for writing; this one can.
+/// A pipe without a reader could not be opened for writing; this one can.
 void tst_ClientHandler::aPipeThatIsReadGetsNothing()
 {
     QCOMPARE(mkfifo(qPrintable(received(u"pipe"_s)), 0600), 0);
@@ -1026,7 +1026,7 @@ void tst_ClientHandler::withoutAFullPathNothingIsSavedAndTheUserIsTold()
     QCOMPARE(messages->all(), told);
     deliver("content");
     deliver("more");
-    // Once a file, not once a chunk.
+    // Once per file, not once per chunk.
     QCOMPARE(messages->all(), told);
     handler->setFileToTransfer(u"note"_s, 0);
     QCOMPARE(messages->all(), told + told);
@@ -1078,7 +1078,7 @@ void tst_ClientHandler::aSizeBeyondTheRangeOfTheCountEndsAtOnce_data()
 {
     QTest::addColumn<quint64>("size");
 
-    // As a signed number each of them is below zero, the first one as far as can be.
+    // As signed numbers they are all negative; the first one is the smallest there is.
     QTest::newRow("2^63") << (quint64(1) << 63);
     QTest::newRow("2^63 + 1") << (quint64(1) << 63) + 1;
     QTest::newRow("2^64 - 1") << ~quint64(0);
@@ -1099,7 +1099,7 @@ void tst_ClientHandler::aFileThatCannotBeOpenedEndsInSilenceToo()
     messages->clear();
     deliver("lost");
     QCOMPARE(files->count(), 1);
-    // Above all no complaint of the toolkit, which would reach the user as a balloon.
+    // In particular no complaint of the toolkit, which would reach the user as a balloon.
     QCOMPARE(messages->all(), QStringList());
     QVERIFY(!QFile::exists(home->path(u"outside"_s)));
 }

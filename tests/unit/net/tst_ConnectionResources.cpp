@@ -28,7 +28,7 @@ void tst_ConnectionResources::aLargeStoreIsGivenBackInSteps()
         kept.append(u"item %1"_s.arg(number));
         map.insert(QString::number(number), QStringList(10'000, kept.last()));
     }
-    // What only this list holds has been given back.
+    // What only this list held has been released.
     const auto givenBack = [&kept] {
         return std::count_if(kept.begin(), kept.end(),
                              [](const QString &text) { return text.isDetached(); });

@@ -34,7 +34,7 @@ private:
     rlimit before{};
 };
 
-/// Of the null device.
+/// Descriptors of the null device.
 class OpenDescriptors
 {
 public:
@@ -134,7 +134,7 @@ void tst_DescriptorBudget::whatIsOpenForOtherPurposesCounts()
         return made;
     }();
     budget.countOthers();
-    // 45 are left, of the leased ones none is counted twice.
+    // 45 are left: no leased descriptor is counted twice.
     QVERIFY(!budget.hasRoomForFile());
     QVERIFY(budget.hasRoomForConnections(45 - 64));
     QVERIFY(!budget.hasRoomForConnections(46 - 64));

@@ -81,7 +81,7 @@ void tst_DownloadFile::whatIsWrittenIsInTheFileAtOnce()
 {
     QFile file;
     QVERIFY(openDownload(file, home->subdirectory(u"received"_s), u"note"_s));
-    // Behind what others append meanwhile, too.
+    // Also behind what other programs append in the meantime.
     for (const char *bytes : {"a", "b"}) {
         QCOMPARE(file.write(bytes), qint64(1));
         QFile other(home->path(u"received/note"_s));

@@ -91,7 +91,7 @@ void tst_MemoryBudget::asManyGoAsMust()
     QCOMPARE(budget.total(), 300);
 }
 
-/// Many connections of one peer are one peer: each may hold little.
+/// All connections of one peer count together, so each of many may hold little.
 void tst_MemoryBudget::theAddressThatHoldsMostLosesOne()
 {
     const auto honest = account(u"honest"_s, u"10.0.0.2"_s);

@@ -363,14 +363,14 @@ QByteArray randomText(QRandomGenerator &random)
     QByteArray text;
     const int pieces = random.bounded(30);
     for (int piece = 0; piece < pieces; ++piece) {
-        // The NUL only now and then, or nearly every text would be a short one.
+        // A NUL only rarely, or nearly all texts would be short.
         int index = random.bounded(static_cast<int>(alphabet.size()));
         if (index == 12 && random.bounded(10) != 0) {
             index = 2;
         }
         text += alphabet[static_cast<size_t>(index)];
     }
-    // Most texts get braces, or few would be tokens.
+    // Most texts get braces, or few of them would be tokens.
     return random.bounded(4) == 0 ? text : "{ " + text + " }";
 }
 
@@ -566,7 +566,7 @@ void tst_TokenText::writesTheSameInPieces()
             // What stands between two texts is not cut.
             QVERIFY(text.size() - before <= size + 5);
         }
-        // The map's own order is that of this very map.
+        // The order of entries is that of this map object.
         QCOMPARE(text, whole);
     }
 }

@@ -91,7 +91,7 @@ void tst_Turns::onlySoManyAreAtWorkAtOnce()
     turns.enter(this, counted(u"late"_s, 1));
     processAll();
     QCOMPARE(done.size(), 2 * most + 1);
-    // In after the first of the others is done, behind all who have a second turn.
+    // It joins when the first of the others is done, behind all that have a second turn.
     QCOMPARE(done.indexOf(u"late"_s), 2 * most);
 }
 

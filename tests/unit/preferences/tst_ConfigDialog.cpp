@@ -36,7 +36,7 @@ QVariantMap parametersOf(const ConfigDialog &dialog)
 
 QPushButton *button(const ConfigDialog &dialog, const QString &text)
 {
-    // Those of the file dialog are not meant.
+    // Not those of the file dialog.
     for (QPushButton *candidate : dialog.findChildren<QPushButton *>()) {
         if (candidate->text() == text && candidate->window() == &dialog) {
             return candidate;
@@ -224,7 +224,7 @@ void tst_ConfigDialog::missingParametersAreShownAsOffAndEmpty()
 
 void tst_ConfigDialog::buildingAnnouncesNothing()
 {
-    // Had the text been announced, it would stand in the map, where it was not before.
+    // If the text had been announced, the map would now contain it.
     const ConfigDialog dialog({{u"Logon"_s, true}});
     QCOMPARE(parametersOf(dialog).keys(), QStringList{u"Logon"_s});
 }
@@ -308,7 +308,7 @@ void tst_ConfigDialog::browsingChangesTheDirectory()
     QSignalSpy changes(&dialog, &ConfigDialog::updateSignal);
     const DialogVisitor<QFileDialog> visitor([&](QFileDialog &browser) {
         emit browser.directoryEntered(directory.path());
-        // The change does not wait for the browser's end, and its end does not take it back.
+        // The change takes effect before the browser closes, and closing does not undo it.
         QCOMPARE(parametersOf(dialog).value(u"Download"_s).toString(), directory.path());
         browser.reject();
     });

@@ -36,7 +36,7 @@ private slots:
     void otherAddressesAreHandedOver();
 
 private:
-    /// How many of so many are opened; the user is told of the others.
+    /// How many of that many are opened; the user gets a message about the others.
     int opened(int count);
 
     std::unique_ptr<RecordingDesktop> desktop;

@@ -85,7 +85,7 @@ void tst_PairingPauses::anotherDeviceDoesNotWait()
     const BoxVisitor visitor([](QMessageBox &box) { press(box, u"Accept"_s); });
     QVERIFY(refused.send(pairRequest("id")));
     QCOMPARE(response(other.ask(pairRequest("other"))), u"OK"_s);
-    // The refused one still waits: not its answer, and no box for it.
+    // The refused one still waits: there is neither an answer nor a box for it.
     QCOMPARE(refused.received(), QByteArray());
     QCOMPARE(visitor.visited(), 1);
     QCOMPARE(response(refused.answer()), u"OK"_s);

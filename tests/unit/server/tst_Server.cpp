@@ -315,7 +315,7 @@ void tst_Server::startingGoesOnWithoutTheDaemon()
     QVERIFY(server->startServer());
     QVERIFY(server->isListening());
     QCoreApplication::processEvents();
-    // For those who look for the reason; the user is not bothered.
+    // It is for a developer who looks for the reason; the user gets no balloon.
     QCOMPARE(messages->warnings(), QStringList());
     QCOMPARE(host.dnsSd.registrations.size(), 1U);
     ServedPeer peer(*server);
@@ -421,7 +421,7 @@ void tst_Server::startingFailsWithoutADescriptor()
     QVERIFY(!server->isListening());
     QVERIFY(host.dnsSd.registrations.empty());
     QCOMPARE(messages->all(), QStringList());
-    // A later attempt is not spoilt.
+    // A later attempt is not affected.
     QVERIFY(server->startServer());
 }
 
@@ -524,7 +524,7 @@ void tst_Server::oneOfTwoClientsLeavingIsToldAsNotConnected()
     first.leave();
     QVERIFY(waitUntil([&] { return states.count() == 3; }));
     QCOMPARE(told(states), QList<bool>({true, true, false}));
-    // The other one is served on.
+    // The other one is still served.
     QVERIFY(!second.ask("{ cmdType = SERVER_INFO; }").isEmpty());
 }
 
@@ -552,7 +552,7 @@ void tst_Server::othersHaveTheirTurnWhileACrowdIsAccepted()
         crowd.push_back(std::make_unique<QTcpSocket>());
         crowd.back()->connectToHost(QHostAddress(QHostAddress::LocalHost), server->serverPort());
     }
-    // The system makes the connections by itself; meanwhile nobody accepts them.
+    // The system establishes the connections by itself; nothing accepts them in the meantime.
     QTest::qSleep(200);
     qsizetype most = 0;
     QVERIFY(waitUntil([&] {
@@ -561,7 +561,7 @@ void tst_Server::othersHaveTheirTurnWhileACrowdIsAccepted()
         most = std::max(most, states.count() - before);
         return states.count() == 100;
     }));
-    // Of two rounds of the event loop at most.
+    // Those of at most two rounds of the event loop.
     QVERIFY2(most <= 16, QByteArray::number(most).constData());
 }
 
@@ -640,7 +640,7 @@ void tst_Server::aPauseOfAcceptingEndsWithTheRun_data()
     QTest::newRow("stopped, started") << "stop start";
 }
 
-/// However it went on while descriptors were short, the next run takes connections.
+/// Whatever happened while descriptors were short, the next run accepts connections.
 void tst_Server::aPauseOfAcceptingEndsWithTheRun()
 {
     QFETCH(QString, steps);

@@ -116,7 +116,7 @@ private slots:
     void connectionsHaveMapsOfTheirOwn();
 
 private:
-    /// True when the next answer is that to a question asked now.
+    /// True if the next answer is the one to a question asked now.
     bool hasNotAnswered()
     {
         return peer->ask(command("SERVER_INFO")).value(u"cmdType"_s) == u"SERVER_INFO"_s;
@@ -635,7 +635,7 @@ void tst_ServerCommands::aSlowClipboardIsAnsweredBeforeTheNextCommand()
     QCOMPARE(host.waitingReaders.size(), 1U);
     peer->post(command("SERVER_INFO"));
     QVERIFY(peer->hasArrived());
-    // Whoever is read behind it would have taken the command.
+    // If that connection were still read, its command would have been carried out by then.
     ServedPeer other(*server);
     QCOMPARE(response(other.ask(command("SERVER_INFO"))), u"OK"_s);
     QCOMPARE(peer->received(), QByteArray());
@@ -747,7 +747,7 @@ void tst_ServerCommands::aFilesNameIsOpenedAsAnAddressIs_data()
                              << "100%25.txt";
     QTest::newRow("encoded letter") << "%61.txt"
                                     << "a.txt";
-    // These are other files to the desktop than the one that has arrived.
+    // For the desktop these names mean other files than the one that has arrived.
     QTest::newRow("encoded way out") << "%2e%2e%2fup.txt"
                                      << "..%2Fup.txt";
     QTest::newRow("question and fragment") << "q?x#y.txt"
@@ -785,7 +785,7 @@ void tst_ServerCommands::connectionsHaveMapsOfTheirOwn()
     QVERIFY(!other.ask(command("SERVER_INFO")).contains(u"fncCommand"_s));
 }
 
-/// A screen that is not a square, or height and width could not be told apart.
+/// A screen that is not a square, so that height and width differ.
 int main(int argc, char **argv)
 {
     const QTemporaryDir directory;

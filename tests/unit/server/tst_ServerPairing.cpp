@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The boxes that are on the screen.
+/// The boxes that are visible.
 QList<QMessageBox *> openBoxes()
 {
     QList<QMessageBox *> boxes;
@@ -302,7 +302,7 @@ void tst_ServerPairing::theSameDeviceIsServedWhileTheBoxIsOpen()
                                {u"serverResponse"_s, u"OK"_s}};
     QCOMPARE(peer.ask(pairRequest("id")), expected);
     QCOMPARE(visitor.visited(), 1);
-    // What was read inside is not read again.
+    // What was read in the inner event loop is not read again.
     QCOMPARE(host.events.mousePosts().size(), 1U);
 }
 
@@ -399,7 +399,7 @@ void tst_ServerPairing::theBoxBlocksNoOtherWindow()
     QVERIFY(QTest::qWaitForWindowExposed(&other));
     const BoxVisitor visitor([&](QMessageBox &box) {
         QVERIFY(box.isModal());
-        // As the system hands it on, which a blocked window does not get.
+        // Sent as the system would; a blocked window does not receive it.
         const QPoint middle = other.rect().center();
         QTest::mouseClick(other.windowHandle(), Qt::LeftButton, {}, middle);
         QCOMPARE(clicks.count(), 1);
@@ -421,7 +421,7 @@ void tst_ServerPairing::aDeviceTooManyIsAcceptedAndNotRemembered()
     QVERIFY(isRemembered(u"id"_s));
     QVERIFY(isRemembered(QString::fromLatin1(longest)));
     QVERIFY(!isRemembered(QString::fromLatin1(longest + 'x')));
-    // The user's word is remembered whatever its length.
+    // The user's decision is remembered however long the identifier is.
     const BoxVisitor visitor([](QMessageBox &box) { press(box, u"Accept"_s); });
     QCOMPARE(response(peer.ask(pairRequest(longest + 'x'))), u"OK"_s);
     server.reset();

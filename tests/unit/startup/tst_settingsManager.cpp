@@ -209,7 +209,7 @@ void tst_settingsManager::aPathWithoutANameMatchesNothing()
     QFETCH(QString, applicationPath);
     record.applicationPath = applicationPath;
     record.entries = {{u"/usr/bin/other"_s, false}};
-    // The entries of other programs above all are not ours to remove.
+    // In particular the entries of other programs must stay.
     set(false);
     QCOMPARE(paths(), QStringList{u"/usr/bin/other"_s});
     QCOMPARE(record.saves, 0);
