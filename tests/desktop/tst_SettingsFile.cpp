@@ -166,7 +166,8 @@ void tst_SettingsFile::missingHomeIsSurvived()
     }
     // The program starts in this folder, so it can only be removed afterwards.
     const QByteArray home = scene->session().home().toUtf8();
-    scene->launch([home] { ::rename(home.constData(), (home + "-gone").constData()); });
+    const QByteArray gone = home + "-gone"; // the new process must not allocate before its exec
+    scene->launch([home, gone] { ::rename(home.constData(), gone.constData()); });
     QVERIFY(scene->port() != 0);
     QVERIFY(!QFileInfo::exists(scene->session().home()));
     QVERIFY(scene->showsLight(StatusLight::Orange));
