@@ -18,28 +18,28 @@ public:
     static void takeShare(int argc, char **argv)
     {
         if (argc > 1) {
-            s_share = std::clamp(QByteArray(argv[1]).toInt(), 1, 100);
+            percentage = std::clamp(QByteArray(argv[1]).toInt(), 1, 100);
         }
     }
 
     static int scaled(int whole)
     {
-        return std::max(1, static_cast<int>(qint64(whole) * s_share / 100));
+        return std::max(1, static_cast<int>(qint64(whole) * percentage / 100));
     }
 
     static void tell(const QString &load, const QString &promised, const QString &measured,
                      bool hasHeld)
     {
-        s_allHeld = s_allHeld && hasHeld;
+        allHeld = allHeld && hasHeld;
         std::printf("| %s | %s | %s | %s |\n", qPrintable(load), qPrintable(promised),
                     qPrintable(measured), hasHeld ? "yes" : "**no**");
         std::fflush(stdout);
     }
 
     /// False once a promise was broken.
-    static bool haveAllHeld() { return s_allHeld; }
+    static bool haveAllHeld() { return allHeld; }
 
 private:
-    static inline int s_share = 100;
-    static inline bool s_allHeld = true;
+    static inline int percentage = 100;
+    static inline bool allHeld = true;
 };

@@ -200,24 +200,24 @@ private:
                   DNSServiceErrorType error = kDNSServiceErr_NoError, uint16_t length = 4);
 
     std::unique_ptr<ServerBrowser> browser;
-    QList<ServerAddress> m_found;
-    QStringList m_gone;
-    QStringList m_failed;
+    QList<ServerAddress> foundServers;
+    QStringList goneNames;
+    QStringList problems;
 };
 
 void tst_ServerBrowser::init()
 {
     service = {};
-    m_found.clear();
-    m_gone.clear();
-    m_failed.clear();
+    foundServers.clear();
+    goneNames.clear();
+    problems.clear();
     browser = std::make_unique<ServerBrowser>();
     connect(browser.get(), &ServerBrowser::found, this,
-            [this](const ServerAddress &server) { m_found += server; });
+            [this](const ServerAddress &server) { foundServers += server; });
     connect(browser.get(), &ServerBrowser::gone, this,
-            [this](const QString &name) { m_gone += name; });
+            [this](const QString &name) { goneNames += name; });
     connect(browser.get(), &ServerBrowser::failed, this,
-            [this](const QString &problem) { m_failed += problem; });
+            [this](const QString &problem) { problems += problem; });
 }
 
 /// Every operation is ended.
@@ -251,15 +251,15 @@ void tst_ServerBrowser::aServerIsResolvedThenLookedUpThenFound()
     browser->start();
     browsed(kDNSServiceFlagsAdd, u"Ada\u2019s desk"_s);
     resolved();
-    QVERIFY(m_found.isEmpty());
+    QVERIFY(foundServers.isEmpty());
     lookedUp();
     QCOMPARE(service.asked, QStringList({u"browse 0 0 _quillmote._tcp everywhere"_s,
                                          u"resolve 0 7 Ada\u2019s desk _quillmote._tcp. local."_s,
                                          u"look up 0 7 desk.local. type 1 class 1"_s}));
-    QCOMPARE(m_found, QList<ServerAddress>({{u"Ada\u2019s desk"_s, u"desk.local."_s,
-                                             QHostAddress(u"192.0.2.17"_s), 4660}}));
-    QCOMPARE(m_gone, QStringList());
-    QCOMPARE(m_failed, QStringList());
+    QCOMPARE(foundServers, QList<ServerAddress>({{u"Ada\u2019s desk"_s, u"desk.local."_s,
+                                                  QHostAddress(u"192.0.2.17"_s), 4660}}));
+    QCOMPARE(goneNames, QStringList());
+    QCOMPARE(problems, QStringList());
 }
 
 /// An operation that is open when the service ends could crash the program.
@@ -285,12 +285,12 @@ void tst_ServerBrowser::aServerSeenAtTwoPlacesIsFoundOnceAndGoneOnce()
     resolved();
     lookedUp();
     browsed(0, u"desk"_s);
-    QCOMPARE(m_gone, QStringList());
+    QCOMPARE(goneNames, QStringList());
     browsed(kDNSServiceFlagsMoreComing, u"desk"_s);
-    QCOMPARE(m_gone, QStringList(u"desk"_s));
-    QCOMPARE(m_found.size(), 1);
+    QCOMPARE(goneNames, QStringList(u"desk"_s));
+    QCOMPARE(foundServers.size(), 1);
     browsed(0, u"desk"_s);
-    QCOMPARE(m_gone.size(), 1);
+    QCOMPARE(goneNames.size(), 1);
 }
 
 void tst_ServerBrowser::aServerThatComesBackIsFoundAgain()
@@ -301,8 +301,8 @@ void tst_ServerBrowser::aServerThatComesBackIsFoundAgain()
         resolved();
         lookedUp();
         browsed(0, u"desk"_s);
-        QCOMPARE(m_found.size(), round);
-        QCOMPARE(m_gone.size(), round);
+        QCOMPARE(foundServers.size(), round);
+        QCOMPARE(goneNames.size(), round);
     }
 }
 
@@ -328,10 +328,10 @@ void tst_ServerBrowser::whatIsNoAddressIsNotFound()
     browsed(kDNSServiceFlagsAdd, u"desk"_s);
     resolved();
     lookedUp(flags, error, static_cast<uint16_t>(length));
-    QVERIFY(m_found.isEmpty());
+    QVERIFY(foundServers.isEmpty());
     // It keeps looking.
     lookedUp();
-    QCOMPARE(m_found.size(), 1);
+    QCOMPARE(foundServers.size(), 1);
 }
 
 void tst_ServerBrowser::aNameThatCannotBeResolvedIsGone()
@@ -339,8 +339,8 @@ void tst_ServerBrowser::aNameThatCannotBeResolvedIsGone()
     browser->start();
     browsed(kDNSServiceFlagsAdd, u"desk"_s);
     resolved(kDNSServiceErr_NoSuchName);
-    QCOMPARE(m_gone, QStringList(u"desk"_s));
-    QVERIFY(m_found.isEmpty());
+    QCOMPARE(goneNames, QStringList(u"desk"_s));
+    QVERIFY(foundServers.isEmpty());
     QCOMPARE(service.asked.size(), 2);
     QCOMPARE(service.running.size(), size_t(1));
 }
@@ -349,7 +349,7 @@ void tst_ServerBrowser::anUnknownNameThatGoesIsNoNews()
 {
     browser->start();
     browsed(0, u"desk"_s);
-    QCOMPARE(m_gone, QStringList());
+    QCOMPARE(goneNames, QStringList());
     QCOMPARE(service.asked.size(), 1);
 }
 
@@ -369,9 +369,9 @@ void tst_ServerBrowser::aMissingServiceFails()
     service.exists = exists;
     service.refusal = refusal;
     browser->start();
-    QCOMPARE(m_failed.size(), 0);
-    QTRY_COMPARE(m_failed.size(), 1);
-    QVERIFY2(m_failed[0].contains(u"not running"_s), qPrintable(m_failed[0]));
+    QCOMPARE(problems.size(), 0);
+    QTRY_COMPARE(problems.size(), 1);
+    QVERIFY2(problems[0].contains(u"not running"_s), qPrintable(problems[0]));
     service.exists = true;
 }
 
@@ -379,13 +379,13 @@ void tst_ServerBrowser::aServiceThatEndsFailsOnce()
 {
     browser->start();
     browsed(0, QString(), kDNSServiceErr_Unknown);
-    QCOMPARE(m_failed.size(), 1);
+    QCOMPARE(problems.size(), 1);
     Operation *operation = service.latest();
     service.give(operation, {}, kDNSServiceErr_Unknown);
-    QCOMPARE(m_failed.size(), 2);
+    QCOMPARE(problems.size(), 2);
     // Its descriptor stays readable for ever, which must not keep the program busy.
     service.give(operation, {}, kDNSServiceErr_Unknown);
-    QCOMPARE(m_failed.size(), 2);
+    QCOMPARE(problems.size(), 2);
 }
 
 QTEST_GUILESS_MAIN(tst_ServerBrowser)
