@@ -19,7 +19,7 @@ template <typename Function> bool load(QLibrary &library, const char *name, Func
 std::optional<DnsSd> loaded()
 {
     // The library stays loaded, because it has threads of its own.
-    QLibrary library(QStringLiteral(DNS_SD_LIBRARY), DNS_SD_VERSION);
+    QLibrary library(QStringLiteral(DNS_SD_LIBRARY), QStringLiteral(DNS_SD_VERSION));
     DnsSd functions{};
     const bool isWhole = load(library, "DNSServiceBrowse", functions.browse) &&
                          load(library, "DNSServiceResolve", functions.resolve) &&
