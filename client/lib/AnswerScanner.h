@@ -10,9 +10,9 @@
 
 namespace quillmote {
 
-/// Reads the one answer at the start of bytes that grow.
+/// Reads one answer at the start of a growing buffer.
 ///
-/// A decided byte is not looked at again. So the time is proportional to the number of bytes,
+/// No decision is made twice. So the time is proportional to the number of bytes,
 /// whatever they are and in whatever pieces they arrive.
 class AnswerScanner
 {

@@ -19,8 +19,8 @@ struct WrittenRequest
     bool isRefused() const { return !refusal.isEmpty(); }
 };
 
-/// How long a text may be, in characters, so that one packet of a network surely holds it with the
-/// token around it.
+/// The longest text, in characters, that surely fits into one packet of a network together with its
+/// token.
 inline constexpr qsizetype safeTextLength = 1'200;
 
 /// Writes the request in the form that the server's reader accepts.

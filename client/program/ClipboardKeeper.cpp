@@ -14,7 +14,7 @@ using Terminal::ExitCode;
 
 namespace {
 
-/// Why the clipboard's text could not be put back exactly; empty when it can be.
+/// Why the clipboard's text could not be put back exactly; empty if it can be.
 QString reasonAgainstRestoring(const QStringList &answered)
 {
     const QString text = answered.value(0);

@@ -22,7 +22,7 @@ public:
     /// The words that are neither options nor their values.
     QStringList values() const;
 
-    /// Says which option has no value, or one that it does not take; empty if there is none.
+    /// Which option has no value, or a value that it does not take; empty if there is none.
     QString problem() const { return isWellFormed ? QString() : parser.errorText(); }
 
     /// The index of the first word that is an option, but none of these; -1 if there is none.

@@ -30,7 +30,7 @@ using Options = std::vector<const Option *>;
 Options allOptions();
 /// The options of every command.
 Options commonOptions();
-/// The options that this command takes and not every other; none if there is no such command.
+/// The options of this command that are not common to all; none if there is no such command.
 Options ownOptions(const QString &command);
 /// The command's own options, then the common ones.
 Options optionsOf(const QString &command);

@@ -48,7 +48,7 @@ private:
 
     Connection link;
     QString name;           // for the user; printable
-    QString advertisedName; // empty when the user has given the address
+    QString advertisedName; // empty if the user has given the address
     QString host;
     quint16 port = 0;
     bool isShownThere = false; // whether the server shows something about the command
