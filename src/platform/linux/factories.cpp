@@ -1,8 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// All adapters of this host are chosen here. The linker takes this file as a whole or not at all,
-// so a test with factories of its own has to bring every one that it reaches.
+// Which adapter of this host a session gets.
 
 #include "platform/AdvertisementDaemon.h"
 #include "platform/ApplicationRuntime.h"

@@ -22,15 +22,9 @@ struct FieldValues
 
 /// The arguments, unquoted but with their field codes. Nothing when a quote is not closed.
 ///
-<<<<<<< HEAD
-/// The line is read as GLib reads it, and with it the desktops that are built on GLib: single quotes
-/// count too, although the standard knows only double ones, and an unquoted "#" at the start of an
-/// argument, which the standard reserves, begins a comment.
-=======
 /// The line is read as GLib reads it, and with it the desktops that are built on GLib: single
 /// quotes count too, although the standard knows only double ones, and an unquoted "#" at the start
 /// of an argument, which the standard reserves, begins a comment.
->>>>>>> platform
 std::optional<QStringList> split(const QString &line);
 
 /// The arguments with their field codes replaced; those for files and addresses are removed.
