@@ -76,7 +76,7 @@ void crowd()
     const auto answered = std::count_if(handhelds.begin(), handhelds.end(),
                                         [](const auto &handheld) { return handheld->isServed(); });
     tell(u"%1 clients at once"_s.arg(size), u"all are answered"_s,
-         u"%1 answered, in %2 s"_s.arg(answered).arg(time.elapsed() / 1000.0),
+         u"%1 answered, in %2 s"_s.arg(answered).arg(static_cast<double>(time.elapsed()) / 1000),
          size_t(answered) == size);
 }
 
