@@ -26,7 +26,7 @@ const KeySymbol *rowOf(KeyCode code)
 
 } // namespace
 
-class KeySymbolsTest : public QObject
+class tst_KeySymbols : public QObject
 {
     Q_OBJECT
 
@@ -40,7 +40,7 @@ private slots:
     void everyNameHasItsKeysymAndPosition();
 };
 
-void KeySymbolsTest::everyKeyWithAMeaningHasARow()
+void tst_KeySymbols::everyKeyWithAMeaningHasARow()
 {
     for (const KeyTable::Row &row : KeyTable::rows()) {
         const bool hasMeaning = !LayoutSigns::namesWithoutMeaning().contains(row.name);
@@ -49,7 +49,7 @@ void KeySymbolsTest::everyKeyWithAMeaningHasARow()
     QCOMPARE(keySymbols().size(), std::size_t{90});
 }
 
-void KeySymbolsTest::keysWithoutMeaningHaveNone_data()
+void tst_KeySymbols::keysWithoutMeaningHaveNone_data()
 {
     QTest::addColumn<int>("code");
     QTest::newRow("between two rows") << 10;
@@ -59,13 +59,13 @@ void KeySymbolsTest::keysWithoutMeaningHaveNone_data()
     QTest::newRow("the largest") << 0xffff;
 }
 
-void KeySymbolsTest::keysWithoutMeaningHaveNone()
+void tst_KeySymbols::keysWithoutMeaningHaveNone()
 {
     QFETCH(int, code);
     QVERIFY(!rowOf(static_cast<KeyCode>(code)));
 }
 
-void KeySymbolsTest::rowsRiseByCode()
+void tst_KeySymbols::rowsRiseByCode()
 {
     const auto rows = keySymbols();
     for (std::size_t row = 1; row < rows.size(); ++row) {
@@ -73,7 +73,7 @@ void KeySymbolsTest::rowsRiseByCode()
     }
 }
 
-void KeySymbolsTest::onlyTheTwoControlKeysOfTheLeftShareAPosition()
+void tst_KeySymbols::onlyTheTwoControlKeysOfTheLeftShareAPosition()
 {
     for (const KeySymbol &one : keySymbols()) {
         for (const KeySymbol &other : keySymbols()) {
@@ -84,7 +84,7 @@ void KeySymbolsTest::onlyTheTwoControlKeysOfTheLeftShareAPosition()
     }
 }
 
-void KeySymbolsTest::everyNameHasItsKeysymAndPosition_data()
+void tst_KeySymbols::everyNameHasItsKeysymAndPosition_data()
 {
     QTest::addColumn<quint32>("keysym");
     QTest::addColumn<int>("position");
@@ -95,7 +95,7 @@ void KeySymbolsTest::everyNameHasItsKeysymAndPosition_data()
     }
 }
 
-void KeySymbolsTest::everyNameHasItsKeysymAndPosition()
+void tst_KeySymbols::everyNameHasItsKeysymAndPosition()
 {
     const auto code = KeyTable::codeOf(QString::fromLatin1(QTest::currentDataTag()));
     QVERIFY(code);
@@ -105,5 +105,5 @@ void KeySymbolsTest::everyNameHasItsKeysymAndPosition()
     QTEST(static_cast<int>(symbol->position), "position");
 }
 
-QTEST_GUILESS_MAIN(KeySymbolsTest)
+QTEST_GUILESS_MAIN(tst_KeySymbols)
 #include "tst_KeySymbols.moc"

@@ -15,7 +15,7 @@ constexpr ModifierMask Control = 0x04;
 
 } // namespace
 
-class ModifierTrackerTest : public QObject
+class tst_ModifierTracker : public QObject
 {
     Q_OBJECT
 
@@ -30,14 +30,14 @@ private slots:
     void sequencesMayStartAgain();
 };
 
-void ModifierTrackerTest::tellsWhatWasReported()
+void tst_ModifierTracker::tellsWhatWasReported()
 {
     ModifierTracker tracker;
     tracker.report({Shift, Control, Lock, 1}, 7);
     QCOMPARE(tracker.state(), (ModifierState{Shift, Control, Lock, 1}));
 }
 
-void ModifierTrackerTest::knowsWhatWeSentBeforeTheReportOfIt()
+void tst_ModifierTracker::knowsWhatWeSentBeforeTheReportOfIt()
 {
     ModifierTracker tracker;
     tracker.press(Control, 1);
@@ -46,7 +46,7 @@ void ModifierTrackerTest::knowsWhatWeSentBeforeTheReportOfIt()
     QCOMPARE(tracker.state().base, ModifierMask{0});
 }
 
-void ModifierTrackerTest::aReportFromBeforeOurReleaseDoesNotBringOurModifierBack()
+void tst_ModifierTracker::aReportFromBeforeOurReleaseDoesNotBringOurModifierBack()
 {
     ModifierTracker tracker;
     tracker.press(Control, 1);
@@ -57,7 +57,7 @@ void ModifierTrackerTest::aReportFromBeforeOurReleaseDoesNotBringOurModifierBack
     QCOMPARE(tracker.state().base, ModifierMask{0});
 }
 
-void ModifierTrackerTest::aModifierThatTheUserPressedAfterwardsStays()
+void tst_ModifierTracker::aModifierThatTheUserPressedAfterwardsStays()
 {
     ModifierTracker tracker;
     tracker.press(Control, 1);
@@ -67,7 +67,7 @@ void ModifierTrackerTest::aModifierThatTheUserPressedAfterwardsStays()
     QCOMPARE(tracker.state().base, Control);
 }
 
-void ModifierTrackerTest::aReportFromBetweenTakesInOnlyWhatCameLater()
+void tst_ModifierTracker::aReportFromBetweenTakesInOnlyWhatCameLater()
 {
     ModifierTracker tracker;
     tracker.release(Shift, 1);
@@ -78,7 +78,7 @@ void ModifierTrackerTest::aReportFromBetweenTakesInOnlyWhatCameLater()
     QCOMPARE(tracker.state().base, Shift);
 }
 
-void ModifierTrackerTest::locksGoAndComeBack()
+void tst_ModifierTracker::locksGoAndComeBack()
 {
     ModifierTracker tracker;
     tracker.report({.latched = Shift, .locked = Lock}, 1);
@@ -89,7 +89,7 @@ void ModifierTrackerTest::locksGoAndComeBack()
     QCOMPARE(tracker.state(), ModifierState{.locked = Lock});
 }
 
-void ModifierTrackerTest::sequencesMayStartAgain()
+void tst_ModifierTracker::sequencesMayStartAgain()
 {
     ModifierTracker tracker;
     tracker.press(Control, 0xffffffff);
@@ -100,5 +100,5 @@ void ModifierTrackerTest::sequencesMayStartAgain()
     QCOMPARE(tracker.state().base, Control);
 }
 
-QTEST_GUILESS_MAIN(ModifierTrackerTest)
+QTEST_GUILESS_MAIN(tst_ModifierTracker)
 #include "tst_ModifierTracker.moc"

@@ -61,7 +61,7 @@ std::vector<int> numbers(const std::vector<std::uint8_t> &keycodes)
 
 } // namespace
 
-class XkbKeyFinderTest : public QObject
+class tst_XkbKeyFinder : public QObject
 {
     Q_OBJECT
 
@@ -82,7 +82,7 @@ private slots:
     void numLockIsHarmlessAndNothingElse();
 };
 
-void XkbKeyFinderTest::everyKeysymOfALayoutIsFoundAndOthersGoByPosition_data()
+void tst_XkbKeyFinder::everyKeysymOfALayoutIsFoundAndOthersGoByPosition_data()
 {
     QTest::addColumn<QByteArray>("layouts");
     QTest::addColumn<uint>("group");
@@ -95,7 +95,7 @@ void XkbKeyFinderTest::everyKeysymOfALayoutIsFoundAndOthersGoByPosition_data()
     QTest::newRow("ru of us,ru") << QByteArray("us,ru") << 1U << "ru";
 }
 
-void XkbKeyFinderTest::everyKeysymOfALayoutIsFoundAndOthersGoByPosition()
+void tst_XkbKeyFinder::everyKeysymOfALayoutIsFoundAndOthersGoByPosition()
 {
     QFETCH(QByteArray, layouts);
     QFETCH(uint, group);
@@ -117,7 +117,7 @@ void XkbKeyFinderTest::everyKeysymOfALayoutIsFoundAndOthersGoByPosition()
     }
 }
 
-void XkbKeyFinderTest::keysymsAreFoundOnTheKeyWithFewestModifiers_data()
+void tst_XkbKeyFinder::keysymsAreFoundOnTheKeyWithFewestModifiers_data()
 {
     QTest::addColumn<QByteArray>("layout");
     QTest::addColumn<QByteArray>("name");
@@ -151,7 +151,7 @@ void XkbKeyFinderTest::keysymsAreFoundOnTheKeyWithFewestModifiers_data()
     row("br", "[", 51, 0);
 }
 
-void XkbKeyFinderTest::keysymsAreFoundOnTheKeyWithFewestModifiers()
+void tst_XkbKeyFinder::keysymsAreFoundOnTheKeyWithFewestModifiers()
 {
     QFETCH(QByteArray, layout);
     QFETCH(QByteArray, name);
@@ -162,7 +162,7 @@ void XkbKeyFinderTest::keysymsAreFoundOnTheKeyWithFewestModifiers()
     QTEST(int{found->modifiers}, "modifiers");
 }
 
-void XkbKeyFinderTest::theUsualPositionComesFirstAmongEqualKeys()
+void tst_XkbKeyFinder::theUsualPositionComesFirstAmongEqualKeys()
 {
     // Caps Lock is an AltGr here as well, and has a lower key code than the right Alt key.
     const XkbKeymap keymap = keymapOf("de", "lv3:caps_switch");
@@ -171,7 +171,7 @@ void XkbKeyFinderTest::theUsualPositionComesFirstAmongEqualKeys()
     QCOMPARE(int{finder.modifierKey(0, Modifier::Level3).value_or(0)}, 108);
 }
 
-void XkbKeyFinderTest::aKeysymThatHasMovedIsFoundWhereItIs()
+void tst_XkbKeyFinder::aKeysymThatHasMovedIsFoundWhereItIs()
 {
     const XkbKeymap keymap = keymapOf("us", "caps:swapescape");
     const XkbKeyFinder finder(keymap.get());
@@ -179,7 +179,7 @@ void XkbKeyFinderTest::aKeysymThatHasMovedIsFoundWhereItIs()
     QCOMPARE(int{finder.key(0, codeOf("CapsLock"))->keycode}, 9);
 }
 
-void XkbKeyFinderTest::aGroupBeyondTheLastWrapsAround()
+void tst_XkbKeyFinder::aGroupBeyondTheLastWrapsAround()
 {
     const XkbKeymap keymap = keymapOf("us,fr");
     const XkbKeyFinder finder(keymap.get());
@@ -190,7 +190,7 @@ void XkbKeyFinderTest::aGroupBeyondTheLastWrapsAround()
     QCOMPARE(int{finder.key(3, letter)->keycode}, 24);
 }
 
-void XkbKeyFinderTest::codesWithoutMeaningAreNotFound()
+void tst_XkbKeyFinder::codesWithoutMeaningAreNotFound()
 {
     const XkbKeymap keymap = keymapOf("us");
     const XkbKeyFinder finder(keymap.get());
@@ -199,7 +199,7 @@ void XkbKeyFinderTest::codesWithoutMeaningAreNotFound()
     }
 }
 
-void XkbKeyFinderTest::levelsThatNeedOtherModifiersAreNotUsed()
+void tst_XkbKeyFinder::levelsThatNeedOtherModifiersAreNotUsed()
 {
     // The letter Q is only on the fifth level, which is reached by Control and Alt together.
     const XkbKeymap keymap = keymapWith("key <AD01> { type=\"CTRL+ALT\", [x, x, x, x, q] };");
@@ -208,7 +208,7 @@ void XkbKeyFinderTest::levelsThatNeedOtherModifiersAreNotUsed()
     QCOMPARE(XkbKeyFinder(keymap.get()).key(0, codeOf("Q")), std::optional<FoundKey>(atPosition));
 }
 
-void XkbKeyFinderTest::modifiersHaveTheirKeys_data()
+void tst_XkbKeyFinder::modifiersHaveTheirKeys_data()
 {
     QTest::addColumn<QByteArray>("layout");
     QTest::addColumn<int>("level3Key");
@@ -217,7 +217,7 @@ void XkbKeyFinderTest::modifiersHaveTheirKeys_data()
     QTest::newRow("de") << QByteArray("de") << 108;
 }
 
-void XkbKeyFinderTest::modifiersHaveTheirKeys()
+void tst_XkbKeyFinder::modifiersHaveTheirKeys()
 {
     QFETCH(QByteArray, layout);
     QFETCH(int, level3Key);
@@ -233,7 +233,7 @@ void XkbKeyFinderTest::modifiersHaveTheirKeys()
     QVERIFY(check(Modifier::Level3, level3Key, Mod5));
 }
 
-void XkbKeyFinderTest::exchangedModifierKeysAreFoundByKeysym()
+void tst_XkbKeyFinder::exchangedModifierKeysAreFoundByKeysym()
 {
     const XkbKeymap keymap = keymapOf("us", "ctrl:swapcaps,altwin:swap_lalt_lwin");
     const XkbKeyFinder finder(keymap.get());
@@ -243,7 +243,7 @@ void XkbKeyFinderTest::exchangedModifierKeysAreFoundByKeysym()
     QCOMPARE(int{finder.modifierMask(0, Modifier::Alternate)}, Mod1);
 }
 
-void XkbKeyFinderTest::allKeysThatSetAModifierAreKnown()
+void tst_XkbKeyFinder::allKeysThatSetAModifierAreKnown()
 {
     const XkbKeymap us = keymapOf("us");
     const XkbKeyFinder ofUs(us.get());
@@ -262,7 +262,7 @@ void XkbKeyFinderTest::allKeysThatSetAModifierAreKnown()
     QCOMPARE(int{ofBoth.modifiersSetBy(108)}, Mod1 | Mod5);
 }
 
-void XkbKeyFinderTest::numLockIsHarmlessAndNothingElse()
+void tst_XkbKeyFinder::numLockIsHarmlessAndNothingElse()
 {
     for (const char *layout : {"us", "fr", "de", "ru", "us,ru"}) {
         const XkbKeymap keymap = keymapOf(layout);
@@ -270,5 +270,5 @@ void XkbKeyFinderTest::numLockIsHarmlessAndNothingElse()
     }
 }
 
-QTEST_GUILESS_MAIN(XkbKeyFinderTest)
+QTEST_GUILESS_MAIN(tst_XkbKeyFinder)
 #include "tst_XkbKeyFinder.moc"
