@@ -176,6 +176,7 @@ void stores()
     std::atomic<int> ended = 0;
     std::vector<std::thread> greedy;
     const int seconds = LoadTable::scaled(30);
+    greedy.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i) {
         greedy.emplace_back([&, port = target.port()] {
             Handheld device(port);
@@ -216,6 +217,7 @@ void clipboard(qint64 size, int devices)
     const ClipboardOwner owner(target.bench().session(), QByteArray(size, 'x'));
     Asker asker(target.port(), 10ms);
     std::vector<std::unique_ptr<Handheld>> waiting;
+    waiting.reserve(static_cast<size_t>(devices));
     for (int i = 0; i < devices; ++i) {
         waiting.push_back(std::make_unique<Handheld>(target.port()));
     }
@@ -296,6 +298,7 @@ void manyConnections()
     QElapsedTimer time;
     time.start();
     std::vector<int> crowd;
+    crowd.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i) {
         crowd.push_back(connectTo(target.port(), 2 + i / 20'000));
     }
@@ -355,6 +358,7 @@ void slowPeers()
     Target target;
     const int count = LoadTable::scaled(2'000);
     std::vector<int> crowd;
+    crowd.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i) {
         crowd.push_back(connectTo(target.port()));
     }

@@ -25,7 +25,7 @@ qsizetype distance(QStringView one, QStringView other)
     for (size_t row = 0; row < rows; ++row) {
         for (size_t column = 0; column < columns; ++column) {
             if (row == 0 || column == 0) {
-                cost[row][column] = static_cast<qsizetype>(row + column);
+                cost[row][column] = static_cast<qsizetype>(row) + static_cast<qsizetype>(column);
                 continue;
             }
             const int change = at(one, row) == at(other, column) ? 0 : 1;

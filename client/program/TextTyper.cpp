@@ -58,11 +58,10 @@ void TextTyper::sendNext()
     link.send(current->requests[sent], [this](const Outcome &outcome) {
         last = outcome;
         ++sent;
-        if (outcome.kind != Outcome::Kind::Done) {
-            finish(outcome);
-        } else if (sent < current->requests.size()) {
+        const bool isDone = outcome.kind == Outcome::Kind::Done;
+        if (isDone && sent < current->requests.size()) {
             sendNext();
-        } else if (current->isPaste) {
+        } else if (isDone && current->isPaste) {
             pause.start(wait + busyFactor * std::chrono::milliseconds(sinceStart.elapsed()));
         } else {
             finish(outcome);

@@ -61,10 +61,10 @@ SharedText::~SharedText()
     budget.change(-size());
 }
 
-MemoryAccount::MemoryAccount(MemoryBudget &memory, QHostAddress address,
+MemoryAccount::MemoryAccount(MemoryBudget &memory, const QHostAddress &address,
                              std::function<void()> close)
     : budget(memory)
-    , peer(std::move(address))
+    , peer(address)
     , closeConnection(std::move(close))
 {
     budget.accounts.insert(this);
