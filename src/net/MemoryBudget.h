@@ -65,7 +65,7 @@ class MemoryAccount
 public:
     /// `close` ends the connection and calls close() of the account. Any call that makes an account
     /// larger may call it, including calls on this account.
-    MemoryAccount(MemoryBudget &budget, QHostAddress peer, std::function<void()> close);
+    MemoryAccount(MemoryBudget &budget, const QHostAddress &peer, std::function<void()> close);
     ~MemoryAccount();
     MemoryAccount(const MemoryAccount &) = delete;
     MemoryAccount &operator=(const MemoryAccount &) = delete;
