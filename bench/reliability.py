@@ -21,22 +21,22 @@ PAGE = ROOT / "docs" / "reliability.md"
 # Fault, what is promised, the test program that causes it, its functions.
 FAULTS = [
     ("out of descriptors",
-     "connected clients are served, the next ones wait at less than 5 % of a core and are served "
+     "connected clients are served; further ones wait, at less than 5 % of a core, and are served "
      "once there is room",
      "tst_Load", ["connectionsBeyondTheDescriptorsWaitForThem"]),
     ("more files than descriptors",
-     "those beyond are thrown away, the desktop has what it needs, the server goes on",
+     "further files are discarded, the desktop has what it needs, the server keeps running",
      "tst_Load", ["filesBeyondTheDescriptorsAreNotOpened"]),
     ("connections come and go while descriptors are short", "none of the reserve is used up",
      "tst_Load", ["connectionsThatComeAndGoDoNotUseUpTheReserve"]),
-    ("a client that connects and leaves without a pause", "others are served meanwhile",
+    ("a client that connects and disconnects without a pause", "others are still served",
      "tst_Load", ["connectionsThatComeAndGoHoldNobodyUp"]),
     ("2,000 clients at once", "all are answered", "tst_Load", ["aCrowdIsServed"]),
     ("3,000 connections one after another", "no descriptor is left, memory settles",
      "tst_Load", ["connectionsOneAfterAnotherLeaveNothing"]),
     ("11,000 tokens on one connection", "all are answered, memory settles",
      "tst_Load", ["manyTokensOnOneConnectionTakeNoMemory"]),
-    ("floods of five kinds, 4 s each", "another client is answered meanwhile",
+    ("floods of five kinds", "another client is still answered",
      "tst_Load", ["floodOfTokensDoesNotHoldUpOthers"]),
     ("a client that never reads its answers", "disconnected, others unharmed",
      "tst_Load", ["deviceThatNeverReadsIsDisconnected"]),
@@ -57,43 +57,43 @@ FAULTS = [
      "tst_Faults", ["resetsAtEveryStepAreSurvived"]),
     ("the cable of a device is pulled", "noticed within 40 s, the light goes orange",
      "tst_Faults", ["deviceWhoseCableIsPulledIsNoticed"]),
-    ("a device leaves while the user is asked about it", "the answer counts all the same",
+    ("a device disconnects while the user is asked about it", "the answer still counts",
      "tst_PairingDialog", ["deviceThatLeftIsRememberedWhenAccepted",
                            "deviceThatLeftIsForgottenWhenRejected"]),
     ("more than 16 questions at once", "the next one is refused",
      "tst_PairingDialog", ["seventeenthQuestionIsRefusedAtOnce"]),
     ("questions are open, or a device asks again and again",
-     "the menu can be used, no box comes over it, and the end refuses the devices",
+     "the menu stays usable, no box covers it, and the program's end refuses the devices",
      "tst_PairingUnderPressure", ["menuCanBeUsedWhileAQuestionIsOpen",
                                   "quitWhileQuestionsAreOpenRefusesTheDevices",
                                   "endRefusesTheDevices",
                                   "deviceThatAsksAgainAndAgainLeavesTheMenuUsable"]),
-    ("300 devices that come and go", "ten balloons a second, the newest is shown",
+    ("300 devices that come and go", "ten balloons per second, the newest is shown",
      "tst_Notifications", ["stormOfDevicesIsAnnouncedInBrief"]),
-    ("the daemon that shows messages is halted, or replaced",
-     "16 messages are under way at most; markup is escaped for a daemon that reads it",
+    ("the notification daemon is stopped, or replaced",
+     "at most 16 messages are in flight; markup is escaped for a daemon that interprets it",
      "tst_Notifications", ["haltedDaemonIsSentSixteenMessages",
                            "daemonThatIsHaltedFromTheStartIsSentNothing",
                            "replacedDaemonIsAskedWhatItReads", "namesAreShownAsWritten"]),
-    ("SIGTERM and SIGKILL amid a dialog",
-     "the device is let go; SIGTERM ends in order and stores the paired devices",
+    ("SIGTERM and SIGKILL while a dialog is open",
+     "the device is disconnected; SIGTERM ends in order and stores the paired devices",
      "tst_PairingDialog", ["endWithOpenDialogsIsInOrder", "killAmidADialogLetsTheDeviceGo"]),
-    ("SIGTERM and SIGKILL amid keys", "no key is down; SIGTERM ends in order",
+    ("SIGTERM and SIGKILL during keys", "no key is down; SIGTERM ends in order",
      "tst_Faults", ["endAmidAFloodOfKeysLeavesNoKeyDown"]),
-    ("SIGKILL amid floods of keys and clicks", "the guard releases what is down, and nothing else",
+    ("SIGKILL during floods of keys and clicks", "the guard releases what is down, and nothing else",
      "tst_InputGuard", ["whatIsDownAtAKillIsReleased", "killsAmidFloodsLeaveNothingDown",
                         "aKillWhileTheDisplayIsBusyLeavesNothingDown",
                         "whatOthersHoldStaysDown"]),
-    ("the guard is ended, or asked to end", "the server serves on; the guard ignores who asks",
+    ("the guard is ended, or asked to end", "the server keeps serving; the guard ignores the request",
      "tst_InputGuard", ["aServerWithoutAGuardServes", "theGuardStaysWhileTheServerRuns"]),
-    ("SIGTERM and SIGKILL amid a file", "what has arrived is in the file",
+    ("SIGTERM and SIGKILL during a file", "what has arrived is in the file",
      "tst_Transfers", ["bytesAreKeptWhenTheServerEnds"]),
-    ("a device leaves amid a file", "what has arrived is in the file",
+    ("a device disconnects during a file", "what has arrived is in the file",
      "tst_Transfers", ["bytesOfADeviceThatLeftAreKept"]),
-    ("the disk is full while a file arrives", "what fitted is kept, others are served",
+    ("the disk is full while a file arrives", "what fits is kept, others are served",
      "tst_Transfers", ["fullDiskKeepsWhatFitted"]),
     ("the download directory is removed while a file arrives",
-     "others are served, the directory is not made anew",
+     "others are served, the directory is not created again",
      "tst_Faults", ["folderRemovedMeanwhileIsSurvived"]),
     ("the download directory is missing, or not permitted",
      "nothing is written, others are served",
@@ -105,60 +105,60 @@ FAULTS = [
      "`openat2`", "nothing is written there, the server does not wait",
      "tst_DownloadDirectory", ["linkLeadsNowhereOutside", "pipeBehindALinkDoesNotStopTheServer",
                                "pipeThatIsReadGetsNothing"]),
-    ("the download directory is not a full path",
-     "nothing is written, the user is told once a file",
+    ("the download directory is not an absolute path",
+     "nothing is written, the user is warned once per file",
      "tst_DownloadDirectory", ["withoutAFullPathNothingIsSaved"]),
     ("a file that cannot be opened", "no descriptor is held for it",
      "tst_DownloadDirectory", ["transferHoldsOneDescriptor"]),
     ("400 addresses as fast as they are answered",
-     "50 and 5 a second are opened, all are answered",
+     "50 and then 5 per second are opened, all are answered",
      "tst_UrlOpening", ["floodOfAddressesStartsFewPrograms"]),
-    ("a file of 1 GiB", "memory does not grow with it",
+    ("a file of 256 MiB", "memory does not grow with it",
      "tst_Transfers", ["largeFileTakesNoMemory"]),
-    ("the tray ends and comes back", "served on at less than 5 % of a core, the icon comes back",
+    ("the tray ends and comes back", "keeps serving at less than 5 % of a core, the icon comes back",
      "tst_Faults", ["trayThatGoesAndComesBackIsUsedAgain"]),
-    ("the session bus ends", "served on at less than 5 % of a core",
+    ("the session bus ends", "keeps serving at less than 5 % of a core",
      "tst_Faults", ["lostSessionBusIsSurvived"]),
     ("the X server ends", "the server ends with status 1, connections are closed",
      "tst_Faults", ["lostDisplayEndsTheServer"]),
     ("avahi-daemon ends and comes back",
-     "served on at less than 5 % of a core, then found again",
+     "keeps serving at less than 5 % of a core, then found again",
      "tst_Advertisement", ["lostDaemonCostsNoProcessorTime",
                            "serverSurvivesTheDaemonAndIsFoundAgainWhenItIsBack"]),
-    ("the clock is set back by ten years, and forth", "served on at less than 5 % of a core",
+    ("the clock is set back by ten years and forward again", "keeps serving at less than 5 % of a core",
      "tst_Faults", ["clockSetBackAndForthIsSurvived"]),
     ("the power is cut at any step of writing the settings",
      "they are the old ones or the new ones", "tst_PowerCut", ["settingsAreTheOldOrTheNew"]),
-    ("settings that are garbage, unreadable or a folder; a home that is missing or goes",
+    ("settings that are garbage, unreadable or a folder; a home that is missing or disappears",
      "the server starts and serves",
      "tst_SettingsFile", ["garbageIsSurvived", "unreadableFileIsSurvived",
                           "folderInItsPlaceIsSurvived", "readOnlyFolderIsSurvived",
                           "missingHomeIsSurvived", "homeThatGoesMeanwhileIsSurvived"]),
-    ("a lock is left beside the settings", "waited for two seconds, then they are written",
+    ("a lock is left beside the settings", "the server waits two seconds, then writes them",
      "tst_SettingsFile", ["leftOverLockHoldsUpNeitherPreferencesNorEnd"]),
 ]
 
 HEAD = """\
 # Reliability
 
-What the server promises under load and when something around it breaks, and what was seen. \
-`bench/reliability.py` writes this page; change that.
+What the server promises under load and when something around it fails, and what was measured. \
+`bench/reliability.py` generates this page; edit the script.
 
 ## Loads
 
-The release build on Xvfb with openbox and a tray, all on one machine that does other work too. \
-Afterwards no key and no button is down, asked of the X server.
+The release build on Xvfb with openbox and a tray, all on one machine that does other work as \
+well. Afterwards the X server is asked, and no key and no button is down.
 
 | load | promised | measured | held |
 |---|---|---|---|
 """
 
 ATTACK_HEAD = """
-A connection that comes and goes spends most of its time on the two balloons that tell of it.
+A short connection spends most of its time on the two balloons that announce it.
 
 ## Attacks
 
-The same, by peers that make no pause. `bench/attacks` and `bench/kills` make them.
+The same, by peers that never pause. `bench/attacks` and `bench/kills` run them.
 
 | attack | promised | measured | held |
 |---|---|---|---|
@@ -168,8 +168,8 @@ FAULT_HEAD = """
 ## Faults
 
 Each is caused by a test of the whole program, built with the address and undefined behaviour \
-sanitizers, on a real X server. Each test ends with asking the X server that no key and no button \
-is down. The figures are those of the sanitized build while other tests run beside it.
+sanitizers, on a real X server. At its end each test checks on the X server that no key and no \
+button is down. The figures are those of the sanitized build, with other tests running beside it.
 
 | fault | promised | measured | held | test |
 |---|---|---|---|---|
@@ -179,18 +179,18 @@ TAIL = """
 ## What is not promised
 
 - **The X server ends:** the toolkit ends the program at once, with status 1. Connections are \
-closed, bytes of files that have arrived are in their files, but devices paired in that run are \
-forgotten. A session that starts it again brings it back; it does not start itself.
-- **The tray ends:** the server goes on without an icon, and the icon comes back with the tray. At \
-its start it needs one.
-- **SIGKILL:** devices paired in that run are forgotten. Without the guard, 3 of \
-300 kills left a key or button down. Received bytes are in their files. A lock \
-such as Caps Lock, taken back for the key that was under way, stays off. If the X server hangs for \
-longer than 0.9 s at that moment, or the guard is killed too, a key may stay down.
-- **A token in pieces or merged with another** is lost, as \
-[the protocol](protocol.md#3-one-arrival-is-one-token) tells.
-- **Several floods at once:** long tokens are taken apart by turns, so others wait hardly longer \
-for eight of them than for one. Floods of short tokens add up.
+closed. Bytes that have arrived are in their files, but devices paired in that run are not \
+remembered. The program does not restart itself.
+- **The tray ends:** the server keeps running without an icon, and the icon comes back with the \
+tray. At its start the server needs a tray.
+- **SIGKILL:** devices paired in that run are not remembered. Without the guard, 3 of 300 kills \
+left a key or button down. Received bytes are in their files. A lock such as Caps Lock that was \
+switched off for a key stays off. If the X server hangs for longer than 0.9 s at that moment, or \
+the guard is killed too, a key may stay down.
+- **A token in pieces or merged with another** is lost, see [the \
+protocol](protocol.md#3-one-read-is-one-token).
+- **Several floods at once:** long tokens are parsed in turns, so others wait hardly longer for \
+eight floods than for one. Floods of short tokens add up.
 """
 
 # "12: PASS   : tst_Faults::name(row) figures", as ctest -V passes it on from a test program.
