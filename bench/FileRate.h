@@ -16,7 +16,7 @@
 
 using namespace Qt::StringLiterals;
 
-/// What the programs have in common that measure files, beside socat.
+/// Shared by the programs that measure file transfers beside socat.
 namespace FileRate {
 
 constexpr qint64 MiB = 1024 * 1024;
@@ -64,7 +64,7 @@ private:
     std::optional<quint16> listeningPort;
 };
 
-/// Prints the rates of the program that is measured, and of socat.
+/// Prints the rates of the measured program and of socat.
 inline void compare(const char *name, const Sample &rates, const Sample &ofSocat)
 {
     const auto print = [](const char *program, const Sample &sample) {

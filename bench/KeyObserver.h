@@ -34,7 +34,7 @@ public:
                                            nullptr));
     }
 
-    /// Waits for the next press or release (an XInput event type); false when none comes in time.
+    /// Waits for the next press or release (an XInput event type); false if none comes in time.
     bool waitFor(uint16_t rawType)
     {
         const auto end = std::chrono::steady_clock::now() + LongestWait;

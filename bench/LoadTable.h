@@ -9,12 +9,11 @@
 #include <algorithm>
 #include <cstdio>
 
-/// The rows that a bench prints: load, what is promised, what was measured, whether it held.
+/// The rows that a bench prints: load, promise, measurement, and whether the promise held.
 class LoadTable
 {
 public:
-    /// The program's argument, from 1 to 100, is the share of the load in hundredths; without one
-    /// it is the whole.
+    /// The program's argument, from 1 to 100, is the percentage of the load; the default is 100.
     static void takeShare(int argc, char **argv)
     {
         if (argc > 1) {
@@ -36,7 +35,7 @@ public:
         std::fflush(stdout);
     }
 
-    /// False once a promise was broken.
+    /// False once a promise has been broken.
     static bool haveAllHeld() { return allHeld; }
 
 private:

@@ -18,11 +18,12 @@
 
 using namespace Qt::StringLiterals;
 
-/// A desktop with the server in it, for programs that measure: whatever is missing ends them.
+/// A desktop with the server in it, for programs that measure. If anything is missing, it ends the
+/// program.
 class ServerBench
 {
 public:
-    /// Measures, and tells why when something was missing.
+    /// Runs the measurement, and reports what was missing, if anything was.
     /// \return the program's exit status.
     template <typename Measurement> static int run(Measurement measurement)
     {
@@ -50,7 +51,7 @@ public:
             .setValue(u"downloadDirectory"_s, downloadFolder);
     }
 
-    /// Must be called before anything below; what the session needs beforehand is put there first.
+    /// Must be called before anything below; prepare the session first.
     void start(std::function<void()> lastPreparation = [] {})
     {
         server = std::make_unique<ServerProcess>(desktop, std::move(lastPreparation));
@@ -62,7 +63,7 @@ public:
     quint16 port() const { return serverPort; }
     int openDescriptors() const { return server->openDescriptors(); }
     qint64 processId() const { return server->processId(); }
-    /// Ends the server in order; its exit status, or nothing when it crashed or hung.
+    /// Ends the server in order; returns its exit status, or nothing if it crashed or hung.
     std::optional<int> end() { return server->end(); }
 
 private:

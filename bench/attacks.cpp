@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// Attacks the server over its own door, without a pause, and tells what became of the others, as
-// rows of a table: attack, what is promised, what was measured, whether the promise held.
+// Attacks the server over its own port, without a pause, and prints how other clients fared, as
+// rows of a table: attack, promise, measurement, and whether the promise held.
 //
-// Needs VORNA_SERVER (the server's executable). The argument, from 1 to 100, is the share of the
-// load in hundredths; without one it is the whole. With names behind it only these attacks are
-// made. Exit status 1 when a promise was broken.
+// Needs VORNA_SERVER (the server's executable). The argument, from 1 to 100, is the percentage of
+// the load; the default is 100. With names after it, only these attacks are run. Exits with status
+// 1 if a promise was broken.
 
 #include "LoadTable.h"
 #include "ServerBench.h"
@@ -36,7 +36,7 @@ namespace {
 
 constexpr qint64 Mebibyte = 1024 * 1024;
 
-/// A server in a desktop of its own, and what it takes of memory from here on.
+/// A server on its own desktop, and the memory that it takes from here on.
 class Target
 {
 public:
@@ -58,12 +58,12 @@ public:
 
     ServerBench &bench() { return victim; }
     quint16 port() const { return victim.port(); }
-    /// MiB that memory has grown by at most.
+    /// The largest growth of memory, in MiB.
     qint64 growth() const
     {
         return (ProcessMemory::peak(victim.processId()) - memoryBefore) / Mebibyte;
     }
-    /// How long a new device waits for its first answer, in milliseconds; -1 when none comes.
+    /// How long a new device waits for its first answer, in milliseconds; -1 if none comes.
     qint64 timeToServe() const
     {
         QElapsedTimer time;
@@ -82,8 +82,8 @@ QString inMilliseconds(double time)
     return QString::number(time, 'f', 1) + u" ms"_s;
 }
 
-/// A bare connection; -1 when none is made. Addresses of the loopback network are as good as one
-/// another, and each has ports of its own.
+/// A plain connection; -1 if it fails. All addresses of the loopback network work alike, and each
+/// has its own ports.
 int connectTo(quint16 port, int addressNumber = 1)
 {
     const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -184,7 +184,7 @@ void stores()
             for (int number = 0; isConnected && number < 280; ++number) {
                 isConnected = device.send("{ k" + QByteArray::number(number) + " = " +
                                           QByteArray(50'000, 'v') + "; }");
-                // The server shall be busy, not this side of the same machine.
+                // The server should be busy, not this process on the same machine.
                 std::this_thread::sleep_for(10ms);
             }
             QElapsedTimer time;
@@ -323,7 +323,7 @@ void manyConnections()
                     asker.isServed() && areAllThere && haveAllGone && made == count);
 }
 
-/// Peers that are gone without a word: their system forgets the connection.
+/// Peers that disappear: their system forgets the connection.
 void halfOpen()
 {
     Target target;
@@ -336,12 +336,12 @@ void halfOpen()
                              "a connection that can be forgotten");
         close(descriptor);
     }
-    // All have been accepted once a later one is served.
+    // Once a later one is served, all have been accepted.
     ServerBench::require(target.timeToServe() >= 0, "an answer");
     QElapsedTimer time;
     time.start();
     Asker asker(target.port(), 10ms);
-    // The balloons need a few descriptors of their own for a while.
+    // The balloons need a few descriptors for a while.
     const bool haveAllGone =
         waitUntil([&] { return target.bench().openDescriptors() <= before + 10; }, 60s);
     const Sample times = asker.stop();

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// How long the server serves nobody else while it carries out each kind of command: one device
-// sends the command again and again, another asks for the server's information every 2 ms.
+// How long each kind of command blocks the server for others: one device keeps sending the command,
+// another requests the server's information every 2 ms.
 //
 // Needs VORNA_SERVER (the server's executable) and a folder for received files as first argument.
 

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// How fast a file comes over the loopback into the server, and beside it the same into socat, a
-// program that only copies. They take turns in one run, so that whatever else the machine does
-// bears on both. Also: how much memory the server takes for it.
+// How fast the server receives a file over the loopback, compared with socat, which only copies.
+// They take turns in one run, so that other load on the machine affects both. Also measures how
+// much memory the server needs for it.
 //
 // Needs VORNA_SERVER (the server's executable) and a folder on a disk as first argument; a second
 // one is the size in MiB, a third the number of rounds.
@@ -26,7 +26,7 @@ namespace {
 constexpr qint64 UsualSize = 1024;
 constexpr int UsualRounds = 3;
 
-/// What is sent: the same to both, and no two chunks alike.
+/// What is sent: the same to both, with different chunks.
 class Content
 {
 public:

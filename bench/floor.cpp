@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// The least that a remote key can cost: takes one byte over loopback TCP, and for each presses and
-// releases the key of that code by XTEST. Writes the port that it listens on to standard output.
+// The minimum cost of a remote key: reads bytes over loopback TCP, and for each one presses and
+// releases the key with that code by XTEST. Writes its port to standard output.
 
 #include <netinet/in.h>
 #include <sys/socket.h>

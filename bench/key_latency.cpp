@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// How long a key takes from the handheld's send() until another program sees it, and beside it the
-// same of a bare program that does nothing else. The two take turns in one run, so that whatever
-// else the machine does bears on both.
+// How long a key takes from the handheld's send() until another program sees it, compared with a
+// minimal program that does nothing else. The two take turns in one run, so that other load on the
+// machine affects both.
 //
-// Needs VORNA_SERVER (the server's executable) and the bare program as first argument; a second
+// Needs VORNA_SERVER (the server's executable) and the minimal program as first argument; a second
 // one is the number of keys.
 
 #include "KeyObserver.h"
@@ -54,7 +54,7 @@ struct Times
     }
 };
 
-/// Sends the bytes and takes the time until the press is seen; false when it is not.
+/// Sends the bytes and measures the time until the press is seen; returns false if it is not seen.
 bool measure(Handheld &sender, const QByteArray &bytes, KeyObserver &observer, Times &times)
 {
     const auto start = steady_clock::now();

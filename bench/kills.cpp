@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// Kills the server amid floods of keys and clicks, a thousand times, and counts how often a key or
-// button is still down two seconds later: as a row of a table, as bench/attacks does.
+// Kills the server during floods of keys and clicks, a thousand times, and counts how often a key
+// or button is still down two seconds later. Prints a row of a table, as bench/attacks does.
 //
-// Needs VORNA_SERVER (the server's executable). The argument, from 1 to 100, is the share of the
-// load in hundredths; without one it is the whole. Exit status 1 when a key or button was down.
+// Needs VORNA_SERVER (the server's executable). The argument, from 1 to 100, is the percentage of
+// the load; the default is 100. Exits with status 1 if a key or button was down.
 
 #include "LoadTable.h"
 #include "support/protocol/Handheld.h"
@@ -34,7 +34,7 @@ QByteArray click(const char *code)
     return commandText(u"MOUSE_CMD"_s, {{u"fncCommand"_s, QLatin1StringView(code)}});
 }
 
-/// Whoever is killed may leave the pointer's button down; the next round begins with nothing.
+/// A killed server may leave a button down; release it before the next round.
 void letGo(InputWatcher &watcher)
 {
     for (const int keycode : watcher.keysDown()) {

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// How long a key takes from the start of the program quillmote until another program sees it, and
-// beside it the same of xdotool, which sits on the desktop itself. They take turns in one run, so
-// that whatever else the machine does bears on both. Then: many keys in one go, every one counted.
+// How long a key takes from the start of quillmote until another program sees it, compared with
+// xdotool, which runs on the desktop itself. They take turns in one run, so that other load on the
+// machine affects both. Then sends many keys at once and counts every one.
 //
 // Needs VORNA_SERVER (the server's executable) and quillmote as first argument; a second one is the
 // number of starts, a third the number of keys in one go.

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// How fast the program quillmote brings a file into the server, and beside it the same file from
-// socat to socat, which only copy. They take turns in one run, so that whatever else the machine
-// does bears on both. The time is that of the whole sending, from the start of the program to the
-// last byte in the received file.
+// How fast quillmote sends a file to the server, compared with the same file from socat to socat,
+// which only copy. They take turns in one run, so that other load on the machine affects both. The
+// time is that of the whole transfer, from the start of the program to the last byte in the
+// received file.
 //
 // Needs VORNA_SERVER (the server's executable), quillmote as first argument and a folder as
 // second; a third one is the size in MiB, a fourth the number of rounds.
@@ -43,7 +43,7 @@ void makeFile(const QString &path, qint64 chunks)
         chunk[0] = static_cast<char>(i);
         ServerBench::require(file.write(chunk) == MiB, "writing the file to send");
     }
-    // The disk must not be busy with it when the first round begins.
+    // The disk must have finished writing it when the first round begins.
     ServerBench::require(file.flush() && ::fsync(file.handle()) == 0, "writing the file to send");
 }
 
@@ -56,7 +56,7 @@ void run(const QString &program, const QStringList &arguments)
                          "sending by " + program.toLocal8Bit());
 }
 
-/// A hash of what has not been read yet, as Folders::fileHash() of the whole.
+/// A hash of the unread rest, like Folders::fileHash() of the whole.
 QByteArray restHash(QFile &file)
 {
     QCryptographicHash hash(QCryptographicHash::Sha1);

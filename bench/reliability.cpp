@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// Loads the server as no household does and tells what became of it, as rows of a table: load,
-// what is promised, what was measured, whether the promise held.
+// Puts extreme load on the server and prints the results as rows of a table: load, promise,
+// measurement, and whether the promise held.
 //
-// Needs VORNA_SERVER (the server's executable). The argument, from 1 to 100, is the share of the
-// load in hundredths; without one it is the whole. Exit status 1 when a promise was broken.
+// Needs VORNA_SERVER (the server's executable). The argument, from 1 to 100, is the percentage of
+// the load; the default is 100. Exits with status 1 if a promise was broken.
 
 #include "LoadTable.h"
 #include "ServerBench.h"
@@ -40,7 +40,7 @@ void tell(const QString &load, const QString &promised, const QString &measured,
     LoadTable::tell(load, promised, measured, hasHeld);
 }
 
-/// A server of its own for each load, and a look at the display when it is over.
+/// A new server for each load, and a check of the display afterwards.
 class LoadedServer
 {
 public:
@@ -210,7 +210,7 @@ void loadAll()
     flood(u"keys"_s, keyCommand(u"A"_s));
     flood(u"bytes without form"_s, "}{ = ;( ");
     flood(u"tokens of 1 MiB"_s, "{ a = " + QByteArray(int(Mebibyte), 'v') + "; }");
-    // Many of them come in one read of 1 MiB, which is one token then.
+    // Many of them arrive in one read of 1 MiB, which is then one token.
     const QByteArray emptyEntries = "{ " + QByteArray(60'000, ';') + " }";
     flood(u"a million empty entries a token"_s, emptyEntries);
     flood(u"such tokens by eight clients"_s, emptyEntries, 8);

@@ -314,7 +314,7 @@ void ConnectionModel::closeFile()
 
 void ConnectionModel::writeToFile(const QByteArray &bytes)
 {
-    // Where the number's range ends, it stays there.
+    // At the end of the number's range, it stays there.
     constexpr qint64 most = std::numeric_limits<qint64>::max();
     constexpr qint64 least = std::numeric_limits<qint64>::min();
     const qint64 written = descriptor == -1 ? -1 : writtenBytes(descriptor, bytes);

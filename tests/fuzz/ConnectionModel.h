@@ -12,25 +12,25 @@
 
 #include <optional>
 
-/// What one connection after another should make of what it reads, written down plainly: the
-/// connection, the commands, the clipboard. The files that it receives go into a folder of the
-/// model's own, which is to look as the real one does in the end.
+/// A plain model of what one connection after another should do with what it reads: the connection,
+/// the commands, the clipboard. The model stores received files in its own folder, which must equal
+/// the real one in the end.
 class ConnectionModel
 {
 public:
     using Map = QHash<QString, QVariant>;
 
-    /// Where a connection that does not read its answers is cut off, in bytes that wait.
+    /// The limit of waiting bytes at which a connection that does not read its answers is closed.
     static constexpr qint64 mostUnsent = 4 * 1024 * 1024;
-    /// The pieces in which a file is read while its end is far.
+    /// The size of the pieces in which a file is read while its end is far away.
     static constexpr qint64 filePiece = 256 * 1024;
-    /// The most that is taken for one token, and what of it the connection itself may hold.
+    /// The most that is read as one token, and how much of it the connection itself may hold.
     static constexpr qint64 tokenPiece = 1024 * 1024;
     static constexpr qint64 heldPiece = 8 * 1024;
     /// Addresses and files that are opened at once, over all connections.
     static constexpr int mostOpenings = 50;
 
-    /// What the server has done; whoever compares it empties it.
+    /// What the server has done; emptied by the comparison.
     struct Deeds
     {
         int announcedTokens = 0;
@@ -48,16 +48,16 @@ public:
     ConnectionModel(const ConnectionModel &) = delete;
     ConnectionModel &operator=(const ConnectionModel &) = delete;
 
-    /// A new connection takes the place of the earlier one, which must have ended.
+    /// Replaces the earlier connection, which must have ended.
     void begin();
     void leave();
-    /// Whether the connection waits for the clipboard, and is not read meanwhile.
+    /// Whether the connection is waiting for the clipboard and not being read.
     bool isWaiting() const { return waitsForClipboard; }
-    /// Bytes that arrive at once. The socket hands them over in pieces.
+    /// Bytes that arrive at once. The socket delivers them in pieces.
     void receive(const QByteArray &bytes);
-    /// Who waits for the clipboard gets its text.
+    /// A connection that waits for the clipboard gets its text.
     void answerWaiting(const QString &clipboardText);
-    /// Reads what came while it waited, if it does so no more.
+    /// Reads what arrived while it waited, if it no longer waits.
     void readOn();
 
     bool isReceivingFile() const { return !path.isEmpty(); }

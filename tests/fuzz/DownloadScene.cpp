@@ -33,7 +33,7 @@ std::string contentOf(const fs::path &path)
     return content.str();
 }
 
-/// The capabilities that let root pass over permissions.
+/// The capabilities that let root bypass permissions.
 constexpr unsigned passingOver = 1U << CAP_DAC_OVERRIDE | 1U << CAP_DAC_READ_SEARCH;
 
 void heedPermissions()
@@ -45,7 +45,7 @@ void heedPermissions()
     Finding::require(syscall(SYS_capset, &header, sets) == 0, "permissions are passed over");
 }
 
-/// Which file it is and when it was written to: the system's word, whatever is in it.
+/// Which file it is and when it was written, as reported by the system, whatever it contains.
 std::string traits(const fs::path &path)
 {
     struct stat status
@@ -90,7 +90,7 @@ bool haveReadNothing(const std::vector<int> &descriptors)
     });
 }
 
-/// What cannot be looked into cannot be taken away.
+/// What cannot be listed cannot be removed.
 void unlock(const fs::path &folder)
 {
     std::error_code mayBeGone;

@@ -11,11 +11,11 @@
 #include <vector>
 
 /// Two download directories below the folder for temporary files, the server's and that of a model,
-/// with the same in them, each at the end of a long path: whoever climbs out of one by "../" is
-/// caught on the way up. Links lead from them to folders and files in them and beside them, round
-/// in circles and to nothing; there are pipes that somebody reads, and what may not be written to.
+/// with the same contents, each at the end of a long path, so that a name that leaves one by "../"
+/// is caught on the way up. Links lead from them to folders and files inside and outside, in
+/// circles and to nothing; there are pipes with readers, and files that must not be written.
 ///
-/// The process that makes one heeds permissions from then on, also if it is root's.
+/// The process that creates one obeys permissions from then on, even if it runs as root.
 class DownloadScene
 {
 public:
@@ -23,22 +23,22 @@ public:
     using Listing = std::map<std::string, std::string>;
 
     DownloadScene();
-    /// Takes everything away again.
+    /// Removes everything.
     ~DownloadScene();
     DownloadScene(const DownloadScene &) = delete;
     DownloadScene &operator=(const DownloadScene &) = delete;
 
-    /// Both download directories as they were at first; nothing above them may have changed.
+    /// Restores both download directories; nothing above them may have changed.
     void reset();
-    /// Takes both download directories away.
+    /// Removes both download directories.
     void removeDirectories();
 
     QString settingsDirectory() const { return path(settings()); }
     QString serverDirectory() const { return path(received(server())); }
     QString modelDirectory() const { return path(received(model())); }
 
-    /// Ends the process with a finding unless the server's files are those of the model, and
-    /// nothing was written where neither may write: asked of the system, whatever the model says.
+    /// Ends the process with a finding unless the server's files are those of the model and nothing
+    /// was written where neither may write. It asks the system, whatever the model says.
     void compare() const;
 
 private:
@@ -53,7 +53,7 @@ private:
     bool isAloneInItsFolder() const;
     void fill(const Path &root);
     void fillBeside(const Path &root);
-    // Names of one length, so that a name that is too long for one is so for the other.
+    // Names of the same length, so that a name that is too long for one is too long for the other.
     Path server() const { return base / "server"; }
     Path model() const { return base / "copied"; }
     Path settings() const { return base / "config"; }

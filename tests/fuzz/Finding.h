@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// How a fuzz target says that an input shows a fault: by the sanitizers' way, a sudden end, at
-/// which libFuzzer keeps the input.
+/// How a fuzz target reports that an input shows a fault: it aborts, as the sanitizers do, and
+/// libFuzzer keeps the input.
 namespace Finding {
 
 [[noreturn]] inline void report(const char *what, const QString &details)

@@ -11,8 +11,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-/// Where a received file goes, followed by asking for each part of its path what it is. Good enough
-/// where nobody else changes anything meanwhile.
+/// Where a received file goes, found by checking each component of its path. Sufficient while
+/// nobody else changes anything.
 namespace NaiveDownload {
 
 constexpr size_t longestPath = 4095;
@@ -47,7 +47,7 @@ inline std::string targetOf(const std::string &link)
     return text;
 }
 
-/// The path without links and ".." of the file that the name stands for; empty when it may not be
+/// The path, without links and "..", of the file that the name refers to; empty if it must not be
 /// opened.
 inline std::string resolve(const std::string &directory, const std::string &name)
 {
@@ -90,7 +90,7 @@ inline std::string resolve(const std::string &directory, const std::string &name
     return isName && (kind == 0 || kind == S_IFREG) ? file : std::string();
 }
 
-/// A descriptor of the file, which what is written is appended to; -1 when it may not be opened.
+/// A descriptor of the file, for appending; -1 if it must not be opened.
 inline int open(const std::string &directory, const std::string &name)
 {
     const std::string file = resolve(directory, name);

@@ -7,9 +7,8 @@
 #include <string>
 #include <vector>
 
-/// The rules of a shortcut, written down once more without the toolkit: what the real parser is
-/// compared with. Only keys that can be typed are in the table: a name with a small letter never
-/// is.
+/// The rules of a shortcut, implemented once more without the toolkit, to compare the real parser
+/// with. Only keys that can be typed are in the table: names with lowercase letters are not.
 namespace NaiveShortcut {
 
 struct Result

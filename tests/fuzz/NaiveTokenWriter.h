@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-/// The rules of writing a token, written down step by step and without the toolkit: what the real
-/// writer is compared with.
+/// The rules of writing a token, implemented step by step and without the toolkit, to compare the
+/// real writer with.
 namespace NaiveTokenWriter {
 
 struct Entry

@@ -6,5 +6,5 @@
 #include <QStringList>
 
 /// The addresses that a program linked with ReplacedOpener.cpp has opened so far: there the
-/// toolkit's operation writes down instead of starting programs, whatever the scheme.
+/// toolkit's operation records addresses of every scheme instead of starting programs.
 QStringList &openedAddresses();

@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int mostKnownDevices = 1000;
-/// After which as many may be opened as after a long time.
+/// After this time, as many may be opened as after a long time.
 constexpr std::chrono::seconds timeForAllOpenings(10);
 
 QSize desktopSize()
@@ -29,7 +29,7 @@ QSize desktopSize()
     return QGuiApplication::primaryScreen()->virtualSize();
 }
 
-/// The complaint of a key that is not there shows an address, which is replaced.
+/// The message about a missing key contains an address, which is replaced.
 QStringList withoutAddresses(QStringList messages)
 {
     static const QRegularExpression address(
@@ -37,7 +37,7 @@ QStringList withoutAddresses(QStringList messages)
     return messages.replaceInStrings(address, u"\\1ADDRESS "_s);
 }
 
-/// As the server hands them on: through the toolkit's idea of an address.
+/// As the server passes them on: after the toolkit has parsed them as an address.
 QStringList asAddresses(QStringList texts)
 {
     for (QString &text : texts) {
@@ -46,7 +46,7 @@ QStringList asAddresses(QStringList texts)
     return texts;
 }
 
-/// The answers in the naive writer's form; the order of a map's entries is the server's affair.
+/// The answers in the naive writer's form; the server chooses the order of a map's entries.
 QByteArray wireForm(const QList<ConnectionModel::Map> &answers, const QStringList &keys)
 {
     QByteArray bytes;

@@ -19,7 +19,7 @@ class ClientHandler;
 class MemorySocket;
 class Server;
 
-/// What all sessions share; given back in the reverse order at the end of the process.
+/// What all sessions share; destroyed in the reverse order at the end of the process.
 struct World
 {
     World(int &argumentCount, char **arguments);
@@ -32,9 +32,9 @@ struct World
     DownloadScene scene;
     /// What the opener's clock shows.
     std::chrono::steady_clock::time_point time{};
-    /// Lives on from one session to the next, until it knows many devices: its end writes the
-    /// settings, which takes longer than a session. Whom it knows makes no difference where all are
-    /// accepted.
+    /// Lives on from one session to the next, until it knows many devices: its destruction writes
+    /// the settings, which takes longer than a session. Which devices it knows makes no difference,
+    /// since all are accepted.
     std::unique_ptr<Server> server;
     int knownDevices = 0;
 };
@@ -53,9 +53,9 @@ public:
     void receive(const QByteArray &bytes);
     /// The handheld leaves, and another one comes.
     void replaceHandheld();
-    /// Lets the handheld seem not to read: so many bytes of answers wait.
+    /// Makes the handheld seem not to read: this many bytes of answers wait.
     void setUnsent(qint64 bytes);
-    /// From now on who asks for the clipboard waits, until answerWaiting().
+    /// From now on clipboard requests wait until answerWaiting().
     void makeClipboardSlow();
     void answerWaiting();
     void removeDirectories();

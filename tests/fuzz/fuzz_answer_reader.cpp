@@ -86,8 +86,8 @@ Outcome outcomeOf(const QByteArray &stream, qsizetype pieceSize)
     return outcome;
 }
 
-/// True when each closing brace ends the stream or stands in front of another answer's first one.
-/// At any other, what has arrived may look like a whole answer and turn out to be a part of one.
+/// True if each closing brace ends the stream or precedes the opening brace of another answer. At
+/// any other, what has arrived may look like a whole answer and turn out to be a part of one.
 bool hasClearEnds(const QByteArray &stream)
 {
     for (qsizetype at = stream.indexOf('}'); at != -1; at = stream.indexOf('}', at + 1)) {

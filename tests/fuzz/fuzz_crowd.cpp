@@ -118,8 +118,8 @@ public:
 
     QByteArray takeAnswers() { return socket.isNull() ? QByteArray() : socket->takeWritten(); }
 
-    /// What its own tokens have stored takes at least so many bytes. Where answers stand the server
-    /// has stored too.
+    /// What its own tokens have stored takes at least so many bytes. The server has also stored
+    /// values where answers are.
     qint64 leastHeld() const
     {
         qint64 characters = 0;

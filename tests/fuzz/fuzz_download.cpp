@@ -38,7 +38,7 @@ bool isFile(const Descriptor &opened)
     return fstat(opened.get(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-/// By the program's own means.
+/// The program's own way.
 bool storeByName(const QString &name)
 {
     QFile file;
@@ -71,7 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     QByteArray input(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
     const bool isWalk = input.startsWith('|');
     input.remove(0, isWalk ? 1 : 0);
-    // The wire brings no NUL, and one character a byte.
+    // On the wire there is no NUL, and each byte is one character.
     bool isAnyStored = false;
     for (const QByteArray &line : input.replace('\0', "").split('\n')) {
         const QString name = QString::fromLatin1(line);

@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The complaint of a key that is not there shows an address, which is replaced.
+/// The message about a missing key contains an address, which is replaced.
 QStringList withoutAddresses(QStringList messages)
 {
     static const QRegularExpression address(u"0x[0-9a-f]+ $"_s);

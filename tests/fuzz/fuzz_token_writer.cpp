@@ -52,7 +52,7 @@ TokenMap mapOf(const QByteArray &input)
     return map;
 }
 
-/// As text a number is in plain digits, and a boolean is a word.
+/// As text, a number is plain digits and a boolean is a word.
 QString plainText(const QVariant &value)
 {
     switch (value.typeId()) {
@@ -103,8 +103,7 @@ bool isPlainKey(const QString &key)
     return isPlainText(key) && !key.contains(u" ="_s) && !looksLikeAnEnd;
 }
 
-/// An item behind another one stands behind a quote, with which its beginning may look like the end
-/// of the list.
+/// An item after another one follows a quote, so its beginning may look like the end of the list.
 bool looksLikeEnds(const QStringList &items)
 {
     return std::any_of(items.begin() + std::min<qsizetype>(items.size(), 1), items.end(),

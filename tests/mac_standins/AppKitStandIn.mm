@@ -19,7 +19,7 @@
 
 BOOL NSApplicationLoad(void)
 {
-    // A pool that is there already would take what loading leaves behind.
+    // An existing pool would take what loading leaves behind.
     const bool hasPool = [NSAutoreleasePool currentPool] != nil;
     standin::calls().append(hasPool ? "NSApplicationLoad in a pool" : "NSApplicationLoad");
     return YES;

@@ -48,15 +48,15 @@ template <typename Reference> Reference referenceTo(Object *object)
     return reinterpret_cast<Reference>(object);
 }
 
-/// A reference to a string that lives for ever.
+/// A reference to a string that is never freed.
 CFStringRef constantString(const QString &text);
 QString textIn(CFTypeRef string);
 int numberIn(CFTypeRef number);
 
-/// Puts the value where another program would have written it.
+/// Stores the value as another program would.
 void writePreference(const QString &application, const QString &key, CFPropertyListRef value);
-/// What another program would read; null when nothing was written. Changes that were set and not
-/// synchronised are not seen.
+/// What another program would read; null if nothing was written. Changes that were not synchronised
+/// are not visible.
 CFPropertyListRef writtenPreference(const QString &application, const QString &key);
 /// As when the program ends: what was set and not synchronised is lost.
 void loseUnsynchronised();

@@ -7,7 +7,7 @@
 
 namespace standin {
 
-/// Opens a pool, which a program's event loop would have done, and closes it.
+/// Opens a pool, as a program's event loop would, and closes it.
 class Pool
 {
 public:
@@ -20,8 +20,8 @@ private:
     void *pool;
 };
 
-/// Leaves an object to the pool that is open; when the pool lets it go, "released by the pool" is
-/// among the calls.
+/// Adds an object to the open pool; when the pool releases it, "released by the pool" is among the
+/// calls.
 void leaveObjectToPool();
 
 /// Application objects that are not freed.

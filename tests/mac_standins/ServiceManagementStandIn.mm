@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// Linked only into the tests that play a system with this register.
+// Linked only into the tests that stand for a system with this register.
 
 #include "StandIn.h"
 

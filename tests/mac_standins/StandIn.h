@@ -21,10 +21,10 @@ QStringList &calls();
 /// Those that begin with `prefix`.
 QStringList callsNamed(const QString &prefix);
 
-/// Objects that were created and not given back; constants are not counted.
+/// Objects that were created and not released; constants do not count.
 int liveObjects();
 
-/// What the tests set before they let an adapter work.
+/// What the tests set before they use an adapter.
 struct World
 {
     /// None: the program has no bundle.

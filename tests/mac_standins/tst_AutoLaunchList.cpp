@@ -33,7 +33,7 @@ CFOwner<CFMutableDictionaryRef> newDictionary()
         kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
 }
 
-/// An entry as another program would write it, with a key that only that program knows.
+/// An entry as another program would write it, with a key that only that program uses.
 CFOwner<CFMutableDictionaryRef> entryWithPath(const QString &path)
 {
     auto entry = newDictionary();

@@ -27,7 +27,7 @@ QByteArray contentOf(const QString &fileName)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// What a reader of property lists that is not ours makes of the file.
+/// How another reader of property lists reads the file.
 QString readAsPropertyList(const QString &fileName)
 {
     QProcess python;
@@ -139,7 +139,8 @@ void tst_LaunchAgent::aFolderThatCannotBeWrittenIsTold()
     QVERIFY2(messages.warnings().first().contains(file()), qPrintable(messages.warnings().first()));
 }
 
-/// A file in the place of the old one, not into it: who reads meanwhile sees all or nothing.
+/// A new file replaces the old one instead of being written into it: a concurrent reader sees all
+/// or nothing.
 void tst_LaunchAgent::nothingHalfWrittenIsLeftBehind()
 {
     agent().setEnabled(true, u"/old/VornaServer.app"_s);

@@ -37,7 +37,7 @@ private slots:
     void aWindowServerThatMakesNoEventsIsTolerated();
 
 private:
-    /// The services, with the calls of their making forgotten.
+    /// The services, without the calls of their construction.
     static std::unique_ptr<EventServices> started()
     {
         auto services = makeEventServices();
