@@ -13,7 +13,7 @@
 
 #include <xcb/xinput.h>
 
-/// Another client of the display, told of every key that any device makes.
+/// Another client of the display, which sees every key of every device.
 class KeyObserver
 {
 public:

@@ -26,8 +26,8 @@ public:
         return std::max(1, static_cast<int>(qint64(whole) * percentage / 100));
     }
 
-    static void tell(const QString &load, const QString &promised, const QString &measured,
-                     bool hasHeld)
+    static void report(const QString &load, const QString &promised, const QString &measured,
+                       bool hasHeld)
     {
         allHeld = allHeld && hasHeld;
         std::printf("| %s | %s | %s | %s |\n", qPrintable(load), qPrintable(promised),

@@ -149,15 +149,15 @@ void storm(const QString &kind, std::chrono::microseconds pace, int attackers)
     const qint64 count = storm.stop();
     const qint64 afterwards = target.timeToServe();
     const Sample times = asker.stop();
-    LoadTable::tell(u"connecting and leaving, %1, for %2 s"_s.arg(kind).arg(seconds),
-                    u"another's answer within 100 ms (99th percentile)"_s,
-                    u"%1 a second; median %2, 99th percentile %3, longest %4; a new device is "
-                    "answered %5 ms after the end"_s.arg(count / seconds)
-                        .arg(inMilliseconds(times.median()), inMilliseconds(times.atShare(0.99)),
-                             inMilliseconds(times.atShare(1)))
-                        .arg(afterwards),
-                    asker.isServed() && times.atShare(0.99) < 100 && afterwards >= 0 &&
-                        afterwards < 2000);
+    LoadTable::report(u"connecting and leaving, %1, for %2 s"_s.arg(kind).arg(seconds),
+                      u"another's answer within 100 ms (99th percentile)"_s,
+                      u"%1 a second; median %2, 99th percentile %3, longest %4; a new device is "
+                      "answered %5 ms after the end"_s.arg(count / seconds)
+                          .arg(inMilliseconds(times.median()), inMilliseconds(times.atShare(0.99)),
+                               inMilliseconds(times.atShare(1)))
+                          .arg(afterwards),
+                      asker.isServed() && times.atShare(0.99) < 100 && afterwards >= 0 &&
+                          afterwards < 2000);
 }
 
 void storms()
@@ -201,14 +201,15 @@ void stores()
         thread.join();
     }
     const Sample times = asker.stop();
-    LoadTable::tell(u"%1 devices store 14 MB each and ask for it"_s.arg(count),
-                    u"those that hold most are disconnected past 256 MiB in all; another's "
-                    "answer within 20 ms (99th percentile)"_s,
-                    u"%1 disconnected, memory %2 MiB more at most; 99th percentile %3, longest %4"_s
-                        .arg(ended.load())
-                        .arg(target.growth())
-                        .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
-                    asker.isServed() && target.growth() < 512 && times.atShare(0.99) < 20);
+    LoadTable::report(
+        u"%1 devices store 14 MB each and ask for it"_s.arg(count),
+        u"those that hold most are disconnected past 256 MiB in all; another's "
+        "answer within 20 ms (99th percentile)"_s,
+        u"%1 disconnected, memory %2 MiB more at most; 99th percentile %3, longest %4"_s
+            .arg(ended.load())
+            .arg(target.growth())
+            .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
+        asker.isServed() && target.growth() < 512 && times.atShare(0.99) < 20);
 }
 
 void clipboard(qint64 size, int devices)
@@ -231,18 +232,19 @@ void clipboard(qint64 size, int devices)
     }
     const Sample times = asker.stop();
     const bool fits = size <= 16 * Mebibyte;
-    LoadTable::tell(u"%1 devices ask for a clipboard of %2 MiB"_s.arg(devices).arg(size / Mebibyte),
-                    fits ? u"the text is in memory once; another's answer within 20 ms (99th "
-                           "percentile)"_s
-                         : u"all are answered ERROR; another's answer within 20 ms (99th "
-                           "percentile)"_s,
-                    u"%1 OK, %2 ERROR, memory %3 MiB more at most; others' 99th percentile %4, "
-                    "longest %5"_s.arg(responses[u"OK"_s])
-                        .arg(responses[u"ERROR"_s])
-                        .arg(target.growth())
-                        .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
-                    responses[fits ? u"OK"_s : u"ERROR"_s] == devices && target.growth() < 200 &&
-                        times.atShare(0.99) < 20);
+    LoadTable::report(
+        u"%1 devices ask for a clipboard of %2 MiB"_s.arg(devices).arg(size / Mebibyte),
+        fits ? u"the text is in memory once; another's answer within 20 ms (99th "
+               "percentile)"_s
+             : u"all are answered ERROR; another's answer within 20 ms (99th "
+               "percentile)"_s,
+        u"%1 OK, %2 ERROR, memory %3 MiB more at most; others' 99th percentile %4, "
+        "longest %5"_s.arg(responses[u"OK"_s])
+            .arg(responses[u"ERROR"_s])
+            .arg(target.growth())
+            .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
+        responses[fits ? u"OK"_s : u"ERROR"_s] == devices && target.growth() < 200 &&
+            times.atShare(0.99) < 20);
 }
 
 void clipboards()
@@ -277,14 +279,14 @@ void descriptors()
     QElapsedTimer time;
     time.start();
     const std::optional<int> status = target.bench().end();
-    LoadTable::tell(u"%1 connections, then 200 files"_s.arg(count),
-                    u"descriptors are left for the desktop, the server goes on and "
-                    "ends in order"_s,
-                    u"%1 served, %2 files open, %3 descriptors; ended in %4 ms"_s.arg(served)
-                        .arg(files)
-                        .arg(open)
-                        .arg(time.elapsed()),
-                    isServed && answered == std::min(served - 1, 200) && status == 0);
+    LoadTable::report(u"%1 connections, then 200 files"_s.arg(count),
+                      u"descriptors are left for the desktop, the server goes on and "
+                      "ends in order"_s,
+                      u"%1 served, %2 files open, %3 descriptors; ended in %4 ms"_s.arg(served)
+                          .arg(files)
+                          .arg(open)
+                          .arg(time.elapsed()),
+                      isServed && answered == std::min(served - 1, 200) && status == 0);
 }
 
 /// As many as the system lets a process have descriptors, 65,000 at most.
@@ -313,14 +315,15 @@ void manyConnections()
     const bool haveAllGone =
         waitUntil([&] { return target.bench().openDescriptors() < 100; }, 120s);
     const Sample times = asker.stop();
-    LoadTable::tell(u"%1 connections, with the limit raised"_s.arg(count),
-                    u"all are taken, and others served"_s,
-                    u"%1 made in %2 s, memory %3 MiB more at most; others' 99th "
-                    "percentile %4, longest %5"_s.arg(made)
-                        .arg(double(taken) / 1000, 0, 'f', 1)
-                        .arg(growth)
-                        .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
-                    asker.isServed() && areAllThere && haveAllGone && made == count);
+    LoadTable::report(
+        u"%1 connections, with the limit raised"_s.arg(count),
+        u"all are taken, and others served"_s,
+        u"%1 made in %2 s, memory %3 MiB more at most; others' 99th "
+        "percentile %4, longest %5"_s.arg(made)
+            .arg(double(taken) / 1000, 0, 'f', 1)
+            .arg(growth)
+            .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
+        asker.isServed() && areAllThere && haveAllGone && made == count);
 }
 
 /// Peers that disappear: their system forgets the connection.
@@ -345,12 +348,13 @@ void halfOpen()
     const bool haveAllGone =
         waitUntil([&] { return target.bench().openDescriptors() <= before + 10; }, 60s);
     const Sample times = asker.stop();
-    LoadTable::tell(u"%1 peers that are lost without a word"_s.arg(count),
-                    u"noticed within 40 s, and others served"_s,
-                    u"all gone after %1 s; others' 99th percentile %2, longest %3"_s
-                        .arg(double(time.elapsed()) / 1000, 0, 'f', 1)
-                        .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
-                    asker.isServed() && haveAllGone && time.elapsed() < 40'000);
+    LoadTable::report(
+        u"%1 peers that are lost without a word"_s.arg(count),
+        u"noticed within 40 s, and others served"_s,
+        u"all gone after %1 s; others' 99th percentile %2, longest %3"_s
+            .arg(double(time.elapsed()) / 1000, 0, 'f', 1)
+            .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1))),
+        asker.isServed() && haveAllGone && time.elapsed() < 40'000);
 }
 
 void slowPeers()
@@ -374,12 +378,13 @@ void slowPeers()
         QTest::qWait(1000);
     }
     const Sample times = asker.stop();
-    LoadTable::tell(u"%1 peers that send a byte a second, for %2 s"_s.arg(count).arg(seconds),
-                    u"another's answer within 100 ms (99th percentile)"_s,
-                    u"99th percentile %1, longest %2; memory %3 MiB more at most"_s
-                        .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1)))
-                        .arg(target.growth()),
-                    asker.isServed() && times.atShare(0.99) < 100);
+    LoadTable::report(
+        u"%1 peers that send a byte a second, for %2 s"_s.arg(count).arg(seconds),
+        u"another's answer within 100 ms (99th percentile)"_s,
+        u"99th percentile %1, longest %2; memory %3 MiB more at most"_s
+            .arg(inMilliseconds(times.atShare(0.99)), inMilliseconds(times.atShare(1)))
+            .arg(target.growth()),
+        asker.isServed() && times.atShare(0.99) < 100);
     for (const int descriptor : crowd) {
         close(descriptor);
     }
@@ -402,15 +407,15 @@ void pairings()
     time.start();
     const std::optional<int> status = target.bench().end();
     const qint64 size = QFileInfo(target.bench().session().settingsFile()).size() / 1024;
-    LoadTable::tell(u"%1 pairings with identifiers of 50 kB"_s.arg(count),
-                    u"all are accepted, none is remembered"_s,
-                    u"%1 accepted, memory %2 MiB more at most, settings of %3 KiB, ended in %4 ms"_s
-                        .arg(accepted)
-                        .arg(growth)
-                        .arg(size)
-                        .arg(time.elapsed()),
-                    accepted == count && status == 0 && growth < 50 && size < 100 &&
-                        time.elapsed() < 2000);
+    LoadTable::report(
+        u"%1 pairings with identifiers of 50 kB"_s.arg(count),
+        u"all are accepted, none is remembered"_s,
+        u"%1 accepted, memory %2 MiB more at most, settings of %3 KiB, ended in %4 ms"_s
+            .arg(accepted)
+            .arg(growth)
+            .arg(size)
+            .arg(time.elapsed()),
+        accepted == count && status == 0 && growth < 50 && size < 100 && time.elapsed() < 2000);
 }
 
 const std::map<QByteArray, void (*)()> attacks = {

@@ -91,8 +91,8 @@ int main(int argc, char **argv)
             std::fprintf(stderr, "%d kills, %d with a key or button left down\n", round, left);
         }
     }
-    LoadTable::tell(u"%1 kills amid floods of keys and clicks"_s.arg(rounds),
-                    u"no key and no button is down two seconds later"_s,
-                    u"one was after %1 of them"_s.arg(left), left == 0);
+    LoadTable::report(u"%1 kills during floods of keys and clicks"_s.arg(rounds),
+                      u"no key and no button is down two seconds later"_s,
+                      u"one was after %1 of them"_s.arg(left), left == 0);
     return LoadTable::haveAllHeld() ? 0 : 1;
 }

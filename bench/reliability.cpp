@@ -35,9 +35,9 @@ int scaled(int whole)
     return LoadTable::scaled(whole);
 }
 
-void tell(const QString &load, const QString &promised, const QString &measured, bool hasHeld)
+void report(const QString &load, const QString &promised, const QString &measured, bool hasHeld)
 {
-    LoadTable::tell(load, promised, measured, hasHeld);
+    LoadTable::report(load, promised, measured, hasHeld);
 }
 
 /// A new server for each load, and a check of the display afterwards.
@@ -49,7 +49,7 @@ public:
     {
         InputWatcher watcher(bench.session().display());
         if (!watcher.isConnected() || !waitUntil([&] { return watcher.isNothingHeld(); })) {
-            tell(u"(afterwards)"_s, u"no key is down"_s, u"one is"_s, false);
+            report(u"(afterwards)"_s, u"no key is down"_s, u"one is"_s, false);
         }
     }
     LoadedServer(const LoadedServer &) = delete;
@@ -75,9 +75,9 @@ void crowd()
     }
     const auto answered = std::count_if(handhelds.begin(), handhelds.end(),
                                         [](const auto &handheld) { return handheld->isServed(); });
-    tell(u"%1 clients at once"_s.arg(size), u"all are answered"_s,
-         u"%1 answered, in %2 s"_s.arg(answered).arg(static_cast<double>(time.elapsed()) / 1000),
-         size_t(answered) == size);
+    report(u"%1 clients at once"_s.arg(size), u"all are answered"_s,
+           u"%1 answered, in %2 s"_s.arg(answered).arg(static_cast<double>(time.elapsed()) / 1000),
+           size_t(answered) == size);
 }
 
 void flood(const QString &kind, const QByteArray &token, int flooderCount = 1)
@@ -95,13 +95,13 @@ void flood(const QString &kind, const QByteArray &token, int flooderCount = 1)
     for (const auto &flooder : flooders) {
         taken += flooder->stop() / Mebibyte / seconds;
     }
-    tell(u"a flood of %1 for %2 s"_s.arg(kind).arg(seconds),
-         u"another's answer within 20 ms (99th percentile)"_s,
-         u"median %1 ms, 99th percentile %2 ms; %3 MiB/s of the flood taken"_s
-             .arg(times.median(), 0, 'f', 1)
-             .arg(times.atShare(0.99), 0, 'f', 1)
-             .arg(taken),
-         asker.isServed() && times.atShare(0.99) < 20);
+    report(u"a flood of %1 for %2 s"_s.arg(kind).arg(seconds),
+           u"another's answer within 20 ms (99th percentile)"_s,
+           u"median %1 ms, 99th percentile %2 ms; %3 MiB/s of the flood taken"_s
+               .arg(times.median(), 0, 'f', 1)
+               .arg(times.atShare(0.99), 0, 'f', 1)
+               .arg(taken),
+           asker.isServed() && times.atShare(0.99) < 20);
 }
 
 void connections()
@@ -125,10 +125,10 @@ void connections()
     QTest::qWait(1000);
     const qint64 grown = (ProcessMemory::resident(server.processId()) - before) / Kibibyte;
     const int left = server.descriptors() - descriptors;
-    tell(u"%1 connections one after another"_s.arg(count),
-         u"memory grows by less than 1 MiB, no descriptor is left"_s,
-         u"%1 KiB, %2 descriptors, in %3 s"_s.arg(grown).arg(left).arg(seconds),
-         grown < 1024 && left <= 0);
+    report(u"%1 connections one after another"_s.arg(count),
+           u"memory grows by less than 1 MiB, no descriptor is left"_s,
+           u"%1 KiB, %2 descriptors, in %3 s"_s.arg(grown).arg(left).arg(seconds),
+           grown < 1024 && left <= 0);
 }
 
 void tokens()
@@ -148,12 +148,12 @@ void tokens()
         areAnswered = handheld.isServed();
     }
     const qint64 grown = (ProcessMemory::resident(server.processId()) - before) / Kibibyte;
-    tell(u"%1 tokens on one connection"_s.arg(count),
-         u"all are answered, memory grows by less than 1 MiB"_s,
-         u"%1, %2 KiB, %3 us a token"_s.arg(areAnswered ? u"all answered"_s : u"not answered"_s)
-             .arg(grown)
-             .arg(double(time.elapsed()) * 1000 / count, 0, 'f', 0),
-         areAnswered && grown < 1024);
+    report(u"%1 tokens on one connection"_s.arg(count),
+           u"all are answered, memory grows by less than 1 MiB"_s,
+           u"%1, %2 KiB, %3 us a token"_s.arg(areAnswered ? u"all answered"_s : u"not answered"_s)
+               .arg(grown)
+               .arg(double(time.elapsed()) * 1000 / count, 0, 'f', 0),
+           areAnswered && grown < 1024);
 }
 
 void silentReader()
@@ -171,13 +171,13 @@ void silentReader()
     }
     const Sample times = asker.stop();
     const qint64 grown = (ProcessMemory::peak(server.processId()) - before) / Mebibyte;
-    tell(u"a client that never reads its answers of 50 kB"_s,
-         u"disconnected past 4 MiB unsent, others unharmed"_s,
-         u"disconnected after %1 answers, memory %2 MiB more at most; others' 99th "
-         "percentile %3 ms"_s.arg(asked)
-             .arg(grown)
-             .arg(times.atShare(0.99), 0, 'f', 1),
-         asked < 2000 && grown < 32 && asker.isServed() && times.atShare(0.99) < 100);
+    report(u"a client that never reads its answers of 50 kB"_s,
+           u"disconnected past 4 MiB unsent, others unharmed"_s,
+           u"disconnected after %1 answers, memory %2 MiB more at most; others' 99th "
+           "percentile %3 ms"_s.arg(asked)
+               .arg(grown)
+               .arg(times.atShare(0.99), 0, 'f', 1),
+           asked < 2000 && grown < 32 && asker.isServed() && times.atShare(0.99) < 100);
 }
 
 void greedy()
@@ -197,9 +197,10 @@ void greedy()
     }
     const qint64 grown = (ProcessMemory::peak(server.processId()) - before) / Mebibyte;
     Handheld other(server.port());
-    tell(u"a client that stores ever more values"_s, u"disconnected past 16 MiB"_s,
-         u"disconnected after %1 MiB, memory %2 MiB more at most"_s.arg(sent / Mebibyte).arg(grown),
-         sent < 17 * Mebibyte && other.isServed());
+    report(
+        u"a client that stores ever more values"_s, u"disconnected past 16 MiB"_s,
+        u"disconnected after %1 MiB, memory %2 MiB more at most"_s.arg(sent / Mebibyte).arg(grown),
+        sent < 17 * Mebibyte && other.isServed());
 }
 
 void loadAll()

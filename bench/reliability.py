@@ -215,7 +215,7 @@ def bench_rows(program, share):
 
 
 def test_results():
-    """What the functions of the tests told: name -> results, name -> figures."""
+    """The results of the test functions: name -> results, name -> figures."""
     programs = "|".join(sorted({program for _, _, program, _ in FAULTS}))
     run = subprocess.run(["ctest", "--preset", "dev", "-j2", "-V", "-R", f"^({programs})$"],
                          text=True, stdout=subprocess.PIPE)

@@ -17,7 +17,7 @@ demo_port=
 
 # run_demo SERVER QUILLMOTE PICTURES ONCE: the whole demonstration; screenshot.png goes into PICTURES. Returns
 # 0 when the text arrived and, when ONCE is "yes", the server ended well; otherwise it serves on until
-# it is told to end.
+# it is asked to exit.
 run_demo() {
     demo_quillmote=$2
     demo_pictures=$3

@@ -11,7 +11,7 @@ namespace {
 /// A tray that has embedded the icon still moves it while it makes room.
 constexpr std::chrono::milliseconds calmTime(30);
 
-bool tellsOfAPlace(const QEvent &event)
+bool showsAPlace(const QEvent &event)
 {
     switch (event.type()) {
     case QEvent::Expose:
@@ -53,7 +53,7 @@ TrayPlacement::TrayPlacement(QSystemTrayIcon *trayIcon, std::chrono::millisecond
 
 bool TrayPlacement::eventFilter(QObject * /*watched*/, QEvent *event)
 {
-    if (tellsOfAPlace(*event)) {
+    if (showsAPlace(*event)) {
         calm.start(calmTime);
     }
     return false;

@@ -20,7 +20,7 @@ namespace {
 constexpr auto price = 200ms;
 constexpr int mostAtOnce = 50;
 
-void tellUser(const char *text)
+void warn(const char *text)
 {
     Messages::warning({QCoreApplication::translate("Opener", text)});
 }
@@ -39,9 +39,9 @@ void Opener::open(const QString &address)
 {
     const QUrl url(address);
     if (wouldBeAnOption(url)) {
-        tellUser(QT_TRANSLATE_NOOP("Opener", "Not opened: an address must not begin with \"-\"."));
+        warn(QT_TRANSLATE_NOOP("Opener", "Not opened: an address must not begin with \"-\"."));
     } else if (!takeTurn()) {
-        tellUser(QT_TRANSLATE_NOOP("Opener", "Not opened: too many addresses and files at once."));
+        warn(QT_TRANSLATE_NOOP("Opener", "Not opened: too many addresses and files at once."));
     } else {
         QDesktopServices::openUrl(url);
     }

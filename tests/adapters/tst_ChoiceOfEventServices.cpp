@@ -23,7 +23,7 @@ void tapLetter(EventServices &services)
 
 } // namespace
 
-/// Which adapter a session gets, and what its user is told when there is none.
+/// Which adapter a session gets, and the message to the user if there is none.
 class tst_ChoiceOfEventServices : public QObject
 {
     Q_OBJECT
@@ -33,7 +33,7 @@ private slots:
     void anX11DisplayIsTypedOn();
     void sessionsWithoutAdapterSayOnceWhatToDo_data();
     void sessionsWithoutAdapterSayOnceWhatToDo();
-    void nobodyIsToldBeforeSomethingIsPosted();
+    void nobodyIsWarnedBeforeSomethingIsPosted();
 };
 
 void tst_ChoiceOfEventServices::init()
@@ -94,7 +94,7 @@ void tst_ChoiceOfEventServices::sessionsWithoutAdapterSayOnceWhatToDo()
     services->postMouse({}, std::vector{MouseEvent{}}, EventTap::Hid);
 }
 
-void tst_ChoiceOfEventServices::nobodyIsToldBeforeSomethingIsPosted()
+void tst_ChoiceOfEventServices::nobodyIsWarnedBeforeSomethingIsPosted()
 {
     const auto services = makeEventServices();
     services->pointerLocation();

@@ -191,7 +191,8 @@ void tst_X11EventServices::theLayoutOfTheFakedKeyboardCounts()
     const auto faked = scene->watcher.deviceNumber(u"Virtual core XTEST keyboard"_s);
     QVERIFY(faked);
     QVERIFY(scene->setLayout({u"-device"_s, QString::number(*faked), u"-layout"_s, u"fr"_s}));
-    // The user's own keyboard has the other layout, and the core keyboard follows whoever types.
+    // The user's own keyboard has the other layout, and the core keyboard follows the device that
+    // types.
     for (int round = 0; round < 3; ++round) {
         scene->user.tap(LetterA);
         QVERIFY(scene->waitForTaps(1));

@@ -32,9 +32,9 @@ private slots:
     void moreItemsThanAnyListHasAreGarbage();
     void anUnfinishedAnswerIsNone_data();
     void anUnfinishedAnswerIsNone();
-    void tellsResponseParametersAndTag();
-    void tellsWhatBecameOfARequest_data();
-    void tellsWhatBecameOfARequest();
+    void returnsResponseParametersAndTag();
+    void returnsTheOutcomeOfARequest_data();
+    void returnsTheOutcomeOfARequest();
 };
 
 void tst_AnswerReader::readsWhatTheServerWrites_data()
@@ -248,7 +248,7 @@ void tst_AnswerReader::anUnfinishedAnswerIsNone()
     QVERIFY(!reader.take().has_value());
 }
 
-void tst_AnswerReader::tellsResponseParametersAndTag()
+void tst_AnswerReader::returnsResponseParametersAndTag()
 {
     AnswerReader reader;
     reader.append("{quillmote = \"42\";serverResponse = \"ERROR\";cmdParameters = (\"x\" );}");
@@ -261,7 +261,7 @@ void tst_AnswerReader::tellsResponseParametersAndTag()
     QVERIFY(!Answer().holds(0));
 }
 
-void tst_AnswerReader::tellsWhatBecameOfARequest_data()
+void tst_AnswerReader::returnsTheOutcomeOfARequest_data()
 {
     QTest::addColumn<TokenMap>("map");
     QTest::addColumn<Confirmation>("expected");
@@ -285,7 +285,7 @@ void tst_AnswerReader::tellsWhatBecameOfARequest_data()
         << TokenMap{{u"quillmote"_s, u"4"_s}, {u"question"_s, five}} << Confirmation::NotCarriedOut;
 }
 
-void tst_AnswerReader::tellsWhatBecameOfARequest()
+void tst_AnswerReader::returnsTheOutcomeOfARequest()
 {
     QFETCH(TokenMap, map);
     QFETCH(Confirmation, expected);

@@ -439,15 +439,15 @@ void tst_Connection::ofAFileThatGrowsNoMoreIsSentThanWasAnnounced()
     };
     QVERIFY(openConnection());
     std::optional<Outcome> end;
-    quint64 told = 0;
+    quint64 reported = 0;
     connection->sendFile(
-        "{ announcement }", 5, body, size, [&](quint64, quint64 total) { told = total; },
+        "{ announcement }", 5, body, size, [&](quint64, quint64 total) { reported = total; },
         [&](const Outcome &outcome) { end = outcome; });
     QTRY_VERIFY(end.has_value());
     QCOMPARE(end->kind, Kind::Done);
     QCOMPARE(announcement, QByteArray("{ announcement }"));
     QCOMPARE(quint64(received.size()), size);
-    QCOMPARE(told, size);
+    QCOMPARE(reported, size);
 }
 
 void tst_Connection::aFileThatHasBecomeShorterIsLost()

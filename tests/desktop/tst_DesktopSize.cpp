@@ -38,7 +38,7 @@ private slots:
     void sizeIsInTheUnitOfThePointersMoves_data();
     void sizeIsInTheUnitOfThePointersMoves();
     void twoScreensOfDifferentScaleAreOneDesktop();
-    void sizeIsToldWhileAnotherProgramKeepsTheDisplay();
+    void sizeIsReportedWhileAnotherProgramKeepsTheDisplay();
 
 private:
     /// Runs a program of the session to its end.
@@ -88,8 +88,8 @@ QSize tst_DesktopSize::toldSize(Handheld &handheld)
     if (!answer) {
         return {};
     }
-    const QStringList told = answer->value(u"cmdParameters"_s).toStringList();
-    return {told.value(1).toInt(), told.value(0).toInt()};
+    const QStringList reported = answer->value(u"cmdParameters"_s).toStringList();
+    return {reported.value(1).toInt(), reported.value(0).toInt()};
 }
 
 QSize tst_DesktopSize::wayOfThePointer()
@@ -149,7 +149,7 @@ void tst_DesktopSize::twoScreensOfDifferentScaleAreOneDesktop()
     QCOMPARE(toldSize(), wayOfThePointer());
 }
 
-void tst_DesktopSize::sizeIsToldWhileAnotherProgramKeepsTheDisplay()
+void tst_DesktopSize::sizeIsReportedWhileAnotherProgramKeepsTheDisplay()
 {
     QVERIFY(scene->start());
     Handheld handheld(scene->port());

@@ -240,13 +240,13 @@ void tst_DownloadDirectory::withoutAFullPathNothingIsSaved()
     QVERIFY(launch());
     QVERIFY(servesOthers());
     const auto before = Folders::listing(scene->session().home());
-    const QString told =
+    const QString reported =
         u"The file is not saved: the download directory \"%1\" is not a full path. "
         "Choose a folder in Preferences. "_s.arg(directory);
-    const auto timesTold = [&] {
+    const auto timesReported = [&] {
         const auto all = desk.notifications();
         return std::count_if(all.begin(), all.end(), [&](const Notification &notification) {
-            return notification.body == told;
+            return notification.body == reported;
         });
     };
     for (int file = 1; file <= 2; ++file) {
@@ -255,11 +255,11 @@ void tst_DownloadDirectory::withoutAFullPathNothingIsSaved()
         QVERIFY(handheld.sendAndSettle("some bytes"));
         QVERIFY(handheld.sendAndSettle("and more"));
         QVERIFY(!handheld.hasUnreadAnswer());
-        QVERIFY(waitUntil([&] { return timesTold() == file; }));
+        QVERIFY(waitUntil([&] { return timesReported() == file; }));
     }
     QCOMPARE(Folders::differences(before, Folders::listing(scene->session().home())),
              QStringList());
-    QCOMPARE(timesTold(), 2);
+    QCOMPARE(timesReported(), 2);
 }
 
 void tst_DownloadDirectory::transferHoldsOneDescriptor()

@@ -47,7 +47,7 @@ private slots:
     void portIsSaidOnceInATerminal();
     void portIsNotSaidElsewhere();
     void portThatIsLackingIsNotSaid();
-    void withoutATrayATerminalTellsOfGnome();
+    void withoutATrayATerminalMentionsGnome();
 
 private:
     bool open(DesktopSession::Parts parts);
@@ -305,7 +305,7 @@ void tst_Invocation::portThatIsLackingIsNotSaid()
     QCOMPARE(terminal.text(), QByteArray());
 }
 
-void tst_Invocation::withoutATrayATerminalTellsOfGnome()
+void tst_Invocation::withoutATrayATerminalMentionsGnome()
 {
     QVERIFY(open(DesktopSession::NoParts));
     PseudoTerminal terminal;

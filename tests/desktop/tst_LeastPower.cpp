@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// What the running programs have given up, as the kernel tells it.
+// The privileges that the running programs have dropped, as the kernel reports them.
 
 #include "support/session/ServerScene.h"
 

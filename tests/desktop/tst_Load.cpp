@@ -46,7 +46,7 @@ Crowd crowd(size_t size, quint16 port)
 }
 
 /// As many as the server has descriptors for, and one that waits. Not many that wait: the system
-/// keeps a short queue, and whoever is beyond it tries again after seconds.
+/// keeps a short queue, and connections beyond it are retried after seconds.
 Crowd crowdThatFills(quint16 port)
 {
     Crowd devices;

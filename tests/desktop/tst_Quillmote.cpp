@@ -145,7 +145,7 @@ private slots:
     void initTestCase();
     void cleanupTestCase();
 
-    void infoTellsTheSizeOfTheDesktop();
+    void infoPrintsTheSizeOfTheDesktop();
     void pairIsAcceptedWhenNobodyIsAsked();
     void keysAreTyped();
     void aThousandKeysAllArriveInOrder();
@@ -156,7 +156,7 @@ private slots:
     void anAddressIsOpened();
     void receivedFilesOpenLikeTheOriginals();
     void severalFilesGoOneAfterTheOther();
-    void fileThatCannotBeStoredIsToldOf();
+    void fileThatCannotBeStoredIsReported();
     void whatCannotBeSentIsRefusedWithAReason();
     void wrongUsageHasStatusTwo_data();
     void wrongUsageHasStatusTwo();
@@ -200,18 +200,18 @@ void tst_Quillmote::cleanupTestCase()
     }
 }
 
-void tst_Quillmote::infoTellsTheSizeOfTheDesktop()
+void tst_Quillmote::infoPrintsTheSizeOfTheDesktop()
 {
     const Run run = at({u"info"_s, u"--json"_s});
     QCOMPARE(run.status, 0);
-    const QJsonObject told = QJsonDocument::fromJson(run.output).object();
+    const QJsonObject reported = QJsonDocument::fromJson(run.output).object();
     const QByteArray geometry = outputOf(
         u"xwininfo"_s, {u"-display"_s, scene->session().display(), u"-root"_s, u"-stats"_s});
-    const QByteArray width = "Width: " + QByteArray::number(told.value(u"width"_s).toInt());
-    const QByteArray height = "Height: " + QByteArray::number(told.value(u"height"_s).toInt());
+    const QByteArray width = "Width: " + QByteArray::number(reported.value(u"width"_s).toInt());
+    const QByteArray height = "Height: " + QByteArray::number(reported.value(u"height"_s).toInt());
     QVERIFY2(geometry.contains(width + '\n') && geometry.contains(height + '\n'),
              geometry.constData());
-    QCOMPARE(told.value(u"platform"_s).toString(), u"MAC-OSX"_s);
+    QCOMPARE(reported.value(u"platform"_s).toString(), u"MAC-OSX"_s);
     QVERIFY(at({u"info"_s}).output.contains(" pixels, MAC-OSX\n"));
 }
 
@@ -349,7 +349,7 @@ void tst_Quillmote::severalFilesGoOneAfterTheOther()
     QVERIFY(contentOf(received(u"big"_s)).endsWith("; }\n" + QByteArray(8 * 1024 * 1024 + 3, 'b')));
 }
 
-void tst_Quillmote::fileThatCannotBeStoredIsToldOf()
+void tst_Quillmote::fileThatCannotBeStoredIsReported()
 {
     writeFile(original(u"kept"_s), QByteArray(5000, 'k'));
     const QString folder = scene->session().path(u"in"_s);

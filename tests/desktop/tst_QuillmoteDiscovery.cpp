@@ -53,7 +53,7 @@ private slots:
     void controlCharactersInNamesAreEscaped();
     void noServerHasStatusThree();
     void aNameThatNobodyHasHasStatusThree();
-    void watchingTellsWhatComesAndGoes();
+    void watchingReportsWhatComesAndGoes();
     void aServerThatComesWhileItIsLookedForIsFound();
 
 private:
@@ -370,25 +370,25 @@ void tst_QuillmoteDiscovery::aNameThatNobodyHasHasStatusThree()
     QVERIFY(timer.elapsed() >= 1000);
 }
 
-void tst_QuillmoteDiscovery::watchingTellsWhatComesAndGoes()
+void tst_QuillmoteDiscovery::watchingReportsWhatComesAndGoes()
 {
     ChildProcess watcher;
     start(watcher, {u"discover"_s, u"--watch"_s});
     ChildProcess jsonWatcher;
     start(jsonWatcher, {u"discover"_s, u"--watch"_s, u"--json"_s});
-    QByteArray told;
-    const auto hasTold = [&](const QByteArray &expected) {
-        return waitUntil([&] { return (told += watcher.readAllStandardOutput()) == expected; });
+    QByteArray reported;
+    const auto hasReported = [&](const QByteArray &expected) {
+        return waitUntil([&] { return (reported += watcher.readAllStandardOutput()) == expected; });
     };
     launch();
     QByteArray expected = "found\t" + line(hostName(), scene->port());
-    QVERIFY2(hasTold(expected), told.constData());
+    QVERIFY2(hasReported(expected), reported.constData());
     QCOMPARE(scene->problemAtEnd(), QByteArray());
     expected += "gone\t" + hostName().toUtf8() + '\n';
-    QVERIFY2(hasTold(expected), told.constData());
+    QVERIFY2(hasReported(expected), reported.constData());
     launch();
     expected += "found\t" + line(hostName(), scene->port());
-    QVERIFY2(hasTold(expected), told.constData());
+    QVERIFY2(hasReported(expected), reported.constData());
     handheldDaemon->stop();
     QVERIFY(waitUntil([&] { return watcher.state() == QProcess::NotRunning; }));
     QVERIFY(waitUntil([&] { return jsonWatcher.state() == QProcess::NotRunning; }));

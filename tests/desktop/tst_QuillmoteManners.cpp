@@ -62,8 +62,8 @@ private slots:
     void thereIsOneKeeperAtMost();
     void keysLeaveNoKeeper();
     void theBalloonIsSeenAfterTheCommand();
-    void waitingForAPersonIsTold();
-    void theRemoteTellsOfWaitingToo();
+    void waitingForAPersonIsReported();
+    void theRemoteReportsWaitingToo();
     void anAnswerAtOnceIsNotWaitedFor();
     void theIdentityIsRandomAndKept();
     void lossyTextArrives();
@@ -85,7 +85,7 @@ private:
     /// The same as a line for a shell; its words need no quotes.
     QString commandLine(const QStringList &arguments) const;
     Run shell(const QString &line) const;
-    QStringList told() const;
+    QStringList reported() const;
     pid_t keeper() const;
     bool closePreferences() const;
 
@@ -129,7 +129,7 @@ bool tst_QuillmoteManners::start(DesktopSession::Parts parts)
     desk = std::make_unique<NotificationDesk>(scene->session().busAddress());
     scene->launch();
     return scene->port() != 0 &&
-           waitUntil([this] { return told().contains(u"Server Started..."_s); });
+           waitUntil([this] { return reported().contains(u"Server Started..."_s); });
 }
 
 void tst_QuillmoteManners::prepare(QProcess &program, const QStringList &arguments) const
@@ -183,7 +183,7 @@ Run tst_QuillmoteManners::shell(const QString &line) const
 }
 
 /// What the server has shown so far, without the blanks at the ends.
-QStringList tst_QuillmoteManners::told() const
+QStringList tst_QuillmoteManners::reported() const
 {
     QStringList bodies;
     for (const Notification &notification : desk->notifications()) {
@@ -240,10 +240,10 @@ void tst_QuillmoteManners::whatHappenedStaysToBeRead()
     QVERIFY2(run.output.endsWith("end\n"), run.output.constData());
     QVERIFY2(run.milliseconds < 3'000, QByteArray::number(run.milliseconds).constData());
 
-    QVERIFY(waitUntil([&] { return told().last().contains(body); }));
+    QVERIFY(waitUntil([&] { return reported().last().contains(body); }));
     const pid_t process = keeper();
     QVERIFY(process > 0);
-    QVERIFY(waitUntil([&] { return told().last() == u"Device Disconnected"_s; }));
+    QVERIFY(waitUntil([&] { return reported().last() == u"Device Disconnected"_s; }));
     qInfo("Disconnected %lld ms after the end", static_cast<long long>(sinceReturn.elapsed()));
     QVERIFY(sinceReturn.elapsed() > 4'000 && sinceReturn.elapsed() < 8'000);
     QVERIFY(waitUntil([&] { return !QFile::exists(u"/proc/%1"_s.arg(process)); }));
@@ -259,7 +259,7 @@ void tst_QuillmoteManners::thereIsOneKeeperAtMost()
         QVERIFY(waitUntil([&] { return keeper() != 0 && !keepers.contains(keeper()); }));
         keepers += keeper();
         // Each balloon is the latest: the earlier connection was closed before.
-        QVERIFY2(told().last().contains(u"in clipboard"_s), qPrintable(told().join(u'|')));
+        QVERIFY2(reported().last().contains(u"in clipboard"_s), qPrintable(reported().join(u'|')));
     }
     for (const pid_t earlier : keepers.mid(0, 3)) {
         // Long before its time. Until init has collected it, its entry in /proc may stay for a
@@ -267,7 +267,7 @@ void tst_QuillmoteManners::thereIsOneKeeperAtMost()
         QVERIFY(waitUntil([&] { return hasEnded(earlier); }, 1s));
         QVERIFY(waitUntil([&] { return !QFile::exists(u"/proc/%1"_s.arg(earlier)); }));
     }
-    QCOMPARE(told().count(u"Device Disconnected"_s), 3);
+    QCOMPARE(reported().count(u"Device Disconnected"_s), 3);
     QCOMPARE(scene->server().openDescriptors(), before + 1);
 }
 
@@ -278,7 +278,7 @@ void tst_QuillmoteManners::keysLeaveNoKeeper()
          {QStringList{u"key"_s, u"A"_s}, QStringList{u"move"_s, u"1"_s, u"1"_s},
           QStringList{u"click"_s}, QStringList{u"info"_s}, QStringList{u"paste"_s}}) {
         at(arguments);
-        QVERIFY(waitUntil([&] { return told().last() == u"Device Disconnected"_s; }));
+        QVERIFY(waitUntil([&] { return reported().last() == u"Device Disconnected"_s; }));
         QCOMPARE(keeper(), 0);
     }
 }
@@ -300,7 +300,7 @@ void tst_QuillmoteManners::theBalloonIsSeenAfterTheCommand()
     QVERIFY(scene->view().saveScreenshot(u"balloon-six-seconds-after-open"_s));
 }
 
-void tst_QuillmoteManners::waitingForAPersonIsTold()
+void tst_QuillmoteManners::waitingForAPersonIsReported()
 {
     scene = std::make_unique<ServerScene>();
     scene->storeSetting(u"pairNeedsApproval"_s, true);
@@ -329,7 +329,7 @@ void tst_QuillmoteManners::waitingForAPersonIsTold()
     }
 }
 
-void tst_QuillmoteManners::theRemoteTellsOfWaitingToo()
+void tst_QuillmoteManners::theRemoteReportsWaitingToo()
 {
     scene = std::make_unique<ServerScene>();
     scene->storeSetting(u"pairNeedsApproval"_s, true);

@@ -196,10 +196,10 @@ void tst_QuillmoteSend::plainTextBeginsOnItsSecondLine()
     QVERIFY(arrived(u"page.md"_s)[0].startsWith("<!-- { "));
     QCOMPARE(arrived(u"page.md"_s).mid(1), (QByteArrayList{"# Title", ""}));
     QVERIFY(arrived(u"dos.txt"_s)[0].endsWith("}\r"));
-    const QByteArray told = "note: a.txt, README, dos.txt: the first line will be the transfer "
-                            "request; the text begins on the second line.\n";
+    const QByteArray reported = "note: a.txt, README, dos.txt: the first line will be the transfer "
+                                "request; the text begins on the second line.\n";
     QCOMPARE(run.errors.count("first line"), 1);
-    QVERIFY2(run.errors.contains(told), run.errors.constData());
+    QVERIFY2(run.errors.contains(reported), run.errors.constData());
 }
 
 void tst_QuillmoteSend::aFileIsSavedUnderAnotherName()

@@ -152,7 +152,7 @@ void ConnectionModel::dispatch()
     } else if (command == "FILE_TRANSFER_AND_OPEN"_L1) {
         startFile();
     } else if (command == "SERVER_INFO"_L1) {
-        tellSize();
+        reportSize();
     } else if (command == "KEYBOARD_CMD"_L1) {
         typeKeys();
     } else if (command == "MOUSE_CMD"_L1) {
@@ -254,7 +254,7 @@ void ConnectionModel::readOn()
     }
 }
 
-void ConnectionModel::tellSize()
+void ConnectionModel::reportSize()
 {
     token[u"cmdParameters"_s] = QStringList{QString::number(desktopSize.height()),
                                             QString::number(desktopSize.width()), u"MAC-OSX"_s};

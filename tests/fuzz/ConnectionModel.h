@@ -82,7 +82,7 @@ private:
     void hand(const QString &address);
     void takeText();
     void startFile();
-    void tellSize();
+    void reportSize();
     void typeKeys();
     void useMouse();
     void answerClipboard(const std::optional<QString> &text);

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // The input is a session of handhelds with the server, one connection at a time, over a socket in
-// memory. The byte 0xff ends a read; the byte behind it tells what happens before the next one:
+// memory. The byte 0xff ends a read; the byte after it says what happens before the next one:
 //
 //   x  the handheld leaves, and another one comes
 //   r  if a file is on its way, the next read is repeated until it has some 20 KB, R  some 300 KB

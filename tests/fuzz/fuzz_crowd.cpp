@@ -12,8 +12,8 @@
 //   |  (and all others) nothing
 //
 // Beside them an honest handheld asks one question after each read. It is never disconnected and
-// always answered; what all hold is counted in full and never more than the limit; whoever else is
-// disconnected has been told why; and in the end nothing is held.
+// always answered; what all hold is counted in full and never more than the limit; every other
+// handheld that is disconnected has a logged reason; and in the end nothing is held.
 
 #include "doubles/MemorySocket.h"
 #include "doubles/RecordingHost.h"

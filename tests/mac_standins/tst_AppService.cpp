@@ -23,10 +23,10 @@ class tst_AppService : public QObject
 private slots:
     void init() { standin::reset(); }
 
-    void theRegisterIsToldOnlyWhatItDoesNotHold_data();
-    void theRegisterIsToldOnlyWhatItDoesNotHold();
-    void aRefusalIsToldToTheUser_data();
-    void aRefusalIsToldToTheUser();
+    void theRegisterIsChangedOnlyIfItDiffers_data();
+    void theRegisterIsChangedOnlyIfItDiffers();
+    void aRefusalIsReportedToTheUser_data();
+    void aRefusalIsReportedToTheUser();
     void anAgentOfAnEarlierSystemIsRemoved_data();
     void anAgentOfAnEarlierSystemIsRemoved();
 
@@ -34,7 +34,7 @@ private:
     const QString path = u"/Applications/VornaServer.app"_s;
 };
 
-void tst_AppService::theRegisterIsToldOnlyWhatItDoesNotHold_data()
+void tst_AppService::theRegisterIsChangedOnlyIfItDiffers_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<bool>("isEnabled");
@@ -49,7 +49,7 @@ void tst_AppService::theRegisterIsToldOnlyWhatItDoesNotHold_data()
     QTest::newRow("not found, off") << 3 << false << "";
 }
 
-void tst_AppService::theRegisterIsToldOnlyWhatItDoesNotHold()
+void tst_AppService::theRegisterIsChangedOnlyIfItDiffers()
 {
     QFETCH(int, status);
     QFETCH(bool, isEnabled);
@@ -67,7 +67,7 @@ void tst_AppService::theRegisterIsToldOnlyWhatItDoesNotHold()
     QCOMPARE(messages.all(), QStringList());
 }
 
-void tst_AppService::aRefusalIsToldToTheUser_data()
+void tst_AppService::aRefusalIsReportedToTheUser_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<bool>("isEnabled");
@@ -75,7 +75,7 @@ void tst_AppService::aRefusalIsToldToTheUser_data()
     QTest::newRow("unregister") << 1 << false;
 }
 
-void tst_AppService::aRefusalIsToldToTheUser()
+void tst_AppService::aRefusalIsReportedToTheUser()
 {
     QFETCH(int, status);
     QFETCH(bool, isEnabled);

@@ -61,7 +61,7 @@ private slots:
     void aBundleThatMovedIsFollowed();
     void disablingRemovesOnlyOurFile();
     void aProgramWithoutABundleIsNotStarted();
-    void aFolderThatCannotBeWrittenIsTold();
+    void aFolderThatCannotBeWrittenIsReported();
     void nothingHalfWrittenIsLeftBehind();
     void theUsersAgentsAreUsedWithoutARegister();
 
@@ -129,7 +129,7 @@ void tst_LaunchAgent::aProgramWithoutABundleIsNotStarted()
     QVERIFY(!QFile::exists(file()));
 }
 
-void tst_LaunchAgent::aFolderThatCannotBeWrittenIsTold()
+void tst_LaunchAgent::aFolderThatCannotBeWrittenIsReported()
 {
     QFile inTheWay(agents());
     QVERIFY(inTheWay.open(QIODevice::WriteOnly));

@@ -23,8 +23,8 @@ private slots:
     void cleanup() { QCOMPARE(standin::liveObjects(), 0); }
 
     void thePermissionIsAskedForOnceAtTheStart();
-    void theFirstEventWithoutPermissionTellsTheUserOnce_data();
-    void theFirstEventWithoutPermissionTellsTheUserOnce();
+    void theFirstEventWithoutPermissionWarnsTheUserOnce_data();
+    void theFirstEventWithoutPermissionWarnsTheUserOnce();
     void aPermissionGivenMeanwhileIsNotAskedForAgain();
     void thePointersPlaceIsReadFromAnEmptyEvent();
     void aShortcutPostsTwoEventsWithTheSameFlagsToTheSessionTap();
@@ -54,14 +54,14 @@ void tst_QuartzEventServices::thePermissionIsAskedForOnceAtTheStart()
     QCOMPARE(standin::callsNamed(u"AX"_s), QStringList(u"AXIsProcessTrustedWithOptions prompt"_s));
 }
 
-void tst_QuartzEventServices::theFirstEventWithoutPermissionTellsTheUserOnce_data()
+void tst_QuartzEventServices::theFirstEventWithoutPermissionWarnsTheUserOnce_data()
 {
     QTest::addColumn<bool>("isKey");
     QTest::newRow("key") << true;
     QTest::newRow("pointer") << false;
 }
 
-void tst_QuartzEventServices::theFirstEventWithoutPermissionTellsTheUserOnce()
+void tst_QuartzEventServices::theFirstEventWithoutPermissionWarnsTheUserOnce()
 {
     QFETCH(bool, isKey);
     world().isTrusted = false;

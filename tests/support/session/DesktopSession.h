@@ -46,7 +46,8 @@ public:
     /// was added to their environment; the parts of the session itself run on.
     void beginAnew();
 
-    /// Where programs started from now on look for the system bus; it leads nowhere until told.
+    /// Where programs that are started from now on look for the system bus; by default there is
+    /// none.
     void useSystemBus(const QString &address) { systemBusAddress = address; }
     /// Adds to what programs started from now on find in their environment.
     void addVariable(const QString &name, const QString &value) { variables.insert(name, value); }

@@ -12,7 +12,7 @@ namespace {
 
 const char EntryName[] = "recording-opener.desktop";
 
-/// Without a desktop environment xdg-open asks file(1) for the kind of a file, and that tells by
+/// Without a desktop environment xdg-open asks file(1) for the kind of a file, which decides by
 /// what is in it.
 const QList<QByteArray> Kinds{
     "x-scheme-handler/http", "x-scheme-handler/https", "text/plain",    "application/octet-stream",

@@ -73,7 +73,7 @@ private slots:
     void theWindowIsNotShown();
 
     void theServerRunsAtOnce();
-    void startingIsToldByABalloon();
+    void startingIsAnnouncedByABalloon();
     void theServerDoesNotWaitForTheIconsPlace();
     void aChoiceBeforeTheIconHasItsPlaceHolds();
     void balloonsWaitForTheIconsPlace();
@@ -294,7 +294,7 @@ void tst_Window::theServerRunsAtOnce()
     QCOMPARE(trayIcon->toolTip(), u"VornaServer"_s);
 }
 
-void tst_Window::startingIsToldByABalloon()
+void tst_Window::startingIsAnnouncedByABalloon()
 {
     makeWindow();
     QCOMPARE(balloonTexts(), QStringList{u"Server Started... "_s});

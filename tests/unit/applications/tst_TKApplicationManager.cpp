@@ -61,9 +61,9 @@ private slots:
     void openingStartsWhatDoesNotRun();
     void openingWhatRunsDoesNothingAndSaysNothing_data();
     void openingWhatRunsDoesNothingAndSaysNothing();
-    void openingWhatIsNotInstalledIsOnlyTold();
-    void openingAnUnknownNameIsOnlyTold_data();
-    void openingAnUnknownNameIsOnlyTold();
+    void openingWhatIsNotInstalledIsOnlyReported();
+    void openingAnUnknownNameIsOnlyReported_data();
+    void openingAnUnknownNameIsOnlyReported();
 
     void quittingActivatesThenTypesTheShortcut_data();
     void quittingActivatesThenTypesTheShortcut();
@@ -199,7 +199,7 @@ void tst_TKApplicationManager::openingWhatRunsDoesNothingAndSaysNothing()
     QCOMPARE(messages->all(), QStringList());
 }
 
-void tst_TKApplicationManager::openingWhatIsNotInstalledIsOnlyTold()
+void tst_TKApplicationManager::openingWhatIsNotInstalledIsOnlyReported()
 {
     record.applications.clear();
     manager->openApplication(u"Finder"_s);
@@ -209,12 +209,12 @@ void tst_TKApplicationManager::openingWhatIsNotInstalledIsOnlyTold()
              QStringList({u"debug: \"Starting Finder\" "_s, u"debug: \"Starting Unitron\" "_s}));
 }
 
-void tst_TKApplicationManager::openingAnUnknownNameIsOnlyTold_data()
+void tst_TKApplicationManager::openingAnUnknownNameIsOnlyReported_data()
 {
     addUnknownNames();
 }
 
-void tst_TKApplicationManager::openingAnUnknownNameIsOnlyTold()
+void tst_TKApplicationManager::openingAnUnknownNameIsOnlyReported()
 {
     QFETCH(QString, name);
     manager->openApplication(name);

@@ -72,16 +72,16 @@ private slots:
     void shortcutsAreTyped();
     void everyKeyOfTheTableIsTypedIfItsNameHasNoSmallLetter_data();
     void everyKeyOfTheTableIsTypedIfItsNameHasNoSmallLetter();
-    void keysThatAreNotThereAreTold_data();
-    void keysThatAreNotThereAreTold();
-    void modifiersAloneAreToldButNotTyped_data();
-    void modifiersAloneAreToldButNotTyped();
+    void keysThatAreNotThereAreReported_data();
+    void keysThatAreNotThereAreReported();
+    void modifiersAloneAreReportedButNotTyped_data();
+    void modifiersAloneAreReportedButNotTyped();
     void aParseAloneTypesNothing();
-    void aParseAloneOfAnUnknownKeyTellsOnlyThat();
+    void aParseAloneOfAnUnknownKeyReportsOnlyThat();
     void theKeyOfTheLastParseCanBeRepeated();
     void aFailedParseLeavesNothingToRepeat();
     void flagsOfAnEarlierShortcutAreForgotten();
-    void generatingBeforeAnyParseIsTold();
+    void generatingBeforeAnyParseIsReported();
     void tappingGoesThroughTheVirtualOperations();
 
     void movingPostsTheSumOfPositionAndOffset_data();
@@ -191,7 +191,7 @@ void tst_InteractionManagerMac::everyKeyOfTheTableIsTypedIfItsNameHasNoSmallLett
     }
 }
 
-void tst_InteractionManagerMac::keysThatAreNotThereAreTold_data()
+void tst_InteractionManagerMac::keysThatAreNotThereAreReported_data()
 {
     QTest::addColumn<QString>("shortcut");
 
@@ -212,7 +212,7 @@ void tst_InteractionManagerMac::keysThatAreNotThereAreTold_data()
     QTest::newRow("many") << u"x+"_s.repeated(100'000);
 }
 
-void tst_InteractionManagerMac::keysThatAreNotThereAreTold()
+void tst_InteractionManagerMac::keysThatAreNotThereAreReported()
 {
     const MessageRecorder messages;
     QFETCH(QString, shortcut);
@@ -224,7 +224,7 @@ void tst_InteractionManagerMac::keysThatAreNotThereAreTold()
     QCOMPARE(messages.warnings().at(1), notTyped);
 }
 
-void tst_InteractionManagerMac::modifiersAloneAreToldButNotTyped_data()
+void tst_InteractionManagerMac::modifiersAloneAreReportedButNotTyped_data()
 {
     QTest::addColumn<QString>("shortcut");
     for (const char *shortcut :
@@ -233,7 +233,7 @@ void tst_InteractionManagerMac::modifiersAloneAreToldButNotTyped_data()
     }
 }
 
-void tst_InteractionManagerMac::modifiersAloneAreToldButNotTyped()
+void tst_InteractionManagerMac::modifiersAloneAreReportedButNotTyped()
 {
     const MessageRecorder messages;
     QFETCH(QString, shortcut);
@@ -250,7 +250,7 @@ void tst_InteractionManagerMac::aParseAloneTypesNothing()
     QCOMPARE(messages.all(), QStringList());
 }
 
-void tst_InteractionManagerMac::aParseAloneOfAnUnknownKeyTellsOnlyThat()
+void tst_InteractionManagerMac::aParseAloneOfAnUnknownKeyReportsOnlyThat()
 {
     const MessageRecorder messages;
     manager->extractKeyCodeAndModifiers(u"Cmd+Tab"_s);
@@ -290,7 +290,7 @@ void tst_InteractionManagerMac::flagsOfAnEarlierShortcutAreForgotten()
     QCOMPARE(record.keyboardEvents()[2].flags, quint64(0));
 }
 
-void tst_InteractionManagerMac::generatingBeforeAnyParseIsTold()
+void tst_InteractionManagerMac::generatingBeforeAnyParseIsReported()
 {
     const MessageRecorder messages;
     manager->generateKeyEvent(false);

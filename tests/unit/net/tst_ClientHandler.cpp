@@ -78,9 +78,9 @@ private slots:
     void aKeySentAgainOverwritesAndOthersStay();
     void anythingElseIsDroppedWithoutAWord_data();
     void anythingElseIsDroppedWithoutAWord();
-    void aReversedTokenIsTold();
-    void aPrefixIsTold();
-    void bracesWithoutAnythingToCutAreNotTold();
+    void aReversedTokenIsReported();
+    void aPrefixIsReported();
+    void bracesWithoutAnythingToCutAreNotReported();
     void whatALeavingPeerSentLastIsRead();
     void aTokenMayEndTheHandler();
 
@@ -131,8 +131,8 @@ private slots:
     void aTransferThatCannotBeOpenedNeverEnds_data();
     void aTransferThatCannotBeOpenedNeverEnds();
     void aPipeThatIsReadGetsNothing();
-    void withoutAFullPathNothingIsSavedAndTheUserIsTold_data();
-    void withoutAFullPathNothingIsSavedAndTheUserIsTold();
+    void withoutAFullPathNothingIsSavedAndTheUserIsWarned_data();
+    void withoutAFullPathNothingIsSavedAndTheUserIsWarned();
     void aTransferHoldsOneDescriptor();
     void aFailedWriteRaisesTheCount();
     void aSizeBeyondTheRangeOfTheCountEndsAtOnce_data();
@@ -141,8 +141,8 @@ private slots:
     void theLargestCountStaysWhereItIs();
     void aPeerThatLeavesDuringATransferLeavesWhatItSent();
 
-    void aPeerThatLeavesIsToldAndEndsTheHandler();
-    void aBrokenConnectionIsToldTwiceAndEndsTheHandlerOnce();
+    void aPeerThatLeavesIsReportedAndEndsTheHandler();
+    void aBrokenConnectionIsReportedTwiceAndEndsTheHandlerOnce();
     void anErrorAloneEndsNothing();
     void theSocketIsLeftToItsOwner();
 
@@ -316,7 +316,7 @@ void tst_ClientHandler::anythingElseIsDroppedWithoutAWord()
     QCOMPARE(answers(), QByteArray());
 }
 
-void tst_ClientHandler::aReversedTokenIsTold()
+void tst_ClientHandler::aReversedTokenIsReported()
 {
     deliver("a = \"b\";\n} {\nc");
     QCOMPARE(messages->all(), QStringList{u"debug: Bad token :  \"a = \"b\"; } { c\" "_s});
@@ -324,7 +324,7 @@ void tst_ClientHandler::aReversedTokenIsTold()
     QVERIFY(handler->token.isEmpty());
 }
 
-void tst_ClientHandler::aPrefixIsTold()
+void tst_ClientHandler::aPrefixIsReported()
 {
     deliver("prefix{ a = b; }");
     QCOMPARE(messages->all(), QStringList{u"debug: Fix token... "_s});
@@ -332,7 +332,7 @@ void tst_ClientHandler::aPrefixIsTold()
     QCOMPARE(handler->token, TokenMap({{u"a"_s, u"b"_s}}));
 }
 
-void tst_ClientHandler::bracesWithoutAnythingToCutAreNotTold()
+void tst_ClientHandler::bracesWithoutAnythingToCutAreNotReported()
 {
     deliver("x{ } y{");
     QCOMPARE(messages->all(), QStringList());
@@ -1005,7 +1005,7 @@ void tst_ClientHandler::aPipeThatIsReadGetsNothing()
     QCOMPARE(files->count(), 0);
 }
 
-void tst_ClientHandler::withoutAFullPathNothingIsSavedAndTheUserIsTold_data()
+void tst_ClientHandler::withoutAFullPathNothingIsSavedAndTheUserIsWarned_data()
 {
     QTest::addColumn<QString>("directory");
 
@@ -1015,24 +1015,24 @@ void tst_ClientHandler::withoutAFullPathNothingIsSavedAndTheUserIsTold_data()
     QTest::newRow("a home") << "~";
 }
 
-void tst_ClientHandler::withoutAFullPathNothingIsSavedAndTheUserIsTold()
+void tst_ClientHandler::withoutAFullPathNothingIsSavedAndTheUserIsWarned()
 {
     QFETCH(QString, directory);
     QSettings().setValue("downloadDirectory", directory);
     const QString before = QDir::currentPath();
     QDir::setCurrent(home->path());
-    const QStringList told = {u"debug: File:  \""_s + directory + u"/note\" "_s,
-                              u"warning: The file is not saved: the download directory \""_s +
-                                  directory +
-                                  u"\" is not a full path. Choose a folder in Preferences. "_s};
+    const QStringList reported = {u"debug: File:  \""_s + directory + u"/note\" "_s,
+                                  u"warning: The file is not saved: the download directory \""_s +
+                                      directory +
+                                      u"\" is not a full path. Choose a folder in Preferences. "_s};
     handler->setFileToTransfer(u"note"_s, 0);
-    QCOMPARE(messages->all(), told);
+    QCOMPARE(messages->all(), reported);
     deliver("content");
     deliver("more");
     // Once per file, not once per chunk.
-    QCOMPARE(messages->all(), told);
+    QCOMPARE(messages->all(), reported);
     handler->setFileToTransfer(u"note"_s, 0);
-    QCOMPARE(messages->all(), told + told);
+    QCOMPARE(messages->all(), reported + reported);
     QDir::setCurrent(before);
     QCOMPARE(files->count(), 0);
     QVERIFY(!QFile::exists(home->path(u"note"_s)));
@@ -1128,7 +1128,7 @@ void tst_ClientHandler::aPeerThatLeavesDuringATransferLeavesWhatItSent()
 
 // ---- The end ------------------------------------------------------------------------------------
 
-void tst_ClientHandler::aPeerThatLeavesIsToldAndEndsTheHandler()
+void tst_ClientHandler::aPeerThatLeavesIsReportedAndEndsTheHandler()
 {
     const QSignalSpy ends(handler, &QObject::destroyed);
     sockets->peer.disconnectFromHost();
@@ -1137,7 +1137,7 @@ void tst_ClientHandler::aPeerThatLeavesIsToldAndEndsTheHandler()
     QCOMPARE(messages->warnings(), QStringList{u"Device Disconnected "_s});
 }
 
-void tst_ClientHandler::aBrokenConnectionIsToldTwiceAndEndsTheHandlerOnce()
+void tst_ClientHandler::aBrokenConnectionIsReportedTwiceAndEndsTheHandlerOnce()
 {
     const QSignalSpy ends(handler, &QObject::destroyed);
     // Closing without lingering resets the connection.

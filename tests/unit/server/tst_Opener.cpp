@@ -68,9 +68,9 @@ int tst_Opener::opened(int count)
         opener->open(u"http://example.net/"_s);
     }
     const auto sum = desktop->opened.size();
-    const QStringList told(count - sum,
-                           u"warning: Not opened: too many addresses and files at once. "_s);
-    return messages->all() == told ? static_cast<int>(sum) : -1;
+    const QStringList reported(count - sum,
+                               u"warning: Not opened: too many addresses and files at once. "_s);
+    return messages->all() == reported ? static_cast<int>(sum) : -1;
 }
 
 void tst_Opener::anAddressIsOpened()

@@ -106,8 +106,8 @@ private slots:
     void aRestartServesEachConnectionOnce();
     void anEmptyQueueOfConnectionsIsNoConnection();
 
-    void connectionsAreTold();
-    void oneOfTwoClientsLeavingIsToldAsNotConnected();
+    void connectionsAreReported();
+    void oneOfTwoClientsLeavingIsReportedAsNotConnected();
     void manyClientsAtOnceAreServed();
     void othersHaveTheirTurnWhileACrowdIsAccepted();
     void aFileLeavesTheReserveAlone();
@@ -492,7 +492,7 @@ void tst_Server::anEmptyQueueOfConnectionsIsNoConnection()
 
 namespace {
 
-QList<bool> told(const QSignalSpy &states)
+QList<bool> reported(const QSignalSpy &states)
 {
     QList<bool> values;
     for (const auto &arguments : states) {
@@ -503,19 +503,19 @@ QList<bool> told(const QSignalSpy &states)
 
 } // namespace
 
-void tst_Server::connectionsAreTold()
+void tst_Server::connectionsAreReported()
 {
     server->startServer();
     QSignalSpy states(server.get(), &Server::clientConnected);
     ServedPeer peer(*server);
-    QCOMPARE(told(states), QList<bool>{true});
+    QCOMPARE(reported(states), QList<bool>{true});
     peer.leave();
     QVERIFY(waitUntil([&] { return states.count() == 2; }));
-    QCOMPARE(told(states), QList<bool>({true, false}));
+    QCOMPARE(reported(states), QList<bool>({true, false}));
     QCOMPARE(messages->warnings(), QStringList{u"Device Disconnected "_s});
 }
 
-void tst_Server::oneOfTwoClientsLeavingIsToldAsNotConnected()
+void tst_Server::oneOfTwoClientsLeavingIsReportedAsNotConnected()
 {
     server->startServer();
     QSignalSpy states(server.get(), &Server::clientConnected);
@@ -523,7 +523,7 @@ void tst_Server::oneOfTwoClientsLeavingIsToldAsNotConnected()
     ServedPeer second(*server);
     first.leave();
     QVERIFY(waitUntil([&] { return states.count() == 3; }));
-    QCOMPARE(told(states), QList<bool>({true, true, false}));
+    QCOMPARE(reported(states), QList<bool>({true, true, false}));
     // The other one is still served.
     QVERIFY(!second.ask("{ cmdType = SERVER_INFO; }").isEmpty());
 }
@@ -628,7 +628,7 @@ void tst_Server::acceptingPausesBeforeDescriptorsRunOut()
 
     first.leave();
     QVERIFY(waitUntil([&] { return states.count() == 4; }));
-    QCOMPARE(told(states), QList<bool>({true, true, false, true}));
+    QCOMPARE(reported(states), QList<bool>({true, true, false, true}));
 }
 
 void tst_Server::aPauseOfAcceptingEndsWithTheRun_data()

@@ -64,11 +64,11 @@ private slots:
     void theLastNamedCommandStaysInForce();
 
     void pairingIsAnsweredWithItsParameters();
-    void pairingTellsTheConnectionTheDevicesName();
+    void pairingStoresTheDevicesName();
     void pairingMayLackItsParameters_data();
     void pairingMayLackItsParameters();
 
-    void serverInfoTellsHeightThenWidth();
+    void serverInfoReturnsHeightThenWidth();
     void serverInfoReplacesTheParameters();
 
     void keysAreTypedWithoutAnAnswer();
@@ -80,14 +80,14 @@ private slots:
     void thePointerMovesByTwoNumbers_data();
     void thePointerMovesByTwoNumbers();
     void aMoveReusesEarlierParameters();
-    void whateverAMoveThrowsIsTold_data();
-    void whateverAMoveThrowsIsTold();
+    void whateverAMoveThrowsIsReported_data();
+    void whateverAMoveThrowsIsReported();
     void applicationCommandsDoNothing();
 
     void addressesAreOpened_data();
     void addressesAreOpened();
     void anEmptyAddressIsAnsweredAllTheSame();
-    void anAddressIsToldInOneByteLetters();
+    void anAddressIsReportedInOneByteLetters();
     void anOptionIsAnsweredAndNotOpened();
     void openingsOfAllPeersAreCountedTogether();
 
@@ -206,7 +206,7 @@ void tst_ServerCommands::pairingIsAnsweredWithItsParameters()
     QVERIFY(!server->deviceIsPresent(u"My device"_s));
 }
 
-void tst_ServerCommands::pairingTellsTheConnectionTheDevicesName()
+void tst_ServerCommands::pairingStoresTheDevicesName()
 {
     MemorySocket socket;
     ClientHandler handler(&socket);
@@ -240,7 +240,7 @@ void tst_ServerCommands::pairingMayLackItsParameters()
 
 // ---- SERVER_INFO --------------------------------------------------------------------------------
 
-void tst_ServerCommands::serverInfoTellsHeightThenWidth()
+void tst_ServerCommands::serverInfoReturnsHeightThenWidth()
 {
     const TokenMap expected = {
         {u"cmdType"_s, u"SERVER_INFO"_s},
@@ -380,7 +380,7 @@ void tst_ServerCommands::aMoveReusesEarlierParameters()
     QVERIFY(host.events.mousePosts()[0] == host.events.mousePosts()[1]);
 }
 
-void tst_ServerCommands::whateverAMoveThrowsIsTold_data()
+void tst_ServerCommands::whateverAMoveThrowsIsReported_data()
 {
     using Throw = std::function<void()>;
     QTest::addColumn<Throw>("doThrow");
@@ -388,7 +388,7 @@ void tst_ServerCommands::whateverAMoveThrowsIsTold_data()
     QTest::newRow("anything") << Throw([] { throw 1; });
 }
 
-void tst_ServerCommands::whateverAMoveThrowsIsTold()
+void tst_ServerCommands::whateverAMoveThrowsIsReported()
 {
     QFETCH(std::function<void()>, doThrow);
     host.events.onLocationQuestion = doThrow;
@@ -441,7 +441,7 @@ void tst_ServerCommands::anEmptyAddressIsAnsweredAllTheSame()
 }
 
 /// The wire brings one byte a character only, so the address is put into the map by hand.
-void tst_ServerCommands::anAddressIsToldInOneByteLetters()
+void tst_ServerCommands::anAddressIsReportedInOneByteLetters()
 {
     const QString url = u"http://example.net/\u00e9\u20ac"_s;
     SocketPair pair;

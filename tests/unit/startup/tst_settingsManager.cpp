@@ -31,7 +31,7 @@ private slots:
     void aPathWithoutANameMatchesNothing_data();
     void aPathWithoutANameMatchesNothing();
     void anEntryWithoutAPathIsNotOurs();
-    void theHostsCurrentMeansIsToldWhateverTheListHolds();
+    void theHostsCurrentMeansIsReportedWhateverTheListHolds();
 
 private:
     using Entries = QList<LoginItemRecord::Entry>;
@@ -224,7 +224,7 @@ void tst_settingsManager::anEntryWithoutAPathIsNotOurs()
     QCOMPARE(record.entries.size(), 2);
 }
 
-void tst_settingsManager::theHostsCurrentMeansIsToldWhateverTheListHolds()
+void tst_settingsManager::theHostsCurrentMeansIsReportedWhateverTheListHolds()
 {
     const QString path = record.applicationPath;
     set(true);

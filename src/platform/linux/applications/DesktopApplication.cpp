@@ -88,8 +88,8 @@ QString DesktopApplication::name()
 
 QStringList DesktopApplication::windowClasses() const
 {
-    // With a class in the entry, programs that share an executable can be told apart, such as the
-    // web applications of a browser.
+    // With a class in the entry, programs that share an executable can be distinguished, such as
+    // the web applications of a browser.
     if (!entry.windowClass().isEmpty()) {
         return {entry.windowClass()};
     }

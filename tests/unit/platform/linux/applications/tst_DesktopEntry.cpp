@@ -60,8 +60,8 @@ private slots:
     void applicationMustBeStartable_data();
     void applicationMustBeStartable();
     void tryExecMustNameAnExecutable();
-    void desktopsAreToldApart_data();
-    void desktopsAreToldApart();
+    void desktopsAreDistinguished_data();
+    void desktopsAreDistinguished();
 
     void fileOverTheLimitHasNoKeys();
     void namedPipeIsNotWaitedFor();
@@ -311,7 +311,7 @@ void tst_DesktopEntry::tryExecMustNameAnExecutable()
     QVERIFY(entryOf(lines).isApplication());
 }
 
-void tst_DesktopEntry::desktopsAreToldApart_data()
+void tst_DesktopEntry::desktopsAreDistinguished_data()
 {
     QTest::addColumn<QByteArray>("lines");
     QTest::addColumn<QStringList>("desktops");
@@ -325,7 +325,7 @@ void tst_DesktopEntry::desktopsAreToldApart_data()
     QTest::newRow("no desktop") << QByteArray("OnlyShowIn=KDE;\n") << QStringList() << false;
 }
 
-void tst_DesktopEntry::desktopsAreToldApart()
+void tst_DesktopEntry::desktopsAreDistinguished()
 {
     QFETCH(QByteArray, lines);
     QFETCH(QStringList, desktops);
