@@ -6,6 +6,7 @@
 #include "platform/DisplayAccess.h"
 #include "platform/Sockets.h"
 #include "platform/TrayHost.h"
+#include "support/process/Descriptors.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
@@ -21,23 +22,6 @@
 using namespace Qt::StringLiterals;
 
 using namespace std::chrono_literals;
-
-namespace {
-
-int option(int socket, int level, int name)
-{
-    int value = -1;
-    socklen_t size = sizeof value;
-    getsockopt(socket, level, name, &value, &size);
-    return value;
-}
-
-bool closesOnExec(int descriptor)
-{
-    return (fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0;
-}
-
-} // namespace
 
 class tst_MacHost : public QObject
 {
@@ -57,11 +41,11 @@ void tst_MacHost::aDeadPeerIsNoticedAndSmallAnswersLeaveAtOnce()
 {
     const int connection = socket(AF_INET, SOCK_STREAM, 0);
     platform::tuneAcceptedSocket(connection);
-    QCOMPARE(option(connection, SOL_SOCKET, SO_KEEPALIVE), 1);
-    QCOMPARE(option(connection, IPPROTO_TCP, TCP_KEEPALIVE), 15);
-    QCOMPARE(option(connection, IPPROTO_TCP, TCP_KEEPINTVL), 5);
-    QCOMPARE(option(connection, IPPROTO_TCP, TCP_KEEPCNT), 3);
-    QCOMPARE(option(connection, IPPROTO_TCP, TCP_NODELAY), 1);
+    QCOMPARE(Descriptors::socketOption(connection, SOL_SOCKET, SO_KEEPALIVE), 1);
+    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_KEEPALIVE), 15);
+    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_KEEPINTVL), 5);
+    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_KEEPCNT), 3);
+    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_NODELAY), 1);
     close(connection);
 }
 
@@ -79,12 +63,12 @@ void tst_MacHost::descriptorsThatAreOpenAreKeptFromOtherPrograms()
 {
     const int low = dup(STDERR_FILENO);
     const int high = fcntl(low, F_DUPFD, 90);
-    QVERIFY(!closesOnExec(low) && !closesOnExec(high));
-    const bool standardStreamCloses = closesOnExec(STDERR_FILENO);
+    QVERIFY(!Descriptors::closesOnExec(low) && !Descriptors::closesOnExec(high));
+    const bool standardStreamCloses = Descriptors::closesOnExec(STDERR_FILENO);
     platform::closeDescriptorsOnExec();
-    QVERIFY(closesOnExec(low));
-    QVERIFY(closesOnExec(high));
-    QCOMPARE(closesOnExec(STDERR_FILENO), standardStreamCloses);
+    QVERIFY(Descriptors::closesOnExec(low));
+    QVERIFY(Descriptors::closesOnExec(high));
+    QCOMPARE(Descriptors::closesOnExec(STDERR_FILENO), standardStreamCloses);
     close(high);
     close(low);
 }

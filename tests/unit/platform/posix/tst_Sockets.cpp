@@ -3,6 +3,8 @@
 
 #include "platform/Sockets.h"
 
+#include "support/process/Descriptors.h"
+
 #include <QTest>
 
 #include <array>
@@ -13,23 +15,6 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-namespace {
-
-int option(int socket, int level, int name)
-{
-    int value = -1;
-    socklen_t size = sizeof value;
-    getsockopt(socket, level, name, &value, &size);
-    return value;
-}
-
-bool closesOnExec(int descriptor)
-{
-    return (fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0;
-}
-
-} // namespace
 
 /// Two connected sockets of the system, blocking as they are made.
 class tst_Sockets : public QObject
@@ -105,11 +90,11 @@ void tst_Sockets::aDeadPeerIsNoticedAndSmallAnswersLeaveAtOnce()
 {
     const int connection = socket(AF_INET, SOCK_STREAM, 0);
     platform::tuneAcceptedSocket(connection);
-    QCOMPARE(option(connection, SOL_SOCKET, SO_KEEPALIVE), 1);
-    QCOMPARE(option(connection, IPPROTO_TCP, TCP_KEEPIDLE), 15);
-    QCOMPARE(option(connection, IPPROTO_TCP, TCP_KEEPINTVL), 5);
-    QCOMPARE(option(connection, IPPROTO_TCP, TCP_KEEPCNT), 3);
-    QCOMPARE(option(connection, IPPROTO_TCP, TCP_NODELAY), 1);
+    QCOMPARE(Descriptors::socketOption(connection, SOL_SOCKET, SO_KEEPALIVE), 1);
+    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_KEEPIDLE), 15);
+    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_KEEPINTVL), 5);
+    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_KEEPCNT), 3);
+    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_NODELAY), 1);
     close(connection);
 }
 
@@ -129,12 +114,12 @@ void tst_Sockets::descriptorsThatAreOpenAreKeptFromOtherPrograms()
 {
     const int low = dup(ends[0]);
     const int high = fcntl(low, F_DUPFD, 90);
-    QVERIFY(!closesOnExec(low) && !closesOnExec(high));
-    const bool standardStreamCloses = closesOnExec(STDERR_FILENO);
+    QVERIFY(!Descriptors::closesOnExec(low) && !Descriptors::closesOnExec(high));
+    const bool standardStreamCloses = Descriptors::closesOnExec(STDERR_FILENO);
     platform::closeDescriptorsOnExec();
-    QVERIFY(closesOnExec(low));
-    QVERIFY(closesOnExec(high));
-    QCOMPARE(closesOnExec(STDERR_FILENO), standardStreamCloses);
+    QVERIFY(Descriptors::closesOnExec(low));
+    QVERIFY(Descriptors::closesOnExec(high));
+    QCOMPARE(Descriptors::closesOnExec(STDERR_FILENO), standardStreamCloses);
     close(high);
     close(low);
 }
