@@ -6,72 +6,29 @@
 #include "platform/DisplayAccess.h"
 #include "platform/Sockets.h"
 #include "platform/TrayHost.h"
-#include "support/process/Descriptors.h"
+#include "unit/platform/SocketsContract.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QTest>
 
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/resource.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 using namespace Qt::StringLiterals;
 
 using namespace std::chrono_literals;
 
-class tst_MacHost : public QObject
+class tst_MacHost : public SocketsContract
 {
     Q_OBJECT
 
+public:
+    tst_MacHost() : SocketsContract(TCP_KEEPALIVE) {}
+
 private slots:
-    void aDeadPeerIsNoticedAndSmallAnswersLeaveAtOnce();
-    void theDescriptorsThatAreLeftAreCounted();
-    void descriptorsThatAreOpenAreKeptFromOtherPrograms();
     void theDisplayIsLeftToTheToolkit();
     void theTrayIsNotWaitedFor();
     void theDaemonsWatchNeverCalls();
     void theClipboardAnswersAtOnce();
 };
-
-void tst_MacHost::aDeadPeerIsNoticedAndSmallAnswersLeaveAtOnce()
-{
-    const int connection = socket(AF_INET, SOCK_STREAM, 0);
-    platform::tuneAcceptedSocket(connection);
-    QCOMPARE(Descriptors::socketOption(connection, SOL_SOCKET, SO_KEEPALIVE), 1);
-    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_KEEPALIVE), 15);
-    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_KEEPINTVL), 5);
-    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_KEEPCNT), 3);
-    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_NODELAY), 1);
-    close(connection);
-}
-
-void tst_MacHost::theDescriptorsThatAreLeftAreCounted()
-{
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = 100;
-    setrlimit(RLIMIT_NOFILE, &limit);
-    QCOMPARE(platform::descriptorsLeftAfter(60), 39);
-    QCOMPARE(platform::descriptorsLeftAfter(99), 0);
-}
-
-void tst_MacHost::descriptorsThatAreOpenAreKeptFromOtherPrograms()
-{
-    const int low = dup(STDERR_FILENO);
-    const int high = fcntl(low, F_DUPFD, 90);
-    QVERIFY(!Descriptors::closesOnExec(low) && !Descriptors::closesOnExec(high));
-    const bool standardStreamCloses = Descriptors::closesOnExec(STDERR_FILENO);
-    platform::closeDescriptorsOnExec();
-    QVERIFY(Descriptors::closesOnExec(low));
-    QVERIFY(Descriptors::closesOnExec(high));
-    QCOMPARE(Descriptors::closesOnExec(STDERR_FILENO), standardStreamCloses);
-    close(high);
-    close(low);
-}
 
 void tst_MacHost::theDisplayIsLeftToTheToolkit()
 {

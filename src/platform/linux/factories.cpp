@@ -48,9 +48,9 @@ std::unique_ptr<EventServices> noServices(const char *reason)
 std::unique_ptr<EventServices> makeEventServices()
 {
     constexpr auto wayland = QT_TRANSLATE_NOOP(
-        "EventServices", "The keyboard and the pointer cannot be controlled in this Wayland "
-                         "session. Log out, choose "
-                         "an X11 (Xorg) session on the login screen and log in again.");
+        "EventServices",
+        "The keyboard and the pointer cannot be controlled in this Wayland "
+        "session. Log out, choose an X11 (Xorg) session on the login screen and log in again.");
     // Such a session has an X display too, but only its X11 programs would receive the events.
     if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
         return noServices(wayland);
@@ -69,8 +69,8 @@ std::unique_ptr<EventServices> makeEventServices()
         return noServices(QT_TRANSLATE_NOOP(
             "EventServices",
             "The keyboard and the pointer cannot be controlled because the X server lacks the "
-            "XTEST "
-            "or the XKEYBOARD extension. Switch them on in its configuration and log in again."));
+            "XTEST or the XKEYBOARD extension. Switch them on in its configuration and log in "
+            "again."));
     }
     auto services = std::make_unique<X11EventServices>(std::move(connection));
     services->startGuard();

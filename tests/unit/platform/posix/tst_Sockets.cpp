@@ -3,23 +3,22 @@
 
 #include "platform/Sockets.h"
 
-#include "support/process/Descriptors.h"
+#include "unit/platform/SocketsContract.h"
 
 #include <QTest>
 
 #include <array>
 
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 /// Two connected sockets of the system, blocking as they are made.
-class tst_Sockets : public QObject
+class tst_Sockets : public SocketsContract
 {
     Q_OBJECT
+
+public:
+    tst_Sockets() : SocketsContract(TCP_KEEPIDLE) {}
 
 private slots:
     void init();
@@ -30,10 +29,6 @@ private slots:
     void nothingIsWaitedFor();
     void theEndIsEmpty();
     void noSocketIsEmpty();
-
-    void aDeadPeerIsNoticedAndSmallAnswersLeaveAtOnce();
-    void theDescriptorsThatAreLeftAreCounted();
-    void descriptorsThatAreOpenAreKeptFromOtherPrograms();
 
 private:
     std::array<int, 2> ends = {-1, -1};
@@ -84,44 +79,6 @@ void tst_Sockets::theEndIsEmpty()
 void tst_Sockets::noSocketIsEmpty()
 {
     QCOMPARE(platform::takeArrived(-1, 100), QByteArray());
-}
-
-void tst_Sockets::aDeadPeerIsNoticedAndSmallAnswersLeaveAtOnce()
-{
-    const int connection = socket(AF_INET, SOCK_STREAM, 0);
-    platform::tuneAcceptedSocket(connection);
-    QCOMPARE(Descriptors::socketOption(connection, SOL_SOCKET, SO_KEEPALIVE), 1);
-    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_KEEPIDLE), 15);
-    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_KEEPINTVL), 5);
-    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_KEEPCNT), 3);
-    QCOMPARE(Descriptors::socketOption(connection, IPPROTO_TCP, TCP_NODELAY), 1);
-    close(connection);
-}
-
-void tst_Sockets::theDescriptorsThatAreLeftAreCounted()
-{
-    rlimit former{};
-    getrlimit(RLIMIT_NOFILE, &former);
-    rlimit limit = former;
-    limit.rlim_cur = 100;
-    setrlimit(RLIMIT_NOFILE, &limit);
-    QCOMPARE(platform::descriptorsLeftAfter(60), 39);
-    QCOMPARE(platform::descriptorsLeftAfter(99), 0);
-    setrlimit(RLIMIT_NOFILE, &former);
-}
-
-void tst_Sockets::descriptorsThatAreOpenAreKeptFromOtherPrograms()
-{
-    const int low = dup(ends[0]);
-    const int high = fcntl(low, F_DUPFD, 90);
-    QVERIFY(!Descriptors::closesOnExec(low) && !Descriptors::closesOnExec(high));
-    const bool standardStreamCloses = Descriptors::closesOnExec(STDERR_FILENO);
-    platform::closeDescriptorsOnExec();
-    QVERIFY(Descriptors::closesOnExec(low));
-    QVERIFY(Descriptors::closesOnExec(high));
-    QCOMPARE(Descriptors::closesOnExec(STDERR_FILENO), standardStreamCloses);
-    close(high);
-    close(low);
 }
 
 QTEST_GUILESS_MAIN(tst_Sockets)
