@@ -32,6 +32,13 @@ public:
     /// asked for the text. Never waits for that program. If the clipboard object is destroyed
     /// first, the receiver is not called.
     virtual void requestText(TextReceiver receiver) = 0;
+
+    /// Whether the text can be asked for, and whether changes are reported.
+    virtual bool isReadable() const = 0;
+    virtual bool isWatchable() const = 0;
+    /// From now on calls that at each change of the contents, whoever makes it, from the event
+    /// loop; at most one at a time. An empty function ends it. Only if it is watchable.
+    virtual void watch(std::function<void()> changed) = 0;
 };
 
 /// The clipboard of the running session; never null.

@@ -11,6 +11,8 @@
 
 namespace platform {
 
+class DesktopInput;
+
 /// A virtual key code of the Mac keyboard (0 is the key A, 12 the key Q, ...).
 using KeyCode = quint16;
 
@@ -92,6 +94,9 @@ public:
     /// the desktop are allowed; the host's display server clamps them.
     virtual void postMouse(std::optional<SourceState> source, std::span<const MouseEvent> events,
                            EventTap tap) = 0;
+
+    /// The same keyboard and pointer, with all that they can do.
+    virtual DesktopInput &input() = 0;
 };
 
 /// The adapter for the running session.

@@ -14,6 +14,9 @@ class ToolkitClipboard : public Clipboard
 public:
     void setText(const QString &text) override;
     void requestText(TextReceiver receiver) override;
+    bool isReadable() const override { return true; }
+    bool isWatchable() const override { return false; }
+    void watch(std::function<void()> /*changed*/) override {}
 };
 
 } // namespace platform

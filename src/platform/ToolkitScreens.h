@@ -13,6 +13,8 @@ class ToolkitScreens : public Screens
 {
 public:
     QSize desktopSize() override;
+    QList<Screen> all() override { return {}; }
+    void watch(std::function<void()> /*changed*/) override {}
 };
 
 } // namespace platform

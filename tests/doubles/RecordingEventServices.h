@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/EventServices.h"
+#include "platform/NoDesktopInput.h"
 
 #include <functional>
 #include <variant>
@@ -83,6 +84,9 @@ public:
             EventRecord::MousePost{source, {events.begin(), events.end()}, tap});
     }
 
+    platform::DesktopInput &input() override { return noInput; }
+
 private:
     EventRecord &sharedRecord;
+    platform::NoDesktopInput noInput;
 };

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/EventServices.h"
+#include "platform/NoDesktopInput.h"
 
 namespace platform {
 
@@ -19,12 +20,14 @@ public:
     void postKeyboard(const KeyboardEvent &event) override;
     void postMouse(std::optional<SourceState> source, std::span<const MouseEvent> events,
                    EventTap tap) override;
+    DesktopInput &input() override { return noInput; }
 
 private:
     void warnOnceWithoutPermission();
 
     /// Nothing needs to be reported any more.
     bool isSettled;
+    NoDesktopInput noInput;
 };
 
 } // namespace platform

@@ -19,6 +19,9 @@ public:
 
     void setText(const QString &text) override;
     void requestText(TextReceiver receiver) override;
+    bool isReadable() const override { return true; }
+    bool isWatchable() const override { return false; }
+    void watch(std::function<void()> /*changed*/) override {}
 
 private:
     void deliver(const std::optional<QString> &text);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/EventServices.h"
+#include "platform/NoDesktopInput.h"
 
 #include <QString>
 
@@ -21,9 +22,12 @@ public:
     void postKeyboard(const KeyboardEvent &event) override;
     void postMouse(std::optional<SourceState> source, std::span<const MouseEvent> events,
                    EventTap tap) override;
+    DesktopInput &input() override { return noInput; }
 
 private:
     void warnOnce();
+
+    NoDesktopInput noInput;
 
     QString reason;
     bool hasWarned = false;

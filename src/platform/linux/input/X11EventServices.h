@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/EventServices.h"
+#include "platform/NoDesktopInput.h"
 #include "platform/linux/input/InputGuard.h"
 #include "platform/linux/input/ReleaseLedger.h"
 #include "platform/linux/input/SharedHeldInput.h"
@@ -44,6 +45,7 @@ public:
     /// A click happens where the pointer is; the positions of presses and releases are ignored.
     void postMouse(std::optional<SourceState> source, std::span<const MouseEvent> events,
                    EventTap tap) override;
+    DesktopInput &input() override { return noInput; }
 
 private:
     void postMouse(const MouseEvent &event);
@@ -63,6 +65,7 @@ private:
     /// The request whose answer will show how far the server has come; one at a time.
     std::optional<std::uint32_t> question;
     std::unique_ptr<InputGuard> guard;
+    NoDesktopInput noInput;
 };
 
 } // namespace platform

@@ -15,6 +15,8 @@ public:
     explicit X11Screens(X11Connection openConnection);
 
     QSize desktopSize() override;
+    QList<Screen> all() override { return {}; }
+    void watch(std::function<void()> /*changed*/) override {}
 
 private:
     X11Connection connection;
