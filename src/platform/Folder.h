@@ -13,8 +13,8 @@
 namespace platform {
 
 /// A directory that is open: names in it are looked up from its descriptor, so what is checked is
-/// what is opened, wherever it is moved. Names are single components in the system's encoding. The
-/// directory itself may be a link. Only plain files are seen, and links are never followed.
+/// what is opened, wherever it is moved. The directory itself may be a link. Only plain files with
+/// names for which isName() holds are seen, and links are never followed.
 class Folder
 {
 public:
@@ -39,6 +39,29 @@ public:
         virtual std::optional<QByteArray> publish(const QByteArray &name, QString &reason) = 0;
     };
 
+    /// Up to so many files in the order of their names' bytes, read in steps: a directory may have
+    /// any number of names.
+    class Listing
+    {
+    public:
+        virtual ~Listing() = default;
+        /// Reads on, for some milliseconds at most; false once it has come to the end.
+        virtual bool step() = 0;
+        /// At the end: the files, and whether there are others after them.
+        virtual QList<Entry> entries() const = 0;
+        virtual bool hasMore() const = 0;
+    };
+
+    struct Piece
+    {
+        QByteArray bytes; ///< Fewer than asked for only at the end of the file.
+        qint64 size = 0;  ///< Of the whole file.
+    };
+
+    /// Whether a file may have that name here: UTF-8 of one component, without control characters,
+    /// and not one of those that drafts have.
+    static bool isName(const QByteArray &name);
+
     /// Opens a directory by its absolute path; null with the reason if that fails.
     static std::unique_ptr<Folder> open(const QString &path, QString &reason);
 
@@ -46,18 +69,11 @@ public:
 
     /// Null with the reason if the system refuses.
     virtual std::unique_ptr<Draft> draft(QString &reason) = 0;
-    /// Up to `limit` plain files in the order of their names' bytes, after that name. Drafts are
-    /// left out.
-    /// \param more is set to whether there are others
-    virtual QList<Entry> list(const QByteArray &after, int limit, bool &more) = 0;
-    struct Piece
-    {
-        QByteArray bytes; ///< Fewer than asked for only at the end of the file.
-        qint64 size = 0;  ///< Of the whole file.
-    };
+    /// The files after that name; null with the reason if the directory cannot be read.
+    virtual std::unique_ptr<Listing> list(const QByteArray &after, int limit, QString &reason) = 0;
     /// Nothing if there is no such plain file or it cannot be read.
     virtual std::optional<Piece> read(const QByteArray &name, qint64 offset, qint64 length) = 0;
-    /// Removes the drafts that killed processes have left.
+    /// Removes the drafts that killed processes have left, and never those of a running one.
     virtual void removeAbandonedDrafts() = 0;
 };
 

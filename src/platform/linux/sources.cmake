@@ -37,6 +37,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/session/X11TraySelection.cpp
   platform/linux/session/XdgAutostart.cpp
   platform/linux/system/Beneath.cpp
+  platform/linux/system/FolderSystem.cpp
   platform/linux/system/SessionHostSystem.cpp
   platform/linux/system/SocketSystem.cpp
   platform/linux/x11/X11Connection.cpp

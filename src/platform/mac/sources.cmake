@@ -17,6 +17,7 @@ target_sources(vornaserver PRIVATE
   platform/mac/Beneath.cpp
   platform/mac/CFText.cpp
   platform/mac/DisplayAccess.cpp
+  platform/mac/FolderSystem.cpp
   platform/mac/LaunchAgent.cpp
   platform/mac/NotificationDaemon.cpp
   platform/mac/QuartzEventServices.cpp

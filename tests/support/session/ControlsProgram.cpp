@@ -1,0 +1,78 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "support/session/ControlsProgram.h"
+
+#include "support/Folders.h"
+#include "support/Waiting.h"
+
+#include <QDir>
+#include <QJsonDocument>
+
+namespace {
+
+const QString Title = u"Controls"_s;
+
+QString fixture(const char *name)
+{
+    return QDir(QStringLiteral(CONTROLS_FIXTURES)).filePath(QLatin1StringView(name));
+}
+
+QStringList commandOf(ControlsProgram::Kind kind, const DesktopSession &session,
+                      const QString &record)
+{
+    switch (kind) {
+    case ControlsProgram::Kind::Gtk:
+        return {fixture("gtk_controls.py"), record};
+    case ControlsProgram::Kind::Qt:
+        return {QStringLiteral(QT_CONTROLS), record};
+    case ControlsProgram::Kind::Terminal:
+        return {u"xterm"_s, u"-u8"_s, u"-T"_s, Title, u"-e"_s, fixture("record_terminal.py"),
+                record};
+    case ControlsProgram::Kind::Browser:
+        return {fixture("browser_controls.py"), record, session.path(u"profile"_s)};
+    }
+    return {};
+}
+
+} // namespace
+
+ControlsProgram::ControlsProgram(Kind kind, const DesktopSession &session) : desktop(session)
+{
+    QFile::remove(record());
+    auto environment = session.environment();
+    // Without a graphics card, and without asking the bus of the machine.
+    environment.insert(u"GSK_RENDERER"_s, u"cairo"_s);
+    environment.insert(u"GDK_BACKEND"_s, u"x11"_s);
+    environment.insert(u"GTK_A11Y"_s, u"none"_s);
+    process.setProcessEnvironment(environment);
+    process.setStandardErrorFile(session.path(u"controls.log"_s));
+    QStringList command = commandOf(kind, session, record());
+    const QString program = command.takeFirst();
+    process.start(program, command);
+}
+
+bool ControlsProgram::isReady() const
+{
+    return waitUntil([this] {
+        const auto seen = window();
+        return seen && desktop.view().activeWindow() == seen->id;
+    });
+}
+
+QJsonObject ControlsProgram::state() const
+{
+    return QJsonDocument::fromJson(Folders::fileBytes(record())).object();
+}
+
+/// Not every one of them is the process that was started.
+std::optional<SeenWindow> ControlsProgram::window() const
+{
+    return desktop.view().dialog(state().value(u"process"_s).toInteger(), Title);
+}
+
+QPoint ControlsProgram::middleOfRow(int row) const
+{
+    const QRect place = window().value_or(SeenWindow()).place;
+    return {place.center().x(), place.top() + place.height() * (2 * row + 1) / 6};
+}

@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "support/process/ChildProcess.h"
+#include "support/session/DesktopSession.h"
+
+#include <QJsonObject>
+
+/// A program of somebody else's making with a text that has the focus, and, unless it is a
+/// terminal, a list that scrolls and a slider from 0 to 100 below. It writes their state into a
+/// file, so its end of the desktop can be read.
+class ControlsProgram
+{
+public:
+    enum class Kind { Gtk, Qt, Terminal, Browser };
+
+    /// Starts it; `fixtures` is the folder of the programs, `qtControls` the built one.
+    ControlsProgram(Kind kind, const DesktopSession &session);
+    ControlsProgram(const ControlsProgram &) = delete;
+    ControlsProgram &operator=(const ControlsProgram &) = delete;
+
+    /// Waits until its window has the keys.
+    bool isReady() const;
+
+    QString text() const { return state().value(QStringLiteral("text")).toString(); }
+    /// The first row that is seen, in pixels from the list's beginning.
+    double listPosition() const { return state().value(QStringLiteral("list")).toDouble(); }
+    double sliderValue() const { return state().value(QStringLiteral("slider")).toDouble(); }
+
+    QPoint middleOfText() const { return middleOfRow(0); }
+    QPoint middleOfList() const { return middleOfRow(1); }
+    /// Where the knob is at first.
+    QPoint middleOfSlider() const { return middleOfRow(2); }
+
+private:
+    QJsonObject state() const;
+    std::optional<SeenWindow> window() const;
+    QPoint middleOfRow(int row) const;
+    QString record() const { return desktop.path(QStringLiteral("controls")); }
+
+    const DesktopSession &desktop;
+    ChildProcess process;
+};
