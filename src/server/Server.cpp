@@ -87,7 +87,9 @@ bool Server::startServer()
     // By design: connected anew at every start, so after a restart the slot runs twice.
     connect(this, SIGNAL(newConnection()), this, SLOT(manageConnections()));
     advertisement.begin();
-    sessionDoor->open(runtimeDirectory);
+    if (runtimeDirectory) {
+        sessionDoor->open(*runtimeDirectory);
+    }
     resources.descriptors.countOthers();
     return true;
 }

@@ -15,6 +15,7 @@
 #include <QTcpSocket>
 
 #include <memory>
+#include <optional>
 
 class BonjourServiceRegister;
 class ClientHandler;
@@ -114,7 +115,7 @@ private:
     std::unique_ptr<platform::Clipboard> clipboard;
     std::unique_ptr<platform::Screens> screens;
     Opener opener;
-    QString runtimeDirectory;
+    std::optional<QString> runtimeDirectory;
     ConnectionResources resources; // must outlive the connections, which the destructor ends
     int acceptedInTurn = 0;
     bool areDescriptorsScarce = false;          // until a connection ends

@@ -15,6 +15,7 @@
 #include <QString>
 
 #include <memory>
+#include <optional>
 
 /// What a server needs from its host and its user. Everything but the question is required.
 struct ServerAdapters
@@ -31,6 +32,7 @@ struct ServerAdapters
     Advertisement::DaemonWatcher watchAdvertisementDaemon;
     Pairing::Question question;
     Opener opener;
-    /// The directory for the user's sockets; empty: no session socket.
-    QString runtimeDirectory;
+    /// The directory for the user's sockets, empty if the host has none; nothing: no session socket
+    /// is wanted.
+    std::optional<QString> runtimeDirectory;
 };

@@ -12,6 +12,7 @@
 #include "server/ServerAdapters.h"
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 /// A host in memory: makes adapters that record what they were asked. It must outlive them.
@@ -22,8 +23,8 @@ struct RecordingHost
     /// Forgets everything; no adapter may be left.
     void reset() { *this = RecordingHost(); }
 
-    /// Where the session socket is; none by default.
-    QString runtimeDirectory;
+    /// Where the session socket is; by default the server makes none.
+    std::optional<QString> runtimeDirectory;
     EventRecord events;
     ScriptingRecord scripting;
     LoginItemRecord loginItems;
