@@ -69,6 +69,10 @@ QString problemWithServer(const OptionReading &reading)
     if (reading.isGiven("host"_L1) != reading.isGiven("port"_L1)) {
         return u"--host and --port go together; give both."_s;
     }
+    if (reading.isGiven("local"_L1) &&
+        (reading.isGiven("host"_L1) || reading.isGiven("server"_L1))) {
+        return u"--local excludes --host and --server."_s;
+    }
     return reading.isGiven("host"_L1) && reading.isGiven("server"_L1)
                ? u"--server and --host exclude each other."_s
                : QString();

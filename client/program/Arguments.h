@@ -19,6 +19,7 @@ struct Arguments
     QString server;     ///< a name; empty if none is given
     QString host;       ///< empty if none is given
     quint16 port = 0;
+    bool isLocal = false; ///< only the server of this desktop
     std::chrono::milliseconds timeout{10'000};
     bool isTimeoutGiven = false;
     bool wantsJson = false;
@@ -33,6 +34,15 @@ struct Arguments
     bool restoresClipboard = false;
     /// How long a program on the server's desktop may take to paste; see TextTyper.
     std::chrono::milliseconds pasteWait{500};
+    std::chrono::milliseconds delay{0}; ///< between two characters
+    QString button{QStringLiteral("left")};
+    /// How long keys are held; until a signal if none is given.
+    std::optional<std::chrono::milliseconds> holdTime;
+    bool keepsLineBreak = false;
+    bool isApplication = false;
+    bool wantsList = false;
+    bool staysClosed = false;
+    std::optional<QString> output;
 };
 
 /// The result of reading the command line: arguments, or a text to show before the program exits.

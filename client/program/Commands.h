@@ -20,6 +20,11 @@ Terminal::ExitCode copy(const Arguments &arguments);
 Terminal::ExitCode paste(const Arguments &arguments);
 Terminal::ExitCode send(const Arguments &arguments);
 Terminal::ExitCode type(const Arguments &arguments);
+Terminal::ExitCode scroll(const Arguments &arguments);
+Terminal::ExitCode drag(const Arguments &arguments);
+Terminal::ExitCode hold(const Arguments &arguments);
+Terminal::ExitCode get(const Arguments &arguments);
+Terminal::ExitCode watch(const Arguments &arguments);
 Terminal::ExitCode remote(const Arguments &arguments);
 
 } // namespace quillmote::Commands

@@ -11,8 +11,10 @@
 #include "program/Discovery.h"
 #include "program/JsonOutput.h"
 #include "program/LastServer.h"
+#include "program/LocalCommands.h"
 #include "program/Session.h"
 #include "program/StandardInput.h"
+#include "program/Target.h"
 #include "program/WebAddress.h"
 
 #include <algorithm>
@@ -28,6 +30,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::chrono::milliseconds discoveryTime = 2s;
+/// A server that is not hung greets within this time.
+constexpr std::chrono::milliseconds greetingTime = 1s;
 /// Longer texts do not fit into one packet of most networks.
 constexpr qsizetype packetTextLength = 1'300;
 
@@ -44,23 +48,61 @@ QString asLine(const ServerAddress &server)
     return u"%1\t%2\t%3"_s.arg(printable(server.name), server.address.toString()).arg(server.port);
 }
 
-/// Marks the server that commands go to by default.
-void showServers(const QList<ServerAddress> &servers, bool wantsJson)
+/// A server with what `discover` says about it.
+struct Listed
 {
-    const QString lastUsed = LastServer::name();
+    ServerAddress address;
+    bool isLastUsed = false;
+    bool isLocal = false; ///< the one of this desktop
+};
+
+void showServers(const QList<Listed> &servers, bool wantsJson)
+{
     QJsonArray all;
-    for (const ServerAddress &server : servers) {
-        QJsonObject object = asJson(server);
-        object.insert(u"lastUsed"_s, server.name == lastUsed);
+    for (const Listed &server : servers) {
+        QJsonObject object = asJson(server.address);
+        object.insert(u"lastUsed"_s, server.isLastUsed);
+        if (server.isLocal) {
+            object.insert(u"local"_s, true);
+        }
         all.append(object);
         if (!wantsJson) {
-            Terminal::printLine(asLine(server) +
-                                (server.name == lastUsed ? u"\tlast used"_s : QString()));
+            Terminal::printLine(asLine(server.address) +
+                                (server.isLastUsed ? u"\tlast used"_s : QString()) +
+                                (server.isLocal ? u"\tthis desktop"_s : QString()));
         }
     }
     if (wantsJson) {
         JsonOutput::print(all);
     }
+}
+
+/// Marks the server that commands go to by default, and adds the one of this desktop if the network
+/// does not show it.
+QList<Listed> listOf(QList<ServerAddress> servers, const LocalSession *local)
+{
+    const QString name = local != nullptr ? local->greeting().name : QString();
+    const auto isHere = [&](const ServerAddress &server) {
+        return local != nullptr && server.name == name;
+    };
+    if (local != nullptr && std::none_of(servers.begin(), servers.end(), isHere)) {
+        servers.prepend(
+            {name, u"localhost"_s, QHostAddress(QHostAddress::LocalHost), local->greeting().port});
+    }
+    const QString lastUsed = LastServer::name();
+    QList<Listed> all;
+    for (const ServerAddress &server : servers) {
+        all += {server, server.name == lastUsed, isHere(server)};
+    }
+    return all;
+}
+
+/// The servers on the network, as far as they are wanted.
+DiscoveredServers seenOnNetwork(const Arguments &arguments)
+{
+    return arguments.isLocal
+               ? DiscoveredServers()
+               : discoverServers(arguments.isTimeoutGiven ? arguments.timeout : discoveryTime);
 }
 
 ExitCode discoveryFailed(const QString &problem)
@@ -70,7 +112,7 @@ ExitCode discoveryFailed(const QString &problem)
 }
 
 /// Prints a line for each server that appears or disappears.
-ExitCode watch(const Arguments &arguments)
+ExitCode watchNetwork(const Arguments &arguments)
 {
     const auto show = [&](const QString &event, const QString &line, QJsonObject object) {
         object.insert(u"event"_s, event);
@@ -86,16 +128,17 @@ ExitCode watch(const Arguments &arguments)
 }
 
 /// Connects and sends the request.
-ExitCode ask(const Arguments &arguments, const Request &request, Answer &answer)
+ExitCode ask(const Target &target, const Arguments &arguments, const Request &request,
+             Answer &answer)
 {
-    Session session(arguments);
+    Session session(target, arguments);
     return session.isOpen() ? session.run(request, &answer) : session.exitCode();
 }
 
-QString textFromInput()
+QString textFromInput(const Arguments &arguments)
 {
     QString text = standardInput();
-    if (text.endsWith(u'\n')) {
+    if (!arguments.keepsLineBreak && text.endsWith(u'\n')) {
         text.chop(1);
     }
     return text;
@@ -125,30 +168,10 @@ QString shownText(const QString &text)
     return isLineOpen ? text + u'\n' : text;
 }
 
-} // namespace
-
-ExitCode Commands::discover(const Arguments &arguments)
-{
-    if (arguments.isWatch) {
-        return watch(arguments);
-    }
-    const DiscoveredServers seen =
-        discoverServers(arguments.isTimeoutGiven ? arguments.timeout : discoveryTime);
-    if (!seen.problem.isEmpty()) {
-        return discoveryFailed(seen.problem);
-    }
-    showServers(seen.servers, arguments.wantsJson);
-    if (seen.servers.isEmpty()) {
-        Terminal::complain(u"No server was found; start VornaServer on the desktop."_s,
-                           "no-server"_L1);
-    }
-    return seen.servers.isEmpty() ? ExitCode::NoConnection : ExitCode::Done;
-}
-
-ExitCode Commands::info(const Arguments &arguments)
+ExitCode infoOnNetwork(const Target &target, const Arguments &arguments)
 {
     Answer answer;
-    const ExitCode code = ask(arguments, Request::serverInfo(), answer);
+    const ExitCode code = ask(target, arguments, Request::serverInfo(), answer);
     if (code != ExitCode::Done) {
         return code;
     }
@@ -165,7 +188,7 @@ ExitCode Commands::info(const Arguments &arguments)
     return code;
 }
 
-ExitCode Commands::pair(const Arguments &arguments)
+ExitCode pairOnNetwork(const Target &target, const Arguments &arguments)
 {
     Answer answer;
     const DeviceIdentity identity = DeviceIdentity::get(arguments.deviceName);
@@ -173,7 +196,7 @@ ExitCode Commands::pair(const Arguments &arguments)
         Terminal::note(u"The identity of this device cannot be kept (%1); the server will not know "
                        "it again."_s.arg(identity.problem));
     }
-    const ExitCode code = ask(arguments, identity.pairRequest(), answer);
+    const ExitCode code = ask(target, arguments, identity.pairRequest(), answer);
     JsonOutput::printDone(arguments, code);
     if (code == ExitCode::ServerError) {
         Terminal::complain(u"The server's user refused; ask there, then pair again."_s,
@@ -184,21 +207,22 @@ ExitCode Commands::pair(const Arguments &arguments)
     return code;
 }
 
-ExitCode Commands::open(const Arguments &arguments)
+ExitCode openOnNetwork(const Target &target, const Arguments &arguments)
 {
     const WebAddress address = WebAddress::of(arguments.values[0]);
     if (!address.problem.isEmpty()) {
         return refused(address.problem);
     }
     Answer answer;
-    const ExitCode code = ask(arguments, Request::openUrl(address.url), answer);
+    const ExitCode code = ask(target, arguments, Request::openUrl(address.url), answer);
     JsonOutput::printDone(arguments, code, {{u"url"_s, address.url}});
     return code;
 }
 
-ExitCode Commands::copy(const Arguments &arguments)
+ExitCode copyOnNetwork(const Target &target, const Arguments &arguments)
 {
-    const QString given = arguments.values.isEmpty() ? textFromInput() : arguments.values[0];
+    const QString given =
+        arguments.values.isEmpty() ? textFromInput(arguments) : arguments.values[0];
     const QString text = arguments.isLossy ? withLosses(given) : given;
     const auto written = writeRequest(Request::copy(text), 0);
     if (written.isRefused()) {
@@ -206,7 +230,7 @@ ExitCode Commands::copy(const Arguments &arguments)
                                          "file that holds the text."_s);
     }
     Answer answer;
-    const ExitCode code = ask(arguments, Request::copy(text), answer);
+    const ExitCode code = ask(target, arguments, Request::copy(text), answer);
     JsonOutput::printDone(arguments, code, {{u"text"_s, text}});
     if (code == ExitCode::NoConnection && text.size() > packetTextLength) {
         Terminal::note(u"A text as long as this one (%1 bytes) may be cut by the network, and then "
@@ -215,10 +239,10 @@ ExitCode Commands::copy(const Arguments &arguments)
     return code;
 }
 
-ExitCode Commands::paste(const Arguments &arguments)
+ExitCode pasteOnNetwork(const Target &target, const Arguments &arguments)
 {
     Answer answer;
-    const ExitCode code = ask(arguments, Request::paste(), answer);
+    const ExitCode code = ask(target, arguments, Request::paste(), answer);
     if (code == ExitCode::ServerError) {
         Terminal::complain(u"There is no text on the server's clipboard; copy some there first."_s,
                            "no-text"_L1);
@@ -233,6 +257,85 @@ ExitCode Commands::paste(const Arguments &arguments)
         Terminal::print(shownText(text));
     }
     return code;
+}
+
+} // namespace
+
+ExitCode Commands::discover(const Arguments &arguments)
+{
+    if (arguments.isWatch) {
+        return watchNetwork(arguments);
+    }
+    const auto local = LocalSession::find(std::min(arguments.timeout, greetingTime)).session;
+    const DiscoveredServers seen = seenOnNetwork(arguments);
+    if (!seen.problem.isEmpty() && !local) {
+        return discoveryFailed(seen.problem);
+    }
+    if (!seen.problem.isEmpty()) {
+        Terminal::note(seen.problem + u" Other computers are not listed."_s);
+    }
+    const QList<Listed> servers = listOf(seen.servers, local.get());
+    showServers(servers, arguments.wantsJson);
+    if (servers.isEmpty()) {
+        Terminal::complain(u"No server was found; start VornaServer on the desktop."_s,
+                           "no-server"_L1);
+    }
+    return servers.isEmpty() ? ExitCode::NoConnection : ExitCode::Done;
+}
+
+ExitCode Commands::info(const Arguments &arguments)
+{
+    const Target target = Target::find(arguments);
+    if (!target.isFound()) {
+        return target.code;
+    }
+    return target.local ? LocalCommands::info(*target.local, arguments)
+                        : infoOnNetwork(target, arguments);
+}
+
+ExitCode Commands::pair(const Arguments &arguments)
+{
+    const Target target = Target::find(arguments);
+    if (!target.isFound()) {
+        return target.code;
+    }
+    return target.local ? LocalCommands::pair(*target.local, arguments)
+                        : pairOnNetwork(target, arguments);
+}
+
+ExitCode Commands::copy(const Arguments &arguments)
+{
+    const Target target = Target::find(arguments);
+    if (!target.isFound()) {
+        return target.code;
+    }
+    return target.local ? LocalCommands::copy(*target.local, arguments)
+                        : copyOnNetwork(target, arguments);
+}
+
+ExitCode Commands::paste(const Arguments &arguments)
+{
+    const Target target = Target::find(arguments);
+    if (!target.isFound()) {
+        return target.code;
+    }
+    return target.local ? LocalCommands::paste(*target.local, arguments)
+                        : pasteOnNetwork(target, arguments);
+}
+
+ExitCode Commands::open(const Arguments &arguments)
+{
+    if (arguments.values.isEmpty() != arguments.wantsList) {
+        return refused(u"open takes an address or an application, or --list."_s);
+    }
+    const Target target = arguments.wantsList || arguments.isApplication
+                              ? Target::findLocal(arguments)
+                              : Target::find(arguments);
+    if (!target.isFound()) {
+        return target.code;
+    }
+    return target.local ? LocalCommands::open(*target.local, arguments)
+                        : openOnNetwork(target, arguments);
 }
 
 } // namespace quillmote

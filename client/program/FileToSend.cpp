@@ -38,23 +38,6 @@ QString systemsReason(int error)
     }
 }
 
-/// Asks the system instead of opening the file, because opening a pipe waits for ever.
-QString reasonAgainstReading(const QString &path)
-{
-    const QByteArray native = QFile::encodeName(path);
-    struct stat status = {};
-    if (stat(native.constData(), &status) != 0) {
-        return systemsReason(errno);
-    }
-    if (S_ISDIR(status.st_mode)) {
-        return u"is a directory; pack it into an archive, or name its files"_s;
-    }
-    if (!S_ISREG(status.st_mode)) {
-        return u"is not a regular file"_s;
-    }
-    return access(native.constData(), R_OK) != 0 ? systemsReason(errno) : QString();
-}
-
 bool hasInvisibleCharacter(const QString &name)
 {
     const auto isOtherWhiteSpace = [](QChar character) {
@@ -77,6 +60,23 @@ QString reasonAgainstName(const QString &name)
 }
 
 } // namespace
+
+/// Asks the system instead of opening the file, because opening a pipe waits for ever.
+QString reasonAgainstReading(const QString &path)
+{
+    const QByteArray native = QFile::encodeName(path);
+    struct stat status = {};
+    if (stat(native.constData(), &status) != 0) {
+        return systemsReason(errno);
+    }
+    if (S_ISDIR(status.st_mode)) {
+        return u"is a directory; pack it into an archive, or name its files"_s;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return u"is not a regular file"_s;
+    }
+    return access(native.constData(), R_OK) != 0 ? systemsReason(errno) : QString();
+}
 
 FileToSend FileToSend::at(const QString &path, const std::optional<QString> &name)
 {

@@ -29,6 +29,9 @@ struct FileToSend
     static FileToSend at(const QString &path, const std::optional<QString> &name = {});
 };
 
+/// Why the file cannot be sent, whatever its name there; empty if it can.
+QString reasonAgainstReading(const QString &path);
+
 /// The announcement of a file with that size. The file is open, and nothing has been read from it.
 FileAnnouncement announcementOf(const QString &name, QFile &file, quint64 size, quint64 tag);
 

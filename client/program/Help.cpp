@@ -47,8 +47,11 @@ QString overview()
            "Controls a desktop that runs VornaServer.\n\nCommands:\n%1\nOptions:\n%2\n"
            "If several servers are found, pick one with --server NAME, or with\n"
            "QUILLMOTE_SERVER in the environment. By default the server used last is used, or\n"
-           "the only one on the network.\n\n"
-           "Exit status: 0 done, 1 the server answered ERROR, 2 wrong usage, 3 no server or\n"
+           "else the one of this desktop, or else the only one on the network. The server of\n"
+           "this desktop is reached without the network and can do more: any key, any text,\n"
+           "the wheel, dragging, any file.\n\n"
+           "Exit status: 0 done, 1 the server refused or answered ERROR, 2 wrong usage, 3 no "
+           "server or\n"
            "connection lost.\n"_s.arg(commands, listed(commonOptions()));
 }
 

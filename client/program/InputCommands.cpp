@@ -6,7 +6,10 @@
 #include "program/Commands.h"
 #include "program/JsonOutput.h"
 #include "program/KeyNames.h"
+#include "program/KeyStroke.h"
+#include "program/LocalCommands.h"
 #include "program/Session.h"
+#include "program/Target.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -14,6 +17,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -56,10 +61,10 @@ ExitCode runAll(Session &session, const std::vector<Request> &requests,
     return Session::report(worst);
 }
 
-ExitCode connectAndRun(const Arguments &arguments, const std::vector<Request> &requests,
-                       milliseconds *longestGap = nullptr)
+ExitCode connectAndRun(const Target &target, const Arguments &arguments,
+                       const std::vector<Request> &requests, milliseconds *longestGap = nullptr)
 {
-    Session session(arguments);
+    Session session(target, arguments);
     const ExitCode code =
         session.isOpen() ? runAll(session, requests, longestGap) : session.exitCode();
     JsonOutput::printDone(arguments, code);
@@ -88,42 +93,26 @@ std::optional<Click> clickNamed(const QString &name)
     return found == clicks.end() ? std::nullopt : std::optional(*found);
 }
 
-} // namespace
-
-ExitCode Commands::key(const Arguments &arguments)
+/// A click as the server of this desktop knows it.
+struct LocalClick
 {
-    std::vector<Request> requests;
-    for (const QString &value : arguments.values) {
-        const auto shortcut = KeyNames::forServer(value);
-        if (!shortcut) {
-            return misused(
-                u"The server cannot type \"%1\"; quillmote key --help lists the keys."_s.arg(
-                    value));
-        }
-        requests.push_back(Request::key(*shortcut));
+    QString button;
+    QString action;
+};
+
+std::optional<LocalClick> localClickNamed(const QString &name)
+{
+    static const QStringList buttons = {u"left"_s, u"middle"_s, u"right"_s, u"back"_s,
+                                        u"forward"_s};
+    if (name == "double"_L1) {
+        return LocalClick{u"left"_s, u"double"_s};
     }
-    const std::vector<Request> once = requests;
-    for (int count = 1; count < arguments.repeat; ++count) {
-        requests.insert(requests.end(), once.begin(), once.end());
-    }
-    return connectAndRun(arguments, requests);
+    const QString button = name == "center"_L1 ? u"middle"_s : name;
+    return buttons.contains(button) ? std::optional(LocalClick{button, u"click"_s}) : std::nullopt;
 }
 
-ExitCode Commands::move(const Arguments &arguments)
+ExitCode clickOnNetwork(const Target &target, const Arguments &arguments, const QString &name)
 {
-    bool isX = false;
-    bool isY = false;
-    const int dx = arguments.values[0].toInt(&isX);
-    const int dy = arguments.values[1].toInt(&isY);
-    if (!isX || !isY) {
-        return misused(u"move takes two whole numbers of pixels, as in quillmote move 100 -20."_s);
-    }
-    return connectAndRun(arguments, {Request::move(dx, dy)});
-}
-
-ExitCode Commands::click(const Arguments &arguments)
-{
-    const QString name = arguments.values.value(0, u"left"_s);
     const std::optional<Click> click = clickNamed(name);
     if (!click) {
         return misused(
@@ -131,14 +120,102 @@ ExitCode Commands::click(const Arguments &arguments)
     }
     const auto count = static_cast<size_t>(click->count) * static_cast<size_t>(arguments.repeat);
     milliseconds longestGap{0};
-    const ExitCode code =
-        connectAndRun(arguments, std::vector(count, Request::click(click->button)), &longestGap);
+    const ExitCode code = connectAndRun(
+        target, arguments, std::vector(count, Request::click(click->button)), &longestGap);
     if (click->count > 1 && longestGap > doubleClickTime) {
         Terminal::note(
             u"The clicks came %1 ms apart; the desktop may take them for single ones."_s.arg(
                 longestGap.count()));
     }
     return code;
+}
+
+/// The shortcut that a handheld on the network sends for that word; none if it has no word for it.
+std::optional<QString> shortcutFor(const QString &word)
+{
+    const auto shortcut = KeyNames::forServer(word);
+    const auto stroke = KeyStroke::of(word);
+    return shortcut || !stroke ? shortcut : stroke->onNetwork();
+}
+
+ExitCode typeOnNetwork(const Target &target, const Arguments &arguments)
+{
+    std::vector<Request> requests;
+    for (const QString &value : arguments.values) {
+        const auto shortcut = shortcutFor(value);
+        if (!shortcut) {
+            return misused(u"The network has no word for the key \"%1\"; only the server of this "
+                           "desktop can press it (--local)."_s.arg(value));
+        }
+        requests.push_back(Request::key(*shortcut));
+    }
+    const std::vector<Request> once = requests;
+    for (int count = 1; count < arguments.repeat; ++count) {
+        requests.insert(requests.end(), once.begin(), once.end());
+    }
+    return connectAndRun(target, arguments, requests);
+}
+
+} // namespace
+
+ExitCode Commands::key(const Arguments &arguments)
+{
+    std::vector<KeyStroke> strokes;
+    for (const QString &value : arguments.values) {
+        const auto stroke = KeyStroke::of(value);
+        if (!stroke) {
+            return misused(u"There is no key \"%1\".%2 quillmote key --help lists the keys."_s.arg(
+                value, KeyStroke::suggestionFor(value)));
+        }
+        strokes.push_back(*stroke);
+    }
+    const Target target = Target::find(arguments);
+    if (!target.isFound()) {
+        return target.code;
+    }
+    return target.local ? LocalCommands::key(*target.local, arguments, strokes)
+                        : typeOnNetwork(target, arguments);
+}
+
+ExitCode Commands::move(const Arguments &arguments)
+{
+    bool isX = false;
+    bool isY = false;
+    const double dx = arguments.values[0].toDouble(&isX);
+    const double dy = arguments.values[1].toDouble(&isY);
+    const bool areWhole = dx == std::trunc(dx) && dy == std::trunc(dy);
+    const double most = std::max(std::abs(dx), std::abs(dy));
+    if (!isX || !isY || !(most <= std::numeric_limits<int>::max())) {
+        return misused(u"move takes two numbers of pixels, as in quillmote move 100 -20."_s);
+    }
+    const Target target = Target::find(arguments);
+    if (!target.isFound()) {
+        return target.code;
+    }
+    if (target.local) {
+        return LocalCommands::move(*target.local, arguments, dx, dy);
+    }
+    return areWhole ? connectAndRun(target, arguments,
+                                    {Request::move(static_cast<int>(dx), static_cast<int>(dy))})
+                    : misused(u"The network has no fractions of pixels; move takes two whole "
+                              "numbers, as in quillmote move 100 -20."_s);
+}
+
+ExitCode Commands::click(const Arguments &arguments)
+{
+    const QString name = arguments.values.value(0, u"left"_s);
+    const auto click = localClickNamed(name);
+    if (!click) {
+        return misused(u"There is no click \"%1\"; it is left, right, middle, center, back, "
+                       "forward or double."_s.arg(name));
+    }
+    const Target target = Target::find(arguments);
+    if (!target.isFound()) {
+        return target.code;
+    }
+    return target.local
+               ? LocalCommands::click(*target.local, arguments, click->button, click->action)
+               : clickOnNetwork(target, arguments, name);
 }
 
 } // namespace quillmote

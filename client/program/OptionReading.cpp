@@ -16,8 +16,12 @@ constexpr QChar guard = QChar::Null;
 
 bool isNegativeNumber(QStringView word)
 {
-    return word.size() > 1 && word[0] == u'-' &&
-           std::all_of(word.begin() + 1, word.end(), [](QChar digit) { return digit.isDigit(); });
+    if (!word.startsWith(u'-') || word.count(u'.') > 1 || word.endsWith(u'.')) {
+        return false;
+    }
+    return word.size() > 1 && std::all_of(word.begin() + 1, word.end(), [](QChar sign) {
+               return sign.isDigit() || sign == u'.';
+           });
 }
 
 QStringList withNumbersGuarded(QStringList words)

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -36,16 +37,32 @@ QString readPort(const QString &value, Arguments &arguments)
                                            : u"--port takes a number from 1 to 65535."_s;
 }
 
-QString readTimeout(const QString &value, Arguments &arguments)
+/// The value in seconds as milliseconds; none if it is out of range.
+std::optional<std::chrono::milliseconds> secondsIn(const QString &value)
 {
     bool isNumber = false;
     const double seconds = value.toDouble(&isNumber);
     if (!isNumber || !(seconds > 0 && seconds <= 86'400)) {
+        return std::nullopt;
+    }
+    return std::chrono::milliseconds(std::lround(std::ceil(seconds * 1000)));
+}
+
+QString readTimeout(const QString &value, Arguments &arguments)
+{
+    const auto time = secondsIn(value);
+    if (!time) {
         return u"--timeout takes seconds, more than 0 and up to 86400."_s;
     }
     arguments.isTimeoutGiven = true;
-    arguments.timeout = std::chrono::milliseconds(std::lround(std::ceil(seconds * 1000)));
+    arguments.timeout = *time;
     return {};
+}
+
+QString readHoldTime(const QString &value, Arguments &arguments)
+{
+    arguments.holdTime = secondsIn(value);
+    return arguments.holdTime ? QString() : u"--for takes seconds, more than 0 and up to 86400."_s;
 }
 
 QString readRepeat(const QString &value, Arguments &arguments)
@@ -55,14 +72,31 @@ QString readRepeat(const QString &value, Arguments &arguments)
     return isNumber && arguments.repeat >= 1 ? QString() : u"--repeat takes a number from 1."_s;
 }
 
-QString readPasteWait(const QString &value, Arguments &arguments)
+/// The value in milliseconds; none if it is out of range.
+std::optional<std::chrono::milliseconds> millisecondsIn(const QString &value)
 {
     bool isNumber = false;
-    const int wait = value.toInt(&isNumber);
-    if (!isNumber || wait < 0 || wait > 60'000) {
-        return u"--paste-wait takes milliseconds, from 0 to 60000."_s;
-    }
-    arguments.pasteWait = std::chrono::milliseconds(wait);
+    const int time = value.toInt(&isNumber);
+    return isNumber && time >= 0 && time <= 60'000 ? std::optional(std::chrono::milliseconds(time))
+                                                   : std::nullopt;
+}
+
+QString readPasteWait(const QString &value, Arguments &arguments)
+{
+    const auto wait = millisecondsIn(value);
+    arguments.pasteWait = wait.value_or(arguments.pasteWait);
+    return wait ? QString() : u"--paste-wait takes milliseconds, from 0 to 60000."_s;
+}
+
+QString readDelay(const QString &value, Arguments &arguments)
+{
+    const auto delay = millisecondsIn(value);
+    arguments.delay = delay.value_or(arguments.delay);
+    return delay ? QString() : u"--delay takes milliseconds, from 0 to 60000."_s;
+}
+
+QString readNothing(const QString &, Arguments &)
+{
     return {};
 }
 
@@ -81,8 +115,26 @@ constexpr std::array table = {
            setFlag<&Arguments::isLossy>},
     Option{"as"_L1, "NAME"_L1, "save the file under this name"_L1, "send"_L1,
            setText<&Arguments::saveAs>},
-    Option{"force"_L1, noValue, "send files even if they arrive damaged"_L1, "send"_L1,
-           setFlag<&Arguments::isForced>},
+    Option{"force"_L1, noValue, "send what arrives damaged, or replace files that exist here"_L1,
+           "send get"_L1, setFlag<&Arguments::isForced>},
+    Option{"open"_L1, noValue, "open each file there when it has arrived (the default)"_L1,
+           "send"_L1, readNothing},
+    Option{"no-open"_L1, noValue, "only store the files there"_L1, "send"_L1,
+           setFlag<&Arguments::staysClosed>},
+    Option{"output"_L1, "PATH"_L1, "the folder or file to write to; - is standard output"_L1,
+           "get"_L1, setText<&Arguments::output>, QLatin1Char('o')},
+    Option{"keep-newline"_L1, noValue, "keep the line break at the end of standard input"_L1,
+           "copy type"_L1, setFlag<&Arguments::keepsLineBreak>},
+    Option{"application"_L1, noValue, "start the application of that name"_L1, "open"_L1,
+           setFlag<&Arguments::isApplication>},
+    Option{"list"_L1, noValue, "list the applications that can be opened"_L1, "open"_L1,
+           setFlag<&Arguments::wantsList>},
+    Option{"button"_L1, "BUTTON"_L1, "left (default), middle, right, back or forward"_L1, "drag"_L1,
+           setText<&Arguments::button>},
+    Option{"for"_L1, "SECONDS"_L1, "how long to hold (default: until Ctrl+C)"_L1, "hold"_L1,
+           readHoldTime},
+    Option{"delay"_L1, "MILLISECONDS"_L1, "wait between the characters (default: 0)"_L1, "type"_L1,
+           readDelay},
     Option{"paste"_L1, noValue, "paste all of the text instead of typing it"_L1, "type remote"_L1,
            setFlag<&Arguments::pastesAll>},
     Option{"restore"_L1, noValue, "put the clipboard's previous text back at the end"_L1, "type"_L1,
@@ -91,6 +143,8 @@ constexpr std::array table = {
            "type remote"_L1, setFlag<&Arguments::isUsKeyboard>},
     Option{"paste-wait"_L1, "MILLISECONDS"_L1,
            "how long to wait after each paste (default: 500)"_L1, "type remote"_L1, readPasteWait},
+    Option{"local"_L1, noValue, "use the server of this desktop"_L1, everyCommand,
+           setFlag<&Arguments::isLocal>},
     Option{"server"_L1, "NAME"_L1, "use the server with this name"_L1, everyCommand,
            setText<&Arguments::server>},
     Option{"host"_L1, "HOST"_L1, "use the server at this address, with --port"_L1, everyCommand,

@@ -28,6 +28,15 @@ void OutputStream::write(const QString &text) const
     put(stream, (isTerminal() ? printableLines(text) : text).toUtf8());
 }
 
+void OutputStream::writeBytes(const QByteArray &bytes) const
+{
+    if (isTerminal()) {
+        write(QString::fromUtf8(bytes));
+    } else {
+        put(stream, bytes);
+    }
+}
+
 void OutputStream::control(const char *sequence) const
 {
     if (isTerminal()) {

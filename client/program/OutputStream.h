@@ -24,6 +24,8 @@ public:
 
     /// Line feeds and tabs are written as they are; all other control characters are escaped.
     void write(const QString &text) const;
+    /// Writes the bytes as they are; on a terminal like a text of UTF-8.
+    void writeBytes(const QByteArray &bytes) const;
     /// Writes one of this program's own control sequences; does nothing if the stream is not a
     /// terminal.
     void control(const char *sequence) const;

@@ -11,8 +11,14 @@ namespace quillmote {
 class RawTerminal
 {
 public:
+    /// What the terminal reports beside plain keys.
+    enum class Reports {
+        Mouse,
+        MouseAndAllKeys, ///< pastes as such, and every key with its modifiers where it can
+    };
+
     /// Changes nothing if standard input is not a terminal.
-    RawTerminal();
+    explicit RawTerminal(Reports reports = Reports::Mouse);
     ~RawTerminal();
     RawTerminal(const RawTerminal &) = delete;
     RawTerminal &operator=(const RawTerminal &) = delete;

@@ -5,9 +5,11 @@
 
 #include "program/Commands.h"
 #include "program/DeviceIdentity.h"
+#include "program/LocalRemote.h"
 #include "program/RawTerminal.h"
 #include "program/Remote.h"
 #include "program/Session.h"
+#include "program/Target.h"
 
 #include <unistd.h>
 
@@ -17,13 +19,37 @@ namespace quillmote {
 
 using Terminal::ExitCode;
 
+namespace {
+
+ExitCode remoteHere(LocalSession &session)
+{
+    ExitCode code = ExitCode::Done;
+    {
+        const RawTerminal terminal(RawTerminal::Reports::MouseAndAllKeys);
+        code = LocalRemote(session).run();
+    }
+    if (code == ExitCode::NoConnection) {
+        Terminal::complain(u"The session has ended; is VornaServer still running?"_s, "lost"_L1);
+    }
+    return code;
+}
+
+} // namespace
+
 ExitCode Commands::remote(const Arguments &arguments)
 {
     if (!Terminal::errorsAreTerminal() || isatty(STDIN_FILENO) != 1) {
         Terminal::complain(u"remote needs a terminal; in scripts use key, move and click."_s);
         return ExitCode::Usage;
     }
-    Session session(arguments);
+    const Target target = Target::find(arguments);
+    if (!target.isFound()) {
+        return target.code;
+    }
+    if (target.local) {
+        return remoteHere(*target.local);
+    }
+    Session session(target, arguments);
     if (!session.isOpen()) {
         return session.exitCode();
     }

@@ -6,7 +6,9 @@
 #include "program/Commands.h"
 #include "program/FileSender.h"
 #include "program/FileToSend.h"
+#include "program/LocalCommands.h"
 #include "program/Session.h"
+#include "program/Target.h"
 
 using namespace Qt::StringLiterals;
 
@@ -105,10 +107,13 @@ void noteHowTheyArrive(const Files &files)
                    "appended to it."_s);
 }
 
-} // namespace
-
-ExitCode Commands::send(const Arguments &arguments)
+ExitCode sendOnNetwork(const Target &target, const Arguments &arguments)
 {
+    if (arguments.staysClosed) {
+        Terminal::complain(u"Over the network the server opens each file; --no-open works with the "
+                           "server of this desktop only."_s);
+        return ExitCode::Usage;
+    }
     if (arguments.saveAs && arguments.values.size() > 1) {
         Terminal::complain(u"--as names one file; send the others separately."_s);
         return ExitCode::Usage;
@@ -117,7 +122,7 @@ ExitCode Commands::send(const Arguments &arguments)
     if (isRefused(arguments, files)) {
         return ExitCode::Usage;
     }
-    Session session(arguments);
+    Session session(target, arguments);
     if (!session.isOpen()) {
         return session.exitCode();
     }
@@ -130,6 +135,18 @@ ExitCode Commands::send(const Arguments &arguments)
         }
     }
     return code;
+}
+
+} // namespace
+
+ExitCode Commands::send(const Arguments &arguments)
+{
+    const Target target = Target::find(arguments);
+    if (!target.isFound()) {
+        return target.code;
+    }
+    return target.local ? LocalCommands::send(*target.local, arguments)
+                        : sendOnNetwork(target, arguments);
 }
 
 } // namespace quillmote

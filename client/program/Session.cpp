@@ -3,15 +3,12 @@
 
 #include "program/Session.h"
 
-#include "lib/PrintableText.h"
 #include "program/ConnectionKeeper.h"
 #include "program/LastServer.h"
-#include "program/ServerSearch.h"
+#include "program/Target.h"
 
 #include <QEventLoop>
 #include <QTimer>
-
-#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -23,21 +20,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How long to look for servers if none is named. Every server answers within this time, even if
-/// its first answer is lost.
-constexpr auto lookAround = 1'500ms;
 /// A server that does not ask a person answers within this time.
 constexpr auto quickAnswer = 300ms;
-
-constexpr auto serverVariable = "QUILLMOTE_SERVER";
-
-QString listed(const QList<ServerAddress> &servers)
-{
-    QStringList names;
-    std::transform(servers.begin(), servers.end(), std::back_inserter(names),
-                   [](const auto &server) { return u'"' + server.name + u'"'; });
-    return printable(names.join(u", "_s));
-}
 
 /// Whether the server shows a balloon about the command, which the end of the connection covers.
 bool isShownByServer(const QString &command)
@@ -45,39 +29,17 @@ bool isShownByServer(const QString &command)
     return command == "open"_L1 || command == "copy"_L1 || command == "send"_L1;
 }
 
-WantedServer wantedServer(const Arguments &arguments)
-{
-    const QString name =
-        arguments.server.isEmpty() ? qEnvironmentVariable(serverVariable) : arguments.server;
-    return {name, name.isEmpty() ? LastServer::name() : QString()};
-}
-
-void complainOfNone(const WantedServer &wanted, const QList<ServerAddress> &seen,
-                    bool isNamedByOption)
-{
-    const QString source = wanted.name.isEmpty() || isNamedByOption
-                               ? QString()
-                               : u" (named by %1)"_s.arg(QLatin1StringView(serverVariable));
-    const QString which = wanted.name.isEmpty()
-                              ? QString()
-                              : u" of the name \"%1\"%2"_s.arg(printable(wanted.name), source);
-    const QString others =
-        seen.isEmpty() ? QString() : u" These were found: %1."_s.arg(listed(seen));
-    Terminal::complain(u"No server%1 was found; start VornaServer there, or give its address with "
-                       "--host and --port.%2"_s.arg(which, others),
-                       "no-server"_L1);
-}
-
 } // namespace
 
-Session::Session(const Arguments &arguments) : isShownThere(isShownByServer(arguments.command))
+Session::Session(const Target &target, const Arguments &arguments)
+    : name(target.name)
+    , advertisedName(target.advertisedName)
+    , isShownThere(isShownByServer(arguments.command))
 {
     if (isShownThere) {
         ConnectionKeeper::endEarlier();
     }
-    if (findServer(arguments)) {
-        connectToServer(arguments);
-    }
+    connectTo(target, arguments);
 }
 
 Session::~Session()
@@ -93,60 +55,7 @@ Session::~Session()
     }
 }
 
-bool Session::findServer(const Arguments &arguments)
-{
-    if (arguments.host.isEmpty()) {
-        return searchByName(arguments);
-    }
-    host = arguments.host;
-    port = arguments.port;
-    name = printable(u"%1:%2"_s.arg(host).arg(port));
-    return true;
-}
-
-bool Session::searchByName(const Arguments &arguments)
-{
-    const WantedServer wanted = wantedServer(arguments);
-    const auto limit = wanted.name.isEmpty()
-                           ? std::min<std::chrono::milliseconds>(lookAround, arguments.timeout)
-                           : arguments.timeout;
-    const SearchResult result = ServerSearch(wanted).run(limit);
-    if (!result.problem.isEmpty()) {
-        Terminal::complain(result.problem + u" Give the server's address with --host and --port."_s,
-                           "no-discovery"_L1);
-        return false;
-    }
-    switch (result.choice.kind) {
-    case ServerChoice::Kind::Clear:
-        if (!wanted.lastUsed.isEmpty() && wanted.lastUsed != result.choice.server.name) {
-            Terminal::note(u"The server used last, \"%1\", was not found; using \"%2\"."_s.arg(
-                printable(wanted.lastUsed), printable(result.choice.server.name)));
-        }
-        return use(result.choice.server);
-    case ServerChoice::Kind::Several:
-        Terminal::complain(u"Several servers were found: %1; choose one with --server."_s.arg(
-                               listed(result.choice.candidates)),
-                           "several-servers"_L1);
-        code = ExitCode::Usage;
-        return false;
-    case ServerChoice::Kind::Undecided:
-    case ServerChoice::Kind::None:
-        complainOfNone(wanted, result.choice.candidates, !arguments.server.isEmpty());
-        return false;
-    }
-    return false;
-}
-
-bool Session::use(const ServerAddress &server)
-{
-    advertisedName = server.name;
-    name = printable(server.name);
-    host = server.address.toString();
-    port = server.port;
-    return true;
-}
-
-void Session::connectToServer(const Arguments &arguments)
+void Session::connectTo(const Target &target, const Arguments &arguments)
 {
     link.setTimeout(arguments.timeout);
     QEventLoop loop;
@@ -156,7 +65,7 @@ void Session::connectToServer(const Arguments &arguments)
         problem = why;
         loop.exit(1);
     });
-    link.open(host, port);
+    link.open(target.host, target.port);
     if (loop.exec() == 0) {
         code = ExitCode::Done;
     } else {

@@ -4,21 +4,19 @@
 #pragma once
 
 #include "lib/Connection.h"
-#include "lib/ServerBrowser.h"
 #include "program/Arguments.h"
 #include "program/Terminal.h"
 
-#include <optional>
-
 namespace quillmote {
 
-/// A connection to the server that the arguments name.
+struct Target;
+
+/// A connection to a server on the network.
 class Session
 {
 public:
-    /// Finds the server and connects. A failure is reported to the user, and exitCode() is not Done
-    /// then.
-    explicit Session(const Arguments &arguments);
+    /// Connects. A failure is reported to the user, and exitCode() is not Done then.
+    Session(const Target &target, const Arguments &arguments);
     /// Remembers a server that has answered. If the server shows something about the command, the
     /// connection is kept open for some seconds; see ConnectionKeeper.
     ~Session();
@@ -41,16 +39,11 @@ public:
     static Terminal::ExitCode report(const Outcome &outcome);
 
 private:
-    bool findServer(const Arguments &arguments);
-    bool searchByName(const Arguments &arguments);
-    bool use(const ServerAddress &server);
-    void connectToServer(const Arguments &arguments);
+    void connectTo(const Target &target, const Arguments &arguments);
 
     Connection link;
-    QString name;           // for the user; printable
-    QString advertisedName; // empty if the user has given the address
-    QString host;
-    quint16 port = 0;
+    QString name;              // for the user; printable
+    QString advertisedName;    // empty if the user has given the address
     bool isShownThere = false; // whether the server shows something about the command
     Terminal::ExitCode code = Terminal::ExitCode::NoConnection;
 };

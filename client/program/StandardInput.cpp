@@ -15,4 +15,20 @@ QString standardInput()
     return input.open(stdin, QIODevice::ReadOnly) ? QString::fromUtf8(input.readAll()) : QString();
 }
 
+QByteArray standardInputBytes(qint64 most)
+{
+    QFile input;
+    QByteArray bytes;
+    if (input.open(stdin, QIODevice::ReadOnly)) {
+        while (bytes.size() < most) {
+            const QByteArray piece = input.read(most - bytes.size());
+            if (piece.isEmpty()) {
+                break;
+            }
+            bytes += piece;
+        }
+    }
+    return bytes;
+}
+
 } // namespace quillmote

@@ -6,9 +6,11 @@
 #include "program/ClipboardKeeper.h"
 #include "program/Commands.h"
 #include "program/JsonOutput.h"
+#include "program/LocalCommands.h"
 #include "program/Session.h"
 #include "program/SignalWatch.h"
 #include "program/StandardInput.h"
+#include "program/Target.h"
 #include "program/TextTyper.h"
 #include "program/TypingPlan.h"
 
@@ -26,13 +28,13 @@ using Terminal::ExitCode;
 
 namespace {
 
-QString textFromInput()
+QString textFromInput(const Arguments &arguments)
 {
     if (isatty(STDIN_FILENO) == 1) {
         Terminal::note(u"Reading the text from the terminal; Ctrl+D ends it."_s);
     }
     QString text = standardInput();
-    if (text.endsWith(u'\n')) {
+    if (!arguments.keepsLineBreak && text.endsWith(u'\n')) {
         text.chop(text.endsWith("\r\n"_L1) ? 2 : 1);
     }
     return text;
@@ -91,17 +93,14 @@ QJsonObject details(const TypingPlan &plan)
             {u"pastes"_s, static_cast<qint64>(pastes)}};
 }
 
-} // namespace
-
-ExitCode Commands::type(const Arguments &arguments)
+ExitCode typeOnNetwork(const Target &target, const Arguments &arguments, const QString &text)
 {
-    const QString text = arguments.values.isEmpty() ? textFromInput() : arguments.values.join(u' ');
     const TypingPlan plan = TypingPlan::of(text, {arguments.pastesAll, arguments.isUsKeyboard});
     if (!plan.refusal.isEmpty()) {
         Terminal::complain(plan.refusal);
         return ExitCode::Usage;
     }
-    Session session(arguments);
+    Session session(target, arguments);
     if (!session.isOpen()) {
         return session.exitCode();
     }
@@ -117,6 +116,20 @@ ExitCode Commands::type(const Arguments &arguments)
     }
     JsonOutput::printDone(arguments, code, details(plan));
     return code;
+}
+
+} // namespace
+
+ExitCode Commands::type(const Arguments &arguments)
+{
+    const QString text =
+        arguments.values.isEmpty() ? textFromInput(arguments) : arguments.values.join(u' ');
+    const Target target = Target::find(arguments);
+    if (!target.isFound()) {
+        return target.code;
+    }
+    return target.local ? LocalCommands::type(*target.local, arguments, text)
+                        : typeOnNetwork(target, arguments, text);
 }
 
 } // namespace quillmote
