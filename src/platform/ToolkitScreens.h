@@ -5,6 +5,12 @@
 
 #include "platform/Screens.h"
 
+#include <QObject>
+
+#include <memory>
+
+class QScreen;
+
 namespace platform {
 
 /// The screens as the toolkit sees them, for hosts where the pointer moves in the toolkit's own
@@ -13,8 +19,16 @@ class ToolkitScreens : public Screens
 {
 public:
     QSize desktopSize() override;
-    QList<Screen> all() override { return {}; }
-    void watch(std::function<void()> /*changed*/) override {}
+    QList<Screen> all() override;
+    void watch(std::function<void()> changed) override;
+
+private:
+    void watchGeometry(const QScreen *screen);
+    void compare();
+
+    std::function<void()> report;
+    QList<Screen> latest;
+    std::unique_ptr<QObject> watching; // Its destruction ends the connections.
 };
 
 } // namespace platform

@@ -34,6 +34,12 @@ void setParameters(ClientHandler &client, const QStringList &values)
     client.token.insert(u"cmdParameters"_s, values);
 }
 
+/// By design: a mark of the byte order at the beginning is not sent. In Latin-1 it would be "?".
+QString withoutMark(const QString &text)
+{
+    return text.startsWith(QChar::ByteOrderMark) ? text.sliced(1) : text;
+}
+
 } // namespace
 
 struct Server::Command
@@ -115,7 +121,7 @@ void Server::serveClipboardRequest(ClientHandler &client)
             }
             const bool isText = found && found->size() <= platform::maximumClipboardText;
             if (isText) {
-                const std::shared_ptr<const SharedText> text = shared(*found);
+                const std::shared_ptr<const SharedText> text = shared(withoutMark(*found));
                 present->holdText(text);
                 setParameters(*present, {text->content});
             }

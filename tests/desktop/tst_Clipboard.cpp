@@ -114,6 +114,9 @@ void tst_Clipboard::textOfAnotherProgramIsSent_data()
                                                                               "e");
     QTest::newRow("beyond Latin-1")
         << QByteArray("5 \xe2\x82\xac, \xce\xb1\xce\xb2") << utf8 << "5 ?, ??";
+    QTest::newRow("mark of the byte order") << QByteArray("\xef\xbb\xbf"
+                                                          "az")
+                                            << utf8 << "az";
     QTest::newRow("beyond the basic plane") << QByteArray("a\xf0\x9f\x98\x80z") << utf8 << "a??z";
 }
 

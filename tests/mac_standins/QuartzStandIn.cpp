@@ -26,7 +26,7 @@ public:
     explicit Event(const QString &eventDescription) : Object("event"), description(eventDescription)
     {
     }
-    const QString description;
+    QString description;
     CGEventFlags flags = 0xdead;
 };
 
@@ -69,6 +69,29 @@ CGEventRef CGEventCreateMouseEvent(CGEventSourceRef source, CGEventType type, CG
     return makeEvent(
         "CGEventCreateMouseEvent", source,
         u"type %1 at %2,%3 button %4"_s.arg(type).arg(position.x).arg(position.y).arg(button));
+}
+
+CGEventRef CGEventCreateScrollWheelEvent2(CGEventSourceRef source, CGScrollEventUnit units,
+                                          uint32_t wheelCount, int32_t wheel1, int32_t wheel2,
+                                          int32_t wheel3)
+{
+    return makeEvent("CGEventCreateScrollWheelEvent2", source,
+                     u"unit %1 wheels %2 by %3,%4,%5"_s.arg(units)
+                         .arg(wheelCount)
+                         .arg(wheel1)
+                         .arg(wheel2)
+                         .arg(wheel3));
+}
+
+void CGEventKeyboardSetUnicodeString(CGEventRef event, unsigned long length, const UniChar *text)
+{
+    const QString given(reinterpret_cast<const QChar *>(text), static_cast<qsizetype>(length));
+    checked<Event>(event).description += u" text "_s + given;
+}
+
+void CGEventSetIntegerValueField(CGEventRef event, CGEventField field, int64_t value)
+{
+    checked<Event>(event).description += u" field %1 = %2"_s.arg(field).arg(value);
 }
 
 void CGEventSetFlags(CGEventRef event, CGEventFlags flags)

@@ -82,7 +82,9 @@ std::unique_ptr<Clipboard> makeClipboard()
     if (isToolkitOnX11()) {
         return std::make_unique<X11Clipboard>();
     }
-    return std::make_unique<ToolkitClipboard>();
+    // A Wayland compositor shows the clipboard to the program that has the focus.
+    return std::make_unique<ToolkitClipboard>(
+        ToolkitClipboard::Reach{.isReadable = false, .isWatchable = false});
 }
 
 std::unique_ptr<Screens> makeScreens()

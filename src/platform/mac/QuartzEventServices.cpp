@@ -57,7 +57,11 @@ void postOne(CGEventSourceRef source, const MouseEvent &event, EventTap tap)
 
 } // namespace
 
-QuartzEventServices::QuartzEventServices() : isSettled(Accessibility::request()) {}
+QuartzEventServices::QuartzEventServices()
+    : isSettled(Accessibility::request())
+    , desktopInput([this] { warnOnceWithoutPermission(); })
+{
+}
 
 Location QuartzEventServices::pointerLocation()
 {

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "platform/EventServices.h"
-#include "platform/NoDesktopInput.h"
+#include "platform/mac/QuartzDesktopInput.h"
 
 namespace platform {
 
@@ -20,14 +20,14 @@ public:
     void postKeyboard(const KeyboardEvent &event) override;
     void postMouse(std::optional<SourceState> source, std::span<const MouseEvent> events,
                    EventTap tap) override;
-    DesktopInput &input() override { return noInput; }
+    DesktopInput &input() override { return desktopInput; }
 
 private:
     void warnOnceWithoutPermission();
 
     /// Nothing needs to be reported any more.
     bool isSettled;
-    NoDesktopInput noInput;
+    QuartzDesktopInput desktopInput;
 };
 
 } // namespace platform

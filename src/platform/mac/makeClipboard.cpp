@@ -5,10 +5,12 @@
 
 namespace platform {
 
-// The pasteboard server holds the text, so reading it does not wait for another program.
+// The pasteboard server holds the text, so reading it does not wait for another program. It reports
+// no changes; the toolkit looks for them only when the program becomes active.
 std::unique_ptr<Clipboard> makeClipboard()
 {
-    return std::make_unique<ToolkitClipboard>();
+    return std::make_unique<ToolkitClipboard>(
+        ToolkitClipboard::Reach{.isReadable = true, .isWatchable = false});
 }
 
 } // namespace platform

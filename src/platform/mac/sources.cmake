@@ -20,11 +20,13 @@ target_sources(vornaserver PRIVATE
   platform/mac/FolderSystem.cpp
   platform/mac/LaunchAgent.cpp
   platform/mac/NotificationDaemon.cpp
+  platform/mac/QuartzDesktopInput.cpp
   platform/mac/QuartzEventServices.cpp
   platform/mac/SettingsFile.cpp
   platform/mac/SessionHostSystem.cpp
   platform/mac/SocketSystem.cpp
   platform/mac/TrayHost.cpp
+  platform/mac/VirtualKeys.cpp
   platform/mac/makeClipboard.cpp
   platform/mac/makeScreens.cpp
   platform/mac/makeSessionStart.cpp

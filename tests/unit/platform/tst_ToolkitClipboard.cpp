@@ -22,6 +22,8 @@ private slots:
     void textIsGivenAtOnceAndOnce();
     void contentWithoutPlainTextGivesNone_data();
     void contentWithoutPlainTextGivesNone();
+    void changesAreReportedFromTheEventLoop();
+    void whatIsOutOfReachIsSaid();
 };
 
 void tst_ToolkitClipboard::textReplacesWhatIsThere()
@@ -77,6 +79,30 @@ void tst_ToolkitClipboard::contentWithoutPlainTextGivesNone()
         [&](const std::optional<QString> &found) { given.push_back(found); });
     QCOMPARE(given.size(), 1U);
     QVERIFY(!given.front().has_value());
+}
+
+void tst_ToolkitClipboard::changesAreReportedFromTheEventLoop()
+{
+    platform::ToolkitClipboard clipboard;
+    int changes = 0;
+    clipboard.watch([&] { ++changes; });
+    clipboard.setText(u"a"_s);
+    QGuiApplication::clipboard()->setImage(QImage(1, 1, QImage::Format_RGB32));
+    QCOMPARE(changes, 0);
+    QCoreApplication::processEvents();
+    QCOMPARE(changes, 2);
+    clipboard.setText(u"b"_s);
+    clipboard.watch({});
+    QCoreApplication::processEvents();
+    QCOMPARE(changes, 2);
+}
+
+void tst_ToolkitClipboard::whatIsOutOfReachIsSaid()
+{
+    const platform::ToolkitClipboard clipboard({.isReadable = true, .isWatchable = false});
+    QVERIFY(clipboard.isReadable());
+    QVERIFY(!clipboard.isWatchable());
+    QVERIFY(platform::ToolkitClipboard().isWatchable());
 }
 
 QTEST_MAIN(tst_ToolkitClipboard)

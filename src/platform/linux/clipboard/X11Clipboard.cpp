@@ -34,6 +34,12 @@ void X11Clipboard::requestText(TextReceiver receiver)
     }
 }
 
+/// The toolkit learns every new owner from the server (XFIXES), whoever has the focus.
+void X11Clipboard::watch(std::function<void()> changed)
+{
+    ownText.watch(std::move(changed));
+}
+
 void X11Clipboard::deliver(const std::optional<QString> &text)
 {
     const std::vector<TextReceiver> receivers = std::exchange(served, std::exchange(waiting, {}));

@@ -20,8 +20,8 @@ public:
     void setText(const QString &text) override;
     void requestText(TextReceiver receiver) override;
     bool isReadable() const override { return true; }
-    bool isWatchable() const override { return false; }
-    void watch(std::function<void()> /*changed*/) override {}
+    bool isWatchable() const override { return true; }
+    void watch(std::function<void()> changed) override;
 
 private:
     void deliver(const std::optional<QString> &text);

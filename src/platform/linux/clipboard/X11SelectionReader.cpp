@@ -185,8 +185,10 @@ void X11SelectionReader::readTextFrom(uint32_t offset)
     step = Step::Reading;
     const QByteArray bytes = takeProperty(offset, readSize);
     if (receivedBytes == 0) {
+        // A mark of the byte order at the beginning belongs to the text.
         decoder = QStringDecoder(propertyType == XCB_ATOM_STRING ? QStringConverter::Latin1
-                                                                 : QStringConverter::Utf8);
+                                                                 : QStringConverter::Utf8,
+                                 QStringConverter::Flag::ConvertInitialBom);
     }
     receivedBytes += bytes.size();
     if (receivedBytes + bytesLeft > maximumClipboardText) {

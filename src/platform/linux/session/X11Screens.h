@@ -6,6 +6,8 @@
 #include "platform/Screens.h"
 #include "platform/linux/x11/X11Connection.h"
 
+#include <QTimer>
+
 namespace platform {
 
 /// The screens of an X11 session: one root window spans them, and the pointer moves by its pixels.
@@ -15,11 +17,24 @@ public:
     explicit X11Screens(X11Connection openConnection);
 
     QSize desktopSize() override;
-    QList<Screen> all() override { return {}; }
-    void watch(std::function<void()> /*changed*/) override {}
+    QList<Screen> all() override;
+    void watch(std::function<void()> changed) override;
 
 private:
+    QList<Screen> monitors() const;
+    Screen wholeDesktop() const;
+    QString nameOf(xcb_atom_t atom) const;
+    void select() const;
+    void readEvents();
+    void compare();
+    void readEventsLater();
+
     X11Connection connection;
+    bool hasMonitors;
+    bool isConnectionWatched = false;
+    std::function<void()> report;
+    QList<Screen> latest;
+    QTimer unread; // Events that arrived together with a reply are not announced.
 };
 
 } // namespace platform

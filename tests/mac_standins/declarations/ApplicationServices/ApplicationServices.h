@@ -49,15 +49,27 @@ enum CGEventType : uint32_t {
     kCGEventRightMouseDown = 3,
     kCGEventRightMouseUp = 4,
     kCGEventMouseMoved = 5,
+    kCGEventLeftMouseDragged = 6,
+    kCGEventRightMouseDragged = 7,
     kCGEventOtherMouseDown = 25,
     kCGEventOtherMouseUp = 26,
+    kCGEventOtherMouseDragged = 27,
 };
+
+enum CGScrollEventUnit : uint32_t { kCGScrollEventUnitPixel = 0, kCGScrollEventUnitLine = 1 };
+
+enum CGEventField : uint32_t { kCGMouseEventClickState = 1 };
 
 CGEventRef CGEventCreate(CGEventSourceRef source);
 CGPoint CGEventGetLocation(CGEventRef event);
 CGEventRef CGEventCreateKeyboardEvent(CGEventSourceRef source, CGKeyCode key, bool isDown);
 CGEventRef CGEventCreateMouseEvent(CGEventSourceRef source, CGEventType type, CGPoint position,
                                    CGMouseButton button);
+CGEventRef CGEventCreateScrollWheelEvent2(CGEventSourceRef source, CGScrollEventUnit units,
+                                          uint32_t wheelCount, int32_t wheel1, int32_t wheel2,
+                                          int32_t wheel3);
+void CGEventKeyboardSetUnicodeString(CGEventRef event, unsigned long length, const UniChar *text);
+void CGEventSetIntegerValueField(CGEventRef event, CGEventField field, int64_t value);
 void CGEventSetFlags(CGEventRef event, CGEventFlags flags);
 void CGEventPost(CGEventTapLocation tap, CGEventRef event);
 CGEventSourceRef CGEventSourceCreate(CGEventSourceStateID state);
