@@ -167,12 +167,15 @@ void tst_TerminalKeys::aPasteIsWaitedFor()
 
 void tst_TerminalKeys::anyBytesEnd()
 {
+    const QByteArray seconds("\0\n\x1b;AMu~\x7f\x80\xc3\xff"
+                             "0",
+                             13);
     for (int first = 0; first < 256; ++first) {
-        for (const int second : {0, 10, 27, '0', ';', 'A', 'M', 'u', '~', 127, 128, 195, 255}) {
+        for (const char second : seconds) {
             for (const char *before : {"", "\x1b", "\x1b[", "\x1b[<", "\x1b[1;"}) {
                 QByteArray bytes = before;
                 bytes += static_cast<char>(first);
-                bytes += static_cast<char>(second);
+                bytes += second;
                 take(bytes);
                 bytes += QByteArray(100, 'x');
                 take(bytes);
