@@ -11,7 +11,8 @@ build=${1:-build/release}
 if [ $# -eq 0 ]; then
     cmake --preset release >/dev/null
     cmake --build --preset release --target VornaServer floor key_latency \
-        file_rate clipboard_latency event_loop_gaps quillmote quillmote_keys quillmote_send
+        file_rate clipboard_latency event_loop_gaps quillmote quillmote_keys quillmote_send \
+        session_file session_key session_moves session_text
 fi
 
 VORNA_SERVER=$(readlink -f "$build/VornaServer")
@@ -35,3 +36,15 @@ echo "The text of the clipboard, from the handheld's question to its answer:"
 
 echo "How long another handheld waits while each kind of command is carried out:"
 "$build/bench/event_loop_gaps" "$build"
+
+echo "A key by the session socket, from send to another program's event, and the least that it takes:"
+"$build/bench/session_key" "$build/bench/floor"
+
+echo "Texts by the session socket into a program, and by xdotool:"
+"$build/bench/session_text"
+
+echo "A file of 1 GiB by the session socket, and into socat:"
+"$build/bench/session_file" /dev/shm
+
+echo "1,000 moves of the pointer a second by the session socket, and the least that they take:"
+"$build/bench/session_moves" "$build/bench/floor"

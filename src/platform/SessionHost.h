@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 
 /// What the session socket needs from the host system.
 namespace platform {
@@ -25,21 +26,53 @@ class ListeningPath
 {
 public:
     virtual ~ListeningPath() = default;
-    /// Owned by this object; closed on exec.
+    /// Owned by this object; closed on exec. Signals for reading while connections wait.
     virtual qintptr descriptor() const = 0;
 };
 
 /// Creates the directory (0700) if need be, and the socket (0600) in it. The lock's file is
 /// path + ".lock". A socket that nobody holds the lock of is replaced.
+/// \param name of the socket's file, ".socket" included
 /// \param reason is set to a sentence if it fails
 /// \return null if another process holds the lock, the directory belongs to another user or is open
 /// to others, or the system refuses
 std::unique_ptr<ListeningPath> listenAt(const QString &directory, const QString &name,
                                         QString &reason);
 
-/// Whether the other end of a local socket is a process of the same user.
-bool isPeerSameUser(qintptr descriptor);
-/// The name of the other end's program, for people; empty if the host does not tell.
-QString peerProgram(qintptr descriptor);
+/// One end of a local stream, which never waits; closed on exec, and with the object.
+class LocalStream
+{
+public:
+    explicit LocalStream(qintptr opened) : number(opened) {}
+    ~LocalStream();
+    LocalStream(const LocalStream &) = delete;
+    LocalStream &operator=(const LocalStream &) = delete;
+
+    qintptr descriptor() const { return number; }
+    /// Takes what has arrived; nothing now is 0.
+    /// \return none if the other end has ended its sending, or the stream is broken
+    std::optional<qsizetype> receive(std::span<char> room) const;
+    /// Hands over as many of the bytes as the system takes, perhaps none.
+    /// \return none if the other end is gone
+    std::optional<qsizetype> send(std::span<const char> bytes) const;
+    /// Whether the other end is gone, and not merely done with sending.
+    bool isPeerGone() const;
+    /// Whether the other end is a process of the same user.
+    bool isPeerSameUser() const;
+    /// The name of the other end's program, for people; empty if the host does not tell.
+    QString peerProgram() const;
+
+private:
+    qintptr number;
+};
+
+/// What accepting a connection has come to.
+struct Accepted
+{
+    std::unique_ptr<LocalStream> stream; ///< Null if none waits, or if the system refuses.
+    bool isShort = false;                ///< The system refuses for want of descriptors or memory.
+};
+
+Accepted acceptFrom(const ListeningPath &listening);
 
 } // namespace platform

@@ -7,7 +7,6 @@
 
 #include <QCoreApplication>
 #include <QDesktopServices>
-#include <QUrl>
 
 #include <algorithm>
 #include <utility>
@@ -35,16 +34,30 @@ bool wouldBeAnOption(const QUrl &url)
 
 Opener::Opener(Clock clock) : now(std::move(clock)) {}
 
-void Opener::open(const QString &address)
+Opener::Result Opener::open(const QString &address)
 {
-    const QUrl url(address);
-    if (wouldBeAnOption(url)) {
+    return open(QUrl(address));
+}
+
+Opener::Result Opener::open(const QUrl &address)
+{
+    if (wouldBeAnOption(address)) {
         warn(QT_TRANSLATE_NOOP("Opener", "Not opened: an address must not begin with \"-\"."));
-    } else if (!takeTurn()) {
-        warn(QT_TRANSLATE_NOOP("Opener", "Not opened: too many addresses and files at once."));
-    } else {
-        QDesktopServices::openUrl(url);
+        return Result::Refused;
     }
+    if (!allowsOne()) {
+        return Result::TooMany;
+    }
+    return QDesktopServices::openUrl(address) ? Result::Opened : Result::Failed;
+}
+
+bool Opener::allowsOne()
+{
+    if (takeTurn()) {
+        return true;
+    }
+    warn(QT_TRANSLATE_NOOP("Opener", "Not opened: too many addresses and files at once."));
+    return false;
 }
 
 bool Opener::takeTurn()

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QString>
+#include <QUrl>
 
 #include <chrono>
 #include <functional>
@@ -21,8 +22,19 @@ public:
     /// \param clock must not go back
     explicit Opener(Clock clock = std::chrono::steady_clock::now);
 
+    enum class Result {
+        Opened,
+        Refused, ///< It would be taken for an option.
+        TooMany,
+        Failed, ///< The desktop has no program for it.
+    };
+
     /// \param address a text that QUrl parses; its form is not checked
-    void open(const QString &address);
+    Result open(const QString &address);
+    Result open(const QUrl &address);
+
+    /// Counts an opening that the caller makes; false, and a warning, if it is one too many.
+    bool allowsOne();
 
 private:
     bool takeTurn();

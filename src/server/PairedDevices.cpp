@@ -5,15 +5,29 @@
 
 #include "settings/Settings.h"
 
-PairedDevices::PairedDevices(QStringList &list) : devices(list)
+#include <utility>
+
+PairedDevices::Store PairedDevices::Store::ofNetwork()
 {
-    devices = Settings::pairedDevices();
+    return {Settings::pairedDevices, Settings::storePairedDevices};
+}
+
+PairedDevices::Store PairedDevices::Store::ofSessions()
+{
+    return {Settings::sessionDevices, Settings::storeSessionDevices};
+}
+
+PairedDevices::PairedDevices(QStringList &list, Store store)
+    : devices(list)
+    , listStore(std::move(store))
+{
+    devices = listStore.read();
     known = QSet<QString>(devices.cbegin(), devices.cend());
 }
 
 void PairedDevices::store() const
 {
-    Settings::storePairedDevices(devices);
+    listStore.write(devices);
 }
 
 void PairedDevices::add(const QString &device)

@@ -6,6 +6,8 @@
 #include <QSet>
 #include <QStringList>
 
+#include <functional>
+
 /// The identifiers of the accepted devices, in the order of their acceptance, kept in the settings.
 class PairedDevices
 {
@@ -15,9 +17,21 @@ public:
     /// The longest identifier of such a device, in characters.
     static constexpr qsizetype longestUnasked = 1'024;
 
-    /// Reads the settings into the list, which must outlive this object and is changed by nobody
+    /// Where a list is kept.
+    struct Store
+    {
+        std::function<QStringList()> read;
+        std::function<void(const QStringList &)> write;
+
+        /// The settings' list of devices on the network.
+        static Store ofNetwork();
+        /// The settings' list of devices behind programs on this computer.
+        static Store ofSessions();
+    };
+
+    /// Reads the store into the list, which must outlive this object and is changed by nobody
     /// else. What is stored stays, however much it is.
-    explicit PairedDevices(QStringList &devices);
+    explicit PairedDevices(QStringList &devices, Store store = Store::ofNetwork());
     void store() const;
 
     /// Compares the exact text.
@@ -30,5 +44,6 @@ public:
 
 private:
     QStringList &devices;
+    Store listStore;
     QSet<QString> known; // the same devices, for lookups
 };

@@ -23,10 +23,10 @@ bool isMenuOpen()
 
 } // namespace
 
-Pairing::Pairing(QStringList &pairedDevices, const bool &isApprovalNeeded, Question question)
-    : needsApproval(isApprovalNeeded)
+Pairing::Pairing(QStringList &pairedDevices, Rules pairingRules, Question question)
+    : rules(std::move(pairingRules))
     , ask(std::move(question))
-    , devices(pairedDevices)
+    , devices(pairedDevices, rules.store)
 {
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
             &Pairing::refuseWaiting);
@@ -37,10 +37,12 @@ bool Pairing::isPresent(const QString &device)
     if (devices.contains(device)) {
         return true;
     }
-    if (needsApproval) {
+    if (rules.needsApproval()) {
         return false;
     }
-    devices.addUnasked(device);
+    if (rules.remembersUnasked) {
+        devices.addUnasked(device);
+    }
     return true;
 }
 
@@ -57,13 +59,22 @@ void Pairing::decide(const Request &request)
     const QScopedValueRollback counted(openQuestions, openQuestions + 1);
     ask(request.name, [this, &request](bool isAccepted) {
         if (isAccepted) {
-            devices.add(request.device);
+            remember(request.device);
             pauses.accepted(request.device);
         } else {
             pauses.refused(request.device, RefusalPauses::Clock::now());
         }
         request.decided(isAccepted);
     });
+}
+
+/// By the user's word.
+void Pairing::remember(const QString &device)
+{
+    devices.add(device);
+    if (rules.storesAtOnce) {
+        devices.store();
+    }
 }
 
 void Pairing::decideInTime(Request request)

@@ -36,15 +36,27 @@ public:
     /// The limit of questions that are open or that wait until the user may be asked again.
     static constexpr int maximumQuestions = 16;
 
-    /// Reads the paired devices from the settings into the list.
-    /// \param needsApproval whether the user decides about unknown devices; read at each decision
+    /// Whose decisions they are.
+    struct Rules
+    {
+        /// Whether the user decides about unknown devices; asked at each decision.
+        std::function<bool()> needsApproval;
+        PairedDevices::Store store;
+        /// Whether devices that were accepted without a question are known from then on. Otherwise
+        /// the user is asked about them as soon as approval is needed.
+        bool remembersUnasked = true;
+        /// Whether the list is stored at each acceptance, besides store().
+        bool storesAtOnce = false;
+    };
+
+    /// Reads the paired devices from their store into the list.
     /// \param question if it is empty, devices that need it are refused
-    Pairing(QStringList &pairedDevices, const bool &needsApproval, Question question);
+    Pairing(QStringList &pairedDevices, Rules rules, Question question);
     /// Stores the paired devices.
     void store() const { devices.store(); }
 
     /// The silent decision: known devices are accepted. If no approval is needed, unknown ones are
-    /// accepted too and are known from then on.
+    /// accepted too and are, by the rules, known from then on.
     bool isPresent(const QString &device);
     /// The full decision, made before this returns: asks the user if isPresent() returns false.
     /// Beyond `maximumQuestions` the answer is no.
@@ -61,7 +73,9 @@ private:
     void wait(Request request, std::chrono::milliseconds time);
     void stopWaiting(int number);
 
-    const bool &needsApproval;
+    void remember(const QString &device);
+
+    Rules rules;
     Question ask;
     PairedDevices devices;
     RefusalPauses pauses;

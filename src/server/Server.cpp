@@ -10,6 +10,8 @@
 #include "net/BonjourServiceRegister.h"
 #include "net/ClientHandler.h"
 #include "platform/Sockets.h"
+#include "session/SessionDoor.h"
+#include "settings/Settings.h"
 
 #include <QCoreApplication>
 #include <QHostAddress>
@@ -29,17 +31,31 @@ constexpr int maximumAcceptedInTurn = 8;
 /// connects at once would be delayed by a second and more.
 constexpr int backlog = 1024;
 
+Pairing::Rules networkRules(const bool &needsApproval)
+{
+    return {[&needsApproval] { return needsApproval; }, PairedDevices::Store::ofNetwork()};
+}
+
+Pairing::Rules sessionRules()
+{
+    return {[] { return Settings::preferences().pairNeedsApproval; },
+            PairedDevices::Store::ofSessions(), false, true};
+}
+
 } // namespace
 
 Server::Server(QObject *parent, ServerAdapters adapters)
     : QTcpServer(parent)
-    , pairing(pairedDevices, needsPairingApproval, std::move(adapters.question))
+    , pairing(pairedDevices, networkRules(needsPairingApproval), adapters.question)
+    , sessionPairing(sessionDevices, sessionRules(), adapters.question)
     , advertisement(*this, serviceRegister, std::move(adapters.dnsSd),
                     adapters.watchAdvertisementDaemon)
     , clipboard(std::move(adapters.clipboard))
     , screens(std::move(adapters.screens))
     , opener(std::move(adapters.opener))
+    , runtimeDirectory(std::move(adapters.runtimeDirectory))
 {
+    sessionDoor = std::make_unique<SessionDoor>(sessionServices(adapters.events->input()));
     interactionManager =
         std::make_unique<InteractionManager>(new InteractionManagerMac(std::move(adapters.events)));
     applicationManager = std::make_unique<TKApplicationManager>(
@@ -52,6 +68,8 @@ Server::Server(QObject *parent, ServerAdapters adapters)
 Server::~Server()
 {
     pairing.store();
+    closeSessionDoor();
+    sessionDoor.reset();
     endConnections();
     interactionManager.reset();
     applicationManager.reset();
@@ -69,6 +87,7 @@ bool Server::startServer()
     // By design: connected anew at every start, so after a restart the slot runs twice.
     connect(this, SIGNAL(newConnection()), this, SLOT(manageConnections()));
     advertisement.begin();
+    sessionDoor->open(runtimeDirectory);
     resources.descriptors.countOthers();
     return true;
 }
@@ -77,6 +96,7 @@ void Server::stopServer()
 {
     advertisement.end();
     close();
+    closeSessionDoor();
 }
 
 void Server::setNeedsPairingApproval(bool needed)

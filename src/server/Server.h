@@ -19,6 +19,9 @@
 class BonjourServiceRegister;
 class ClientHandler;
 class InteractionManager;
+class SessionDoor;
+struct SessionReply;
+struct SessionServices;
 class TKApplicationManager;
 
 /// The listening side: accepts handhelds at a port chosen by the system and carries out the
@@ -87,19 +90,36 @@ private:
     void serveMouse(ClientHandler &client);
     void movePointer(const ClientHandler &client);
 
+    // What the sessions are served with.
+    SessionServices sessionServices(platform::DesktopInput &input);
+    QString advertisedName() const;
+    SessionReply openForSession(const QString &address);
+    SessionReply startForSession(const QString &application);
+    void decideForSession(const QString &device, const QString &name,
+                          const std::function<void(bool)> &decided);
+    void sessionDeviceConnected(const QString &name);
+    void sessionDeviceDisconnected(const QString &name);
+    std::shared_ptr<void> descriptorForSession();
+    void closeSessionDoor();
+
     std::unique_ptr<TKApplicationManager> applicationManager;
     std::unique_ptr<InteractionManager> interactionManager;
     bool needsPairingApproval = false;
     QStringList pairedDevices; // by their identifiers, in the order of their acceptance
     QPointer<BonjourServiceRegister> serviceRegister; // null while nothing is advertised
     Pairing pairing;
+    QStringList sessionDevices; // the same for devices behind sessions
+    Pairing sessionPairing;     // of its own: the network can use up its questions
     Advertisement advertisement;
     std::unique_ptr<platform::Clipboard> clipboard;
     std::unique_ptr<platform::Screens> screens;
     Opener opener;
+    QString runtimeDirectory;
     ConnectionResources resources; // must outlive the connections, which the destructor ends
     int acceptedInTurn = 0;
     bool areDescriptorsScarce = false;          // until a connection ends
     std::weak_ptr<const SharedText> latestText; // of the clipboard, if a connection holds it
     QString foundText;                          // the text found equal to latestText in this turn
+    bool areSessionsEnded = false;              // by the server, not by their programs
+    std::unique_ptr<SessionDoor> sessionDoor;
 };

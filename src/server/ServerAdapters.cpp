@@ -3,6 +3,8 @@
 
 #include "server/ServerAdapters.h"
 
+#include "platform/SessionHost.h"
+
 #include <utility>
 
 ServerAdapters ServerAdapters::ofHost(Pairing::Question question)
@@ -14,5 +16,6 @@ ServerAdapters ServerAdapters::ofHost(Pairing::Question question)
             DnsSd(),
             platform::watchAdvertisementDaemon,
             std::move(question),
-            Opener()};
+            Opener(),
+            platform::runtimeDirectory()};
 }

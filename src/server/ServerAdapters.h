@@ -12,6 +12,8 @@
 #include "server/Opener.h"
 #include "server/Pairing.h"
 
+#include <QString>
+
 #include <memory>
 
 /// What a server needs from its host and its user. Everything but the question is required.
@@ -29,4 +31,6 @@ struct ServerAdapters
     Advertisement::DaemonWatcher watchAdvertisementDaemon;
     Pairing::Question question;
     Opener opener;
+    /// The directory for the user's sockets; empty: no session socket.
+    QString runtimeDirectory;
 };

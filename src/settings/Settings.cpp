@@ -16,6 +16,7 @@ constexpr QLatin1StringView pairNeedsApprovalKey = "pairNeedsApproval"_L1;
 constexpr QLatin1StringView startAtLogonKey = "startAtLogon"_L1;
 constexpr QLatin1StringView downloadDirectoryKey = "downloadDirectory"_L1;
 constexpr QLatin1StringView pairedDevicesKey = "pairedDeviceList"_L1;
+constexpr QLatin1StringView sessionDevicesKey = "sessionDeviceList"_L1;
 
 /// The default that the preferences dialog shows.
 QString downloadsFolder()
@@ -63,4 +64,14 @@ QStringList Settings::pairedDevices()
 void Settings::storePairedDevices(const QStringList &devices)
 {
     platform::storeSettings({{pairedDevicesKey, QVariant(devices)}});
+}
+
+QStringList Settings::sessionDevices()
+{
+    return QSettings().value(sessionDevicesKey).toStringList();
+}
+
+void Settings::storeSessionDevices(const QStringList &devices)
+{
+    platform::storeSettings({{sessionDevicesKey, QVariant(devices)}});
 }

@@ -36,4 +36,8 @@ QString receptionDirectory();
 QStringList pairedDevices();
 void storePairedDevices(const QStringList &devices);
 
+/// The same for the devices behind programs on this computer: key "sessionDeviceList".
+QStringList sessionDevices();
+void storeSessionDevices(const QStringList &devices);
+
 } // namespace Settings

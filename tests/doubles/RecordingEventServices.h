@@ -3,8 +3,8 @@
 
 #pragma once
 
+#include "doubles/RecordingDesktopInput.h"
 #include "platform/EventServices.h"
-#include "platform/NoDesktopInput.h"
 
 #include <functional>
 #include <variant>
@@ -38,6 +38,8 @@ struct EventRecord
     std::function<void()> onLocationQuestion = [] {};
     /// Every call in its order.
     std::vector<Call> calls;
+    /// What the same keyboard and pointer were asked as DesktopInput.
+    DesktopInputRecord input;
 
     std::vector<platform::KeyboardEvent> keyboardEvents() const
     {
@@ -63,7 +65,11 @@ class RecordingEventServices final : public platform::EventServices
 {
 public:
     /// `record` must outlive the services.
-    explicit RecordingEventServices(EventRecord &record) : sharedRecord(record) {}
+    explicit RecordingEventServices(EventRecord &record)
+        : sharedRecord(record)
+        , recordingInput(record.input)
+    {
+    }
 
     platform::Location pointerLocation() override
     {
@@ -84,9 +90,9 @@ public:
             EventRecord::MousePost{source, {events.begin(), events.end()}, tap});
     }
 
-    platform::DesktopInput &input() override { return noInput; }
+    platform::DesktopInput &input() override { return recordingInput; }
 
 private:
     EventRecord &sharedRecord;
-    platform::NoDesktopInput noInput;
+    RecordingDesktopInput recordingInput;
 };

@@ -54,5 +54,6 @@ ServerAdapters RecordingHost::serverAdapters(Pairing::Question question)
                 return std::make_unique<RecordingWatch>(*this, std::move(appeared));
             },
             std::move(question),
-            Opener()};
+            Opener(),
+            runtimeDirectory};
 }

@@ -22,6 +22,8 @@ struct RecordingHost
     /// Forgets everything; no adapter may be left.
     void reset() { *this = RecordingHost(); }
 
+    /// Where the session socket is; none by default.
+    QString runtimeDirectory;
     EventRecord events;
     ScriptingRecord scripting;
     LoginItemRecord loginItems;

@@ -38,6 +38,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/session/XdgAutostart.cpp
   platform/linux/system/Beneath.cpp
   platform/linux/system/FolderSystem.cpp
+  platform/linux/system/SessionHostSystem.cpp
   platform/linux/system/SocketSystem.cpp
   platform/linux/x11/X11Connection.cpp
   platform/linux/x11/X11Server.cpp

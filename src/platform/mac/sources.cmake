@@ -22,6 +22,7 @@ target_sources(vornaserver PRIVATE
   platform/mac/NotificationDaemon.cpp
   platform/mac/QuartzEventServices.cpp
   platform/mac/SettingsFile.cpp
+  platform/mac/SessionHostSystem.cpp
   platform/mac/SocketSystem.cpp
   platform/mac/TrayHost.cpp
   platform/mac/makeClipboard.cpp

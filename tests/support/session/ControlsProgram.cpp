@@ -25,7 +25,7 @@ QStringList commandOf(ControlsProgram::Kind kind, const DesktopSession &session,
     case ControlsProgram::Kind::Gtk:
         return {fixture("gtk_controls.py"), record};
     case ControlsProgram::Kind::Qt:
-        return {qEnvironmentVariable("VORNA_QT_CONTROLS"), record};
+        return {QStringLiteral(QT_CONTROLS), record};
     case ControlsProgram::Kind::Terminal:
         return {u"xterm"_s, u"-u8"_s, u"-T"_s, Title, u"-e"_s, fixture("record_terminal.py"),
                 record};

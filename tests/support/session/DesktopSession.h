@@ -40,6 +40,7 @@ public:
     QString display() const;
     /// For tests that halt it for a while.
     XServer &xServer() { return displayServer; }
+    const XServer &xServer() const { return displayServer; }
     /// The session bus's address; one that leads nowhere in a session without a bus.
     QString busAddress() const { return sessionBusAddress; }
     /// Empties the home and what programs of the session have stored or logged, and forgets what

@@ -25,6 +25,8 @@ public:
     /// The value of DISPLAY, such as ":7"; empty when it did not come up.
     QString display() const { return displayName; }
 
+    qint64 processId() const { return xvfb.processId(); }
+
     /// This process's environment with this display.
     QProcessEnvironment environment() const;
 

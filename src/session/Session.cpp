@@ -1,0 +1,247 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "session/Session.h"
+
+#include "platform/SessionHost.h"
+#include "session/SessionJson.h"
+#include "session/SessionRequests.h"
+#include "session/SessionServices.h"
+#include "session/SessionTurns.h"
+
+#include <QDeadlineTimer>
+#include <QPointer>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// How much is read while a request is being served. The end of the session is noticed behind it.
+constexpr qsizetype mostReadAhead = 64 * 1024;
+
+/// How many requests are served in one turn, and for how long at most one more is begun.
+constexpr int mostInTurn = 16;
+constexpr auto turn = 2ms;
+
+constexpr auto lookForEnd = 1s;
+
+} // namespace
+
+Session::Session(std::unique_ptr<platform::LocalStream> opened,
+                 const SessionServices &sessionServices, SessionTurns &sharedTurns)
+    : services(sessionServices)
+    , turns(sharedTurns)
+    , stream(std::move(opened))
+{
+    requests = std::make_unique<SessionRequests>(
+        services, stream.peerProgram(),
+        [this](const QJsonObject &event) { stream.write(SessionJson::written(event)); });
+    connect(&stream, &SessionStream::received, this, &Session::take);
+    connect(&stream, &SessionStream::ended, this, &Session::notice);
+    connect(&stream, &SessionStream::sent, this, &Session::goOn);
+    holding.setSingleShot(true);
+    connect(&holding, &QTimer::timeout, this, [this] { requests->releaseHeld(); });
+    connect(&endWatch, &QTimer::timeout, this, &Session::notice);
+    stream.write(SessionJson::written(requests->greeting()));
+}
+
+Session::~Session()
+{
+    end();
+}
+
+void Session::end(const QByteArray &farewell)
+{
+    holding.stop();
+    endWatch.stop();
+    requests.reset();
+    stream.write(farewell);
+    stream.close();
+}
+
+void Session::finish()
+{
+    end();
+    emit over();
+}
+
+void Session::take(std::span<const char> bytes)
+{
+    frames.add(bytes);
+    goOn();
+}
+
+/// The peer has ended its sending, or may have gone. What it has sent is still served, but it
+/// gives up a request that takes its time.
+void Session::notice()
+{
+    if (isPending && stream.isPeerGone()) {
+        finish();
+    } else {
+        goOn();
+    }
+}
+
+/// Serves what has come, if nothing is in the way of that.
+void Session::goOn()
+{
+    if (requests != nullptr && !isPending && !isTakingTurns) {
+        isTakingTurns = true;
+        turns.enter(this, [this] { return serveSome(); });
+    }
+    adjustReading();
+}
+
+bool Session::serveSome()
+{
+    const QDeadlineTimer end(turn, Qt::PreciseTimer);
+    for (int served = 0; served < mostInTurn && !end.hasExpired(); ++served) {
+        if (!serveNext()) {
+            isTakingTurns = false;
+            finishIfDone();
+            return false;
+        }
+    }
+    adjustReading();
+    return true;
+}
+
+/// Returns whether there may be another one to serve now.
+bool Session::serveNext()
+{
+    if (requests == nullptr || isPending || stream.unsent() > mostUnsent) {
+        return false;
+    }
+    const std::optional<SessionFrames::Frame> frame = frames.next();
+    if (!frame) {
+        return false;
+    }
+    handle(*frame);
+    return true;
+}
+
+void Session::finishIfDone()
+{
+    const bool isIdle = requests != nullptr && !isPending && stream.unsent() == 0;
+    if (isIdle && stream.hasEnded()) {
+        finish();
+    } else {
+        adjustReading();
+    }
+}
+
+/// Reads on while there is room, or while something is still incomplete.
+void Session::adjustReading()
+{
+    const bool isHeldUp = isPending || isTakingTurns || stream.unsent() > mostUnsent;
+    stream.setReading(requests != nullptr && (!isHeldUp || frames.stored() < mostReadAhead));
+    const bool isBlind = requests != nullptr && !stream.isReading();
+    if (isBlind != endWatch.isActive()) {
+        isBlind ? endWatch.start(lookForEnd) : endWatch.stop();
+    }
+}
+
+void Session::handle(const SessionFrames::Frame &frame)
+{
+    switch (frame.kind) {
+    case SessionFrames::Kind::Line:
+    case SessionFrames::Kind::LongLine:
+        handleLine(frame);
+        break;
+    case SessionFrames::Kind::Body:
+        announced->request.body = frame.bytes;
+        serve(*std::exchange(announced, std::nullopt));
+        break;
+    case SessionFrames::Kind::LongBody:
+        serve(withFault(announced->request.id, u"too-long"_s, u"The body is too long."_s));
+        announced.reset();
+        break;
+    }
+}
+
+void Session::handleLine(const SessionFrames::Frame &frame)
+{
+    watchHeld();
+    Incoming incoming = frame.kind == SessionFrames::Kind::Line
+                            ? understand(frame.bytes)
+                            : withFault({}, u"too-long"_s, u"The line is too long."_s);
+    if (incoming.bodySize) {
+        frames.expectBody(*incoming.bodySize);
+        announced = std::move(incoming);
+    } else {
+        serve(incoming);
+    }
+}
+
+Session::Incoming Session::withFault(const QJsonValue &id, const QString &error,
+                                     const QString &message)
+{
+    return {{id, {}, {}, {}}, SessionReply::refused(error, message), {}};
+}
+
+Session::Incoming Session::understand(const QByteArray &line)
+{
+    const std::optional<QJsonObject> fields = SessionJson::read(line);
+    if (!fields) {
+        return withFault({}, u"bad-message"_s, u"This is no JSON object in UTF-8."_s);
+    }
+    Incoming incoming;
+    readHead(incoming, *fields);
+    return incoming;
+}
+
+/// A body that was announced comes, whatever else is wrong.
+void Session::readHead(Incoming &incoming, const QJsonObject &fields)
+{
+    const auto refuse = [&](const QString &message) {
+        incoming.fault = SessionReply::refused(u"bad-request"_s, message);
+    };
+    incoming.request = {SessionJson::idOf(fields), fields.value("request"_L1).toString(), fields,
+                        std::nullopt};
+    incoming.bodySize = SessionJson::sizeOfBody(fields);
+    if (fields.contains("body"_L1) && !incoming.bodySize) {
+        refuse(u"\"body\" must be a whole number."_s);
+    } else if (!fields.value("request"_L1).isString()) {
+        refuse(u"\"request\" must be a text."_s);
+    } else if (incoming.request.id.isNull()) {
+        refuse(u"\"id\" must be a whole number or a short text."_s);
+    }
+}
+
+void Session::serve(const Incoming &incoming)
+{
+    const QJsonValue id = incoming.request.id;
+    isPending = true;
+    if (incoming.fault) {
+        answered(id, *incoming.fault);
+        return;
+    }
+    holding.stop();
+    requests->serve(incoming.request, [self = QPointer(this), id](const SessionReply &reply) {
+        if (!self.isNull()) {
+            self->answered(id, reply);
+        }
+    });
+}
+
+void Session::answered(const QJsonValue &id, const SessionReply &reply)
+{
+    isPending = false;
+    stream.write(SessionJson::answer(id, reply));
+    watchHeld();
+    goOn();
+}
+
+/// The time begins anew.
+void Session::watchHeld()
+{
+    if (requests != nullptr && requests->isHolding()) {
+        holding.start(services.holdingTime);
+    } else {
+        holding.stop();
+    }
+}

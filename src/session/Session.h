@@ -1,0 +1,85 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "session/SessionFrames.h"
+#include "session/SessionRequest.h"
+#include "session/SessionStream.h"
+
+#include <QJsonValue>
+#include <QObject>
+#include <QTimer>
+
+#include <memory>
+#include <optional>
+#include <span>
+
+namespace platform {
+class LocalStream;
+}
+class SessionRequests;
+class SessionTurns;
+struct SessionServices;
+
+/// One connection of the session socket: serves its requests one after the other, each when the one
+/// before it has been answered.
+class Session : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// While more is unsent, in bytes, the next request waits.
+    static constexpr qsizetype mostUnsent = 4 * 1024 * 1024;
+
+    /// Sends the greeting. The services and the turns must outlive the session.
+    Session(std::unique_ptr<platform::LocalStream> stream, const SessionServices &services,
+            SessionTurns &turns);
+    ~Session() override;
+
+    /// Ends the session at once, without over(): releases what it holds, and closes the connection.
+    /// \param farewell the last message, if the peer has room for it
+    void end(const QByteArray &farewell = {});
+
+signals:
+    /// The peer has gone, or has ended its sending and got its answers. The session has ended.
+    void over();
+
+private:
+    /// A request on its way, which may still wait for its body.
+    struct Incoming
+    {
+        SessionRequest request;
+        std::optional<SessionReply> fault; // found before it could be served
+        std::optional<qint64> bodySize;    // as announced
+    };
+
+    static Incoming understand(const QByteArray &line);
+    static Incoming withFault(const QJsonValue &id, const QString &error, const QString &message);
+    static void readHead(Incoming &incoming, const QJsonObject &fields);
+
+    void take(std::span<const char> bytes);
+    void notice();
+    void goOn();
+    bool serveSome();
+    bool serveNext();
+    void handle(const SessionFrames::Frame &frame);
+    void handleLine(const SessionFrames::Frame &frame);
+    void serve(const Incoming &incoming);
+    void answered(const QJsonValue &id, const SessionReply &reply);
+    void finishIfDone();
+    void adjustReading();
+    void watchHeld();
+    void finish();
+
+    const SessionServices &services;
+    SessionTurns &turns;
+    SessionStream stream;
+    SessionFrames frames;
+    std::unique_ptr<SessionRequests> requests; // null when the session is over
+    std::optional<Incoming> announced;         // whose body is expected
+    bool isPending = false;                    // a request is being served
+    bool isTakingTurns = false;
+    QTimer holding;  // until what is held is released
+    QTimer endWatch; // while nothing is read, the end must be looked for
+};

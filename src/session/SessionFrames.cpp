@@ -1,0 +1,67 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "session/SessionFrames.h"
+
+#include <algorithm>
+#include <utility>
+
+void SessionFrames::add(std::span<const char> bytes)
+{
+    if (begin == waiting.size()) {
+        waiting.resize(0); // keeps its memory
+        begin = 0;
+    } else if (begin > waiting.size() / 2) {
+        waiting.remove(0, std::exchange(begin, 0));
+    }
+    waiting.append(bytes.data(), static_cast<qsizetype>(bytes.size()));
+}
+
+std::optional<SessionFrames::Frame> SessionFrames::next()
+{
+    return bodyLeft ? nextBody() : nextLine();
+}
+
+void SessionFrames::expectBody(qint64 size)
+{
+    bodyLeft = size;
+    isBodyTooLong = size > longest;
+    if (!isBodyTooLong) {
+        part.reserve(size);
+    }
+}
+
+/// Each byte is looked at once: what has no line feed goes into `part`.
+std::optional<SessionFrames::Frame> SessionFrames::nextLine()
+{
+    const qsizetype end = waiting.indexOf('\n', begin);
+    const qsizetype size = (end < 0 ? waiting.size() : end) - begin;
+    isLineTooLong = isLineTooLong || part.size() + size > longest;
+    if (isLineTooLong) {
+        part.clear();
+    } else {
+        part.append(waiting.constData() + begin, size);
+    }
+    begin += size;
+    if (end < 0) {
+        return std::nullopt;
+    }
+    ++begin;
+    const Kind kind = std::exchange(isLineTooLong, false) ? Kind::LongLine : Kind::Line;
+    return Frame{kind, std::exchange(part, {})};
+}
+
+std::optional<SessionFrames::Frame> SessionFrames::nextBody()
+{
+    const qsizetype size = std::min<qint64>(waiting.size() - begin, *bodyLeft);
+    if (!isBodyTooLong) {
+        part.append(waiting.constData() + begin, size);
+    }
+    begin += size;
+    *bodyLeft -= size;
+    if (*bodyLeft > 0) {
+        return std::nullopt;
+    }
+    bodyLeft.reset();
+    return Frame{isBodyTooLong ? Kind::LongBody : Kind::Body, std::exchange(part, {})};
+}

@@ -1,0 +1,48 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QByteArray>
+
+#include <optional>
+#include <span>
+
+/// Divides the bytes of one session into lines, and into the bodies that follow some of them. What
+/// is too long is skipped, so that what comes after it is read.
+class SessionFrames
+{
+public:
+    /// The longest line without its line feed, and the longest body, in bytes.
+    static constexpr qint64 longest = 1024 * 1024;
+
+    enum class Kind { Line, LongLine, Body, LongBody };
+
+    struct Frame
+    {
+        Kind kind = Kind::Line;
+        QByteArray bytes; ///< Empty if it was too long.
+
+        bool operator==(const Frame &) const = default;
+    };
+
+    void add(std::span<const char> bytes);
+    /// The next line, or the body that is expected; none until all of it has come.
+    std::optional<Frame> next();
+    /// To be called after the line that announced it: the next bytes are a body of that size.
+    void expectBody(qint64 size);
+
+    /// Bytes that are stored.
+    qsizetype stored() const { return waiting.size() - begin + part.size(); }
+
+private:
+    std::optional<Frame> nextLine();
+    std::optional<Frame> nextBody();
+
+    QByteArray waiting;
+    qsizetype begin = 0; // of what has not been taken
+    QByteArray part;     // the first bytes of the line or body that is incomplete
+    bool isLineTooLong = false;
+    std::optional<qint64> bodyLeft; // bytes of the expected body that have not come
+    bool isBodyTooLong = false;
+};

@@ -1,0 +1,152 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "session/SessionPointer.h"
+
+#include "platform/Screens.h"
+#include "session/SessionFields.h"
+
+using namespace Qt::StringLiterals;
+
+using platform::PointerButton;
+
+namespace {
+
+/// The furthest move in pixels, and the furthest scrolling: a hundred notches.
+constexpr double furthestMove = 100'000;
+constexpr qint64 furthestScroll = 12'000;
+constexpr qint64 mostScreens = 1'000'000;
+
+enum class Action { Click, Double, Press, Release };
+
+SessionReply unsupported()
+{
+    return SessionReply::refused(u"unsupported"_s, u"This desktop cannot do that."_s);
+}
+
+} // namespace
+
+SessionPointer::SessionPointer(platform::DesktopInput &desktopInput,
+                               platform::Screens &desktopScreens)
+    : input(desktopInput)
+    , screens(desktopScreens)
+{
+}
+
+SessionPointer::~SessionPointer()
+{
+    releaseHeld();
+}
+
+SessionReply SessionPointer::move(const SessionRequest &request)
+{
+    SessionFields fields(request.fields);
+    const double dx = fields.number("dx"_L1, -furthestMove, furthestMove);
+    const double dy = fields.number("dy"_L1, -furthestMove, furthestMove);
+    if (!fields.isGood()) {
+        return fields.reply();
+    }
+    if (!input.abilities().pointer) {
+        return unsupported();
+    }
+    input.moveBy(dx, dy);
+    return SessionReply::done();
+}
+
+SessionReply SessionPointer::moveTo(const SessionRequest &request)
+{
+    SessionFields fields(request.fields);
+    const qint64 screen = fields.whole("screen"_L1, 0, mostScreens, 0);
+    const double x = fields.number("x"_L1, 0, 1);
+    const double y = fields.number("y"_L1, 0, 1);
+    if (!fields.isGood()) {
+        return fields.reply();
+    }
+    return input.abilities().pointer ? moveToShare(screen, x, y) : unsupported();
+}
+
+/// 0 is the first pixel and 1 the last one.
+SessionReply SessionPointer::moveToShare(qint64 screen, double x, double y)
+{
+    const QList<platform::Screen> all = screens.all();
+    if (screen >= all.size()) {
+        return SessionReply::refused(u"not-found"_s, u"There is no such screen."_s);
+    }
+    const QRect place = all[screen].place;
+    input.moveTo({place.x() + x * (place.width() - 1), place.y() + y * (place.height() - 1)});
+    return SessionReply::done();
+}
+
+SessionReply SessionPointer::button(const SessionRequest &request)
+{
+    SessionFields fields(request.fields);
+    const auto button = static_cast<PointerButton>(
+        fields.choice("button"_L1, {"left"_L1, "middle"_L1, "right"_L1, "back"_L1, "forward"_L1}));
+    const auto action = static_cast<Action>(
+        fields.choice("action"_L1, {"click"_L1, "double"_L1, "press"_L1, "release"_L1}));
+    if (!fields.isGood()) {
+        return fields.reply();
+    }
+    const bool isHolding = action == Action::Press || action == Action::Release;
+    if (isHolding ? !input.abilities().drag : !input.abilities().pointer) {
+        return unsupported();
+    }
+    switch (action) {
+    case Action::Double:
+        click(button);
+        [[fallthrough]];
+    case Action::Click:
+        click(button);
+        break;
+    case Action::Press:
+        press(button);
+        break;
+    case Action::Release:
+        release(button);
+        break;
+    }
+    return SessionReply::done();
+}
+
+SessionReply SessionPointer::scroll(const SessionRequest &request)
+{
+    SessionFields fields(request.fields);
+    const qint64 dx = fields.whole("dx"_L1, -furthestScroll, furthestScroll);
+    const qint64 dy = fields.whole("dy"_L1, -furthestScroll, furthestScroll);
+    if (!fields.isGood()) {
+        return fields.reply();
+    }
+    if (!input.abilities().scroll) {
+        return unsupported();
+    }
+    input.scroll(static_cast<int>(dx), static_cast<int>(dy));
+    return SessionReply::done();
+}
+
+void SessionPointer::click(PointerButton button)
+{
+    press(button);
+    release(button);
+}
+
+void SessionPointer::press(PointerButton button)
+{
+    if (!held.contains(button)) {
+        held.append(button);
+        input.press(button);
+    }
+}
+
+void SessionPointer::release(PointerButton button)
+{
+    if (held.removeAll(button) > 0) {
+        input.release(button);
+    }
+}
+
+void SessionPointer::releaseHeld()
+{
+    while (!held.isEmpty()) {
+        input.release(held.takeLast());
+    }
+}

@@ -1,0 +1,52 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "session/SessionRequest.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+namespace platform {
+class Clipboard;
+class DesktopInput;
+class Screens;
+} // namespace platform
+
+/// What the sessions need from the server and its host. Everything must outlive them.
+struct SessionServices
+{
+    platform::DesktopInput &input;
+    platform::Clipboard &clipboard;
+    platform::Screens &screens;
+
+    /// The name by which the network finds the server, and its port.
+    std::function<QString()> serverName;
+    std::function<quint16()> serverPort;
+
+    /// Opens an address with the desktop's program.
+    std::function<SessionReply(const QString &address)> open;
+    /// The names of the applications, and starting one of them.
+    std::function<QStringList()> applications;
+    std::function<SessionReply(const QString &name)> startApplication;
+
+    /// Calls `decided` once, from the event loop: whether the device may use this computer.
+    std::function<void(const QString &device, const QString &name,
+                       const std::function<void(bool)> &decided)>
+        decidePairing;
+    /// A session counts as a connected device from now on, or no longer. The names are for people.
+    std::function<void(const QString &name)> deviceConnected;
+    std::function<void(const QString &name)> deviceDisconnected;
+
+    /// Permission to have one more descriptor open, for as long as it is held; null if there is
+    /// none left.
+    std::function<std::shared_ptr<void>()> descriptor;
+
+    /// After that time without a line, what a session holds is released.
+    std::chrono::milliseconds holdingTime = std::chrono::seconds(10);
+};

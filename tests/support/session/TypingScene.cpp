@@ -1,0 +1,239 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "support/session/TypingScene.h"
+
+#include "platform/linux/x11/XcbXkb.h"
+#include "support/x11/PhysicalKeyboard.h"
+#include "support/x11/XcbClient.h"
+
+#include <QJsonArray>
+
+#include <algorithm>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// Key codes that are the same on every PC keyboard.
+constexpr int ShiftKey = 50;
+constexpr int CapsLockKey = 66;
+
+/// For a text of 10,000 characters into a program that answers no question.
+constexpr std::chrono::milliseconds TypingLimit = 20min;
+
+QByteArray codes(const QString &text)
+{
+    QByteArray hex;
+    for (const uint code : text.toUcs4()) {
+        hex += " U+" + QByteArray::number(code, 16).toUpper();
+    }
+    return hex;
+}
+
+/// The user at the keyboard, who holds a key or has set a lock while this object lives.
+class Hand
+{
+public:
+    Hand(const QString &display, TypingScene::Hindrance hindrance)
+        : keyboard(display)
+        , kind(hindrance)
+    {
+        if (kind == TypingScene::Hindrance::CapsLock) {
+            keyboard.tap(CapsLockKey);
+        } else if (kind == TypingScene::Hindrance::HeldShift) {
+            keyboard.press(ShiftKey);
+        }
+    }
+    ~Hand()
+    {
+        if (kind == TypingScene::Hindrance::CapsLock) {
+            keyboard.tap(CapsLockKey);
+        } else if (kind == TypingScene::Hindrance::HeldShift) {
+            keyboard.release(ShiftKey);
+        }
+    }
+    Hand(const Hand &) = delete;
+    Hand &operator=(const Hand &) = delete;
+
+private:
+    PhysicalKeyboard keyboard;
+    TypingScene::Hindrance kind;
+};
+
+} // namespace
+
+TypingScene::TypingScene() = default;
+
+QList<std::pair<QByteArray, ControlsProgram::Kind>> TypingScene::programs()
+{
+    QByteArray names = qgetenv("VORNA_PROGRAMS");
+    if (names.isEmpty()) {
+        names = "GTK,Qt,terminal";
+    }
+    QList<std::pair<QByteArray, ControlsProgram::Kind>> chosen;
+    for (const QByteArray &name : names.split(',')) {
+        chosen.append({name, name == "GTK"        ? ControlsProgram::Kind::Gtk
+                             : name == "Qt"       ? ControlsProgram::Kind::Qt
+                             : name == "terminal" ? ControlsProgram::Kind::Terminal
+                                                  : ControlsProgram::Kind::Browser});
+    }
+    return chosen;
+}
+
+bool TypingScene::start()
+{
+    if (!desktop.session().problem().isEmpty() || !desktop.start()) {
+        return false;
+    }
+    client = std::make_unique<SessionClient>(socketPath());
+    return client->greeting().value(u"event"_s) == "hello"_L1;
+}
+
+QString TypingScene::socketPath() const
+{
+    QString name = desktop.session().display();
+    return desktop.session().path(u"run/vornaserver/"_s + name.replace(u':', u'_') + u".socket"_s);
+}
+
+bool TypingScene::open(ControlsProgram::Kind kind)
+{
+    controls.reset();
+    controls = std::make_unique<ControlsProgram>(kind, desktop.session());
+    return controls->isReady();
+}
+
+bool TypingScene::useLayout(const QString &layouts)
+{
+    return desktop.mutableSession().xServer().run(u"setxkbmap"_s, {u"-layout"_s, layouts});
+}
+
+void TypingScene::switchToLayout(int number)
+{
+    const XcbConnection connection = XcbClient::connectTo(desktop.session().display());
+    xcb_connection_t *display = connection.get();
+    xcbOwned(xcb_xkb_use_extension_reply(display, xcb_xkb_use_extension(display, 1, 0), nullptr));
+    const auto cookie =
+        xcb_xkb_latch_lock_state_checked(display, XCB_XKB_ID_USE_CORE_KBD, 0, 0, true,
+                                         static_cast<std::uint8_t>(number), 0, false, 0);
+    xcbOwned(xcb_request_check(display, cookie));
+}
+
+QString TypingScene::keyCaps(const QString &layout)
+{
+    const QString ascii = u"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"
+                          " \t!\"#$%&'()*+,-./:;<=>?@[\\]^_`{|}~"_s;
+    if (layout.startsWith("de"_L1)) {
+        return ascii + u"äöüßÄÖÜ§°€µ²³"_s;
+    }
+    if (layout.startsWith("fr"_L1)) {
+        return ascii + u"éèçàùµ£§°€²"_s;
+    }
+    if (layout.startsWith("ru"_L1)) {
+        return u"абвгдеёжзийклмнопрстуфхцчшщъыьэюяАБВГДЕЁЖЗИЙКЛМНОПРСТУФХЦЧШЩЪЫЬЭЮЯ"
+               "0123456789 \t!\"№;%:?*()-_=+/\\.,"_s;
+    }
+    return ascii;
+}
+
+bool TypingScene::isTaken(char32_t character)
+{
+    // The locale's table for composing (Compose of en_US.UTF-8) makes two letters of each of these
+    // ligatures in every program that reads it, from whatever keyboard they come.
+    const bool isLamWithAlef =
+        character == 0xfef5 || character == 0xfef7 || character == 0xfef9 || character == 0xfefb;
+    return !isLamWithAlef;
+}
+
+QByteArray TypingScene::type(const QString &text, Hindrance hindrance,
+                             std::function<void()> halfway)
+{
+    const Hand hand(desktop.session().display(), hindrance);
+    const int request = client->send(u"text"_s, {{u"text"_s, text}});
+    if (halfway) {
+        reactAt(text.size() / 2, std::move(halfway));
+    }
+    const SessionMessage answer = client->answer(request, TypingLimit);
+    if (!answer.isOk()) {
+        return "the server refuses: " + answer.error().toUtf8();
+    }
+    waitUntil([&] { return controls->text() == text; }, GenerousLimit, 50ms);
+    return difference(text);
+}
+
+bool TypingScene::ask(const QString &request, const QJsonObject &fields)
+{
+    return client->ask(request, fields).isOk();
+}
+
+bool TypingScene::moveTo(const QPoint &place)
+{
+    const QJsonArray screens = client->ask(u"screens"_s).fields.value(u"screens"_s).toArray();
+    const QJsonObject screen = screens.at(0).toObject();
+    return ask(u"moveTo"_s, {{u"x"_s, (place.x() + 0.5) / screen.value(u"width"_s).toInt()},
+                             {u"y"_s, (place.y() + 0.5) / screen.value(u"height"_s).toInt()}}) &&
+           waitUntil([&] { return desktop.view().pointer() == place; });
+}
+
+QByteArray TypingScene::scroll()
+{
+    if (!moveTo(controls->middleOfList()) || !ask(u"scroll"_s, {{u"dx"_s, 0}, {u"dy"_s, 600}})) {
+        return "the server refuses, or the pointer is not over the list";
+    }
+    if (!waitUntil([this] { return controls->listPosition() > 0; })) {
+        return "the list does not scroll down";
+    }
+    if (!ask(u"scroll"_s, {{u"dx"_s, 0}, {u"dy"_s, -1200}})) {
+        return "the server refuses";
+    }
+    return waitUntil([this] { return controls->listPosition() == 0; })
+               ? QByteArray()
+               : "the list does not scroll up";
+}
+
+QByteArray TypingScene::drag()
+{
+    const QPoint knob = controls->middleOfSlider();
+    const QPoint end = knob + QPoint(250, 0);
+    const auto button = [this](const QString &action) {
+        return ask(u"button"_s, {{u"action"_s, action}});
+    };
+    if (!moveTo(knob) || !button(u"press"_s) || !ask(u"move"_s, {{u"dx"_s, 50}, {u"dy"_s, 0}}) ||
+        !moveTo(end) || !button(u"release"_s)) {
+        return "the server refuses, or the pointer does not move";
+    }
+    constexpr double NearTheEnd = 80;
+    if (!waitUntil([&] { return controls->sliderValue() > NearTheEnd; })) {
+        return "the slider stays at " + QByteArray::number(controls->sliderValue());
+    }
+    const double value = controls->sliderValue();
+    // What is typed comes after the move, so it shows that the move has been seen.
+    if (!moveTo(knob) || !moveTo(controls->middleOfText()) || !ask(u"button"_s, {}) ||
+        !ask(u"text"_s, {{u"text"_s, u"x"_s}}) ||
+        !waitUntil([this] { return controls->text() == "x"_L1; })) {
+        return "the text does not get the keys";
+    }
+    return controls->sliderValue() == value ? QByteArray() : "the slider is still held";
+}
+
+/// While the server types.
+void TypingScene::reactAt(qsizetype length, std::function<void()> action)
+{
+    waitUntil([&] { return controls->text().size() >= length; }, TypingLimit, 1ms);
+    action();
+}
+
+QByteArray TypingScene::difference(const QString &text) const
+{
+    const QString arrived = controls->text();
+    if (arrived == text) {
+        return {};
+    }
+    const auto [wanted, got] =
+        std::mismatch(text.begin(), text.end(), arrived.begin(), arrived.end());
+    const auto place = std::distance(text.begin(), wanted);
+    return QByteArray::number(arrived.size()) + " of " + QByteArray::number(text.size()) +
+           " units arrived; at " + QByteArray::number(place) + " there is" +
+           codes(arrived.sliced(place, std::min<qsizetype>(4, arrived.size() - place))) +
+           " and not" + codes(text.sliced(place, std::min<qsizetype>(4, text.size() - place)));
+}

@@ -1,0 +1,72 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "support/RandomText.h"
+#include "support/protocol/SessionClient.h"
+#include "support/session/ControlsProgram.h"
+#include "support/session/ServerScene.h"
+
+#include <functional>
+#include <memory>
+
+/// A desktop with the server, a program of its user's that speaks on the session socket, and a
+/// program that it types into.
+class TypingScene
+{
+public:
+    /// What may be in the way of the typist.
+    enum class Hindrance { None, CapsLock, HeldShift };
+
+    TypingScene();
+
+    /// The programs that the test is to type into, with their names: those of VORNA_PROGRAMS, such
+    /// as "GTK,Qt", and without it all that need no large packages.
+    static QList<std::pair<QByteArray, ControlsProgram::Kind>> programs();
+
+    /// Starts the server and a session; false if it cannot.
+    bool start();
+    SessionClient &session() { return *client; }
+    ServerScene &scene() { return desktop; }
+    QString socketPath() const;
+
+    /// Opens a program in place of the one before, and waits until it has the keys.
+    bool open(ControlsProgram::Kind kind);
+    ControlsProgram &program() { return *controls; }
+
+    /// Gives the desktop's keyboard these layouts, such as "us" or "de,fr", the first one active.
+    bool useLayout(const QString &layouts);
+    /// Makes the layout active that has this number, from 0.
+    void switchToLayout(int number);
+    /// What stands on the keys of a layout and can be typed with Shift and AltGr at most.
+    static QString keyCaps(const QString &layout);
+
+    /// Whether the program takes the character if it is typed. What is left out has its reason
+    /// there.
+    static bool isTaken(char32_t character);
+
+    /// Types it by the session while the hindrance is there, and waits until the program has all
+    /// of it.
+    /// \param halfway is called once half of it has arrived
+    /// \return what was wrong; empty if the program has exactly the text
+    QByteArray type(const QString &text, Hindrance hindrance = Hindrance::None,
+                    std::function<void()> halfway = {});
+
+    /// Turns the wheel over the list, down and up again.
+    /// \return what was wrong; empty if the list has followed
+    QByteArray scroll();
+    /// Drags the slider's knob from the middle to its end.
+    /// \return what was wrong; empty if it is there and stays there when the pointer goes on
+    QByteArray drag();
+
+private:
+    bool ask(const QString &request, const QJsonObject &fields);
+    bool moveTo(const QPoint &place);
+    void reactAt(qsizetype length, std::function<void()> action);
+    QByteArray difference(const QString &text) const;
+
+    ServerScene desktop;
+    std::unique_ptr<SessionClient> client;
+    std::unique_ptr<ControlsProgram> controls;
+};

@@ -1,0 +1,159 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "session/SessionFrames.h"
+
+#include <QList>
+#include <QTest>
+
+#include <algorithm>
+
+using Frame = SessionFrames::Frame;
+using Kind = SessionFrames::Kind;
+
+namespace {
+
+/// All frames of the bytes, which come in pieces of that size. A line that is a number announces a
+/// body of that size.
+QList<Frame> framesOf(const QByteArray &bytes, qsizetype pieceSize)
+{
+    SessionFrames frames;
+    QList<Frame> found;
+    for (qsizetype begin = 0; begin < bytes.size(); begin += pieceSize) {
+        frames.add(std::span(bytes).subspan(
+            static_cast<size_t>(begin),
+            static_cast<size_t>(std::min(pieceSize, bytes.size() - begin))));
+        while (const auto frame = frames.next()) {
+            found.append(*frame);
+            bool isNumber = false;
+            const qint64 size = frame->bytes.toLongLong(&isNumber);
+            if (frame->kind == Kind::Line && isNumber) {
+                frames.expectBody(size);
+            }
+        }
+    }
+    return found;
+}
+
+} // namespace
+
+class tst_SessionFrames : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void bytesAreDividedWhateverPiecesTheyComeIn_data();
+    void bytesAreDividedWhateverPiecesTheyComeIn();
+    void theLongestLineIsTaken();
+    void aLongerLineIsSkipped();
+    void theLongestBodyIsTaken();
+    void aLongerBodyIsSkipped();
+    void whatIsIncompleteWaits();
+    void whatIsSkippedIsNotStored();
+    void whatIsTakenIsNotStored();
+};
+
+void tst_SessionFrames::bytesAreDividedWhateverPiecesTheyComeIn_data()
+{
+    QTest::addColumn<int>("pieceSize");
+    for (const int size : {1, 2, 3, 7, 1000}) {
+        QTest::addRow("%d bytes", size) << size;
+    }
+}
+
+void tst_SessionFrames::bytesAreDividedWhateverPiecesTheyComeIn()
+{
+    QFETCH(int, pieceSize);
+    const QList<Frame> expected = {
+        {Kind::Line, "first"}, {Kind::Line, ""}, {Kind::Line, "5"},   {Kind::Body, "a\nb\n\n"},
+        {Kind::Line, "0"},     {Kind::Body, ""}, {Kind::Line, "x\r"}, {Kind::Line, "with \t tab"},
+    };
+    QCOMPARE(framesOf("first\n\n5\na\nb\n\n0\nx\r\nwith \t tab\nrest", pieceSize), expected);
+}
+
+void tst_SessionFrames::theLongestLineIsTaken()
+{
+    const QByteArray line(1'048'576, 'x');
+    for (const qsizetype pieceSize : {4'096, 1'048'576, 2'000'000}) {
+        const QList<Frame> expected = {{Kind::Line, line}, {Kind::Line, "next"}};
+        QCOMPARE(framesOf(line + "\nnext\n", pieceSize), expected);
+    }
+}
+
+void tst_SessionFrames::aLongerLineIsSkipped()
+{
+    const QByteArray line(1'048'577, 'x');
+    for (const qsizetype pieceSize : {4'096, 1'048'576, 2'000'000}) {
+        const QList<Frame> expected = {{Kind::LongLine, ""}, {Kind::Line, "next"}};
+        QCOMPARE(framesOf(line + "\nnext\n", pieceSize), expected);
+    }
+}
+
+void tst_SessionFrames::theLongestBodyIsTaken()
+{
+    const QByteArray body(1'048'576, '\n');
+    for (const qsizetype pieceSize : {4'096, 1'048'576, 2'000'000}) {
+        const QList<Frame> expected = {
+            {Kind::Line, "1048576"}, {Kind::Body, body}, {Kind::Line, "next"}};
+        QCOMPARE(framesOf("1048576\n" + body + "next\n", pieceSize), expected);
+    }
+}
+
+void tst_SessionFrames::aLongerBodyIsSkipped()
+{
+    const QByteArray body(1'048'577, '\n');
+    for (const qsizetype pieceSize : {4'096, 1'048'576, 2'000'000}) {
+        const QList<Frame> expected = {
+            {Kind::Line, "1048577"}, {Kind::LongBody, ""}, {Kind::Line, "next"}};
+        QCOMPARE(framesOf("1048577\n" + body + "next\n", pieceSize), expected);
+    }
+}
+
+void tst_SessionFrames::whatIsIncompleteWaits()
+{
+    SessionFrames frames;
+    frames.add(std::span("lin", 3));
+    QCOMPARE(frames.next(), std::nullopt);
+    frames.add(std::span("e\nbod", 5));
+    QCOMPARE(frames.next(), (Frame{Kind::Line, "line"}));
+    frames.expectBody(4);
+    QCOMPARE(frames.next(), std::nullopt);
+    frames.add(std::span("y", 1));
+    QCOMPARE(frames.next(), (Frame{Kind::Body, "body"}));
+    QCOMPARE(frames.next(), std::nullopt);
+}
+
+void tst_SessionFrames::whatIsSkippedIsNotStored()
+{
+    SessionFrames frames;
+    const QByteArray piece(100'000, 'x');
+    for (int i = 0; i < 100; ++i) {
+        frames.add(piece);
+        QCOMPARE(frames.next(), std::nullopt);
+        QVERIFY(frames.stored() <= 1'048'576);
+    }
+    QCOMPARE(frames.stored(), 0);
+    frames.add(std::span("\n", 1));
+    QVERIFY(frames.next());
+    frames.expectBody(Q_INT64_C(9'000'000'000'000'000));
+    for (int i = 0; i < 100; ++i) {
+        frames.add(piece);
+        QCOMPARE(frames.next(), std::nullopt);
+        QCOMPARE(frames.stored(), 0);
+    }
+}
+
+void tst_SessionFrames::whatIsTakenIsNotStored()
+{
+    SessionFrames frames;
+    frames.add(std::span("one\ntwo\nthr", 11));
+    QCOMPARE(frames.stored(), 11);
+    QVERIFY(frames.next());
+    QCOMPARE(frames.stored(), 7);
+    QVERIFY(frames.next());
+    QVERIFY(!frames.next());
+    QCOMPARE(frames.stored(), 3);
+}
+
+QTEST_GUILESS_MAIN(tst_SessionFrames)
+#include "tst_SessionFrames.moc"
