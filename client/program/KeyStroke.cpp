@@ -203,7 +203,7 @@ bool isOneCharacter(const QString &word)
 /// "U20AC" or "U+20AC"; empty if it is none.
 QString numberedCharacter(const QString &word)
 {
-    static const QRegularExpression form(u"\\AU\\+?([0-9A-Fa-f]{4,6})\\z"_s);
+    static const QRegularExpression form(u"\\AU([0-9A-Fa-f]{4,6})\\z"_s);
     const char32_t code = form.match(word).captured(1).toUInt(nullptr, 16);
     const bool isCharacter = code >= 0x20 && code <= 0x10ffff && !QChar::isSurrogate(code);
     return isCharacter ? QString::fromUcs4(&code, 1) : QString();
@@ -231,9 +231,12 @@ bool isModifier(const QString &key)
            key == "AltGraph"_L1;
 }
 
-/// The names between the plus signs; the last one may be a plus sign itself.
-QStringList split(const QString &words)
+/// The names between the plus signs; the last one may be a plus sign itself, or hold one as U+20AC
+/// does.
+QStringList split(QString words)
 {
+    static const QRegularExpression numbered(u"\\bU\\+(?=[0-9A-Fa-f]{4,6}\\z)"_s);
+    words.replace(numbered, u"U"_s);
     const bool endsInPlus = words == "+"_L1 || words.endsWith("++"_L1);
     QStringList parts = (endsInPlus ? words.chopped(1) : words).split(u'+');
     if (endsInPlus) {

@@ -28,6 +28,7 @@ class tst_Arguments : public QObject
 private slots:
     void defaultsLeaveTheServerToDiscovery();
     void everyOptionIsRead();
+    void theOptionsOfThisDesktopAreRead();
     void optionsMayStandAnywhere_data();
     void optionsMayStandAnywhere();
     void valuesAreKeptAsTheyAre_data();
@@ -64,6 +65,15 @@ void tst_Arguments::defaultsLeaveTheServerToDiscovery()
     QVERIFY(!arguments->isUsKeyboard);
     QVERIFY(!arguments->restoresClipboard);
     QVERIFY(arguments->pasteWait > 0ms);
+    QVERIFY(!arguments->isLocal);
+    QCOMPARE(arguments->delay, 0ms);
+    QCOMPARE(arguments->button, u"left"_s);
+    QVERIFY(!arguments->holdTime.has_value());
+    QVERIFY(!arguments->keepsLineBreak);
+    QVERIFY(!arguments->isApplication);
+    QVERIFY(!arguments->wantsList);
+    QVERIFY(!arguments->staysClosed);
+    QVERIFY(!arguments->output.has_value());
 }
 
 void tst_Arguments::everyOptionIsRead()
@@ -104,6 +114,23 @@ void tst_Arguments::everyOptionIsRead()
     QVERIFY(!parse({u"copy"_s, u"a"_s}).arguments->isLossy);
 }
 
+void tst_Arguments::theOptionsOfThisDesktopAreRead()
+{
+    QVERIFY(parse({u"info"_s, u"--local"_s}).arguments->isLocal);
+    QCOMPARE(parse({u"type"_s, u"a"_s, u"--delay=20"_s}).arguments->delay, 20ms);
+    QVERIFY(parse({u"copy"_s, u"--keep-newline"_s}).arguments->keepsLineBreak);
+    QCOMPARE(parse({u"drag"_s, u"1.5"_s, u"-2.5"_s, u"--button=right"_s}).arguments->button,
+             u"right"_s);
+    QCOMPARE(parse({u"hold"_s, u"a"_s, u"--for"_s, u"1.5"_s}).arguments->holdTime,
+             std::optional<std::chrono::milliseconds>(1500ms));
+    QVERIFY(parse({u"open"_s, u"a"_s, u"--application"_s}).arguments->isApplication);
+    QVERIFY(parse({u"open"_s, u"--list"_s}).arguments->wantsList);
+    QVERIFY(parse({u"send"_s, u"a"_s, u"--no-open"_s}).arguments->staysClosed);
+    QVERIFY(!parse({u"send"_s, u"a"_s, u"--open"_s}).arguments->staysClosed);
+    QCOMPARE(parse({u"get"_s, u"a"_s, u"-o"_s, u"-"_s}).arguments->output, std::optional(u"-"_s));
+    QVERIFY(parse({u"get"_s, u"a"_s, u"--force"_s}).arguments->isForced);
+}
+
 void tst_Arguments::optionsMayStandAnywhere_data()
 {
     QTest::addColumn<QStringList>("words");
@@ -133,6 +160,8 @@ void tst_Arguments::valuesAreKeptAsTheyAre_data()
     QTest::addColumn<QStringList>("values");
     QTest::newRow("negative numbers")
         << QStringList{u"move"_s, u"-10"_s, u"-0"_s} << QStringList{u"-10"_s, u"-0"_s};
+    QTest::newRow("negative fractions")
+        << QStringList{u"move"_s, u"-0.5"_s, u"-.5"_s} << QStringList{u"-0.5"_s, u"-.5"_s};
     QTest::newRow("a number in front of the command")
         << QStringList{u"--as"_s, u"-5"_s, u"send"_s, u"-6"_s} << QStringList{u"-6"_s};
     QTest::newRow("a text like a number")
@@ -204,6 +233,18 @@ void tst_Arguments::wrongValuesAreReportedInOneSentence_data()
     QTest::newRow("two servers") << QStringList{u"info"_s, u"--host=x"_s, u"--port=1"_s,
                                                 u"--server=y"_s}
                                  << u"--server and --host exclude each other."_s;
+    const QString localAlone = u"--local excludes --host and --server."_s;
+    QTest::newRow("local by name")
+        << QStringList{u"info"_s, u"--local"_s, u"--server=x"_s} << localAlone;
+    QTest::newRow("local by address")
+        << QStringList{u"info"_s, u"--local"_s, u"--host=x"_s, u"--port=1"_s} << localAlone;
+    for (const char *value : {"-1", "60001", "x"}) {
+        QTest::addRow("delay %s", value)
+            << QStringList{u"type"_s, u"--delay=%1"_s.arg(QLatin1StringView(value))}
+            << u"--delay takes milliseconds, from 0 to 60000."_s;
+    }
+    QTest::newRow("no time to hold") << QStringList{u"hold"_s, u"a"_s, u"--for=0"_s}
+                                     << u"--for takes seconds, more than 0 and up to 86400."_s;
     QTest::newRow("no repeat") << QStringList{u"key"_s, u"A"_s, u"--repeat=0"_s}
                                << u"--repeat takes a number from 1."_s;
     for (const char *value : {"-1", "60001", "x", ""}) {
@@ -233,12 +274,12 @@ void tst_Arguments::unknownWordsAreReportedWithASuggestion_data()
     const QString command = u"unknown-command"_s;
     const QString option = u"unknown-option"_s;
     const QString sned = u"There is no command \"sned\". Did you mean send?"_s;
-    const QString scroll = u"There is no command \"scroll\"; quillmote --help lists them."_s;
+    const QString twirl = u"There is no command \"twirl\"; quillmote --help lists them."_s;
     QTest::newRow("command") << QStringList{u"sned"_s, u"x"_s} << command << sned;
     QTest::newRow("command, its help") << QStringList{u"sned"_s, u"--help"_s} << command << sned;
     QTest::newRow("no such command's help")
-        << QStringList{u"scroll"_s, u"--help"_s} << command << scroll;
-    QTest::newRow("help about it") << QStringList{u"help"_s, u"scroll"_s} << command << scroll;
+        << QStringList{u"twirl"_s, u"--help"_s} << command << twirl;
+    QTest::newRow("help about it") << QStringList{u"help"_s, u"twirl"_s} << command << twirl;
     QTest::newRow("command behind an option of another")
         << QStringList{u"--repeat"_s, u"3"_s, u"sned"_s} << command << sned;
     QTest::newRow("command before an unknown option")
@@ -335,7 +376,7 @@ void tst_Arguments::everyCommandsHelpShowsItsOptions()
 
 void tst_Arguments::optionsBelongToCommandsThatExist()
 {
-    QCOMPARE(allOptions().size(), size_t(17));
+    QCOMPARE(allOptions().size(), size_t(27));
     for (const Option *option : allOptions()) {
         for (const QString &command : QString(option->commands).split(u' ', Qt::SkipEmptyParts)) {
             QVERIFY2(findCommand(command) != nullptr, option->name.data());
