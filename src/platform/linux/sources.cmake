@@ -18,6 +18,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/input/InputGuard.cpp
   platform/linux/input/KeySymbols.cpp
   platform/linux/input/ModifierTracker.cpp
+  platform/linux/input/NamedKeySymbols.cpp
   platform/linux/input/NullEventServices.cpp
   platform/linux/input/ReleaseLedger.cpp
   platform/linux/input/SharedHeldInput.cpp
@@ -25,7 +26,9 @@ target_sources(vornaserver PRIVATE
   platform/linux/input/X11Keyboard.cpp
   platform/linux/input/X11KeyboardMap.cpp
   platform/linux/input/X11Pointer.cpp
+  platform/linux/input/XkbCandidates.cpp
   platform/linux/input/XkbKeyFinder.cpp
+  platform/linux/input/XkbSymbolFinder.cpp
   platform/linux/session/AvahiWatch.cpp
   platform/linux/session/DesktopNotifications.cpp
   platform/linux/session/DisplayAccess.cpp
