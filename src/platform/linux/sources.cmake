@@ -21,6 +21,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/input/NamedKeySymbols.cpp
   platform/linux/input/NullEventServices.cpp
   platform/linux/input/ReleaseLedger.cpp
+  platform/linux/input/Remainder.cpp
   platform/linux/input/SharedHeldInput.cpp
   platform/linux/input/X11EventServices.cpp
   platform/linux/input/X11Keyboard.cpp
