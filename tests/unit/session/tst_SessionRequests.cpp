@@ -50,7 +50,8 @@ void tst_SessionRequests::theGreetingSaysWhatTheDesktopCan()
 void tst_SessionRequests::theGreetingLeavesOutWhatTheDesktopCannot()
 {
     record.abilities = {false, true, false, true, false, false};
-    clipboard.isGood = false;
+    clipboard.canBeRead = false;
+    clipboard.canBeWatched = false;
     SessionClient client(path());
     QCOMPARE(client.greeting().value("can"_L1).toArray(), (QJsonArray{u"text"_s, u"scroll"_s}));
 }
