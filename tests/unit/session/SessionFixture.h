@@ -11,6 +11,7 @@
 #include "support/MessageRecorder.h"
 #include "support/protocol/SessionClient.h"
 
+#include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QObject>
@@ -103,6 +104,8 @@ private slots:
         messages = std::make_unique<MessageRecorder>();
         record = {};
         log.clear();
+        QDir(downloads.path()).removeRecursively();
+        QDir().mkpath(downloads.path());
         openingReply = {};
         accepts = true;
         decidesLater = false;
