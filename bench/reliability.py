@@ -158,7 +158,7 @@ A short connection spends most of its time on the two balloons that announce it.
 
 ## Attacks
 
-The same, by peers that never pause. `bench/attacks` and `bench/kills` run them.
+The same, by peers that never pause. `bench/attacks`, `bench/kills` and `bench/session_attacks` run them.
 
 | attack | promised | measured | held |
 |---|---|---|---|
@@ -199,7 +199,8 @@ RESULT = re.compile(r"^\d+: (PASS|FAIL!|XFAIL|XPASS|SKIP|QINFO) *: (tst_\w+::\w+
 
 
 def build():
-    for preset, targets in ("release", ["VornaServer", "reliability", "attacks", "kills"]), ("dev", ["all"]):
+    benches = ["reliability", "attacks", "kills", "session_attacks"]
+    for preset, targets in ("release", ["VornaServer", *benches]), ("dev", ["all"]):
         subprocess.run(["cmake", "--preset", preset], check=True, stdout=subprocess.DEVNULL)
         subprocess.run(["cmake", "--build", "--preset", preset, "--target", *targets], check=True,
                        stdout=subprocess.DEVNULL)
@@ -249,10 +250,12 @@ def main():
     loads, loads_held = bench_rows("reliability", share)
     attacks, attacks_held = bench_rows("attacks", share)
     kills, kills_held = bench_rows("kills", share)
+    sessions, sessions_held = bench_rows("session_attacks", share)
     faults, faults_held = fault_rows()
-    PAGE.write_text(HEAD + loads + ATTACK_HEAD + attacks + kills + FAULT_HEAD + faults + TAIL)
+    attacks += kills + sessions
+    PAGE.write_text(HEAD + loads + ATTACK_HEAD + attacks + FAULT_HEAD + faults + TAIL)
     print(f"Written: {PAGE.relative_to(ROOT)}")
-    return 0 if loads_held and attacks_held and kills_held and faults_held else 1
+    return 0 if loads_held and attacks_held and kills_held and sessions_held and faults_held else 1
 
 
 if __name__ == "__main__":

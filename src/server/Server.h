@@ -100,7 +100,7 @@ private:
                           const std::function<void(bool)> &decided);
     void sessionDeviceConnected(const QString &name);
     void sessionDeviceDisconnected(const QString &name);
-    std::shared_ptr<void> descriptorForSession();
+    std::shared_ptr<void> descriptorFor(bool isThereRoom);
     void closeSessionDoor();
 
     std::unique_ptr<TKApplicationManager> applicationManager;

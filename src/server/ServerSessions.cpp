@@ -8,6 +8,7 @@
 #include "net/BonjourServiceRegister.h"
 #include "server/Server.h"
 #include "session/SessionDoor.h"
+#include "settings/Settings.h"
 
 #include <QHostInfo>
 #include <QScopedValueRollback>
@@ -41,7 +42,10 @@ SessionServices Server::sessionServices(platform::DesktopInput &input)
             },
             [this](const QString &name) { sessionDeviceConnected(name); },
             [this](const QString &name) { sessionDeviceDisconnected(name); },
-            [this] { return descriptorForSession(); }};
+            [] { return Settings::preferences().downloadDirectory; },
+            [this](const QUrl &file) { return opener.open(file) == Opener::Result::Opened; },
+            [this] { return descriptorFor(resources.descriptors.hasRoomForConnections(1)); },
+            [this] { return descriptorFor(resources.descriptors.hasRoomForFile()); }};
 }
 
 /// The daemon may have changed it, and may not have confirmed any yet.
@@ -104,12 +108,9 @@ void Server::sessionDeviceDisconnected(const QString &name)
     }
 }
 
-std::shared_ptr<void> Server::descriptorForSession()
+std::shared_ptr<void> Server::descriptorFor(bool isThereRoom)
 {
-    if (!resources.descriptors.hasRoomForConnections(1)) {
-        return nullptr;
-    }
-    return std::make_shared<DescriptorBudget::Lease>(resources.descriptors);
+    return isThereRoom ? std::make_shared<DescriptorBudget::Lease>(resources.descriptors) : nullptr;
 }
 
 /// The light stays as it is: a stopped server has none, whoever was connected.

@@ -4,10 +4,9 @@
 #include "session/Session.h"
 
 #include "platform/SessionHost.h"
+#include "session/SessionCommons.h"
 #include "session/SessionJson.h"
 #include "session/SessionRequests.h"
-#include "session/SessionServices.h"
-#include "session/SessionTurns.h"
 
 #include <QDeadlineTimer>
 #include <QPointer>
@@ -31,18 +30,18 @@ constexpr auto lookForEnd = 1s;
 
 } // namespace
 
-Session::Session(std::unique_ptr<platform::LocalStream> opened,
-                 const SessionServices &sessionServices, SessionTurns &sharedTurns)
-    : services(sessionServices)
-    , turns(sharedTurns)
+Session::Session(std::unique_ptr<platform::LocalStream> opened, SessionCommons &sessionCommons)
+    : commons(sessionCommons)
     , stream(std::move(opened))
 {
     requests = std::make_unique<SessionRequests>(
-        services, stream.peerProgram(),
-        [this](const QJsonObject &event) { stream.write(SessionJson::written(event)); });
+        commons, stream.peerProgram(), [this](const QJsonObject &event) { sendEvent(event); });
     connect(&stream, &SessionStream::received, this, &Session::take);
     connect(&stream, &SessionStream::ended, this, &Session::notice);
-    connect(&stream, &SessionStream::sent, this, &Session::goOn);
+    connect(&stream, &SessionStream::sent, this, [this] {
+        sendLateEvents();
+        goOn();
+    });
     holding.setSingleShot(true);
     connect(&holding, &QTimer::timeout, this, [this] { requests->releaseHeld(); });
     connect(&endWatch, &QTimer::timeout, this, &Session::notice);
@@ -91,7 +90,7 @@ void Session::goOn()
 {
     if (requests != nullptr && !isPending && !isTakingTurns) {
         isTakingTurns = true;
-        turns.enter(this, [this] { return serveSome(); });
+        commons.turns.enter(this, [this] { return serveSome(); });
     }
     adjustReading();
 }
@@ -122,6 +121,25 @@ bool Session::serveNext()
     }
     handle(*frame);
     return true;
+}
+
+/// For a peer that does not read, only the latest event of each name is kept.
+void Session::sendEvent(const QJsonObject &event)
+{
+    if (stream.unsent() > mostUnsent) {
+        lateEvents.insert(event.value("event"_L1).toString(), event);
+    } else {
+        stream.write(SessionJson::written(event));
+    }
+}
+
+void Session::sendLateEvents()
+{
+    if (stream.unsent() <= mostUnsent) {
+        for (const QJsonObject &event : std::exchange(lateEvents, {})) {
+            stream.write(SessionJson::written(event));
+        }
+    }
 }
 
 void Session::finishIfDone()
@@ -240,7 +258,7 @@ void Session::answered(const QJsonValue &id, const SessionReply &reply)
 void Session::watchHeld()
 {
     if (requests != nullptr && requests->isHolding()) {
-        holding.start(services.holdingTime);
+        holding.start(commons.services.holdingTime);
     } else {
         holding.stop();
     }

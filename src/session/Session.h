@@ -7,7 +7,9 @@
 #include "session/SessionRequest.h"
 #include "session/SessionStream.h"
 
+#include <QJsonObject>
 #include <QJsonValue>
+#include <QMap>
 #include <QObject>
 #include <QTimer>
 
@@ -19,8 +21,7 @@ namespace platform {
 class LocalStream;
 }
 class SessionRequests;
-class SessionTurns;
-struct SessionServices;
+struct SessionCommons;
 
 /// One connection of the session socket: serves its requests one after the other, each when the one
 /// before it has been answered.
@@ -32,9 +33,8 @@ public:
     /// While more is unsent, in bytes, the next request waits.
     static constexpr qsizetype mostUnsent = 4 * 1024 * 1024;
 
-    /// Sends the greeting. The services and the turns must outlive the session.
-    Session(std::unique_ptr<platform::LocalStream> stream, const SessionServices &services,
-            SessionTurns &turns);
+    /// Sends the greeting.
+    Session(std::unique_ptr<platform::LocalStream> stream, SessionCommons &commons);
     ~Session() override;
 
     /// Ends the session at once, without over(): releases what it holds, and closes the connection.
@@ -67,19 +67,22 @@ private:
     void handleLine(const SessionFrames::Frame &frame);
     void serve(const Incoming &incoming);
     void answered(const QJsonValue &id, const SessionReply &reply);
+    void sendEvent(const QJsonObject &event);
+    void sendLateEvents();
     void finishIfDone();
     void adjustReading();
     void watchHeld();
     void finish();
 
-    const SessionServices &services;
-    SessionTurns &turns;
+    SessionCommons &commons;
     SessionStream stream;
     SessionFrames frames;
     std::unique_ptr<SessionRequests> requests; // null when the session is over
     std::optional<Incoming> announced;         // whose body is expected
     bool isPending = false;                    // a request is being served
     bool isTakingTurns = false;
+    QMap<QString, QJsonObject>
+        lateEvents;  // that wait until the peer reads, the latest of each name
     QTimer holding;  // until what is held is released
     QTimer endWatch; // while nothing is read, the end must be looked for
 };

@@ -41,7 +41,7 @@ void sendAway(const platform::LocalStream &stream)
 
 } // namespace
 
-SessionDoor::SessionDoor(SessionServices sessionServices) : services(std::move(sessionServices)) {}
+SessionDoor::SessionDoor(SessionServices sessionServices) : commons(std::move(sessionServices)) {}
 
 SessionDoor::~SessionDoor()
 {
@@ -59,6 +59,7 @@ void SessionDoor::open(const QString &runtimeDirectory)
         Messages::debug({u"No session socket:"_s, reason});
         return;
     }
+    SessionFiles::removeAbandonedDrafts(commons.services.fileDirectory());
     notifier = std::make_unique<QSocketNotifier>(listening->descriptor(), QSocketNotifier::Read);
     connect(notifier.get(), &QSocketNotifier::activated, this, [this] { accept(); });
 }
@@ -92,12 +93,12 @@ void SessionDoor::accept()
 void SessionDoor::admit(std::unique_ptr<platform::LocalStream> stream)
 {
     std::shared_ptr<void> descriptor =
-        present.size() < maximumSessions ? services.descriptor() : nullptr;
+        present.size() < maximumSessions ? commons.services.connectionDescriptor() : nullptr;
     if (descriptor == nullptr) {
         sendAway(*stream);
         return;
     }
-    auto *session = new Session(std::move(stream), services, turns);
+    auto *session = new Session(std::move(stream), commons);
     session->setParent(this);
     connect(session, &Session::over, this, [this, session] { dismiss(session); });
     present.push_back({session, std::move(descriptor)});

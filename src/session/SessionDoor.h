@@ -3,8 +3,7 @@
 
 #pragma once
 
-#include "session/SessionServices.h"
-#include "session/SessionTurns.h"
+#include "session/SessionCommons.h"
 
 #include <QObject>
 #include <QSocketNotifier>
@@ -51,8 +50,7 @@ private:
     void dismiss(Session *session);
     void pauseAccepting();
 
-    SessionServices services;
-    SessionTurns turns;
+    SessionCommons commons;
     std::unique_ptr<platform::ListeningPath> listening;
     std::unique_ptr<QSocketNotifier> notifier; // must not outlive the descriptor that it watches
     std::vector<Guest> present;

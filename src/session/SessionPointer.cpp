@@ -3,8 +3,10 @@
 
 #include "session/SessionPointer.h"
 
-#include "platform/Screens.h"
 #include "session/SessionFields.h"
+#include "session/SessionScreens.h"
+
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -27,9 +29,9 @@ SessionReply unsupported()
 } // namespace
 
 SessionPointer::SessionPointer(platform::DesktopInput &desktopInput,
-                               platform::Screens &desktopScreens)
+                               const SessionScreens &sessionScreens)
     : input(desktopInput)
-    , screens(desktopScreens)
+    , screens(sessionScreens)
 {
 }
 
@@ -62,18 +64,14 @@ SessionReply SessionPointer::moveTo(const SessionRequest &request)
     if (!fields.isGood()) {
         return fields.reply();
     }
-    return input.abilities().pointer ? moveToShare(screen, x, y) : unsupported();
-}
-
-/// 0 is the first pixel and 1 the last one.
-SessionReply SessionPointer::moveToShare(qint64 screen, double x, double y)
-{
-    const QList<platform::Screen> all = screens.all();
-    if (screen >= all.size()) {
+    if (!input.abilities().pointer) {
+        return unsupported();
+    }
+    const std::optional<platform::Location> place = screens.placeOn(screen, x, y);
+    if (!place) {
         return SessionReply::refused(u"not-found"_s, u"There is no such screen."_s);
     }
-    const QRect place = all[screen].place;
-    input.moveTo({place.x() + x * (place.width() - 1), place.y() + y * (place.height() - 1)});
+    input.moveTo(*place);
     return SessionReply::done();
 }
 

@@ -8,18 +8,13 @@
 
 #include <QList>
 
-#include <functional>
-#include <optional>
-
-namespace platform {
-class Screens;
-}
+class SessionScreens;
 
 /// The requests of one session about the pointer, and the buttons that it holds.
 class SessionPointer
 {
 public:
-    SessionPointer(platform::DesktopInput &input, platform::Screens &screens);
+    SessionPointer(platform::DesktopInput &input, const SessionScreens &screens);
     /// Releases what is held.
     ~SessionPointer();
     SessionPointer(const SessionPointer &) = delete;
@@ -34,12 +29,11 @@ public:
     void releaseHeld();
 
 private:
-    SessionReply moveToShare(qint64 screen, double x, double y);
     void click(platform::PointerButton button);
     void press(platform::PointerButton button);
     void release(platform::PointerButton button);
 
     platform::DesktopInput &input;
-    platform::Screens &screens;
+    const SessionScreens &screens;
     QList<platform::PointerButton> held;
 };

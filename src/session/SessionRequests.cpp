@@ -3,13 +3,13 @@
 
 #include "session/SessionRequests.h"
 
-#include "platform/Clipboard.h"
 #include "platform/DesktopInput.h"
+#include "session/SessionCommons.h"
 #include "session/SessionFields.h"
 #include "session/SessionJson.h"
 #include "session/SessionKeyboard.h"
 #include "session/SessionPointer.h"
-#include "session/SessionServices.h"
+#include "session/SessionScreens.h"
 
 #include <QCoreApplication>
 #include <QJsonArray>
@@ -47,19 +47,27 @@ struct SessionRequests::Command
 /// What the session holds; a refused one begins anew.
 struct SessionRequests::Parts
 {
-    explicit Parts(const SessionServices &services)
-        : keyboard(services.input)
-        , pointer(services.input, services.screens)
+    Parts(SessionCommons &commons, const Event &event)
+        : keyboard(commons.services.input)
+        , clipboard(commons.services.clipboard, commons.texts, commons.clipboardChanges, event)
+        , files({commons.services.fileDirectory, commons.services.fileDescriptor,
+                 commons.services.openFile, commons.transfers})
+        , screens(commons.services.screens, commons.screenChanges, event)
+        , pointer(commons.services.input, screens)
     {
     }
 
     SessionKeyboard keyboard;
+    SessionClipboard clipboard;
+    SessionFiles files;
+    SessionScreens screens;
     SessionPointer pointer;
 };
 
-SessionRequests::SessionRequests(const SessionServices &sessionServices, const QString &peerProgram,
+SessionRequests::SessionRequests(SessionCommons &sessionCommons, const QString &peerProgram,
                                  Event event)
-    : services(sessionServices)
+    : commons(sessionCommons)
+    , services(sessionCommons.services)
     , sendEvent(std::move(event))
     , deviceName(SessionJson::shown(peerProgram))
 {
@@ -77,7 +85,7 @@ SessionRequests::~SessionRequests()
 void SessionRequests::begin()
 {
     parts.reset();
-    parts = std::make_unique<Parts>(services);
+    parts = std::make_unique<Parts>(commons, sendEvent);
 }
 
 const SessionRequests::Command *SessionRequests::commandOf(const QString &name)
@@ -89,8 +97,17 @@ const SessionRequests::Command *SessionRequests::commandOf(const QString &name)
         Command{"moveTo"_L1, Input, &SessionRequests::moveTo},
         Command{"button"_L1, Input, &SessionRequests::button},
         Command{"scroll"_L1, Input, &SessionRequests::scroll},
+        Command{"clipboard.set"_L1, Body, &SessionRequests::setClipboard},
+        Command{"clipboard.get"_L1, None, &SessionRequests::getClipboard},
+        Command{"clipboard.watch"_L1, None, &SessionRequests::watchClipboard},
         Command{"open"_L1, None, &SessionRequests::open},
         Command{"applications"_L1, None, &SessionRequests::applications},
+        Command{"file.put"_L1, Body, &SessionRequests::putFile},
+        Command{"file.cancel"_L1, None, &SessionRequests::cancelFile},
+        Command{"file.list"_L1, None, &SessionRequests::listFiles},
+        Command{"file.get"_L1, None, &SessionRequests::getFile},
+        Command{"screens"_L1, None, &SessionRequests::listScreens},
+        Command{"watch"_L1, None, &SessionRequests::watchScreens},
         Command{"pair"_L1, EvenIfRefused, &SessionRequests::pair},
         Command{"ping"_L1, EvenIfRefused, &SessionRequests::ping},
     };
@@ -187,6 +204,21 @@ void SessionRequests::scroll(const SessionRequest &request, const SessionAnswer 
     answer(parts->pointer.scroll(request));
 }
 
+void SessionRequests::setClipboard(const SessionRequest &request, const SessionAnswer &answer)
+{
+    parts->clipboard.set(request, answer);
+}
+
+void SessionRequests::getClipboard(const SessionRequest &request, const SessionAnswer &answer)
+{
+    parts->clipboard.get(request, answer);
+}
+
+void SessionRequests::watchClipboard(const SessionRequest &request, const SessionAnswer &answer)
+{
+    parts->clipboard.watch(request, answer);
+}
+
 void SessionRequests::open(const SessionRequest &request, const SessionAnswer &answer)
 {
     SessionFields fields(request.fields);
@@ -212,6 +244,36 @@ void SessionRequests::applications(const SessionRequest & /*request*/, const Ses
 {
     const QJsonArray names = QJsonArray::fromStringList(services.applications());
     answer(SessionReply::done({{u"applications"_s, names}}));
+}
+
+void SessionRequests::putFile(const SessionRequest &request, const SessionAnswer &answer)
+{
+    parts->files.put(request, answer);
+}
+
+void SessionRequests::cancelFile(const SessionRequest &request, const SessionAnswer &answer)
+{
+    parts->files.cancel(request, answer);
+}
+
+void SessionRequests::listFiles(const SessionRequest &request, const SessionAnswer &answer)
+{
+    parts->files.list(request, answer);
+}
+
+void SessionRequests::getFile(const SessionRequest &request, const SessionAnswer &answer)
+{
+    parts->files.get(request, answer);
+}
+
+void SessionRequests::listScreens(const SessionRequest &request, const SessionAnswer &answer)
+{
+    parts->screens.list(request, answer);
+}
+
+void SessionRequests::watchScreens(const SessionRequest &request, const SessionAnswer &answer)
+{
+    parts->screens.watch(request, answer);
 }
 
 void SessionRequests::pair(const SessionRequest &request, const SessionAnswer &answer)

@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 
+struct SessionCommons;
 struct SessionServices;
 
 /// What the requests of one session do, one class for each subject. What they hold, watch and
@@ -22,7 +23,7 @@ public:
 
     /// \param peerProgram the name of the session's program for people, or empty
     /// \param event sends an event to the session
-    SessionRequests(const SessionServices &services, const QString &peerProgram, Event event);
+    SessionRequests(SessionCommons &commons, const QString &peerProgram, Event event);
     ~SessionRequests() override;
 
     /// The answer does not come if this object is destroyed first.
@@ -46,8 +47,17 @@ private:
     void moveTo(const SessionRequest &request, const SessionAnswer &answer);
     void button(const SessionRequest &request, const SessionAnswer &answer);
     void scroll(const SessionRequest &request, const SessionAnswer &answer);
+    void setClipboard(const SessionRequest &request, const SessionAnswer &answer);
+    void getClipboard(const SessionRequest &request, const SessionAnswer &answer);
+    void watchClipboard(const SessionRequest &request, const SessionAnswer &answer);
     void open(const SessionRequest &request, const SessionAnswer &answer);
     void applications(const SessionRequest &request, const SessionAnswer &answer);
+    void putFile(const SessionRequest &request, const SessionAnswer &answer);
+    void cancelFile(const SessionRequest &request, const SessionAnswer &answer);
+    void listFiles(const SessionRequest &request, const SessionAnswer &answer);
+    void getFile(const SessionRequest &request, const SessionAnswer &answer);
+    void listScreens(const SessionRequest &request, const SessionAnswer &answer);
+    void watchScreens(const SessionRequest &request, const SessionAnswer &answer);
     void pair(const SessionRequest &request, const SessionAnswer &answer);
     void ping(const SessionRequest &request, const SessionAnswer &answer);
 
@@ -55,6 +65,7 @@ private:
     void begin();
     void becomeConnected();
 
+    SessionCommons &commons;
     const SessionServices &services;
     Event sendEvent;
     QString deviceName;

@@ -7,6 +7,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <QUrl>
 
 #include <chrono>
 #include <functional>
@@ -43,9 +44,15 @@ struct SessionServices
     std::function<void(const QString &name)> deviceConnected;
     std::function<void(const QString &name)> deviceDisconnected;
 
+    /// The directory of the files, as the preferences show it.
+    std::function<QString()> fileDirectory;
+    /// Opens a file with the desktop's program; whether that could be done.
+    std::function<bool(const QUrl &)> openFile;
+
     /// Permission to have one more descriptor open, for as long as it is held; null if there is
-    /// none left.
-    std::function<std::shared_ptr<void>()> descriptor;
+    /// none left for a connection, or for a file.
+    std::function<std::shared_ptr<void>()> connectionDescriptor;
+    std::function<std::shared_ptr<void>()> fileDescriptor;
 
     /// After that time without a line, what a session holds is released.
     std::chrono::milliseconds holdingTime = std::chrono::seconds(10);

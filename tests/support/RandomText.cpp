@@ -3,6 +3,8 @@
 
 #include "support/RandomText.h"
 
+#include <QList>
+
 namespace {
 
 constexpr int LineLength = 40;

@@ -15,17 +15,27 @@ target_sources(vornaserver PRIVATE
   platform/linux/clipboard/X11Clipboard.cpp
   platform/linux/clipboard/X11SelectionReader.cpp
   platform/linux/factories.cpp
+  platform/linux/input/FocusedProgram.cpp
   platform/linux/input/InputGuard.cpp
   platform/linux/input/KeySymbols.cpp
   platform/linux/input/ModifierTracker.cpp
+  platform/linux/input/NamedKeySymbols.cpp
   platform/linux/input/NullEventServices.cpp
   platform/linux/input/ReleaseLedger.cpp
+  platform/linux/input/Remainder.cpp
+  platform/linux/input/ServerGrab.cpp
   platform/linux/input/SharedHeldInput.cpp
+  platform/linux/input/SpareKeyRecord.cpp
+  platform/linux/input/SpareKeys.cpp
+  platform/linux/input/X11DesktopInput.cpp
   platform/linux/input/X11EventServices.cpp
   platform/linux/input/X11Keyboard.cpp
   platform/linux/input/X11KeyboardMap.cpp
   platform/linux/input/X11Pointer.cpp
+  platform/linux/input/X11Typist.cpp
+  platform/linux/input/XkbCandidates.cpp
   platform/linux/input/XkbKeyFinder.cpp
+  platform/linux/input/XkbSymbolFinder.cpp
   platform/linux/session/AvahiWatch.cpp
   platform/linux/session/DesktopNotifications.cpp
   platform/linux/session/DisplayAccess.cpp
@@ -40,6 +50,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/system/FolderSystem.cpp
   platform/linux/system/SessionHostSystem.cpp
   platform/linux/system/SocketSystem.cpp
+  platform/linux/x11/TimedReply.cpp
   platform/linux/x11/X11Connection.cpp
   platform/linux/x11/X11Server.cpp
   platform/linux/x11/X11WindowManager.cpp

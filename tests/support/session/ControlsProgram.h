@@ -16,7 +16,6 @@ class ControlsProgram
 public:
     enum class Kind { Gtk, Qt, Terminal, Browser };
 
-    /// Starts it; `fixtures` is the folder of the programs, `qtControls` the built one.
     ControlsProgram(Kind kind, const DesktopSession &session);
     ControlsProgram(const ControlsProgram &) = delete;
     ControlsProgram &operator=(const ControlsProgram &) = delete;

@@ -3,14 +3,15 @@
 
 #pragma once
 
+#include "doubles/RecordingClipboard.h"
 #include "doubles/RecordingDesktopInput.h"
-#include "platform/Clipboard.h"
-#include "platform/Screens.h"
+#include "doubles/RecordingScreens.h"
 #include "session/SessionDoor.h"
 #include "session/SessionServices.h"
 #include "support/MessageRecorder.h"
 #include "support/protocol/SessionClient.h"
 
+#include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QObject>
@@ -28,29 +29,6 @@ class SessionFixture : public QObject
     Q_OBJECT
 
 protected:
-    class QuietClipboard final : public platform::Clipboard
-    {
-    public:
-        void setText(const QString & /*text*/) override {}
-        void requestText(TextReceiver receiver) override { receiver(std::nullopt); }
-        bool isReadable() const override { return isGood; }
-        bool isWatchable() const override { return isGood; }
-        void watch(std::function<void()> /*changed*/) override {}
-
-        bool isGood = true;
-    };
-
-    class TwoScreens final : public platform::Screens
-    {
-    public:
-        QSize desktopSize() override { return {300, 100}; }
-        QList<platform::Screen> all() override
-        {
-            return {{u"left"_s, QRect(0, 0, 101, 101), 1}, {u"right"_s, QRect(101, 0, 201, 51), 1}};
-        }
-        void watch(std::function<void()> /*changed*/) override {}
-    };
-
     QString path() const { return runtime.path() + u"/vornaserver/_7.socket"_s; }
 
     /// Opens the door again, with what has been changed in these services.
@@ -69,10 +47,11 @@ protected:
     }
 
     QTemporaryDir runtime;
+    QTemporaryDir downloads;
     DesktopInputRecord record;
     RecordingDesktopInput input{record};
-    QuietClipboard clipboard;
-    TwoScreens screens;
+    RecordingClipboard clipboard;
+    RecordingScreens screens;
     QStringList log; ///< What the server was asked for.
     SessionReply openingReply;
     bool accepts = true;
@@ -107,6 +86,12 @@ protected:
         },
         [this](const QString &name) { log.append(u"connected "_s + name); },
         [this](const QString &name) { log.append(u"disconnected "_s + name); },
+        [this] { return downloads.path(); },
+        [this](const QUrl &file) {
+            log.append(u"open "_s + file.toString());
+            return true;
+        },
+        [this] { return hasDescriptors ? std::make_shared<int>(0) : nullptr; },
         [this] { return hasDescriptors ? std::make_shared<int>(0) : nullptr; },
     };
     std::unique_ptr<MessageRecorder> messages;
@@ -119,12 +104,16 @@ private slots:
         messages = std::make_unique<MessageRecorder>();
         record = {};
         log.clear();
+        QDir(downloads.path()).removeRecursively();
+        QDir().mkpath(downloads.path());
         openingReply = {};
         accepts = true;
         decidesLater = false;
         undecided.clear();
         hasDescriptors = true;
-        clipboard.isGood = true;
+        clipboard = RecordingClipboard();
+        screens.screens = {{u"left"_s, QRect(0, 0, 101, 101), 1},
+                           {u"right"_s, QRect(101, 0, 201, 51), 1}};
         services.holdingTime = std::chrono::seconds(10);
         restart();
     }

@@ -35,6 +35,7 @@ private slots:
     void nothingIsReleasedWhileARequestWaits();
 
     void requestsWaitForAPeerThatDoesNotRead();
+    void eventsForAPeerThatDoesNotReadDoNotPileUp();
     void aFloodHoldsNobodyUp();
 };
 
@@ -337,6 +338,32 @@ void tst_Session::requestsWaitForAPeerThatDoesNotRead()
         deaf.readAll();
         return served == 100;
     }));
+}
+
+void tst_Session::eventsForAPeerThatDoesNotReadDoNotPileUp()
+{
+    screens.screens = {{QString(100'000, u'x'), QRect(0, 0, 1, 1), 1}};
+    QLocalSocket deaf;
+    deaf.setReadBufferSize(1);
+    deaf.connectToServer(path());
+    deaf.write("{\"id\":1,\"request\":\"watch\"}\n");
+    QVERIFY(waitUntil([&] { return bool(screens.changed); }));
+    for (int i = 0; i < 200; ++i) {
+        screens.screens.first().scale = i;
+        screens.changed();
+    }
+    deaf.setReadBufferSize(0);
+    int events = 0;
+    QByteArray line;
+    QVERIFY(waitUntil([&] {
+        while (deaf.canReadLine()) {
+            line = deaf.readLine();
+            events += line.contains("\"screens\"") ? 1 : 0;
+        }
+        return line.contains("\"scale\":199");
+    }));
+    // 4 MiB, what the system takes, and the latest one.
+    QVERIFY2(events > 40 && events < 60, qPrintable(QString::number(events)));
 }
 
 void tst_Session::aFloodHoldsNobodyUp()

@@ -3,6 +3,7 @@
 
 #include "session/SessionRequests.h"
 
+#include "support/Folders.h"
 #include "unit/session/SessionFixture.h"
 
 class tst_SessionRequests : public SessionFixture
@@ -30,6 +31,11 @@ private slots:
     void addressesAndApplicationsAreOpened();
     void applicationsAreListed();
 
+    void theClipboardIsServed();
+    void filesAreServed();
+    void screensAreServed();
+    void aRefusalEndsWatchesAndTransfers();
+
     void anAcceptedDeviceIsConnected();
     void theFirstInputConnectsTheProgram();
     void aRefusedDeviceIsServedNothing();
@@ -50,7 +56,8 @@ void tst_SessionRequests::theGreetingSaysWhatTheDesktopCan()
 void tst_SessionRequests::theGreetingLeavesOutWhatTheDesktopCannot()
 {
     record.abilities = {false, true, false, true, false, false};
-    clipboard.isGood = false;
+    clipboard.canBeRead = false;
+    clipboard.canBeWatched = false;
     SessionClient client(path());
     QCOMPARE(client.greeting().value("can"_L1).toArray(), (QJsonArray{u"text"_s, u"scroll"_s}));
 }
@@ -310,6 +317,60 @@ void tst_SessionRequests::applicationsAreListed()
     SessionClient client(path());
     QCOMPARE(client.ask(u"applications"_s).fields.value("applications"_L1).toArray(),
              (QJsonArray{u"Player"_s, u"Editor"_s}));
+}
+
+void tst_SessionRequests::theClipboardIsServed()
+{
+    SessionClient client(path());
+    QVERIFY(client.ask(u"clipboard.watch"_s).isOk());
+    QVERIFY(client.ask(u"clipboard.set"_s, {{u"text"_s, u"one"_s}}).isOk());
+    QVERIFY(client.event(u"clipboard"_s));
+    QVERIFY(client.ask(u"clipboard.set"_s, {{u"more"_s, true}}, "tw").isOk());
+    QVERIFY(client.ask(u"clipboard.set"_s, {}, "o").isOk());
+    QCOMPARE(clipboard.content, u"two"_s);
+    const SessionMessage answer = client.ask(u"clipboard.get"_s);
+    QCOMPARE(answer.fields.value("size"_L1).toInt(), 3);
+    QCOMPARE(answer.body, QByteArray("two"));
+}
+
+void tst_SessionRequests::filesAreServed()
+{
+    SessionClient client(path());
+    const QJsonObject begin = {{u"name"_s, u"a.txt"_s}, {u"size"_s, 4}, {u"open"_s, true}};
+    const QJsonObject transfer = {{u"file"_s, client.ask(u"file.put"_s, begin).fields["file"_L1]}};
+    QCOMPARE(client.ask(u"file.put"_s, transfer, "te").fields["received"_L1].toInt(), 2);
+    QVERIFY(client.ask(u"file.put"_s, transfer, "xt").fields["complete"_L1].toBool());
+    QCOMPARE(log, QStringList{u"open file://"_s + downloads.path() + u"/a.txt"_s});
+    QCOMPARE(client.ask(u"file.list"_s).fields["files"_L1].toArray().size(), 1);
+    QCOMPARE(client.ask(u"file.get"_s, {{u"name"_s, u"a.txt"_s}}).body, QByteArray("text"));
+    QCOMPARE(errorOf(client, u"file.cancel"_s, R"({"file": 7})"), u"not-found"_s);
+}
+
+void tst_SessionRequests::screensAreServed()
+{
+    SessionClient client(path());
+    QCOMPARE(client.ask(u"screens"_s).fields["screens"_L1].toArray().size(), 2);
+    QVERIFY(client.ask(u"watch"_s).isOk());
+    screens.screens.removeLast();
+    screens.changed();
+    const auto event = client.event(u"screens"_s);
+    QVERIFY(event);
+    QCOMPARE(event->fields["screens"_L1].toArray().size(), 1);
+}
+
+void tst_SessionRequests::aRefusalEndsWatchesAndTransfers()
+{
+    SessionClient client(path());
+    const QJsonObject begin = {{u"name"_s, u"a.txt"_s}, {u"size"_s, 4}};
+    QVERIFY(client.ask(u"file.put"_s, begin).isOk());
+    QVERIFY(client.ask(u"watch"_s).isOk());
+    QVERIFY(client.ask(u"clipboard.watch"_s).isOk());
+    QVERIFY(!Folders::listing(downloads.path()).isEmpty());
+    accepts = false;
+    QCOMPARE(errorOf(client, u"pair"_s, R"({"name": "n", "device": "d"})"), u"refused"_s);
+    QVERIFY(Folders::listing(downloads.path()).isEmpty());
+    QVERIFY(!screens.changed);
+    QVERIFY(!clipboard.changed);
 }
 
 void tst_SessionRequests::anAcceptedDeviceIsConnected()

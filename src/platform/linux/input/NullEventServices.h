@@ -27,8 +27,7 @@ public:
 private:
     void warnOnce();
 
-    NoDesktopInput noInput;
-
+    NoDesktopInput noInput{[this] { warnOnce(); }};
     QString reason;
     bool hasWarned = false;
 };

@@ -14,6 +14,11 @@ namespace platform {
 
 namespace {
 
+/// Moves cause no releases, whose answers would show how far the server has come.
+constexpr int flushesPerQuestion = 64;
+/// Beyond that the connection's buffers might fill up, and a write would wait.
+constexpr int mostUnansweredFlushes = 256;
+
 /// An X server drops a connection as soon as it sees its end, with the requests that it has not
 /// read yet: the last releases would be lost, and the keys would stay down.
 void waitUntilServerIsDone(xcb_connection_t *connection)
@@ -29,10 +34,16 @@ X11EventServices::X11EventServices(X11Connection openConnection)
     , ledger(held.get())
     , keyboard(connection.get(), ledger)
     , pointer(connection.get(), connection.root(), ledger)
+    , typist(connection, keyboard, link())
+    , desktopInput(keyboard, pointer, typist, link())
 {
     // Open menus and window managers grab the server.
     ignoreServerGrabs(connection);
-    connection.watch([this] { takeInEvents(); });
+    connection.watch([this] {
+        if (!takeInEvents()) {
+            typist.fail();
+        }
+    });
     flush();
 }
 
@@ -40,6 +51,7 @@ X11EventServices::~X11EventServices()
 {
     keyboard.releaseAll();
     pointer.releaseAll();
+    typist.end();
     waitUntilServerIsDone(connection.get());
     guard.reset();
 }
@@ -114,12 +126,20 @@ void X11EventServices::postMouse(const MouseEvent &event)
     }
 }
 
+InputLink X11EventServices::link()
+{
+    return {.takeInEvents = [this] { return takeInEvents(); },
+            .flush = [this] { flush(); },
+            .flushLater = [this] { flushLater(); },
+            .hasRoom = [this] { return hasRoom(); }};
+}
+
 /// Brings the adapter up to date with what the server has reported; false when the connection is
 /// broken.
 bool X11EventServices::takeInEvents()
 {
     while (const auto event = xcbOwned(xcb_poll_for_event(connection.get()))) {
-        if (!keyboard.handleEvent(event.get())) {
+        if (!keyboard.handleEvent(event.get()) && !typist.handleEvent(event.get())) {
             pointer.handleEvent(event.get());
         }
     }
@@ -130,7 +150,8 @@ bool X11EventServices::takeInEvents()
 /// Asked without waiting: the answer arrives like an event.
 void X11EventServices::askForProgress()
 {
-    if (!question && ledger.isAnyUnconfirmed()) {
+    const bool isDue = ledger.isAnyUnconfirmed() || unansweredFlushes >= flushesPerQuestion;
+    if (!question && isDue) {
         question = xcb_get_input_focus(connection.get()).sequence;
     }
 }
@@ -147,16 +168,27 @@ void X11EventServices::takeInProgress()
     if (const auto answer = xcbOwned(static_cast<xcb_generic_reply_t *>(reply))) {
         ledger.confirm(*question);
     }
+    const bool hadRoom = hasRoom();
     question.reset();
+    unansweredFlushes = 0;
     askForProgress();
     if (!isFlushDue) {
         xcb_flush(connection.get());
     }
+    if (!hadRoom) {
+        desktopInput.onProgress();
+    }
+}
+
+bool X11EventServices::hasRoom() const
+{
+    return unansweredFlushes < mostUnansweredFlushes;
 }
 
 void X11EventServices::flush()
 {
     isFlushDue = false;
+    ++unansweredFlushes;
     askForProgress();
     xcb_flush(connection.get());
 }

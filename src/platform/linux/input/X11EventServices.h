@@ -4,12 +4,13 @@
 #pragma once
 
 #include "platform/EventServices.h"
-#include "platform/NoDesktopInput.h"
 #include "platform/linux/input/InputGuard.h"
 #include "platform/linux/input/ReleaseLedger.h"
 #include "platform/linux/input/SharedHeldInput.h"
+#include "platform/linux/input/X11DesktopInput.h"
 #include "platform/linux/input/X11Keyboard.h"
 #include "platform/linux/input/X11Pointer.h"
+#include "platform/linux/input/X11Typist.h"
 #include "platform/linux/x11/X11Connection.h"
 
 #include <QObject>
@@ -45,11 +46,13 @@ public:
     /// A click happens where the pointer is; the positions of presses and releases are ignored.
     void postMouse(std::optional<SourceState> source, std::span<const MouseEvent> events,
                    EventTap tap) override;
-    DesktopInput &input() override { return noInput; }
+    DesktopInput &input() override { return desktopInput; }
 
 private:
     void postMouse(const MouseEvent &event);
+    InputLink link();
     bool takeInEvents();
+    bool hasRoom() const;
     void askForProgress();
     void takeInProgress();
     void flush();
@@ -64,8 +67,10 @@ private:
     bool isFlushDue = false; ///< A flush is queued in the event loop.
     /// The request whose answer will show how far the server has come; one at a time.
     std::optional<std::uint32_t> question;
+    int unansweredFlushes = 0; ///< Since the last question.
     std::unique_ptr<InputGuard> guard;
-    NoDesktopInput noInput;
+    X11Typist typist;
+    X11DesktopInput desktopInput;
 };
 
 } // namespace platform

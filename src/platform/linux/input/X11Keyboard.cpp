@@ -3,7 +3,11 @@
 
 #include "platform/linux/input/X11Keyboard.h"
 
+#include "platform/linux/input/KeySymbols.h"
+#include "platform/linux/input/NamedKeySymbols.h"
 #include "platform/linux/x11/XcbHandles.h"
+
+#include <QChar>
 
 #include <algorithm>
 #include <utility>
@@ -70,7 +74,7 @@ bool X11Keyboard::handleEvent(const xcb_generic_event_t *event)
     const auto *notice = reinterpret_cast<const xcb_xkb_map_notify_event_t *>(event);
     if (state->xkbType == XCB_XKB_STATE_NOTIFY) {
         tracker.report(stateIn(*state), event->full_sequence);
-    } else if (notice->deviceID == map.device()) {
+    } else if (notice->deviceID == map.device() && !isKnownChange(event->full_sequence)) {
         map.markStale();
     }
     return true;
@@ -83,29 +87,163 @@ void X11Keyboard::press(KeyCode code, EventFlags flags)
     if (!found) {
         return;
     }
-    releaseHeld(code);
-    HeldKey held{code, {found->keycode, finder->modifiersSetBy(found->keycode)}, {}, 0};
-    const auto wanted = static_cast<ModifierMask>(masksOf(*finder, flags) | found->modifiers);
+    press(KeyName(code), *found, masksOf(*finder, flags));
+}
+
+bool X11Keyboard::press(const Key &key, const KeyModifiers &modifiers)
+{
+    const auto found = find(key, modifiers);
+    if (found) {
+        press(KeyName(key), *found, masksOf(*map.finder(), modifiers));
+    }
+    return found.has_value();
+}
+
+void X11Keyboard::press(const Key &key, const KeyModifiers &modifiers, std::uint8_t keycode)
+{
+    if (const XkbKeyFinder *finder = map.finder()) {
+        press(KeyName(key), FoundKey{keycode, 0}, masksOf(*finder, modifiers));
+    }
+}
+
+void X11Keyboard::press(const KeyName &name, const FoundKey &found, ModifierMask modifiers)
+{
+    const XkbKeyFinder &finder = *map.finder();
+    releaseHeld(name);
+    HeldKey held{name, {found.keycode, finder.modifiersSetBy(found.keycode)}, {}, 0};
+    const auto wanted = static_cast<ModifierMask>(modifiers | found.modifiers);
     // Modifiers that the key itself sets are kept: Caps Lock could not be switched off if its lock
     // were cleared and restored around it.
     const auto kept =
-        static_cast<ModifierMask>(wanted | held.key.sets | finder->harmlessModifiers());
+        static_cast<ModifierMask>(wanted | held.key.sets | finder.harmlessModifiers());
     held.locks = clearLocks(without(0xff, kept));
-    releaseKeysSetting(*finder, without(tracker.state().base, kept));
-    held.modifierKeys = pressModifiers(*finder, without(wanted, held.key.sets));
+    releaseKeysSetting(finder, without(tracker.state().base, kept));
+    held.modifierKeys = pressModifiers(finder, without(wanted, held.key.sets));
     pressKey(held.key);
     heldKeys.push_back(std::move(held));
 }
 
 void X11Keyboard::release(KeyCode code)
 {
-    if (releaseHeld(code)) {
+    if (releaseHeld(KeyName(code))) {
         return;
     }
     const XkbKeyFinder *finder = map.finder();
     if (const auto found = finder ? finder->key(tracker.state().group, code) : std::nullopt) {
         releaseKey({found->keycode, finder->modifiersSetBy(found->keycode)});
     }
+}
+
+bool X11Keyboard::release(const Key &key)
+{
+    return releaseHeld(KeyName(key));
+}
+
+std::optional<FoundKey> X11Keyboard::find(const Key &key, const KeyModifiers &modifiers)
+{
+    const XkbSymbolFinder *symbols = map.symbols();
+    if (!symbols) {
+        return std::nullopt;
+    }
+    if (key.name == NamedKey::None) {
+        const auto found = characterKey(key.character);
+        const bool isShortcut = modifiers.hasControl || modifiers.hasAlt || modifiers.hasMeta;
+        return found || !isShortcut ? found : findAtPosition(key.character);
+    }
+    for (const std::uint32_t keysym : keysymsOf(key.name)) {
+        if (const auto found = symbols->symbol(tracker.state().group, keysym)) {
+            return found;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<FoundKey> X11Keyboard::findAtPosition(char32_t character)
+{
+    const XkbKeyFinder &finder = *map.finder();
+    const char32_t lower = QChar::toLower(character);
+    const auto symbols = keySymbols();
+    const auto symbol = std::ranges::find(symbols, keysymOf(lower), &KeySymbol::keysym);
+    auto found =
+        symbol == symbols.end() ? std::nullopt : finder.key(tracker.state().group, symbol->code);
+    if (found && lower != character) {
+        found->modifiers |= finder.modifierMask(tracker.state().group, Modifier::Shift);
+    }
+    return found;
+}
+
+std::optional<FoundKey> X11Keyboard::characterKey(char32_t character)
+{
+    const XkbSymbolFinder *symbols = map.symbols();
+    const std::uint32_t group = tracker.state().group;
+    if (!symbols) {
+        return std::nullopt;
+    }
+    const bool isControl = character == U'\n' || character == U'\t';
+    return isControl ? symbols->symbol(group, keysymOf(character))
+                     : symbols->character(group, character);
+}
+
+void X11Keyboard::beginRun()
+{
+    const XkbKeyFinder &finder = *map.finder();
+    const ModifierMask unwanted = without(0xff, finder.harmlessModifiers());
+    runLocks = clearLocks(unwanted);
+    releaseKeysSetting(finder, static_cast<ModifierMask>(tracker.state().base & unwanted));
+}
+
+void X11Keyboard::tap(const FoundKey &key)
+{
+    const XkbKeyFinder &finder = *map.finder();
+    releaseRunModifiers(key.modifiers);
+    for (const PressedKey &pressed : pressModifiers(finder, key.modifiers)) {
+        runModifiers.push_back(pressed);
+    }
+    const PressedKey tapped{key.keycode, finder.modifiersSetBy(key.keycode)};
+    if (isHeld(key.keycode)) {
+        releaseKey(tapped); // Its press would be none.
+    }
+    pressKey(tapped);
+    releaseKey(tapped);
+}
+
+void X11Keyboard::endRun()
+{
+    releaseRunModifiers(0);
+    if (runLocks) {
+        tracker.lock(runLocks, changeLocks(runLocks, runLocks));
+    }
+    runLocks = 0;
+}
+
+/// Except those that set nothing else.
+void X11Keyboard::releaseRunModifiers(ModifierMask kept)
+{
+    for (std::size_t left = runModifiers.size(); left > 0; --left) {
+        const PressedKey key = runModifiers[left - 1];
+        if (without(key.sets, kept)) {
+            releaseKey(key);
+            runModifiers.erase(runModifiers.begin() + static_cast<std::ptrdiff_t>(left - 1));
+        }
+    }
+}
+
+bool X11Keyboard::isHeld(std::uint8_t keycode) const
+{
+    return std::ranges::any_of(heldKeys,
+                               [&](const HeldKey &held) { return held.key.keycode == keycode; });
+}
+
+void X11Keyboard::ignoreMapNotices(std::uint32_t firstRequest, std::uint32_t lastRequest)
+{
+    firstKnownChange = firstRequest;
+    lastKnownChange = lastRequest;
+}
+
+/// Sequence numbers wrap around.
+bool X11Keyboard::isKnownChange(std::uint32_t request) const
+{
+    return request - firstKnownChange <= lastKnownChange - firstKnownChange && lastKnownChange != 0;
 }
 
 void X11Keyboard::releaseAll()
@@ -116,9 +254,9 @@ void X11Keyboard::releaseAll()
     }
 }
 
-bool X11Keyboard::releaseHeld(KeyCode code)
+bool X11Keyboard::releaseHeld(const KeyName &name)
 {
-    const auto held = std::ranges::find(heldKeys, code, &HeldKey::code);
+    const auto held = std::ranges::find(heldKeys, name, &HeldKey::name);
     if (held == heldKeys.end()) {
         return false;
     }
@@ -160,6 +298,18 @@ ModifierMask X11Keyboard::masksOf(const XkbKeyFinder &finder, EventFlags flags) 
     return static_cast<ModifierMask>(maskIf(Flag::Command | Flag::Control, Modifier::Control) |
                                      maskIf(Flag::Alternate, Modifier::Alternate) |
                                      maskIf(Flag::Shift, Modifier::Shift));
+}
+
+ModifierMask X11Keyboard::masksOf(const XkbKeyFinder &finder, const KeyModifiers &modifiers) const
+{
+    const auto maskIf = [&](bool isWanted, Modifier modifier) {
+        return isWanted ? finder.modifierMask(tracker.state().group, modifier) : 0;
+    };
+    return static_cast<ModifierMask>(maskIf(modifiers.hasControl, Modifier::Control) |
+                                     maskIf(modifiers.hasAlt, Modifier::Alternate) |
+                                     maskIf(modifiers.hasShift, Modifier::Shift) |
+                                     maskIf(modifiers.hasMeta, Modifier::Meta) |
+                                     maskIf(modifiers.hasAltGraph, Modifier::Level3));
 }
 
 /// Returns the locks that were in effect and are to be restored. Latches are used up, as by any

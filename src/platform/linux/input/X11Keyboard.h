@@ -3,10 +3,12 @@
 
 #pragma once
 
+#include "platform/Key.h"
 #include "platform/linux/input/ModifierTracker.h"
 #include "platform/linux/input/ReleaseLedger.h"
 #include "platform/linux/input/X11KeyboardMap.h"
 
+#include <variant>
 #include <vector>
 
 #include <xcb/xcb.h>
@@ -42,10 +44,39 @@ public:
     /// that is not down is released nevertheless.
     void release(KeyCode code);
 
+    /// Presses a key by what it does, in the same way; the modifiers are those of the keyboard
+    /// here, Control is Control. A character that the layout lacks is pressed at its usual position
+    /// if it is part of a shortcut, see XkbKeyFinder::key. False, and nothing is pressed, if there
+    /// is no such key.
+    bool press(const Key &key, const KeyModifiers &modifiers);
+    /// The same by a key that has been borrowed for it.
+    void press(const Key &key, const KeyModifiers &modifiers, std::uint8_t keycode);
+    /// Releases what press() pressed for that key; false if it is not down.
+    bool release(const Key &key);
+
+    /// The key that types a character in the layout in effect; a line feed is Enter, a tab is Tab.
+    std::optional<FoundKey> characterKey(char32_t character);
+
+    // A run of keys, of which none needs more than its own modifiers. Only to be called when the
+    // state is certain: the server belongs to this program, and its reports have been taken in.
+    /// Releases modifiers that are held and clears locks, as press() does.
+    void beginRun();
+    /// Presses and releases the key. Modifiers stay down while they are needed.
+    void tap(const FoundKey &key);
+    /// Releases the modifiers of the run and restores the locks.
+    void endRun();
+
     /// Releases every key that press() left down.
     void releaseAll();
 
+    X11KeyboardMap &keyMap() { return map; }
+    /// Changes of the key map by these requests are known already.
+    void ignoreMapNotices(std::uint32_t firstRequest, std::uint32_t lastRequest);
+
 private:
+    /// What was pressed: a code of the Mac, or a key by what it does.
+    using KeyName = std::variant<KeyCode, Key>;
+
     struct PressedKey
     {
         std::uint8_t keycode = 0;
@@ -55,7 +86,7 @@ private:
     /// A key that is down, and what is to be undone when it is released.
     struct HeldKey
     {
-        KeyCode code = 0;
+        KeyName name;
         PressedKey key;
         std::vector<PressedKey> modifierKeys; ///< Pressed for it, in that order.
         ModifierMask locks = 0;               ///< Cleared for it.
@@ -63,13 +94,20 @@ private:
 
     void askForReports();
     void askForState();
-    bool releaseHeld(KeyCode code);
+    bool isKnownChange(std::uint32_t request) const;
+    std::optional<FoundKey> find(const Key &key, const KeyModifiers &modifiers);
+    std::optional<FoundKey> findAtPosition(char32_t character);
+    void press(const KeyName &name, const FoundKey &found, ModifierMask modifiers);
+    bool releaseHeld(const KeyName &name);
     ModifierMask masksOf(const XkbKeyFinder &finder, EventFlags flags) const;
+    ModifierMask masksOf(const XkbKeyFinder &finder, const KeyModifiers &modifiers) const;
 
     ModifierMask clearLocks(ModifierMask modifiers);
     void releaseKeysSetting(const XkbKeyFinder &finder, ModifierMask modifiers);
     std::vector<PressedKey> pressModifiers(const XkbKeyFinder &finder, ModifierMask modifiers);
     void undo(const HeldKey &held);
+    void releaseRunModifiers(ModifierMask kept);
+    bool isHeld(std::uint8_t keycode) const;
 
     void pressKey(const PressedKey &key);
     void releaseKey(const PressedKey &key);
@@ -80,7 +118,11 @@ private:
     std::uint8_t firstEvent; ///< The event code of all keyboard reports.
     X11KeyboardMap map;
     ModifierTracker tracker;
-    std::vector<HeldKey> heldKeys; ///< By time of press; a key code at most once.
+    std::vector<HeldKey> heldKeys;        ///< By time of press; a name at most once.
+    std::vector<PressedKey> runModifiers; ///< Pressed for the last keys of a run, in that order.
+    ModifierMask runLocks = 0;            ///< Cleared for the run.
+    std::uint32_t firstKnownChange = 0;
+    std::uint32_t lastKnownChange = 0;
 };
 
 } // namespace platform

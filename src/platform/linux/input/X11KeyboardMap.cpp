@@ -28,16 +28,28 @@ X11KeyboardMap::X11KeyboardMap(xcb_connection_t *openConnection)
 
 const XkbKeyFinder *X11KeyboardMap::finder()
 {
-    if (isStale) {
-        isStale = false;
-        current.reset();
-        const XkbKeymap keymap(xkb_x11_keymap_new_from_device(
-            context.get(), connection, deviceNumber, XKB_KEYMAP_COMPILE_NO_FLAGS));
-        if (keymap) {
-            current.emplace(keymap.get());
-        }
+    if (stale) {
+        read();
     }
     return current ? &*current : nullptr;
+}
+
+const XkbSymbolFinder *X11KeyboardMap::symbols()
+{
+    return finder() ? &*currentSymbols : nullptr;
+}
+
+void X11KeyboardMap::read()
+{
+    stale = false;
+    ++readings;
+    current.reset();
+    const XkbKeymap keymap(xkb_x11_keymap_new_from_device(context.get(), connection, deviceNumber,
+                                                          XKB_KEYMAP_COMPILE_NO_FLAGS));
+    if (keymap) {
+        current.emplace(keymap.get(), borrowed);
+        currentSymbols.emplace(keymap.get(), *current, borrowed);
+    }
 }
 
 } // namespace platform

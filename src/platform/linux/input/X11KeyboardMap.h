@@ -5,6 +5,7 @@
 
 #include "platform/linux/input/XkbHandles.h"
 #include "platform/linux/input/XkbKeyFinder.h"
+#include "platform/linux/input/XkbSymbolFinder.h"
 
 #include <optional>
 
@@ -28,18 +29,31 @@ public:
     int device() const { return deviceNumber; }
 
     /// To be called when the keys of the keyboard have changed.
-    void markStale() { isStale = true; }
+    void markStale() { stale = true; }
+    bool isStale() const { return stale; }
+    /// How often the keys have been read; 0 before the first time.
+    int edition() const { return readings; }
+
+    /// Keys that we have borrowed: the finders do not find them, from the next reading on.
+    void setBorrowedKeys(const KeycodeSet &keycodes) { borrowed = keycodes; }
 
     /// The current keys; null when they cannot be read. Reads them again, with round trips, only if
     /// they have changed since the last call.
     const XkbKeyFinder *finder();
+    /// The same keys by what they produce.
+    const XkbSymbolFinder *symbols();
 
 private:
+    void read();
+
     xcb_connection_t *connection;
     int deviceNumber;
     XkbContext context;
+    KeycodeSet borrowed;
     std::optional<XkbKeyFinder> current;
-    bool isStale = true;
+    std::optional<XkbSymbolFinder> currentSymbols;
+    bool stale = true;
+    int readings = 0;
 };
 
 } // namespace platform

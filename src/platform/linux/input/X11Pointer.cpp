@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 
 #include <xcb/xtest.h>
@@ -26,6 +27,23 @@ std::uint8_t meaningOf(MouseButton button)
         return 2;
     case MouseButton::Right:
         return 3;
+    }
+    return 0;
+}
+
+std::uint8_t meaningOf(PointerButton button)
+{
+    switch (button) {
+    case PointerButton::Left:
+        return 1;
+    case PointerButton::Middle:
+        return 2;
+    case PointerButton::Right:
+        return 3;
+    case PointerButton::Back:
+        return 8;
+    case PointerButton::Forward:
+        return 9;
     }
     return 0;
 }
@@ -80,21 +98,78 @@ void X11Pointer::moveTo(const Location &position)
                         coordinate(position.x), coordinate(position.y), 0);
 }
 
+bool X11Pointer::moveBy(int dx, int dy)
+{
+    using Limits = std::numeric_limits<std::int16_t>;
+    constexpr std::uint8_t relative = 1;
+    const bool isMove = dx != 0 || dy != 0;
+    while (dx != 0 || dy != 0) {
+        const auto x = static_cast<std::int16_t>(std::clamp<int>(dx, Limits::min(), Limits::max()));
+        const auto y = static_cast<std::int16_t>(std::clamp<int>(dy, Limits::min(), Limits::max()));
+        xcb_test_fake_input(connection, XCB_MOTION_NOTIFY, relative, XCB_CURRENT_TIME, XCB_NONE, x,
+                            y, 0);
+        dx -= x;
+        dy -= y;
+    }
+    return isMove;
+}
+
 void X11Pointer::press(MouseButton button)
 {
-    releaseHeld(button);
-    if (const std::uint8_t number = numberOf(button)) {
-        pressNumber(number);
-        heldButtons.push_back({button, number});
-    }
+    pressMeaning(meaningOf(button));
 }
 
 void X11Pointer::release(MouseButton button)
 {
-    if (releaseHeld(button)) {
+    releaseMeaning(meaningOf(button));
+}
+
+void X11Pointer::press(PointerButton button)
+{
+    pressMeaning(meaningOf(button));
+}
+
+void X11Pointer::release(PointerButton button)
+{
+    releaseMeaning(meaningOf(button));
+}
+
+bool X11Pointer::scroll(int right, int down)
+{
+    constexpr std::uint8_t wheelUp = 4;
+    constexpr std::uint8_t wheelDown = 5;
+    constexpr std::uint8_t wheelLeft = 6;
+    constexpr std::uint8_t wheelRight = 7;
+    turn(down, wheelUp, wheelDown);
+    turn(right, wheelLeft, wheelRight);
+    return right != 0 || down != 0;
+}
+
+/// A notch is a click with a button.
+void X11Pointer::turn(int notches, std::uint8_t back, std::uint8_t forth)
+{
+    const std::uint8_t meaning = notches < 0 ? back : forth;
+    for (int left = std::abs(notches); left > 0; --left) {
+        pressMeaning(meaning);
+        releaseHeld(meaning);
+    }
+}
+
+void X11Pointer::pressMeaning(std::uint8_t meaning)
+{
+    releaseHeld(meaning);
+    if (const std::uint8_t number = numberOf(meaning)) {
+        pressNumber(number);
+        heldButtons.push_back({meaning, number});
+    }
+}
+
+void X11Pointer::releaseMeaning(std::uint8_t meaning)
+{
+    if (releaseHeld(meaning)) {
         return;
     }
-    if (const std::uint8_t number = numberOf(button)) {
+    if (const std::uint8_t number = numberOf(meaning)) {
         releaseNumber(number);
     }
 }
@@ -102,7 +177,7 @@ void X11Pointer::release(MouseButton button)
 void X11Pointer::releaseAll()
 {
     while (!heldButtons.empty()) {
-        releaseHeld(heldButtons.back().button);
+        releaseHeld(heldButtons.back().meaning);
     }
 }
 
@@ -119,19 +194,19 @@ void X11Pointer::readMapping()
 }
 
 /// The number of the button with that meaning: faked buttons are mapped as those of a mouse are.
-std::uint8_t X11Pointer::numberOf(MouseButton button)
+std::uint8_t X11Pointer::numberOf(std::uint8_t meaning)
 {
     if (isMappingStale) {
         readMapping();
     }
-    const auto found = std::ranges::find(mapping, meaningOf(button));
+    const auto found = std::ranges::find(mapping, meaning);
     return found == mapping.end() ? std::uint8_t{0}
                                   : static_cast<std::uint8_t>(found - mapping.begin() + 1);
 }
 
-bool X11Pointer::releaseHeld(MouseButton button)
+bool X11Pointer::releaseHeld(std::uint8_t meaning)
 {
-    const auto held = std::ranges::find(heldButtons, button, &HeldButton::button);
+    const auto held = std::ranges::find(heldButtons, meaning, &HeldButton::meaning);
     if (held == heldButtons.end()) {
         return false;
     }

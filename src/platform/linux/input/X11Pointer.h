@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "platform/DesktopInput.h"
 #include "platform/EventServices.h"
 #include "platform/linux/input/ReleaseLedger.h"
 
@@ -34,11 +35,21 @@ public:
     /// Moves the pointer to that pixel; the server keeps it on the screens.
     void moveTo(const Location &position);
 
+    /// Moves the pointer by that many pixels, without acceleration; false
+    /// if it stays where it is.
+    bool moveBy(int dx, int dy);
+
     /// Presses the button that has that meaning, also with a left-handed mapping. If the mapping
     /// has disabled the button, nothing is pressed.
     void press(MouseButton button);
     /// Releases the button that press() pressed, even if the mapping has changed in between.
     void release(MouseButton button);
+    // The same buttons, and two more.
+    void press(PointerButton button);
+    void release(PointerButton button);
+
+    /// Turns the wheel by notches, right and down; false if there are none.
+    bool scroll(int right, int down);
 
     /// Releases every button that press() left down.
     void releaseAll();
@@ -46,13 +57,16 @@ public:
 private:
     struct HeldButton
     {
-        MouseButton button = MouseButton::Left;
+        std::uint8_t meaning = 0;
         std::uint8_t number = 0;
     };
 
     void readMapping();
-    std::uint8_t numberOf(MouseButton button);
-    bool releaseHeld(MouseButton button);
+    std::uint8_t numberOf(std::uint8_t meaning);
+    void pressMeaning(std::uint8_t meaning);
+    void releaseMeaning(std::uint8_t meaning);
+    bool releaseHeld(std::uint8_t meaning);
+    void turn(int notches, std::uint8_t back, std::uint8_t forth);
     void pressNumber(std::uint8_t number);
     void releaseNumber(std::uint8_t number);
 

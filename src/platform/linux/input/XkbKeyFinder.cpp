@@ -4,6 +4,7 @@
 #include "platform/linux/input/XkbKeyFinder.h"
 
 #include "platform/linux/input/KeySymbols.h"
+#include "platform/linux/input/XkbCandidates.h"
 #include "platform/linux/input/XkbHandles.h"
 
 #include <algorithm>
@@ -16,74 +17,10 @@ namespace {
 
 constexpr ModifierMask shiftLockControl = 0b111;
 
-/// A keysym of the layout, and what must be pressed and held to produce it.
-struct Candidate
+std::optional<FoundKey> bestCandidate(std::span<const KeyCandidate> candidates,
+                                      std::uint32_t keysym, std::uint32_t position)
 {
-    xkb_keysym_t keysym = XKB_KEY_NoSymbol;
-    FoundKey key;
-};
-
-/// The X protocol's key codes are bytes.
-std::uint8_t lastKeycode(xkb_keymap *keymap)
-{
-    return static_cast<std::uint8_t>(std::min(xkb_keymap_max_keycode(keymap), 255U));
-}
-
-template <typename Action> void forEachKey(xkb_keymap *keymap, Action action)
-{
-    for (xkb_keycode_t keycode = xkb_keymap_min_keycode(keymap); keycode <= lastKeycode(keymap);
-         ++keycode) {
-        action(static_cast<std::uint8_t>(keycode));
-    }
-}
-
-/// The keysym of a level; none for a level that produces several at once.
-xkb_keysym_t keysymAt(xkb_keymap *keymap, std::uint8_t keycode, std::uint32_t group,
-                      xkb_level_index_t level)
-{
-    const xkb_keysym_t *keysyms = nullptr;
-    const int count = xkb_keymap_key_get_syms_by_level(keymap, keycode, group, level, &keysyms);
-    return count == 1 ? keysyms[0] : XKB_KEY_NoSymbol;
-}
-
-/// The fewest modifiers that lead to the level; nothing when the `usable` ones are not enough.
-std::optional<ModifierMask> modifiersForLevel(xkb_keymap *keymap, std::uint8_t keycode,
-                                              std::uint32_t group, xkb_level_index_t level,
-                                              ModifierMask usable)
-{
-    std::array<xkb_mod_mask_t, 32> masks{};
-    const auto count = xkb_keymap_key_get_mods_for_level(keymap, keycode, group, level,
-                                                         masks.data(), masks.size());
-    std::optional<ModifierMask> fewest;
-    for (const xkb_mod_mask_t mask : std::span(masks).first(count)) {
-        const bool isUsable = (mask & ~xkb_mod_mask_t{usable}) == 0;
-        if (isUsable && (!fewest || std::popcount(mask) < std::popcount(*fewest))) {
-            fewest = static_cast<ModifierMask>(mask);
-        }
-    }
-    return fewest;
-}
-
-std::vector<Candidate> candidatesOf(xkb_keymap *keymap, std::uint32_t group, ModifierMask usable)
-{
-    std::vector<Candidate> candidates;
-    forEachKey(keymap, [&](std::uint8_t keycode) {
-        const auto levels = xkb_keymap_num_levels_for_key(keymap, keycode, group);
-        for (xkb_level_index_t level = 0; level < levels; ++level) {
-            const auto keysym = keysymAt(keymap, keycode, group, level);
-            const auto modifiers = modifiersForLevel(keymap, keycode, group, level, usable);
-            if (keysym != XKB_KEY_NoSymbol && modifiers) {
-                candidates.push_back({keysym, {keycode, *modifiers}});
-            }
-        }
-    });
-    return candidates;
-}
-
-std::optional<FoundKey> bestCandidate(std::span<const Candidate> candidates, std::uint32_t keysym,
-                                      std::uint32_t position)
-{
-    const auto cost = [&](const Candidate &candidate) {
+    const auto cost = [&](const KeyCandidate &candidate) {
         return std::tuple(candidate.keysym != keysym, std::popcount(candidate.key.modifiers),
                           candidate.key.keycode != position, candidate.key.keycode);
     };
@@ -114,6 +51,10 @@ std::pair<std::uint32_t, std::uint32_t> keysymAndPositionOf(Modifier modifier)
         return {XKB_KEY_Shift_L, 50};
     case Modifier::Level3:
         return {XKB_KEY_ISO_Level3_Shift, 108};
+    case Modifier::Meta:
+        return {XKB_KEY_Super_L, 133};
+    case Modifier::Level5:
+        return {XKB_KEY_ISO_Level5_Shift, 203};
     }
     return {};
 }
@@ -135,7 +76,7 @@ std::uint32_t groupCount(xkb_keymap *keymap)
 
 } // namespace
 
-XkbKeyFinder::XkbKeyFinder(xkb_keymap *keymap)
+XkbKeyFinder::XkbKeyFinder(xkb_keymap *keymap, const KeycodeSet &ignoredKeys) : ignored(ignoredKeys)
 {
     learnWhatKeysSet(keymap);
     for (std::uint32_t group = 0; group < groupCount(keymap); ++group) {
@@ -183,7 +124,7 @@ void XkbKeyFinder::learnWhatKeysSet(xkb_keymap *keymap)
 XkbKeyFinder::Group XkbKeyFinder::makeGroup(xkb_keymap *keymap, std::uint32_t group) const
 {
     Group answers;
-    const auto plain = candidatesOf(keymap, group, 0);
+    const auto plain = candidatesOf(keymap, group, 0, ignored);
     for (const Modifier modifier : modifiersInOrder) {
         const auto [keysym, position] = keysymAndPositionOf(modifier);
         if (const auto found = bestCandidate(plain, keysym, position)) {
@@ -194,9 +135,9 @@ XkbKeyFinder::Group XkbKeyFinder::makeGroup(xkb_keymap *keymap, std::uint32_t gr
     const auto maskOf = [&](Modifier modifier) {
         return answers.modifiers[static_cast<std::size_t>(modifier)].mask;
     };
-    const auto candidates =
-        candidatesOf(keymap, group,
-                     static_cast<ModifierMask>(maskOf(Modifier::Shift) | maskOf(Modifier::Level3)));
+    const auto candidates = candidatesOf(
+        keymap, group,
+        static_cast<ModifierMask>(maskOf(Modifier::Shift) | maskOf(Modifier::Level3)), ignored);
     for (const KeySymbol &symbol : keySymbols()) {
         const auto found = bestCandidate(candidates, symbol.keysym, symbol.position);
         answers.keys[symbol.code] = found ? found : keyAtPosition(keymap, symbol.position);
@@ -209,7 +150,7 @@ void XkbKeyFinder::findHarmlessModifiers(xkb_keymap *keymap)
     ModifierMask ofLocks = 0;
     ModifierMask inUse = shiftLockControl;
     for (std::uint32_t group = 0; group < groups.size(); ++group) {
-        for (const Candidate &candidate : candidatesOf(keymap, group, 0)) {
+        for (const KeyCandidate &candidate : candidatesOf(keymap, group, 0, ignored)) {
             if (candidate.keysym == XKB_KEY_Num_Lock || candidate.keysym == XKB_KEY_Scroll_Lock) {
                 ofLocks |= setBy[candidate.key.keycode];
             }

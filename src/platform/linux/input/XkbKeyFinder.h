@@ -6,6 +6,7 @@
 #include "platform/EventServices.h"
 
 #include <array>
+#include <bitset>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -21,12 +22,16 @@ using ModifierMask = std::uint8_t;
 inline constexpr int modifierCount = 8;
 
 /// A modifier by its purpose; which real modifier that is depends on the key map.
-enum class Modifier { Control, Alternate, Shift, Level3 };
+enum class Modifier { Control, Alternate, Shift, Level3, Meta, Level5 };
 
 /// In the order in which they are pressed. Shift comes after Alt, because with Shift held
 /// the Alt key is a Meta key.
 inline constexpr std::array modifiersInOrder = {Modifier::Control, Modifier::Alternate,
-                                                Modifier::Shift, Modifier::Level3};
+                                                Modifier::Meta,    Modifier::Shift,
+                                                Modifier::Level3,  Modifier::Level5};
+
+/// Keys by their code.
+using KeycodeSet = std::bitset<256>;
 
 /// A key, and the modifiers that must be held for it to produce the keysym that was looked for.
 struct FoundKey
@@ -45,7 +50,8 @@ struct FoundKey
 class XkbKeyFinder
 {
 public:
-    explicit XkbKeyFinder(xkb_keymap *keymap);
+    /// The `ignoredKeys` produce nothing: we have borrowed them.
+    explicit XkbKeyFinder(xkb_keymap *keymap, const KeycodeSet &ignoredKeys = {});
 
     /// The key that produces the keysym of `code` in that layout.
     ///
@@ -59,8 +65,8 @@ public:
     /// Nothing when the code has no meaning on this host or the key map has no such key.
     std::optional<FoundKey> key(std::uint32_t group, KeyCode code) const;
 
-    /// The key that sets a modifier in that layout (Control_L, Alt_L, Shift_L, ISO_Level3_Shift);
-    /// nothing when the layout has none.
+    /// The key that sets a modifier in that layout (Control_L, Alt_L, Shift_L, Super_L and the
+    /// level shifts); nothing when the layout has none.
     std::optional<std::uint8_t> modifierKey(std::uint32_t group, Modifier modifier) const;
     /// What the key of modifierKey() sets; 0 without a key.
     ModifierMask modifierMask(std::uint32_t group, Modifier modifier) const;
@@ -92,6 +98,7 @@ private:
     void findHarmlessModifiers(xkb_keymap *keymap);
     const Group &groupAt(std::uint32_t group) const;
 
+    KeycodeSet ignored;
     std::array<ModifierMask, 256> setBy{}; ///< By key code.
     std::vector<Group> groups;             ///< Never empty.
     ModifierMask harmless = 0;

@@ -8,7 +8,8 @@
 namespace platform {
 
 X11Connection::X11Connection(const char *displayName)
-    : connection(xcb_connect(displayName, &screen))
+    : display(displayName)
+    , connection(xcb_connect(displayName, &screen))
 {
 }
 

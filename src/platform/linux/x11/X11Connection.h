@@ -21,6 +21,8 @@ public:
     /// Connects to the display of that name; null is the one that DISPLAY names.
     explicit X11Connection(const char *displayName = nullptr);
 
+    /// The name of the display; null is the one that DISPLAY names.
+    const QByteArray &displayName() const { return display; }
     /// Whether the display could be opened and the connection has not broken since.
     bool isOpen() const;
 
@@ -38,6 +40,7 @@ public:
     void watch(std::function<void()> handler);
 
 private:
+    QByteArray display;
     int screen = 0;           // Before the connection, whose constructor sets it.
     XcbConnection connection; // Never null.
     std::unique_ptr<QSocketNotifier> notifier;

@@ -28,25 +28,45 @@ std::string_view nameOf(const xcb_input_xi_device_info_t *device)
             static_cast<std::size_t>(xcb_input_xi_device_info_name_length(device))};
 }
 
-} // namespace
-
-std::optional<std::uint16_t> inputDeviceNumber(xcb_connection_t *connection, std::string_view name)
+/// Calls the action for each device, as far as the server has XInput 2.
+template <typename Action> void forEachDevice(xcb_connection_t *connection, Action action)
 {
     if (!agreeOnVersion(connection)) {
-        return std::nullopt;
+        return;
     }
     const auto cookie = xcb_input_xi_query_device(connection, XCB_INPUT_DEVICE_ALL);
     const auto reply = xcbOwned(xcb_input_xi_query_device_reply(connection, cookie, nullptr));
     if (!reply) {
-        return std::nullopt;
+        return;
     }
     for (auto device = xcb_input_xi_query_device_infos_iterator(reply.get()); device.rem > 0;
          xcb_input_xi_device_info_next(&device)) {
-        if (nameOf(device.data) == name) {
-            return device.data->deviceid;
-        }
+        action(device.data);
     }
-    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<std::uint16_t> inputDeviceNumber(xcb_connection_t *connection, std::string_view name)
+{
+    std::optional<std::uint16_t> number;
+    forEachDevice(connection, [&](const xcb_input_xi_device_info_t *device) {
+        if (!number && nameOf(device) == name) {
+            number = device->deviceid;
+        }
+    });
+    return number;
+}
+
+std::vector<std::uint16_t> keyboardNumbers(xcb_connection_t *connection)
+{
+    std::vector<std::uint16_t> numbers;
+    forEachDevice(connection, [&](const xcb_input_xi_device_info_t *device) {
+        if (device->type == XCB_INPUT_DEVICE_TYPE_SLAVE_KEYBOARD) {
+            numbers.push_back(device->deviceid);
+        }
+    });
+    return numbers;
 }
 
 } // namespace platform

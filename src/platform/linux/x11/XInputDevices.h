@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 struct xcb_connection_t;
 
@@ -18,5 +19,8 @@ inline constexpr std::string_view xtestPointerName = "Virtual core XTEST pointer
 /// Number of the input device with that name; nothing when there is none or the server has no
 /// XInput 2. A few round trips.
 std::optional<std::uint16_t> inputDeviceNumber(xcb_connection_t *connection, std::string_view name);
+
+/// Numbers of the keyboards, the user's and that of XTEST. A few round trips.
+std::vector<std::uint16_t> keyboardNumbers(xcb_connection_t *connection);
 
 } // namespace platform

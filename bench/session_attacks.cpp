@@ -1,0 +1,235 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+// Attacks the server on its session socket, without a pause, and prints how handhelds fared, as
+// rows of a table like bench/attacks.
+//
+// Needs VORNA_SERVER (the server's executable). The argument, from 1 to 100, is the percentage of
+// the load; the default is 100. Exits with status 1 if a promise was broken.
+
+#include "LoadTable.h"
+#include "SessionPeer.h"
+#include "support/process/ProcessMemory.h"
+#include "support/protocol/Asker.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QTemporaryDir>
+
+#include <vector>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr qint64 Mebibyte = 1024 * 1024;
+const QByteArray Ping = R"({"id":1,"request":"ping"})"
+                        "\n";
+
+/// A server on its own desktop, the memory that it takes from here on, and a handheld that asks it
+/// all the time.
+class Target
+{
+public:
+    Target() : server(folder.path())
+    {
+        server.start();
+        ServerBench::require(SessionPeer(path()).message().contains(u"event"_s), "a session");
+        ServerBench::require(ProcessMemory::forgetPeak(server.processId()), "the peak of memory");
+        memoryBefore = ProcessMemory::resident(server.processId());
+        asker = std::make_unique<Asker>(server.port(), 10ms);
+    }
+
+    QString path() const { return SessionPeer::pathOf(server.session()); }
+    QString downloads() const { return folder.path(); }
+    int openDescriptors() const { return server.openDescriptors(); }
+
+    /// Prints what was measured and how the handheld fared.
+    void report(const QString &attack, const QString &promised, const QString &measured,
+                bool hasHeld)
+    {
+        const bool isServed =
+            SessionPeer(path()).ask({{u"request"_s, u"ping"_s}}).contains(u"event"_s);
+        const Sample times = asker->stop();
+        const double growth =
+            static_cast<double>(ProcessMemory::peak(server.processId()) - memoryBefore) /
+            static_cast<double>(Mebibyte);
+        LoadTable::report(
+            attack,
+            promised + u"; memory grows by less than 24 MiB, a handheld's answer within 20 ms "
+                       "(99th percentile)"_s,
+            measured + u"; memory %1 MiB more at most; a handheld's 99th percentile %2 ms, "
+                       "longest %3 ms"_s.arg(growth, 0, 'f', 1)
+                           .arg(times.atShare(0.99), 0, 'f', 1)
+                           .arg(times.atShare(1), 0, 'f', 1),
+            hasHeld && isServed && asker->isServed() && growth < 24 && times.atShare(0.99) < 20);
+    }
+
+private:
+    QTemporaryDir folder;
+    ServerBench server;
+    std::unique_ptr<Asker> asker;
+    qint64 memoryBefore = 0;
+};
+
+/// The sessions that the server has let in, of those that asked, and those that it has told why
+/// not.
+void crowd()
+{
+    Target target;
+    const int count = LoadTable::scaled(500);
+    QElapsedTimer time;
+    time.start();
+    std::vector<SessionPeer> peers;
+    for (int i = 0; i < count; ++i) {
+        peers.emplace_back(target.path());
+    }
+    int admitted = 0;
+    int refused = 0;
+    for (SessionPeer &peer : peers) {
+        const QJsonObject first = peer.message(20s);
+        admitted += first.value(u"event"_s) == "hello"_L1;
+        refused += first.value(u"error"_s) == "too-much"_L1;
+    }
+    const qint64 taken = time.elapsed();
+    peers.clear();
+    target.report(u"%1 sessions at once"_s.arg(count),
+                  u"128 are let in, the others are told that it is too much"_s,
+                  u"%1 let in, %2 told, in %3 ms"_s.arg(admitted).arg(refused).arg(taken),
+                  admitted == std::min(count, 128) && admitted + refused == count);
+}
+
+/// The same line again and again, and the error that answers it.
+void lines(const QString &what, const QByteArray &line, const QString &error, int count)
+{
+    Target target;
+    SessionPeer peer(target.path());
+    peer.message();
+    int answered = 0;
+    QElapsedTimer time;
+    time.start();
+    for (int i = 0; i < count; ++i) {
+        peer.send(line);
+        answered += peer.message(20s).value(u"error"_s) == error;
+    }
+    const bool goesOn = peer.ask({{u"request"_s, u"ping"_s}}).contains(u"ok"_s);
+    target.report(u"%1 %2"_s.arg(count).arg(what), u"each is answered, the session goes on"_s,
+                  u"%1 answered %2, %3 ms each"_s.arg(answered).arg(error).arg(
+                      double(time.elapsed()) / count, 0, 'f', 2),
+                  answered == count && goesOn);
+}
+
+void badLines()
+{
+    const int count = LoadTable::scaled(1000);
+    lines(u"lines of 1 MiB and a byte"_s, QByteArray(Mebibyte + 1, 'x') + '\n', u"too-long"_s,
+          count);
+    lines(u"lines of 1 MiB of opening brackets"_s, QByteArray(Mebibyte, '[') + '\n',
+          u"bad-message"_s, count);
+    lines(u"lines of 1 MiB of broken UTF-8"_s,
+          R"({"id":1,"request":")" + QByteArray(Mebibyte - 30, '\xc3') + "\"}\n", u"bad-message"_s,
+          count);
+}
+
+/// Sessions that begin a file, announce a piece and leave in its middle.
+void halfBodies()
+{
+    Target target;
+    const int count = LoadTable::scaled(2000);
+    const int descriptors = target.openDescriptors();
+    int begun = 0;
+    for (int i = 0; i < count; ++i) {
+        SessionPeer peer(target.path());
+        peer.message();
+        const QJsonObject put = peer.ask(
+            {{u"request"_s, u"file.put"_s}, {u"name"_s, u"half"_s}, {u"size"_s, Mebibyte}});
+        begun += put.contains(u"file"_s);
+        peer.send(R"({"id":1,"request":"file.put","body":1048576,"file":)" +
+                  QByteArray::number(put.value(u"file"_s).toInteger()) + "}\n" +
+                  QByteArray(Mebibyte / 2, 'x'));
+    }
+    const bool isClean = waitUntil([&] {
+        return QDir(target.downloads())
+                   .isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot) &&
+               target.openDescriptors() <= descriptors;
+    });
+    target.report(u"%1 sessions that end amid a piece of a file"_s.arg(count),
+                  u"no file and no descriptor is left"_s,
+                  u"%1 begun, %2 left"_s.arg(begun).arg(isClean ? u"nothing"_s : u"something"_s),
+                  begun == count && isClean);
+}
+
+/// Sends as fast as the server takes it, until it is over.
+/// \return how many bytes it took
+qint64 sendUntil(const std::atomic_bool &isOver, const SessionPeer &peer, const QByteArray &bytes,
+                 bool isRead)
+{
+    const auto size = static_cast<size_t>(bytes.size());
+    const short readable = isRead ? POLLIN : 0;
+    char answers[65536];
+    qint64 sent = 0;
+    while (!isOver) {
+        pollfd waiting{peer.socket(), static_cast<short>(POLLOUT | readable), 0};
+        // Not for ever: it may be over.
+        ::poll(&waiting, 1, 50);
+        if ((waiting.revents & POLLOUT) != 0) {
+            sent += std::max<ssize_t>(
+                0, ::send(peer.socket(), bytes.constData(), size, MSG_NOSIGNAL | MSG_DONTWAIT));
+        }
+        while (isRead && ::recv(peer.socket(), answers, sizeof answers, MSG_DONTWAIT) > 0) {
+        }
+    }
+    return sent;
+}
+
+/// Sessions that flood the server, and read its answers or not.
+void flood(const QString &what, const QByteArray &bytes, bool isRead)
+{
+    Target target;
+    const int seconds = LoadTable::scaled(10);
+    constexpr int Sessions = 8;
+    std::atomic<qint64> sent = 0;
+    std::atomic_bool isOver = false;
+    std::vector<SessionPeer> peers;
+    std::vector<std::thread> floods;
+    for (int i = 0; i < Sessions; ++i) {
+        peers.emplace_back(target.path());
+    }
+    for (SessionPeer &peer : peers) {
+        floods.emplace_back([&] { sent += sendUntil(isOver, peer, bytes, isRead); });
+    }
+    QTest::qWait(seconds * 1000);
+    isOver = true;
+    for (std::thread &one : floods) {
+        one.join();
+    }
+    peers.clear();
+    target.report(
+        u"eight sessions that flood %1 for %2 s"_s.arg(what).arg(seconds), u"others are served"_s,
+        u"%1 MiB/s taken"_s.arg(double(sent) / double(Mebibyte) / seconds, 0, 'f', 1), true);
+}
+
+void floods()
+{
+    QByteArray pings;
+    while (pings.size() < 60'000) {
+        pings += Ping;
+    }
+    flood(u"pings"_s, pings, true);
+    flood(u"pings and never read"_s, pings, false);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    LoadTable::takeShare(argc, argv);
+    const int status = ServerBench::run([] {
+        crowd();
+        badLines();
+        halfBodies();
+        floods();
+    });
+    return status != 0 || !LoadTable::haveAllHeld() ? 1 : 0;
+}

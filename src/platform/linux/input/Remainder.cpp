@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "platform/linux/input/Remainder.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace platform {
+
+void Remainder::add(double amount)
+{
+    if (!std::isfinite(amount)) {
+        return;
+    }
+    const bool hasTurned = amount * owed < 0 && std::abs(owed) < step;
+    const double most = step * limit;
+    owed = std::clamp((hasTurned ? 0 : owed) + amount, -most, most);
+}
+
+int Remainder::take()
+{
+    const double steps = std::trunc(owed / step);
+    owed -= steps * step;
+    return static_cast<int>(steps);
+}
+
+} // namespace platform

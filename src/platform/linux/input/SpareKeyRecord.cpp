@@ -1,0 +1,219 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "platform/linux/input/SpareKeyRecord.h"
+
+#include "platform/linux/input/KeySymbols.h"
+#include "platform/linux/input/XkbHandles.h"
+#include "platform/linux/input/XkbSymbolFinder.h"
+#include "platform/linux/x11/XInputDevices.h"
+
+#include <algorithm>
+#include <array>
+
+#include <xkbcommon/xkbcommon-x11.h>
+
+namespace platform {
+
+namespace {
+
+constexpr std::uint8_t firstKeycode = 8;
+constexpr int keycodeCount = 248;
+
+KeycodeSet allKeys()
+{
+    return KeycodeSet().set();
+}
+
+/// The keys that have no keysym on that keyboard; none if it cannot be read.
+KeycodeSet unusedKeys(xcb_connection_t *connection, int device)
+{
+    const XkbContext context(xkb_context_new(XKB_CONTEXT_NO_FLAGS));
+    const XkbKeymap keymap(xkb_x11_keymap_new_from_device(context.get(), connection, device,
+                                                          XKB_KEYMAP_COMPILE_NO_FLAGS));
+    return keymap ? XkbSymbolFinder(keymap.get(), XkbKeyFinder(keymap.get())).keysWithoutSymbols()
+                  : KeycodeSet();
+}
+
+KeycodeSet modifierKeys(xcb_connection_t *connection)
+{
+    const auto cookie = xcb_get_modifier_mapping(connection);
+    const auto reply = xcbOwned(xcb_get_modifier_mapping_reply(connection, cookie, nullptr));
+    KeycodeSet keycodes = reply ? KeycodeSet() : allKeys();
+    if (reply) {
+        const auto *first = xcb_get_modifier_mapping_keycodes(reply.get());
+        const int length = xcb_get_modifier_mapping_keycodes_length(reply.get());
+        std::for_each(first, first + length, [&](xcb_keycode_t key) { keycodes.set(key); });
+    }
+    return keycodes;
+}
+
+/// Keys that are posted by their position, whatever is on them.
+KeycodeSet keysKnownByPosition()
+{
+    KeycodeSet keycodes;
+    for (const KeySymbol &symbol : keySymbols()) {
+        keycodes.set(symbol.position);
+    }
+    return keycodes;
+}
+
+/// The keysyms of each key in the core protocol's terms.
+class CoreMap
+{
+public:
+    explicit CoreMap(xcb_connection_t *connection)
+        : reply(xcbOwned(xcb_get_keyboard_mapping_reply(
+              connection, xcb_get_keyboard_mapping(connection, firstKeycode, keycodeCount),
+              nullptr)))
+    {
+    }
+
+    /// Whether the key has that keysym everywhere, as a key that we have bound.
+    bool has(const SpareKeys::Binding &binding) const
+    {
+        if (!reply || binding.keycode < firstKeycode) {
+            return false;
+        }
+        const auto *first = xcb_get_keyboard_mapping_keysyms(reply.get()) +
+                            (binding.keycode - firstKeycode) * reply->keysyms_per_keycode;
+        return *first == binding.keysym &&
+               std::all_of(first, first + reply->keysyms_per_keycode, [&](xcb_keysym_t keysym) {
+                   return keysym == binding.keysym || keysym == XCB_NO_SYMBOL;
+               });
+    }
+
+private:
+    XcbOwned<xcb_get_keyboard_mapping_reply_t> reply;
+};
+
+} // namespace
+
+SpareKeyRecord::SpareKeyRecord(const X11Connection &openConnection)
+    : connection(openConnection)
+    , marker(xcb_generate_id(openConnection.get()))
+    , name(openConnection.atom("_VORNASERVER_SPARE_KEYS"))
+{
+    const std::uint32_t isUnmanaged = 1;
+    xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, marker, connection.root(), 0, 0, 1, 1,
+                      0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
+                      XCB_CW_OVERRIDE_REDIRECT, &isUnmanaged);
+    if (isOwner(XCB_NONE)) {
+        recover();
+    }
+}
+
+SpareKeyRecord::~SpareKeyRecord()
+{
+    xcb_destroy_window(connection.get(), marker);
+}
+
+bool SpareKeyRecord::claim()
+{
+    if (isOwner(marker)) {
+        return true;
+    }
+    if (!isOwner(XCB_NONE)) {
+        return false;
+    }
+    xcb_set_selection_owner(connection.get(), marker, name, XCB_CURRENT_TIME);
+    recover();
+    return isOwner(marker);
+}
+
+KeycodeSet SpareKeyRecord::spareKeys() const
+{
+    KeycodeSet spare = allKeys();
+    for (const std::uint16_t device : keyboardNumbers(connection.get())) {
+        spare &= unusedKeys(connection.get(), device);
+    }
+    for (int keycode = 0; keycode <= firstKeycode; ++keycode) {
+        spare.reset(static_cast<std::size_t>(keycode)); // The kernel knows no such keys.
+    }
+    return spare & ~keysKnownByPosition() & ~modifierKeys(connection.get());
+}
+
+SpareKeyRecord::Requests SpareKeyRecord::bind(std::span<const SpareKeys::Binding> changes,
+                                              std::span<const SpareKeys::Binding> before,
+                                              std::span<const SpareKeys::Binding> all)
+{
+    // This process may end between any two requests, so at first the record has both.
+    Bindings both(before.begin(), before.end());
+    both.insert(both.end(), changes.begin(), changes.end());
+    const std::uint32_t first = record(both);
+    setKeysyms(changes);
+    return {first, record({all.begin(), all.end()})};
+}
+
+void SpareKeyRecord::giveBack(std::span<const SpareKeys::Binding> bindings)
+{
+    if (bindings.empty()) {
+        return;
+    }
+    const CoreMap map(connection.get());
+    Bindings ours;
+    for (const SpareKeys::Binding &binding : bindings) {
+        if (map.has(binding)) {
+            ours.push_back({binding.keycode, XCB_NO_SYMBOL});
+        }
+    }
+    setKeysyms(ours);
+    record({});
+}
+
+bool SpareKeyRecord::isOwner(xcb_window_t window) const
+{
+    const auto cookie = xcb_get_selection_owner(connection.get(), name);
+    const auto reply = xcbOwned(xcb_get_selection_owner_reply(connection.get(), cookie, nullptr));
+    return reply && reply->owner == window;
+}
+
+void SpareKeyRecord::recover()
+{
+    giveBack(recorded());
+}
+
+SpareKeyRecord::Bindings SpareKeyRecord::recorded() const
+{
+    constexpr std::uint32_t mostWords = 1024;
+    const auto cookie = xcb_get_property(connection.get(), 0, connection.root(), name,
+                                         XCB_ATOM_CARDINAL, 0, mostWords);
+    const auto reply = xcbOwned(xcb_get_property_reply(connection.get(), cookie, nullptr));
+    Bindings found;
+    if (reply && reply->format == 32) {
+        const auto *words = static_cast<const std::uint32_t *>(xcb_get_property_value(reply.get()));
+        for (std::uint32_t index = 0; index + 1 < reply->value_len; index += 2) {
+            found.push_back({static_cast<std::uint8_t>(words[index]), words[index + 1]});
+        }
+    }
+    return found;
+}
+
+/// Returns the number of the request.
+std::uint32_t SpareKeyRecord::record(const Bindings &bindings)
+{
+    if (bindings.empty()) {
+        return xcb_delete_property(connection.get(), connection.root(), name).sequence;
+    }
+    std::vector<std::uint32_t> words;
+    for (const SpareKeys::Binding &binding : bindings) {
+        words.insert(words.end(), {binding.keycode, binding.keysym});
+    }
+    return xcb_change_property(connection.get(), XCB_PROP_MODE_REPLACE, connection.root(), name,
+                               XCB_ATOM_CARDINAL, 32, static_cast<std::uint32_t>(words.size()),
+                               words.data())
+        .sequence;
+}
+
+/// On all keyboards, so that the user's own keyboard does not bring back another map. A single
+/// keysym would become a pair of a lower and an upper case letter.
+void SpareKeyRecord::setKeysyms(std::span<const SpareKeys::Binding> bindings)
+{
+    for (const SpareKeys::Binding &binding : bindings) {
+        const std::array keysyms{binding.keysym, binding.keysym};
+        xcb_change_keyboard_mapping(connection.get(), 1, binding.keycode, keysyms.size(),
+                                    keysyms.data());
+    }
+}
+
+} // namespace platform

@@ -1,0 +1,444 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "platform/linux/input/X11Typist.h"
+
+#include "platform/linux/input/NamedKeySymbols.h"
+#include "platform/linux/x11/TimedReply.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include <poll.h>
+
+namespace platform {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// In this time every program has read what was typed, unless it answers and says otherwise.
+constexpr auto readingTime = 1s;
+/// A program that answers may be busy for so long before it is treated like others.
+constexpr auto patienceWithProgram = 3s;
+/// The time between two turns while a program does not answer.
+constexpr auto pauseForProgram = 1s;
+/// After so many questions without an answer the program is not asked any more.
+constexpr int mostUnanswered = 3;
+/// Questions that may be without an answer while more is typed.
+constexpr std::size_t mostQuestions = 2;
+
+/// Few enough that the server belongs to us for some milliseconds only.
+constexpr int charactersPerTurn = 64;
+/// So far it looks for characters that are missing, to bind as many as possible at once.
+constexpr std::size_t lookahead = 1000;
+
+constexpr auto patienceWithServer = 200ms;
+constexpr auto idleTime = 10s;
+
+std::u32string printable(const QString &text)
+{
+    const auto codePoints = text.toUcs4();
+    std::u32string characters;
+    for (const uint codePoint : codePoints) {
+        if (keysymOf(char32_t{codePoint})) {
+            characters += char32_t{codePoint};
+        }
+    }
+    return characters;
+}
+
+} // namespace
+
+X11Typist::X11Typist(const X11Connection &openConnection, X11Keyboard &keyboardOfDisplay,
+                     InputLink linkToWhole)
+    : connection(openConnection)
+    , keyboard(keyboardOfDisplay)
+    , link(std::move(linkToWhole))
+    , grab(openConnection.displayName().isNull() ? nullptr
+                                                 : openConnection.displayName().constData())
+    , program(openConnection)
+    , record(openConnection)
+{
+    wake.setSingleShot(true);
+    wake.callOnTimeout([this] { schedule(); });
+    idle.setSingleShot(true);
+    idle.callOnTimeout([this] { giveBack(); });
+}
+
+bool X11Typist::handleEvent(const xcb_generic_event_t *event)
+{
+    const auto answer = program.answerIn(event);
+    if (!answer) {
+        return false;
+    }
+    const auto isAnswered = [&](const Question &question) {
+        return question.expected.window == answer->window &&
+               question.expected.question <= answer->question;
+    };
+    if (std::erase_if(questions, isAnswered) > 0) {
+        unanswered = 0;
+        spareKeys.confirm(answer->window, answer->question);
+        schedule();
+    }
+    return true;
+}
+
+void X11Typist::press(const Key &key, const KeyModifiers &modifiers, QObject *context,
+                      DesktopInput::Done done)
+{
+    release(key);
+    keys.push_back({key, modifiers, {context, context != nullptr, std::move(done)}});
+    schedule();
+}
+
+void X11Typist::release(const Key &key)
+{
+    const auto waiting = std::ranges::find_if(keys, [&](const WaitingKey &candidate) {
+        return candidate.key == key && !candidate.isReleased;
+    });
+    if (waiting != keys.end()) {
+        waiting->isReleased = true;
+        return;
+    }
+    const auto down = std::ranges::find(borrowed, key, &BorrowedKey::key);
+    if (down != borrowed.end()) {
+        keyboard.release(key);
+        spareKeys.letGo(down->keycode);
+        noteUse(down->keycode);
+        borrowed.erase(down);
+        askProgram();
+        link.flush();
+        schedule();
+    }
+}
+
+void X11Typist::type(const QString &text, QObject *context, DesktopInput::Done done)
+{
+    texts.push_back({printable(text), 0, {context, context != nullptr, std::move(done)}});
+    schedule();
+}
+
+void X11Typist::fail()
+{
+    std::vector<Outcome> failed;
+    for (WaitingKey &key : std::exchange(keys, {})) {
+        failed.push_back({std::move(key.waiter), false});
+    }
+    for (WaitingText &text : std::exchange(texts, {})) {
+        failed.push_back({std::move(text.waiter), false});
+    }
+    report(std::move(failed));
+}
+
+void X11Typist::end()
+{
+    fail();
+    link.flush();
+    waitUntilRead();
+    record.giveBack(spareKeys.unbindAll());
+}
+
+/// Asks for the next turn.
+void X11Typist::schedule()
+{
+    dropUnwanted();
+    if (!isInTurn && hasWork() && !waitForProgram()) {
+        wake.stop();
+        grab.askWhetherFree([this] { takeTurn(); });
+    }
+}
+
+void X11Typist::takeTurn()
+{
+    if (!link.takeInEvents() || !grab.isOpen()) {
+        fail();
+        return;
+    }
+    dropUnwanted();
+    if (!hasWork() || waitForProgram()) {
+        return;
+    }
+    idle.stop();
+    program.listen(true);
+    progress = Progress::None;
+    isInTurn = true;
+    if (grab.take()) {
+        work();
+        grab.release();
+    }
+    isInTurn = false;
+    endTurn();
+}
+
+void X11Typist::dropUnwanted()
+{
+    std::erase_if(keys, [](const WaitingKey &key) { return key.waiter.isGone(); });
+    std::erase_if(texts, [](const WaitingText &text) { return text.waiter.isGone(); });
+}
+
+/// Whether the focused program is too far behind; then it is awaited.
+bool X11Typist::waitForProgram()
+{
+    const auto now = Clock::now();
+    if (!questions.empty() && questions.front().end <= now) {
+        questions.clear();
+        if (++unanswered == mostUnanswered) {
+            program.giveUp();
+        }
+    }
+    if (questions.size() < mostQuestions) {
+        return false;
+    }
+    wake.start(std::chrono::ceil<std::chrono::milliseconds>(questions.front().end - now));
+    return true;
+}
+
+void X11Typist::work()
+{
+    if (!synchronise()) {
+        return;
+    }
+    if (keyboard.keyMap().isStale() || keyboard.keyMap().edition() != knownEdition) {
+        progress = Progress::NeedsKeys;
+        return;
+    }
+    progress = Progress::NeedsSpareKey;
+    bindMissing();
+    pressKeys();
+    typeSome();
+    if (progress == Progress::Typed) {
+        askProgram();
+        const auto end = xcb_get_input_focus(connection.get());
+        replyWithin(connection.get(), end.sequence, patienceWithServer);
+    }
+}
+
+/// Learns what the keyboard and the focus are now: the server reports changes before it answers.
+bool X11Typist::synchronise()
+{
+    const auto cookie = xcb_get_input_focus(connection.get());
+    const auto reply = replyWithin(connection.get(), cookie.sequence, patienceWithServer);
+    if (!reply || !link.takeInEvents()) {
+        return false;
+    }
+    program.setFocus(reinterpret_cast<const xcb_get_input_focus_reply_t *>(reply.get())->focus);
+    return true;
+}
+
+void X11Typist::bindMissing()
+{
+    const auto wanted = missingKeysyms();
+    const auto before = spareKeys.bindings();
+    const auto changes = spareKeys.bind(wanted, Clock::now());
+    if (changes.empty()) {
+        return;
+    }
+    const auto requests = record.bind(changes, before, spareKeys.bindings());
+    keyboard.ignoreMapNotices(requests.first, requests.last);
+    keyboard.keyMap().setBorrowedKeys(spareKeys.boundKeys());
+    for (const SpareKeys::Binding &change : changes) {
+        noteUse(change.keycode);
+    }
+}
+
+/// The keysyms that the layout lacks, of the keys and then of the next characters; no more than
+/// there are spare keys.
+std::vector<std::uint32_t> X11Typist::missingKeysyms()
+{
+    std::vector<std::uint32_t> missing;
+    const auto add = [&](std::uint32_t keysym) {
+        if (std::ranges::find(missing, keysym) == missing.end()) {
+            missing.push_back(keysym);
+        }
+    };
+    for (const WaitingKey &waiting : keys) {
+        add(keysymsOf(waiting.key).front());
+    }
+    if (!texts.empty()) {
+        const WaitingText &text = texts.front();
+        const std::size_t end = std::min(text.characters.size(), text.position + lookahead);
+        for (std::size_t at = text.position; at < end && missing.size() < spareKeys.count(); ++at) {
+            if (!keyboard.characterKey(text.characters[at])) {
+                add(keysymOf(text.characters[at]));
+            }
+        }
+    }
+    missing.resize(std::min(missing.size(), spareKeys.count()));
+    return missing;
+}
+
+void X11Typist::pressKeys()
+{
+    std::erase_if(keys, [this](WaitingKey &waiting) {
+        const bool isPressed = pressKey(waiting);
+        if (isPressed || spareKeys.count() == 0) {
+            outcomes.push_back({std::move(waiting.waiter), isPressed});
+            return true;
+        }
+        return false;
+    });
+}
+
+bool X11Typist::pressKey(const WaitingKey &waiting)
+{
+    const auto keycode = spareKeys.keyOf(keysymsOf(waiting.key).front());
+    if (!keycode) {
+        return false;
+    }
+    keyboard.press(waiting.key, waiting.modifiers, *keycode);
+    noteUse(*keycode);
+    if (waiting.isReleased) {
+        keyboard.release(waiting.key);
+    } else {
+        spareKeys.hold(*keycode);
+        borrowed.push_back({waiting.key, *keycode});
+    }
+    progress = Progress::Typed;
+    return true;
+}
+
+void X11Typist::typeSome()
+{
+    if (texts.empty()) {
+        return;
+    }
+    WaitingText &text = texts.front();
+    keyboard.beginRun();
+    for (int count = 0; count < charactersPerTurn && text.position < text.characters.size();
+         ++count) {
+        const auto key = keyFor(text.characters[text.position]);
+        if (!key && spareKeys.count() > 0) {
+            break;
+        }
+        if (key) {
+            keyboard.tap(*key);
+        }
+        text.isComplete = text.isComplete && key;
+        ++text.position;
+        progress = Progress::Typed;
+    }
+    keyboard.endRun();
+    if (text.position == text.characters.size()) {
+        outcomes.push_back({std::move(text.waiter), text.isComplete});
+        texts.pop_front();
+    }
+}
+
+std::optional<FoundKey> X11Typist::keyFor(char32_t character)
+{
+    if (const auto key = keyboard.characterKey(character)) {
+        return key;
+    }
+    const auto keycode = spareKeys.keyOf(keysymOf(character));
+    if (!keycode) {
+        return std::nullopt;
+    }
+    noteUse(*keycode);
+    return FoundKey{*keycode, 0};
+}
+
+void X11Typist::endTurn()
+{
+    if (progress == Progress::NeedsKeys) {
+        learnKeys();
+    }
+    link.takeInEvents();
+    link.flush();
+    report(std::exchange(outcomes, {}));
+    if (!hasWork()) {
+        idle.start(idleTime);
+    } else if (progress == Progress::NeedsSpareKey) {
+        waitForSpareKey();
+    } else {
+        schedule();
+    }
+}
+
+/// Reads the key map after a change, which takes too long to keep others off the server.
+void X11Typist::learnKeys()
+{
+    if (!keyboard.keyMap().finder()) {
+        fail();
+        return;
+    }
+    knownEdition = keyboard.keyMap().edition();
+    verifyBindings();
+    const KeycodeSet kept = spareKeys.boundKeys();
+    spareKeys.setKeys(record.claim() ? record.spareKeys() | kept : KeycodeSet());
+    keyboard.keyMap().setBorrowedKeys(kept);
+}
+
+/// Keys that no longer produce what we have bound were changed by another program.
+void X11Typist::verifyBindings()
+{
+    const XkbSymbolFinder &symbols = *keyboard.keyMap().symbols();
+    for (const SpareKeys::Binding &binding : spareKeys.bindings()) {
+        if (symbols.onlySymbol(binding.keycode) != binding.keysym) {
+            spareKeys.lose(binding.keycode);
+        }
+    }
+}
+
+void X11Typist::askProgram()
+{
+    if (program.window()) {
+        questions.push_back({program.ask(), Clock::now() + pauseForProgram});
+    }
+}
+
+/// Callers may ask for more in their calls.
+void X11Typist::report(std::vector<Outcome> made)
+{
+    for (const Outcome &outcome : made) {
+        if (!outcome.waiter.isGone() && outcome.waiter.done) {
+            outcome.waiter.done(outcome.isDone);
+        }
+    }
+}
+
+/// Nothing could be typed, since every spare key may still have to be read. An answer ends that
+/// sooner, and so does a key that is let go.
+void X11Typist::waitForSpareKey()
+{
+    const auto pause = std::chrono::milliseconds(10);
+    const auto free = spareKeys.nextFree().value_or(Clock::now() + readingTime);
+    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(free - Clock::now());
+    wake.start(std::max(rest, pause));
+}
+
+void X11Typist::giveBack()
+{
+    if (spareKeys.isAnyHeld()) {
+        idle.start(idleTime);
+        return;
+    }
+    record.giveBack(spareKeys.unbindAll());
+    keyboard.keyMap().setBorrowedKeys({});
+    program.listen(false);
+    questions.clear();
+    unanswered = 0;
+    link.takeInEvents();
+    link.flush();
+}
+
+void X11Typist::waitUntilRead()
+{
+    while (link.takeInEvents() && !spareKeys.bindings().empty() &&
+           spareKeys.lastRead() > Clock::now()) {
+        const auto rest =
+            std::chrono::ceil<std::chrono::milliseconds>(spareKeys.lastRead() - Clock::now());
+        pollfd descriptor{xcb_get_file_descriptor(connection.get()), POLLIN, 0};
+        poll(&descriptor, 1, static_cast<int>(std::min(rest, 1000ms).count()));
+    }
+}
+
+void X11Typist::noteUse(std::uint8_t keycode)
+{
+    const xcb_window_t window = program.window();
+    const auto time = window ? Clock::duration(patienceWithProgram) : readingTime;
+    spareKeys.use(keycode, {window, program.nextQuestion(), Clock::now() + time});
+}
+
+} // namespace platform

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "platform/Clipboard.h"
+#include "platform/Screens.h"
+#include "session/SessionClipboard.h"
+#include "session/SessionFiles.h"
+#include "session/SessionServices.h"
+#include "session/SessionTurns.h"
+#include "session/SharedAmount.h"
+#include "session/SharedWatch.h"
+
+#include <functional>
+#include <utility>
+
+/// What all sessions share. It must outlive them.
+struct SessionCommons
+{
+    explicit SessionCommons(SessionServices sessionServices) : services(std::move(sessionServices))
+    {
+    }
+
+    SessionServices services;
+    SessionTurns turns;
+    SharedAmount texts{SessionClipboard::textsOfAllSessions};
+    SharedAmount transfers{SessionFiles::transfersOfAllSessions};
+    SharedWatch clipboardChanges{
+        [this](std::function<void()> changed) { services.clipboard.watch(std::move(changed)); }};
+    SharedWatch screenChanges{
+        [this](std::function<void()> changed) { services.screens.watch(std::move(changed)); }};
+};
