@@ -40,7 +40,7 @@ struct Run
 QString everyPlane(qsizetype bytes)
 {
     QString text;
-    QByteArray::size_type size = 0;
+    qsizetype size = 0;
     for (char32_t character = 0x20; size < bytes; character = character * 5 + 7) {
         const char32_t code = character % 0x110000;
         const auto category = QChar::category(code);
@@ -53,6 +53,20 @@ QString everyPlane(qsizetype bytes)
         }
     }
     return text;
+}
+
+/// What reached the display: m for moves, P and R for presses and releases of buttons.
+QString kinds(InputWatcher &watcher)
+{
+    QString all;
+    for (const RawInput &input : watcher.raw()) {
+        using Kind = RawInput::Kind;
+        all += input.kind == Kind::Motion          ? u"m"_s
+               : input.kind == Kind::ButtonPress   ? u"P"_s
+               : input.kind == Kind::ButtonRelease ? u"R"_s
+                                                   : u""_s;
+    }
+    return all;
 }
 
 } // namespace
@@ -69,7 +83,8 @@ private slots:
     void anyTextIsTyped_data();
     void anyTextIsTyped();
     void keysHaveTheirNames();
-    void thePointerMovesScrollsAndDrags();
+    void theWheelTurns();
+    void aDragIsMadeOfSteps();
     void nothingStaysDown_data();
     void nothingStaysDown();
     void theClipboardKeepsEveryCharacter();
@@ -189,7 +204,7 @@ void tst_QuillmoteSession::keysHaveTheirNames()
     QVERIFY2(waitUntil([&] { return program.text().isEmpty(); }), qPrintable(program.text()));
 }
 
-void tst_QuillmoteSession::thePointerMovesScrollsAndDrags()
+void tst_QuillmoteSession::theWheelTurns()
 {
     const ControlsProgram program(ControlsProgram::Kind::Qt, scene->session());
     QVERIFY(program.isReady());
@@ -198,11 +213,23 @@ void tst_QuillmoteSession::thePointerMovesScrollsAndDrags()
     QVERIFY(waitUntil([&] { return program.listPosition() > 0; }));
     QCOMPARE(run({u"scroll"_s, u"0"_s, u"-3"_s}).status, 0);
     QVERIFY(waitUntil([&] { return program.listPosition() == 0; }));
-    QVERIFY(scene->user().moveTo(program.middleOfSlider() - QPoint(10, 0)));
-    QCOMPARE(run({u"move"_s, u"10"_s, u"0"_s}).status, 0);
-    QCOMPARE(run({u"drag"_s, u"400"_s, u"0"_s}).status, 0);
-    QVERIFY2(waitUntil([&] { return program.sliderValue() == 100; }),
-             QByteArray::number(program.sliderValue()).constData());
+}
+
+/// Programs take a jump for no drag at all.
+void tst_QuillmoteSession::aDragIsMadeOfSteps()
+{
+    InputWatcher watcher(scene->session().display(), {0, 0, 600, 400});
+    QVERIFY(scene->user().moveTo({100, 100}));
+    QCOMPARE(run({u"move"_s, u"0.5"_s, u"0"_s}).status, 0);
+    watcher.clear();
+    QCOMPARE(run({u"drag"_s, u"200"_s, u"-30"_s, u"--button=right"_s}).status, 0);
+    watcher.sync();
+    QCOMPARE(watcher.pointerPosition(), QPoint(300, 70));
+    QCOMPARE(kinds(watcher).remove(u'm'), u"PR"_s);
+    QVERIFY2(kinds(watcher).contains(u'P' + u"m"_s.repeated(15)), qPrintable(kinds(watcher)));
+    QCOMPARE(watcher.buttons().front().button, 3);
+    QCOMPARE(watcher.buttons().front().position, QPoint(100, 100));
+    QCOMPARE(watcher.buttons().back().position, QPoint(300, 70));
 }
 
 void tst_QuillmoteSession::nothingStaysDown_data()
@@ -330,15 +357,18 @@ void tst_QuillmoteSession::theRemoteIsAKeyboardAndAMouse()
     QVERIFY(scene->user().moveTo(controls.middleOfList()));
     terminal.type("\x1b[<65;9;9M");
     QVERIFY(waitUntil([&] { return controls.listPosition() > 0; }));
-    // A person would see the pointer stand on the knob.
-    QVERIFY(scene->user().moveTo(controls.middleOfSlider()));
+    InputWatcher watcher(scene->session().display(), {0, 0, 600, 400});
+    QVERIFY(scene->user().moveTo({100, 100}));
+    watcher.clear();
     terminal.type("\x1b[<35;1;1M\x1b[<0;1;1M");
-    for (int column = 2; column < 60; ++column) {
+    for (int column = 2; column <= 11; ++column) {
         terminal.type("\x1b[<32;" + QByteArray::number(column) + ";1M");
     }
-    QVERIFY2(waitUntil([&] { return controls.sliderValue() == 100; }),
-             QByteArray::number(controls.sliderValue()).constData());
-    terminal.type("\x1b[<0;60;1m\x1d");
+    terminal.type("\x1b[<0;11;1m");
+    QVERIFY(waitUntil([&] { return kinds(watcher).endsWith(u'R'); }));
+    QCOMPARE(kinds(watcher).remove(u'm'), u"PR"_s);
+    QCOMPARE(watcher.pointerPosition(), QPoint(180, 100));
+    terminal.type("\x1d");
     QVERIFY(waitUntil([&] { return program.state() == QProcess::NotRunning; }));
     QCOMPARE(program.exitCode(), 0);
 }
