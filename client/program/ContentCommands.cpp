@@ -207,28 +207,32 @@ ExitCode pairOnNetwork(const Target &target, const Arguments &arguments)
     return code;
 }
 
+ExitCode checkAddress(const QString &word)
+{
+    const WebAddress address = WebAddress::of(word);
+    return address.problem.isEmpty() ? ExitCode::Done : refused(address.problem);
+}
+
 ExitCode openOnNetwork(const Target &target, const Arguments &arguments)
 {
     const WebAddress address = WebAddress::of(arguments.values[0]);
-    if (!address.problem.isEmpty()) {
-        return refused(address.problem);
-    }
     Answer answer;
     const ExitCode code = ask(target, arguments, Request::openUrl(address.url), answer);
     JsonOutput::printDone(arguments, code, {{u"url"_s, address.url}});
     return code;
 }
 
-ExitCode copyOnNetwork(const Target &target, const Arguments &arguments)
+ExitCode checkText(const QString &text)
 {
-    const QString given =
-        arguments.values.isEmpty() ? textFromInput(arguments) : arguments.values[0];
-    const QString text = arguments.isLossy ? withLosses(given) : given;
     const auto written = writeRequest(Request::copy(text), 0);
-    if (written.isRefused()) {
-        return refused(written.refusal + u" With --lossy it is replaced; quillmote send sends a "
-                                         "file that holds the text."_s);
-    }
+    return written.isRefused()
+               ? refused(written.refusal + u" With --lossy it is replaced; quillmote send sends a "
+                                           "file that holds the text."_s)
+               : ExitCode::Done;
+}
+
+ExitCode copyOnNetwork(const Target &target, const Arguments &arguments, const QString &text)
+{
     Answer answer;
     const ExitCode code = ask(target, arguments, Request::copy(text), answer);
     JsonOutput::printDone(arguments, code, {{u"text"_s, text}});
@@ -305,12 +309,19 @@ ExitCode Commands::pair(const Arguments &arguments)
 
 ExitCode Commands::copy(const Arguments &arguments)
 {
-    const Target target = Target::find(arguments);
+    // Standard input is read once, by the door that is used.
+    QString text;
+    const Target target = Target::find(arguments, [&] {
+        const QString given =
+            arguments.values.isEmpty() ? textFromInput(arguments) : arguments.values[0];
+        text = arguments.isLossy ? withLosses(given) : given;
+        return checkText(text);
+    });
     if (!target.isFound()) {
         return target.code;
     }
     return target.local ? LocalCommands::copy(*target.local, arguments)
-                        : copyOnNetwork(target, arguments);
+                        : copyOnNetwork(target, arguments, text);
 }
 
 ExitCode Commands::paste(const Arguments &arguments)
@@ -328,9 +339,10 @@ ExitCode Commands::open(const Arguments &arguments)
     if (arguments.values.isEmpty() != arguments.wantsList) {
         return refused(u"open takes an address or an application, or --list."_s);
     }
-    const Target target = arguments.wantsList || arguments.isApplication
-                              ? Target::findLocal(arguments)
-                              : Target::find(arguments);
+    const Target target =
+        arguments.wantsList || arguments.isApplication
+            ? Target::findLocal(arguments)
+            : Target::find(arguments, [&] { return checkAddress(arguments.values[0]); });
     if (!target.isFound()) {
         return target.code;
     }

@@ -111,18 +111,29 @@ std::optional<LocalClick> localClickNamed(const QString &name)
     return buttons.contains(button) ? std::optional(LocalClick{button, u"click"_s}) : std::nullopt;
 }
 
-ExitCode clickOnNetwork(const Target &target, const Arguments &arguments, const QString &name)
+ExitCode checkMove(double dx, double dy)
 {
-    const std::optional<Click> click = clickNamed(name);
-    if (!click) {
-        return misused(
-            u"There is no click \"%1\"; it is left, right, center or double."_s.arg(name));
-    }
-    const auto count = static_cast<size_t>(click->count) * static_cast<size_t>(arguments.repeat);
+    const bool areWhole = dx == std::trunc(dx) && dy == std::trunc(dy);
+    return areWhole ? ExitCode::Done
+                    : misused(u"The network has no fractions of pixels; move takes two whole "
+                              "numbers, as in quillmote move 100 -20."_s);
+}
+
+ExitCode checkClick(const QString &name)
+{
+    return clickNamed(name)
+               ? ExitCode::Done
+               : misused(
+                     u"There is no click \"%1\"; it is left, right, center or double."_s.arg(name));
+}
+
+ExitCode clickOnNetwork(const Target &target, const Arguments &arguments, const Click &click)
+{
+    const auto count = static_cast<size_t>(click.count) * static_cast<size_t>(arguments.repeat);
     milliseconds longestGap{0};
     const ExitCode code = connectAndRun(
-        target, arguments, std::vector(count, Request::click(click->button)), &longestGap);
-    if (click->count > 1 && longestGap > doubleClickTime) {
+        target, arguments, std::vector(count, Request::click(click.button)), &longestGap);
+    if (click.count > 1 && longestGap > doubleClickTime) {
         Terminal::note(
             u"The clicks came %1 ms apart; the desktop may take them for single ones."_s.arg(
                 longestGap.count()));
@@ -138,16 +149,22 @@ std::optional<QString> shortcutFor(const QString &word)
     return shortcut || !stroke ? shortcut : stroke->onNetwork();
 }
 
+ExitCode checkKeys(const QStringList &words)
+{
+    for (const QString &word : words) {
+        if (!shortcutFor(word)) {
+            return misused(u"The network has no word for the key \"%1\"; only the server of this "
+                           "desktop can press it (--local)."_s.arg(word));
+        }
+    }
+    return ExitCode::Done;
+}
+
 ExitCode typeOnNetwork(const Target &target, const Arguments &arguments)
 {
     std::vector<Request> requests;
-    for (const QString &value : arguments.values) {
-        const auto shortcut = shortcutFor(value);
-        if (!shortcut) {
-            return misused(u"The network has no word for the key \"%1\"; only the server of this "
-                           "desktop can press it (--local)."_s.arg(value));
-        }
-        requests.push_back(Request::key(*shortcut));
+    for (const QString &word : arguments.values) {
+        requests.push_back(Request::key(shortcutFor(word).value_or(QString())));
     }
     const std::vector<Request> once = requests;
     for (int count = 1; count < arguments.repeat; ++count) {
@@ -169,7 +186,7 @@ ExitCode Commands::key(const Arguments &arguments)
         }
         strokes.push_back(*stroke);
     }
-    const Target target = Target::find(arguments);
+    const Target target = Target::find(arguments, [&] { return checkKeys(arguments.values); });
     if (!target.isFound()) {
         return target.code;
     }
@@ -183,24 +200,21 @@ ExitCode Commands::move(const Arguments &arguments)
     bool isY = false;
     const double dx = arguments.values[0].toDouble(&isX);
     const double dy = arguments.values[1].toDouble(&isY);
-    const bool areWhole = dx == std::trunc(dx) && dy == std::trunc(dy);
     const auto isFar = [](double pixels) {
         return !(std::abs(pixels) <= std::numeric_limits<int>::max());
     };
     if (!isX || !isY || isFar(dx) || isFar(dy)) {
         return misused(u"move takes two numbers of pixels, as in quillmote move 100 -20."_s);
     }
-    const Target target = Target::find(arguments);
+    const Target target = Target::find(arguments, [&] { return checkMove(dx, dy); });
     if (!target.isFound()) {
         return target.code;
     }
     if (target.local) {
         return LocalCommands::move(*target.local, arguments, dx, dy);
     }
-    return areWhole ? connectAndRun(target, arguments,
-                                    {Request::move(static_cast<int>(dx), static_cast<int>(dy))})
-                    : misused(u"The network has no fractions of pixels; move takes two whole "
-                              "numbers, as in quillmote move 100 -20."_s);
+    return connectAndRun(target, arguments,
+                         {Request::move(static_cast<int>(dx), static_cast<int>(dy))});
 }
 
 ExitCode Commands::click(const Arguments &arguments)
@@ -211,13 +225,13 @@ ExitCode Commands::click(const Arguments &arguments)
         return misused(u"There is no click \"%1\"; it is left, right, middle, center, back, "
                        "forward or double."_s.arg(name));
     }
-    const Target target = Target::find(arguments);
+    const Target target = Target::find(arguments, [&] { return checkClick(name); });
     if (!target.isFound()) {
         return target.code;
     }
     return target.local
                ? LocalCommands::click(*target.local, arguments, click->button, click->action)
-               : clickOnNetwork(target, arguments, name);
+               : clickOnNetwork(target, arguments, clickNamed(name).value_or(Click()));
 }
 
 } // namespace quillmote

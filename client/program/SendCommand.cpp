@@ -107,7 +107,7 @@ void noteHowTheyArrive(const Files &files)
                    "appended to it."_s);
 }
 
-ExitCode sendOnNetwork(const Target &target, const Arguments &arguments)
+ExitCode checkFiles(const Arguments &arguments, const Files &files)
 {
     if (arguments.staysClosed) {
         Terminal::complain(u"Over the network the server opens each file; --no-open works with the "
@@ -118,10 +118,11 @@ ExitCode sendOnNetwork(const Target &target, const Arguments &arguments)
         Terminal::complain(u"--as names one file; send the others separately."_s);
         return ExitCode::Usage;
     }
-    const Files files = filesOf(arguments);
-    if (isRefused(arguments, files)) {
-        return ExitCode::Usage;
-    }
+    return isRefused(arguments, files) ? ExitCode::Usage : ExitCode::Done;
+}
+
+ExitCode sendOnNetwork(const Target &target, const Arguments &arguments, const Files &files)
+{
     Session session(target, arguments);
     if (!session.isOpen()) {
         return session.exitCode();
@@ -141,12 +142,16 @@ ExitCode sendOnNetwork(const Target &target, const Arguments &arguments)
 
 ExitCode Commands::send(const Arguments &arguments)
 {
-    const Target target = Target::find(arguments);
+    Files files;
+    const Target target = Target::find(arguments, [&] {
+        files = filesOf(arguments);
+        return checkFiles(arguments, files);
+    });
     if (!target.isFound()) {
         return target.code;
     }
     return target.local ? LocalCommands::send(*target.local, arguments)
-                        : sendOnNetwork(target, arguments);
+                        : sendOnNetwork(target, arguments, files);
 }
 
 } // namespace quillmote

@@ -163,37 +163,66 @@ Target onNetwork(const Arguments &arguments, const WantedServer &wanted,
     return failed();
 }
 
+/// For a command that this server could carry out, were it not on the network.
+Target unable(const Arguments &arguments, const QString &name)
+{
+    Terminal::complain(u"%1 is on the network, which has no words for %2; only the server of this "
+                       "desktop can do that (--local)."_s.arg(name, arguments.command),
+                       "unsupported"_L1);
+    return failed(ExitCode::Usage);
+}
+
+Target checked(Target target, const Target::Check &check)
+{
+    if (target.isFound() && !target.local && check) {
+        target.code = check();
+    }
+    return target;
+}
+
+/// Whether no other server can be meant, whether or not this one can be reached.
+bool isOnlyHere(const Arguments &arguments, const WantedServer &wanted,
+                const LocalSession::Found &found)
+{
+    return arguments.isLocal ||
+           (found.isBroken && wanted.name.isEmpty() && wanted.lastUsed.isEmpty());
+}
+
 } // namespace
 
-Target Target::find(const Arguments &arguments)
+Target Target::find(const Arguments &arguments, const Check &check)
 {
     if (!arguments.host.isEmpty()) {
-        return atGivenAddress(arguments);
+        return checked(atGivenAddress(arguments), check);
     }
     LocalSession::Found found = LocalSession::find(arguments.timeout);
     const WantedServer wanted = wantedServer(arguments);
-    const bool isOnlyHere =
-        arguments.isLocal || (found.isBroken && wanted.name.isEmpty() && wanted.lastUsed.isEmpty());
-    if (isOnlyHere) {
+    if (isOnlyHere(arguments, wanted, found)) {
         return onlyHere(std::move(found));
     }
     if (found.session && isMeant(wanted, *found.session)) {
         return by(std::move(found.session));
     }
-    return onNetwork(arguments, wanted, std::move(found.session));
+    const ExitCode code = !found.session && check ? check() : ExitCode::Done;
+    if (code != ExitCode::Done) {
+        return failed(code);
+    }
+    const bool isCheckedLater = found.session != nullptr;
+    return checked(onNetwork(arguments, wanted, std::move(found.session)),
+                   isCheckedLater ? check : Check());
 }
 
 Target Target::findLocal(const Arguments &arguments)
 {
-    Target target = find(arguments);
-    if (target.isFound() && !target.local) {
-        Terminal::complain(
-            u"%1 is reached over the network, which has no words for %2; only the "
-            "server of this desktop can do that (--local)."_s.arg(target.name, arguments.command),
-            "unsupported"_L1);
-        return failed(ExitCode::Usage);
+    if (!arguments.host.isEmpty()) {
+        return unable(arguments, atGivenAddress(arguments).name);
     }
-    return target;
+    LocalSession::Found found = LocalSession::find(arguments.timeout);
+    const WantedServer wanted = wantedServer(arguments);
+    const bool isHere = !found.session || arguments.isLocal || isMeant(wanted, *found.session) ||
+                        isMeantPerhaps(wanted, *found.session);
+    return isHere ? onlyHere(std::move(found))
+                  : unable(arguments, u'"' + printable(wanted.name + wanted.lastUsed) + u'"');
 }
 
 } // namespace quillmote

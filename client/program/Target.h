@@ -9,6 +9,7 @@
 
 #include <QString>
 
+#include <functional>
 #include <memory>
 
 namespace quillmote {
@@ -33,9 +34,13 @@ struct Target
 
     bool isFound() const { return code == Terminal::ExitCode::Done; }
 
-    static Target find(const Arguments &arguments);
-    /// The same for a command that only the session socket offers; a server on the network is
-    /// reported as unable.
+    /// Whether the network can carry the command; reports why not, and returns an exit code then.
+    using Check = std::function<Terminal::ExitCode()>;
+
+    /// The check is made before anything is searched or connected, unless the server of this
+    /// desktop may be meant, which needs none.
+    static Target find(const Arguments &arguments, const Check &check = {});
+    /// The same for a command that only the session socket offers.
     static Target findLocal(const Arguments &arguments);
 };
 

@@ -93,13 +93,8 @@ QJsonObject details(const TypingPlan &plan)
             {u"pastes"_s, static_cast<qint64>(pastes)}};
 }
 
-ExitCode typeOnNetwork(const Target &target, const Arguments &arguments, const QString &text)
+ExitCode typeOnNetwork(const Target &target, const Arguments &arguments, const TypingPlan &plan)
 {
-    const TypingPlan plan = TypingPlan::of(text, {arguments.pastesAll, arguments.isUsKeyboard});
-    if (!plan.refusal.isEmpty()) {
-        Terminal::complain(plan.refusal);
-        return ExitCode::Usage;
-    }
     Session session(target, arguments);
     if (!session.isOpen()) {
         return session.exitCode();
@@ -124,12 +119,19 @@ ExitCode Commands::type(const Arguments &arguments)
 {
     const QString text =
         arguments.values.isEmpty() ? textFromInput(arguments) : arguments.values.join(u' ');
-    const Target target = Target::find(arguments);
+    TypingPlan plan;
+    const Target target = Target::find(arguments, [&] {
+        plan = TypingPlan::of(text, {arguments.pastesAll, arguments.isUsKeyboard});
+        if (!plan.refusal.isEmpty()) {
+            Terminal::complain(plan.refusal);
+        }
+        return plan.refusal.isEmpty() ? ExitCode::Done : ExitCode::Usage;
+    });
     if (!target.isFound()) {
         return target.code;
     }
     return target.local ? LocalCommands::type(*target.local, arguments, text)
-                        : typeOnNetwork(target, arguments, text);
+                        : typeOnNetwork(target, arguments, plan);
 }
 
 } // namespace quillmote

@@ -408,7 +408,7 @@ void tst_QuillmoteManners::refusalsShowAWay_data()
                           << QByteArray("Use quillmote send.");
     QTest::newRow("command") << QStringList{u"sned"_s, u"x"_s} << QByteArray("Did you mean send?");
     QTest::newRow("no command's help")
-        << QStringList{u"scroll"_s, u"--help"_s} << QByteArray("There is no command \"scroll\"");
+        << QStringList{u"twirl"_s, u"--help"_s} << QByteArray("There is no command \"twirl\"");
     QTest::newRow("two words") << QStringList{u"copy"_s, u"two"_s, u"words"_s}
                                << QByteArray("quote the text: quillmote copy 'two words'");
     QTest::newRow("option") << QStringList{u"--sevrer"_s, u"den"_s, u"info"_s}
