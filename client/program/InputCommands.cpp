@@ -184,8 +184,10 @@ ExitCode Commands::move(const Arguments &arguments)
     const double dx = arguments.values[0].toDouble(&isX);
     const double dy = arguments.values[1].toDouble(&isY);
     const bool areWhole = dx == std::trunc(dx) && dy == std::trunc(dy);
-    const double most = std::max(std::abs(dx), std::abs(dy));
-    if (!isX || !isY || !(most <= std::numeric_limits<int>::max())) {
+    const auto isFar = [](double pixels) {
+        return !(std::abs(pixels) <= std::numeric_limits<int>::max());
+    };
+    if (!isX || !isY || isFar(dx) || isFar(dy)) {
         return misused(u"move takes two numbers of pixels, as in quillmote move 100 -20."_s);
     }
     const Target target = Target::find(arguments);
