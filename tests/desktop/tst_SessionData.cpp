@@ -34,6 +34,7 @@ private slots:
     void screensAreToldAsTheyChange();
 
 private:
+    bool start() const;
     QString path() const
     {
         return scene->session().path(u"run/vornaserver/"_s) +
@@ -67,7 +68,13 @@ void tst_SessionData::init()
     directory = scene->session().path(u"received files"_s);
     QVERIFY(QDir().mkpath(directory));
     scene->storeSetting(u"downloadDirectory"_s, directory);
-    QVERIFY(scene->start());
+    QVERIFY(start());
+}
+
+/// The server listens on the network first.
+bool tst_SessionData::start() const
+{
+    return scene->start() && waitUntil([this] { return SessionClient(path()).isConnected(); });
 }
 
 void tst_SessionData::cleanup()
@@ -152,8 +159,8 @@ void tst_SessionData::aKilledServersDraftGoesAtTheNextStart()
         scene->server().end(SIGKILL);
     }
     QCOMPARE(received().size(), 1);
-    QVERIFY(scene->start());
-    QCOMPARE(received(), QStringList());
+    QVERIFY(start());
+    QVERIFY(waitUntil([this] { return received().isEmpty(); }));
 }
 
 void tst_SessionData::screensAreToldAsTheyChange()
