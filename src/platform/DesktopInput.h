@@ -37,7 +37,8 @@ public:
         bool operator==(const Abilities &) const = default;
     };
 
-    /// Called once, perhaps before the call returns, with whether it was done.
+    /// Called once, perhaps before the call returns, with whether it was done; never after the
+    /// context has been destroyed.
     using Done = std::function<void(bool)>;
 
     virtual ~DesktopInput() = default;

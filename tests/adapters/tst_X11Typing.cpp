@@ -148,6 +148,7 @@ private slots:
     void theKeyMapIsGivenBackAfterAWhile();
     void theKeyMapIsGivenBackAfterAKill();
     void nothingStaysDownAfterAKill();
+    void aSpareKeyOfAnotherProgramIsLeftToIt_data();
     void aSpareKeyOfAnotherProgramIsLeftToIt();
     void bindingsSurviveNoLayout();
     void aSecondAdapterLeavesTheKeysOfTheFirst();
@@ -233,6 +234,8 @@ void tst_X11Typing::textsArrive_data()
     QTest::addColumn<int>("pause");
     for (const char *layout : {"us", "de", "fr", "ru", "us,ru", "de(neo)"}) {
         QTest::addRow("%s, answers", layout) << layout << true << 0;
+    }
+    for (const char *layout : {"us", "ru"}) {
         QTest::addRow("%s, answers late", layout) << layout << true << 120;
         QTest::addRow("%s, reads", layout) << layout << false << 0;
         QTest::addRow("%s, reads late", layout) << layout << false << 400;
@@ -409,7 +412,7 @@ void tst_X11Typing::aProgramThatAnswersIsNeverFarBehind()
     bool isDone = false;
     input().type(text, &context, [&](bool) { isDone = true; });
     QVERIFY(waitUntil([&] { return isDone; }, GenerousLimit, 1ms));
-    QVERIFY2(program.text().size() > 800, QByteArray::number(program.text().size()).constData());
+    QVERIFY2(program.text().size() >= 800, QByteArray::number(program.text().size()).constData());
     QVERIFY(hasArrived(program, text));
 }
 
@@ -473,8 +476,16 @@ void tst_X11Typing::nothingStaysDownAfterAKill()
     }
 }
 
+void tst_X11Typing::aSpareKeyOfAnotherProgramIsLeftToIt_data()
+{
+    QTest::addColumn<bool>("isMoreTyped");
+    QTest::newRow("more is typed") << true;
+    QTest::newRow("nothing more is typed") << false;
+}
+
 void tst_X11Typing::aSpareKeyOfAnotherProgramIsLeftToIt()
 {
+    QFETCH(bool, isMoreTyped);
     const auto change = [&](const char *keysym) {
         return scene->server.run(
             u"xmodmap"_s, {u"-e"_s, u"keycode %1 = %2"_s.arg(SpareKey).arg(QLatin1String(keysym))});
@@ -484,10 +495,11 @@ void tst_X11Typing::aSpareKeyOfAnotherProgramIsLeftToIt()
     QVERIFY(type(text));
     QVERIFY(hasArrived(program, text));
     QVERIFY(change("F24"));
-    const QByteArray changed = keyMap();
-    program.clear();
-    QVERIFY(type(text));
-    QVERIFY(hasArrived(program, text));
+    if (isMoreTyped) {
+        program.clear();
+        QVERIFY(type(text));
+        QVERIFY(hasArrived(program, text));
+    }
     scene->services.reset();
     QVERIFY(keyMap().contains(QByteArray::number(XKB_KEY_F24)));
     QVERIFY(change(""));

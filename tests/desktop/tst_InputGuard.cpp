@@ -87,6 +87,15 @@ QStringList descriptorsOf(pid_t process)
     return targets;
 }
 
+/// Whether the guard waits for the server's end. It has connected to the display and ignores grabs
+/// then. It takes signals only while it waits.
+bool isWatching(pid_t guard)
+{
+    QFile status(u"/proc/%1/status"_s.arg(guard));
+    return descriptorsOf(guard).contains(u"socket"_s) && status.open(QIODevice::ReadOnly) &&
+           status.readAll().contains("SigBlk:\t0000000000000000");
+}
+
 } // namespace
 
 class tst_InputGuard : public QObject
@@ -135,7 +144,7 @@ bool tst_InputGuard::start()
     }
     guardId = guardOf(scene->server().processId());
     // It connects to the display first; before that it can release nothing.
-    return guardId != 0 && waitUntil([&] { return descriptorsOf(guardId).contains(u"socket"_s); });
+    return guardId != 0 && waitUntil([&] { return isWatching(guardId); });
 }
 
 void tst_InputGuard::whatIsDownAtAKillIsReleased_data()
@@ -159,7 +168,7 @@ void tst_InputGuard::whatIsDownAtAKillIsReleased()
     }));
     const pid_t guard = guardOf(holder.processId());
     QVERIFY(guard != 0);
-    QVERIFY(waitUntil([&] { return descriptorsOf(guard).contains(u"socket"_s); }));
+    QVERIFY(waitUntil([&] { return isWatching(guard); }));
     const XcbConnection other = XcbClient::connectTo(scene->session().display());
     if (isGrabbed) {
         const auto cookie = xcb_grab_server_checked(other.get());

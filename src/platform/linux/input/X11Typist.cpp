@@ -30,7 +30,7 @@ constexpr int mostUnanswered = 3;
 constexpr std::size_t mostQuestions = 2;
 
 /// Few enough that the server belongs to us for some milliseconds only.
-constexpr int charactersPerTurn = 64;
+constexpr int charactersPerTurn = 100;
 /// So far it looks for characters that are missing, to bind as many as possible at once.
 constexpr std::size_t lookahead = 1000;
 
