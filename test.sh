@@ -9,15 +9,18 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
 usage() {
     cat <<'END'
-Usage: ./test.sh [--no-install] [--help] [OPTION OF CTEST...]
+Usage: ./test.sh [--desktops] [--browser] [--no-install] [--help] [OPTION OF CTEST...]
 
-Installs what is missing, builds with sanitizers and with warnings as errors, and runs every test
+Installs what is missing, builds with sanitizers and with warnings as errors, and runs the tests
 (preset dev) and each fuzz target for 20 seconds (preset fuzz). The last line reads
 "N passed, M failed"; the status is 0 only when all passed.
 
+  --desktops    also run the long tests on desktops: 10,000 characters into each program
+  --browser     also run the tests with Chromium, 410 MB
   --no-install  install nothing; if packages are missing, name them and fail
   --help        this text
 
+Without the first two, those tests are not run and not counted; .ci/run gives both.
 Everything else goes to ctest: ./test.sh -R clipboard
 Root is asked for (by sudo) only to install packages, after they have been listed. No service of
 them is started.
@@ -25,10 +28,14 @@ END
 }
 
 install=yes
+desktops=OFF
+browser=OFF
 ctest_options=()
 for option in "$@"; do
     case $option in
     --no-install) install=no ;;
+    --desktops) desktops=ON ;;
+    --browser) browser=ON ;;
     --help | -h) usage && exit 0 ;;
     *) ctest_options+=("$option") ;;
     esac
@@ -43,7 +50,7 @@ count() {
 # options ask for.
 run_tests() {
     local report=$root/build/$1/report.xml
-    cmake --preset "$1"
+    cmake --preset "$1" -DVORNA_TEST_DESKTOPS=$desktops -DVORNA_TEST_BROWSER=$browser
     cmake --build --preset "$1"
     rm -f "$report"
     # A test that keeps a processor busy counts twice.
@@ -57,7 +64,10 @@ run_tests() {
 }
 
 cd "$root"
-mapfile -t packages < <(test_packages)
+mapfile -t packages < <(
+    test_packages
+    [ "$browser" = OFF ] || browser_packages
+)
 if [ "$install" = yes ]; then
     install_packages silent "${packages[@]}"
 else

@@ -3,6 +3,7 @@
 
 #include "adapters/X11Scene.h"
 #include "doubles/RecordingEventServices.h"
+#include "platform/DesktopInput.h"
 #include "platform/linux/input/NullEventServices.h"
 
 #include <QRegularExpression>
@@ -36,6 +37,13 @@ private slots:
     void noEventsAreNoEvents();
     void theEndMayComeBetweenPressAndRelease_data() { addAdapters(); }
     void theEndMayComeBetweenPressAndRelease();
+    void eachRequestOfInputIsAnsweredOnce_data() { addAdapters(); }
+    void eachRequestOfInputIsAnsweredOnce();
+    void inputTakesAnyNumbers_data() { addAdapters(); }
+    void inputTakesAnyNumbers();
+    void theEndMayComeWhileInputIsPressed_data() { addAdapters(); }
+    void theEndMayComeWhileInputIsPressed();
+    void withoutInputTheUserIsWarnedOnce();
 
 private:
     static void addAdapters();
@@ -155,6 +163,72 @@ void tst_EventServicesContract::theEndMayComeBetweenPressAndRelease()
                         std::vector{MouseEvent{MouseEventType::LeftDown, {}, MouseButton::Left}},
                         EventTap::Hid);
     services.reset();
+}
+
+void tst_EventServicesContract::eachRequestOfInputIsAnsweredOnce()
+{
+    QFETCH(QByteArray, adapter);
+    const auto services = makeAdapter(adapter);
+    DesktopInput &input = services->input();
+    const bool hasKeys = input.abilities().keys;
+    QObject context;
+    int answers = 0;
+    const auto count = [&](bool isDone) { answers += isDone == hasKeys ? 1 : 1000; };
+    const KeyModifiers all{true, true, true, true, true};
+    input.press({.character = U'a'}, all, &context, count);
+    input.release({.character = U'a'});
+    input.press({.name = NamedKey::Enter}, {}, &context, count);
+    input.release({.name = NamedKey::Enter});
+    input.type(u"Text\n"_s, &context, count);
+    input.type({}, &context, count);
+    QTRY_COMPARE(answers, 4);
+}
+
+void tst_EventServicesContract::inputTakesAnyNumbers()
+{
+    QFETCH(QByteArray, adapter);
+    const auto services = makeAdapter(adapter);
+    DesktopInput &input = services->input();
+    for (const double value : {-1e300, -70000., 0., 0.5, 70000., 1e300, std::nan("")}) {
+        input.moveBy(value, value);
+        input.moveTo({value, value});
+    }
+    input.scroll(12'000, -12'000);
+    input.scroll(1, -1);
+    input.release(PointerButton::Forward); // It is not down.
+    input.release({.character = U'x'});
+    input.release({});
+    QVERIFY(std::isfinite(services->pointerLocation().x));
+}
+
+void tst_EventServicesContract::theEndMayComeWhileInputIsPressed()
+{
+    QFETCH(QByteArray, adapter);
+    auto services = makeAdapter(adapter);
+    DesktopInput &input = services->input();
+    QObject context;
+    const auto ignore = [](bool) {};
+    input.press({.name = NamedKey::Shift}, {}, &context, ignore);
+    input.press({.character = U'q'}, {.hasControl = true}, &context, ignore);
+    input.press({.character = U'あ'}, {}, &context, ignore);
+    input.press(PointerButton::Left);
+    input.type(u"unfinished"_s, &context, ignore);
+    services.reset();
+}
+
+void tst_EventServicesContract::withoutInputTheUserIsWarnedOnce()
+{
+    const auto services = makeAdapter("null");
+    QCOMPARE(services->input().abilities(), DesktopInput::Abilities{});
+    QTest::failOnWarning(QRegularExpression(u".*"_s));
+    services->input().release({.character = U'a'});
+    services->input().release(PointerButton::Left);
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"No input here"_s));
+    services->input().moveBy(1, 1);
+    services->input().scroll(0, 120);
+    services->input().press(PointerButton::Left);
+    services->input().type(u"a"_s, nullptr, [](bool) {});
+    services->postKeyboard({0, true, 0, EventTap::Session});
 }
 
 QTEST_GUILESS_MAIN(tst_EventServicesContract)

@@ -6,6 +6,7 @@
 #include "support/Waiting.h"
 #include "support/process/ChildProcess.h"
 #include "support/x11/XServer.h"
+#include "support/x11/XcbClient.h"
 
 #include <QGuiApplication>
 #include <QTest>
@@ -51,6 +52,7 @@ private slots:
     void changesByOthersAreReported();
     void ownChangesAreReported();
     void theEndOfTheOwnerIsAChange();
+    void aTextIsSetAfterAnOwnerThatIsNotKnownYet();
     void anEndedWatchReportsNothing();
     void textsOfOthersAreExact_data();
     void textsOfOthersAreExact();
@@ -131,6 +133,23 @@ void tst_X11Clipboard::theEndOfTheOwnerIsAChange()
         QVERIFY(waitUntil([this] { return changes == 1; }));
     }
     QVERIFY(waitUntil([this] { return changes == 2; }));
+}
+
+/// The toolkit dates its claims by the reports that it has read.
+void tst_X11Clipboard::aTextIsSetAfterAnOwnerThatIsNotKnownYet()
+{
+    const XcbConnection other = XcbClient::connectTo(qEnvironmentVariable("DISPLAY"));
+    const xcb_window_t window = xcb_generate_id(other.get());
+    xcb_create_window(other.get(), XCB_COPY_FROM_PARENT, window,
+                      XcbClient::firstScreen(other)->root, 0, 0, 1, 1, 0,
+                      XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+    QTest::qSleep(20); // The server counts milliseconds.
+    xcb_set_selection_owner(other.get(), window, XcbClient::atom(other, "CLIPBOARD"),
+                            XCB_CURRENT_TIME);
+    QCOMPARE(XcbClient::selectionOwner(other, "CLIPBOARD"), window);
+    clipboard->setText(u"ours"_s);
+    QVERIFY(waitUntil([&] { return XcbClient::selectionOwner(other, "CLIPBOARD") != window; }));
+    QVERIFY(becomes(u"ours"_s));
 }
 
 void tst_X11Clipboard::anEndedWatchReportsNothing()

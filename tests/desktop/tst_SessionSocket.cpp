@@ -5,7 +5,9 @@
 #include "support/protocol/SessionClient.h"
 #include "support/session/ServerScene.h"
 #include "support/session/StatusLight.h"
+#include "support/x11/InputWatcher.h"
 
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QTest>
@@ -15,6 +17,7 @@
 #include <vector>
 
 #include <sys/stat.h>
+#include <xcb/xproto.h>
 
 using namespace Qt::StringLiterals;
 
@@ -68,7 +71,13 @@ private slots:
     void stopServerEndsSessions();
     void aCrowdIsAnswered();
 
+    void nothingStaysDownWhenAProgramIsKilled();
+    void nothingStaysDownWhenTheServerStops();
+    void nothingStaysDownWhenTheServerIsKilled();
+    void nothingStaysDownWhenAProgramFallsSilent();
+
 private:
+    static bool hold(SessionClient &client, const QString &key);
     QString path() const { return socketOf(scene->session(), scene->session()); }
 
     std::unique_ptr<ServerScene> scene;
@@ -259,6 +268,69 @@ void tst_SessionSocket::aCrowdIsAnswered()
     crowd.clear();
     QVERIFY(waitUntil(
         [this] { return SessionClient(path()).greeting()["event"_L1].toString() == u"hello"_s; }));
+}
+
+bool tst_SessionSocket::hold(SessionClient &client, const QString &key)
+{
+    return client.ask(u"key"_s, {{u"key"_s, key}, {u"action"_s, u"press"_s}}).isOk();
+}
+
+void tst_SessionSocket::nothingStaysDownWhenAProgramIsKilled()
+{
+    InputWatcher watcher(scene->session().display());
+    const QString program = uR"(
+import socket, sys, time
+stream = socket.socket(socket.AF_UNIX)
+stream.connect(sys.argv[1])
+for request in ('"key","key":"Control"', '"key","key":"a"', '"button"'):
+    stream.sendall(('{"id":1,"action":"press","request":' + request + '}\n').encode())
+time.sleep(600)
+)"_s;
+    ChildProcess process;
+    process.start(u"python3"_s, {u"-c"_s, program, path()});
+    QVERIFY(waitUntil([&] { return watcher.keysDown().size() == 2; }));
+    QVERIFY(waitUntil([&] { return (watcher.pointerMask() & XCB_KEY_BUT_MASK_BUTTON_1) != 0; }));
+    QVERIFY(scene->showsLight(StatusLight::Green));
+    process.kill();
+    QVERIFY(waitUntil([&] { return watcher.isNothingHeld(); }));
+    QVERIFY(scene->showsLight(StatusLight::Orange));
+}
+
+/// Not the button: its window would get the clicks into the menu.
+void tst_SessionSocket::nothingStaysDownWhenTheServerStops()
+{
+    InputWatcher watcher(scene->session().display());
+    SessionClient client(path());
+    QVERIFY(hold(client, u"Shift"_s) && hold(client, u"a"_s));
+    QVERIFY(waitUntil([&] { return watcher.keysDown().size() == 2; }));
+    QVERIFY(scene->menu().choose(Item::StartStop));
+    QVERIFY(client.waitUntilClosed());
+    QVERIFY(waitUntil([&] { return watcher.isNothingHeld(); }));
+    QVERIFY(scene->showsLight(StatusLight::Black));
+}
+
+void tst_SessionSocket::nothingStaysDownWhenTheServerIsKilled()
+{
+    InputWatcher watcher(scene->session().display());
+    SessionClient client(path());
+    QVERIFY(hold(client, u"Control"_s) && hold(client, u"a"_s));
+    QVERIFY(client.ask(u"button"_s, {{u"action"_s, u"press"_s}}).isOk());
+    QVERIFY(waitUntil([&] { return watcher.keysDown().size() == 2; }));
+    QVERIFY(!scene->server().end(SIGKILL));
+    QVERIFY(waitUntil([&] { return watcher.isNothingHeld(); }));
+}
+
+void tst_SessionSocket::nothingStaysDownWhenAProgramFallsSilent()
+{
+    InputWatcher watcher(scene->session().display());
+    SessionClient client(path());
+    QVERIFY(hold(client, u"a"_s));
+    QElapsedTimer time;
+    time.start();
+    QVERIFY(waitUntil([&] { return watcher.keysDown().size() == 1; }));
+    QVERIFY(waitUntil([&] { return watcher.isNothingHeld(); }));
+    QVERIFY2(time.elapsed() > 8'000, qPrintable(QString::number(time.elapsed())));
+    QVERIFY(client.ask(u"ping"_s).isOk());
 }
 
 QTEST_GUILESS_MAIN(tst_SessionSocket)

@@ -11,8 +11,6 @@
 
 namespace {
 
-const QString Title = u"Controls"_s;
-
 QString fixture(const char *name)
 {
     return QDir(QStringLiteral(CONTROLS_FIXTURES)).filePath(QLatin1StringView(name));
@@ -27,7 +25,9 @@ QStringList commandOf(ControlsProgram::Kind kind, const DesktopSession &session,
     case ControlsProgram::Kind::Qt:
         return {QStringLiteral(QT_CONTROLS), record};
     case ControlsProgram::Kind::Terminal:
-        return {u"xterm"_s, u"-u8"_s, u"-T"_s, Title, u"-e"_s, fixture("record_terminal.py"),
+        return {u"xterm"_s, u"-u8"_s,
+                u"-fa"_s,   u"DejaVu Sans Mono"_s,
+                u"-e"_s,    fixture("record_terminal.py"),
                 record};
     case ControlsProgram::Kind::Browser:
         return {fixture("browser_controls.py"), record, session.path(u"profile"_s)};
@@ -68,7 +68,8 @@ QJsonObject ControlsProgram::state() const
 /// Not every one of them is the process that was started.
 std::optional<SeenWindow> ControlsProgram::window() const
 {
-    return desktop.view().dialog(state().value(u"process"_s).toInteger(), Title);
+    const auto windows = desktop.view().dialogs(state().value(u"process"_s).toInteger());
+    return windows.isEmpty() ? std::nullopt : std::optional(windows.first());
 }
 
 QPoint ControlsProgram::middleOfRow(int row) const

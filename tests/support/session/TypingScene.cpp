@@ -170,8 +170,8 @@ bool TypingScene::moveTo(const QPoint &place)
 {
     const QJsonArray screens = client->ask(u"screens"_s).fields.value(u"screens"_s).toArray();
     const QJsonObject screen = screens.at(0).toObject();
-    return ask(u"moveTo"_s, {{u"x"_s, (place.x() + 0.5) / screen.value(u"width"_s).toInt()},
-                             {u"y"_s, (place.y() + 0.5) / screen.value(u"height"_s).toInt()}}) &&
+    return ask(u"moveTo"_s, {{u"x"_s, place.x() / (screen.value(u"width"_s).toDouble() - 1)},
+                             {u"y"_s, place.y() / (screen.value(u"height"_s).toDouble() - 1)}}) &&
            waitUntil([&] { return desktop.view().pointer() == place; });
 }
 
@@ -209,9 +209,11 @@ QByteArray TypingScene::drag()
     const double value = controls->sliderValue();
     // What is typed comes after the move, so it shows that the move has been seen.
     if (!moveTo(knob) || !moveTo(controls->middleOfText()) || !ask(u"button"_s, {}) ||
-        !ask(u"text"_s, {{u"text"_s, u"x"_s}}) ||
-        !waitUntil([this] { return controls->text() == "x"_L1; })) {
-        return "the text does not get the keys";
+        !ask(u"text"_s, {{u"text"_s, u"x"_s}})) {
+        return "the server refuses, or the pointer does not move on";
+    }
+    if (!waitUntil([this] { return controls->text() == "x"_L1; })) {
+        return "the text is \"" + controls->text().toUtf8() + '"';
     }
     return controls->sliderValue() == value ? QByteArray() : "the slider is still held";
 }

@@ -60,9 +60,11 @@ public:
     /// \return what was wrong; empty if it is there and stays there when the pointer goes on
     QByteArray drag();
 
+    /// Moves the pointer to that pixel of the desktop; false if it does not get there.
+    bool moveTo(const QPoint &place);
+
 private:
     bool ask(const QString &request, const QJsonObject &fields);
-    bool moveTo(const QPoint &place);
     void reactAt(qsizetype length, std::function<void()> action);
     QByteArray difference(const QString &text) const;
 

@@ -36,6 +36,7 @@ private slots:
 
     void requestsWaitForAPeerThatDoesNotRead();
     void eventsForAPeerThatDoesNotReadDoNotPileUp();
+    void fewRequestsAreServedInARound();
     void aFloodHoldsNobodyUp();
 };
 
@@ -364,6 +365,25 @@ void tst_Session::eventsForAPeerThatDoesNotReadDoNotPileUp()
     }));
     // 4 MiB, what the system takes, and the latest one.
     QVERIFY2(events > 40 && events < 60, qPrintable(QString::number(events)));
+}
+
+void tst_Session::fewRequestsAreServedInARound()
+{
+    SessionClient flooding(path());
+    flooding.greeting();
+    QByteArray flood;
+    for (int i = 0; i < 2'000; ++i) {
+        flood += "{\"id\":1,\"request\":\"scroll\",\"dx\":0,\"dy\":1}\n";
+    }
+    flooding.sendBytes(flood);
+    qsizetype before = 0;
+    qsizetype most = 0;
+    while (before < 2'000) {
+        QCoreApplication::processEvents();
+        most = std::max(most, record.calls.size() - before);
+        before = record.calls.size();
+    }
+    QVERIFY2(most <= 32, qPrintable(QString::number(most)));
 }
 
 void tst_Session::aFloodHoldsNobodyUp()

@@ -6,6 +6,8 @@
 #include "platform/ToolkitClipboard.h"
 #include "platform/linux/clipboard/X11SelectionReader.h"
 
+#include <QTimer>
+
 #include <vector>
 
 namespace platform {
@@ -25,12 +27,17 @@ public:
 
 private:
     void deliver(const std::optional<QString> &text);
+    void setAgain();
 
     ToolkitClipboard ownText;
     X11SelectionReader reader;
     // A request waits for a transfer that begins after it, so it never gets an older text.
     std::vector<TextReceiver> served;
     std::vector<TextReceiver> waiting;
+    // A text that the server has not taken yet.
+    QString refusedText;
+    QTimer nextAttempt;
+    int attemptsLeft = 0;
 };
 
 } // namespace platform

@@ -83,6 +83,14 @@ void X11SelectionReader::start()
     readEventsLater();
 }
 
+xcb_window_t X11SelectionReader::owner()
+{
+    const auto cookie = xcb_get_selection_owner(connection.get(), clipboard);
+    const auto reply = xcbOwned(xcb_get_selection_owner_reply(connection.get(), cookie, nullptr));
+    readEventsLater();
+    return reply ? reply->owner : xcb_window_t{XCB_WINDOW_NONE};
+}
+
 void X11SelectionReader::convert(xcb_atom_t wanted, Step next)
 {
     target = wanted;

@@ -30,6 +30,9 @@ public:
     /// called while a transfer is under way.
     void start();
 
+    /// The window that owns the clipboard at this moment; none without one.
+    xcb_window_t owner();
+
 signals:
     /// The text; none when the clipboard is empty or holds no plain text, when the text is longer
     /// than maximumClipboardText, or when its owner has not given all of it within a second.

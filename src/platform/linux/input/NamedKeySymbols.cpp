@@ -133,7 +133,9 @@ std::uint32_t keysymOf(char32_t character)
         return XKB_KEY_Tab;
     }
     const bool isControl = character < U' ' || (character >= 0x7f && character <= 0x9f);
-    return isControl ? std::uint32_t{XKB_KEY_NoSymbol} : xkb_utf32_to_keysym(character);
+    const bool isSurrogate = character >= 0xd800 && character <= 0xdfff;
+    return isControl || isSurrogate ? std::uint32_t{XKB_KEY_NoSymbol}
+                                    : xkb_utf32_to_keysym(character);
 }
 
 bool isModifier(NamedKey name)

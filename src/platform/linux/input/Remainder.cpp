@@ -20,7 +20,8 @@ void Remainder::add(double amount)
 
 int Remainder::take()
 {
-    const double steps = std::trunc(owed / step);
+    constexpr double inexactness = 1e-6; // Ten times 0.1 is a little less than 1.
+    const double steps = std::trunc(owed / step + std::copysign(inexactness, owed));
     owed -= steps * step;
     return static_cast<int>(steps);
 }

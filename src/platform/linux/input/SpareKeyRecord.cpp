@@ -4,8 +4,8 @@
 #include "platform/linux/input/SpareKeyRecord.h"
 
 #include "platform/linux/input/KeySymbols.h"
+#include "platform/linux/input/XkbCandidates.h"
 #include "platform/linux/input/XkbHandles.h"
-#include "platform/linux/input/XkbSymbolFinder.h"
 #include "platform/linux/x11/XInputDevices.h"
 
 #include <algorithm>
@@ -31,8 +31,13 @@ KeycodeSet unusedKeys(xcb_connection_t *connection, int device)
     const XkbContext context(xkb_context_new(XKB_CONTEXT_NO_FLAGS));
     const XkbKeymap keymap(xkb_x11_keymap_new_from_device(context.get(), connection, device,
                                                           XKB_KEYMAP_COMPILE_NO_FLAGS));
-    return keymap ? XkbSymbolFinder(keymap.get(), XkbKeyFinder(keymap.get())).keysWithoutSymbols()
-                  : KeycodeSet();
+    KeycodeSet unused;
+    if (keymap) {
+        forEachKey(keymap.get(), [&](std::uint8_t keycode) {
+            unused.set(keycode, keysymsOn(keymap.get(), keycode).empty());
+        });
+    }
+    return unused;
 }
 
 KeycodeSet modifierKeys(xcb_connection_t *connection)

@@ -133,7 +133,10 @@ SpareKeys::SpareKey *SpareKeys::oldestFree(std::span<const std::uint32_t> kept,
     for (SpareKey &key : keys) {
         const bool isKept = key.keysym && std::ranges::find(kept, key.keysym) != kept.end();
         const bool isFree = !key.isHeld && !isKept && key.lastUse.readAt <= now;
-        if (isFree && (!oldest || key.order < oldest->order)) {
+        const auto rank = [](const SpareKey &ranked) {
+            return std::pair(ranked.keysym != 0, ranked.order);
+        };
+        if (isFree && (!oldest || rank(key) < rank(*oldest))) {
             oldest = &key;
         }
     }

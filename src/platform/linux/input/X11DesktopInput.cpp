@@ -5,6 +5,7 @@
 
 #include "platform/linux/input/NamedKeySymbols.h"
 
+#include <cmath>
 #include <utility>
 
 namespace platform {
@@ -73,7 +74,8 @@ void X11DesktopInput::moveTo(const Location &position)
     if (link.takeInEvents()) {
         right.clear();
         down.clear();
-        pointer.moveTo(position);
+        // The share of a screen that a client computes may be a hair less than the pixel it means.
+        pointer.moveTo({std::round(position.x), std::round(position.y)});
         link.flush();
     }
 }

@@ -15,9 +15,9 @@ namespace platform {
 namespace {
 
 /// Moves cause no releases, whose answers would show how far the server has come.
-constexpr int flushesPerQuestion = 64;
-/// Beyond that the connection's buffers might fill up, and a write would wait.
-constexpr int mostUnansweredFlushes = 256;
+constexpr int flushesPerQuestion = 8;
+/// The system lets a write wait after some 70 small ones that nobody has read.
+constexpr int mostUnansweredFlushes = 24;
 
 /// An X server drops a connection as soon as it sees its end, with the requests that it has not
 /// read yet: the last releases would be lost, and the keys would stay down.

@@ -360,7 +360,7 @@ void X11Typist::endTurn()
 void X11Typist::learnKeys()
 {
     if (!keyboard.keyMap().finder()) {
-        fail();
+        keyboard.keyMap().markStale(); // It was replaced while it was read.
         return;
     }
     knownEdition = keyboard.keyMap().edition();

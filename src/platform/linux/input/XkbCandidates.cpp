@@ -67,4 +67,21 @@ std::vector<KeyCandidate> candidatesOf(xkb_keymap *keymap, std::uint32_t group, 
     return candidates;
 }
 
+std::set<xkb_keysym_t> keysymsOn(xkb_keymap *keymap, std::uint8_t keycode)
+{
+    std::set<xkb_keysym_t> all;
+    const auto groups = xkb_keymap_num_layouts_for_key(keymap, keycode);
+    for (xkb_layout_index_t group = 0; group < groups; ++group) {
+        const auto levels = xkb_keymap_num_levels_for_key(keymap, keycode, group);
+        for (xkb_level_index_t level = 0; level < levels; ++level) {
+            const xkb_keysym_t *keysyms = nullptr;
+            const int count =
+                xkb_keymap_key_get_syms_by_level(keymap, keycode, group, level, &keysyms);
+            all.insert(keysyms, keysyms + count);
+        }
+    }
+    all.erase(XKB_KEY_NoSymbol);
+    return all;
+}
+
 } // namespace platform

@@ -5,6 +5,7 @@
 
 #include "platform/linux/input/XkbKeyFinder.h"
 
+#include <set>
 #include <vector>
 
 #include <xkbcommon/xkbcommon.h>
@@ -32,5 +33,8 @@ template <typename Action> void forEachKey(xkb_keymap *keymap, Action action)
 /// All that the keys of a layout produce with the `usable` modifiers, or fewer.
 std::vector<KeyCandidate> candidatesOf(xkb_keymap *keymap, std::uint32_t group, ModifierMask usable,
                                        const KeycodeSet &ignored);
+
+/// The keysyms of a key, in all layouts and on all levels.
+std::set<xkb_keysym_t> keysymsOn(xkb_keymap *keymap, std::uint8_t keycode);
 
 } // namespace platform

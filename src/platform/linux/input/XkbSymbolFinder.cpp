@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <set>
 #include <span>
 
 namespace platform {
@@ -105,20 +104,8 @@ XkbSymbolFinder::Group XkbSymbolFinder::makeGroup(xkb_keymap *keymap, const XkbK
 
 void XkbSymbolFinder::learnSymbols(xkb_keymap *keymap, std::uint8_t keycode)
 {
-    std::set<xkb_keysym_t> all;
-    for (xkb_layout_index_t group = 0; group < xkb_keymap_num_layouts_for_key(keymap, keycode);
-         ++group) {
-        for (xkb_level_index_t level = 0;
-             level < xkb_keymap_num_levels_for_key(keymap, keycode, group); ++level) {
-            const xkb_keysym_t *keysyms = nullptr;
-            const int count =
-                xkb_keymap_key_get_syms_by_level(keymap, keycode, group, level, &keysyms);
-            all.insert(keysyms, keysyms + count);
-        }
-    }
-    all.erase(XKB_KEY_NoSymbol);
-    withoutSymbols.set(keycode, all.empty());
-    onlySymbols[keycode] = all.size() == 1 ? *all.begin() : 0;
+    const auto keysyms = keysymsOn(keymap, keycode);
+    onlySymbols[keycode] = keysyms.size() == 1 ? *keysyms.begin() : 0;
 }
 
 } // namespace platform

@@ -31,8 +31,6 @@ public:
 
     /// The only keysym of a key, in all layouts and on all levels; 0 if there are several or none.
     std::uint32_t onlySymbol(std::uint8_t keycode) const { return onlySymbols[keycode]; }
-    /// The keys that have no keysym in any layout.
-    const KeycodeSet &keysWithoutSymbols() const { return withoutSymbols; }
 
 private:
     struct Group
@@ -48,7 +46,6 @@ private:
 
     std::vector<Group> groups; ///< Never empty.
     std::array<std::uint32_t, 256> onlySymbols{};
-    KeycodeSet withoutSymbols;
 };
 
 } // namespace platform

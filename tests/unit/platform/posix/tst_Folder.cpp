@@ -460,6 +460,9 @@ void tst_Folder::listsContinueAfterAName()
     for (const char *file : {"a", "b", "c", "d"}) {
         QVERIFY(Folders::write(path(u"in/"_s + QString::fromUtf8(file)), "1"));
     }
+    // What is no plain file takes no place.
+    QVERIFY(QDir().mkdir(path(u"in/0"_s)));
+    QVERIFY(QFile::link(u"a"_s, path(u"in/e"_s)));
     const auto folder = opened();
     bool more = false;
     QCOMPARE(namesOf(listed(*folder, {}, 3, &more)), QByteArrayList({"a", "b", "c"}));

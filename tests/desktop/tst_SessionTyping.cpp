@@ -1,0 +1,136 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+// Texts from the session socket, as they arrive in programs of other makers.
+
+#include "support/session/TypingScene.h"
+
+#include <QTest>
+
+#include <algorithm>
+
+using Hindrance = TypingScene::Hindrance;
+using Kind = ControlsProgram::Kind;
+Q_DECLARE_METATYPE(TypingScene::Hindrance)
+Q_DECLARE_METATYPE(ControlsProgram::Kind)
+
+namespace {
+
+constexpr quint32 Seed = 20261122;
+
+/// How many characters each program gets: VORNA_CHARACTERS, or few. A terminal does not say when it
+/// has read, so the server waits for it a second each time that it has used up the spare keys.
+int charactersFor(Kind kind)
+{
+    const int all = std::max(qEnvironmentVariableIntValue("VORNA_CHARACTERS"), 400);
+    return kind == Kind::Terminal ? all / 10 : all;
+}
+
+} // namespace
+
+class tst_SessionTyping : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void init();
+
+    void everyCharacterArrives_data();
+    void everyCharacterArrives();
+    void layoutsCanBeSwitchedHalfway_data();
+    void layoutsCanBeSwitchedHalfway();
+    void layoutsCanBeReplacedHalfway_data();
+    void layoutsCanBeReplacedHalfway();
+
+private:
+    std::unique_ptr<TypingScene> typing;
+};
+
+void tst_SessionTyping::initTestCase()
+{
+    qInfo("The seed is %u.", Seed);
+    typing = std::make_unique<TypingScene>();
+    QVERIFY(typing->start());
+}
+
+void tst_SessionTyping::cleanupTestCase()
+{
+    QCOMPARE(typing->scene().problemAtEnd(), QByteArray());
+}
+
+void tst_SessionTyping::init()
+{
+    QVERIFY(typing->useLayout(u"us"_s));
+}
+
+void tst_SessionTyping::everyCharacterArrives_data()
+{
+    QTest::addColumn<Kind>("kind");
+    QTest::addColumn<QString>("layout");
+    QTest::addColumn<Hindrance>("hindrance");
+    for (const auto &[name, kind] : TypingScene::programs()) {
+        for (const char *layout : {"us", "de", "fr", "ru"}) {
+            QTest::addRow("%s, %s", name.constData(), layout)
+                << kind << QString::fromLatin1(layout) << Hindrance::None;
+        }
+        QTest::addRow("%s, Caps Lock", name.constData()) << kind << u"de"_s << Hindrance::CapsLock;
+        QTest::addRow("%s, Shift held", name.constData())
+            << kind << u"fr"_s << Hindrance::HeldShift;
+    }
+}
+
+void tst_SessionTyping::everyCharacterArrives()
+{
+    QFETCH(Kind, kind);
+    QFETCH(QString, layout);
+    QFETCH(Hindrance, hindrance);
+    QVERIFY(typing->useLayout(layout));
+    QVERIFY(typing->open(kind));
+    const QString text = RandomText(Seed).mixed(charactersFor(kind), TypingScene::keyCaps(layout),
+                                                TypingScene::isTaken);
+    QCOMPARE(typing->type(text, hindrance), QByteArray());
+}
+
+void tst_SessionTyping::layoutsCanBeSwitchedHalfway_data()
+{
+    QTest::addColumn<Kind>("kind");
+    QTest::addColumn<QString>("layouts");
+    for (const auto &[name, kind] : TypingScene::programs()) {
+        QTest::addRow("%s, to another alphabet", name.constData()) << kind << u"us,ru"_s;
+        QTest::addRow("%s, to the same letters elsewhere", name.constData()) << kind << u"de,fr"_s;
+    }
+}
+
+void tst_SessionTyping::layoutsCanBeSwitchedHalfway()
+{
+    QFETCH(Kind, kind);
+    QFETCH(QString, layouts);
+    QVERIFY(typing->useLayout(layouts));
+    QVERIFY(typing->open(kind));
+    const QString text = RandomText(Seed).ofKeyCaps(4000, TypingScene::keyCaps(layouts));
+    QCOMPARE(typing->type(text, Hindrance::None, [this] { typing->switchToLayout(1); }),
+             QByteArray());
+    typing->switchToLayout(0);
+}
+
+void tst_SessionTyping::layoutsCanBeReplacedHalfway_data()
+{
+    QTest::addColumn<Kind>("kind");
+    for (const auto &[name, kind] : TypingScene::programs()) {
+        QTest::newRow(name.constData()) << kind;
+    }
+}
+
+void tst_SessionTyping::layoutsCanBeReplacedHalfway()
+{
+    QFETCH(Kind, kind);
+    QVERIFY(typing->open(kind));
+    const QString text = RandomText(Seed).ofKeyCaps(4000, TypingScene::keyCaps(u"us"_s));
+    QCOMPARE(typing->type(text, Hindrance::None, [this] { typing->useLayout(u"fr"_s); }),
+             QByteArray());
+}
+
+QTEST_GUILESS_MAIN(tst_SessionTyping)
+#include "tst_SessionTyping.moc"
