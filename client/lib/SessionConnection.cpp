@@ -28,7 +28,7 @@ constexpr std::chrono::milliseconds timeToDecide = 120s;
 QStringList textsIn(const QJsonArray &array)
 {
     QStringList texts;
-    for (const QJsonValue &value : array) {
+    for (const auto &value : array) {
         texts += value.toString();
     }
     return texts;

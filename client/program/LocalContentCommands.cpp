@@ -53,7 +53,7 @@ QString asLine(const QJsonObject &screen)
 QRect wholeDesktop(const QJsonArray &screens)
 {
     QRect all;
-    for (const QJsonValue &screen : screens) {
+    for (const auto &screen : screens) {
         all |= placeOf(screen.toObject());
     }
     return all;
@@ -80,7 +80,7 @@ void show(const SessionGreeting &greeting, const QJsonArray &screens)
                                       .arg(all.height())
                                       .arg(greeting.server, greeting.version)
                                       .arg(greeting.port)));
-    for (const QJsonValue &screen : screens) {
+    for (const auto &screen : screens) {
         Terminal::printLine(asLine(screen.toObject()));
     }
 }
@@ -93,7 +93,7 @@ ExitCode listApplications(LocalSession &session, const Arguments &arguments)
     if (code == ExitCode::Done && arguments.wantsJson) {
         JsonOutput::print(names);
     } else if (code == ExitCode::Done) {
-        for (const QJsonValue &name : names) {
+        for (const auto &name : names) {
             Terminal::printLine(printable(name.toString()));
         }
     }
@@ -193,7 +193,7 @@ void showEvent(const Arguments &arguments, const QJsonObject &event)
     }
     QStringList parts = {printable(event.value("event"_L1).toString())};
     const QJsonArray screens = event.value("screens"_L1).toArray();
-    for (const QJsonValue &screen : screens) {
+    for (const auto &screen : screens) {
         parts += asLine(screen.toObject());
     }
     Terminal::printLine(parts.join(u'\t'));

@@ -135,7 +135,7 @@ QString asLine(const QJsonObject &file)
 /// Shows one page of the list; the last name is where the next one begins.
 QString showPage(const Arguments &arguments, const QJsonArray &files, QJsonArray &all)
 {
-    for (const QJsonValue &file : files) {
+    for (const auto &file : files) {
         if (arguments.wantsJson) {
             all.append(asJson(file.toObject()));
         } else {

@@ -91,6 +91,7 @@ std::vector<SessionMessage> scrolling(const Notches &notches)
         return static_cast<int>(upTo(index + 1) - upTo(index));
     };
     std::vector<SessionMessage> messages;
+    messages.reserve(static_cast<size_t>(count));
     for (int index = 0; index < count; ++index) {
         messages.push_back(
             SessionMessage::scroll(share(notches.right, index), share(notches.down, index)));

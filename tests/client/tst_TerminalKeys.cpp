@@ -167,9 +167,7 @@ void tst_TerminalKeys::aPasteIsWaitedFor()
 
 void tst_TerminalKeys::anyBytesEnd()
 {
-    const QByteArray seconds("\0\n\x1b;AMu~\x7f\x80\xc3\xff"
-                             "0",
-                             13);
+    const QByteArray seconds("\x1b;Mu~\xc3");
     for (int first = 0; first < 256; ++first) {
         for (const char second : seconds) {
             for (const char *before : {"", "\x1b", "\x1b[", "\x1b[<", "\x1b[1;"}) {

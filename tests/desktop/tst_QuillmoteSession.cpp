@@ -295,7 +295,7 @@ void tst_QuillmoteSession::filesArriveAsTheyAre()
     QVERIFY(Folders::fileBytes(downloads() + u"/a b \u20ac (2).txt"_s) == content);
     const Run listed = run({u"get"_s, u"--json"_s});
     QStringList names;
-    for (const QJsonValue &file : QJsonDocument::fromJson(listed.output).array()) {
+    for (const auto &file : QJsonDocument::fromJson(listed.output).array()) {
         names += file[u"name"_s].toString();
     }
     QCOMPARE(names, (QStringList{u"a b \u20ac (2).txt"_s, u"a b \u20ac.txt"_s, u"empty.txt"_s}));
