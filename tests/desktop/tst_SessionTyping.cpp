@@ -5,6 +5,7 @@
 
 #include "support/session/TypingScene.h"
 
+#include <QElapsedTimer>
 #include <QTest>
 
 #include <algorithm>
@@ -39,6 +40,8 @@ private slots:
 
     void everyCharacterArrives_data();
     void everyCharacterArrives();
+    void programsThatAnswerAreNotWaitedFor_data();
+    void programsThatAnswerAreNotWaitedFor();
     void layoutsCanBeSwitchedHalfway_data();
     void layoutsCanBeSwitchedHalfway();
     void layoutsCanBeReplacedHalfway_data();
@@ -91,6 +94,31 @@ void tst_SessionTyping::everyCharacterArrives()
     const QString text = RandomText(Seed).mixed(charactersFor(kind), TypingScene::keyCaps(layout),
                                                 TypingScene::isTaken);
     QCOMPARE(typing->type(text, hindrance), QByteArray());
+}
+
+void tst_SessionTyping::programsThatAnswerAreNotWaitedFor_data()
+{
+    QTest::addColumn<Kind>("kind");
+    for (const auto &[name, kind] : TypingScene::programs()) {
+        if (kind != Kind::Terminal) {
+            QTest::newRow(name.constData()) << kind;
+        }
+    }
+}
+
+/// With a second for each time that the spare keys are used up it would take a quarter of a minute.
+void tst_SessionTyping::programsThatAnswerAreNotWaitedFor()
+{
+    QFETCH(Kind, kind);
+    QVERIFY(typing->open(kind));
+    QString text;
+    for (char16_t number = 0; number < 300; ++number) {
+        text += QChar(static_cast<char16_t>(u'一' + number));
+    }
+    QElapsedTimer time;
+    time.start();
+    QCOMPARE(typing->type(text), QByteArray());
+    QVERIFY2(time.elapsed() < 8'000, QByteArray::number(time.elapsed()).constData());
 }
 
 void tst_SessionTyping::layoutsCanBeSwitchedHalfway_data()

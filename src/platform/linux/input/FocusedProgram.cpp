@@ -20,7 +20,10 @@ void FocusedProgram::listen(bool isWanted)
         return;
     }
     isListening = isWanted;
-    const std::uint32_t mask = isWanted ? XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY : 0;
+    // By the standard programs send the answer to those who watch the root window's children. Those
+    // of Qt send it to those who watch the root window itself.
+    const std::uint32_t mask =
+        isWanted ? XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_STRUCTURE_NOTIFY : 0;
     xcb_change_window_attributes(connection.get(), connection.root(), XCB_CW_EVENT_MASK, &mask);
     focused = XCB_NONE; // Its number may be another window's by now.
     answering = XCB_NONE;
