@@ -44,7 +44,7 @@ public:
     QString downloads() const { return folder.path(); }
     int openDescriptors() const { return server.openDescriptors(); }
 
-    /// Prints what was measured and how the handheld fared.
+    /// Prints what was measured and how the handheld fared. The growth is in MiB.
     void report(const QString &attack, const QString &promised, const QString &measured,
                 bool hasHeld, int allowedGrowth = 24)
     {
@@ -205,9 +205,10 @@ void flood(const QString &what, const QByteArray &bytes, bool isRead)
         one.join();
     }
     peers.clear();
-    target.report(
-        u"eight sessions that flood %1 for %2 s"_s.arg(what).arg(seconds), u"others are served"_s,
-        u"%1 MiB/s taken"_s.arg(double(sent) / double(Mebibyte) / seconds, 0, 'f', 1), true);
+    target.report(u"eight sessions that flood %1 for %2 s"_s.arg(what).arg(seconds),
+                  u"others are served"_s,
+                  u"%1 MiB/s taken"_s.arg(double(sent) / double(Mebibyte) / seconds, 0, 'f', 1),
+                  true, isRead ? 24 : 24 + Sessions * 4);
 }
 
 void floods()
