@@ -19,11 +19,20 @@ namespace {
 
 constexpr quint32 Seed = 20261122;
 
+constexpr int FewCharacters = 120;
+
+/// Whether each program gets so many that the window manager, which reads its keys anew at each
+/// change of the map, needs minutes for it. Then each has a desktop of its own.
+bool isAtLength()
+{
+    return qEnvironmentVariableIntValue("VORNA_CHARACTERS") > FewCharacters;
+}
+
 /// How many characters each program gets: VORNA_CHARACTERS, or few. A terminal does not say when it
 /// has read, so the server waits for it a second each time that it has used up the spare keys.
 int charactersFor(Kind kind)
 {
-    const int all = std::max(qEnvironmentVariableIntValue("VORNA_CHARACTERS"), 400);
+    const int all = std::max(qEnvironmentVariableIntValue("VORNA_CHARACTERS"), FewCharacters);
     return kind == Kind::Terminal ? all / 10 : all;
 }
 
@@ -48,12 +57,20 @@ private slots:
     void layoutsCanBeReplacedHalfway();
 
 private:
+    void startAnew();
+
     std::unique_ptr<TypingScene> typing;
 };
 
 void tst_SessionTyping::initTestCase()
 {
     qInfo("The seed is %u.", Seed);
+    startAnew();
+}
+
+void tst_SessionTyping::startAnew()
+{
+    typing.reset();
     typing = std::make_unique<TypingScene>();
     QVERIFY(typing->start());
 }
@@ -65,6 +82,9 @@ void tst_SessionTyping::cleanupTestCase()
 
 void tst_SessionTyping::init()
 {
+    if (isAtLength()) {
+        startAnew();
+    }
     QVERIFY(typing->useLayout(u"us"_s));
 }
 
@@ -106,19 +126,19 @@ void tst_SessionTyping::programsThatAnswerAreNotWaitedFor_data()
     }
 }
 
-/// With a second for each time that the spare keys are used up it would take a quarter of a minute.
+/// With a second for each time that the spare keys are used up it would take at least five.
 void tst_SessionTyping::programsThatAnswerAreNotWaitedFor()
 {
     QFETCH(Kind, kind);
     QVERIFY(typing->open(kind));
     QString text;
-    for (char16_t number = 0; number < 300; ++number) {
+    for (char16_t number = 0; number < 100; ++number) {
         text += QChar(static_cast<char16_t>(u'一' + number));
     }
     QElapsedTimer time;
     time.start();
     QCOMPARE(typing->type(text), QByteArray());
-    QVERIFY2(time.elapsed() < 8'000, QByteArray::number(time.elapsed()).constData());
+    QVERIFY2(time.elapsed() < 4'000, QByteArray::number(time.elapsed()).constData());
 }
 
 void tst_SessionTyping::layoutsCanBeSwitchedHalfway_data()

@@ -11,6 +11,9 @@
 
 namespace {
 
+/// The window manager may be busy with an earlier text's changes of the key map.
+constexpr std::chrono::milliseconds WindowLimit{90'000};
+
 QString fixture(const char *name)
 {
     return QDir(QStringLiteral(CONTROLS_FIXTURES)).filePath(QLatin1StringView(name));
@@ -54,10 +57,12 @@ ControlsProgram::ControlsProgram(Kind kind, const DesktopSession &session) : des
 
 bool ControlsProgram::isReady() const
 {
-    return waitUntil([this] {
-        const auto seen = window();
-        return seen && desktop.view().activeWindow() == seen->id;
-    });
+    return waitUntil(
+        [this] {
+            const auto seen = window();
+            return seen && desktop.view().activeWindow() == seen->id;
+        },
+        WindowLimit);
 }
 
 QJsonObject ControlsProgram::state() const
