@@ -10,6 +10,7 @@
 #include <QJsonObject>
 
 #include <cstring>
+#include <optional>
 #include <utility>
 
 #include <poll.h>
@@ -42,6 +43,15 @@ public:
     SessionPeer &operator=(const SessionPeer &) = delete;
     SessionPeer &operator=(SessionPeer &&) = delete;
 
+    /// A peer of whoever listens there, or soon will. A socket has its file before it listens.
+    static SessionPeer soon(const QString &path)
+    {
+        std::optional<SessionPeer> peer;
+        ServerBench::require(waitUntil([&] { return peer.emplace(path).isConnected(); }),
+                             "a socket that listens");
+        return *std::move(peer);
+    }
+
     /// The server's socket on the desktop of a bench.
     static QString pathOf(const DesktopSession &session)
     {
@@ -72,6 +82,9 @@ public:
     {
         qsizetype end = received.indexOf('\n');
         while (end < 0) {
+            if (!isConnected()) {
+                return {}; // Nothing would ever come, and poll() would wait for it.
+            }
             pollfd waiting{descriptor, POLLIN, 0};
             char bytes[65536];
             if (::poll(&waiting, 1, static_cast<int>(limit.count())) != 1) {

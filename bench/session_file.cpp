@@ -78,8 +78,7 @@ double intoSocat(const DesktopSession &session, const QString &path, qint64 piec
     ChildProcess socat;
     socat.start(u"socat"_s, {u"-u"_s, u"-b"_s, u"65536"_s, u"UNIX-LISTEN:"_s + socketPath,
                              u"OPEN:%1,creat,append"_s.arg(path)});
-    ServerBench::require(waitUntil([&] { return QFile::exists(socketPath); }), "start of socat");
-    SessionPeer sender(socketPath);
+    SessionPeer sender = SessionPeer::soon(socketPath);
     const auto start = steady_clock::now();
     for (qint64 i = 0; i < pieces; ++i) {
         ServerBench::require(sender.send(piece(i)), "sending to socat");
@@ -104,7 +103,7 @@ void compare(const QStringList &arguments)
 
     ServerBench bench(folder.path());
     bench.start();
-    SessionPeer session(SessionPeer::pathOf(bench.session()));
+    SessionPeer session = SessionPeer::soon(SessionPeer::pathOf(bench.session()));
     ServerBench::require(!session.message().isEmpty(), "a session");
     ServerBench::require(ProcessMemory::forgetPeak(bench.processId()), "the peak of memory");
     const qint64 before = ProcessMemory::resident(bench.processId());

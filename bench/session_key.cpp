@@ -51,8 +51,8 @@ void compare(const QStringList &arguments)
     floorProcess.start(arguments.value(1), {floorPath});
     ServerBench::require(floorProcess.waitForReadyRead(), "start of the bare program");
 
-    SessionPeer server(SessionPeer::pathOf(bench.session()));
-    SessionPeer floor(floorPath);
+    SessionPeer server = SessionPeer::soon(SessionPeer::pathOf(bench.session()));
+    SessionPeer floor = SessionPeer::soon(floorPath);
     ServerBench::require(!server.message().isEmpty() && floor.isConnected(), "the sockets");
     KeyObserver observer(bench.session().display());
     const int keys = arguments.value(2).toInt();

@@ -93,8 +93,8 @@ void compare(const QStringList &arguments)
     floorProcess.setProcessEnvironment(bench.session().environment());
     floorProcess.start(arguments.value(1), {floorPath});
     ServerBench::require(floorProcess.waitForReadyRead(), "start of the bare program");
-    SessionPeer session(SessionPeer::pathOf(bench.session()));
-    SessionPeer floor(floorPath);
+    SessionPeer session = SessionPeer::soon(SessionPeer::pathOf(bench.session()));
+    SessionPeer floor = SessionPeer::soon(floorPath);
     ServerBench::require(!session.message().isEmpty() && floor.isConnected(), "the sockets");
 
     const QByteArray right = R"({"id":1,"request":"move","dx":1,"dy":0})"

@@ -51,7 +51,9 @@ public:
     qintptr descriptor() const { return number; }
     /// Takes what has arrived; nothing now is 0.
     /// \return none if the other end has ended its sending, or the stream is broken
-    std::optional<qsizetype> receive(std::span<char> room) const;
+    std::optional<qsizetype> receive(std::span<char> room) const { return receive({}, room); }
+    /// The same into two places, of which the first is filled first.
+    std::optional<qsizetype> receive(std::span<char> first, std::span<char> second) const;
     /// Hands over as many of the bytes as the system takes, perhaps none.
     /// \return none if the other end is gone
     std::optional<qsizetype> send(std::span<const char> bytes) const;

@@ -26,6 +26,9 @@ constexpr qsizetype mostReadAhead = 64 * 1024;
 constexpr int mostInTurn = 16;
 constexpr auto turn = 2ms;
 
+/// How often a session reads before others have their turn.
+constexpr int mostReads = 8;
+
 constexpr auto lookForEnd = 1s;
 
 } // namespace
@@ -36,8 +39,7 @@ Session::Session(std::unique_ptr<platform::LocalStream> opened, SessionCommons &
 {
     requests = std::make_unique<SessionRequests>(
         commons, stream.peerProgram(), [this](const QJsonObject &event) { sendEvent(event); });
-    connect(&stream, &SessionStream::received, this, &Session::take);
-    connect(&stream, &SessionStream::ended, this, &Session::notice);
+    connect(&stream, &SessionStream::arrived, this, &Session::take);
     connect(&stream, &SessionStream::sent, this, [this] {
         sendLateEvents();
         goOn();
@@ -68,10 +70,28 @@ void Session::finish()
     emit over();
 }
 
-void Session::take(std::span<const char> bytes)
+/// A body that comes as fast as it is read needs no round of the event loop for each piece.
+void Session::take()
 {
-    frames.add(bytes);
-    goOn();
+    for (int count = 0; count < mostReads && takeSome(); ++count) {
+    }
+}
+
+/// Returns whether to read on: something has come, and there is nothing to serve before more has.
+bool Session::takeSome()
+{
+    const std::optional<SessionStream::Received> received = stream.read(frames.place());
+    frames.placed(received ? received->placed : 0);
+    if (!received) {
+        notice();
+        return false;
+    }
+    frames.add(received->others);
+    if (!frames.isWithinBody()) {
+        goOn();
+        return false;
+    }
+    return !received->isNothing();
 }
 
 /// The peer has ended its sending, or may have gone. What it has sent is still served, but it

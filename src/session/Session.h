@@ -15,7 +15,6 @@
 
 #include <memory>
 #include <optional>
-#include <span>
 
 namespace platform {
 class LocalStream;
@@ -58,7 +57,8 @@ private:
     static Incoming withFault(const QJsonValue &id, const QString &error, const QString &message);
     static void readHead(Incoming &incoming, const QJsonObject &fields);
 
-    void take(std::span<const char> bytes);
+    void take();
+    bool takeSome();
     void notice();
     void goOn();
     bool serveSome();

@@ -4,7 +4,8 @@
 #include "session/SessionClipboard.h"
 
 #include "platform/Clipboard.h"
-#include "session/RequestFields.h"
+#include "session/SessionFields.h"
+#include "session/SessionJson.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -21,11 +22,6 @@ constexpr qint64 longestPiece = 1024 * 1024;
 SessionReply failure(const QString &error, const char *sentence)
 {
     return SessionReply::refused(error, QCoreApplication::translate("Session", sentence));
-}
-
-SessionReply badRequest(const char *sentence)
-{
-    return failure(u"bad-request"_s, sentence);
 }
 
 SessionReply notUnicode()
@@ -69,13 +65,16 @@ SessionClipboard::~SessionClipboard() = default;
 
 void SessionClipboard::set(const SessionRequest &request, const SessionAnswer &answer)
 {
-    const auto more = RequestFields::yesOrNo(request.fields, u"more"_s, false);
-    const bool hasText = request.fields.contains(u"text"_s);
-    if (!more || hasText == request.body.has_value() || (hasText && *more)) {
-        answer(
-            badRequest(QT_TRANSLATE_NOOP("Session", "Either \"text\", or a body and \"more\".")));
+    SessionFields fields(request.fields);
+    const bool hasMore = fields.yesOrNo("more"_L1, false);
+    const bool hasText = fields.has("text"_L1);
+    if (hasText == request.body.has_value() || (hasText && hasMore)) {
+        fields.refuse(u"Either \"text\" is needed, or a body and \"more\"."_s);
+    }
+    if (!fields.isGood()) {
+        answer(fields.reply());
     } else {
-        answer(hasText ? setWhole(request) : addPiece(*request.body, *more));
+        answer(hasText ? setWhole(request) : addPiece(*request.body, hasMore));
     }
 }
 
@@ -83,9 +82,9 @@ SessionReply SessionClipboard::setWhole(const SessionRequest &request)
 {
     const QJsonValue text = request.fields.value(u"text"_s);
     if (!text.isString()) {
-        return badRequest(QT_TRANSLATE_NOOP("Session", "\"text\" must be a text."));
+        return failure(u"bad-request"_s, QT_TRANSLATE_NOOP("Session", "\"text\" must be a text."));
     }
-    if (!RequestFields::utf8(text)) {
+    if (!SessionJson::isUnicode(text.toString())) {
         return notUnicode();
     }
     clipboard.setText(text.toString());
@@ -125,7 +124,7 @@ SessionReply SessionClipboard::append(const QByteArray &piece)
 
 SessionReply SessionClipboard::setReceived()
 {
-    const auto text = RequestFields::textOf(std::exchange(received, {}));
+    const auto text = SessionJson::textOf(std::exchange(received, {}));
     receivedShare.resize(0);
     if (!text) {
         return notUnicode();
@@ -136,16 +135,16 @@ SessionReply SessionClipboard::setReceived()
 
 void SessionClipboard::get(const SessionRequest &request, const SessionAnswer &answer)
 {
-    const auto offset =
-        RequestFields::wholeNumber(request.fields, u"offset"_s, 0, 0, RequestFields::largestNumber);
-    if (!offset) {
-        answer(badRequest(QT_TRANSLATE_NOOP("Session", "\"offset\" must be a number of bytes.")));
+    SessionFields fields(request.fields);
+    const qint64 offset = fields.whole("offset"_L1, 0, SessionJson::largestNumber, 0);
+    if (!fields.isGood()) {
+        answer(fields.reply());
     } else if (!clipboard.isReadable()) {
         answer(unsupported());
-    } else if (*offset == 0) {
+    } else if (offset == 0) {
         fetch(answer);
     } else {
-        answer(pieceFrom(*offset));
+        answer(pieceFrom(offset));
     }
 }
 
@@ -192,9 +191,10 @@ SessionReply SessionClipboard::pieceFrom(qint64 offset)
 
 void SessionClipboard::watch(const SessionRequest &request, const SessionAnswer &answer)
 {
-    const auto on = RequestFields::yesOrNo(request.fields, u"on"_s, true);
-    if (!on) {
-        answer(badRequest(QT_TRANSLATE_NOOP("Session", "\"on\" must be true or false.")));
+    SessionFields fields(request.fields);
+    const bool isOn = fields.yesOrNo("on"_L1, true);
+    if (!fields.isGood()) {
+        answer(fields.reply());
         return;
     }
     if (!clipboard.isWatchable()) {
@@ -202,7 +202,7 @@ void SessionClipboard::watch(const SessionRequest &request, const SessionAnswer 
         return;
     }
     listener.reset();
-    if (*on) {
+    if (isOn) {
         listener = std::make_unique<SharedWatch::Listener>(changes, [this] {
             sendEvent({{u"event"_s, u"clipboard"_s}});
         });

@@ -4,12 +4,14 @@
 #pragma once
 
 #include "platform/Clipboard.h"
+#include "platform/DesktopInput.h"
 #include "platform/Screens.h"
 #include "session/SessionClipboard.h"
 #include "session/SessionFiles.h"
 #include "session/SessionServices.h"
 #include "session/SessionTurns.h"
 #include "session/SharedAmount.h"
+#include "session/SharedHolds.h"
 #include "session/SharedWatch.h"
 
 #include <functional>
@@ -26,6 +28,8 @@ struct SessionCommons
     SessionTurns turns;
     SharedAmount texts{SessionClipboard::textsOfAllSessions};
     SharedAmount transfers{SessionFiles::transfersOfAllSessions};
+    SharedHolds<platform::Key> keys;
+    SharedHolds<platform::PointerButton> buttons;
     SharedWatch clipboardChanges{
         [this](std::function<void()> changed) { services.clipboard.watch(std::move(changed)); }};
     SharedWatch screenChanges{

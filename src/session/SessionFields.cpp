@@ -74,6 +74,15 @@ qint64 SessionFields::whole(QLatin1StringView name, qint64 least, qint64 most,
     return static_cast<qint64>(found);
 }
 
+bool SessionFields::yesOrNo(QLatin1StringView name, bool absent)
+{
+    const QJsonValue value = fields.value(name);
+    if (has(name) && !value.isBool()) {
+        refuse(u"\"%1\" must be true or false."_s.arg(name));
+    }
+    return value.toBool(absent);
+}
+
 QStringList SessionFields::texts(QLatin1StringView name)
 {
     QStringList found;

@@ -29,6 +29,8 @@ public:
     /// A whole number; the default if there is none and there is a default.
     qint64 whole(QLatin1StringView name, qint64 least, qint64 most,
                  std::optional<qint64> absent = std::nullopt);
+    /// Whether it is true; the default if there is none.
+    bool yesOrNo(QLatin1StringView name, bool absent);
     /// A list of texts; empty by default.
     QStringList texts(QLatin1StringView name);
 

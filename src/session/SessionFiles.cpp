@@ -3,7 +3,9 @@
 
 #include "session/SessionFiles.h"
 
-#include "session/RequestFields.h"
+#include "session/SessionFields.h"
+#include "session/SessionFrames.h"
+#include "session/SessionJson.h"
 
 #include <QCoreApplication>
 #include <QJsonArray>
@@ -27,13 +29,6 @@ SessionReply badRequest(const char *sentence)
     return failure(u"bad-request"_s, sentence);
 }
 
-SessionReply badName()
-{
-    return badRequest(QT_TRANSLATE_NOOP("Session", "\"name\" must be the name of a file, without "
-                                                   "a folder and control characters, and not one "
-                                                   "of the server's own."));
-}
-
 SessionReply noTransfer()
 {
     return failure(u"not-found"_s, QT_TRANSLATE_NOOP("Session", "There is no such transfer."));
@@ -50,16 +45,26 @@ SessionReply failed(const QString &reason)
     return SessionReply::refused(u"failed"_s, reason);
 }
 
-/// Nothing if the field is no file's name.
-std::optional<QByteArray> fileName(const SessionRequest &request)
+QByteArray nameIn(SessionFields &fields)
 {
-    const auto name = RequestFields::utf8(request.fields.value(u"name"_s));
-    return name && Folder::isName(*name) ? name : std::nullopt;
+    const QByteArray name = fields.text("name"_L1, 0, SessionFrames::longest).toUtf8();
+    if (!Folder::isName(name)) {
+        fields.refuse(QCoreApplication::translate(
+            "Session", "\"name\" must be the name of a file, without a folder and control "
+                       "characters, and not one of the server's own."));
+    }
+    return name;
+}
+
+/// The number of a transfer.
+qint64 numberIn(SessionFields &fields)
+{
+    return fields.whole("file"_L1, 0, SessionJson::largestNumber);
 }
 
 QString textOf(const QByteArray &name)
 {
-    return RequestFields::textOf(name).value_or(QString());
+    return SessionJson::textOf(name).value_or(QString());
 }
 
 QJsonObject describe(const Folder::Entry &file)
@@ -123,17 +128,14 @@ void SessionFiles::put(const SessionRequest &request, const SessionAnswer &answe
 
 SessionReply SessionFiles::begin(const SessionRequest &request)
 {
-    const auto name = fileName(request);
-    const auto size = RequestFields::wholeNumber(request.fields, u"size"_s);
-    const auto mustOpen = RequestFields::yesOrNo(request.fields, u"open"_s, false);
-    if (!name) {
-        return badName();
+    SessionFields fields(request.fields);
+    const QByteArray name = nameIn(fields);
+    const qint64 size = fields.whole("size"_L1, 0, SessionJson::largestNumber);
+    const bool mustOpen = fields.yesOrNo("open"_L1, false);
+    if (request.body) {
+        fields.refuse(QCoreApplication::translate("Session", "A transfer begins without a body."));
     }
-    if (!size || !mustOpen || request.body) {
-        return badRequest(QT_TRANSLATE_NOOP("Session", "A transfer begins with \"name\", \"size\" "
-                                                       "and \"open\", without a body."));
-    }
-    return beginTransfer(*name, *size, *mustOpen);
+    return fields.isGood() ? beginTransfer(name, size, mustOpen) : fields.reply();
 }
 
 SessionReply SessionFiles::beginTransfer(const QByteArray &name, qint64 size, bool mustOpen)
@@ -164,12 +166,15 @@ SessionReply SessionFiles::beginTransfer(const QByteArray &name, qint64 size, bo
 
 SessionReply SessionFiles::append(const SessionRequest &request)
 {
-    const auto number = RequestFields::wholeNumber(request.fields, u"file"_s);
-    if (!number || !request.body) {
-        return badRequest(QT_TRANSLATE_NOOP("Session", "A piece of a file has \"file\", the number "
-                                                       "of its transfer, and a body."));
+    SessionFields fields(request.fields);
+    const qint64 number = numberIn(fields);
+    if (!request.body) {
+        fields.refuse(QCoreApplication::translate("Session", "A piece of a file has a body."));
     }
-    const auto found = transfers.find(*number);
+    if (!fields.isGood()) {
+        return fields.reply();
+    }
+    const auto found = transfers.find(number);
     return found == transfers.end() ? noTransfer() : appendTo(found, *request.body);
 }
 
@@ -214,21 +219,23 @@ SessionReply SessionFiles::complete(Transfer &transfer)
 
 void SessionFiles::cancel(const SessionRequest &request, const SessionAnswer &answer)
 {
-    const auto number = RequestFields::wholeNumber(request.fields, u"file"_s);
-    if (!number) {
-        answer(
-            badRequest(QT_TRANSLATE_NOOP("Session", "\"file\" must be the number of a transfer.")));
+    SessionFields fields(request.fields);
+    const qint64 number = numberIn(fields);
+    if (!fields.isGood()) {
+        answer(fields.reply());
     } else {
-        answer(transfers.erase(*number) == 1 ? SessionReply::done() : noTransfer());
+        answer(transfers.erase(number) == 1 ? SessionReply::done() : noTransfer());
     }
 }
 
 void SessionFiles::list(const SessionRequest &request, const SessionAnswer &answer)
 {
-    const QJsonValue given = request.fields.value(u"after"_s);
-    const auto after = given.isUndefined() ? QByteArray() : RequestFields::utf8(given);
-    if (!after) {
-        answer(badRequest(QT_TRANSLATE_NOOP("Session", "\"after\" must be the name of a file.")));
+    SessionFields fields(request.fields);
+    const QByteArray after = fields.has("after"_L1)
+                                 ? fields.text("after"_L1, 0, SessionFrames::longest).toUtf8()
+                                 : QByteArray();
+    if (!fields.isGood()) {
+        answer(fields.reply());
         return;
     }
     auto listing = std::make_shared<Listing>(Listing{services.descriptor(), {}, answer});
@@ -236,7 +243,7 @@ void SessionFiles::list(const SessionRequest &request, const SessionAnswer &answ
     const auto folder = listing->permission ? openFolder(problem) : nullptr;
     if (folder) {
         QString reason;
-        listing->listing = folder->list(*after, longestList, reason);
+        listing->listing = folder->list(after, longestList, reason);
         problem = failed(reason);
     }
     if (listing->listing) {
@@ -264,17 +271,12 @@ void SessionFiles::get(const SessionRequest &request, const SessionAnswer &answe
 
 SessionReply SessionFiles::read(const SessionRequest &request)
 {
-    const auto name = fileName(request);
-    const auto offset =
-        RequestFields::wholeNumber(request.fields, u"offset"_s, 0, 0, RequestFields::largestNumber);
-    const auto length =
-        RequestFields::wholeNumber(request.fields, u"length"_s, longestPiece, 0, longestPiece);
-    if (!name) {
-        return badName();
-    }
-    if (!offset || !length) {
-        return badRequest(QT_TRANSLATE_NOOP("Session", "\"offset\" and \"length\" must be numbers "
-                                                       "of bytes, \"length\" up to 1,048,576."));
+    SessionFields fields(request.fields);
+    const QByteArray name = nameIn(fields);
+    const qint64 offset = fields.whole("offset"_L1, 0, SessionJson::largestNumber, 0);
+    const qint64 length = fields.whole("length"_L1, 0, longestPiece, longestPiece);
+    if (!fields.isGood()) {
+        return fields.reply();
     }
     const std::array permissions{services.descriptor(), services.descriptor()};
     SessionReply problem = noDescriptor();
@@ -282,7 +284,7 @@ SessionReply SessionFiles::read(const SessionRequest &request)
     if (!folder) {
         return problem;
     }
-    auto piece = folder->read(*name, *offset, *length);
+    auto piece = folder->read(name, offset, length);
     if (!piece) {
         return failure(u"not-found"_s,
                        QT_TRANSLATE_NOOP("Session", "There is no such file that can be read."));

@@ -17,6 +17,25 @@ void SessionFrames::add(std::span<const char> bytes)
     waiting.append(bytes.data(), static_cast<qsizetype>(bytes.size()));
 }
 
+std::span<char> SessionFrames::place()
+{
+    if (!bodyLeft || isBodyTooLong || begin < waiting.size()) {
+        return {};
+    }
+    placeSize = *bodyLeft;
+    part.resize(part.size() + placeSize); // reserved, and nothing is written there
+    return std::span(part.data(), static_cast<size_t>(part.size()))
+        .last(static_cast<size_t>(placeSize));
+}
+
+void SessionFrames::placed(qsizetype size)
+{
+    if (placeSize > 0) {
+        part.chop(std::exchange(placeSize, 0) - size);
+        *bodyLeft -= size;
+    }
+}
+
 std::optional<SessionFrames::Frame> SessionFrames::next()
 {
     return bodyLeft ? nextBody() : nextLine();

@@ -27,6 +27,11 @@ public:
     };
 
     void add(std::span<const char> bytes);
+    /// Where the next bytes belong if they are of a body that is kept, so that nobody copies them;
+    /// empty if they must be added. placed() must be the next call.
+    std::span<char> place();
+    /// The next bytes, so many or none, are at their place.
+    void placed(qsizetype size);
     /// The next line, or the body that is expected; none until all of it has come.
     std::optional<Frame> next();
     /// To be called after the line that announced it: the next bytes are a body of that size.
@@ -34,6 +39,8 @@ public:
 
     /// Bytes that are stored.
     qsizetype stored() const { return waiting.size() - begin + part.size(); }
+    /// Whether nothing is there to be taken until more of a body has come.
+    bool isWithinBody() const { return bodyLeft.value_or(0) > waiting.size() - begin; }
 
 private:
     std::optional<Frame> nextLine();
@@ -45,4 +52,5 @@ private:
     bool isLineTooLong = false;
     std::optional<qint64> bodyLeft; // bytes of the expected body that have not come
     bool isBodyTooLong = false;
+    qsizetype placeSize = 0; // bytes at the end of `part` that have not come
 };

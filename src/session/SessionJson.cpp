@@ -4,6 +4,7 @@
 #include "session/SessionJson.h"
 
 #include <QJsonDocument>
+#include <QStringDecoder>
 #include <QUtf8StringView>
 
 #include <cmath>
@@ -13,7 +14,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype longestId = 64;
-constexpr double largestId = 9'007'199'254'740'991;
 
 /// Counted before parsing, which calls itself at each level.
 bool isTooDeep(const QByteArray &line)
@@ -40,7 +40,8 @@ bool isTooDeep(const QByteArray &line)
 
 bool isWhole(double number)
 {
-    return number >= 0 && number <= largestId && std::floor(number) == number;
+    return number >= 0 && number <= double(SessionJson::largestNumber) &&
+           std::floor(number) == number;
 }
 
 } // namespace
@@ -97,6 +98,14 @@ QByteArray SessionJson::answer(const QJsonValue &id, const SessionReply &reply)
 bool SessionJson::isUnicode(const QString &text)
 {
     return QStringView(text).isValidUtf16();
+}
+
+std::optional<QString> SessionJson::textOf(const QByteArray &bytes)
+{
+    using Flag = QStringDecoder::Flag;
+    QStringDecoder decoder(QStringDecoder::Utf8, Flag::Stateless | Flag::ConvertInitialBom);
+    const QString text = decoder(bytes);
+    return decoder.hasError() ? std::nullopt : std::optional(text);
 }
 
 QString SessionJson::shown(const QString &text)

@@ -16,6 +16,8 @@ namespace SessionJson {
 
 /// How deeply objects and lists may be nested.
 constexpr int deepest = 32;
+/// The largest whole number that every program can tell exactly.
+constexpr qint64 largestNumber = 9'007'199'254'740'991;
 
 /// The object in a line; none if it is no object, no UTF-8, or nested too deeply.
 std::optional<QJsonObject> read(const QByteArray &line);
@@ -33,6 +35,9 @@ QByteArray answer(const QJsonValue &id, const SessionReply &reply);
 
 /// Whether each half of a surrogate pair has its other half.
 bool isUnicode(const QString &text);
+/// The text that these bytes are, with a mark of the byte order if it begins with one; none if they
+/// are not UTF-8.
+std::optional<QString> textOf(const QByteArray &bytes);
 /// Cut to a length that is good in a sentence, without control characters and half pairs.
 QString shown(const QString &text);
 

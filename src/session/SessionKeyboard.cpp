@@ -90,7 +90,11 @@ struct SessionKeyboard::Stroke
     Action action = Action::Tap;
 };
 
-SessionKeyboard::SessionKeyboard(platform::DesktopInput &desktopInput) : input(desktopInput) {}
+SessionKeyboard::SessionKeyboard(platform::DesktopInput &desktopInput, SharedHolds<Key> &heldByAll)
+    : input(desktopInput)
+    , allHeld(heldByAll)
+{
+}
 
 SessionKeyboard::~SessionKeyboard()
 {
@@ -162,13 +166,18 @@ void SessionKeyboard::pressed(const Stroke &stroke)
         release(stroke.key);
     } else {
         held.append(stroke.key);
+        allHeld.add(stroke.key);
     }
 }
 
 void SessionKeyboard::release(const Key &key)
 {
-    held.removeAll(key);
-    input.release(key);
+    if (held.removeOne(key)) {
+        allHeld.remove(key);
+    }
+    if (!allHeld.contains(key)) {
+        input.release(key);
+    }
 }
 
 KeyModifiers SessionKeyboard::withHeld(KeyModifiers modifiers) const
@@ -185,7 +194,7 @@ KeyModifiers SessionKeyboard::withHeld(KeyModifiers modifiers) const
 void SessionKeyboard::releaseHeld()
 {
     while (!held.isEmpty()) {
-        input.release(held.takeLast());
+        release(Key(held.constLast()));
     }
 }
 

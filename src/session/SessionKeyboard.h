@@ -5,6 +5,7 @@
 
 #include "platform/DesktopInput.h"
 #include "session/SessionRequest.h"
+#include "session/SharedHolds.h"
 
 #include <QList>
 #include <QObject>
@@ -20,7 +21,7 @@ public:
     /// How many keys a session may hold.
     static constexpr qsizetype mostHeld = 32;
 
-    explicit SessionKeyboard(platform::DesktopInput &input);
+    SessionKeyboard(platform::DesktopInput &input, SharedHolds<platform::Key> &allHeld);
     /// Releases what is held, and stops typing.
     ~SessionKeyboard() override;
 
@@ -41,5 +42,6 @@ private:
     platform::KeyModifiers withHeld(platform::KeyModifiers modifiers) const;
 
     platform::DesktopInput &input;
-    QList<platform::Key> held; // in the order in which they were pressed
+    SharedHolds<platform::Key> &allHeld; // by any session
+    QList<platform::Key> held;           // in the order in which they were pressed
 };

@@ -29,8 +29,10 @@ SessionReply unsupported()
 } // namespace
 
 SessionPointer::SessionPointer(platform::DesktopInput &desktopInput,
+                               SharedHolds<PointerButton> &heldByAll,
                                const SessionScreens &sessionScreens)
     : input(desktopInput)
+    , allHeld(heldByAll)
     , screens(sessionScreens)
 {
 }
@@ -131,13 +133,18 @@ void SessionPointer::press(PointerButton button)
 {
     if (!held.contains(button)) {
         held.append(button);
+        allHeld.add(button);
         input.press(button);
     }
 }
 
 void SessionPointer::release(PointerButton button)
 {
-    if (held.removeAll(button) > 0) {
+    if (!held.removeOne(button)) {
+        return;
+    }
+    allHeld.remove(button);
+    if (!allHeld.contains(button)) {
         input.release(button);
     }
 }
@@ -145,6 +152,6 @@ void SessionPointer::release(PointerButton button)
 void SessionPointer::releaseHeld()
 {
     while (!held.isEmpty()) {
-        input.release(held.takeLast());
+        release(held.constLast());
     }
 }

@@ -5,6 +5,7 @@
 
 #include "platform/DesktopInput.h"
 #include "session/SessionRequest.h"
+#include "session/SharedHolds.h"
 
 #include <QList>
 
@@ -14,7 +15,8 @@ class SessionScreens;
 class SessionPointer
 {
 public:
-    SessionPointer(platform::DesktopInput &input, const SessionScreens &screens);
+    SessionPointer(platform::DesktopInput &input, SharedHolds<platform::PointerButton> &allHeld,
+                   const SessionScreens &screens);
     /// Releases what is held.
     ~SessionPointer();
     SessionPointer(const SessionPointer &) = delete;
@@ -34,6 +36,7 @@ private:
     void release(platform::PointerButton button);
 
     platform::DesktopInput &input;
+    SharedHolds<platform::PointerButton> &allHeld; // by any session
     const SessionScreens &screens;
     QList<platform::PointerButton> held;
 };

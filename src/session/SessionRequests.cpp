@@ -48,12 +48,12 @@ struct SessionRequests::Command
 struct SessionRequests::Parts
 {
     Parts(SessionCommons &commons, const Event &event)
-        : keyboard(commons.services.input)
+        : keyboard(commons.services.input, commons.keys)
         , clipboard(commons.services.clipboard, commons.texts, commons.clipboardChanges, event)
         , files({commons.services.fileDirectory, commons.services.fileDescriptor,
                  commons.services.openFile, commons.transfers})
         , screens(commons.services.screens, commons.screenChanges, event)
-        , pointer(commons.services.input, screens)
+        , pointer(commons.services.input, commons.buttons, screens)
     {
     }
 

@@ -5,9 +5,7 @@
 
 #include "platform/EventServices.h"
 #include "platform/Screens.h"
-#include "session/RequestFields.h"
-
-#include <QCoreApplication>
+#include "session/SessionFields.h"
 
 #include <utility>
 
@@ -43,15 +41,14 @@ void SessionScreens::list(const SessionRequest & /*request*/, const SessionAnswe
 
 void SessionScreens::watch(const SessionRequest &request, const SessionAnswer &answer)
 {
-    const auto on = RequestFields::yesOrNo(request.fields, u"on"_s, true);
-    if (!on) {
-        answer(SessionReply::refused(
-            u"bad-request"_s,
-            QCoreApplication::translate("Session", "\"on\" must be true or false.")));
+    SessionFields fields(request.fields);
+    const bool isOn = fields.yesOrNo("on"_L1, true);
+    if (!fields.isGood()) {
+        answer(fields.reply());
         return;
     }
     listener.reset();
-    if (*on) {
+    if (isOn) {
         listener = std::make_unique<SharedWatch::Listener>(changes, [this] {
             sendEvent({{u"event"_s, u"screens"_s}, {u"screens"_s, described()}});
         });

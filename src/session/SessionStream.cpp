@@ -5,6 +5,7 @@
 
 #include "platform/SessionHost.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -12,6 +13,8 @@ namespace {
 
 /// As much as a socket's buffer has on most systems.
 constexpr size_t pieceSize = 256 * 1024;
+
+constexpr size_t sizeBehindBody = 4 * 1024;
 
 /// One for all sessions: what is read is used up before anything else can happen.
 std::array<char, pieceSize> room;
@@ -24,7 +27,7 @@ SessionStream::SessionStream(std::unique_ptr<platform::LocalStream> opened)
     , writing(stream->descriptor(), QSocketNotifier::Write)
 {
     writing.setEnabled(false);
-    connect(&reading, &QSocketNotifier::activated, this, [this] { read(); });
+    connect(&reading, &QSocketNotifier::activated, this, &SessionStream::arrived);
     connect(&writing, &QSocketNotifier::activated, this, [this] { sendWaiting(); });
 }
 
@@ -116,14 +119,18 @@ QString SessionStream::peerProgram() const
     return stream == nullptr ? QString() : stream->peerProgram();
 }
 
-void SessionStream::read()
+std::optional<SessionStream::Received> SessionStream::read(std::span<char> place)
 {
-    const std::optional<qsizetype> size = stream->receive(room);
+    // What follows a body is the next line, and not much of another body that has its own place.
+    const auto behind = std::span(room).first(place.empty() ? room.size() : sizeBehindBody);
+    const std::optional<qsizetype> size =
+        stream == nullptr ? std::nullopt : stream->receive(place, behind);
     if (!size) {
         isAtEnd = true;
         reading.setEnabled(false);
-        emit ended();
-    } else if (*size > 0) {
-        emit received(std::span(room).first(static_cast<size_t>(*size)));
+        return std::nullopt;
     }
+    const size_t placed = std::min(place.size(), static_cast<size_t>(*size));
+    return Received{static_cast<qsizetype>(placed),
+                    behind.first(static_cast<size_t>(*size) - placed)};
 }

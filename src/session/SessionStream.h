@@ -10,6 +10,7 @@
 
 #include <deque>
 #include <memory>
+#include <optional>
 #include <span>
 
 namespace platform {
@@ -29,8 +30,18 @@ public:
     void write(const QByteArray &bytes);
     qsizetype unsent() const { return unsentSize; }
 
-    /// Whether received() is emitted for what arrives, and the end is noticed.
+    struct Received
+    {
+        qsizetype placed = 0;         ///< Bytes in the place that was given.
+        std::span<const char> others; ///< Those after them; valid until anything else is read.
+
+        bool isNothing() const { return placed == 0 && others.empty(); }
+    };
+
+    /// Whether arrived() is emitted for what arrives, and for the end.
     void setReading(bool isOn);
+    /// Reads some of what has arrived, first into that place; none if nothing more can arrive.
+    std::optional<Received> read(std::span<char> place);
     bool isReading() const { return reading.isEnabled(); }
     /// Whether nothing more can arrive.
     bool hasEnded() const { return isAtEnd; }
@@ -41,14 +52,12 @@ public:
     void close();
 
 signals:
-    void received(std::span<const char> bytes);
-    /// The peer sends nothing more. It may still read.
-    void ended();
+    /// There is something to read.
+    void arrived();
     /// Some of what was unsent has been sent, or dropped.
     void sent();
 
 private:
-    void read();
     void sendWaiting();
     bool sendFirst();
     void dropUnsent();

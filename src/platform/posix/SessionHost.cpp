@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QRegularExpression>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -19,6 +20,7 @@
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -253,9 +255,11 @@ LocalStream::~LocalStream()
     close(numberOf(*this));
 }
 
-std::optional<qsizetype> LocalStream::receive(std::span<char> room) const
+std::optional<qsizetype> LocalStream::receive(std::span<char> first, std::span<char> second) const
 {
-    const ssize_t taken = recv(numberOf(*this), room.data(), room.size(), 0);
+    const std::array<iovec, 2> places{
+        {{first.data(), first.size()}, {second.data(), second.size()}}};
+    const ssize_t taken = readv(numberOf(*this), places.data(), places.size());
     if (taken > 0) {
         return taken;
     }

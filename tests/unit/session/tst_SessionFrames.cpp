@@ -7,22 +7,34 @@
 #include <QTest>
 
 #include <algorithm>
+#include <string_view>
 
 using Frame = SessionFrames::Frame;
 using Kind = SessionFrames::Kind;
 
 namespace {
 
+/// Puts those that belong to a body where they belong, and adds the others.
+void addByPlaces(SessionFrames &frames, std::span<const char> bytes)
+{
+    const std::span<char> place = frames.place();
+    const size_t placed = std::min(place.size(), bytes.size());
+    std::copy_n(bytes.begin(), placed, place.begin());
+    frames.placed(static_cast<qsizetype>(placed));
+    frames.add(bytes.subspan(placed));
+}
+
 /// All frames of the bytes, which come in pieces of that size. A line that is a number announces a
 /// body of that size.
-QList<Frame> framesOf(const QByteArray &bytes, qsizetype pieceSize)
+QList<Frame> framesOf(const QByteArray &bytes, qsizetype pieceSize, bool byPlaces = false)
 {
     SessionFrames frames;
     QList<Frame> found;
     for (qsizetype begin = 0; begin < bytes.size(); begin += pieceSize) {
-        frames.add(std::span(bytes).subspan(
+        const auto piece = std::span(bytes).subspan(
             static_cast<size_t>(begin),
-            static_cast<size_t>(std::min(pieceSize, bytes.size() - begin))));
+            static_cast<size_t>(std::min(pieceSize, bytes.size() - begin)));
+        byPlaces ? addByPlaces(frames, piece) : frames.add(piece);
         while (const auto frame = frames.next()) {
             found.append(*frame);
             bool isNumber = false;
@@ -49,6 +61,7 @@ private slots:
     void theLongestBodyIsTaken();
     void aLongerBodyIsSkipped();
     void whatIsIncompleteWaits();
+    void aBodyHasItsPlaceWhenNothingIsBeforeIt();
     void whatIsSkippedIsNotStored();
     void whatIsTakenIsNotStored();
 };
@@ -68,7 +81,9 @@ void tst_SessionFrames::bytesAreDividedWhateverPiecesTheyComeIn()
         {Kind::Line, "first"}, {Kind::Line, ""}, {Kind::Line, "5"},   {Kind::Body, "a\nb\n\n"},
         {Kind::Line, "0"},     {Kind::Body, ""}, {Kind::Line, "x\r"}, {Kind::Line, "with \t tab"},
     };
-    QCOMPARE(framesOf("first\n\n5\na\nb\n\n0\nx\r\nwith \t tab\nrest", pieceSize), expected);
+    const QByteArray bytes = "first\n\n5\na\nb\n\n0\nx\r\nwith \t tab\nrest";
+    QCOMPARE(framesOf(bytes, pieceSize), expected);
+    QCOMPARE(framesOf(bytes, pieceSize, true), expected);
 }
 
 void tst_SessionFrames::theLongestLineIsTaken()
@@ -96,6 +111,7 @@ void tst_SessionFrames::theLongestBodyIsTaken()
         const QList<Frame> expected = {
             {Kind::Line, "1048576"}, {Kind::Body, body}, {Kind::Line, "next"}};
         QCOMPARE(framesOf("1048576\n" + body + "next\n", pieceSize), expected);
+        QCOMPARE(framesOf("1048576\n" + body + "next\n", pieceSize, true), expected);
     }
 }
 
@@ -106,6 +122,7 @@ void tst_SessionFrames::aLongerBodyIsSkipped()
         const QList<Frame> expected = {
             {Kind::Line, "1048577"}, {Kind::LongBody, ""}, {Kind::Line, "next"}};
         QCOMPARE(framesOf("1048577\n" + body + "next\n", pieceSize), expected);
+        QCOMPARE(framesOf("1048577\n" + body + "next\n", pieceSize, true), expected);
     }
 }
 
@@ -121,6 +138,30 @@ void tst_SessionFrames::whatIsIncompleteWaits()
     frames.add(std::span("y", 1));
     QCOMPARE(frames.next(), (Frame{Kind::Body, "body"}));
     QCOMPARE(frames.next(), std::nullopt);
+}
+
+void tst_SessionFrames::aBodyHasItsPlaceWhenNothingIsBeforeIt()
+{
+    SessionFrames frames;
+    QVERIFY(frames.place().empty());
+    frames.add(std::span("line\nb", 6));
+    QVERIFY(!frames.isWithinBody());
+    QVERIFY(frames.next());
+    frames.expectBody(4);
+    QVERIFY(frames.isWithinBody());
+    QVERIFY(frames.place().empty());
+    QCOMPARE(frames.next(), std::nullopt);
+    std::ranges::copy(std::string_view("od"), frames.place().begin());
+    frames.placed(2);
+    QCOMPARE(frames.stored(), 3);
+    QVERIFY(frames.isWithinBody());
+    QCOMPARE(frames.place().size(), size_t(1));
+    frames.placed(0);
+    frames.add(std::span("yrest", 5));
+    QVERIFY(!frames.isWithinBody());
+    QVERIFY(frames.place().empty());
+    QCOMPARE(frames.next(), (Frame{Kind::Body, "body"}));
+    QCOMPARE(frames.stored(), 4);
 }
 
 void tst_SessionFrames::whatIsSkippedIsNotStored()

@@ -25,6 +25,7 @@ private slots:
 
     void heldModifiersCountForLaterKeys();
     void onlyOwnKeysAreReleased();
+    void theLastSessionThatHoldsItReleasesIt();
     void aKeyIsHeldOnce();
     void heldKeysAreLimited();
 
@@ -275,6 +276,29 @@ void tst_SessionRequests::onlyOwnKeysAreReleased()
     QCOMPARE(errorOf(client, u"key"_s, R"({"key": "a", "action": "release"})"), u"ok"_s);
     QCOMPARE(errorOf(client, u"button"_s, R"({"action": "release"})"), u"ok"_s);
     QCOMPARE(record.calls, (QStringList{u"release a"_s, u"button 0 up"_s}));
+}
+
+void tst_SessionRequests::theLastSessionThatHoldsItReleasesIt()
+{
+    SessionClient client(path());
+    auto other = std::make_unique<SessionClient>(path());
+    for (SessionClient *holder : {&client, other.get()}) {
+        QCOMPARE(errorOf(*holder, u"key"_s, R"({"key": "Shift", "action": "press"})"), u"ok"_s);
+        QCOMPARE(errorOf(*holder, u"button"_s, R"({"action": "press"})"), u"ok"_s);
+    }
+    record.calls.clear();
+    QCOMPARE(errorOf(client, u"key"_s, R"({"key": "Shift", "action": "release"})"), u"ok"_s);
+    QCOMPARE(errorOf(client, u"button"_s, R"({"action": "release"})"), u"ok"_s);
+    QCOMPARE(errorOf(client, u"key"_s, R"({"key": "Shift"})"), u"ok"_s);
+    QCOMPARE(errorOf(client, u"button"_s), u"ok"_s);
+    QVERIFY(!record.calls.contains(u"release #%1"_s.arg(int(platform::NamedKey::Shift))));
+    QVERIFY(!record.calls.contains(u"button 0 up"_s));
+
+    record.calls.clear();
+    other.reset();
+    QVERIFY(waitUntil([this] { return record.calls.size() == 2; }));
+    QVERIFY(record.calls.contains(u"release #%1"_s.arg(int(platform::NamedKey::Shift))));
+    QVERIFY(record.calls.contains(u"button 0 up"_s));
 }
 
 void tst_SessionRequests::aKeyIsHeldOnce()
