@@ -6,6 +6,7 @@
 #include "session/SessionFields.h"
 #include "session/SessionFrames.h"
 #include "session/SessionJson.h"
+#include "session/SessionTurns.h"
 
 #include <QCoreApplication>
 #include <QJsonArray>
@@ -113,11 +114,13 @@ SessionFiles::SessionFiles(FileServices fileServices) : services(std::move(fileS
 
 SessionFiles::~SessionFiles() = default;
 
-void SessionFiles::removeAbandonedDrafts(const QString &directory)
+void SessionFiles::removeAbandonedDrafts(const QString &directory, SessionTurns &turns,
+                                         QObject *worker)
 {
     QString reason;
-    if (const auto folder = Folder::open(directory, reason)) {
-        folder->removeAbandonedDrafts();
+    const auto folder = Folder::open(directory, reason);
+    if (const std::shared_ptr cleaning = folder ? folder->cleaning() : nullptr) {
+        turns.enter(worker, [cleaning] { return cleaning->step(); });
     }
 }
 
