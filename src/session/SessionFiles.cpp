@@ -3,10 +3,10 @@
 
 #include "session/SessionFiles.h"
 
+#include "loop/Turns.h"
 #include "session/SessionFields.h"
 #include "session/SessionFrames.h"
 #include "session/SessionJson.h"
-#include "session/SessionTurns.h"
 
 #include <QCoreApplication>
 #include <QJsonArray>
@@ -114,8 +114,7 @@ SessionFiles::SessionFiles(FileServices fileServices) : services(std::move(fileS
 
 SessionFiles::~SessionFiles() = default;
 
-void SessionFiles::removeAbandonedDrafts(const QString &directory, SessionTurns &turns,
-                                         QObject *worker)
+void SessionFiles::removeAbandonedDrafts(const QString &directory, Turns &turns, QObject *worker)
 {
     QString reason;
     const auto folder = Folder::open(directory, reason);

@@ -17,7 +17,7 @@
 #include <memory>
 #include <vector>
 
-class SessionTurns;
+class Turns;
 
 /// What the files of the sessions need from the server.
 struct FileServices
@@ -53,7 +53,7 @@ public:
 
     /// Removes what killed servers have left in the directory, in turns that end with the worker.
     /// To be called at the start.
-    static void removeAbandonedDrafts(const QString &directory, SessionTurns &turns,
+    static void removeAbandonedDrafts(const QString &directory, Turns &turns,
                                       QObject *worker);
 
 private:

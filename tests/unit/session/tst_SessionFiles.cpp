@@ -3,7 +3,7 @@
 
 #include "session/SessionFiles.h"
 
-#include "session/SessionTurns.h"
+#include "loop/Turns.h"
 #include "support/Folders.h"
 #include "support/Waiting.h"
 
@@ -454,7 +454,7 @@ void tst_SessionFiles::draftsOfKilledServersAreRemoved()
 {
     QVERIFY(Folders::write(path(u".vornaserver-killed.part"_s), "x"));
     begin(u"a"_s, 1);
-    SessionTurns turns;
+    Turns turns;
     SessionFiles::removeAbandonedDrafts(directory, turns, this);
     QTRY_COMPARE(names().size(), 1);
     QVERIFY(names().first() != u".vornaserver-killed.part"_s);
