@@ -3,7 +3,7 @@
 
 #include "net/AnswerQueue.h"
 
-#include "net/Turns.h"
+#include "loop/Turns.h"
 
 #include <QTcpSocket>
 

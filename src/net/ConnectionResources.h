@@ -3,10 +3,10 @@
 
 #pragma once
 
+#include "loop/Turns.h"
 #include "net/DescriptorBudget.h"
 #include "net/MemoryBudget.h"
 #include "net/TokenText.h"
-#include "net/Turns.h"
 
 /// What all connections of a server share: the event loop's time, memory and descriptors.
 struct ConnectionResources
@@ -20,9 +20,12 @@ struct ConnectionResources
     /// Frees what a connection has stored, in steps: freeing millions of texts takes long.
     void dispose(TokenMap map);
 
-    Turns readingTurns;
-    Turns writingTurns;
-    Turns disposalTurns;
+    /// Whose work needs memory until it is done.
+    static constexpr size_t mostAtWork = 16;
+
+    Turns readingTurns{mostAtWork};
+    Turns writingTurns{mostAtWork};
+    Turns disposalTurns{mostAtWork};
     MemoryBudget memory;
     DescriptorBudget descriptors;
 };

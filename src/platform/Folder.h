@@ -52,6 +52,15 @@ public:
         virtual bool hasMore() const = 0;
     };
 
+    /// Removes the drafts that killed processes have left, and never those of a running one.
+    class Cleaning
+    {
+    public:
+        virtual ~Cleaning() = default;
+        /// Goes on, for some milliseconds at most; false once it has come to the end.
+        virtual bool step() = 0;
+    };
+
     struct Piece
     {
         QByteArray bytes; ///< Fewer than asked for only at the end of the file.
@@ -73,8 +82,8 @@ public:
     virtual std::unique_ptr<Listing> list(const QByteArray &after, int limit, QString &reason) = 0;
     /// Nothing if there is no such plain file or it cannot be read.
     virtual std::optional<Piece> read(const QByteArray &name, qint64 offset, qint64 length) = 0;
-    /// Removes the drafts that killed processes have left, and never those of a running one.
-    virtual void removeAbandonedDrafts() = 0;
+    /// Null if the directory cannot be read.
+    virtual std::unique_ptr<Cleaning> cleaning() = 0;
 };
 
 } // namespace platform

@@ -3,13 +3,13 @@
 
 #pragma once
 
+#include "loop/Turns.h"
 #include "platform/Clipboard.h"
 #include "platform/DesktopInput.h"
 #include "platform/Screens.h"
 #include "session/SessionClipboard.h"
 #include "session/SessionFiles.h"
 #include "session/SessionServices.h"
-#include "session/SessionTurns.h"
 #include "session/SharedAmount.h"
 #include "session/SharedHolds.h"
 #include "session/SharedWatch.h"
@@ -25,7 +25,7 @@ struct SessionCommons
     }
 
     SessionServices services;
-    SessionTurns turns;
+    Turns turns;
     SharedAmount texts{SessionClipboard::textsOfAllSessions};
     SharedAmount transfers{SessionFiles::transfersOfAllSessions};
     SharedHolds<platform::Key> keys;

@@ -59,7 +59,7 @@ void SessionDoor::open(const QString &runtimeDirectory)
         Messages::debug({u"No session socket:"_s, reason});
         return;
     }
-    SessionFiles::removeAbandonedDrafts(commons.services.fileDirectory());
+    SessionFiles::removeAbandonedDrafts(commons.services.fileDirectory(), commons.turns, this);
     notifier = std::make_unique<QSocketNotifier>(listening->descriptor(), QSocketNotifier::Read);
     connect(notifier.get(), &QSocketNotifier::activated, this, [this] { accept(); });
 }

@@ -3,6 +3,7 @@
 
 #include "session/SessionFiles.h"
 
+#include "loop/Turns.h"
 #include "session/SessionFields.h"
 #include "session/SessionFrames.h"
 #include "session/SessionJson.h"
@@ -113,11 +114,12 @@ SessionFiles::SessionFiles(FileServices fileServices) : services(std::move(fileS
 
 SessionFiles::~SessionFiles() = default;
 
-void SessionFiles::removeAbandonedDrafts(const QString &directory)
+void SessionFiles::removeAbandonedDrafts(const QString &directory, Turns &turns, QObject *worker)
 {
     QString reason;
-    if (const auto folder = Folder::open(directory, reason)) {
-        folder->removeAbandonedDrafts();
+    const auto folder = Folder::open(directory, reason);
+    if (const std::shared_ptr cleaning = folder ? folder->cleaning() : nullptr) {
+        turns.enter(worker, [cleaning] { return cleaning->step(); });
     }
 }
 

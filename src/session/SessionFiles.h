@@ -17,6 +17,8 @@
 #include <memory>
 #include <vector>
 
+class Turns;
+
 /// What the files of the sessions need from the server.
 struct FileServices
 {
@@ -49,8 +51,10 @@ public:
     void get(const SessionRequest &request, const SessionAnswer &answer);
     void cancel(const SessionRequest &request, const SessionAnswer &answer);
 
-    /// Removes what killed servers have left in the directory. To be called at the start.
-    static void removeAbandonedDrafts(const QString &directory);
+    /// Removes what killed servers have left in the directory, in turns that end with the worker.
+    /// To be called at the start.
+    static void removeAbandonedDrafts(const QString &directory, Turns &turns,
+                                      QObject *worker);
 
 private:
     struct Transfer;

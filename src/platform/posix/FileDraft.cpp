@@ -52,7 +52,7 @@ bool isUnknownWay()
 
 } // namespace
 
-bool FileDraft::isDraftName(const QByteArray &name)
+bool FileDraft::isDraftName(QByteArrayView name)
 {
     return name.startsWith(prefix) && name.endsWith(suffix);
 }

@@ -30,7 +30,7 @@ public:
     /// Null with the reason if the system refuses.
     static std::unique_ptr<FileDraft> create(const std::shared_ptr<const OpenDirectory> &directory,
                                              QString &reason);
-    static bool isDraftName(const QByteArray &name);
+    static bool isDraftName(QByteArrayView name);
     /// Removes the draft if no process holds it.
     static void removeAbandoned(int directory, const QByteArray &name);
 

@@ -5,6 +5,7 @@
 
 #include "platform/posix/Beneath.h"
 #include "platform/posix/DirectoryNames.h"
+#include "platform/posix/DraftCleaning.h"
 #include "platform/posix/FileListing.h"
 #include "platform/posix/FolderFailure.h"
 #include "platform/posix/NumberedName.h"
@@ -116,14 +117,10 @@ std::optional<Folder::Piece> PosixFolder::read(const QByteArray &name, qint64 of
     return bytes ? std::optional(Piece{*std::move(bytes), status.st_size}) : std::nullopt;
 }
 
-void PosixFolder::removeAbandonedDrafts()
+std::unique_ptr<Folder::Cleaning> PosixFolder::cleaning()
 {
     DirectoryNames names(directory->descriptor.get());
-    while (const dirent *entry = names.isOpen() ? names.next() : nullptr) {
-        if (FileDraft::isDraftName(entry->d_name)) {
-            FileDraft::removeAbandoned(directory->descriptor.get(), entry->d_name);
-        }
-    }
+    return names.isOpen() ? std::make_unique<DraftCleaning>(std::move(names)) : nullptr;
 }
 
 } // namespace platform

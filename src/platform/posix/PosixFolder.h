@@ -17,7 +17,7 @@ public:
     std::unique_ptr<Draft> draft(QString &reason) override;
     std::unique_ptr<Listing> list(const QByteArray &after, int limit, QString &reason) override;
     std::optional<Piece> read(const QByteArray &name, qint64 offset, qint64 length) override;
-    void removeAbandonedDrafts() override;
+    std::unique_ptr<Cleaning> cleaning() override;
 
 private:
     std::shared_ptr<const OpenDirectory> directory;

@@ -3,6 +3,7 @@
 
 #include "session/SessionFiles.h"
 
+#include "loop/Turns.h"
 #include "support/Folders.h"
 #include "support/Waiting.h"
 
@@ -453,10 +454,11 @@ void tst_SessionFiles::draftsOfKilledServersAreRemoved()
 {
     QVERIFY(Folders::write(path(u".vornaserver-killed.part"_s), "x"));
     begin(u"a"_s, 1);
-    SessionFiles::removeAbandonedDrafts(directory);
-    QCOMPARE(names().size(), 1);
+    Turns turns;
+    SessionFiles::removeAbandonedDrafts(directory, turns, this);
+    QTRY_COMPARE(names().size(), 1);
     QVERIFY(names().first() != u".vornaserver-killed.part"_s);
-    SessionFiles::removeAbandonedDrafts(u"/nonexistent"_s);
+    SessionFiles::removeAbandonedDrafts(u"/nonexistent"_s, turns, this);
 }
 
 QTEST_GUILESS_MAIN(tst_SessionFiles)

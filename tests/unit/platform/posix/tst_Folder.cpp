@@ -59,6 +59,17 @@ private:
     rlimit before{};
 };
 
+/// Removes the abandoned drafts; in how many steps.
+int clean(Folder &folder)
+{
+    const auto cleaning = folder.cleaning();
+    int steps = 1;
+    while (cleaning->step()) {
+        ++steps;
+    }
+    return steps;
+}
+
 } // namespace
 
 class tst_Folder : public QObject
@@ -87,6 +98,7 @@ private slots:
     void aDirectoryThatMovesKeepsItsDrafts();
 
     void onlyAbandonedDraftsAreRemoved();
+    void aLargeDirectoryIsCleanedInSteps();
     void aDraftOfAKilledProcessIsAbandoned();
 
     void plainFilesAreListedInTheOrderOfTheirBytes();
@@ -388,13 +400,22 @@ void tst_Folder::onlyAbandonedDraftsAreRemoved()
     QVERIFY(QDir().mkdir(path(u"in/.vornaserver-folder.part"_s)));
     QCOMPARE(mkfifo(qPrintable(path(u"in/.vornaserver-pipe.part"_s)), 0600), 0);
     const auto before = Folders::listing(base->path());
-    opened()->removeAbandonedDrafts();
+    clean(*opened());
     QCOMPARE(Folders::differences(before, Folders::listing(base->path())),
              QStringList(u"in/.vornaserver-abandoned.part"_s));
     QVERIFY(names().contains(running));
     QVERIFY(draft->publish("a", reason));
-    opened()->removeAbandonedDrafts();
+    clean(*opened());
     QVERIFY(names().contains(u"a"_s));
+}
+
+void tst_Folder::aLargeDirectoryIsCleanedInSteps()
+{
+    for (int i = 0; i < 100; ++i) {
+        QVERIFY(Folders::write(path(u"in/.vornaserver-%1.part"_s.arg(i)), "x"));
+    }
+    QVERIFY(clean(*opened()) > 1);
+    QCOMPARE(names(), QStringList());
 }
 
 void tst_Folder::aDraftOfAKilledProcessIsAbandoned()
@@ -417,11 +438,11 @@ void tst_Folder::aDraftOfAKilledProcessIsAbandoned()
     close(ready[0]);
     close(ready[1]);
     QCOMPARE(names().size(), 1);
-    opened()->removeAbandonedDrafts();
+    clean(*opened());
     QCOMPARE(names().size(), 1);
     kill(child, SIGKILL);
     QCOMPARE(waitpid(child, nullptr, 0), child);
-    opened()->removeAbandonedDrafts();
+    clean(*opened());
     QCOMPARE(names(), QStringList());
 }
 
@@ -593,7 +614,7 @@ void tst_Folder::nothingIsLeftOpen()
         folder->read("a", 0, 1);
         folder->read("missing", 0, 1);
         listed(*folder, {}, 1);
-        folder->removeAbandonedDrafts();
+        clean(*folder);
     }
     QCOMPARE(openDescriptors(), before);
 }

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "net/Turns.h"
+#include "loop/Turns.h"
 
 #include <QCoreApplication>
 #include <QTest>
@@ -31,6 +31,7 @@ private slots:
     void workersTakeTurns();
     void otherEventsComeBetweenTwoTurns();
     void onlySoManyAreAtWorkAtOnce();
+    void withoutALimitAllAreAtWork();
     void aWorkerThatIsGoneHasNoTurn();
     void aWorkerMayEndInItsTurn();
     void othersTakeTheirTurnsInTheLoopOfAStep();
@@ -83,8 +84,8 @@ void tst_Turns::otherEventsComeBetweenTwoTurns()
 void tst_Turns::onlySoManyAreAtWorkAtOnce()
 {
     done.clear();
-    Turns turns;
-    const auto most = int(Turns::maximumAtWork);
+    constexpr int most = 16;
+    Turns turns(most);
     for (int worker = 0; worker < most; ++worker) {
         turns.enter(this, counted(u"early"_s, 2));
     }
@@ -93,6 +94,19 @@ void tst_Turns::onlySoManyAreAtWorkAtOnce()
     QCOMPARE(done.size(), 2 * most + 1);
     // It joins when the first of the others is done, behind all that have a second turn.
     QCOMPARE(done.indexOf(u"late"_s), 2 * most);
+}
+
+void tst_Turns::withoutALimitAllAreAtWork()
+{
+    done.clear();
+    Turns turns;
+    constexpr int many = 100;
+    for (int worker = 0; worker < many; ++worker) {
+        turns.enter(this, counted(u"early"_s, 2));
+    }
+    turns.enter(this, counted(u"late"_s, 1));
+    processAll();
+    QCOMPARE(done.indexOf(u"late"_s), many);
 }
 
 void tst_Turns::aWorkerThatIsGoneHasNoTurn()

@@ -8,20 +8,21 @@
 
 #include <deque>
 #include <functional>
+#include <limits>
 
-/// Shares the event loop's time among connections that have much to read, or much to write. In each
-/// round of the loop one of them does one step of its work, so the others wait for one step at
-/// most, however many connections have much to do. Only a limited number of them work at the same
-/// time, which bounds the memory that they need; the rest wait in line.
+/// Shares the event loop's time among connections and sessions that have much to do. In each round
+/// of the loop one of them does one step of its work, so the others wait for one step at most,
+/// however many have much to do. If work in progress needs memory, only a limited number of them
+/// work at the same time; the rest wait in line.
 class Turns : public QObject
 {
     Q_OBJECT
 
 public:
-    static constexpr size_t maximumAtWork = 16;
-
     /// Does one step of the work; returns false when none is left.
     using Step = std::function<bool()>;
+
+    explicit Turns(size_t mostAtWork = std::numeric_limits<size_t>::max()) : limit(mostAtWork) {}
 
     /// Takes steps from the event loop until no work is left or the worker is destroyed. A step may
     /// run an event loop, in which the others take their steps.
@@ -38,6 +39,7 @@ private:
     void takeTurn();
     void admitWaiting();
 
+    size_t limit;
     std::deque<Work> atWork; // the first one has the next turn
     std::deque<Work> waiting;
     bool isRoundScheduled = false;

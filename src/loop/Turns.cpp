@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "net/Turns.h"
+#include "loop/Turns.h"
 
 #include <utility>
 
@@ -14,7 +14,7 @@ void Turns::enter(QObject *worker, Step step)
 
 void Turns::admitWaiting()
 {
-    while (atWork.size() < maximumAtWork && !waiting.empty()) {
+    while (atWork.size() < limit && !waiting.empty()) {
         atWork.push_back(std::move(waiting.front()));
         waiting.pop_front();
     }
