@@ -27,6 +27,8 @@ public:
     /// Takes steps from the event loop until no work is left or the worker is destroyed. A step may
     /// run an event loop, in which the others take their steps.
     void enter(QObject *worker, Step step);
+    /// Whether nobody waits for a turn.
+    bool isIdle() const { return atWork.empty(); }
 
 private:
     struct Work

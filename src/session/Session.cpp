@@ -88,7 +88,7 @@ bool Session::takeSome()
     }
     frames.add(received->others);
     if (!frames.isWithinBody()) {
-        goOn();
+        serveArrived();
         return false;
     }
     return !received->isNothing();
@@ -105,14 +105,38 @@ void Session::notice()
     }
 }
 
+/// A request that comes alone is served at once: another round of the event loop would take longer
+/// than most requests.
+void Session::serveArrived()
+{
+    if (!mayServe() || !commons.turns.isIdle()) {
+        goOn();
+        return;
+    }
+    isTakingTurns = true;
+    if (serveSome()) {
+        takeTurns();
+    }
+}
+
 /// Serves what has come, if nothing is in the way of that.
 void Session::goOn()
 {
-    if (requests != nullptr && !isPending && !isTakingTurns) {
+    if (mayServe()) {
         isTakingTurns = true;
-        commons.turns.enter(this, [this] { return serveSome(); });
+        takeTurns();
     }
     adjustReading();
+}
+
+bool Session::mayServe() const
+{
+    return requests != nullptr && !isPending && !isTakingTurns;
+}
+
+void Session::takeTurns()
+{
+    commons.turns.enter(this, [this] { return serveSome(); });
 }
 
 bool Session::serveSome()

@@ -60,7 +60,10 @@ private:
     void take();
     bool takeSome();
     void notice();
+    void serveArrived();
     void goOn();
+    bool mayServe() const;
+    void takeTurns();
     bool serveSome();
     bool serveNext();
     void handle(const SessionFrames::Frame &frame);
