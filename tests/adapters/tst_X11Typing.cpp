@@ -93,6 +93,16 @@ int mapChanges(const XcbConnection &program)
     return changes;
 }
 
+/// Characters that follow one another.
+QString distinct(char16_t first, int count)
+{
+    QString text;
+    for (int number = 0; number < count; ++number) {
+        text += QChar(static_cast<char16_t>(first + number));
+    }
+    return text;
+}
+
 /// A program that switches the layout all the time.
 class GroupSwitcher
 {
@@ -157,6 +167,8 @@ private slots:
     void keysAreNotHeldUpByALongText();
     void aTextEndsWithItsContext();
     void aProgramThatAnswersIsNeverFarBehind();
+    void aProgramThatAnswersIsAwaited();
+    void anotherProgramIsNotHeldUpByOneThatIsBusy();
 
     void theKeyMapIsGivenBackAtTheEnd();
     void eachKeyboardKeepsItsOwnKeys();
@@ -457,6 +469,35 @@ void tst_X11Typing::aProgramThatAnswersIsNeverFarBehind()
     QVERIFY(waitUntil([&] { return isDone; }, GenerousLimit, 1ms));
     QVERIFY2(program.text().size() >= 800, QByteArray::number(program.text().size()).constData());
     QVERIFY(hasArrived(program, text));
+}
+
+/// Whoever changes a spare key too early makes other characters of those that are not yet read.
+void tst_X11Typing::aProgramThatAnswersIsAwaited()
+{
+    ReadingProgram program(scene->server.display(), {});
+    const QString text = distinct(u'一', 60);
+    QVERIFY(type(u"a"_s));
+    QVERIFY(waitUntil([&] { return program.answers() > 0; }));
+    program.beBusy(7s);
+    QVERIFY(type(text));
+    QVERIFY(hasArrived(program, u'a' + text));
+}
+
+void tst_X11Typing::anotherProgramIsNotHeldUpByOneThatIsBusy()
+{
+    ReadingProgram busy(scene->server.display(), {});
+    QVERIFY(type(u"a"_s));
+    QVERIFY(waitUntil([&] { return busy.answers() > 0; }));
+    busy.beBusy(60s);
+    QObject context;
+    std::optional<bool> result;
+    const QString text = QString(2'000, u'a');
+    input().type(text, &context, [&](bool isDone) { result = isDone; });
+    QVERIFY(!waitUntil([&] { return result.has_value(); }, 1s));
+    ReadingProgram other(scene->server.display(), {});
+    QVERIFY(waitUntil([&] { return result.has_value(); }));
+    QVERIFY(*result);
+    QVERIFY(waitUntil([&] { return other.text().size() > 1'000; }));
 }
 
 void tst_X11Typing::theKeyMapIsGivenBackAtTheEnd()
