@@ -3,6 +3,7 @@
 
 #include "adapters/X11Scene.h"
 #include "platform/linux/input/XkbHandles.h"
+#include "platform/linux/x11/XInputDevices.h"
 #include "support/process/ChildProcess.h"
 #include "support/x11/ReadingProgram.h"
 #include "support/x11/XcbClient.h"
@@ -80,6 +81,28 @@ QString wordsOf(const QString &alphabet, int length)
     return text;
 }
 
+/// How often the key map has changed for programs that do not use the keyboard extension, since
+/// the last call.
+int mapChanges(const XcbConnection &program)
+{
+    xcbOwned(xcb_get_input_focus_reply(program.get(), xcb_get_input_focus(program.get()), nullptr));
+    int changes = 0;
+    while (const auto event = xcbOwned(xcb_poll_for_event(program.get()))) {
+        changes += (event->response_type & 0x7f) == XCB_MAPPING_NOTIFY ? 1 : 0;
+    }
+    return changes;
+}
+
+/// Characters that follow one another.
+QString distinct(char16_t first, int count)
+{
+    QString text;
+    for (int number = 0; number < count; ++number) {
+        text += QChar(static_cast<char16_t>(first + number));
+    }
+    return text;
+}
+
 /// A program that switches the layout all the time.
 class GroupSwitcher
 {
@@ -133,6 +156,7 @@ private slots:
     void textsArrive_data();
     void textsArrive();
     void aWindowManagerIsNotDisturbed();
+    void manyCharactersAreOneChangeOfTheKeyMap();
     void whatTheUserHoldsDoesNotCount_data();
     void whatTheUserHoldsDoesNotCount();
     void aLayoutThatIsSwitchedAllTheTimeIsFollowed_data();
@@ -143,8 +167,11 @@ private slots:
     void keysAreNotHeldUpByALongText();
     void aTextEndsWithItsContext();
     void aProgramThatAnswersIsNeverFarBehind();
+    void aProgramThatAnswersIsAwaited();
+    void anotherProgramIsNotHeldUpByOneThatIsBusy();
 
     void theKeyMapIsGivenBackAtTheEnd();
+    void eachKeyboardKeepsItsOwnKeys();
     void theKeyMapIsGivenBackAfterAWhile();
     void theKeyMapIsGivenBackAfterAKill();
     void nothingStaysDownAfterAKill();
@@ -163,6 +190,7 @@ private:
     bool type(const QString &text);
     bool hasArrived(const ReadingProgram &program, const QString &text);
     QByteArray keyMap() const;
+    QByteArray keyMapOf(const QString &keyboard) const;
 
     std::unique_ptr<X11Scene> scene;
 };
@@ -206,17 +234,17 @@ bool tst_X11Typing::hasArrived(const ReadingProgram &program, const QString &tex
     return typed == text;
 }
 
-/// The whole key map of the display as text.
+/// The key maps of all keyboards of the display as text.
 QByteArray tst_X11Typing::keyMap() const
 {
     const XcbConnection connection = XcbClient::connectTo(scene->server.display());
     xkb_x11_setup_xkb_extension(connection.get(), XKB_X11_MIN_MAJOR_XKB_VERSION,
                                 XKB_X11_MIN_MINOR_XKB_VERSION, XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS,
                                 nullptr, nullptr, nullptr, nullptr);
-    ChildProcess dump;
-    dump.start(u"xkbcomp"_s, {u"-w0"_s, scene->server.display(), u"-"_s});
-    dump.waitForFinished();
-    const XkbContext context(xkb_context_new(XKB_CONTEXT_NO_FLAGS));
+    QByteArray maps = keyMapOf(QString());
+    for (const std::uint16_t keyboard : keyboardNumbers(connection.get())) {
+        maps += keyMapOf(QString::number(keyboard));
+    }
     QByteArray core;
     const auto cookie = xcb_get_keyboard_mapping(connection.get(), 8, 248);
     const auto reply = xcbOwned(xcb_get_keyboard_mapping_reply(connection.get(), cookie, nullptr));
@@ -224,7 +252,20 @@ QByteArray tst_X11Typing::keyMap() const
          ++index) {
         core += QByteArray::number(xcb_get_keyboard_mapping_keysyms(reply.get())[index]) + ' ';
     }
-    return dump.readAllStandardOutput() + core;
+    return maps + core;
+}
+
+/// Of the keyboard with that number; without one, of the core keyboard.
+QByteArray tst_X11Typing::keyMapOf(const QString &keyboard) const
+{
+    QStringList arguments{u"-w0"_s, scene->server.display(), u"-"_s};
+    if (!keyboard.isEmpty()) {
+        arguments = QStringList{u"-i"_s, keyboard} + arguments;
+    }
+    ChildProcess dump;
+    dump.start(u"xkbcomp"_s, arguments);
+    dump.waitForFinished();
+    return dump.readAllStandardOutput();
 }
 
 void tst_X11Typing::textsArrive_data()
@@ -274,6 +315,20 @@ void tst_X11Typing::aWindowManagerIsNotDisturbed()
     QCOMPARE(manager.state(), QProcess::Running);
     manager.terminate();
     QVERIFY(manager.waitForFinished());
+}
+
+/// Each one makes programs read the key map anew, and window managers grab their keys again.
+void tst_X11Typing::manyCharactersAreOneChangeOfTheKeyMap()
+{
+    ReadingProgram program(scene->server.display(), {});
+    QVERIFY(type(u"a"_s));
+    const XcbConnection other = XcbClient::connectTo(scene->server.display());
+    const QString text = u"ÀÉΩЖ你好€"_s;
+    QVERIFY(type(text));
+    QVERIFY(hasArrived(program, u'a' + text));
+    QCOMPARE(mapChanges(other), 1);
+    scene->services.reset();
+    QCOMPARE(mapChanges(other), 1);
 }
 
 void tst_X11Typing::whatTheUserHoldsDoesNotCount_data()
@@ -416,6 +471,35 @@ void tst_X11Typing::aProgramThatAnswersIsNeverFarBehind()
     QVERIFY(hasArrived(program, text));
 }
 
+/// Whoever changes a spare key too early makes other characters of those that are not yet read.
+void tst_X11Typing::aProgramThatAnswersIsAwaited()
+{
+    ReadingProgram program(scene->server.display(), {});
+    const QString text = distinct(u'一', 60);
+    QVERIFY(type(u"a"_s));
+    QVERIFY(waitUntil([&] { return program.answers() > 0; }));
+    program.beBusy(7s);
+    QVERIFY(type(text));
+    QVERIFY(hasArrived(program, u'a' + text));
+}
+
+void tst_X11Typing::anotherProgramIsNotHeldUpByOneThatIsBusy()
+{
+    ReadingProgram busy(scene->server.display(), {});
+    QVERIFY(type(u"a"_s));
+    QVERIFY(waitUntil([&] { return busy.answers() > 0; }));
+    busy.beBusy(60s);
+    QObject context;
+    std::optional<bool> result;
+    const QString text = QString(2'000, u'a');
+    input().type(text, &context, [&](bool isDone) { result = isDone; });
+    QVERIFY(!waitUntil([&] { return result.has_value(); }, 1s));
+    ReadingProgram other(scene->server.display(), {});
+    QVERIFY(waitUntil([&] { return result.has_value(); }));
+    QVERIFY(*result);
+    QVERIFY(waitUntil([&] { return other.text().size() > 1'000; }));
+}
+
 void tst_X11Typing::theKeyMapIsGivenBackAtTheEnd()
 {
     ReadingProgram program(scene->server.display(), {});
@@ -426,6 +510,28 @@ void tst_X11Typing::theKeyMapIsGivenBackAtTheEnd()
     scene->services.reset();
     QCOMPARE(keyMap(), before);
     QVERIFY(hasArrived(program, u"a€你好"_s));
+}
+
+void tst_X11Typing::eachKeyboardKeepsItsOwnKeys()
+{
+    const XcbConnection connection = XcbClient::connectTo(scene->server.display());
+    const auto keyboards = keyboardNumbers(connection.get());
+    QVERIFY(keyboards.size() > 1);
+    QStringList layouts{u"de"_s, u"fr"_s, u"ru"_s};
+    for (const std::uint16_t keyboard : keyboards) {
+        layouts.append(layouts.takeFirst());
+        QVERIFY(scene->server.run(u"setxkbmap"_s, {u"-device"_s, QString::number(keyboard),
+                                                   u"-layout"_s, layouts.constLast()}));
+    }
+    ReadingProgram program(scene->server.display(), {});
+    scene->letServicesLearn();
+    QVERIFY(type(u"a"_s)); // The core keyboard takes the map of the keyboard that was used last.
+    const QByteArray before = keyMap();
+    QVERIFY(type(u"ΩЖ你好"_s));
+    QVERIFY(hasArrived(program, u"aΩЖ你好"_s));
+    QVERIFY(keyMap() != before);
+    scene->services.reset();
+    QCOMPARE(keyMap(), before);
 }
 
 void tst_X11Typing::theKeyMapIsGivenBackAfterAWhile()

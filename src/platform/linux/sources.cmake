@@ -17,6 +17,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/factories.cpp
   platform/linux/input/FocusedProgram.cpp
   platform/linux/input/InputGuard.cpp
+  platform/linux/input/KeyRange.cpp
   platform/linux/input/KeySymbols.cpp
   platform/linux/input/ModifierTracker.cpp
   platform/linux/input/NamedKeySymbols.cpp

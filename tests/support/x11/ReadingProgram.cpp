@@ -32,6 +32,7 @@ struct ReadingProgram::Private
     mutable std::mutex guard;
     QString text; ///< Guarded.
     std::atomic<int> answers = 0;
+    std::atomic<int> busyTime = 0; ///< Milliseconds that begin at the next look at its events.
     std::atomic<bool> isEnding = false;
     std::thread thread;
 
@@ -88,6 +89,9 @@ void ReadingProgram::Private::run()
         poll(&news, 1, 20);
         if (manners.pause.count() > 0) {
             std::this_thread::sleep_for(manners.pause);
+        }
+        for (int rest = busyTime.exchange(0); rest > 0 && !isEnding; rest -= 50) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
         while (const auto event = xcbOwned(xcb_poll_for_event(connection.get()))) {
             takeIn(event.get());
@@ -167,6 +171,11 @@ void ReadingProgram::takeFocus()
     const auto cookie = xcb_set_input_focus_checked(
         d->connection.get(), XCB_INPUT_FOCUS_POINTER_ROOT, d->window, XCB_CURRENT_TIME);
     xcbOwned(xcb_request_check(d->connection.get(), cookie));
+}
+
+void ReadingProgram::beBusy(std::chrono::milliseconds time)
+{
+    d->busyTime = static_cast<int>(time.count());
 }
 
 QString ReadingProgram::text() const

@@ -30,6 +30,8 @@ public:
 
     bool isConnected() const;
     void takeFocus();
+    /// It does something else for so long, beginning now.
+    void beBusy(std::chrono::milliseconds time);
 
     /// What has been typed so far; Enter is a line feed.
     QString text() const;

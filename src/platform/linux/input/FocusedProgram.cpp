@@ -4,6 +4,7 @@
 #include "platform/linux/input/FocusedProgram.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace platform {
 
@@ -27,6 +28,7 @@ void FocusedProgram::listen(bool isWanted)
     xcb_change_window_attributes(connection.get(), connection.root(), XCB_CW_EVENT_MASK, &mask);
     focused = XCB_NONE; // Its number may be another window's by now.
     answering = XCB_NONE;
+    givenUp = XCB_NONE;
 }
 
 void FocusedProgram::setFocus(xcb_window_t focus)
@@ -34,12 +36,24 @@ void FocusedProgram::setFocus(xcb_window_t focus)
     if (focus != focused) {
         focused = focus;
         answering = findAnswering(focus);
+        givenUp = XCB_NONE;
     }
+}
+
+bool FocusedProgram::hasAnswered() const
+{
+    return std::ranges::find(answered, answering) != answered.end();
 }
 
 void FocusedProgram::giveUp()
 {
-    answering = XCB_NONE;
+    givenUp = std::exchange(answering, XCB_NONE);
+}
+
+bool FocusedProgram::isThere(xcb_window_t window) const
+{
+    const auto cookie = xcb_get_window_attributes(connection.get(), window);
+    return xcbOwned(xcb_get_window_attributes_reply(connection.get(), cookie, nullptr)) != nullptr;
 }
 
 FocusedProgram::Answer FocusedProgram::ask()
@@ -65,6 +79,20 @@ FocusedProgram::answerIn(const xcb_generic_event_t *event) const
                           message->type == protocols && message->data.data32[0] == ping;
     return isAnswer ? std::optional(Answer{message->data.data32[2], message->data.data32[1]})
                     : std::nullopt;
+}
+
+void FocusedProgram::noteAnswer(const Answer &answer)
+{
+    constexpr std::size_t mostWindows = 64;
+    if (givenUp && answer.window == givenUp) {
+        answering = std::exchange(givenUp, XCB_NONE);
+    }
+    if (std::ranges::find(answered, answer.window) == answered.end()) {
+        answered.push_back(answer.window);
+    }
+    if (answered.size() > mostWindows) {
+        answered.pop_front();
+    }
 }
 
 /// The window that has the focus is a part of the program's, or the whole.

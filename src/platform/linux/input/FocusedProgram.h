@@ -6,6 +6,7 @@
 #include "platform/linux/x11/X11Connection.h"
 
 #include <cstdint>
+#include <deque>
 #include <optional>
 
 namespace platform {
@@ -36,8 +37,12 @@ public:
     void setFocus(xcb_window_t focus);
     /// The window that answers; none if the focused program gives no answers.
     xcb_window_t window() const { return answering; }
-    /// The program has not answered in time, again and again: no longer count on it.
+    /// Whether its program has ever answered. Others say that they do, and do not.
+    bool hasAnswered() const;
+    /// The program has not answered in time, again and again: count on it only if it does.
     void giveUp();
+    /// Whether the window still exists. One round trip.
+    bool isThere(xcb_window_t window) const;
 
     /// The number that the next question will have. Numbers rise.
     std::uint32_t nextQuestion() const { return lastQuestion + 1; }
@@ -45,6 +50,7 @@ public:
     Answer ask();
 
     std::optional<Answer> answerIn(const xcb_generic_event_t *event) const;
+    void noteAnswer(const Answer &answer);
 
 private:
     xcb_window_t findAnswering(xcb_window_t window) const;
@@ -57,6 +63,8 @@ private:
     bool isListening = false;
     xcb_window_t focused = XCB_NONE;
     xcb_window_t answering = XCB_NONE;
+    xcb_window_t givenUp = XCB_NONE;
+    std::deque<xcb_window_t> answered; ///< The windows that have, the latest ones.
     std::uint32_t lastQuestion = 0;
 };
 

@@ -3,22 +3,31 @@
 
 #include "platform/linux/input/SpareKeyRecord.h"
 
+#include "platform/linux/input/KeyRange.h"
 #include "platform/linux/input/KeySymbols.h"
 #include "platform/linux/input/XkbCandidates.h"
 #include "platform/linux/input/XkbHandles.h"
+#include "platform/linux/x11/TimedReply.h"
 #include "platform/linux/x11/XInputDevices.h"
 
 #include <algorithm>
 #include <array>
 
+#include <xcb/xcbext.h>
 #include <xkbcommon/xkbcommon-x11.h>
+
+#include "platform/linux/x11/XcbXkb.h"
 
 namespace platform {
 
 namespace {
 
+using namespace std::chrono_literals;
+
 constexpr std::uint8_t firstKeycode = 8;
-constexpr int keycodeCount = 248;
+
+/// Much longer than a server takes that has nothing else to do.
+constexpr auto patience = 200ms;
 
 KeycodeSet allKeys()
 {
@@ -53,6 +62,19 @@ KeycodeSet modifierKeys(xcb_connection_t *connection)
     return keycodes;
 }
 
+/// Takes the keysyms off those keys that still have them; false if there are none.
+bool takeOff(std::span<const SpareKeys::Binding> bindings, KeyRange &keys)
+{
+    bool isAny = false;
+    for (const SpareKeys::Binding &binding : bindings) {
+        if (keys.has(binding)) {
+            keys.set({binding.keycode, XCB_NO_SYMBOL});
+            isAny = true;
+        }
+    }
+    return isAny;
+}
+
 /// Keys that are posted by their position, whatever is on them.
 KeycodeSet keysKnownByPosition()
 {
@@ -63,34 +85,15 @@ KeycodeSet keysKnownByPosition()
     return keycodes;
 }
 
-/// The keysyms of each key in the core protocol's terms.
-class CoreMap
+/// The core protocol's way, with a notice for each key. A single keysym would become a pair of a
+/// lower and an upper case letter.
+void setEachKey(xcb_connection_t *connection, std::span<const SpareKeys::Binding> bindings)
 {
-public:
-    explicit CoreMap(xcb_connection_t *connection)
-        : reply(xcbOwned(xcb_get_keyboard_mapping_reply(
-              connection, xcb_get_keyboard_mapping(connection, firstKeycode, keycodeCount),
-              nullptr)))
-    {
+    for (const SpareKeys::Binding &binding : bindings) {
+        const std::array keysyms{binding.keysym, binding.keysym};
+        xcb_change_keyboard_mapping(connection, 1, binding.keycode, keysyms.size(), keysyms.data());
     }
-
-    /// Whether the key has that keysym everywhere, as a key that we have bound.
-    bool has(const SpareKeys::Binding &binding) const
-    {
-        if (!reply || binding.keycode < firstKeycode) {
-            return false;
-        }
-        const auto *first = xcb_get_keyboard_mapping_keysyms(reply.get()) +
-                            (binding.keycode - firstKeycode) * reply->keysyms_per_keycode;
-        return *first == binding.keysym &&
-               std::all_of(first, first + reply->keysyms_per_keycode, [&](xcb_keysym_t keysym) {
-                   return keysym == binding.keysym || keysym == XCB_NO_SYMBOL;
-               });
-    }
-
-private:
-    XcbOwned<xcb_get_keyboard_mapping_reply_t> reply;
-};
+}
 
 } // namespace
 
@@ -126,10 +129,11 @@ bool SpareKeyRecord::claim()
     return isOwner(marker);
 }
 
-KeycodeSet SpareKeyRecord::spareKeys() const
+KeycodeSet SpareKeyRecord::spareKeys()
 {
     KeycodeSet spare = allKeys();
-    for (const std::uint16_t device : keyboardNumbers(connection.get())) {
+    keyboards = keyboardNumbers(connection.get());
+    for (const std::uint16_t device : keyboards) {
         spare &= unusedKeys(connection.get(), device);
     }
     for (int keycode = 0; keycode <= firstKeycode; ++keycode) {
@@ -155,15 +159,24 @@ void SpareKeyRecord::giveBack(std::span<const SpareKeys::Binding> bindings)
     if (bindings.empty()) {
         return;
     }
-    const CoreMap map(connection.get());
-    Bindings ours;
-    for (const SpareKeys::Binding &binding : bindings) {
-        if (map.has(binding)) {
-            ours.push_back({binding.keycode, XCB_NO_SYMBOL});
-        }
-    }
-    setKeysyms(ours);
+    change(keyboards, bindings, [&](KeyRange &keys) { return takeOff(bindings, keys); });
+    giveBackCoreKeys(bindings);
     record({});
+}
+
+/// The core keyboard may have the map of a keyboard that is no longer there.
+void SpareKeyRecord::giveBackCoreKeys(std::span<const SpareKeys::Binding> bindings)
+{
+    Bindings left;
+    change({XCB_XKB_ID_USE_CORE_KBD}, bindings, [&](const KeyRange &keys) {
+        for (const SpareKeys::Binding &binding : bindings) {
+            if (keys.has(binding)) {
+                left.push_back({binding.keycode, XCB_NO_SYMBOL});
+            }
+        }
+        return false;
+    });
+    setEachKey(connection.get(), left);
 }
 
 bool SpareKeyRecord::isOwner(xcb_window_t window) const
@@ -175,6 +188,7 @@ bool SpareKeyRecord::isOwner(xcb_window_t window) const
 
 void SpareKeyRecord::recover()
 {
+    keyboards = keyboardNumbers(connection.get());
     giveBack(recorded());
 }
 
@@ -210,15 +224,58 @@ std::uint32_t SpareKeyRecord::record(const Bindings &bindings)
         .sequence;
 }
 
-/// On all keyboards, so that the user's own keyboard does not bring back another map. A single
-/// keysym would become a pair of a lower and an upper case letter.
+/// On all keyboards, so that the user's own keyboard does not bring back another map. Each keeps
+/// its own keys in between, so no change may be sent to all of them.
 void SpareKeyRecord::setKeysyms(std::span<const SpareKeys::Binding> bindings)
 {
-    for (const SpareKeys::Binding &binding : bindings) {
-        const std::array keysyms{binding.keysym, binding.keysym};
-        xcb_change_keyboard_mapping(connection.get(), 1, binding.keycode, keysyms.size(),
-                                    keysyms.data());
+    const bool isSet = change(keyboards, bindings, [&](KeyRange &keys) {
+        for (const SpareKeys::Binding &binding : bindings) {
+            keys.set(binding);
+        }
+        return true;
+    });
+    if (!isSet) {
+        setEachKey(connection.get(), bindings);
     }
+}
+
+/// Shows the action the keys of each keyboard, from the first to the last of the bindings, and
+/// sends them if it returns true. False if a keyboard could not be changed, or there is none.
+template <typename Action>
+bool SpareKeyRecord::change(const std::vector<std::uint16_t> &changed,
+                            std::span<const SpareKeys::Binding> bindings, Action action)
+{
+    const auto [first, last] = std::ranges::minmax(bindings, {}, &SpareKeys::Binding::keycode);
+    std::vector<unsigned int> questions;
+    for (const std::uint16_t keyboard : changed) {
+        questions.push_back(KeyRange::ask(connection.get(), keyboard, first.keycode, last.keycode));
+    }
+    std::vector<xcb_void_cookie_t> changes;
+    for (std::size_t index = 0; index < changed.size(); ++index) {
+        const auto answer = replyWithin(connection.get(), questions[index], patience);
+        auto keys = KeyRange::read(answer.get());
+        if (keys && action(*keys)) {
+            changes.push_back(keys->send(connection.get(), changed[index]));
+        }
+    }
+    return areDone(changes);
+}
+
+/// Whether there are any, and the server has made them without an error.
+bool SpareKeyRecord::areDone(std::span<const xcb_void_cookie_t> changes) const
+{
+    // After this answer no question about an error waits for the server.
+    const auto end = xcb_get_input_focus(connection.get());
+    if (!replyWithin(connection.get(), end.sequence, patience)) {
+        std::ranges::for_each(changes, [this](xcb_void_cookie_t cookie) {
+            xcb_discard_reply(connection.get(), cookie.sequence);
+        });
+        return true; // It makes them later.
+    }
+    return !changes.empty() &&
+           std::ranges::count_if(changes, [this](xcb_void_cookie_t cookie) {
+               return xcbOwned(xcb_request_check(connection.get(), cookie)) != nullptr;
+           }) == 0;
 }
 
 } // namespace platform

@@ -30,7 +30,7 @@ public:
     bool claim();
 
     /// The keys that no keyboard of the display uses. Reads all key maps, with many round trips.
-    KeycodeSet spareKeys() const;
+    KeycodeSet spareKeys();
 
     /// The numbers of the first and the last request of a change.
     struct Requests
@@ -39,12 +39,15 @@ public:
         std::uint32_t last = 0;
     };
 
-    /// Sends the changes, without waiting. `all` is what is bound afterwards.
+    /// Makes the changes, in one change of each keyboard's key map. `all` is what is bound
+    /// afterwards. Only to be called while no other program can change the key map. Two round
+    /// trips, or less than a second if the server does not answer.
     Requests bind(std::span<const SpareKeys::Binding> changes,
                   std::span<const SpareKeys::Binding> before,
                   std::span<const SpareKeys::Binding> all);
 
-    /// Takes the keysyms off the keys again, where nobody has changed them since. One round trip.
+    /// Takes the keysyms off the keys again, where nobody has changed them since. A few round
+    /// trips, in which no other program should change the key map.
     void giveBack(std::span<const SpareKeys::Binding> bindings);
 
 private:
@@ -54,11 +57,17 @@ private:
     void recover();
     Bindings recorded() const;
     std::uint32_t record(const Bindings &bindings);
+    void giveBackCoreKeys(std::span<const SpareKeys::Binding> bindings);
     void setKeysyms(std::span<const SpareKeys::Binding> bindings);
+    template <typename Action>
+    bool change(const std::vector<std::uint16_t> &changed,
+                std::span<const SpareKeys::Binding> bindings, Action action);
+    bool areDone(std::span<const xcb_void_cookie_t> changes) const;
 
     const X11Connection &connection;
     xcb_window_t marker;
     xcb_atom_t name; ///< Of the selection and of the property.
+    std::vector<std::uint16_t> keyboards;
 };
 
 } // namespace platform

@@ -94,6 +94,15 @@ void SpareKeys::confirm(std::uint32_t window, std::uint32_t question)
     }
 }
 
+void SpareKeys::countAsRead(std::uint32_t window, Clock::time_point time)
+{
+    for (SpareKey &key : keys) {
+        if (key.lastUse.window == window) {
+            key.lastUse.readAt = std::min(key.lastUse.readAt, time);
+        }
+    }
+}
+
 std::optional<SpareKeys::Clock::time_point> SpareKeys::nextFree() const
 {
     std::optional<Clock::time_point> first;

@@ -66,6 +66,9 @@ public:
     /// The window has answered that question, so it has read all that came before it.
     void confirm(std::uint32_t window, std::uint32_t question);
 
+    /// What that window got counts as read then at the latest.
+    void countAsRead(std::uint32_t window, Clock::time_point time);
+
     /// When the first key may be bound anew; nothing if all of them are held or there is none.
     std::optional<Clock::time_point> nextFree() const;
     /// When the events of all keys count as read.

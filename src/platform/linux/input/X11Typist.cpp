@@ -20,14 +20,27 @@ using namespace std::chrono_literals;
 
 /// In this time every program has read what was typed, unless it answers and says otherwise.
 constexpr auto readingTime = 1s;
-/// A program that answers may be busy for so long before it is treated like others.
-constexpr auto patienceWithProgram = 3s;
-/// The time between two turns while a program does not answer.
+/// A program that has answered before may be busy for so long. Then the text has failed: to go on
+/// would risk wrong characters.
+constexpr auto patienceWithProgram = 30s;
+/// Longer than that, so that the text has failed before its keys count as read.
+constexpr auto patienceWithKeys = patienceWithProgram + 5s;
+/// A program that never has answered may be busy for so long before it is treated like others, and
+/// so may one that has lost the focus.
+constexpr auto patienceWithSilence = 5s;
+/// The time between two turns while such a program does not answer.
 constexpr auto pauseForProgram = 1s;
-/// After so many questions without an answer the program is not asked any more.
-constexpr int mostUnanswered = 3;
+/// After so many questions without an answer it is not asked any more.
+constexpr int mostUnanswered = 5;
 /// Questions that may be without an answer while more is typed.
 constexpr std::size_t mostQuestions = 2;
+/// A program that answers later is slow. To it only one turn is on its way: if the user replaces
+/// the layout, a late program may look up what was typed before in the new one.
+constexpr auto promptAnswer = 100ms;
+/// How often the focus is looked at while a program is awaited.
+constexpr auto lookInterval = 250ms;
+/// So long the end may take.
+constexpr auto patienceAtEnd = 3s;
 
 /// Few enough that the server belongs to us for some milliseconds only.
 constexpr int charactersPerTurn = 100;
@@ -62,7 +75,7 @@ X11Typist::X11Typist(const X11Connection &openConnection, X11Keyboard &keyboardO
     , record(openConnection)
 {
     wake.setSingleShot(true);
-    wake.callOnTimeout([this] { schedule(); });
+    wake.callOnTimeout([this] { look(); });
     idle.setSingleShot(true);
     idle.callOnTimeout([this] { giveBack(); });
 }
@@ -73,16 +86,27 @@ bool X11Typist::handleEvent(const xcb_generic_event_t *event)
     if (!answer) {
         return false;
     }
-    const auto isAnswered = [&](const Question &question) {
-        return question.expected.window == answer->window &&
-               question.expected.question <= answer->question;
-    };
-    if (std::erase_if(questions, isAnswered) > 0) {
-        unanswered = 0;
-        spareKeys.confirm(answer->window, answer->question);
+    // Window managers ask, too, with numbers of their own.
+    if (answer->question < program.nextQuestion()) {
+        takeInAnswer(*answer);
         schedule();
     }
     return true;
+}
+
+void X11Typist::takeInAnswer(const FocusedProgram::Answer &answer)
+{
+    program.noteAnswer(answer);
+    spareKeys.confirm(answer.window, answer.question);
+    std::erase_if(questions, [&](const Question &question) {
+        const bool isAnswered = question.expected.window == answer.window &&
+                                question.expected.question <= answer.question;
+        if (isAnswered) {
+            unanswered = 0;
+            isProgramSlow = Clock::now() - question.asked > promptAnswer;
+        }
+        return isAnswered;
+    });
 }
 
 void X11Typist::press(const Key &key, const KeyModifiers &modifiers, QObject *context,
@@ -137,14 +161,28 @@ void X11Typist::end()
     fail();
     link.flush();
     waitUntilRead();
+    const bool isAlone = grab.take();
     record.giveBack(spareKeys.unbindAll());
+    if (isAlone) {
+        grab.release();
+    }
 }
 
 /// Asks for the next turn.
 void X11Typist::schedule()
 {
     dropUnwanted();
-    if (!isInTurn && hasWork() && !waitForProgram()) {
+    if (isProgramBehind()) {
+        wake.start(lookInterval);
+    } else {
+        look();
+    }
+}
+
+/// Takes a turn, if there is work, in which the focus is looked at.
+void X11Typist::look()
+{
+    if (!isInTurn && hasWork()) {
         wake.stop();
         grab.askWhetherFree([this] { takeTurn(); });
     }
@@ -157,7 +195,7 @@ void X11Typist::takeTurn()
         return;
     }
     dropUnwanted();
-    if (!hasWork() || waitForProgram()) {
+    if (!hasWork()) {
         return;
     }
     idle.stop();
@@ -178,26 +216,41 @@ void X11Typist::dropUnwanted()
     std::erase_if(texts, [](const WaitingText &text) { return text.waiter.isGone(); });
 }
 
-/// Whether the focused program is too far behind; then it is awaited.
-bool X11Typist::waitForProgram()
+bool X11Typist::isProgramBehind() const
 {
-    const auto now = Clock::now();
-    if (!questions.empty() && questions.front().end <= now) {
+    return questions.size() >= (isProgramSlow || !program.hasAnswered() ? 1 : mostQuestions);
+}
+
+/// Whether the program has been awaited for too long, so that nothing can be typed any more.
+bool X11Typist::losePatience()
+{
+    std::erase_if(questions, [this](const Question &question) {
+        return question.expected.window != program.window();
+    });
+    const auto waited =
+        questions.empty() ? Clock::duration() : Clock::now() - questions.front().asked;
+    if (program.hasAnswered()) {
+        return waited > patienceWithProgram;
+    }
+    if (waited > pauseForProgram) {
         questions.clear();
         if (++unanswered == mostUnanswered) {
             program.giveUp();
         }
     }
-    if (questions.size() < mostQuestions) {
-        return false;
-    }
-    wake.start(std::chrono::ceil<std::chrono::milliseconds>(questions.front().end - now));
-    return true;
+    return false;
 }
 
 void X11Typist::work()
 {
     if (!synchronise()) {
+        return;
+    }
+    if (losePatience()) {
+        progress = Progress::Failed;
+        return;
+    }
+    if (isProgramBehind()) {
         return;
     }
     if (keyboard.keyMap().isStale() || keyboard.keyMap().edition() != knownEdition) {
@@ -223,8 +276,21 @@ bool X11Typist::synchronise()
     if (!reply || !link.takeInEvents()) {
         return false;
     }
-    program.setFocus(reinterpret_cast<const xcb_get_input_focus_reply_t *>(reply.get())->focus);
+    followFocus(reinterpret_cast<const xcb_get_input_focus_reply_t *>(reply.get())->focus);
     return true;
+}
+
+void X11Typist::followFocus(xcb_window_t focus)
+{
+    const xcb_window_t before = program.window();
+    program.setFocus(focus);
+    if (before && before != program.window()) {
+        const auto rest =
+            program.isThere(before) ? Clock::duration(patienceWithSilence) : Clock::duration();
+        spareKeys.countAsRead(before, Clock::now() + rest);
+        unanswered = 0;
+        isProgramSlow = false;
+    }
 }
 
 void X11Typist::bindMissing()
@@ -347,6 +413,9 @@ void X11Typist::endTurn()
     link.takeInEvents();
     link.flush();
     report(std::exchange(outcomes, {}));
+    if (progress == Progress::Failed) {
+        fail();
+    }
     if (!hasWork()) {
         idle.start(idleTime);
     } else if (progress == Progress::NeedsSpareKey) {
@@ -384,7 +453,7 @@ void X11Typist::verifyBindings()
 void X11Typist::askProgram()
 {
     if (program.window()) {
-        questions.push_back({program.ask(), Clock::now() + pauseForProgram});
+        questions.push_back({program.ask(), Clock::now()});
     }
 }
 
@@ -405,16 +474,18 @@ void X11Typist::waitForSpareKey()
     const auto pause = std::chrono::milliseconds(10);
     const auto free = spareKeys.nextFree().value_or(Clock::now() + readingTime);
     const auto rest = std::chrono::ceil<std::chrono::milliseconds>(free - Clock::now());
-    wake.start(std::max(rest, pause));
+    wake.start(std::clamp<std::chrono::milliseconds>(rest, pause, lookInterval));
 }
 
 void X11Typist::giveBack()
 {
-    if (spareKeys.isAnyHeld()) {
+    const bool isInUse = spareKeys.isAnyHeld() || spareKeys.lastRead() > Clock::now();
+    if (isInUse || !grab.take()) {
         idle.start(idleTime);
         return;
     }
     record.giveBack(spareKeys.unbindAll());
+    grab.release();
     keyboard.keyMap().setBorrowedKeys({});
     program.listen(false);
     questions.clear();
@@ -425,10 +496,10 @@ void X11Typist::giveBack()
 
 void X11Typist::waitUntilRead()
 {
-    while (link.takeInEvents() && !spareKeys.bindings().empty() &&
-           spareKeys.lastRead() > Clock::now()) {
-        const auto rest =
-            std::chrono::ceil<std::chrono::milliseconds>(spareKeys.lastRead() - Clock::now());
+    const auto latest = Clock::now() + patienceAtEnd;
+    const auto end = [&] { return std::min(spareKeys.lastRead(), latest); };
+    while (link.takeInEvents() && !spareKeys.bindings().empty() && end() > Clock::now()) {
+        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(end() - Clock::now());
         pollfd descriptor{xcb_get_file_descriptor(connection.get()), POLLIN, 0};
         poll(&descriptor, 1, static_cast<int>(std::min(rest, 1000ms).count()));
     }
@@ -437,7 +508,9 @@ void X11Typist::waitUntilRead()
 void X11Typist::noteUse(std::uint8_t keycode)
 {
     const xcb_window_t window = program.window();
-    const auto time = window ? Clock::duration(patienceWithProgram) : readingTime;
+    const Clock::duration time = !window                 ? readingTime
+                                 : program.hasAnswered() ? patienceWithKeys
+                                                         : patienceWithSilence;
     spareKeys.use(keycode, {window, program.nextQuestion(), Clock::now() + time});
 }
 

@@ -31,7 +31,9 @@ namespace platform {
 /// Characters of the layout are typed by their keys. For others it borrows spare keys of the key
 /// map (SpareKeys) and gives them back when they have not been used for a while, and at the end.
 ///
-/// A program that answers pings is never further behind than two turns.
+/// A program that answers pings is never further behind than two turns. One that has answered is
+/// awaited: a spare key is not bound anew before it has read the last character of that key. If it
+/// stays silent for long, the text has failed.
 class X11Typist
 {
 public:
@@ -96,11 +98,11 @@ private:
     struct Question
     {
         FocusedProgram::Answer expected;
-        Clock::time_point end; ///< Of the patience with it.
+        Clock::time_point asked;
     };
 
     /// What a turn has come to.
-    enum class Progress { None, NeedsKeys, NeedsSpareKey, Typed };
+    enum class Progress { None, NeedsKeys, NeedsSpareKey, Typed, Failed };
 
     struct Outcome
     {
@@ -109,14 +111,18 @@ private:
     };
 
     void schedule();
+    void look();
     void takeTurn();
     bool hasWork() const { return !keys.empty() || !texts.empty(); }
     void dropUnwanted();
-    bool waitForProgram();
+    void takeInAnswer(const FocusedProgram::Answer &answer);
+    bool isProgramBehind() const;
 
     // While the server belongs to this program.
     void work();
     bool synchronise();
+    void followFocus(xcb_window_t focus);
+    bool losePatience();
     void bindMissing();
     std::vector<std::uint32_t> missingKeysyms();
     void pressKeys();
@@ -147,7 +153,8 @@ private:
     std::deque<WaitingText> texts;
     std::vector<BorrowedKey> borrowed;  ///< Those that are down.
     std::vector<Question> questions;    ///< Without an answer so far.
-    int unanswered = 0;                 ///< In a row.
+    int unanswered = 0;                 ///< In a row, while the program has never answered.
+    bool isProgramSlow = false;         ///< Its last answer was late.
     std::vector<Outcome> outcomes;      ///< Of this turn.
     Progress progress = Progress::None; ///< In this turn.
     int knownEdition = 0;               ///< Of the key map, when the spare keys were found.

@@ -54,6 +54,7 @@ private slots:
     void anAnswerShowsThatAKeyWasRead();
     void anAnswerToAnEarlierQuestionShowsNothing();
     void anAnswerOfAnotherWindowShowsNothing();
+    void aWindowThatIsGoneIsNotWaitedFor();
     void aHeldKeyIsNeverBoundAnew();
     void theFirstFreeKeyIsKnown();
     void aLostKeyIsNoLongerUsed();
@@ -122,6 +123,18 @@ void tst_SpareKeys::anAnswerOfAnotherWindowShowsNothing()
     keys.use(93, {Window, 5, now + 1h});
     keys.confirm(Window + 1, 5);
     QCOMPARE(bind(keys, {2}), Bindings());
+}
+
+void tst_SpareKeys::aWindowThatIsGoneIsNotWaitedFor()
+{
+    SpareKeys keys = spareKeys({93, 97});
+    bind(keys, {1, 2});
+    keys.use(93, {Window, 1, now + 30s});
+    keys.use(97, {Window + 1, 2, now + 30s});
+    keys.countAsRead(Window, now + 5s);
+    keys.countAsRead(Window, now + 9s);
+    QCOMPARE(bind(keys, {3, 4}, now + 4s), Bindings());
+    QCOMPARE(bind(keys, {3, 4}, now + 5s), (Bindings{{93, 3}}));
 }
 
 void tst_SpareKeys::aHeldKeyIsNeverBoundAnew()
