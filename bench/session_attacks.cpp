@@ -82,6 +82,7 @@ void crowd()
     QElapsedTimer time;
     time.start();
     std::vector<SessionPeer> peers;
+    peers.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i) {
         peers.emplace_back(target.path());
     }
@@ -193,6 +194,8 @@ void flood(const QString &what, const QByteArray &bytes, bool isRead)
     std::atomic_bool isOver = false;
     std::vector<SessionPeer> peers;
     std::vector<std::thread> floods;
+    peers.reserve(Sessions);
+    floods.reserve(Sessions);
     for (int i = 0; i < Sessions; ++i) {
         peers.emplace_back(target.path());
     }

@@ -90,7 +90,7 @@ QStringList SessionFields::texts(QLatin1StringView name)
     if (has(name) && !value.isArray()) {
         refuse(u"\"%1\" must be a list."_s.arg(name));
     }
-    for (const QJsonValue &entry : value.toArray()) {
+    for (const QJsonValue entry : value.toArray()) {
         if (!entry.isString()) {
             refuse(u"\"%1\" must be a list of texts."_s.arg(name));
         }

@@ -463,11 +463,11 @@ void tst_X11Typing::aProgramThatAnswersIsNeverFarBehind()
 {
     ReadingProgram program(scene->server.display(), {true, 50ms});
     QObject context;
-    const QString text(1'000, u'a');
+    const QString text(2'500, u'a');
     bool isDone = false;
     input().type(text, &context, [&](bool) { isDone = true; });
     QVERIFY(waitUntil([&] { return isDone; }, GenerousLimit, 1ms));
-    QVERIFY2(program.text().size() >= 800, QByteArray::number(program.text().size()).constData());
+    QVERIFY2(program.text().size() >= 2'000, QByteArray::number(program.text().size()).constData());
     QVERIFY(hasArrived(program, text));
 }
 

@@ -36,14 +36,14 @@ constexpr int mostUnanswered = 5;
 constexpr std::size_t mostQuestions = 2;
 /// A program that answers later is slow. To it only one turn is on its way: if the user replaces
 /// the layout, a late program may look up what was typed before in the new one.
-constexpr auto promptAnswer = 100ms;
+constexpr auto promptAnswer = 200ms;
 /// How often the focus is looked at while a program is awaited.
 constexpr auto lookInterval = 250ms;
 /// So long the end may take.
 constexpr auto patienceAtEnd = 3s;
 
 /// Few enough that the server belongs to us for some milliseconds only.
-constexpr int charactersPerTurn = 100;
+constexpr int charactersPerTurn = 250;
 /// So far it looks for characters that are missing, to bind as many as possible at once.
 constexpr std::size_t lookahead = 1000;
 
