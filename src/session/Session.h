@@ -30,7 +30,7 @@ class Session : public QObject
 
 public:
     /// While more is unsent, in bytes, the next request waits.
-    static constexpr qsizetype mostUnsent = 4 * 1024 * 1024;
+    static constexpr qsizetype mostUnsent = 1024 * 1024;
 
     /// Sends the greeting.
     Session(std::unique_ptr<platform::LocalStream> stream, SessionCommons &commons);
