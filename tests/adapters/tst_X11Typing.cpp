@@ -292,7 +292,7 @@ void tst_X11Typing::textsArrive()
     ReadingProgram program(scene->server.display(),
                            {answersPings, std::chrono::milliseconds(pause)});
     // Without answers it takes a second to use the spare keys again.
-    const QString text = randomText(100, answersPings && pause == 0 ? 100 : 30) + u"\n\t.\n"_s;
+    const QString text = randomText(100, answersPings && pause == 0 ? 100 : 20) + u"\n\t.\n"_s;
     QVERIFY(type(text));
     QVERIFY(hasArrived(program, text));
     QCOMPARE(program.answers() > 0, answersPings);

@@ -33,9 +33,11 @@ void FocusedProgram::listen(bool isWanted)
 
 void FocusedProgram::setFocus(xcb_window_t focus)
 {
-    if (focus != focused) {
+    // The number of the same focus may be that of another program's window by now.
+    const xcb_window_t found = findAnswering(focus);
+    if (focus != focused || found != givenUp) {
         focused = focus;
-        answering = findAnswering(focus);
+        answering = found;
         givenUp = XCB_NONE;
     }
 }

@@ -32,8 +32,8 @@ public:
     /// From now on, or no longer, answers arrive as events of the connection.
     void listen(bool isWanted);
 
-    /// Keys go to that window now. Finds out whether its program answers, with a few round trips if
-    /// it is not known yet.
+    /// Keys go to that window now. Finds out whether its program answers, with a few round
+    /// trips.
     void setFocus(xcb_window_t focus);
     /// The window that answers; none if the focused program gives no answers.
     xcb_window_t window() const { return answering; }

@@ -113,6 +113,7 @@ void X11Typist::press(const Key &key, const KeyModifiers &modifiers, QObject *co
                       DesktopInput::Done done)
 {
     release(key);
+    restorePatience();
     keys.push_back({key, modifiers, {context, context != nullptr, std::move(done)}});
     schedule();
 }
@@ -140,6 +141,7 @@ void X11Typist::release(const Key &key)
 
 void X11Typist::type(const QString &text, QObject *context, DesktopInput::Done done)
 {
+    restorePatience();
     texts.push_back({printable(text), 0, {context, context != nullptr, std::move(done)}});
     schedule();
 }
@@ -230,6 +232,7 @@ bool X11Typist::losePatience()
     const auto waited =
         questions.empty() ? Clock::duration() : Clock::now() - questions.front().asked;
     if (program.hasAnswered()) {
+        askAgain();
         return waited > patienceWithProgram;
     }
     if (waited > pauseForProgram) {
@@ -241,12 +244,31 @@ bool X11Typist::losePatience()
     return false;
 }
 
+/// The question may be lost: its window is gone, and another one has the same number.
+void X11Typist::askAgain()
+{
+    if (!questions.empty() && Clock::now() - questions.back().asked > pauseForProgram) {
+        askProgram();
+    }
+}
+
+/// For each text, as if the program had been asked only now.
+void X11Typist::restorePatience()
+{
+    if (!hasWork()) {
+        for (Question &question : questions) {
+            question.asked = Clock::now();
+        }
+    }
+}
+
 void X11Typist::work()
 {
     if (!synchronise()) {
         return;
     }
     if (losePatience()) {
+        isProgramSlow = true; // Nothing more before it answers.
         progress = Progress::Failed;
         return;
     }

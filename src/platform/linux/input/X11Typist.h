@@ -117,12 +117,14 @@ private:
     void dropUnwanted();
     void takeInAnswer(const FocusedProgram::Answer &answer);
     bool isProgramBehind() const;
+    void restorePatience();
 
     // While the server belongs to this program.
     void work();
     bool synchronise();
     void followFocus(xcb_window_t focus);
     bool losePatience();
+    void askAgain();
     void bindMissing();
     std::vector<std::uint32_t> missingKeysyms();
     void pressKeys();
