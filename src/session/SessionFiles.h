@@ -53,8 +53,7 @@ public:
 
     /// Removes what killed servers have left in the directory, in turns that end with the worker.
     /// To be called at the start.
-    static void removeAbandonedDrafts(const QString &directory, Turns &turns,
-                                      QObject *worker);
+    static void removeAbandonedDrafts(const QString &directory, Turns &turns, QObject *worker);
 
 private:
     struct Transfer;

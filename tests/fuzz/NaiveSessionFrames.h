@@ -31,9 +31,8 @@ inline bool isUtf8(const QByteArray &bytes)
 /// Of brackets outside of texts.
 inline int depthOf(const QByteArray &line)
 {
-    static const QRegularExpression text(
-        QStringLiteral("\"(?:[^\"\\\\]++|\\\\.)*+(?:\"|$)"),
-        QRegularExpression::DotMatchesEverythingOption);
+    static const QRegularExpression text(QStringLiteral("\"(?:[^\"\\\\]++|\\\\.)*+(?:\"|$)"),
+                                         QRegularExpression::DotMatchesEverythingOption);
     const QString rest = QString::fromLatin1(line).remove(text);
     int depth = 0;
     int deepest = 0;
