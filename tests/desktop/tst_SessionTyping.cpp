@@ -111,8 +111,9 @@ void tst_SessionTyping::everyCharacterArrives()
     QFETCH(Hindrance, hindrance);
     QVERIFY(typing->useLayout(layout));
     QVERIFY(typing->open(kind));
-    const QString text = RandomText(Seed).mixed(charactersFor(kind), TypingScene::keyCaps(layout),
-                                                TypingScene::isTaken);
+    const QString text = RandomText(Seed).mixed(
+        charactersFor(kind), TypingScene::keyCaps(layout),
+        [&](char32_t character) { return TypingScene::isTaken(kind, character); });
     QCOMPARE(typing->type(text, hindrance), QByteArray());
 }
 

@@ -44,7 +44,7 @@ public:
 
     /// Whether the program takes the character if it is typed. What is left out has its reason
     /// there.
-    static bool isTaken(char32_t character);
+    static bool isTaken(ControlsProgram::Kind kind, char32_t character);
 
     /// Types it by the session while the hindrance is there, and waits until the program has all
     /// of it.

@@ -134,8 +134,14 @@ std::uint32_t keysymOf(char32_t character)
     }
     const bool isControl = character < U' ' || (character >= 0x7f && character <= 0x9f);
     const bool isSurrogate = character >= 0xd800 && character <= 0xdfff;
-    return isControl || isSurrogate ? std::uint32_t{XKB_KEY_NoSymbol}
-                                    : xkb_utf32_to_keysym(character);
+    if (isControl || isSurrogate || xkb_utf32_to_keysym(character) == XKB_KEY_NoSymbol) {
+        return XKB_KEY_NoSymbol;
+    }
+    // Not the older keysym that some characters have as well: programs do not agree on them.
+    // Chromium takes that of U+25AF for U+25A1, and does not know others.
+    constexpr std::uint32_t unicodeKeysyms = 0x01000000;
+    constexpr char32_t lastLatin1 = 0xff;
+    return character <= lastLatin1 ? std::uint32_t{character} : unicodeKeysyms + character;
 }
 
 bool isModifier(NamedKey name)
