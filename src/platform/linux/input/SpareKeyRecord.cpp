@@ -247,6 +247,7 @@ bool SpareKeyRecord::change(const std::vector<std::uint16_t> &changed,
 {
     const auto [first, last] = std::ranges::minmax(bindings, {}, &SpareKeys::Binding::keycode);
     std::vector<unsigned int> questions;
+    questions.reserve(changed.size());
     for (const std::uint16_t keyboard : changed) {
         questions.push_back(KeyRange::ask(connection.get(), keyboard, first.keycode, last.keycode));
     }
