@@ -17,9 +17,9 @@
 // After each read the server has done what the model says: tokens announced, answers sent, messages
 // written, files shown; and in the end the files are the same, and nothing else was written.
 
+#include "fuzz/ConnectionScene.h"
 #include "fuzz/Finding.h"
 #include "fuzz/ScriptedRead.h"
-#include "fuzz/Session.h"
 
 #include <csignal>
 #include <cstddef>
@@ -68,7 +68,7 @@ QByteArray repeated(const QByteArray &bytes, qsizetype size)
 }
 
 /// What happens before a read.
-void prepare(Session &session, char control)
+void prepare(ConnectionScene &session, char control)
 {
     switch (control) {
     case 'x':
@@ -98,7 +98,8 @@ void prepare(Session &session, char control)
 }
 
 /// The bytes of a read, made many where the control asks for it.
-QByteArray enlarged(const QByteArray &bytes, const Session &session, char control, bool &wasHuge)
+QByteArray enlarged(const QByteArray &bytes, const ConnectionScene &session, char control,
+                    bool &wasHuge)
 {
     if (session.isReceivingFile() && control == 'r') {
         return repeated(bytes, largeRead);
@@ -112,7 +113,7 @@ QByteArray enlarged(const QByteArray &bytes, const Session &session, char contro
     return bytes;
 }
 
-void play(Session &session, const QByteArray &input)
+void play(ConnectionScene &session, const QByteArray &input)
 {
     bool wasHuge = false;
     for (const ScriptedRead &read : scriptedReads(input, 1)) {
@@ -126,7 +127,7 @@ void play(Session &session, const QByteArray &input)
 /// True when files may have been written.
 bool playedWithFiles(const QByteArray &input)
 {
-    Session session(*world);
+    ConnectionScene session(*world);
     play(session, input);
     return session.hasTouchedFiles();
 }

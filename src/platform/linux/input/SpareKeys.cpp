@@ -13,7 +13,9 @@ void SpareKeys::setKeys(const KeycodeSet &keycodes)
     std::erase_if(keys, [&](const SpareKey &key) { return !keycodes.test(key.keycode); });
     for (std::size_t keycode = 0; keycode < keycodes.size(); ++keycode) {
         if (keycodes.test(keycode) && !find(static_cast<std::uint8_t>(keycode))) {
-            keys.push_back({.keycode = static_cast<std::uint8_t>(keycode)});
+            SpareKey key;
+            key.keycode = static_cast<std::uint8_t>(keycode);
+            keys.push_back(key);
         }
     }
 }

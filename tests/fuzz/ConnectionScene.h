@@ -41,13 +41,13 @@ struct World
 
 /// Handhelds and the server's commands, one connection at a time over a socket in memory, beside
 /// the model of it all. After each step both must have done the same.
-class Session
+class ConnectionScene
 {
 public:
-    explicit Session(World &sharedWorld);
-    ~Session();
-    Session(const Session &) = delete;
-    Session &operator=(const Session &) = delete;
+    explicit ConnectionScene(World &sharedWorld);
+    ~ConnectionScene();
+    ConnectionScene(const ConnectionScene &) = delete;
+    ConnectionScene &operator=(const ConnectionScene &) = delete;
 
     /// Bytes that arrive at once.
     void receive(const QByteArray &bytes);

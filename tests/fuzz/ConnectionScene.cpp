@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "fuzz/Session.h"
+#include "fuzz/ConnectionScene.h"
 
 #include "doubles/MemorySocket.h"
 #include "fuzz/Finding.h"
@@ -88,7 +88,7 @@ World::World(int &argumentCount, char **arguments) : application(argumentCount, 
 
 World::~World() = default;
 
-Session::Session(World &sharedWorld)
+ConnectionScene::ConnectionScene(World &sharedWorld)
     : world(sharedWorld)
     , model(world.scene.serverDirectory(), world.scene.modelDirectory(), desktopSize())
 {
@@ -100,7 +100,7 @@ Session::Session(World &sharedWorld)
     begin();
 }
 
-Session::~Session()
+ConnectionScene::~ConnectionScene()
 {
     leave();
     world.knownDevices += model.pairedDevices();
@@ -112,7 +112,7 @@ Session::~Session()
     QGuiApplication::clipboard()->clear();
 }
 
-void Session::startServer()
+void ConnectionScene::startServer()
 {
     QSettings().remove("pairedDeviceList");
     ServerAdapters adapters = world.host.serverAdapters();
@@ -121,7 +121,7 @@ void Session::startServer()
     world.knownDevices = 0;
 }
 
-void Session::begin()
+void ConnectionScene::begin()
 {
     socket = new MemorySocket(world.server.get());
     handler = new ClientHandler(socket);
@@ -137,7 +137,7 @@ void Session::begin()
     model.begin();
 }
 
-void Session::leave()
+void ConnectionScene::leave()
 {
     if (!socket.isNull()) {
         socket->disconnectFromHost();
@@ -151,13 +151,13 @@ void Session::leave()
     Finding::require(handler.isNull() && socket.isNull(), "a connection outlives its peer");
 }
 
-void Session::replaceHandheld()
+void ConnectionScene::replaceHandheld()
 {
     leave();
     begin();
 }
 
-void Session::setUnsent(qint64 bytes)
+void ConnectionScene::setUnsent(qint64 bytes)
 {
     model.unsent = bytes;
     if (!socket.isNull()) {
@@ -165,12 +165,12 @@ void Session::setUnsent(qint64 bytes)
     }
 }
 
-void Session::makeClipboardSlow()
+void ConnectionScene::makeClipboardSlow()
 {
     model.isClipboardSlow = world.host.isClipboardSlow = true;
 }
 
-void Session::answerWaiting()
+void ConnectionScene::answerWaiting()
 {
     RecordingHost &host = world.host;
     model.isClipboardSlow = host.isClipboardSlow = false;
@@ -187,20 +187,20 @@ void Session::answerWaiting()
     compare();
 }
 
-void Session::removeDirectories()
+void ConnectionScene::removeDirectories()
 {
     world.scene.removeDirectories();
     hasRemovedDirectories = true;
 }
 
-void Session::receive(const QByteArray &bytes)
+void ConnectionScene::receive(const QByteArray &bytes)
 {
     deliver(bytes);
     model.receive(bytes);
     compare();
 }
 
-void Session::deliver(const QByteArray &bytes)
+void ConnectionScene::deliver(const QByteArray &bytes)
 {
     if (!socket.isNull()) {
         socket->receive(bytes);
@@ -213,7 +213,7 @@ void Session::deliver(const QByteArray &bytes)
     }
 }
 
-void Session::compare()
+void ConnectionScene::compare()
 {
     compareDeeds();
     Finding::requireEqual(!handler.isNull(), model.isOpen, "the connection's life differs");
@@ -223,7 +223,7 @@ void Session::compare()
     model.deeds = ConnectionModel::Deeds();
 }
 
-void Session::compareDeeds()
+void ConnectionScene::compareDeeds()
 {
     const ConnectionModel::Deeds &deeds = model.deeds;
     EventRecord &events = world.host.events;
@@ -238,7 +238,7 @@ void Session::compareDeeds()
     messages.clear();
 }
 
-void Session::compareConnection()
+void ConnectionScene::compareConnection()
 {
     Finding::requireEqual(handler->token, model.token, "the map differs");
     Finding::requireEqual(handler->deviceName, model.deviceName, "another device");
