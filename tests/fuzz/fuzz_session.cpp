@@ -19,6 +19,7 @@
 
 #include <QDir>
 #include <QGuiApplication>
+#include <QSet>
 #include <QTemporaryDir>
 
 #include <array>
@@ -84,16 +85,20 @@ struct Host
                 [] { return std::make_shared<int>(0); }};
     }
 
-    /// Presses without a release.
-    int held() const
+    /// The keys and buttons that are down. What is pressed again is down once, as on a desktop.
+    qsizetype held() const
     {
-        int sum = 0;
+        QSet<QString> down;
         for (const QString &call : record.calls) {
             const bool isButton = call.startsWith(u"button "_s);
-            sum += call.startsWith(u"press "_s) || (isButton && call.endsWith(u" down"_s)) ? 1 : 0;
-            sum -= call.startsWith(u"release "_s) || (isButton && call.endsWith(u" up"_s)) ? 1 : 0;
+            const QString thing = (isButton ? u"button "_s : u"key "_s) + call.section(u' ', 1, 1);
+            if (call.startsWith(u"press "_s) || (isButton && call.endsWith(u" down"_s))) {
+                down.insert(thing);
+            } else if (call.startsWith(u"release "_s) || (isButton && call.endsWith(u" up"_s))) {
+                down.remove(thing);
+            }
         }
-        return sum;
+        return down.size();
     }
 };
 
