@@ -16,7 +16,7 @@ name=$(basename "$program")
 name=${name#fuzz_}
 faults=$(dirname "$program")/faults
 # Fewer runs than this in the time given would show nothing.
-fewest_runs=500
+fewest_runs=200
 
 scratch=$(mktemp -d -p "$([ -w /dev/shm ] && echo /dev/shm || echo "${TMPDIR:-/tmp}")" vorna-XXXXXX)
 trap 'rm -rf "$scratch"' EXIT
