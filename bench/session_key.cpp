@@ -8,8 +8,8 @@
 // Needs VORNA_SERVER (the server's executable) and the minimal program as first argument; a second
 // one is the number of keys.
 
+#include "BareProgram.h"
 #include "KeyObserver.h"
-#include "SessionPeer.h"
 #include "support/Sample.h"
 
 #include <QThread>
@@ -45,14 +45,10 @@ void compare(const QStringList &arguments)
 {
     ServerBench bench(u"/nonexistent"_s);
     bench.start();
-    const QString floorPath = bench.session().path(u"floor"_s);
-    ChildProcess floorProcess;
-    floorProcess.setProcessEnvironment(bench.session().environment());
-    floorProcess.start(arguments.value(1), {floorPath});
-    ServerBench::require(floorProcess.waitForReadyRead(), "start of the bare program");
+    const BareProgram bare(arguments.value(1), bench.session());
 
     SessionPeer server = SessionPeer::soon(SessionPeer::pathOf(bench.session()));
-    SessionPeer floor = SessionPeer::soon(floorPath);
+    SessionPeer floor = bare.peer();
     ServerBench::require(!server.message().isEmpty() && floor.isConnected(), "the sockets");
     KeyObserver observer(bench.session().display());
     const int keys = arguments.value(2).toInt();

@@ -8,7 +8,7 @@
 // Needs VORNA_SERVER (the server's executable) and the minimal program as first argument; a second
 // one is the seconds of each turn, a third the number of turns.
 
-#include "SessionPeer.h"
+#include "BareProgram.h"
 #include "support/Sample.h"
 #include "support/process/ProcessTables.h"
 
@@ -88,13 +88,9 @@ void compare(const QStringList &arguments)
     const int turns = arguments.value(3, u"3"_s).toInt();
     ServerBench bench(u"/nonexistent"_s);
     bench.start();
-    const QString floorPath = bench.session().path(u"floor"_s);
-    ChildProcess floorProcess;
-    floorProcess.setProcessEnvironment(bench.session().environment());
-    floorProcess.start(arguments.value(1), {floorPath});
-    ServerBench::require(floorProcess.waitForReadyRead(), "start of the bare program");
+    const BareProgram bare(arguments.value(1), bench.session());
     SessionPeer session = SessionPeer::soon(SessionPeer::pathOf(bench.session()));
-    SessionPeer floor = SessionPeer::soon(floorPath);
+    SessionPeer floor = bare.peer();
     ServerBench::require(!session.message().isEmpty() && floor.isConnected(), "the sockets");
 
     const QByteArray right = R"({"id":1,"request":"move","dx":1,"dy":0})"
@@ -107,7 +103,7 @@ void compare(const QStringList &arguments)
     for (int turn = 0; turn < turns; ++turn) {
         measure(session, right, left, seconds, bench.processId(), display, ofSession);
         const QByteArray byte(1, '\0');
-        measure(floor, byte, byte, seconds, floorProcess.processId(), display, ofFloor);
+        measure(floor, byte, byte, seconds, bare.processId(), display, ofFloor);
     }
     print("session", ofSession);
     print("floor", ofFloor);

@@ -62,6 +62,10 @@ public:
     /// The bytes of the file that the server has, and all of them.
     using Progress = std::function<void(quint64 received, quint64 total)>;
 
+    /// How often to ping while something is held: the server releases what a silent client holds
+    /// after ten seconds.
+    static constexpr std::chrono::seconds pingPause{3};
+
     explicit SessionConnection(QObject *parent = nullptr);
     ~SessionConnection() override;
 

@@ -144,12 +144,6 @@ QString textFromInput(const Arguments &arguments)
     return text;
 }
 
-ExitCode refused(const QString &sentence)
-{
-    Terminal::complain(sentence, "cannot-send"_L1);
-    return ExitCode::Usage;
-}
-
 /// The text as it is sent. A note lists the changes.
 QString withLosses(const QString &text)
 {
@@ -210,7 +204,7 @@ ExitCode pairOnNetwork(const Target &target, const Arguments &arguments)
 ExitCode checkAddress(const QString &word)
 {
     const WebAddress address = WebAddress::of(word);
-    return address.problem.isEmpty() ? ExitCode::Done : refused(address.problem);
+    return address.problem.isEmpty() ? ExitCode::Done : Terminal::cannotSend(address.problem);
 }
 
 ExitCode openOnNetwork(const Target &target, const Arguments &arguments)
@@ -226,8 +220,9 @@ ExitCode checkText(const QString &text)
 {
     const auto written = writeRequest(Request::copy(text), 0);
     return written.isRefused()
-               ? refused(written.refusal + u" With --lossy it is replaced; quillmote send sends a "
-                                           "file that holds the text."_s)
+               ? Terminal::cannotSend(written.refusal +
+                                      u" With --lossy it is replaced; quillmote send sends a "
+                                      "file that holds the text."_s)
                : ExitCode::Done;
 }
 
@@ -337,7 +332,7 @@ ExitCode Commands::paste(const Arguments &arguments)
 ExitCode Commands::open(const Arguments &arguments)
 {
     if (arguments.values.isEmpty() != arguments.wantsList) {
-        return refused(u"open takes an address or an application, or --list."_s);
+        return Terminal::cannotSend(u"open takes an address or an application, or --list."_s);
     }
     const Target target =
         arguments.wantsList || arguments.isApplication

@@ -71,12 +71,6 @@ ExitCode connectAndRun(const Target &target, const Arguments &arguments,
     return code;
 }
 
-ExitCode misused(const QString &sentence)
-{
-    Terminal::complain(sentence);
-    return ExitCode::Usage;
-}
-
 struct Click
 {
     Button button = Button::Left;
@@ -114,16 +108,17 @@ std::optional<LocalClick> localClickNamed(const QString &name)
 ExitCode checkMove(double dx, double dy)
 {
     const bool areWhole = dx == std::trunc(dx) && dy == std::trunc(dy);
-    return areWhole ? ExitCode::Done
-                    : misused(u"The network has no fractions of pixels; move takes two whole "
-                              "numbers, as in quillmote move 100 -20."_s);
+    return areWhole
+               ? ExitCode::Done
+               : Terminal::misused(u"The network has no fractions of pixels; move takes two whole "
+                                   "numbers, as in quillmote move 100 -20."_s);
 }
 
 ExitCode checkClick(const QString &name)
 {
     return clickNamed(name)
                ? ExitCode::Done
-               : misused(
+               : Terminal::misused(
                      u"There is no click \"%1\"; it is left, right, center or double."_s.arg(name));
 }
 
@@ -153,8 +148,9 @@ ExitCode checkKeys(const QStringList &words)
 {
     for (const QString &word : words) {
         if (!shortcutFor(word)) {
-            return misused(u"The network has no word for the key \"%1\"; only the server of this "
-                           "desktop can press it (--local)."_s.arg(word));
+            return Terminal::misused(
+                u"The network has no word for the key \"%1\"; only the server of this "
+                "desktop can press it (--local)."_s.arg(word));
         }
     }
     return ExitCode::Done;
@@ -181,8 +177,9 @@ ExitCode Commands::key(const Arguments &arguments)
     for (const QString &value : arguments.values) {
         const auto stroke = KeyStroke::of(value);
         if (!stroke) {
-            return misused(u"There is no key \"%1\".%2 quillmote key --help lists the keys."_s.arg(
-                value, KeyStroke::suggestionFor(value)));
+            return Terminal::misused(
+                u"There is no key \"%1\".%2 quillmote key --help lists the keys."_s.arg(
+                    value, KeyStroke::suggestionFor(value)));
         }
         strokes.push_back(*stroke);
     }
@@ -204,7 +201,8 @@ ExitCode Commands::move(const Arguments &arguments)
         return !(std::abs(pixels) <= std::numeric_limits<int>::max());
     };
     if (!isX || !isY || isFar(dx) || isFar(dy)) {
-        return misused(u"move takes two numbers of pixels, as in quillmote move 100 -20."_s);
+        return Terminal::misused(
+            u"move takes two numbers of pixels, as in quillmote move 100 -20."_s);
     }
     const Target target = Target::find(arguments, [&] { return checkMove(dx, dy); });
     if (!target.isFound()) {
@@ -222,8 +220,9 @@ ExitCode Commands::click(const Arguments &arguments)
     const QString name = arguments.values.value(0, u"left"_s);
     const auto click = localClickNamed(name);
     if (!click) {
-        return misused(u"There is no click \"%1\"; it is left, right, middle, center, back, "
-                       "forward or double."_s.arg(name));
+        return Terminal::misused(
+            u"There is no click \"%1\"; it is left, right, middle, center, back, "
+            "forward or double."_s.arg(name));
     }
     const Target target = Target::find(arguments, [&] { return checkClick(name); });
     if (!target.isFound()) {

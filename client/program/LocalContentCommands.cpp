@@ -111,12 +111,6 @@ ExitCode openApplication(LocalSession &session, const Arguments &arguments, cons
     return code;
 }
 
-ExitCode refused(const QString &sentence)
-{
-    Terminal::complain(sentence, "cannot-send"_L1);
-    return ExitCode::Usage;
-}
-
 /// The bytes of the argument, or of standard input.
 QByteArray textToCopy(const Arguments &arguments)
 {
@@ -243,11 +237,11 @@ ExitCode LocalCommands::copy(LocalSession &session, const Arguments &arguments)
 {
     const QByteArray text = textToCopy(arguments);
     if (text.size() > longestClipboardText) {
-        return refused(u"The text is longer than 16 MiB; send it as a file."_s);
+        return Terminal::cannotSend(u"The text is longer than 16 MiB; send it as a file."_s);
     }
     const auto decoded = LocalText::fromUtf8(text);
     if (!decoded) {
-        return refused(u"The text is not UTF-8; send it as a file."_s);
+        return Terminal::cannotSend(u"The text is not UTF-8; send it as a file."_s);
     }
     const ExitCode code = LocalClipboard::set(session, text);
     JsonOutput::printDone(arguments, code, {{u"text"_s, *decoded}});
@@ -275,7 +269,7 @@ ExitCode LocalCommands::type(LocalSession &session, const Arguments &arguments, 
 {
     const QString problem = LocalText::problemWithTyping(text);
     if (!problem.isEmpty()) {
-        return refused(problem);
+        return Terminal::cannotSend(problem);
     }
     const ExitCode code = arguments.pastesAll     ? pasteText(session, arguments, text)
                           : arguments.delay > 0ms ? typeSlowly(session, text, arguments.delay)

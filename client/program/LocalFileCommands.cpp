@@ -31,12 +31,6 @@ using Terminal::ExitCode;
 
 namespace {
 
-ExitCode misused(const QString &sentence)
-{
-    Terminal::complain(sentence);
-    return ExitCode::Usage;
-}
-
 /// The same on both ends: one component of a path.
 QString problemWithName(const QString &name)
 {
@@ -93,7 +87,7 @@ ExitCode sendOne(LocalSession &session, const Arguments &arguments, const QStrin
 {
     const auto file = std::make_shared<QFile>(path);
     if (!file->open(QIODevice::ReadOnly)) {
-        return misused(u"%1: %2."_s.arg(printable(path), file->errorString()));
+        return Terminal::misused(u"%1: %2."_s.arg(printable(path), file->errorString()));
     }
     const QString name = nameThere(arguments, path);
     const qint64 size = file->size();
@@ -239,7 +233,7 @@ ExitCode getToOutput(LocalSession &session, const QString &name)
 {
     QFile output;
     if (!output.open(stdout, QIODevice::WriteOnly)) {
-        return misused(u"Standard output cannot be written."_s);
+        return Terminal::misused(u"Standard output cannot be written."_s);
     }
     int signalNumber = 0;
     const ExitCode code = download(session, name, output, &signalNumber);
@@ -253,7 +247,7 @@ ExitCode getOne(LocalSession &session, const Arguments &arguments, const QString
     const QString path = pathHere(arguments, name);
     QTemporaryFile file(QFileInfo(path).absolutePath() + u"/.quillmote-XXXXXX"_s);
     if (!file.open()) {
-        return misused(u"%1 cannot be written: %2."_s.arg(path, file.errorString()));
+        return Terminal::misused(u"%1 cannot be written: %2."_s.arg(path, file.errorString()));
     }
     const ExitCode code = download(session, name, file, signalNumber);
     if (code != ExitCode::Done || *signalNumber != 0) {
@@ -262,7 +256,7 @@ ExitCode getOne(LocalSession &session, const Arguments &arguments, const QString
     const QString problem =
         file.flush() ? problemWithNaming(file, path, arguments.isForced) : file.errorString();
     if (!problem.isEmpty()) {
-        return misused(problem);
+        return Terminal::misused(problem);
     }
     showGot(arguments, name, path);
     return ExitCode::Done;
@@ -290,7 +284,7 @@ ExitCode LocalCommands::send(LocalSession &session, const Arguments &arguments)
 {
     const QString problem = problemWith(arguments);
     if (!problem.isEmpty()) {
-        return misused(problem);
+        return Terminal::misused(problem);
     }
     ExitCode code = ExitCode::Done;
     for (const QString &path : arguments.values) {
@@ -305,7 +299,7 @@ ExitCode Commands::get(const Arguments &arguments)
 {
     const QString problem = problemWithGetting(arguments);
     if (!problem.isEmpty()) {
-        return misused(problem);
+        return Terminal::misused(problem);
     }
     const Target target = Target::findLocal(arguments);
     if (!target.isFound()) {

@@ -38,15 +38,6 @@ constexpr double dragStep = 10; // pixels
 constexpr int mostDragSteps = 50;
 constexpr milliseconds dragPause = 10ms;
 
-/// The server releases what a silent client holds after ten seconds.
-constexpr milliseconds pingPause = 3s;
-
-ExitCode misused(const QString &sentence)
-{
-    Terminal::complain(sentence);
-    return ExitCode::Usage;
-}
-
 std::optional<double> numberIn(const QString &word, double most)
 {
     bool isNumber = false;
@@ -155,7 +146,7 @@ void waitHolding(LocalSession &session, const Arguments &arguments, const Signal
     QObject::connect(&pings, &QTimer::timeout, &loop,
                      [&] { session.connection().send(SessionMessage::ping(), {}); });
     QObject::connect(&session.connection(), &SessionConnection::lost, &loop, &QEventLoop::quit);
-    pings.start(pingPause);
+    pings.start(SessionConnection::pingPause);
     if (arguments.holdTime) {
         QTimer::singleShot(*arguments.holdTime, Qt::PreciseTimer, &loop, &QEventLoop::quit);
     }
@@ -223,8 +214,9 @@ ExitCode Commands::scroll(const Arguments &arguments)
 {
     const auto notches = notchesIn(arguments.values);
     if (!notches) {
-        return misused(u"scroll takes up, down, left or right and a number of notches, or two "
-                       "numbers, as in quillmote scroll down 3."_s);
+        return Terminal::misused(
+            u"scroll takes up, down, left or right and a number of notches, or two "
+            "numbers, as in quillmote scroll down 3."_s);
     }
     const Target target = Target::findLocal(arguments);
     if (!target.isFound()) {
@@ -241,10 +233,11 @@ ExitCode Commands::drag(const Arguments &arguments)
     const auto dy = numberIn(arguments.values[1], farthest);
     const QString button = buttonNamed(arguments.button);
     if (!dx || !dy) {
-        return misused(u"drag takes two numbers of pixels, as in quillmote drag 100 -20."_s);
+        return Terminal::misused(
+            u"drag takes two numbers of pixels, as in quillmote drag 100 -20."_s);
     }
     if (button.isEmpty()) {
-        return misused(
+        return Terminal::misused(
             u"There is no button \"%1\"; it is left, middle, right, back or forward."_s.arg(
                 arguments.button));
     }

@@ -31,8 +31,6 @@ constexpr size_t busyRequests = 4;
 constexpr qsizetype typedPiece = 100;
 /// The rest of a sequence follows within this time, even over a slow line.
 constexpr auto escapeTime = 50ms;
-/// The server releases what a silent client holds after ten seconds.
-constexpr auto pingPause = 3s;
 
 } // namespace
 
@@ -42,7 +40,7 @@ LocalRemote::LocalRemote(LocalSession &server) : session(server)
     escapeTimer.setInterval(escapeTime);
     QObject::connect(&escapeTimer, &QTimer::timeout, &loop,
                      [this] { handleAll(TerminalKeys::takeUnfinished(unread)); });
-    pings.setInterval(pingPause);
+    pings.setInterval(SessionConnection::pingPause);
     QObject::connect(&pings, &QTimer::timeout, &loop,
                      [this] { session.connection().send(SessionMessage::ping(), {}); });
 }

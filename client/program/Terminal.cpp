@@ -120,6 +120,18 @@ void complain(const QString &sentence, QLatin1StringView code)
     }
 }
 
+ExitCode misused(const QString &sentence)
+{
+    complain(sentence);
+    return ExitCode::Usage;
+}
+
+ExitCode cannotSend(const QString &sentence)
+{
+    complain(sentence, "cannot-send"_L1);
+    return ExitCode::Usage;
+}
+
 void note(const QString &sentence)
 {
     const QString shown = printableLines(sentence);

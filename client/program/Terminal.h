@@ -37,6 +37,9 @@ void printRawLines(const QStringList &lines);
 /// Prints one sentence about an error and what to do next. Without a code the one of the exit
 /// status is used: "server-error", "usage" or "no-connection". Control characters are escaped.
 void complain(const QString &sentence, QLatin1StringView code = {});
+/// The same about a command line that is wrong, or about what cannot be sent; returns the status.
+ExitCode misused(const QString &sentence);
+ExitCode cannotSend(const QString &sentence);
 /// Prints something worth knowing that is not an error. Control characters are escaped.
 void note(const QString &sentence);
 /// Prints the errors that complain() has kept until now; returns the program's exit status.
