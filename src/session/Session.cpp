@@ -77,7 +77,7 @@ void Session::take()
     }
 }
 
-/// Returns whether to read on: something has come, and there is nothing to serve before more has.
+/// Returns whether to read on: something has come, and nothing is left to serve before more has.
 bool Session::takeSome()
 {
     const std::optional<SessionStream::Received> received = stream.read(frames.place());
@@ -89,9 +89,8 @@ bool Session::takeSome()
     frames.add(received->others);
     if (!frames.isWithinBody()) {
         serveArrived();
-        return false;
     }
-    return !received->isNothing();
+    return frames.isWithinBody() && !received->isNothing();
 }
 
 /// The peer has ended its sending, or may have gone. What it has sent is still served, but it
@@ -214,6 +213,9 @@ void Session::handle(const SessionFrames::Frame &frame)
     case SessionFrames::Kind::LongLine:
         handleLine(frame);
         break;
+    case SessionFrames::Kind::Part:
+        requests->takePart(announced->request, frame.bytes);
+        break;
     case SessionFrames::Kind::Body:
         announced->request.body = frame.bytes;
         serve(*std::exchange(announced, std::nullopt));
@@ -232,11 +234,18 @@ void Session::handleLine(const SessionFrames::Frame &frame)
                             ? understand(frame.bytes)
                             : withFault({}, u"too-long"_s, u"The line is too long."_s);
     if (incoming.bodySize) {
-        frames.expectBody(*incoming.bodySize);
+        frames.expectBody(*incoming.bodySize, deliveryFor(incoming));
         announced = std::move(incoming);
     } else {
         serve(incoming);
     }
+}
+
+/// What nobody needs as a whole is not gathered.
+SessionFrames::Delivery Session::deliveryFor(const Incoming &incoming) const
+{
+    const bool isWhole = !incoming.fault && requests->needsWholeBody(incoming.request);
+    return isWhole ? SessionFrames::Delivery::Whole : SessionFrames::Delivery::InParts;
 }
 
 Session::Incoming Session::withFault(const QJsonValue &id, const QString &error,

@@ -68,6 +68,7 @@ private:
     bool serveNext();
     void handle(const SessionFrames::Frame &frame);
     void handleLine(const SessionFrames::Frame &frame);
+    SessionFrames::Delivery deliveryFor(const Incoming &incoming) const;
     void serve(const Incoming &incoming);
     void answered(const QJsonValue &id, const SessionReply &reply);
     void sendEvent(const QJsonObject &event);

@@ -100,6 +100,7 @@ struct SessionFiles::Transfer
     qint64 size = 0;
     bool mustOpen = false;
     qint64 received = 0;
+    std::optional<SessionReply> failure;
     std::unique_ptr<Folder::Draft> draft;
 };
 
@@ -177,29 +178,53 @@ SessionReply SessionFiles::append(const SessionRequest &request)
         return fields.reply();
     }
     const auto found = transfers.find(number);
-    return found == transfers.end() ? noTransfer() : appendTo(found, *request.body);
+    if (found == transfers.end()) {
+        return noTransfer();
+    }
+    appendTo(*found->second, *request.body);
+    return replyAfter(found);
+}
+
+/// Written as it comes: gathering it first would keep the sender waiting.
+void SessionFiles::takePart(const SessionRequest &request, const QByteArray &bytes)
+{
+    SessionFields fields(request.fields);
+    const auto found = transfers.find(numberIn(fields));
+    if (fields.isGood() && found != transfers.end()) {
+        appendTo(*found->second, bytes);
+    }
+}
+
+void SessionFiles::appendTo(Transfer &transfer, const QByteArray &bytes)
+{
+    QString reason;
+    if (bytes.size() > transfer.size - transfer.received) {
+        transfer.failure =
+            badRequest(QT_TRANSLATE_NOOP("Session", "More has come than \"size\" said."));
+    } else if (!transfer.draft->append(bytes, reason)) {
+        transfer.failure = failed(reason);
+    } else {
+        transfer.received += bytes.size();
+    }
 }
 
 /// A transfer ends with its last piece, and with one that fails: those that follow would not fit.
-SessionReply SessionFiles::appendTo(Transfers::iterator found, const QByteArray &bytes)
+SessionReply SessionFiles::replyAfter(Transfers::iterator found)
 {
     Transfer &transfer = *found->second;
-    QString reason;
-    SessionReply reply;
-    if (bytes.size() > transfer.size - transfer.received) {
-        reply = badRequest(QT_TRANSLATE_NOOP("Session", "More has come than \"size\" said."));
-    } else if (!transfer.draft->append(bytes, reason)) {
-        reply = failed(reason);
+    const bool isComplete = transfer.received == transfer.size;
+    SessionReply reply = SessionReply::done();
+    if (transfer.failure) {
+        reply = *transfer.failure;
     } else {
-        transfer.received += bytes.size();
-        const bool isComplete = transfer.received == transfer.size;
-        reply = isComplete ? complete(transfer) : SessionReply::done();
-        reply.fields.insert(u"received"_s, transfer.received);
-        if (!isComplete) {
-            return reply;
+        if (isComplete) {
+            reply = complete(transfer);
         }
+        reply.fields.insert(u"received"_s, transfer.received);
     }
-    transfers.erase(found);
+    if (transfer.failure || isComplete) {
+        transfers.erase(found);
+    }
     return reply;
 }
 

@@ -47,6 +47,8 @@ public:
     ~SessionFiles() override;
 
     void put(const SessionRequest &request, const SessionAnswer &answer);
+    /// What has come of the body of a put before the rest of it.
+    void takePart(const SessionRequest &request, const QByteArray &bytes);
     void list(const SessionRequest &request, const SessionAnswer &answer);
     void get(const SessionRequest &request, const SessionAnswer &answer);
     void cancel(const SessionRequest &request, const SessionAnswer &answer);
@@ -63,7 +65,8 @@ private:
     SessionReply begin(const SessionRequest &request);
     SessionReply beginTransfer(const QByteArray &name, qint64 size, bool mustOpen);
     SessionReply append(const SessionRequest &request);
-    SessionReply appendTo(Transfers::iterator found, const QByteArray &bytes);
+    static void appendTo(Transfer &transfer, const QByteArray &bytes);
+    SessionReply replyAfter(Transfers::iterator found);
     SessionReply complete(Transfer &transfer);
     SessionReply read(const SessionRequest &request);
     void continueList(const std::shared_ptr<Listing> &listing);

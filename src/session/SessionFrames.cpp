@@ -6,6 +6,13 @@
 #include <algorithm>
 #include <utility>
 
+namespace {
+
+/// As much as a socket's buffer has on most systems.
+constexpr qint64 longestPart = 256 * 1024;
+
+} // namespace
+
 void SessionFrames::add(std::span<const char> bytes)
 {
     if (begin == waiting.size()) {
@@ -22,8 +29,8 @@ std::span<char> SessionFrames::place()
     if (!bodyLeft || isBodyTooLong || begin < waiting.size()) {
         return {};
     }
-    placeSize = *bodyLeft;
-    part.resize(part.size() + placeSize); // reserved, and nothing is written there
+    placeSize = isInParts ? std::min(*bodyLeft, longestPart) : *bodyLeft;
+    part.resize(part.size() + placeSize); // nothing is written there
     return std::span(part.data(), static_cast<size_t>(part.size()))
         .last(static_cast<size_t>(placeSize));
 }
@@ -41,13 +48,21 @@ std::optional<SessionFrames::Frame> SessionFrames::next()
     return bodyLeft ? nextBody() : nextLine();
 }
 
-void SessionFrames::expectBody(qint64 size)
+void SessionFrames::expectBody(qint64 size, Delivery delivery)
 {
     bodyLeft = size;
     isBodyTooLong = size > longest;
-    if (!isBodyTooLong) {
+    isInParts = delivery == Delivery::InParts;
+    if (!isBodyTooLong && !isInParts) {
         part.reserve(size);
     }
+}
+
+bool SessionFrames::isWithinBody() const
+{
+    const qsizetype rest = waiting.size() - begin;
+    const bool hasPart = isInParts && !isBodyTooLong && part.size() + rest > 0;
+    return bodyLeft.value_or(0) > rest && !hasPart;
 }
 
 /// Each byte is looked at once: what has no line feed goes into `part`.
@@ -79,7 +94,8 @@ std::optional<SessionFrames::Frame> SessionFrames::nextBody()
     begin += size;
     *bodyLeft -= size;
     if (*bodyLeft > 0) {
-        return std::nullopt;
+        const bool hasPart = isInParts && !part.isEmpty();
+        return hasPart ? std::optional(Frame{Kind::Part, std::exchange(part, {})}) : std::nullopt;
     }
     bodyLeft.reset();
     return Frame{isBodyTooLong ? Kind::LongBody : Kind::Body, std::exchange(part, {})};

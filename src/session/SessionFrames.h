@@ -16,7 +16,9 @@ public:
     /// The longest line without its line feed, and the longest body, in bytes.
     static constexpr qint64 longest = 1024 * 1024;
 
-    enum class Kind { Line, LongLine, Body, LongBody };
+    /// A part is never the last of its body: that one is a Body.
+    enum class Kind { Line, LongLine, Part, Body, LongBody };
+    enum class Delivery { Whole, InParts };
 
     struct Frame
     {
@@ -32,15 +34,16 @@ public:
     std::span<char> place();
     /// The next bytes, so many or none, are at their place.
     void placed(qsizetype size);
-    /// The next line, or the body that is expected; none until all of it has come.
+    /// The next line, or the body that is expected; none until all of it has come, or some of a
+    /// body that is delivered in parts.
     std::optional<Frame> next();
     /// To be called after the line that announced it: the next bytes are a body of that size.
-    void expectBody(qint64 size);
+    void expectBody(qint64 size, Delivery delivery);
 
     /// Bytes that are stored.
     qsizetype stored() const { return waiting.size() - begin + part.size(); }
     /// Whether nothing is there to be taken until more of a body has come.
-    bool isWithinBody() const { return bodyLeft.value_or(0) > waiting.size() - begin; }
+    bool isWithinBody() const;
 
 private:
     std::optional<Frame> nextLine();
@@ -52,5 +55,6 @@ private:
     bool isLineTooLong = false;
     std::optional<qint64> bodyLeft; // bytes of the expected body that have not come
     bool isBodyTooLong = false;
+    bool isInParts = false;
     qsizetype placeSize = 0; // bytes at the end of `part` that have not come
 };

@@ -17,7 +17,7 @@ struct SessionRequest
     QJsonValue id;
     QString name;
     QJsonObject fields;             ///< All of the line.
-    std::optional<QByteArray> body; ///< If it has announced one.
+    std::optional<QByteArray> body; ///< If it has announced one; only its rest if it came in parts.
 };
 
 /// The answer to a request, without its id.

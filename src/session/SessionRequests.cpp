@@ -31,8 +31,9 @@ constexpr qsizetype longestAddress = 1024 * 1024;
 enum Trait {
     None = 0,
     Input = 1,         ///< The session counts as a connected device.
-    Body = 2,          ///< It may have a body.
-    EvenIfRefused = 4, ///< Served for devices that the user has refused.
+    WholeBody = 2,     ///< It may have a body.
+    BodyInParts = 4,   ///< It may have a body, and takes it as it comes.
+    EvenIfRefused = 8, ///< Served for devices that the user has refused.
 };
 
 } // namespace
@@ -97,12 +98,12 @@ const SessionRequests::Command *SessionRequests::commandOf(const QString &name)
         Command{"moveTo"_L1, Input, &SessionRequests::moveTo},
         Command{"button"_L1, Input, &SessionRequests::button},
         Command{"scroll"_L1, Input, &SessionRequests::scroll},
-        Command{"clipboard.set"_L1, Body, &SessionRequests::setClipboard},
+        Command{"clipboard.set"_L1, WholeBody, &SessionRequests::setClipboard},
         Command{"clipboard.get"_L1, None, &SessionRequests::getClipboard},
         Command{"clipboard.watch"_L1, None, &SessionRequests::watchClipboard},
         Command{"open"_L1, None, &SessionRequests::open},
         Command{"applications"_L1, None, &SessionRequests::applications},
-        Command{"file.put"_L1, Body, &SessionRequests::putFile},
+        Command{"file.put"_L1, BodyInParts, &SessionRequests::putFile},
         Command{"file.cancel"_L1, None, &SessionRequests::cancelFile},
         Command{"file.list"_L1, None, &SessionRequests::listFiles},
         Command{"file.get"_L1, None, &SessionRequests::getFile},
@@ -125,13 +126,28 @@ void SessionRequests::serve(const SessionRequest &request, const SessionAnswer &
                                                                SessionJson::shown(request.name))));
     } else if (isRefused && (command->traits & EvenIfRefused) == 0) {
         answer(SessionReply::refused(u"refused"_s, u"The user has refused this device."_s));
-    } else if (request.body && (command->traits & Body) == 0) {
+    } else if (request.body && (command->traits & (WholeBody | BodyInParts)) == 0) {
         answer(SessionReply::refused(u"bad-request"_s, u"This request has no body."_s));
     } else {
         if ((command->traits & Input) != 0) {
             becomeConnected();
         }
         (this->*command->serve)(request, answer);
+    }
+}
+
+bool SessionRequests::needsWholeBody(const SessionRequest &request)
+{
+    const Command *command = commandOf(request.name);
+    return command != nullptr && (command->traits & WholeBody) != 0;
+}
+
+/// Parts that no request takes are dropped: serve() will refuse it.
+void SessionRequests::takePart(const SessionRequest &request, const QByteArray &bytes)
+{
+    const Command *command = commandOf(request.name);
+    if (command != nullptr && (command->traits & BodyInParts) != 0 && !isRefused) {
+        parts->files.takePart(request, bytes);
     }
 }
 

@@ -28,6 +28,10 @@ public:
 
     /// The answer does not come if this object is destroyed first.
     void serve(const SessionRequest &request, const SessionAnswer &answer);
+    /// Whether serve() wants all of the body.
+    static bool needsWholeBody(const SessionRequest &request);
+    /// Takes what has come of the body of a request before serve() gets the rest of it.
+    void takePart(const SessionRequest &request, const QByteArray &bytes);
 
     /// Whether keys or buttons are held for the session, and their release.
     bool isHolding() const;

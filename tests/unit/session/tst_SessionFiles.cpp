@@ -37,6 +37,8 @@ private slots:
     void cleanup();
 
     void aFileComesInPieces();
+    void aPieceMayComeInParts();
+    void aPartThatFailsFailsThePiece();
     void transfersDoNotMix();
     void anEmptyFileTakesAnEmptyPiece();
     void anExistingNameGetsANumber();
@@ -155,6 +157,34 @@ void tst_SessionFiles::aFileComesInPieces()
     QCOMPARE(names(), QStringList(u"a.bin"_s));
     QCOMPARE(error(append(file, "")), u"not-found"_s);
     QCOMPARE(opened, QList<QUrl>());
+}
+
+void tst_SessionFiles::aPieceMayComeInParts()
+{
+    const QJsonValue file = begun(u"a"_s, 6);
+    const SessionRequest piece{1, {}, {{u"file"_s, file}}, {}};
+    session->takePart(piece, "ab");
+    session->takePart(piece, "cd");
+    QVERIFY(!QFile::exists(path(u"a"_s)));
+    QVERIFY(append(file, "ef")->fields.value(u"complete"_s).toBool());
+    QCOMPARE(Folders::fileBytes(path(u"a"_s)), QByteArray("abcdef"));
+    // Of a transfer that is over, and of none.
+    session->takePart(piece, "g");
+    session->takePart({1, {}, {{u"file"_s, u"a"_s}}, {}}, "g");
+    QCOMPARE(Folders::fileBytes(path(u"a"_s)), QByteArray("abcdef"));
+}
+
+void tst_SessionFiles::aPartThatFailsFailsThePiece()
+{
+    const QJsonValue file = begun(u"a"_s, 3);
+    const SessionRequest piece{1, {}, {{u"file"_s, file}}, {}};
+    session->takePart(piece, "1234");
+    session->takePart(piece, "1");
+    // Would fit, had nothing been lost before it.
+    QCOMPARE(error(append(file, "123")), u"bad-request"_s);
+    QCOMPARE(error(append(file, "")), u"not-found"_s);
+    QCOMPARE(names(), QStringList());
+    QCOMPARE(transfers->total(), 0);
 }
 
 void tst_SessionFiles::transfersDoNotMix()

@@ -8,9 +8,11 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 using Frame = SessionFrames::Frame;
 using Kind = SessionFrames::Kind;
+using Delivery = SessionFrames::Delivery;
 
 namespace {
 
@@ -25,9 +27,11 @@ void addByPlaces(SessionFrames &frames, std::span<const char> bytes)
 }
 
 /// All frames of the bytes, which come in pieces of that size. A line that is a number announces a
-/// body of that size.
-QList<Frame> framesOf(const QByteArray &bytes, qsizetype pieceSize, bool byPlaces = false)
+/// body of that size. The parts of a body are put together again.
+QList<Frame> framesOf(const QByteArray &bytes, qsizetype pieceSize, bool byPlaces = false,
+                      Delivery delivery = Delivery::Whole)
 {
+    QByteArray parts;
     SessionFrames frames;
     QList<Frame> found;
     for (qsizetype begin = 0; begin < bytes.size(); begin += pieceSize) {
@@ -36,11 +40,15 @@ QList<Frame> framesOf(const QByteArray &bytes, qsizetype pieceSize, bool byPlace
             static_cast<size_t>(std::min(pieceSize, bytes.size() - begin)));
         byPlaces ? addByPlaces(frames, piece) : frames.add(piece);
         while (const auto frame = frames.next()) {
-            found.append(*frame);
+            if (frame->kind == Kind::Part) {
+                parts += frame->bytes;
+                continue;
+            }
+            found.append({frame->kind, std::exchange(parts, {}) + frame->bytes});
             bool isNumber = false;
             const qint64 size = frame->bytes.toLongLong(&isNumber);
             if (frame->kind == Kind::Line && isNumber) {
-                frames.expectBody(size);
+                frames.expectBody(size, delivery);
             }
         }
     }
@@ -62,6 +70,8 @@ private slots:
     void aLongerBodyIsSkipped();
     void whatIsIncompleteWaits();
     void aBodyHasItsPlaceWhenNothingIsBeforeIt();
+    void partsAreTakenAsTheyCome();
+    void whatIsSkippedIsNotStored_data();
     void whatIsSkippedIsNotStored();
     void whatIsTakenIsNotStored();
 };
@@ -82,8 +92,10 @@ void tst_SessionFrames::bytesAreDividedWhateverPiecesTheyComeIn()
         {Kind::Line, "0"},     {Kind::Body, ""}, {Kind::Line, "x\r"}, {Kind::Line, "with \t tab"},
     };
     const QByteArray bytes = "first\n\n5\na\nb\n\n0\nx\r\nwith \t tab\nrest";
-    QCOMPARE(framesOf(bytes, pieceSize), expected);
-    QCOMPARE(framesOf(bytes, pieceSize, true), expected);
+    for (const Delivery delivery : {Delivery::Whole, Delivery::InParts}) {
+        QCOMPARE(framesOf(bytes, pieceSize, false, delivery), expected);
+        QCOMPARE(framesOf(bytes, pieceSize, true, delivery), expected);
+    }
 }
 
 void tst_SessionFrames::theLongestLineIsTaken()
@@ -110,8 +122,11 @@ void tst_SessionFrames::theLongestBodyIsTaken()
     for (const qsizetype pieceSize : {4'096, 1'048'576, 2'000'000}) {
         const QList<Frame> expected = {
             {Kind::Line, "1048576"}, {Kind::Body, body}, {Kind::Line, "next"}};
-        QCOMPARE(framesOf("1048576\n" + body + "next\n", pieceSize), expected);
-        QCOMPARE(framesOf("1048576\n" + body + "next\n", pieceSize, true), expected);
+        for (const Delivery delivery : {Delivery::Whole, Delivery::InParts}) {
+            const QByteArray bytes = "1048576\n" + body + "next\n";
+            QCOMPARE(framesOf(bytes, pieceSize, false, delivery), expected);
+            QCOMPARE(framesOf(bytes, pieceSize, true, delivery), expected);
+        }
     }
 }
 
@@ -121,8 +136,11 @@ void tst_SessionFrames::aLongerBodyIsSkipped()
     for (const qsizetype pieceSize : {4'096, 1'048'576, 2'000'000}) {
         const QList<Frame> expected = {
             {Kind::Line, "1048577"}, {Kind::LongBody, ""}, {Kind::Line, "next"}};
-        QCOMPARE(framesOf("1048577\n" + body + "next\n", pieceSize), expected);
-        QCOMPARE(framesOf("1048577\n" + body + "next\n", pieceSize, true), expected);
+        for (const Delivery delivery : {Delivery::Whole, Delivery::InParts}) {
+            const QByteArray bytes = "1048577\n" + body + "next\n";
+            QCOMPARE(framesOf(bytes, pieceSize, false, delivery), expected);
+            QCOMPARE(framesOf(bytes, pieceSize, true, delivery), expected);
+        }
     }
 }
 
@@ -133,7 +151,7 @@ void tst_SessionFrames::whatIsIncompleteWaits()
     QCOMPARE(frames.next(), std::nullopt);
     frames.add(std::span("e\nbod", 5));
     QCOMPARE(frames.next(), (Frame{Kind::Line, "line"}));
-    frames.expectBody(4);
+    frames.expectBody(4, Delivery::Whole);
     QCOMPARE(frames.next(), std::nullopt);
     frames.add(std::span("y", 1));
     QCOMPARE(frames.next(), (Frame{Kind::Body, "body"}));
@@ -147,7 +165,7 @@ void tst_SessionFrames::aBodyHasItsPlaceWhenNothingIsBeforeIt()
     frames.add(std::span("line\nb", 6));
     QVERIFY(!frames.isWithinBody());
     QVERIFY(frames.next());
-    frames.expectBody(4);
+    frames.expectBody(4, Delivery::Whole);
     QVERIFY(frames.isWithinBody());
     QVERIFY(frames.place().empty());
     QCOMPARE(frames.next(), std::nullopt);
@@ -164,8 +182,38 @@ void tst_SessionFrames::aBodyHasItsPlaceWhenNothingIsBeforeIt()
     QCOMPARE(frames.stored(), 4);
 }
 
+void tst_SessionFrames::partsAreTakenAsTheyCome()
+{
+    SessionFrames frames;
+    frames.add(std::span("line\nfir", 8));
+    QVERIFY(frames.next());
+    frames.expectBody(1'000'000, Delivery::InParts);
+    QVERIFY(!frames.isWithinBody());
+    QCOMPARE(frames.next(), (Frame{Kind::Part, "fir"}));
+    QVERIFY(frames.isWithinBody());
+    QCOMPARE(frames.next(), std::nullopt);
+    // A part has room for what a socket gives at once, however long the body is.
+    const std::span<char> place = frames.place();
+    QCOMPARE(place.size(), size_t(262'144));
+    std::ranges::copy(std::string_view("st"), place.begin());
+    frames.placed(2);
+    QVERIFY(!frames.isWithinBody());
+    QCOMPARE(frames.next(), (Frame{Kind::Part, "st"}));
+    QCOMPARE(frames.stored(), 0);
+    frames.add(QByteArray(999'995, 'x'));
+    QCOMPARE(frames.next(), (Frame{Kind::Body, QByteArray(999'995, 'x')}));
+}
+
+void tst_SessionFrames::whatIsSkippedIsNotStored_data()
+{
+    QTest::addColumn<Delivery>("delivery");
+    QTest::newRow("whole") << Delivery::Whole;
+    QTest::newRow("in parts") << Delivery::InParts;
+}
+
 void tst_SessionFrames::whatIsSkippedIsNotStored()
 {
+    QFETCH(Delivery, delivery);
     SessionFrames frames;
     const QByteArray piece(100'000, 'x');
     for (int i = 0; i < 100; ++i) {
@@ -176,7 +224,7 @@ void tst_SessionFrames::whatIsSkippedIsNotStored()
     QCOMPARE(frames.stored(), 0);
     frames.add(std::span("\n", 1));
     QVERIFY(frames.next());
-    frames.expectBody(Q_INT64_C(9'000'000'000'000'000));
+    frames.expectBody(Q_INT64_C(9'000'000'000'000'000), delivery);
     for (int i = 0; i < 100; ++i) {
         frames.add(piece);
         QCOMPARE(frames.next(), std::nullopt);

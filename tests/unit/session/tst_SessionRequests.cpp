@@ -34,6 +34,7 @@ private slots:
 
     void theClipboardIsServed();
     void filesAreServed();
+    void aPieceIsWrittenAsItComes();
     void screensAreServed();
     void aRefusalEndsWatchesAndTransfers();
 
@@ -355,6 +356,29 @@ void tst_SessionRequests::theClipboardIsServed()
     const SessionMessage answer = client.ask(u"clipboard.get"_s);
     QCOMPARE(answer.fields.value("size"_L1).toInt(), 3);
     QCOMPARE(answer.body, QByteArray("two"));
+}
+
+void tst_SessionRequests::aPieceIsWrittenAsItComes()
+{
+    const auto written = [this] {
+        const QFileInfoList drafts =
+            QDir(downloads.path()).entryInfoList(QDir::Files | QDir::Hidden);
+        return drafts.isEmpty() ? -1 : drafts.first().size();
+    };
+    SessionClient client(path());
+    client.greeting();
+    client.ask(u"file.put"_s, {{u"name"_s, u"a"_s}, {u"size"_s, 1'000'000}});
+    client.sendBytes(R"({"id":"one","request":"file.put","file":1,"body":1000000})"
+                     "\nabc");
+    QVERIFY(waitUntil([&] { return written() == 3; }));
+    client.sendBytes(QByteArray(600'000, 'd'));
+    QVERIFY(waitUntil([&] { return written() == 600'003; }));
+    client.sendBytes(QByteArray(399'997, 'e'));
+    const SessionMessage answer = client.next().value_or(SessionMessage());
+    QVERIFY(answer.isOk());
+    QCOMPARE(answer.fields.value("id"_L1), u"one"_s);
+    QCOMPARE(Folders::fileBytes(downloads.filePath(u"a"_s)),
+             "abc" + QByteArray(600'000, 'd') + QByteArray(399'997, 'e'));
 }
 
 void tst_SessionRequests::filesAreServed()
