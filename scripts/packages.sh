@@ -9,7 +9,7 @@ build_packages() {
     printf '%s\n' g++ cmake ninja-build pkg-config \
         qt6-base-dev qt6-base-dev-tools libgl-dev \
         libxcb1-dev libxcb-randr0-dev libxcb-xtest0-dev libxcb-xkb-dev libxcb-xinput-dev \
-        libxkbcommon-dev libxkbcommon-x11-dev \
+        libxkbcommon-dev libxkbcommon-x11-dev libwayland-dev libwayland-bin \
         libavahi-compat-libdnssd-dev libglib2.0-dev
 }
 

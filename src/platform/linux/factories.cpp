@@ -15,21 +15,31 @@
 #include "platform/linux/input/X11EventServices.h"
 #include "platform/linux/session/AvahiWatch.h"
 #include "platform/linux/session/DesktopNotifications.h"
+#include "platform/linux/session/InputRoute.h"
 #include "platform/linux/session/StatusNotifierHosts.h"
 #include "platform/linux/session/X11Screens.h"
 #include "platform/linux/session/X11TraySelection.h"
 #include "platform/linux/session/XdgAutostart.h"
+#include "platform/linux/wayland/WaylandConnection.h"
 #include "platform/linux/x11/X11Server.h"
 
 #include <QGuiApplication>
 #include <QSystemTrayIcon>
 
+#include <chrono>
 #include <utility>
 
+#include <virtual-keyboard-unstable-v1-client.h>
+#include <wlr-virtual-pointer-unstable-v1-client.h>
+
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace platform {
 namespace {
+
+/// How long a compositor may take to tell what it offers.
+constexpr auto patience = 2s;
 
 /// Whether the toolkit shows its windows on an X display.
 bool isToolkitOnX11()
@@ -43,38 +53,57 @@ std::unique_ptr<EventServices> noServices(const char *reason)
         QCoreApplication::translate("EventServices", reason));
 }
 
+/// Sessions of Wayland have an X display too, so the compositor is asked first.
+SessionOffer offerOf(WaylandConnection &compositor, const X11Connection &display)
+{
+    SessionOffer offer;
+    offer.hasWayland = compositor.answers(patience);
+    offer.hasVirtualKeyboard =
+        compositor.global(zwp_virtual_keyboard_manager_v1_interface) != nullptr;
+    offer.hasVirtualPointer =
+        compositor.global(zwlr_virtual_pointer_manager_v1_interface) != nullptr;
+    offer.hasX11 = display.isOpen();
+    offer.isXwayland = offer.hasX11 && isXwayland(display);
+    offer.canFakeInput = offer.hasX11 && canFakeInput(display);
+    return offer;
+}
+
+std::unique_ptr<EventServices> makeX11Services(X11Connection display)
+{
+    auto services = std::make_unique<X11EventServices>(std::move(display));
+    services->startGuard();
+    return services;
+}
+
 } // namespace
 
 std::unique_ptr<EventServices> makeEventServices()
 {
-    constexpr auto wayland = QT_TRANSLATE_NOOP(
-        "EventServices",
-        "The keyboard and the pointer cannot be controlled in this Wayland "
-        "session. Log out, choose an X11 (Xorg) session on the login screen and log in again.");
-    // Such a session has an X display too, but only its X11 programs would receive the events.
-    if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-        return noServices(wayland);
-    }
-    X11Connection connection;
-    if (!connection.isOpen()) {
-        return noServices(QT_TRANSLATE_NOOP(
-            "EventServices",
-            "The keyboard and the pointer cannot be controlled because there is no X11 display. "
-            "Start VornaServer from a terminal of your desktop session."));
-    }
-    if (isXwayland(connection)) {
-        return noServices(wayland);
-    }
-    if (!canFakeInput(connection)) {
+    WaylandConnection compositor;
+    X11Connection display;
+    switch (inputRouteOf(offerOf(compositor, display))) {
+    case InputRoute::X11:
+        return makeX11Services(std::move(display));
+    case InputRoute::Wlroots:
+    case InputRoute::Portal:
+    case InputRoute::NoneInWayland:
+        break;
+    case InputRoute::NoneWithoutXtest:
         return noServices(QT_TRANSLATE_NOOP(
             "EventServices",
             "The keyboard and the pointer cannot be controlled because the X server lacks the "
             "XTEST or the XKEYBOARD extension. Switch them on in its configuration and log in "
             "again."));
+    case InputRoute::NoneWithoutDisplay:
+        return noServices(QT_TRANSLATE_NOOP(
+            "EventServices",
+            "The keyboard and the pointer cannot be controlled because there is no display. "
+            "Start VornaServer from a terminal of your desktop session."));
     }
-    auto services = std::make_unique<X11EventServices>(std::move(connection));
-    services->startGuard();
-    return services;
+    return noServices(QT_TRANSLATE_NOOP(
+        "EventServices",
+        "The keyboard and the pointer cannot be controlled in this Wayland "
+        "session. Log out, choose an X11 (Xorg) session on the login screen and log in again."));
 }
 
 std::unique_ptr<Clipboard> makeClipboard()

@@ -40,6 +40,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/session/AvahiWatch.cpp
   platform/linux/session/DesktopNotifications.cpp
   platform/linux/session/DisplayAccess.cpp
+  platform/linux/session/InputRoute.cpp
   platform/linux/session/SettingsFile.cpp
   platform/linux/session/StatusNotifierHosts.cpp
   platform/linux/session/TrayHost.cpp
@@ -51,15 +52,17 @@ target_sources(vornaserver PRIVATE
   platform/linux/system/FolderSystem.cpp
   platform/linux/system/SessionHostSystem.cpp
   platform/linux/system/SocketSystem.cpp
+  platform/linux/wayland/WaylandConnection.cpp
   platform/linux/x11/TimedReply.cpp
   platform/linux/x11/X11Connection.cpp
   platform/linux/x11/X11Server.cpp
   platform/linux/x11/X11WindowManager.cpp
   platform/linux/x11/XInputDevices.cpp
 )
+include(platform/linux/wayland/protocols.cmake)
 target_link_libraries(vornaserver
   PUBLIC Qt6::DBus PkgConfig::DNS_SD
-  PRIVATE PkgConfig::GLIB PkgConfig::XCB PkgConfig::XKBCOMMON)
+  PRIVATE PkgConfig::GLIB PkgConfig::XCB PkgConfig::XKBCOMMON vorna_wayland_protocols)
 
 # The guard of the keys, a program of its own without the toolkit.
 set(VORNA_GUARD_NAME VornaServer-guard)
