@@ -168,7 +168,8 @@ SESSION_HEAD = """
 ## Attacks on the session socket
 
 The same, by programs of the same user, on the [session socket](session.md). \
-`bench/session_attacks` runs them. The first row, without an attack, shows what the machine takes.
+`bench/session_attacks` runs them. The first row, without an attack, shows what the machine takes; \
+with real-time priority, its other work does not count.
 
 | attack | promised | measured | held |
 |---|---|---|---|
