@@ -69,6 +69,7 @@ void Session::end(const QByteArray &farewell)
     stream.write(farewell);
     stream.close();
     unsent.reset();
+    gathered.reset();
 }
 
 void Session::finish()
@@ -244,6 +245,7 @@ void Session::handle(const SessionFrames::Frame &frame)
         requests->takePart(announced->request, frame.bytes);
         break;
     case SessionFrames::Kind::Body:
+        gathered.reset();
         announced->request.body = frame.bytes;
         serve(*std::exchange(announced, std::nullopt));
         break;
@@ -261,18 +263,31 @@ void Session::handleLine(const SessionFrames::Frame &frame)
                             ? understand(frame.bytes)
                             : withFault({}, u"too-long"_s, u"The line is too long."_s);
     if (incoming.bodySize) {
-        frames.expectBody(*incoming.bodySize, deliveryFor(incoming));
-        announced = std::move(incoming);
+        expectBody(std::move(incoming));
     } else {
         serve(incoming);
     }
 }
 
 /// What nobody needs as a whole is not gathered.
-SessionFrames::Delivery Session::deliveryFor(const Incoming &incoming) const
+void Session::expectBody(Incoming incoming)
 {
-    const bool isWhole = !incoming.fault && requests->needsWholeBody(incoming.request);
-    return isWhole ? SessionFrames::Delivery::Whole : SessionFrames::Delivery::InParts;
+    const qint64 size = *incoming.bodySize;
+    bool isWhole = needsWholeBody(incoming);
+    if (isWhole && !gathered.emplace(commons.texts).resize(size)) {
+        incoming.fault = SessionReply::refused(
+            u"too-much"_s, u"Too much text of all programs is on its way. Try again later."_s);
+        isWhole = false;
+    }
+    frames.expectBody(size,
+                      isWhole ? SessionFrames::Delivery::Whole : SessionFrames::Delivery::InParts);
+    announced = std::move(incoming);
+}
+
+bool Session::needsWholeBody(const Incoming &incoming) const
+{
+    return !incoming.fault && *incoming.bodySize <= SessionFrames::longest &&
+           requests->needsWholeBody(incoming.request);
 }
 
 Session::Incoming Session::withFault(const QJsonValue &id, const QString &error,

@@ -76,7 +76,8 @@ private:
     bool serveNext();
     void handle(const SessionFrames::Frame &frame);
     void handleLine(const SessionFrames::Frame &frame);
-    SessionFrames::Delivery deliveryFor(const Incoming &incoming) const;
+    void expectBody(Incoming incoming);
+    bool needsWholeBody(const Incoming &incoming) const;
     void serve(const Incoming &incoming);
     void answered(const QJsonValue &id, const SessionReply &reply);
     void sendEvent(const QJsonObject &event);
@@ -89,10 +90,11 @@ private:
     SessionCommons &commons;
     SessionStream stream;
     SessionFrames frames;
-    std::unique_ptr<SessionRequests> requests; // null when the session is over
-    std::optional<SharedAmount::Share> unsent; // none when the session is over
-    std::optional<Incoming> announced;         // whose body is expected
-    bool isPending = false;                    // a request is being served
+    std::unique_ptr<SessionRequests> requests;   // null when the session is over
+    std::optional<SharedAmount::Share> unsent;   // none when the session is over
+    std::optional<Incoming> announced;           // whose body is expected
+    std::optional<SharedAmount::Share> gathered; // of the texts, for such a body
+    bool isPending = false;                      // a request is being served
     bool isTakingTurns = false;
     QMap<QString, QJsonObject>
         lateEvents;  // that wait until the peer reads, the latest of each name

@@ -36,6 +36,7 @@ private slots:
 
     void requestsWaitForAPeerThatDoesNotRead();
     void eventsForAPeerThatDoesNotReadDoNotPileUp();
+    void bodiesThatArriveCountOverAllSessions();
     void unreadAnswersAreLimitedOverAllSessions();
     void whoeverReadsIsServedHoweverLittleOthersRead();
     void requestsGoOnWhenOtherSessionsMakeRoom_data();
@@ -424,6 +425,26 @@ void waitUntilSettled(const int &number)
 }
 
 } // namespace
+
+void tst_Session::bodiesThatArriveCountOverAllSessions()
+{
+    const QByteArray body(1'048'576, 'x');
+    std::vector<std::unique_ptr<SessionClient>> others;
+    for (int i = 0; i < 64; ++i) {
+        others.push_back(std::make_unique<SessionClient>(path()));
+        others.back()->greeting();
+        others.back()->sendBytes(R"({"id":1,"request":"clipboard.set","body":1048576})"
+                                 "\n");
+    }
+    SessionClient client(path());
+    client.greeting();
+    QVERIFY(waitUntil(
+        [&] { return client.ask(u"clipboard.set"_s, {}, body).error() == u"too-much"_s; }));
+    QCOMPARE(errorOf(client, u"ping"_s), u"ok"_s);
+    others.pop_back();
+    QVERIFY(waitUntil([&] { return client.ask(u"clipboard.set"_s, {}, body).isOk(); }));
+    QCOMPARE(clipboard.content->size(), body.size());
+}
 
 /// Each answer has half a MB: each session may have one unread, and some a second or a third.
 void tst_Session::unreadAnswersAreLimitedOverAllSessions()
