@@ -223,7 +223,7 @@ void endlessBodies()
     }
     QTest::qWait(LoadTable::scaled(5) * 1000);
     target.report(u"%1 sessions that send all but a byte of a body of 1 MiB"_s.arg(peers.size()),
-                  u"others are served"_s, u"all taken"_s, true, 192);
+                  u"others are served"_s, u"all taken"_s, true, 128);
 }
 
 /// As many sessions as there may be ask for a file and read nothing. One more reads.
