@@ -247,11 +247,13 @@ QByteArray TypingScene::difference(const QString &text) const
     const auto [wanted, got] =
         std::mismatch(text.begin(), text.end(), arrived.begin(), arrived.end());
     const auto place = std::distance(text.begin(), wanted);
+    const QString wrong = arrived.mid(place, arrived.mid(place, 1).isValidUtf16() ? 1 : 2);
+    const qsizetype home = wrong.isEmpty() ? -1 : text.indexOf(wrong);
     // An earlier place of what is there shows a program that looked a key up too early, a later one
     // a program that did so too late.
     return QByteArray::number(arrived.size()) + " of " + QByteArray::number(text.size()) +
            " units arrived; at " + QByteArray::number(place) + " there is" +
            codes(arrived.sliced(place, std::min<qsizetype>(4, arrived.size() - place))) +
-           ", which belongs to " + QByteArray::number(text.indexOf(arrived.mid(place, 1))) +
-           ", and not" + codes(text.sliced(place, std::min<qsizetype>(4, text.size() - place)));
+           ", which belongs to " + QByteArray::number(home) + ", and not" +
+           codes(text.sliced(place, std::min<qsizetype>(4, text.size() - place)));
 }
