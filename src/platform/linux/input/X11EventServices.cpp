@@ -29,12 +29,12 @@ void waitUntilServerIsDone(xcb_connection_t *connection)
 
 } // namespace
 
-X11EventServices::X11EventServices(X11Connection openConnection)
+X11EventServices::X11EventServices(X11Connection openConnection, const TypingTimes &typingTimes)
     : connection(std::move(openConnection))
     , ledger(held.get())
     , keyboard(connection.get(), ledger)
     , pointer(connection.get(), connection.root(), ledger)
-    , typist(connection, keyboard, link())
+    , typist(connection, keyboard, link(), typingTimes)
     , desktopInput(keyboard, pointer, typist, link())
 {
     // Open menus and window managers grab the server.
