@@ -51,6 +51,8 @@ public:
 private:
     void postMouse(const MouseEvent &event);
     InputLink link();
+    void lookBeforeSleep();
+    void takeInAll();
     bool takeInEvents();
     bool hasRoom() const;
     void askForProgress();
