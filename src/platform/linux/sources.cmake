@@ -53,6 +53,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/system/SessionHostSystem.cpp
   platform/linux/system/SocketSystem.cpp
   platform/linux/wayland/WaylandConnection.cpp
+  platform/linux/wayland/WaylandOutputs.cpp
   platform/linux/x11/TimedReply.cpp
   platform/linux/x11/X11Connection.cpp
   platform/linux/x11/X11Server.cpp
