@@ -124,8 +124,10 @@ void WaylandConnection::close()
 /// May be called by one of the notifiers, which must live until it has returned.
 void WaylandConnection::lose()
 {
-    reading.release()->deleteLater();
-    writing.release()->deleteLater();
+    for (auto *notifier : {reading.release(), writing.release()}) {
+        notifier->setEnabled(false);
+        notifier->deleteLater();
+    }
     emit lost();
     close();
     search.start();
