@@ -28,6 +28,9 @@ using platform::WaylandConnection;
 
 namespace {
 
+/// Far more than the second that an owner has.
+constexpr auto patience = 10s;
+
 /// The program that owns the clipboard writes this much at once and closes the pipe.
 StandInCompositor::Owner ownerOf(const QByteArray &text)
 {
@@ -136,6 +139,8 @@ private:
 void tst_DataControlClipboard::init()
 {
     changes = 0;
+    // As a program has it that nobody has prepared.
+    std::signal(SIGPIPE, SIG_DFL);
     compositor = std::make_unique<StandInCompositor>();
     QVERIFY(compositor->isRunning());
     clipboard = std::make_unique<DataControlClipboard>(std::make_unique<WaylandConnection>());
@@ -150,14 +155,11 @@ void tst_DataControlClipboard::cleanup()
 
 std::optional<QString> tst_DataControlClipboard::text()
 {
-    std::optional<QString> found;
-    bool isGiven = false;
-    clipboard->requestText([&](const std::optional<QString> &given) {
-        isGiven = true;
-        found = given;
-    });
-    waitUntil([&] { return isGiven; }, GenerousLimit, 1ms);
-    return found;
+    const auto answer = std::make_shared<std::optional<std::optional<QString>>>();
+    clipboard->requestText([answer](const std::optional<QString> &given) { *answer = given; });
+    QTest::qVerify(waitUntil([&] { return answer->has_value(); }, patience, 1ms), "is answered", "",
+                   __FILE__, __LINE__);
+    return answer->value_or(std::nullopt);
 }
 
 bool tst_DataControlClipboard::becomes(const QString &expected)

@@ -13,10 +13,14 @@
 
 #include <csignal>
 
+using namespace std::chrono_literals;
 using platform::DataControlClipboard;
 using platform::WaylandConnection;
 
 namespace {
+
+/// Far more than the second that an owner has.
+constexpr auto patience = 10s;
 
 constexpr qsizetype limit = platform::maximumClipboardText;
 
@@ -84,13 +88,11 @@ void tst_WaylandClipboard::cleanup()
 
 std::optional<QString> tst_WaylandClipboard::text()
 {
-    std::optional<QString> found;
-    bool isGiven = false;
-    clipboard->requestText([&](const std::optional<QString> &given) {
-        isGiven = true;
-        found = given;
-    });
-    return waitUntil([&] { return isGiven; }) ? found : std::nullopt;
+    const auto answer = std::make_shared<std::optional<std::optional<QString>>>();
+    clipboard->requestText([answer](const std::optional<QString> &given) { *answer = given; });
+    QTest::qVerify(waitUntil([&] { return answer->has_value(); }, patience, 1ms), "is answered", "",
+                   __FILE__, __LINE__);
+    return answer->value_or(std::nullopt);
 }
 
 std::unique_ptr<ChildProcess> tst_WaylandClipboard::copy(const QByteArray &bytes,

@@ -202,7 +202,7 @@ bool StandInCompositor::paste(const QByteArray &type, const Descriptor &target)
 
 void StandInCompositor::finishDevices()
 {
-    for (wl_resource *device : liveDevices) {
+    for (wl_resource *device : std::exchange(liveDevices, {})) {
         ext_data_control_device_v1_send_finished(device);
     }
     flush();

@@ -48,12 +48,12 @@ public:
     void clear();
     /// Another program wants what the client has copied; whether the client owns the clipboard.
     bool paste(const QByteArray &type, const Descriptor &target);
-    /// Ends all devices, as when the seat goes away.
+    /// Ends all devices, as when the seat goes away: they learn of nothing any more.
     void finishDevices();
 
     /// What the client has copied, by its types; empty if another program owns the clipboard.
     QList<QByteArray> clientTypes() const { return types; }
-    /// Objects that the client has not destroyed.
+    /// Objects that neither the client nor the compositor has ended.
     std::size_t devices() const { return liveDevices.size(); }
     std::size_t offers() const { return liveOffers.size(); }
     std::size_t sources() const { return liveSources.size(); }
