@@ -12,6 +12,11 @@ target_sources(vornaserver PRIVATE
   platform/linux/applications/MimeAssociations.cpp
   platform/linux/applications/WindowList.cpp
   platform/linux/applications/XdgDirectories.cpp
+  platform/linux/clipboard/DataControlClipboard.cpp
+  platform/linux/clipboard/DataDevice.cpp
+  platform/linux/clipboard/NoClipboard.cpp
+  platform/linux/clipboard/PipeReader.cpp
+  platform/linux/clipboard/PipeWriters.cpp
   platform/linux/clipboard/X11Clipboard.cpp
   platform/linux/clipboard/X11SelectionReader.cpp
   platform/linux/factories.cpp
@@ -45,6 +50,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/session/StatusNotifierHosts.cpp
   platform/linux/session/TrayHost.cpp
   platform/linux/session/TrayWatch.h
+  platform/linux/session/WaylandScreens.cpp
   platform/linux/session/X11Screens.cpp
   platform/linux/session/X11TraySelection.cpp
   platform/linux/session/XdgAutostart.cpp
@@ -53,6 +59,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/system/SessionHostSystem.cpp
   platform/linux/system/SocketSystem.cpp
   platform/linux/wayland/WaylandConnection.cpp
+  platform/linux/wayland/WaylandOutputs.cpp
   platform/linux/x11/TimedReply.cpp
   platform/linux/x11/X11Connection.cpp
   platform/linux/x11/X11Server.cpp
