@@ -69,6 +69,8 @@ bool SwaySession::writeSettings() const
 
 bool SwaySession::start()
 {
+    // One that is left of a crash would make sway choose another.
+    QFile::remove(path(u"run/sway.socket"_s));
     auto started = environment();
     started.remove(u"WAYLAND_DISPLAY"_s);
     for (const auto &[name, value] : {std::pair(u"WLR_BACKENDS"_s, u"headless"_s),
