@@ -12,6 +12,7 @@
 #include "platform/linux/applications/XdgDirectories.h"
 #include "platform/linux/clipboard/X11Clipboard.h"
 #include "platform/linux/input/NullEventServices.h"
+#include "platform/linux/input/WlrootsEventServices.h"
 #include "platform/linux/input/X11EventServices.h"
 #include "platform/linux/session/AvahiWatch.h"
 #include "platform/linux/session/DesktopNotifications.h"
@@ -85,6 +86,7 @@ std::unique_ptr<EventServices> makeEventServices()
     case InputRoute::X11:
         return makeX11Services(std::move(display));
     case InputRoute::Wlroots:
+        return std::make_unique<WlrootsEventServices>();
     case InputRoute::Portal:
     case InputRoute::NoneInWayland:
         break;

@@ -141,6 +141,8 @@ void WaylandConnection::lookAgain()
         search.stop();
         emit opened();
     } else if (isOpen()) {
+        // Objects may have been bound as their globals were announced.
+        emit lost();
         close();
     }
 }
