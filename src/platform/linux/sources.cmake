@@ -12,6 +12,11 @@ target_sources(vornaserver PRIVATE
   platform/linux/applications/MimeAssociations.cpp
   platform/linux/applications/WindowList.cpp
   platform/linux/applications/XdgDirectories.cpp
+  platform/linux/clipboard/DataControlClipboard.cpp
+  platform/linux/clipboard/DataDevice.cpp
+  platform/linux/clipboard/NoClipboard.cpp
+  platform/linux/clipboard/PipeReader.cpp
+  platform/linux/clipboard/PipeWriters.cpp
   platform/linux/clipboard/X11Clipboard.cpp
   platform/linux/clipboard/X11SelectionReader.cpp
   platform/linux/factories.cpp
@@ -55,6 +60,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/session/StatusNotifierHosts.cpp
   platform/linux/session/TrayHost.cpp
   platform/linux/session/TrayWatch.h
+  platform/linux/session/WaylandScreens.cpp
   platform/linux/session/X11Screens.cpp
   platform/linux/session/X11TraySelection.cpp
   platform/linux/session/XdgAutostart.cpp
