@@ -177,10 +177,10 @@ void WlrootsTypist::finish()
     }
 }
 
-void WlrootsTypist::confirm(std::uint64_t lastNumber)
+void WlrootsTypist::confirm(std::uint64_t upTo)
 {
     std::deque<Text> done;
-    while (!unconfirmed.empty() && unconfirmed.front().number <= lastNumber) {
+    while (!unconfirmed.empty() && unconfirmed.front().number <= upTo) {
         done.push_back(std::move(unconfirmed.front()));
         unconfirmed.pop_front();
     }
