@@ -138,6 +138,7 @@ void tst_WlrootsTyping::aProgramThatStopsForAWhileLosesNothing()
     QVERIFY(!done);
     scene.window->resume();
     QTRY_VERIFY(done && *done);
+    QVERIFY(!scene.window->isCutOff());
     QTRY_COMPARE(scene.window->typed().size(), text.size());
     QVERIFY(!scene.window->isCutOff());
     QCOMPARE(scene.window->typed(), text);
