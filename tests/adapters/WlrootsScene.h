@@ -9,6 +9,8 @@
 #include "support/wayland/WaylandWindow.h"
 
 #include <memory>
+#include <optional>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -41,6 +43,13 @@ struct WlrootsScene
     bool isReady() const
     {
         return services && waitUntil([this] { return window->isShown() && window->hasFocus(); });
+    }
+
+    std::unique_ptr<platform::EventServices> takeServices() { return std::move(services); }
+
+    bool isNothingDown() const
+    {
+        return window->keysDown().isEmpty() && window->buttonsDown().isEmpty();
     }
 
     platform::DesktopInput &input() const { return services->input(); }
