@@ -38,8 +38,8 @@ test_packages() {
     mac_check_packages
     printf '%s\n' avahi-daemon avahi-utils clang clang-format-16 clang-tidy desktop-file-utils dex fish \
         foot gir1.2-gtk-4.0 git grim libclang-rt-14-dev libfaketime libglib2.0-bin lld mako-notifier \
-        man-db mandoc poppler-utils python3 python3-gi qt6-wayland shellcheck socat sway tmux waybar \
-        wl-clipboard wmctrl xclip zsh
+        man-db mandoc poppler-utils python3 python3-gi qt6-wayland shellcheck socat sway tmux \
+        waybar wayland-protocols wl-clipboard wmctrl xclip zsh
 }
 
 # What only the tests with a browser need: 120 MB to fetch, 410 MB on the disk.

@@ -7,12 +7,30 @@
 
 namespace platform {
 
-bool TypingPace::hasRoom(Clock::time_point now)
+void TypingPace::begin(Clock::time_point now)
 {
     const std::chrono::duration<double> passed = now - last;
     last = now;
     left = std::min(left + passed.count() * bytesPerSecond, double{burst});
-    return left >= bytesPerKey + bytesPerChange;
+    leftOfPiece = piece;
+}
+
+bool TypingPace::hasRoom() const
+{
+    return std::min(left, double(leftOfPiece)) >= bytesPerKey + bytesPerChange;
+}
+
+void TypingPace::spend(int bytes)
+{
+    left -= bytes;
+    leftOfPiece -= bytes;
+}
+
+std::chrono::milliseconds TypingPace::pause() const
+{
+    using Milliseconds = std::chrono::duration<double, std::milli>;
+    const Milliseconds missing(std::max(piece - left, 0.) * 1000 / bytesPerSecond);
+    return std::chrono::ceil<std::chrono::milliseconds>(missing);
 }
 
 } // namespace platform

@@ -204,7 +204,8 @@ void WlrootsPointer::sendWheel()
     turn(WL_POINTER_AXIS_VERTICAL_SCROLL, amount.down);
 }
 
-/// Whole notches as those of a wheel, and the rest as a touchpad's.
+/// Whole notches as those of a wheel, and the rest as that of a device without notches. The source
+/// comes last: wlroots takes it as that of the axis that was named before it.
 void WlrootsPointer::turn(std::uint32_t axis, double units)
 {
     // libinput reports a wheel in degrees; a notch of most has 15.
@@ -213,18 +214,18 @@ void WlrootsPointer::turn(std::uint32_t axis, double units)
     const double rest = units - notches * notch;
     if (notches != 0) {
         outbox.send([target = device.get(), axis, notches] {
-            zwlr_virtual_pointer_v1_axis_source(target, WL_POINTER_AXIS_SOURCE_WHEEL);
             zwlr_virtual_pointer_v1_axis_discrete(target, eventTime(), axis,
                                                   wl_fixed_from_double(degreesPerNotch * notches),
                                                   notches);
+            zwlr_virtual_pointer_v1_axis_source(target, WL_POINTER_AXIS_SOURCE_WHEEL);
         });
         endGroup();
     }
     if (rest != 0) {
         const wl_fixed_t value = wl_fixed_from_double(degreesPerNotch * rest / notch);
         outbox.send([target = device.get(), axis, value] {
-            zwlr_virtual_pointer_v1_axis_source(target, WL_POINTER_AXIS_SOURCE_CONTINUOUS);
             zwlr_virtual_pointer_v1_axis(target, eventTime(), axis, value);
+            zwlr_virtual_pointer_v1_axis_source(target, WL_POINTER_AXIS_SOURCE_CONTINUOUS);
         });
         endGroup();
     }

@@ -10,14 +10,10 @@
 #include <utility>
 #include <vector>
 
-using namespace std::chrono_literals;
-
 namespace platform {
 
 namespace {
 
-/// Short enough that nobody sees the text come in pieces.
-constexpr auto turnInterval = 8ms;
 /// A program that gets a new key map needs some time for it; these bytes are what could be typed
 /// in three milliseconds.
 constexpr int costOfKeymap = 1000;
@@ -46,7 +42,6 @@ WlrootsTypist::WlrootsTypist(WaylandConnection &openConnection, WaylandOutbox &o
 {
     turn.setSingleShot(true);
     turn.setTimerType(Qt::PreciseTimer);
-    turn.setInterval(turnInterval);
     turn.callOnTimeout(this, &WlrootsTypist::takeTurn);
     connect(&outbox, &WaylandOutbox::progressed, this, [this] {
         if (!texts.empty() && !turn.isActive()) {
@@ -94,7 +89,7 @@ void WlrootsTypist::takeTurn()
     typeSome();
     finish();
     if (!texts.empty() && outbox.hasRoom()) {
-        turn.start();
+        turn.start(pace.pause());
     }
 }
 
@@ -105,10 +100,10 @@ void WlrootsTypist::dropUnwanted()
 
 void WlrootsTypist::typeSome()
 {
-    const auto now = TypingPace::Clock::now();
+    pace.begin(TypingPace::Clock::now());
     for (Text &text : texts) {
         while (!text.isTyped()) {
-            if (!outbox.hasRoom() || !pace.hasRoom(now)) {
+            if (!outbox.hasRoom() || !pace.hasRoom()) {
                 return;
             }
             typeNext(text);
@@ -177,10 +172,10 @@ void WlrootsTypist::finish()
     }
 }
 
-void WlrootsTypist::confirm(std::uint64_t lastNumber)
+void WlrootsTypist::confirm(std::uint64_t upTo)
 {
     std::deque<Text> done;
-    while (!unconfirmed.empty() && unconfirmed.front().number <= lastNumber) {
+    while (!unconfirmed.empty() && unconfirmed.front().number <= upTo) {
         done.push_back(std::move(unconfirmed.front()));
         unconfirmed.pop_front();
     }

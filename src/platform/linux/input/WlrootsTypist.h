@@ -64,7 +64,7 @@ private:
     bool isMoreMissing(const Text &text) const;
     void makeKeymap(const Text &text);
     void finish();
-    void confirm(std::uint64_t lastNumber);
+    void confirm(std::uint64_t upTo);
 
     WaylandConnection &connection;
     WaylandOutbox &outbox;

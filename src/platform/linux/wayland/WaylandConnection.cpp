@@ -125,8 +125,10 @@ void WaylandConnection::close()
 /// May be called by one of the notifiers, which must live until it has returned.
 void WaylandConnection::lose()
 {
-    reading.release()->deleteLater();
-    writing.release()->deleteLater();
+    for (auto *notifier : {&reading, &writing}) {
+        (*notifier)->setEnabled(false); // Its descriptor is closed before it is deleted.
+        notifier->release()->deleteLater();
+    }
     emit lost();
     close();
     search.start();
