@@ -16,9 +16,8 @@ namespace platform {
 
 namespace {
 
+/// Also how long a compositor that has been found again may take to announce its globals.
 constexpr auto searchInterval = 1s;
-/// For the globals of a compositor that has been found again.
-constexpr auto patience = 1s;
 
 } // namespace
 
@@ -134,19 +133,19 @@ void WaylandConnection::lose()
     search.start();
 }
 
+/// A compositor that has not answered since the last time is left; objects may have been bound as
+/// its globals were announced.
 void WaylandConnection::lookAgain()
 {
-    if (!open()) {
-        return;
-    }
-    if (answers(patience)) {
-        search.stop();
-        emit opened();
-    } else if (isOpen()) {
-        // Objects may have been bound as their globals were announced.
+    if (isOpen()) {
         emit lost();
         close();
     }
+    open();
+    afterEverything([this] {
+        search.stop();
+        emit opened();
+    });
 }
 
 void WaylandConnection::read()
