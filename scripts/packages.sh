@@ -15,9 +15,10 @@ build_packages() {
 
 # What the server wants around it in a user's session. Without avahi-daemon it runs, but as its port
 # is chosen anew at each start, no handheld finds it. Without file, and without a large desktop,
-# xdg-open cannot tell what kind of file has been received.
+# xdg-open cannot tell what kind of file has been received. Without qt6-wayland it has no windows in
+# a Wayland session that lacks Xwayland.
 run_packages() {
-    printf '%s\n' avahi-daemon file xdg-utils
+    printf '%s\n' avahi-daemon file qt6-wayland xdg-utils
 }
 
 # The desktop that the demonstration brings along.
@@ -38,8 +39,8 @@ test_packages() {
     mac_check_packages
     printf '%s\n' avahi-daemon avahi-utils clang clang-format-16 clang-tidy desktop-file-utils dex fish \
         foot gir1.2-gtk-4.0 git grim libclang-rt-14-dev libfaketime libglib2.0-bin lld mako-notifier \
-        man-db mandoc poppler-utils python3 python3-gi qt6-wayland shellcheck socat sway tmux waybar \
-        wl-clipboard wmctrl xclip zsh
+        man-db mandoc poppler-utils python3 python3-gi qt6-wayland shellcheck socat sway tmux \
+        waybar wayland-protocols wl-clipboard wmctrl xclip zsh
 }
 
 # What only the tests with a browser need: 120 MB to fetch, 410 MB on the disk.

@@ -25,7 +25,8 @@ constexpr int FewCharacters = 120;
 /// change of the map, needs minutes for it. Then each has a desktop of its own.
 bool isAtLength()
 {
-    return qEnvironmentVariableIntValue("VORNA_CHARACTERS") > FewCharacters;
+    return !TypingDesk::isSway() &&
+           qEnvironmentVariableIntValue("VORNA_CHARACTERS") > FewCharacters;
 }
 
 /// How many characters each program gets: VORNA_CHARACTERS, or few.
@@ -75,7 +76,7 @@ void tst_SessionTyping::startAnew()
 
 void tst_SessionTyping::cleanupTestCase()
 {
-    QCOMPARE(typing->scene().problemAtEnd(), QByteArray());
+    QCOMPARE(typing->desk().problemAtEnd(), QByteArray());
 }
 
 void tst_SessionTyping::init()
@@ -83,7 +84,7 @@ void tst_SessionTyping::init()
     if (isAtLength()) {
         startAnew();
     }
-    QVERIFY(typing->useLayout(u"us"_s));
+    QVERIFY(typing->desk().useLayout(u"us"_s));
 }
 
 void tst_SessionTyping::everyCharacterArrives_data()
@@ -107,7 +108,7 @@ void tst_SessionTyping::everyCharacterArrives()
     QFETCH(Kind, kind);
     QFETCH(QString, layout);
     QFETCH(Hindrance, hindrance);
-    QVERIFY(typing->useLayout(layout));
+    QVERIFY(typing->desk().useLayout(layout));
     QVERIFY(typing->open(kind));
     const QString text =
         RandomText(Seed).mixed(characters(), TypingScene::keyCaps(layout), [&](char32_t character) {
@@ -155,12 +156,12 @@ void tst_SessionTyping::layoutsCanBeSwitchedHalfway()
 {
     QFETCH(Kind, kind);
     QFETCH(QString, layouts);
-    QVERIFY(typing->useLayout(layouts));
+    QVERIFY(typing->desk().useLayout(layouts));
     QVERIFY(typing->open(kind));
     const QString text = RandomText(Seed).ofKeyCaps(4000, TypingScene::keyCaps(layouts));
-    QCOMPARE(typing->type(text, Hindrance::None, [this] { typing->switchToLayout(1); }),
+    QCOMPARE(typing->type(text, Hindrance::None, [this] { typing->desk().switchToLayout(1); }),
              QByteArray());
-    typing->switchToLayout(0);
+    typing->desk().switchToLayout(0);
 }
 
 void tst_SessionTyping::layoutsCanBeReplacedHalfway_data()
@@ -176,7 +177,7 @@ void tst_SessionTyping::layoutsCanBeReplacedHalfway()
     QFETCH(Kind, kind);
     QVERIFY(typing->open(kind));
     const QString text = RandomText(Seed).ofKeyCaps(4000, TypingScene::keyCaps(u"us"_s));
-    QCOMPARE(typing->type(text, Hindrance::None, [this] { typing->useLayout(u"fr"_s); }),
+    QCOMPARE(typing->type(text, Hindrance::None, [this] { typing->desk().useLayout(u"fr"_s); }),
              QByteArray());
 }
 

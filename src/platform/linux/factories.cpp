@@ -14,6 +14,7 @@
 #include "platform/linux/clipboard/NoClipboard.h"
 #include "platform/linux/clipboard/X11Clipboard.h"
 #include "platform/linux/input/NullEventServices.h"
+#include "platform/linux/input/WlrootsEventServices.h"
 #include "platform/linux/input/X11EventServices.h"
 #include "platform/linux/session/AvahiWatch.h"
 #include "platform/linux/session/DesktopNotifications.h"
@@ -96,6 +97,7 @@ std::unique_ptr<EventServices> makeEventServices()
     case InputRoute::X11:
         return makeX11Services(std::move(display));
     case InputRoute::Wlroots:
+        return std::make_unique<WlrootsEventServices>();
     case InputRoute::Portal:
     case InputRoute::NoneInWayland:
         break;

@@ -20,8 +20,7 @@ QString fixture(const char *name)
     return QDir(QStringLiteral(CONTROLS_FIXTURES)).filePath(QLatin1StringView(name));
 }
 
-QStringList commandOf(ControlsProgram::Kind kind, const DesktopSession &session,
-                      const QString &record)
+QStringList commandOf(ControlsProgram::Kind kind, const UserSession &session, const QString &record)
 {
     switch (kind) {
     case ControlsProgram::Kind::Gtk:
@@ -29,6 +28,9 @@ QStringList commandOf(ControlsProgram::Kind kind, const DesktopSession &session,
     case ControlsProgram::Kind::Qt:
         return {QStringLiteral(QT_CONTROLS), record};
     case ControlsProgram::Kind::Terminal:
+        if (session.environment().contains(u"WAYLAND_DISPLAY"_s)) {
+            return {u"foot"_s, fixture("record_terminal.py"), record};
+        }
         return {u"xterm"_s, u"-u8"_s,
                 u"-fa"_s,   u"DejaVu Sans Mono"_s,
                 u"-e"_s,    fixture("record_terminal.py"),
@@ -39,17 +41,34 @@ QStringList commandOf(ControlsProgram::Kind kind, const DesktopSession &session,
     return {};
 }
 
+std::optional<QRect> frontWindow(const DesktopView &view, qint64 process)
+{
+    const auto windows = view.dialogs(process);
+    return windows.isEmpty() || view.activeWindow() != windows.first().id
+               ? std::nullopt
+               : std::optional(windows.first().place);
+}
+
 } // namespace
 
 ControlsProgram::ControlsProgram(Kind which, const DesktopSession &session)
+    : ControlsProgram(
+          which, session, [&session](qint64 id) { return frontWindow(session.view(), id); },
+          [&session] { return session.user().tapKey(u"Home"_s); })
+{
+}
+
+ControlsProgram::ControlsProgram(Kind which, const UserSession &session, Finder finder,
+                                 Tap tapOfHome)
     : kind(which)
     , desktop(session)
+    , find(std::move(finder))
+    , tapHome(std::move(tapOfHome))
 {
     QFile::remove(record());
     auto environment = session.environment();
     // Without a graphics card, and without asking the bus of the machine.
     environment.insert(u"GSK_RENDERER"_s, u"cairo"_s);
-    environment.insert(u"GDK_BACKEND"_s, u"x11"_s);
     environment.insert(u"GTK_A11Y"_s, u"none"_s);
     process.setProcessEnvironment(environment);
     process.setStandardErrorFile(session.path(u"controls.log"_s));
@@ -60,15 +79,9 @@ ControlsProgram::ControlsProgram(Kind which, const DesktopSession &session)
 
 bool ControlsProgram::isReady() const
 {
-    return waitUntil([this] { return isActive(); }, WindowLimit) &&
+    return waitUntil([this] { return window().has_value(); }, WindowLimit) &&
            (kind != Kind::Browser ||
             waitUntil([this] { return hasTakenKey(); }, WindowLimit, BetweenKeys));
-}
-
-bool ControlsProgram::isActive() const
-{
-    const auto seen = window();
-    return seen && desktop.view().activeWindow() == seen->id;
 }
 
 /// Presses a key that changes nothing. Chromium has the focus before it takes keys: those that come
@@ -77,7 +90,7 @@ bool ControlsProgram::isActive() const
 bool ControlsProgram::hasTakenKey() const
 {
     const auto isReported = [this] { return state().value(u"hasTakenKey"_s).toBool(); };
-    return isReported() || (desktop.user().tapKey(u"Home"_s) && isReported());
+    return isReported() || (tapHome() && isReported());
 }
 
 QJsonObject ControlsProgram::state() const
@@ -86,14 +99,13 @@ QJsonObject ControlsProgram::state() const
 }
 
 /// Not every one of them is the process that was started.
-std::optional<SeenWindow> ControlsProgram::window() const
+std::optional<QRect> ControlsProgram::window() const
 {
-    const auto windows = desktop.view().dialogs(state().value(u"process"_s).toInteger());
-    return windows.isEmpty() ? std::nullopt : std::optional(windows.first());
+    return find(state().value(u"process"_s).toInteger());
 }
 
 QPoint ControlsProgram::middleOfRow(int row) const
 {
-    const QRect place = window().value_or(SeenWindow()).place;
+    const QRect place = window().value_or(QRect());
     return {place.center().x(), place.top() + place.height() * (2 * row + 1) / 6};
 }

@@ -8,6 +8,8 @@
 
 #include <QJsonObject>
 
+#include <functional>
+
 /// A program of somebody else's making with a text that has the focus, and, unless it is a
 /// terminal, a list that scrolls and a slider from 0 to 100 below. It writes their state into a
 /// file, so its end of the desktop can be read.
@@ -15,8 +17,15 @@ class ControlsProgram
 {
 public:
     enum class Kind { Gtk, Qt, Terminal, Browser };
+    /// The place of a process's window, once it has the keys.
+    using Finder = std::function<std::optional<QRect>(qint64)>;
+
+    /// Presses the key Home as the user would; whether that could be done.
+    using Tap = std::function<bool()>;
 
     ControlsProgram(Kind which, const DesktopSession &session);
+    /// In a session of any kind. Only a browser needs the key.
+    ControlsProgram(Kind which, const UserSession &session, Finder finder, Tap tapOfHome = {});
     ControlsProgram(const ControlsProgram &) = delete;
     ControlsProgram &operator=(const ControlsProgram &) = delete;
 
@@ -34,14 +43,15 @@ public:
     QPoint middleOfSlider() const { return middleOfRow(2); }
 
 private:
-    bool isActive() const;
     bool hasTakenKey() const;
     QJsonObject state() const;
-    std::optional<SeenWindow> window() const;
+    std::optional<QRect> window() const;
     QPoint middleOfRow(int row) const;
     QString record() const { return desktop.path(QStringLiteral("controls")); }
 
     const Kind kind;
-    const DesktopSession &desktop;
+    const UserSession &desktop;
+    Finder find;
+    Tap tapHome;
     ChildProcess process;
 };

@@ -64,4 +64,5 @@ void DesktopSession::describeDisplay(QProcessEnvironment &environment) const
 {
     environment.insert(u"DISPLAY"_s, display());
     environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+    environment.insert(u"GDK_BACKEND"_s, u"x11"_s);
 }

@@ -112,6 +112,11 @@ QProcessEnvironment UserSession::environment() const
     return environment;
 }
 
+QString UserSession::serverSocket() const
+{
+    return path(u"run/vornaserver/"_s + display().replace(u':', u'_') + u".socket"_s);
+}
+
 QString UserSession::settingsFile() const
 {
     return path(u"config/Ostrovane/VornaServer.conf"_s);

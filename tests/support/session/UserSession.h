@@ -52,6 +52,8 @@ public:
     QString runtimeDirectory() const { return path(u"run"_s); }
     /// The server's settings file.
     QString settingsFile() const;
+    /// Where programs of the user reach the server.
+    QString serverSocket() const;
 
 protected:
     /// Sets the variables by which programs find the display.

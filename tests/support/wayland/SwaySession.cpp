@@ -28,6 +28,29 @@ focus_follows_mouse no
 exec echo "$WAYLAND_DISPLAY"
 )";
 
+QRect toRect(const QJsonObject &place)
+{
+    return {place.value(u"x"_s).toInt(), place.value(u"y"_s).toInt(),
+            place.value(u"width"_s).toInt(), place.value(u"height"_s).toInt()};
+}
+
+/// The one that has the keys among a node of sway's tree and all below it.
+QJsonObject focusedNode(const QJsonObject &node)
+{
+    if (node.value(u"focused"_s).toBool()) {
+        return node;
+    }
+    for (const auto &kind : {u"nodes"_s, u"floating_nodes"_s}) {
+        for (const auto &child : node.value(kind).toArray()) {
+            const QJsonObject found = focusedNode(child.toObject());
+            if (!found.isEmpty()) {
+                return found;
+            }
+        }
+    }
+    return {};
+}
+
 /// The rest of the line that sway's first program writes; empty when sway ends before that.
 QString readDisplayName(QProcess &process)
 {
@@ -69,6 +92,8 @@ bool SwaySession::writeSettings() const
 
 bool SwaySession::start()
 {
+    // One that is left of a crash would make sway choose another.
+    QFile::remove(path(u"run/sway.socket"_s));
     auto started = environment();
     started.remove(u"WAYLAND_DISPLAY"_s);
     for (const auto &[name, value] : {std::pair(u"WLR_BACKENDS"_s, u"headless"_s),
@@ -90,6 +115,7 @@ void SwaySession::describeDisplay(QProcessEnvironment &environment) const
     environment.insert(u"XDG_SESSION_TYPE"_s, u"wayland"_s);
     environment.insert(u"XDG_CURRENT_DESKTOP"_s, u"sway"_s);
     environment.insert(u"QT_QPA_PLATFORM"_s, u"wayland"_s);
+    environment.insert(u"GDK_BACKEND"_s, u"wayland"_s);
 }
 
 bool SwaySession::command(const QString &text) const
@@ -104,6 +130,14 @@ bool SwaySession::command(const QString &text) const
 QJsonDocument SwaySession::ask(Question question) const
 {
     return SwayMessages::ask(path(u"run/sway.socket"_s), static_cast<quint32>(question));
+}
+
+std::optional<QRect> SwaySession::frontWindow(qint64 process) const
+{
+    const QJsonObject node = focusedNode(ask(Question::Tree).object());
+    return process != 0 && node.value(u"pid"_s).toInteger() == process
+               ? std::optional(toRect(node.value(u"rect"_s).toObject()))
+               : std::nullopt;
 }
 
 void SwaySession::end()

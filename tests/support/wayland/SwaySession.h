@@ -6,7 +6,9 @@
 #include "support/session/UserSession.h"
 
 #include <QJsonDocument>
-#include <QSize>
+#include <QRect>
+
+#include <optional>
 
 /// A desktop of Wayland: sway without a screen or devices, with one output, and with a session bus
 /// where wanted. It has no Xwayland. sway refuses root, so tests that use it are declared with
@@ -35,6 +37,9 @@ public:
     enum class Question { Outputs = 3, Tree = 4, Inputs = 100, Seats = 101 };
     /// sway's answer; null when it does not come.
     QJsonDocument ask(Question question) const;
+
+    /// The place of that process's window on the output, once it has the keys.
+    std::optional<QRect> frontWindow(qint64 process) const;
 
     /// Ends sway while its clients are connected.
     void end();

@@ -124,9 +124,9 @@ void WaylandConnection::close()
 /// May be called by one of the notifiers, which must live until it has returned.
 void WaylandConnection::lose()
 {
-    for (auto *notifier : {reading.release(), writing.release()}) {
-        notifier->setEnabled(false);
-        notifier->deleteLater();
+    for (auto *notifier : {&reading, &writing}) {
+        (*notifier)->setEnabled(false); // Its descriptor is closed before it is deleted.
+        notifier->release()->deleteLater();
     }
     emit lost();
     close();
