@@ -379,7 +379,8 @@ void tst_X11Typing::aLayoutThatIsSwitchedAllTheTimeIsFollowed()
     const QString text = wordsOf(alphabet, 10'000);
     QVERIFY(type(text));
     QVERIFY(hasArrived(program, text));
-    QVERIFY(switcher.switches() > 100);
+    // It can switch only between the turns, of which there are at least forty.
+    QVERIFY2(switcher.switches() > 20, QByteArray::number(switcher.switches()).constData());
 }
 
 void tst_X11Typing::aLayoutThatIsReplacedHalfwayIsFollowed()

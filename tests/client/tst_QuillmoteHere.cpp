@@ -676,7 +676,8 @@ void tst_QuillmoteHere::holdingIsShownToTheServer()
     QVERIFY(timer.elapsed() < 9'000);
     // It releases the key, for which it needs this thread.
     program.terminate();
-    QCOMPARE(finished(program).status, SIGTERM);
+    QVERIFY(waitUntil([&] { return program.state() == QProcess::NotRunning; }));
+    QCOMPARE(program.exitCode(), SIGTERM);
 }
 
 void tst_QuillmoteHere::theRemoteSendsEveryKey()
