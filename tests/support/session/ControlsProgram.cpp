@@ -13,6 +13,7 @@ namespace {
 
 /// The window manager may be busy with an earlier text's changes of the key map.
 constexpr std::chrono::milliseconds WindowLimit{90'000};
+constexpr std::chrono::milliseconds BetweenKeys{200};
 
 QString fixture(const char *name)
 {
@@ -33,14 +34,16 @@ QStringList commandOf(ControlsProgram::Kind kind, const DesktopSession &session,
                 u"-e"_s,    fixture("record_terminal.py"),
                 record};
     case ControlsProgram::Kind::Browser:
-        return {fixture("browser_controls.py"), record, session.path(u"profile"_s)};
+        return {fixture("browser_controls.py"), record, session.home()};
     }
     return {};
 }
 
 } // namespace
 
-ControlsProgram::ControlsProgram(Kind kind, const DesktopSession &session) : desktop(session)
+ControlsProgram::ControlsProgram(Kind which, const DesktopSession &session)
+    : kind(which)
+    , desktop(session)
 {
     QFile::remove(record());
     auto environment = session.environment();
@@ -57,12 +60,24 @@ ControlsProgram::ControlsProgram(Kind kind, const DesktopSession &session) : des
 
 bool ControlsProgram::isReady() const
 {
-    return waitUntil(
-        [this] {
-            const auto seen = window();
-            return seen && desktop.view().activeWindow() == seen->id;
-        },
-        WindowLimit);
+    return waitUntil([this] { return isActive(); }, WindowLimit) &&
+           (kind != Kind::Browser ||
+            waitUntil([this] { return hasTakenKey(); }, WindowLimit, BetweenKeys));
+}
+
+bool ControlsProgram::isActive() const
+{
+    const auto seen = window();
+    return seen && desktop.view().activeWindow() == seen->id;
+}
+
+/// Presses a key that changes nothing. Chromium has the focus before it takes keys: those that come
+/// before it has painted the page for the first time are dropped, and that takes long on a busy
+/// machine.
+bool ControlsProgram::hasTakenKey() const
+{
+    const auto isReported = [this] { return state().value(u"hasTakenKey"_s).toBool(); };
+    return isReported() || (desktop.user().tapKey(u"Home"_s) && isReported());
 }
 
 QJsonObject ControlsProgram::state() const

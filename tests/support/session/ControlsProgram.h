@@ -16,7 +16,7 @@ class ControlsProgram
 public:
     enum class Kind { Gtk, Qt, Terminal, Browser };
 
-    ControlsProgram(Kind kind, const DesktopSession &session);
+    ControlsProgram(Kind which, const DesktopSession &session);
     ControlsProgram(const ControlsProgram &) = delete;
     ControlsProgram &operator=(const ControlsProgram &) = delete;
 
@@ -34,11 +34,14 @@ public:
     QPoint middleOfSlider() const { return middleOfRow(2); }
 
 private:
+    bool isActive() const;
+    bool hasTakenKey() const;
     QJsonObject state() const;
     std::optional<SeenWindow> window() const;
     QPoint middleOfRow(int row) const;
     QString record() const { return desktop.path(QStringLiteral("controls")); }
 
+    const Kind kind;
     const DesktopSession &desktop;
     ChildProcess process;
 };

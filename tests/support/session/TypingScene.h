@@ -66,6 +66,7 @@ public:
 private:
     bool ask(const QString &request, const QJsonObject &fields);
     void reactAt(qsizetype length, std::function<void()> action);
+    void awaitArrival(const QString &text) const;
     QByteArray difference(const QString &text) const;
 
     ServerScene desktop;
