@@ -1,102 +1,23 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-// The clipboard under the common name of data control, against a compositor and programs that do
-// what they should not, too.
+// How the texts of other programs are read and watched.
 
-#include "platform/linux/clipboard/DataControlClipboard.h"
+#include "adapters/DataControlScene.h"
 
-#include "support/Waiting.h"
-#include "support/wayland/StandInCompositor.h"
-
-#include <QDir>
 #include <QElapsedTimer>
 #include <QTest>
 #include <QTimer>
 
-#include <array>
-#include <csignal>
-
 #include <fcntl.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
 
-using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
-using platform::DataControlClipboard;
-using platform::WaylandConnection;
-
-namespace {
-
-/// Far more than the second that an owner has.
-constexpr auto patience = 10s;
-
-/// The program that owns the clipboard writes this much at once and closes the pipe.
-StandInCompositor::Owner ownerOf(const QByteArray &text)
-{
-    return [text](const QByteArray & /*type*/, const Descriptor &target) {
-        QCOMPARE(write(target.get(), text.constData(), static_cast<std::size_t>(text.size())),
-                 text.size());
-    };
-}
-
-/// A program that wants the clipboard; reads only when told to.
-struct Reader
-{
-    Descriptor target{-1};
-    Descriptor source{-1};
-
-    Reader()
-    {
-        std::array<int, 2> ends = {-1, -1};
-        if (pipe2(ends.data(), O_CLOEXEC) == 0) {
-            source = Descriptor(ends[0]);
-            target = Descriptor(ends[1]);
-            fcntl(source.get(), F_SETFL, O_NONBLOCK);
-        }
-    }
-
-    /// Everything up to the end; none if that does not come.
-    std::optional<QByteArray> readAll()
-    {
-        QByteArray all;
-        const bool isAtEnd = waitUntil(
-            [&] {
-                std::array<char, 65536> bytes{};
-                ssize_t count = 0;
-                while ((count = read(source.get(), bytes.data(), bytes.size())) > 0) {
-                    all.append(bytes.data(), count);
-                }
-                return count == 0;
-            },
-            GenerousLimit, 1ms);
-        return isAtEnd ? std::optional(all) : std::nullopt;
-    }
-
-    /// Whether all who could write have closed the pipe.
-    bool isClosed() const
-    {
-        int waiting = 0;
-        std::array<char, 65536> bytes{};
-        ioctl(source.get(), FIONREAD, &waiting);
-        return waiting == 0 && read(source.get(), bytes.data(), bytes.size()) == 0;
-    }
-};
-
-int openDescriptors()
-{
-    return static_cast<int>(QDir(u"/proc/self/fd"_s).entryList().size());
-}
-
-} // namespace
-
-class tst_DataControlClipboard : public QObject
+class tst_DataControlClipboard : public QObject, private DataControlScene
 {
     Q_OBJECT
 
 private slots:
     void init();
-    void cleanup();
+    void cleanup() { end(); }
 
     void theTextOfAnOwnerIsRead();
     void theBestTypeIsTaken_data();
@@ -108,18 +29,6 @@ private slots:
     void aTextThatIsTooLongIsNotRead();
     void requestsShareOnePipe();
     void noPipeIsLeftOver();
-
-    void ourTextIsOfferedUnderEveryName();
-    void ourTextIsServed();
-    void ourTextIsReadWithoutAPipe();
-    void anotherTextReplacesOurs();
-    void aTextThatIsSetWithoutADeviceIsOfferedLater();
-    void aReaderThatDoesNotReadIsDropped();
-    void onlyAFewReadersAreServedAtOnce();
-    void aReaderThatGoesAwayEndsNothing();
-    void whatIsNoPipeIsClosed();
-    void aReaderCannotMakeUsWait();
-
     void changesAreReported();
     void thePrimarySelectionIsNoChange();
     void anEndedWatchReportsNothing();
@@ -127,44 +36,13 @@ private slots:
     void offersDoNotPileUp();
 
 private:
-    /// The next answer to a request.
-    std::optional<QString> text();
-    bool becomes(const QString &expected);
-
-    std::unique_ptr<StandInCompositor> compositor;
-    std::unique_ptr<DataControlClipboard> clipboard;
     int changes = 0;
 };
 
 void tst_DataControlClipboard::init()
 {
     changes = 0;
-    // As a program has it that nobody has prepared.
-    std::signal(SIGPIPE, SIG_DFL);
-    compositor = std::make_unique<StandInCompositor>();
-    QVERIFY(compositor->isRunning());
-    clipboard = std::make_unique<DataControlClipboard>(std::make_unique<WaylandConnection>());
-    QVERIFY(waitUntil([this] { return compositor->devices() == 1; }));
-}
-
-void tst_DataControlClipboard::cleanup()
-{
-    clipboard.reset();
-    compositor.reset();
-}
-
-std::optional<QString> tst_DataControlClipboard::text()
-{
-    const auto answer = std::make_shared<std::optional<std::optional<QString>>>();
-    clipboard->requestText([answer](const std::optional<QString> &given) { *answer = given; });
-    QTest::qVerify(waitUntil([&] { return answer->has_value(); }, patience, 1ms), "is answered", "",
-                   __FILE__, __LINE__);
-    return answer->value_or(std::nullopt);
-}
-
-bool tst_DataControlClipboard::becomes(const QString &expected)
-{
-    return waitUntil([&] { return text() == expected; });
+    QVERIFY(start());
 }
 
 void tst_DataControlClipboard::theTextOfAnOwnerIsRead()
@@ -325,162 +203,12 @@ void tst_DataControlClipboard::requestsShareOnePipe()
 void tst_DataControlClipboard::noPipeIsLeftOver()
 {
     QCOMPARE(text(), std::nullopt);
-    const int before = openDescriptors();
+    const qsizetype before = openDescriptors();
     for (int i = 0; i < 50; ++i) {
         compositor->copy({"TEXT"}, ownerOf("text"));
         QCOMPARE(text(), u"text"_s);
     }
     QVERIFY(waitUntil([&] { return openDescriptors() == before; }));
-}
-
-void tst_DataControlClipboard::ourTextIsOfferedUnderEveryName()
-{
-    clipboard->setText(u"ours"_s);
-    const QByteArrayList all = {"text/plain;charset=utf-8", "text/plain", "UTF8_STRING", "STRING",
-                                "TEXT"};
-    QVERIFY(waitUntil([&] { return compositor->clientTypes() == all; }));
-    for (const QByteArray &type : all) {
-        Reader reader;
-        QVERIFY(compositor->paste(type, reader.target));
-        reader.target = Descriptor(-1);
-        QCOMPARE(reader.readAll(), "ours");
-    }
-    // What is not offered is not given.
-    Reader reader;
-    QVERIFY(compositor->paste("text/html", reader.target));
-    reader.target = Descriptor(-1);
-    QCOMPARE(reader.readAll(), "");
-}
-
-void tst_DataControlClipboard::ourTextIsServed()
-{
-    const QString large = u"€uro\n\U0001f600"_s.repeated(500'000);
-    for (const QString &ours : {u"a"_s, QString(), large}) {
-        clipboard->setText(ours);
-        QVERIFY(waitUntil([&] { return compositor->sources() == 1; }));
-        QVERIFY(becomes(ours));
-        Reader first;
-        Reader second;
-        QVERIFY(compositor->paste("TEXT", first.target));
-        QVERIFY(compositor->paste("text/plain", second.target));
-        first.target = Descriptor(-1);
-        second.target = Descriptor(-1);
-        QVERIFY(first.readAll() == ours.toUtf8());
-        QVERIFY(second.readAll() == ours.toUtf8());
-    }
-}
-
-void tst_DataControlClipboard::ourTextIsReadWithoutAPipe()
-{
-    // What no encoding can carry.
-    const QString ours = u"a"_s + QChar(0xd800) + u"b"_s;
-    clipboard->setText(ours);
-    QCOMPARE(text(), ours);
-}
-
-void tst_DataControlClipboard::anotherTextReplacesOurs()
-{
-    clipboard->setText(u"ours"_s);
-    QVERIFY(waitUntil([&] { return !compositor->clientTypes().isEmpty(); }));
-    compositor->copy({"TEXT"}, ownerOf("theirs"));
-    QCOMPARE(text(), u"theirs"_s);
-    QVERIFY(waitUntil([&] { return compositor->sources() == 0; }));
-    clipboard->setText(u"ours again"_s);
-    QCOMPARE(text(), u"ours again"_s);
-}
-
-void tst_DataControlClipboard::aTextThatIsSetWithoutADeviceIsOfferedLater()
-{
-    clipboard.reset();
-    clipboard = std::make_unique<DataControlClipboard>(std::make_unique<WaylandConnection>());
-    // The compositor has not told yet what it has.
-    clipboard->setText(u"early"_s);
-    QVERIFY(waitUntil([&] { return !compositor->clientTypes().isEmpty(); }));
-    QCOMPARE(text(), u"early"_s);
-}
-
-void tst_DataControlClipboard::aReaderThatDoesNotReadIsDropped()
-{
-    clipboard->setText(QString(1024 * 1024, u'a'));
-    QVERIFY(waitUntil([&] { return !compositor->clientTypes().isEmpty(); }));
-    Reader idle;
-    const int before = openDescriptors() - 1;
-    QVERIFY(compositor->paste("TEXT", idle.target));
-    idle.target = Descriptor(-1);
-    QVERIFY(waitUntil([&] { return openDescriptors() > before; }));
-    QVERIFY(waitUntil([&] { return openDescriptors() == before; }));
-    const auto read = idle.readAll();
-    QVERIFY(read);
-    QVERIFY(read->size() < 1024 * 1024);
-}
-
-void tst_DataControlClipboard::onlyAFewReadersAreServedAtOnce()
-{
-    clipboard->setText(QString(1024 * 1024, u'a'));
-    QVERIFY(waitUntil([&] { return !compositor->clientTypes().isEmpty(); }));
-    std::array<Reader, 40> readers;
-    const int before = openDescriptors() - static_cast<int>(readers.size());
-    for (Reader &reader : readers) {
-        QVERIFY(compositor->paste("TEXT", reader.target));
-        reader.target = Descriptor(-1);
-        QTest::qWait(1);
-    }
-    QVERIFY(waitUntil([&] {
-        int waiting = 0;
-        ioctl(readers.back().source.get(), FIONREAD, &waiting);
-        return waiting > 0;
-    }));
-    QVERIFY2(openDescriptors() <= before + 8, qPrintable(QString::number(openDescriptors())));
-    // The latest one still gets all of it.
-    QCOMPARE(readers.back().readAll(), QByteArray(1024 * 1024, 'a'));
-}
-
-void tst_DataControlClipboard::aReaderThatGoesAwayEndsNothing()
-{
-    clipboard->setText(QString(1024 * 1024, u'a'));
-    QVERIFY(waitUntil([&] { return !compositor->clientTypes().isEmpty(); }));
-    const int before = openDescriptors();
-    {
-        const Reader gone;
-        QVERIFY(compositor->paste("TEXT", gone.target));
-        QVERIFY(waitUntil([&] {
-            int waiting = 0;
-            ioctl(gone.source.get(), FIONREAD, &waiting);
-            return waiting > 0;
-        }));
-    }
-    QVERIFY(waitUntil([&] { return openDescriptors() == before; }));
-    QVERIFY(becomes(QString(1024 * 1024, u'a')));
-}
-
-void tst_DataControlClipboard::whatIsNoPipeIsClosed()
-{
-    clipboard->setText(u"ours"_s);
-    QVERIFY(waitUntil([&] { return !compositor->clientTypes().isEmpty(); }));
-    std::array<int, 2> ends = {-1, -1};
-    QCOMPARE(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
-    Reader reader;
-    reader.source = Descriptor(ends[0]);
-    reader.target = Descriptor(ends[1]);
-    fcntl(ends[0], F_SETFL, O_NONBLOCK);
-    QVERIFY(compositor->paste("TEXT", reader.target));
-    reader.target = Descriptor(-1);
-    QCOMPARE(reader.readAll(), "");
-}
-
-/// The descriptor is shared, and whoever has it may change its flags.
-void tst_DataControlClipboard::aReaderCannotMakeUsWait()
-{
-    clipboard->setText(QString(1024 * 1024, u'a'));
-    QVERIFY(waitUntil([&] { return !compositor->clientTypes().isEmpty(); }));
-    Reader idle;
-    QVERIFY(compositor->paste("TEXT", idle.target));
-    const auto limit = std::chrono::steady_clock::now() + 500ms;
-    while (std::chrono::steady_clock::now() < limit) {
-        QTest::qWait(1);
-        QCOMPARE(fcntl(idle.target.get(), F_GETFL) & O_NONBLOCK, 0);
-    }
-    QVERIFY(becomes(QString(1024 * 1024, u'a')));
 }
 
 void tst_DataControlClipboard::changesAreReported()

@@ -6,10 +6,13 @@
 #include "support/Waiting.h"
 #include "support/wayland/SwaySession.h"
 
+#include <QElapsedTimer>
 #include <QTest>
+#include <QTimer>
 
 #include <algorithm>
 
+using namespace std::chrono_literals;
 using platform::Screen;
 using platform::WaylandConnection;
 using platform::WaylandScreens;
@@ -32,6 +35,7 @@ private slots:
     void anEndedWatchReportsNothing();
     void withoutACompositorThereIsNoScreen();
     void aCompositorThatIsBackIsFound();
+    void aCompositorThatHangsOnItsReturnIsNotWaitedFor();
 
 private:
     bool command(const char *text) { return session->command(QString::fromLatin1(text)); }
@@ -175,6 +179,26 @@ void tst_WaylandScreens::aCompositorThatIsBackIsFound()
     }
     QVERIFY(command("create_output"));
     QVERIFY(becomes({first, second}));
+}
+
+/// It is looked for once a second, and each time it takes the connection but does not answer.
+void tst_WaylandScreens::aCompositorThatHangsOnItsReturnIsNotWaitedFor()
+{
+    session->end();
+    QVERIFY(becomes({}));
+    QVERIFY(session->restart());
+    session->halt();
+    qint64 longest = 0;
+    QElapsedTimer sinceLast;
+    sinceLast.start();
+    QTimer pulse;
+    connect(&pulse, &QTimer::timeout, this,
+            [&] { longest = std::max(longest, sinceLast.restart()); });
+    pulse.start(10ms);
+    QTest::qWait(3000);
+    QVERIFY2(longest < 700, qPrintable(QString::number(longest)));
+    session->resume();
+    QVERIFY(becomes({first}));
 }
 
 QTEST_GUILESS_MAIN(tst_WaylandScreens)

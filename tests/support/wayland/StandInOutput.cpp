@@ -59,9 +59,9 @@ void StandInOutput::describe(wl_resource *resource) const
 {
     const auto &[name, place, pixels, scale, transform] = description;
     wl_output_send_geometry(resource, place.x(), place.y(), 0, 0, 0, "", "", transform);
+    wl_output_send_mode(resource, WL_OUTPUT_MODE_CURRENT, pixels.width(), pixels.height(), 0);
     // One that it could have, too.
     wl_output_send_mode(resource, 0, 1, 1, 0);
-    wl_output_send_mode(resource, WL_OUTPUT_MODE_CURRENT, pixels.width(), pixels.height(), 0);
     wl_output_send_scale(resource, scale);
     wl_output_send_name(resource, name.constData());
     wl_output_send_done(resource);

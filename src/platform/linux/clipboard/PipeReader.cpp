@@ -71,11 +71,10 @@ void PipeReader::read()
     }
 }
 
-void PipeReader::finish(const std::optional<QString> &text)
+void PipeReader::finish(std::optional<QString> text)
 {
-    const std::optional<QString> result = text;
     stop();
-    emit finished(result);
+    emit finished(text);
 }
 
 } // namespace platform

@@ -35,7 +35,7 @@ signals:
 
 private:
     void read();
-    void finish(const std::optional<QString> &text);
+    void finish(std::optional<QString> text);
 
     Descriptor pipe{-1};
     std::unique_ptr<QSocketNotifier> readable;
