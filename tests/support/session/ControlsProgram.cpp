@@ -52,7 +52,7 @@ std::optional<QRect> frontWindow(const DesktopView &view, qint64 process)
 
 ControlsProgram::ControlsProgram(Kind kind, const DesktopSession &session)
     : ControlsProgram(kind, session,
-                      [&session](qint64 process) { return frontWindow(session.view(), process); })
+                      [&session](qint64 id) { return frontWindow(session.view(), id); })
 {
 }
 
@@ -86,6 +86,13 @@ QJsonObject ControlsProgram::state() const
 std::optional<QRect> ControlsProgram::window() const
 {
     return find(state().value(u"process"_s).toInteger());
+}
+
+QPoint ControlsProgram::nearEndOfSlider() const
+{
+    constexpr double Share = 0.42;
+    const int width = window().value_or(QRect()).width();
+    return middleOfSlider() + QPoint(static_cast<int>(width * Share), 0);
 }
 
 QPoint ControlsProgram::middleOfRow(int row) const
