@@ -49,6 +49,7 @@ struct WlrootsScene
 
     bool isNothingDown() const
     {
+        window->catchUp();
         return window->keysDown().isEmpty() && window->buttonsDown().isEmpty();
     }
 

@@ -87,6 +87,13 @@ std::unique_ptr<EventServices> makeX11Services(X11Connection display)
     return services;
 }
 
+std::unique_ptr<EventServices> makeWlrootsServices()
+{
+    auto services = std::make_unique<WlrootsEventServices>();
+    services->startGuard();
+    return services;
+}
+
 } // namespace
 
 std::unique_ptr<EventServices> makeEventServices()
@@ -97,7 +104,7 @@ std::unique_ptr<EventServices> makeEventServices()
     case InputRoute::X11:
         return makeX11Services(std::move(display));
     case InputRoute::Wlroots:
-        return std::make_unique<WlrootsEventServices>();
+        return makeWlrootsServices();
     case InputRoute::Portal:
     case InputRoute::NoneInWayland:
         break;

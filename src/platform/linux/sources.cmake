@@ -91,8 +91,9 @@ set_source_files_properties(platform/linux/input/InputGuard.cpp PROPERTIES COMPI
   "VORNA_GUARD_NAME=\"${VORNA_GUARD_NAME}\";VORNA_GUARD_FOLDER=\"${guard_folder}\"")
 add_executable(${VORNA_GUARD_NAME}
   platform/linux/input/InputGuardProgram.cpp
+  platform/linux/input/PointerGuard.cpp
   platform/linux/input/ServerWatch.cpp
   platform/linux/x11/XInputDevices.cpp)
 target_include_directories(${VORNA_GUARD_NAME} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
-target_link_libraries(${VORNA_GUARD_NAME} PRIVATE PkgConfig::XCB vorna_flags)
+target_link_libraries(${VORNA_GUARD_NAME} PRIVATE PkgConfig::XCB vorna_wayland_protocols vorna_flags)
 target_link_options(${VORNA_GUARD_NAME} PRIVATE LINKER:--as-needed)

@@ -262,6 +262,11 @@ void WaylandWindow::clear()
     frameCount = 0;
 }
 
+void WaylandWindow::catchUp()
+{
+    isOver = isOver || wl_display_roundtrip(wire->display) < 0;
+}
+
 void WaylandWindow::stall()
 {
     notifier->setEnabled(false);

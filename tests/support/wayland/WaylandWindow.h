@@ -65,6 +65,8 @@ public:
     /// Groups of pointer events.
     int frames() const { return frameCount; }
     void clear();
+    /// Takes in everything that the compositor has sent so far.
+    void catchUp();
 
     /// As a busy program: reads nothing until resume().
     void stall();

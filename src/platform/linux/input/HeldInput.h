@@ -5,6 +5,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstdint>
 
 namespace platform {
 
@@ -22,6 +23,9 @@ struct HeldInput
 };
 
 // Two processes use it, and a lock inside would not work between them.
+/// In place of the window of an X server's connection: the keys and buttons are a compositor's.
+inline constexpr std::uint32_t noMarker = 0;
+
 static_assert(std::atomic<bool>::is_always_lock_free);
 static_assert(sizeof(HeldInput) == 512);
 

@@ -19,7 +19,7 @@ class InputGuard
 public:
     /// `memory` is the descriptor of the shared memory. `marker` is a window of the connection
     /// whose keys are guarded: when it is destroyed, the X server has received everything that the
-    /// connection sent.
+    /// connection sent. noMarker says that they are those of a Wayland compositor.
     InputGuard(int memory, std::uint32_t marker);
     /// Ends the guard. Everything must have been released by now.
     ~InputGuard();

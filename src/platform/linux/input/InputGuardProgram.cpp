@@ -7,9 +7,11 @@
 // toolkit, so it is small.
 //
 // Arguments: the descriptors of the shared memory and of the pipe whose other end only the server
-// has, the window that is destroyed with the server's connection, and the server's process.
+// has, the window that is destroyed with the server's connection, and the server's process. Without
+// such a window the server's keys and buttons are those of a Wayland compositor.
 
 #include "platform/linux/input/HeldInput.h"
+#include "platform/linux/input/PointerGuard.h"
 #include "platform/linux/input/ServerWatch.h"
 #include "platform/linux/x11/XInputDevices.h"
 #include "platform/linux/x11/XcbHandles.h"
@@ -168,8 +170,16 @@ int main(int count, char **words)
     closeAllBut(arguments->memory, arguments->pipe);
     const void *const memory =
         mmap(nullptr, sizeof(HeldInput), PROT_READ, MAP_SHARED, arguments->memory, 0);
+    if (memory == MAP_FAILED) {
+        return 1;
+    }
+    if (arguments->marker == platform::noMarker) {
+        platform::guardButtons(*static_cast<const HeldInput *>(memory), arguments->pipe,
+                               arguments->server);
+        return 0;
+    }
     const XcbConnection connection(xcb_connect(nullptr, nullptr));
-    if (memory == MAP_FAILED || xcb_connection_has_error(connection.get())) {
+    if (xcb_connection_has_error(connection.get())) {
         return 1;
     }
     // Open menus and window managers grab the X server.

@@ -52,7 +52,7 @@ WlrootsEventServices::WlrootsEventServices()
     , outbox(connection)
     , seat(connection)
     , keyboard(outbox)
-    , pointer(outbox, outputs)
+    , pointer(connection, outbox, outputs, held.get())
     , typist(connection, outbox, keyboard)
     , desktopInput(keyboard, pointer, typist, outbox)
 {
@@ -83,6 +83,12 @@ WlrootsEventServices::~WlrootsEventServices()
     connection.answers(patienceAtEnd);
     connection.disconnect(this);
     seat.end();
+    guard.reset();
+}
+
+void WlrootsEventServices::startGuard()
+{
+    guard = std::make_unique<InputGuard>(held.descriptor(), noMarker);
 }
 
 /// The seat's key map should be known before ours is made, which takes two answers.

@@ -4,6 +4,8 @@
 #pragma once
 
 #include "platform/EventServices.h"
+#include "platform/linux/input/InputGuard.h"
+#include "platform/linux/input/SharedHeldInput.h"
 #include "platform/linux/input/WlrootsDesktopInput.h"
 #include "platform/linux/input/WlrootsKeyboard.h"
 #include "platform/linux/input/WlrootsPointer.h"
@@ -14,6 +16,7 @@
 #include "platform/linux/wayland/WaylandOutputs.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 
@@ -24,7 +27,8 @@ namespace platform {
 ///
 /// Keyboard and pointer live as long as the compositor, since the first keys of a new keyboard get
 /// lost: programs do not listen to it yet. If the compositor ends, nothing is posted until it is
-/// back. What a killed server has left down, the compositor releases.
+/// back. Of a killed server the compositor releases the keys, and our guard the buttons, see
+/// startGuard().
 ///
 /// Needs a running event loop on its thread. Taps and source states have no counterpart here.
 class WlrootsEventServices final : public QObject, public EventServices
@@ -37,6 +41,9 @@ public:
     WlrootsEventServices();
     /// Releases what is still down, and waits a second at most until the compositor has done so.
     ~WlrootsEventServices() override;
+
+    /// From now on a separate process releases the buttons that a killed server has left down.
+    void startGuard();
 
     Location pointerLocation() override { return pointer.location(); }
     void postKeyboard(const KeyboardEvent &event) override;
@@ -55,10 +62,12 @@ private:
     WaylandOutputs outputs;
     WaylandOutbox outbox;
     SeatKeymap seat;
+    SharedHeldInput held;
     WlrootsKeyboard keyboard;
     WlrootsPointer pointer;
     WlrootsTypist typist;
     WlrootsDesktopInput desktopInput;
+    std::unique_ptr<InputGuard> guard;
 };
 
 } // namespace platform

@@ -65,10 +65,12 @@ void WlrootsPointer::Amount::add(double toTheRight, double further, double most)
     }
 }
 
-WlrootsPointer::WlrootsPointer(WaylandOutbox &outboxOfConnection,
-                               const WaylandOutputs &outputsOfConnection)
-    : outbox(outboxOfConnection)
+WlrootsPointer::WlrootsPointer(WaylandConnection &openConnection, WaylandOutbox &outboxOfConnection,
+                               const WaylandOutputs &outputsOfConnection, HeldInput &heldInput)
+    : connection(openConnection)
+    , outbox(outboxOfConnection)
     , outputs(outputsOfConnection)
+    , held(heldInput)
 {
 }
 
@@ -89,6 +91,9 @@ void WlrootsPointer::end()
 void WlrootsPointer::drop()
 {
     heldButtons.clear();
+    for (auto &isHeld : held.buttons) {
+        isHeld = false;
+    }
     owedMotion = {};
     owedWheel = {};
     last.reset();
@@ -148,6 +153,7 @@ void WlrootsPointer::press(PointerButton button)
     release(button);
     if (device && !outbox.isClogged()) {
         heldButtons.push_back(button);
+        held.buttons[codeOf(button) - BTN_LEFT] = true;
         setButton(button, true);
     }
 }
@@ -240,7 +246,20 @@ void WlrootsPointer::setButton(PointerButton button, bool isDown)
                                        isDown ? WL_POINTER_BUTTON_STATE_PRESSED
                                               : WL_POINTER_BUTTON_STATE_RELEASED);
     });
+    if (!isDown) {
+        outbox.send([this, button] {
+            connection.afterEverything([this, button] { confirmRelease(button); });
+        });
+    }
     endGroup();
+}
+
+/// Only now, since a compositor drops what it has not read when the server is killed.
+void WlrootsPointer::confirmRelease(PointerButton button)
+{
+    if (std::ranges::find(heldButtons, button) == heldButtons.end()) {
+        held.buttons[codeOf(button) - BTN_LEFT] = false;
+    }
 }
 
 void WlrootsPointer::endGroup()

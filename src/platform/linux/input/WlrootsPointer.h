@@ -5,6 +5,8 @@
 
 #include "platform/DesktopInput.h"
 #include "platform/EventServices.h"
+#include "platform/linux/input/HeldInput.h"
+#include "platform/linux/wayland/WaylandConnection.h"
 #include "platform/linux/wayland/WaylandHandles.h"
 #include "platform/linux/wayland/WaylandOutbox.h"
 #include "platform/linux/wayland/WaylandOutputs.h"
@@ -25,8 +27,10 @@ namespace platform {
 class WlrootsPointer
 {
 public:
-    /// Both must outlive the pointer.
-    WlrootsPointer(WaylandOutbox &outboxOfConnection, const WaylandOutputs &outputsOfConnection);
+    /// All must outlive the pointer. `heldInput` gets the buttons that are down, or may be, from
+    /// BTN_LEFT on.
+    WlrootsPointer(WaylandConnection &openConnection, WaylandOutbox &outboxOfConnection,
+                   const WaylandOutputs &outputsOfConnection, HeldInput &heldInput);
 
     /// From now on the pointer is that device, which it owns then.
     void begin(zwlr_virtual_pointer_v1 *made);
@@ -68,8 +72,10 @@ private:
     void sendWheel();
     void turn(std::uint32_t axis, double units);
     void setButton(PointerButton button, bool isDown);
+    void confirmRelease(PointerButton button);
     void endGroup();
 
+    WaylandConnection &connection;
     WaylandOutbox &outbox;
     const WaylandOutputs &outputs;
     WaylandHandle<zwlr_virtual_pointer_v1, zwlr_virtual_pointer_v1_destroy> device;
@@ -77,6 +83,7 @@ private:
     Amount owedMotion;            ///< Pixels.
     Amount owedWheel;             ///< 120 is a notch.
     std::vector<PointerButton> heldButtons;
+    HeldInput &held;
 };
 
 /// The place on the screens that is next to the given one; the same if there are none.
