@@ -4,6 +4,7 @@
 // The wheel and dragging by the session socket, as programs of other makers take them, and what a
 // session leaves behind that is killed.
 
+#include "support/session/SessionProcess.h"
 #include "support/session/TypingScene.h"
 #include "support/x11/InputWatcher.h"
 
@@ -11,42 +12,6 @@
 
 using Kind = ControlsProgram::Kind;
 Q_DECLARE_METATYPE(ControlsProgram::Kind)
-
-namespace {
-
-/// A process of its own that speaks on the session socket, and can be killed.
-class SessionProcess
-{
-public:
-    explicit SessionProcess(const QString &socket)
-    {
-        process.start(u"socat"_s, {u"-"_s, u"UNIX-CONNECT:"_s + socket});
-    }
-
-    /// Sends the lines and waits until that many answers have come, besides the greeting.
-    bool send(const QByteArrayList &lines)
-    {
-        for (const QByteArray &line : lines) {
-            process.write(line + '\n');
-        }
-        return waitUntil([&] {
-            said += process.readAllStandardOutput();
-            return said.count("\"ok\":true") >= lines.size();
-        });
-    }
-
-    void kill()
-    {
-        process.kill();
-        process.waitForFinished();
-    }
-
-private:
-    ChildProcess process;
-    QByteArray said;
-};
-
-} // namespace
 
 class tst_SessionPointer : public QObject
 {
@@ -122,9 +87,7 @@ void tst_SessionPointer::killedSessionLeavesNothingDown()
 {
     InputWatcher watcher(typing->desk().session().display());
     SessionProcess process(typing->socketPath());
-    QVERIFY(process.send({R"({"id":1,"request":"key","key":"Control","action":"press"})",
-                          R"({"id":2,"request":"key","key":"a","action":"press"})",
-                          R"({"id":3,"request":"button","action":"press"})"}));
+    QVERIFY(process.holdInput());
     QVERIFY(waitUntil([&] { return watcher.keysDown().size() == 2; }));
     QVERIFY(!watcher.isNothingDown());
     process.kill();

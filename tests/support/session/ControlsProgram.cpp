@@ -104,6 +104,13 @@ std::optional<QRect> ControlsProgram::window() const
     return find(state().value(u"process"_s).toInteger());
 }
 
+QPoint ControlsProgram::nearEndOfSlider() const
+{
+    constexpr double Share = 0.42;
+    const int width = window().value_or(QRect()).width();
+    return middleOfSlider() + QPoint(static_cast<int>(width * Share), 0);
+}
+
 QPoint ControlsProgram::middleOfRow(int row) const
 {
     const QRect place = window().value_or(QRect());

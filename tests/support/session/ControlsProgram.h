@@ -41,6 +41,8 @@ public:
     QPoint middleOfList() const { return middleOfRow(1); }
     /// Where the knob is at first.
     QPoint middleOfSlider() const { return middleOfRow(2); }
+    /// To the right of that, where the value is above 80.
+    QPoint nearEndOfSlider() const;
 
 private:
     bool hasTakenKey() const;

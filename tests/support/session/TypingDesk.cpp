@@ -74,7 +74,9 @@ public:
             return false;
         }
         keyboard = std::make_unique<UserKeyboard>(scene.session());
-        return keyboard->isConnected() && scene.start();
+        // So that windows have their own size from the beginning.
+        return scene.session().command(u"for_window [app_id=\".*\"] floating enable"_s) &&
+               keyboard->isConnected() && scene.start();
     }
 
     QByteArray problemAtEnd() override { return scene.problemAtEnd(); }
@@ -82,9 +84,8 @@ public:
 
     std::unique_ptr<ControlsProgram> open(ControlsProgram::Kind kind) override
     {
-        return std::make_unique<ControlsProgram>(kind, scene.session(), [this](qint64 process) {
-            return scene.session().frontWindow(process);
-        });
+        return std::make_unique<ControlsProgram>(
+            kind, scene.session(), [this](qint64 process) { return paintedWindow(process); });
     }
 
     bool useLayout(const QString &layouts) override { return keyboard->useLayout(layouts); }
@@ -104,6 +105,15 @@ public:
     bool isPointerAt(const QPoint & /*place*/) const override { return true; }
 
 private:
+    /// sway tells of a window before the pointer finds it, which is when it has been painted.
+    std::optional<QRect> paintedWindow(qint64 process) const
+    {
+        const auto place = scene.session().frontWindow(process);
+        const QImage seen = place ? scene.session().picture() : QImage();
+        return !seen.isNull() && seen.pixel(place->center()) != seen.pixel(0, 0) ? place
+                                                                                 : std::nullopt;
+    }
+
     SwayScene scene;
     std::unique_ptr<UserKeyboard> keyboard;
 };

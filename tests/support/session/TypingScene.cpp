@@ -163,7 +163,7 @@ QByteArray TypingScene::scroll()
 QByteArray TypingScene::drag()
 {
     const QPoint knob = controls->middleOfSlider();
-    const QPoint end = knob + QPoint(250, 0);
+    const QPoint end = controls->nearEndOfSlider();
     const auto button = [this](const QString &action) {
         return ask(u"button"_s, {{u"action"_s, action}});
     };

@@ -5,6 +5,7 @@
 
 #include "support/session/UserSession.h"
 
+#include <QImage>
 #include <QJsonDocument>
 #include <QRect>
 
@@ -27,6 +28,8 @@ public:
 
     /// The value of WAYLAND_DISPLAY; empty until sway has come up once.
     QString display() const override { return displayName; }
+    /// The same as a path, for programs with another runtime directory.
+    QString displayPath() const { return runtimeDirectory() + u'/' + displayName; }
     bool isRunning() const { return sway.state() == QProcess::Running; }
     qint64 processId() const { return sway.processId(); }
 
@@ -38,8 +41,12 @@ public:
     /// sway's answer; null when it does not come.
     QJsonDocument ask(Question question) const;
 
-    /// The place of that process's window on the output, once it has the keys.
+    /// The place of that process's window on the output, once it has the keys. A window that does
+    /// not float may fill it a little later.
     std::optional<QRect> frontWindow(qint64 process) const;
+
+    /// What the output shows.
+    QImage picture() const;
 
     /// Ends sway while its clients are connected.
     void end();

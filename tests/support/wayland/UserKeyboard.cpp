@@ -96,8 +96,7 @@ struct UserKeyboard::Private
 UserKeyboard::UserKeyboard(const SwaySession &session) : d(std::make_unique<Private>())
 {
     d->clock.start();
-    const QString path = session.runtimeDirectory() + u'/' + session.display();
-    d->display.reset(wl_display_connect(QFile::encodeName(path).constData()));
+    d->display.reset(wl_display_connect(QFile::encodeName(session.displayPath()).constData()));
     if (!d->display) {
         return;
     }

@@ -1,0 +1,283 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+// The whole program on a compositor of Wayland: what handhelds and programs of the user ask for
+// arrives in another program's window, and nothing stays down.
+
+#include "support/protocol/Handheld.h"
+#include "support/protocol/SessionClient.h"
+#include "support/session/SessionProcess.h"
+#include "support/wayland/SwayScene.h"
+#include "support/wayland/WaylandWindow.h"
+#include "support/x11/XServer.h"
+
+#include <QTest>
+
+#include <xkbcommon/xkbcommon-keysyms.h>
+
+#include <array>
+
+#include <linux/input-event-codes.h>
+
+namespace {
+
+/// Typed after the keys under test: once it has arrived, so has everything before it.
+const QString Marker = u"F11"_s;
+
+QByteArray mouse(const QString &code, const QStringList &parameters = {})
+{
+    std::vector<TokenEntry> entries{{u"fncCommand"_s, code}};
+    if (!parameters.isEmpty()) {
+        entries.emplace_back(u"cmdParameters"_s, parameters);
+    }
+    return commandText(u"MOUSE_CMD"_s, entries);
+}
+
+QByteArray setClipboard(const QString &text)
+{
+    return commandText(u"TEXT_TRANSFER_AND_OPEN"_s, {{u"fncCommand"_s, text}});
+}
+
+bool isModifierKey(quint32 symbol)
+{
+    return symbol >= XKB_KEY_Shift_L && symbol <= XKB_KEY_Hyper_R;
+}
+
+QString nameOf(quint32 symbol)
+{
+    std::array<char, 64> name{};
+    xkb_keysym_get_name(symbol, name.data(), name.size());
+    return QString::fromLatin1(name.data());
+}
+
+/// "+Q (Shift Control)" is a press of Q while the two are held, "-Q" a release.
+QString describe(const WaylandWindow::KeyEvent &key)
+{
+    const std::array<std::pair<quint32, const char *>, 4> masks{
+        {{1U << 0, "Shift"}, {1U << 2, "Control"}, {1U << 3, "Alt"}, {1U << 6, "Super"}}};
+    QStringList held;
+    for (const auto &[mask, name] : masks) {
+        if ((key.modifiers & mask) != 0) {
+            held.append(QLatin1String(name));
+        }
+    }
+    const QString suffix = held.isEmpty() ? QString() : u" ("_s + held.join(u' ') + u')';
+    return (key.isDown ? u'+' : u'-') + nameOf(key.keysym) + suffix;
+}
+
+/// What a program of that session prints; nothing if it fails.
+std::optional<QByteArray> output(const SwaySession &session, const QString &program,
+                                 const QStringList &arguments)
+{
+    ChildProcess process;
+    process.setProcessEnvironment(session.environment());
+    process.start(program, arguments);
+    if (!process.waitForFinished() || process.exitCode() != 0) {
+        return std::nullopt;
+    }
+    return process.readAllStandardOutput();
+}
+
+} // namespace
+
+class tst_HandheldOnSway : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void shortcutsHoldTheirModifiers();
+    void clicksPressTheirButton();
+    void pointerMovesByTheOffset();
+    void sizeOfTheDesktopIsReported();
+    void textOfAnotherProgramIsSent();
+    void textIsPutOnTheClipboard();
+    void windowsOnAnXDisplayChangeNothingElse();
+    void killedSessionLeavesNothingDown();
+    void killedServerLeavesNothingDown();
+    void endedServerLeavesNothingDown();
+
+private:
+    bool openWindow();
+    QStringList plainKeysOf(const QByteArray &token);
+    bool waitForMarker();
+    bool isHeld() const
+    {
+        return !window->keysDown().isEmpty() && !window->buttonsDown().isEmpty();
+    }
+    bool isNothingDown() const
+    {
+        return window->keysDown().isEmpty() && window->buttonsDown().isEmpty();
+    }
+
+    std::unique_ptr<SwayScene> scene;
+    std::unique_ptr<WaylandWindow> window;
+    std::unique_ptr<Handheld> handheld;
+};
+
+void tst_HandheldOnSway::init()
+{
+    scene = std::make_unique<SwayScene>();
+    QCOMPARE(scene->problem(), QByteArray());
+    QVERIFY(scene->start());
+    QVERIFY(openWindow());
+    handheld = std::make_unique<Handheld>(scene->port());
+    QVERIFY(handheld->isConnected());
+}
+
+void tst_HandheldOnSway::cleanup()
+{
+    const QByteArray problem = scene->problemAtEnd();
+    window.reset();
+    scene.reset();
+    QCOMPARE(problem, QByteArray());
+}
+
+/// A seat gets its keyboard from the server, so the window comes after that.
+bool tst_HandheldOnSway::openWindow()
+{
+    window.reset();
+    window = std::make_unique<WaylandWindow>(scene->session().displayPath());
+    return waitUntil([this] { return window->isShown() && window->hasFocus(); });
+}
+
+bool tst_HandheldOnSway::waitForMarker()
+{
+    const auto isMarker = [](const auto &key) { return key.keysym == XKB_KEY_F11 && !key.isDown; };
+    return handheld->send(keyCommand(Marker)) &&
+           waitUntil([&] { return std::ranges::any_of(window->keys(), isMarker); });
+}
+
+/// The events of keys that are no modifiers.
+QStringList tst_HandheldOnSway::plainKeysOf(const QByteArray &token)
+{
+    window->clear();
+    if (!handheld->sendAndSettle(token) || !waitForMarker()) {
+        return {u"no marker"_s};
+    }
+    QStringList described;
+    for (const auto &key : window->keys()) {
+        if (key.keysym != XKB_KEY_F11 && !isModifierKey(key.keysym)) {
+            described.append(describe(key));
+        }
+    }
+    return described;
+}
+
+void tst_HandheldOnSway::shortcutsHoldTheirModifiers()
+{
+    const std::array<std::pair<QString, QString>, 7> rows{{
+        {u"A"_s, u"a"_s},
+        {u"7"_s, u"7"_s},
+        {u"F12"_s, u"F12"_s},
+        {u"Cmd+Q"_s, u"q (Control)"_s},
+        {u"Alt+F9"_s, u"F9 (Alt)"_s},
+        {u"Shift+1"_s, u"exclam (Shift)"_s},
+        {u"Cmd+Alt+Shift+Z"_s, u"Z (Shift Control Alt)"_s},
+    }};
+    for (const auto &[shortcut, key] : rows) {
+        QCOMPARE(plainKeysOf(keyCommand(shortcut)), (QStringList{u'+' + key, u'-' + key}));
+    }
+    QVERIFY(isNothingDown());
+}
+
+void tst_HandheldOnSway::clicksPressTheirButton()
+{
+    const std::array<std::pair<QString, quint32>, 3> rows{
+        {{u"0"_s, BTN_LEFT}, {u"1"_s, BTN_RIGHT}, {u"2"_s, BTN_MIDDLE}}};
+    for (const auto &[code, button] : rows) {
+        window->clear();
+        QVERIFY(handheld->sendAndSettle(mouse(code)));
+        QVERIFY(waitUntil([&] { return !window->buttons().empty(); }));
+        QVERIFY(waitUntil([this] { return isNothingDown(); }));
+        QCOMPARE(window->buttons(), std::vector<quint32>{button});
+    }
+}
+
+void tst_HandheldOnSway::pointerMovesByTheOffset()
+{
+    QVERIFY(handheld->sendAndSettle(mouse(u"4"_s, {u"-100000"_s, u"-100000"_s})));
+    QVERIFY(waitUntil([this] { return window->pointer() == QPointF(0, 0); }));
+    QVERIFY(handheld->sendAndSettle(mouse(u"4"_s, {u"300"_s, u"20"_s})));
+    QVERIFY(waitUntil([this] { return window->pointer() == QPointF(300, 20); }));
+    QVERIFY(handheld->sendAndSettle(mouse(u"4"_s, {u"-10"_s, u"5"_s})));
+    QVERIFY(waitUntil([this] { return window->pointer() == QPointF(290, 25); }));
+}
+
+void tst_HandheldOnSway::sizeOfTheDesktopIsReported()
+{
+    const auto answer = handheld->ask(serverInfo());
+    QCOMPARE(response(answer), u"OK"_s);
+    QCOMPARE(parameters(answer).mid(0, 2),
+             (QStringList{QString::number(SwaySession::OutputSize.height()),
+                          QString::number(SwaySession::OutputSize.width())}));
+}
+
+void tst_HandheldOnSway::textOfAnotherProgramIsSent()
+{
+    const QString text = u"It is 5 o'clock; bring tea"_s;
+    QVERIFY(output(scene->session(), u"wl-copy"_s, {text}));
+    const auto answer = handheld->ask(clipboardRequest());
+    QCOMPARE(response(answer), u"OK"_s);
+    QCOMPARE(parameters(answer), QStringList{text});
+}
+
+void tst_HandheldOnSway::textIsPutOnTheClipboard()
+{
+    QCOMPARE(response(handheld->ask(setClipboard(u"Meet at 5"_s))), u"OK"_s);
+    QCOMPARE(output(scene->session(), u"wl-paste"_s, {u"--no-newline"_s}),
+             std::optional(QByteArray("Meet at 5")));
+}
+
+/// A session that has an X display too, and a toolkit without its part for Wayland.
+void tst_HandheldOnSway::windowsOnAnXDisplayChangeNothingElse()
+{
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+    const XServer display;
+    QVERIFY(display.isRunning());
+    scene->session().addVariable(u"DISPLAY"_s, display.display());
+    scene->session().addVariable(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+    QVERIFY(scene->start());
+    QVERIFY(openWindow());
+    handheld = std::make_unique<Handheld>(scene->port());
+    QCOMPARE(plainKeysOf(keyCommand(u"A"_s)), (QStringList{u"+a"_s, u"-a"_s}));
+    sizeOfTheDesktopIsReported();
+    textOfAnotherProgramIsSent();
+    textIsPutOnTheClipboard();
+    QVERIFY(SessionClient(scene->socketPath()).isConnected());
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+}
+
+void tst_HandheldOnSway::killedSessionLeavesNothingDown()
+{
+    SessionProcess process(scene->socketPath());
+    QVERIFY(process.holdInput());
+    QVERIFY(waitUntil([this] { return isHeld(); }));
+    process.kill();
+    QVERIFY(waitUntil([this] { return isNothingDown(); }));
+}
+
+void tst_HandheldOnSway::killedServerLeavesNothingDown()
+{
+    SessionProcess process(scene->socketPath());
+    QVERIFY(process.holdInput());
+    QVERIFY(waitUntil([this] { return isHeld(); }));
+    scene->server().end(SIGKILL);
+    const bool isReleased = waitUntil([this] { return isNothingDown(); });
+    QVERIFY2(isReleased, qPrintable(u"%1 keys, %2 buttons"_s.arg(window->keysDown().size())
+                                        .arg(window->buttonsDown().size())));
+}
+
+void tst_HandheldOnSway::endedServerLeavesNothingDown()
+{
+    SessionProcess process(scene->socketPath());
+    QVERIFY(process.holdInput());
+    QVERIFY(waitUntil([this] { return isHeld(); }));
+    QCOMPARE(scene->server().end(), std::optional(0));
+    QVERIFY(waitUntil([this] { return isNothingDown(); }));
+}
+
+QTEST_GUILESS_MAIN(tst_HandheldOnSway)
+#include "tst_HandheldOnSway.moc"
