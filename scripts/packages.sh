@@ -38,7 +38,7 @@ test_packages() {
     mac_check_packages
     printf '%s\n' avahi-daemon avahi-utils clang clang-format-16 clang-tidy desktop-file-utils dex fish \
         gir1.2-gtk-4.0 git libclang-rt-14-dev libfaketime libglib2.0-bin lld man-db mandoc poppler-utils \
-        python3 python3-gi shellcheck socat tmux wmctrl xclip zsh
+        python3 python3-gi shellcheck socat tmux wmctrl xclip xdg-desktop-portal zsh
 }
 
 # What only the tests with a browser need: 120 MB to fetch, 410 MB on the disk.

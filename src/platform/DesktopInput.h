@@ -24,7 +24,8 @@ enum class PointerButton { Left, Middle, Right, Back, Forward };
 class DesktopInput
 {
 public:
-    /// What this desktop can do. The rest does nothing.
+    /// What this desktop can do. The rest does nothing. What it allows may turn out only when the
+    /// first input is posted.
     struct Abilities
     {
         bool keys = false;
@@ -37,6 +38,14 @@ public:
         bool operator==(const Abilities &) const = default;
     };
 
+    /// Whether the desktop lets this program use the keyboard and the pointer.
+    enum class Readiness {
+        Ready,
+        ConsentPending, ///< It asks the user, or is about to.
+        Refused,        ///< By the user; this run asks no more.
+        Unavailable,    ///< At the moment; asking again later may help.
+    };
+
     /// Called once, perhaps before the call returns, with whether it was done; never after the
     /// context has been destroyed.
     using Done = std::function<void(bool)>;
@@ -44,6 +53,10 @@ public:
     virtual ~DesktopInput() = default;
 
     virtual Abilities abilities() const = 0;
+
+    /// Whether input is posted now. Begins to ask the desktop for it if that is needed; until then
+    /// input is dropped, and never made up for.
+    virtual Readiness makeReady() { return Readiness::Ready; }
 
     /// Presses a key. While it is down exactly these modifiers are in effect, and those that the
     /// layout needs for the character. False if this desktop has no such key. Nothing is pressed if

@@ -13,6 +13,8 @@
 #include "platform/linux/clipboard/X11Clipboard.h"
 #include "platform/linux/input/NullEventServices.h"
 #include "platform/linux/input/X11EventServices.h"
+#include "platform/linux/portal/PortalEventServices.h"
+#include "platform/linux/portal/PortalPresence.h"
 #include "platform/linux/session/AvahiWatch.h"
 #include "platform/linux/session/DesktopNotifications.h"
 #include "platform/linux/session/InputRoute.h"
@@ -23,6 +25,7 @@
 #include "platform/linux/wayland/WaylandConnection.h"
 #include "platform/linux/x11/X11Server.h"
 
+#include <QDBusConnection>
 #include <QGuiApplication>
 #include <QSystemTrayIcon>
 
@@ -62,6 +65,7 @@ SessionOffer offerOf(WaylandConnection &compositor, const X11Connection &display
         compositor.global(zwp_virtual_keyboard_manager_v1_interface) != nullptr;
     offer.hasVirtualPointer =
         compositor.global(zwlr_virtual_pointer_manager_v1_interface) != nullptr;
+    offer.hasPortal = offer.hasWayland && hasDesktopPortal();
     offer.hasX11 = display.isOpen();
     offer.isXwayland = offer.hasX11 && isXwayland(display);
     offer.canFakeInput = offer.hasX11 && canFakeInput(display);
@@ -84,8 +88,10 @@ std::unique_ptr<EventServices> makeEventServices()
     switch (inputRouteOf(offerOf(compositor, display))) {
     case InputRoute::X11:
         return makeX11Services(std::move(display));
-    case InputRoute::Wlroots:
     case InputRoute::Portal:
+        return std::make_unique<PortalEventServices>(QDBusConnection::sessionBus(),
+                                                     RestoreToken::ofUser(), makeScreens());
+    case InputRoute::Wlroots:
     case InputRoute::NoneInWayland:
         break;
     case InputRoute::NoneWithoutXtest:

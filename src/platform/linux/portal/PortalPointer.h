@@ -1,0 +1,51 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "platform/DesktopInput.h"
+#include "platform/Screens.h"
+#include "platform/linux/portal/PortalOutbox.h"
+
+#include <optional>
+#include <vector>
+
+namespace platform {
+
+/// Moves the pointer of a desktop through its portal, which never says where the pointer is. So its
+/// place is counted here: from the middle of the main screen, over everything that is posted here.
+/// After the user's own mouse has moved, it is wrong.
+class PortalPointer
+{
+public:
+    /// Both must outlive it.
+    PortalPointer(PortalOutbox &outboxOfPortal, Screens &screensOfDesktop)
+        : outbox(outboxOfPortal)
+        , screens(screensOfDesktop)
+    {
+    }
+
+    Location location();
+    /// Moves it by pixels, also by parts of one.
+    void moveBy(double dx, double dy);
+    /// Moves it there, or as near as the screens allow.
+    void moveTo(const Location &position);
+
+    void press(PointerButton button);
+    void release(PointerButton button);
+    /// 120 is one notch. What is no whole notch moves as on a touchpad.
+    void scroll(int dx, int dy);
+
+    /// The session has ended, and nothing is down any more.
+    void forget() { held.clear(); }
+
+private:
+    Location onScreens(const Location &wanted);
+
+    PortalOutbox &outbox;
+    Screens &screens;
+    std::optional<Location> place; ///< None before the first move.
+    std::vector<PointerButton> held;
+};
+
+} // namespace platform

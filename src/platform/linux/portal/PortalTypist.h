@@ -1,0 +1,54 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "platform/DesktopInput.h"
+#include "platform/linux/portal/PortalKeyboard.h"
+
+#include <QPointer>
+#include <QString>
+
+#include <deque>
+
+namespace platform {
+
+/// Types texts through the desktop's portal, character by character, whenever the portal has
+/// handled what was posted before.
+///
+/// The desktop drops what its layout lacks and does not say so.
+class PortalTypist
+{
+public:
+    /// Both must outlive it.
+    PortalTypist(PortalKeyboard &keyboardOfPortal, PortalOutbox &outboxOfPortal)
+        : keyboard(keyboardOfPortal)
+        , outbox(outboxOfPortal)
+    {
+    }
+
+    /// As DesktopInput::type().
+    void type(const QString &text, QObject *context, DesktopInput::Done done);
+    /// The portal has handled an event.
+    void onProgress();
+    /// The session has ended: none of the texts will be done.
+    void fail();
+
+private:
+    struct Task
+    {
+        QString text;
+        qsizetype next = 0;
+        QPointer<QObject> context;
+        DesktopInput::Done done;
+    };
+
+    void finishFront(bool isDone);
+    void typeOne(Task &task);
+
+    PortalKeyboard &keyboard;
+    PortalOutbox &outbox;
+    std::deque<Task> tasks;
+};
+
+} // namespace platform
