@@ -11,12 +11,33 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDir>
+#include <QEventLoop>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <csignal>
 
 using namespace Qt::StringLiterals;
+
+/// Runs the event loop until the condition holds, without a rest: each event that is posted waits
+/// for the one before it.
+template <typename Condition> bool eventually(Condition condition)
+{
+    QEventLoop loop;
+    QTimer poll;
+    const QDeadlineTimer end(GenerousLimit);
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (condition() || end.hasExpired()) {
+            loop.quit();
+        }
+    });
+    poll.start(5);
+    if (!condition()) {
+        loop.exec();
+    }
+    return condition();
+}
 
 /// A session bus of its own with a desktop portal on it. What the desktop would do does a program
 /// that writes down what is posted.
@@ -56,11 +77,11 @@ public:
     }
     bool waitFor(const QStringList &expected)
     {
-        return waitUntil([&] { return record() == expected; });
+        return eventually([&] { return record() == expected; });
     }
     bool waitForLine(const QString &line)
     {
-        return waitUntil([&] { return record().contains(line); });
+        return eventually([&] { return record().contains(line); });
     }
     void forgetRecord()
     {

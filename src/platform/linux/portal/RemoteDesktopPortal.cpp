@@ -32,6 +32,7 @@ constexpr std::chrono::milliseconds callLimit = 10s;
 constexpr auto patienceWithPortal = 30s;
 /// A portal that has a token that it knows answers much faster.
 constexpr auto patienceWithUser = 500ms;
+constexpr auto patienceAfterClosing = 1s;
 constexpr std::chrono::milliseconds longestPause = 60s;
 constexpr std::chrono::milliseconds limitAtEnd = 500ms;
 
@@ -233,10 +234,12 @@ void RemoteDesktopPortal::request(const QString &method, const QVariantList &arg
             // It still runs.
             pending->setParent(this);
             pending.release()->deleteLater();
-            if (outcome == PortalRequest::Outcome::Done) {
-                done(results);
-            } else {
+            if (outcome != PortalRequest::Outcome::Done) {
                 handleFailure(outcome);
+            } else if (isClosed) {
+                fail();
+            } else {
+                done(results);
             }
         });
 }
@@ -251,12 +254,22 @@ void RemoteDesktopPortal::handleFailure(PortalRequest::Outcome outcome)
     }
 }
 
-void RemoteDesktopPortal::closedByDesktop()
+/// Signals of an earlier session may still be on their way.
+void RemoteDesktopPortal::closedByDesktop(const QDBusMessage &signal)
 {
+    if (session.isEmpty() || signal.path() != session) {
+        return;
+    }
     // It needs no closing any more.
     watchClosed(false);
     session.clear();
-    fail();
+    isClosed = true;
+    // A session that the user refuses may be closed before that is said.
+    if (pending) {
+        limit.start(patienceAfterClosing);
+    } else {
+        fail();
+    }
 }
 
 /// A session that was open counts as a success, so a locked screen does not lengthen the pause.
@@ -279,6 +292,7 @@ void RemoteDesktopPortal::endAttempt()
     pending.reset();
     posted.reset();
     forgetCalls();
+    isClosed = false;
     if (!session.isEmpty()) {
         watchClosed(false);
         portal.bus.send(portal.call(session, sessionInterface(), u"Close"_s, {}));
@@ -302,7 +316,7 @@ void RemoteDesktopPortal::forgetCalls()
 void RemoteDesktopPortal::watchClosed(bool isWatched)
 {
     const QString signal = u"Closed"_s;
-    const char *slot = SLOT(closedByDesktop());
+    const char *slot = SLOT(closedByDesktop(QDBusMessage));
     if (isWatched) {
         portal.bus.connect(portal.owner, session, sessionInterface(), signal, this, slot);
     } else if (!session.isEmpty()) {

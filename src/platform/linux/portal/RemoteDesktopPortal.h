@@ -78,7 +78,7 @@ signals:
     void failed();
 
 private slots:
-    void closedByDesktop();
+    void closedByDesktop(const QDBusMessage &signal);
 
 private:
     void enter(State next);
@@ -106,9 +106,10 @@ private:
     State current = State::Idle;
     Devices allowed{true, true};
     uint version = 0;
-    uint available = 0;   ///< Bits of device types that can be asked for.
-    QString session;      ///< Its object path; empty without one.
-    QDeadlineTimer again; ///< Until then nothing is tried.
+    uint available = 0;    ///< Bits of device types that can be asked for.
+    bool isClosed = false; ///< The desktop has closed the session that is being made.
+    QString session;       ///< Its object path; empty without one.
+    QDeadlineTimer again;  ///< Until then nothing is tried.
     std::chrono::milliseconds pause{0};
     QTimer limit;    ///< For everything that the user has no part in.
     QTimer patience; ///< When the user has probably been asked.
