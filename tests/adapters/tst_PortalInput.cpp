@@ -58,6 +58,7 @@ private slots:
     void thePointerIsWhereItWasMoved();
     void thePointerStaysOnTheScreens();
     void buttonsAndTheWheelArrive();
+    void aWheelThatCountsPixelsGetsThem();
     void movesAddUpWhileThePortalIsBusy();
 
     void whatIsDownIsReleasedAtTheEnd();
@@ -78,6 +79,7 @@ private:
     std::optional<bool> typed(const QString &text);
 
     QObject context;
+    PortalPointer::WheelStep wheelStep = PortalPointer::WheelStep::Notch;
     std::unique_ptr<PortalScene> scene;
     std::unique_ptr<PortalEventServices> services;
     std::unique_ptr<MessageRecorder> messages;
@@ -86,6 +88,7 @@ private:
 void tst_PortalInput::init()
 {
     messages = std::make_unique<MessageRecorder>();
+    wheelStep = PortalPointer::WheelStep::Notch;
 }
 
 void tst_PortalInput::cleanup()
@@ -99,8 +102,9 @@ void tst_PortalInput::begin(PortalScene::Role role)
 {
     scene = std::make_unique<PortalScene>(role);
     QVERIFY(scene->isReady());
-    services = std::make_unique<PortalEventServices>(
-        scene->connection(), RestoreToken(scene->tokenFile()), std::make_unique<TwoScreens>());
+    services =
+        std::make_unique<PortalEventServices>(scene->connection(), RestoreToken(scene->tokenFile()),
+                                              std::make_unique<TwoScreens>(), wheelStep);
     services->session().shortestPause = 100ms;
 }
 
@@ -400,7 +404,20 @@ void tst_PortalInput::buttonsAndTheWheelArrive()
     input().scroll(-240, 30);
     QVERIFY(
         scene->waitFor({u"button 272 1"_s, u"button 272 0"_s, u"button 276 1"_s, u"button 276 0"_s,
-                        u"wheel 0 1"_s, u"wheel 1 -2"_s, u"scroll 0.0 2.5"_s}));
+                        u"wheel 0 1"_s, u"wheel 1 -2"_s, u"scroll 0.0 3.75"_s}));
+}
+
+void tst_PortalInput::aWheelThatCountsPixelsGetsThem()
+{
+    wheelStep = PortalPointer::WheelStep::Pixel;
+    open();
+    input().scroll(0, 120);
+    QVERIFY(scene->waitForLine(u"wheel 0 15"_s));
+    input().scroll(-60, 0);
+    QVERIFY(scene->waitForLine(u"wheel 1 -7"_s));
+    input().scroll(-4, 7); // Four and seven eighths; with the rest before it is one step left.
+    input().scroll(0, 1);
+    QVERIFY(scene->waitFor({u"wheel 0 15"_s, u"wheel 1 -7"_s, u"wheel 1 -1"_s, u"wheel 0 1"_s}));
 }
 
 void tst_PortalInput::movesAddUpWhileThePortalIsBusy()

@@ -90,7 +90,8 @@ std::unique_ptr<EventServices> makeEventServices()
         return makeX11Services(std::move(display));
     case InputRoute::Portal:
         return std::make_unique<PortalEventServices>(QDBusConnection::sessionBus(),
-                                                     RestoreToken::ofUser(), makeScreens());
+                                                     RestoreToken::ofUser(), makeScreens(),
+                                                     PortalPointer::wheelStepOfDesktop());
     case InputRoute::Wlroots:
     case InputRoute::NoneInWayland:
         break;

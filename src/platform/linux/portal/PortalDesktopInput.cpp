@@ -57,7 +57,7 @@ void PortalDesktopInput::press(const Key &key, const KeyModifiers &modifiers, QO
     } else if (outbox.hasRoom() && waitingKeys.empty()) {
         done(keyboard.press(key, modifiers));
     } else {
-        waitingKeys.push_back({key, modifiers, context, std::move(done)});
+        waitingKeys.push_back({key, modifiers, {context, std::move(done)}});
     }
 }
 
@@ -113,8 +113,8 @@ void PortalDesktopInput::onProgress()
     while (outbox.hasRoom() && !waitingKeys.empty()) {
         const WaitingKey next = std::move(waitingKeys.front());
         waitingKeys.pop_front();
-        if (!next.context.isNull()) {
-            next.done(keyboard.press(next.key, next.modifiers));
+        if (!next.caller.isGone()) {
+            next.caller.answer(keyboard.press(next.key, next.modifiers));
         }
     }
     typist.onProgress();
@@ -125,9 +125,7 @@ void PortalDesktopInput::fail()
     std::deque<WaitingKey> failed;
     failed.swap(waitingKeys);
     for (const WaitingKey &key : failed) {
-        if (!key.context.isNull()) {
-            key.done(false);
-        }
+        key.caller.answer(false);
     }
     typist.fail();
 }

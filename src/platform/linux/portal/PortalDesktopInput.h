@@ -4,12 +4,11 @@
 #pragma once
 
 #include "platform/DesktopInput.h"
+#include "platform/linux/portal/PortalCaller.h"
 #include "platform/linux/portal/PortalKeyboard.h"
 #include "platform/linux/portal/PortalPointer.h"
 #include "platform/linux/portal/PortalTypist.h"
 #include "platform/linux/portal/RemoteDesktopPortal.h"
-
-#include <QPointer>
 
 #include <deque>
 
@@ -45,8 +44,7 @@ private:
     {
         Key key;
         KeyModifiers modifiers;
-        QPointer<QObject> context;
-        Done done;
+        PortalCaller caller;
     };
 
     bool canType();

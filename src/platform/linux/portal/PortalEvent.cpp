@@ -14,14 +14,14 @@ bool PortalEvent::takesIn(const PortalEvent &next)
     // The pointer goes no further than the largest desktop at once, the wheel no further than
     // anybody reads.
     constexpr double farthest = 200'000;
-    constexpr std::int32_t mostNotches = 200;
+    constexpr std::int32_t mostSteps = 3'000;
     const bool isTurn = dx * next.dx < 0 || dy * next.dy < 0;
     if (next.kind != kind || kind == Kind::Button || isOfKeyboard() || isTurn) {
         return false;
     }
     dx = std::clamp(dx + next.dx, -farthest, farthest);
     dy = std::clamp(dy + next.dy, -farthest, farthest);
-    code = std::clamp(code + next.code, -mostNotches, mostNotches);
+    code = std::clamp(code + next.code, -mostSteps, mostSteps);
     return true;
 }
 

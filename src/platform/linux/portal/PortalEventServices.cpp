@@ -21,10 +21,11 @@ QString translated(const char *text)
 } // namespace
 
 PortalEventServices::PortalEventServices(const QDBusConnection &sessionBus, RestoreToken token,
-                                         std::unique_ptr<Screens> screensOfDesktop)
+                                         std::unique_ptr<Screens> screensOfDesktop,
+                                         PortalPointer::WheelStep wheelStep)
     : screens(std::move(screensOfDesktop))
     , portal(sessionBus, std::move(token))
-    , pointer(outbox, *screens)
+    , pointer(outbox, *screens, wheelStep)
     , desktopInput(portal, outbox, keyboard, pointer)
     , asking{translated("The desktop asks whether VornaServer may control the keyboard and the "
                         "pointer. Allow it there; nothing is typed until then.")}

@@ -26,7 +26,8 @@ class PortalEventServices final : public EventServices
 {
 public:
     PortalEventServices(const QDBusConnection &sessionBus, RestoreToken token,
-                        std::unique_ptr<Screens> screensOfDesktop);
+                        std::unique_ptr<Screens> screensOfDesktop,
+                        PortalPointer::WheelStep wheelStep);
     /// Releases the keys and buttons that are still down. A portal that does not answer holds it up
     /// for half a second for each.
     ~PortalEventServices() override;

@@ -3,10 +3,14 @@
 
 #include "platform/linux/portal/PortalPointer.h"
 
+#include "platform/linux/applications/XdgDirectories.h"
+
 #include <algorithm>
 #include <cmath>
 
 #include <linux/input-event-codes.h>
+
+using namespace Qt::StringLiterals;
 
 namespace platform {
 
@@ -95,21 +99,39 @@ void PortalPointer::release(PointerButton button)
     }
 }
 
+PortalPointer::WheelStep PortalPointer::wheelStepOfDesktop()
+{
+    const QStringList names = XdgDirectories::fromEnvironment().desktops;
+    return names.contains("KDE"_L1) ? WheelStep::Pixel : WheelStep::Notch;
+}
+
 void PortalPointer::scroll(int dx, int dy)
 {
-    constexpr int notch = 120;
-    constexpr double pixelsOfNotch = 10; // As desktops count them.
-    if (dy / notch != 0) {
-        outbox.add(PortalEvent::wheel(PortalEvent::Kind::VerticalWheel, dy / notch));
+    if (wheelStep == WheelStep::Pixel) {
+        stepsRight.add(dx);
+        stepsDown.add(dy);
+        turn(stepsRight.take(), stepsDown.take());
+    } else {
+        turn(dx / notch, dy / notch);
+        scrollRest(dx % notch, dy % notch);
     }
-    if (dx / notch != 0) {
-        outbox.add(PortalEvent::wheel(PortalEvent::Kind::HorizontalWheel, dx / notch));
+}
+
+void PortalPointer::turn(int right, int down)
+{
+    if (down != 0) {
+        outbox.add(PortalEvent::wheel(PortalEvent::Kind::VerticalWheel, down));
     }
-    const int restX = dx % notch;
-    const int restY = dy % notch;
-    if (restX != 0 || restY != 0) {
-        outbox.add(
-            PortalEvent::scroll(restX * pixelsOfNotch / notch, restY * pixelsOfNotch / notch));
+    if (right != 0) {
+        outbox.add(PortalEvent::wheel(PortalEvent::Kind::HorizontalWheel, right));
+    }
+}
+
+void PortalPointer::scrollRest(int right, int down)
+{
+    constexpr double pixels = double(pixelsOfNotch) / notch;
+    if (right != 0 || down != 0) {
+        outbox.add(PortalEvent::scroll(right * pixels, down * pixels));
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include "platform/DesktopInput.h"
 #include "platform/Screens.h"
+#include "platform/linux/input/Remainder.h"
 #include "platform/linux/portal/PortalOutbox.h"
 
 #include <optional>
@@ -33,17 +34,26 @@ public:
 
     void press(PointerButton button);
     void release(PointerButton button);
-    /// 120 is one notch. What is no whole notch moves as on a touchpad.
+    /// 120 is one notch. What is no whole notch moves as on a touchpad, or is carried over.
     void scroll(int dx, int dy);
 
     /// The session has ended, and nothing is down any more.
     void forget() { held.clear(); }
 
 private:
+    static constexpr int notch = 120;
+    static constexpr int pixelsOfNotch = 15;
+    static constexpr int mostSteps = 3'000;
+
     Location onScreens(const Location &wanted);
+    void turn(int right, int down);
+    void scrollRest(int right, int down);
 
     PortalOutbox &outbox;
     Screens &screens;
+    WheelStep wheelStep;
+    Remainder stepsRight{double(notch) / pixelsOfNotch, mostSteps};
+    Remainder stepsDown{double(notch) / pixelsOfNotch, mostSteps};
     std::optional<Location> place; ///< None before the first move.
     std::vector<PointerButton> held;
 };

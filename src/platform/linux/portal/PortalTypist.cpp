@@ -11,7 +11,7 @@ namespace platform {
 
 void PortalTypist::type(const QString &text, QObject *context, DesktopInput::Done done)
 {
-    tasks.push_back({text, 0, context, std::move(done)});
+    tasks.push_back({text, 0, {context, std::move(done)}});
     onProgress();
 }
 
@@ -19,7 +19,7 @@ void PortalTypist::onProgress()
 {
     while (!tasks.empty() && outbox.isEmpty()) {
         Task &task = tasks.front();
-        if (task.context.isNull() || task.next >= task.text.size()) {
+        if (task.caller.isGone() || task.next >= task.text.size()) {
             finishFront(true);
         } else {
             typeOne(task);
@@ -36,14 +36,11 @@ void PortalTypist::fail()
     }
 }
 
-/// Texts of those who are gone end without a word.
 void PortalTypist::finishFront(bool isDone)
 {
     const Task task = std::move(tasks.front());
     tasks.pop_front();
-    if (!task.context.isNull()) {
-        task.done(isDone);
-    }
+    task.caller.answer(isDone);
 }
 
 void PortalTypist::typeOne(Task &task)

@@ -4,9 +4,9 @@
 #pragma once
 
 #include "platform/DesktopInput.h"
+#include "platform/linux/portal/PortalCaller.h"
 #include "platform/linux/portal/PortalKeyboard.h"
 
-#include <QPointer>
 #include <QString>
 
 #include <deque>
@@ -39,8 +39,7 @@ private:
     {
         QString text;
         qsizetype next = 0;
-        QPointer<QObject> context;
-        DesktopInput::Done done;
+        PortalCaller caller;
     };
 
     void finishFront(bool isDone);
