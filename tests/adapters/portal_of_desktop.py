@@ -223,7 +223,7 @@ def exercise(poster, state):
     poster.ask("scroll 0 240")
     wait(lambda: state()["list"] > 0, "the wheel")
     notches = state()["list"]
-    poster.ask("scroll 0 60") # GTK takes the first one for a touch without a move.
+    poster.ask("scroll 0 60")  # GTK takes the first one for a touch without a move.
     poster.ask("scroll 0 60")
     wait(lambda: state()["list"] > notches, "half a notch")
     poster.ask("to 640 609")

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
+#include "adapters/WlrootsScene.h"
 #include "adapters/X11Scene.h"
 #include "doubles/RecordingEventServices.h"
 #include "platform/DesktopInput.h"
@@ -50,13 +51,14 @@ private:
     std::unique_ptr<EventServices> makeAdapter(const QByteArray &name);
 
     std::unique_ptr<X11Scene> scene;
+    std::unique_ptr<WlrootsScene> compositor; ///< Only for its own adapter.
     EventRecord record;
 };
 
 void tst_EventServicesContract::addAdapters()
 {
     QTest::addColumn<QByteArray>("adapter");
-    for (const char *name : {"null", "recording", "X11"}) {
+    for (const char *name : {"null", "recording", "X11", "wlroots"}) {
         QTest::newRow(name) << QByteArray(name);
     }
 }
@@ -65,6 +67,9 @@ std::unique_ptr<EventServices> tst_EventServicesContract::makeAdapter(const QByt
 {
     if (name == "X11") {
         return scene->makeServices();
+    }
+    if (name == "wlroots") {
+        return compositor->takeServices();
     }
     if (name == "recording") {
         return std::make_unique<RecordingEventServices>(record);
@@ -76,6 +81,10 @@ void tst_EventServicesContract::init()
 {
     scene = std::make_unique<X11Scene>();
     QVERIFY(scene->isReady());
+    if (QTest::currentDataTag() == QByteArray("wlroots")) {
+        compositor = std::make_unique<WlrootsScene>();
+        QVERIFY(compositor->isReady());
+    }
     record = {};
 }
 
@@ -83,7 +92,9 @@ void tst_EventServicesContract::cleanup()
 {
     // Holds for every function, whatever it posted and however it ended.
     QTRY_VERIFY(scene->isNothingDown());
+    QTRY_VERIFY(!compositor || compositor->isNothingDown());
     scene.reset();
+    compositor.reset();
 }
 
 void tst_EventServicesContract::theLocationIsTheSameUntilSomethingMoves()

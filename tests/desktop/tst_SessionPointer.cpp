@@ -77,7 +77,7 @@ void tst_SessionPointer::initTestCase()
 
 void tst_SessionPointer::cleanupTestCase()
 {
-    QCOMPARE(typing->scene().problemAtEnd(), QByteArray());
+    QCOMPARE(typing->desk().problemAtEnd(), QByteArray());
 }
 
 void tst_SessionPointer::addPrograms()
@@ -120,7 +120,7 @@ void tst_SessionPointer::everyPixelCanBePointedAt()
 
 void tst_SessionPointer::killedSessionLeavesNothingDown()
 {
-    InputWatcher watcher(typing->scene().session().display());
+    InputWatcher watcher(typing->desk().session().display());
     SessionProcess process(typing->socketPath());
     QVERIFY(process.send({R"({"id":1,"request":"key","key":"Control","action":"press"})",
                           R"({"id":2,"request":"key","key":"a","action":"press"})",

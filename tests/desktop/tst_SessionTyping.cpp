@@ -25,15 +25,17 @@ constexpr int FewCharacters = 120;
 /// change of the map, needs minutes for it. Then each has a desktop of its own.
 bool isAtLength()
 {
-    return qEnvironmentVariableIntValue("VORNA_CHARACTERS") > FewCharacters;
+    return !TypingDesk::isSway() &&
+           qEnvironmentVariableIntValue("VORNA_CHARACTERS") > FewCharacters;
 }
 
-/// How many characters each program gets: VORNA_CHARACTERS, or few. A terminal does not say when it
-/// has read, so the server waits for it a second each time that it has used up the spare keys.
+/// How many characters each program gets: VORNA_CHARACTERS, or few. A terminal of X11 does not say
+/// when it has read, so the server waits for it a second each time that it has used up the spare
+/// keys.
 int charactersFor(Kind kind)
 {
     const int all = std::max(qEnvironmentVariableIntValue("VORNA_CHARACTERS"), FewCharacters);
-    return kind == Kind::Terminal ? all / 10 : all;
+    return kind == Kind::Terminal && !TypingDesk::isSway() ? all / 10 : all;
 }
 
 } // namespace
@@ -77,7 +79,7 @@ void tst_SessionTyping::startAnew()
 
 void tst_SessionTyping::cleanupTestCase()
 {
-    QCOMPARE(typing->scene().problemAtEnd(), QByteArray());
+    QCOMPARE(typing->desk().problemAtEnd(), QByteArray());
 }
 
 void tst_SessionTyping::init()
@@ -85,7 +87,7 @@ void tst_SessionTyping::init()
     if (isAtLength()) {
         startAnew();
     }
-    QVERIFY(typing->useLayout(u"us"_s));
+    QVERIFY(typing->desk().useLayout(u"us"_s));
 }
 
 void tst_SessionTyping::everyCharacterArrives_data()
@@ -109,7 +111,7 @@ void tst_SessionTyping::everyCharacterArrives()
     QFETCH(Kind, kind);
     QFETCH(QString, layout);
     QFETCH(Hindrance, hindrance);
-    QVERIFY(typing->useLayout(layout));
+    QVERIFY(typing->desk().useLayout(layout));
     QVERIFY(typing->open(kind));
     const QString text = RandomText(Seed).mixed(
         charactersFor(kind), TypingScene::keyCaps(layout),
@@ -156,12 +158,12 @@ void tst_SessionTyping::layoutsCanBeSwitchedHalfway()
 {
     QFETCH(Kind, kind);
     QFETCH(QString, layouts);
-    QVERIFY(typing->useLayout(layouts));
+    QVERIFY(typing->desk().useLayout(layouts));
     QVERIFY(typing->open(kind));
     const QString text = RandomText(Seed).ofKeyCaps(4000, TypingScene::keyCaps(layouts));
-    QCOMPARE(typing->type(text, Hindrance::None, [this] { typing->switchToLayout(1); }),
+    QCOMPARE(typing->type(text, Hindrance::None, [this] { typing->desk().switchToLayout(1); }),
              QByteArray());
-    typing->switchToLayout(0);
+    typing->desk().switchToLayout(0);
 }
 
 void tst_SessionTyping::layoutsCanBeReplacedHalfway_data()
@@ -177,7 +179,7 @@ void tst_SessionTyping::layoutsCanBeReplacedHalfway()
     QFETCH(Kind, kind);
     QVERIFY(typing->open(kind));
     const QString text = RandomText(Seed).ofKeyCaps(4000, TypingScene::keyCaps(u"us"_s));
-    QCOMPARE(typing->type(text, Hindrance::None, [this] { typing->useLayout(u"fr"_s); }),
+    QCOMPARE(typing->type(text, Hindrance::None, [this] { typing->desk().useLayout(u"fr"_s); }),
              QByteArray());
 }
 

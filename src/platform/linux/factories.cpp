@@ -10,8 +10,11 @@
 #include "platform/ToolkitScreens.h"
 #include "platform/linux/applications/DesktopEntryBridge.h"
 #include "platform/linux/applications/XdgDirectories.h"
+#include "platform/linux/clipboard/DataControlClipboard.h"
+#include "platform/linux/clipboard/NoClipboard.h"
 #include "platform/linux/clipboard/X11Clipboard.h"
 #include "platform/linux/input/NullEventServices.h"
+#include "platform/linux/input/WlrootsEventServices.h"
 #include "platform/linux/input/X11EventServices.h"
 #include "platform/linux/portal/PortalEventServices.h"
 #include "platform/linux/portal/PortalPresence.h"
@@ -19,6 +22,7 @@
 #include "platform/linux/session/DesktopNotifications.h"
 #include "platform/linux/session/InputRoute.h"
 #include "platform/linux/session/StatusNotifierHosts.h"
+#include "platform/linux/session/WaylandScreens.h"
 #include "platform/linux/session/X11Screens.h"
 #include "platform/linux/session/X11TraySelection.h"
 #include "platform/linux/session/XdgAutostart.h"
@@ -48,6 +52,14 @@ constexpr auto patience = 2s;
 bool isToolkitOnX11()
 {
     return QGuiApplication::platformName() == "xcb"_L1;
+}
+
+/// Null outside of Wayland sessions, whichever display the toolkit uses: what an Xwayland shows of
+/// the clipboard and the screens is not all.
+std::unique_ptr<WaylandConnection> answeringCompositor()
+{
+    auto compositor = std::make_unique<WaylandConnection>();
+    return compositor->answers(patience) ? std::move(compositor) : nullptr;
 }
 
 std::unique_ptr<EventServices> noServices(const char *reason)
@@ -88,11 +100,12 @@ std::unique_ptr<EventServices> makeEventServices()
     switch (inputRouteOf(offerOf(compositor, display))) {
     case InputRoute::X11:
         return makeX11Services(std::move(display));
+    case InputRoute::Wlroots:
+        return std::make_unique<WlrootsEventServices>();
     case InputRoute::Portal:
         return std::make_unique<PortalEventServices>(QDBusConnection::sessionBus(),
                                                      RestoreToken::ofUser(), makeScreens(),
                                                      PortalPointer::wheelStepOfDesktop());
-    case InputRoute::Wlroots:
     case InputRoute::NoneInWayland:
         break;
     case InputRoute::NoneWithoutXtest:
@@ -115,16 +128,25 @@ std::unique_ptr<EventServices> makeEventServices()
 
 std::unique_ptr<Clipboard> makeClipboard()
 {
+    if (auto compositor = answeringCompositor()) {
+        if (hasDataControl(*compositor)) {
+            return std::make_unique<DataControlClipboard>(std::move(compositor));
+        }
+        // Never the toolkit's: without the focus it gives back its own text, whatever others copy.
+        return std::make_unique<NoClipboard>();
+    }
     if (isToolkitOnX11()) {
         return std::make_unique<X11Clipboard>();
     }
-    // A Wayland compositor shows the clipboard to the program that has the focus.
     return std::make_unique<ToolkitClipboard>(
         ToolkitClipboard::Reach{.isReadable = false, .isWatchable = false});
 }
 
 std::unique_ptr<Screens> makeScreens()
 {
+    if (auto compositor = answeringCompositor()) {
+        return std::make_unique<WaylandScreens>(std::move(compositor));
+    }
     if (isToolkitOnX11()) {
         X11Connection connection;
         if (connection.isOpen()) {

@@ -12,6 +12,11 @@ target_sources(vornaserver PRIVATE
   platform/linux/applications/MimeAssociations.cpp
   platform/linux/applications/WindowList.cpp
   platform/linux/applications/XdgDirectories.cpp
+  platform/linux/clipboard/DataControlClipboard.cpp
+  platform/linux/clipboard/DataDevice.cpp
+  platform/linux/clipboard/NoClipboard.cpp
+  platform/linux/clipboard/PipeReader.cpp
+  platform/linux/clipboard/PipeWriters.cpp
   platform/linux/clipboard/X11Clipboard.cpp
   platform/linux/clipboard/X11SelectionReader.cpp
   platform/linux/factories.cpp
@@ -19,15 +24,25 @@ target_sources(vornaserver PRIVATE
   platform/linux/input/InputGuard.cpp
   platform/linux/input/KeyRange.cpp
   platform/linux/input/KeySymbols.cpp
+  platform/linux/input/LayoutKeys.cpp
   platform/linux/input/ModifierTracker.cpp
   platform/linux/input/NamedKeySymbols.cpp
   platform/linux/input/NullEventServices.cpp
+  platform/linux/input/OwnKeymap.cpp
   platform/linux/input/ReleaseLedger.cpp
   platform/linux/input/Remainder.cpp
   platform/linux/input/ServerGrab.cpp
   platform/linux/input/SharedHeldInput.cpp
   platform/linux/input/SpareKeyRecord.cpp
   platform/linux/input/SpareKeys.cpp
+  platform/linux/input/TypingKeymap.cpp
+  platform/linux/input/TypingPace.cpp
+  platform/linux/input/VirtualKeyboard.cpp
+  platform/linux/input/WlrootsDesktopInput.cpp
+  platform/linux/input/WlrootsEventServices.cpp
+  platform/linux/input/WlrootsKeyboard.cpp
+  platform/linux/input/WlrootsPointer.cpp
+  platform/linux/input/WlrootsTypist.cpp
   platform/linux/input/X11DesktopInput.cpp
   platform/linux/input/X11EventServices.cpp
   platform/linux/input/X11Keyboard.cpp
@@ -58,6 +73,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/session/StatusNotifierHosts.cpp
   platform/linux/session/TrayHost.cpp
   platform/linux/session/TrayWatch.h
+  platform/linux/session/WaylandScreens.cpp
   platform/linux/session/X11Screens.cpp
   platform/linux/session/X11TraySelection.cpp
   platform/linux/session/XdgAutostart.cpp
@@ -65,7 +81,11 @@ target_sources(vornaserver PRIVATE
   platform/linux/system/FolderSystem.cpp
   platform/linux/system/SessionHostSystem.cpp
   platform/linux/system/SocketSystem.cpp
+  platform/linux/wayland/KeymapFile.cpp
+  platform/linux/wayland/SeatKeymap.cpp
   platform/linux/wayland/WaylandConnection.cpp
+  platform/linux/wayland/WaylandOutbox.cpp
+  platform/linux/wayland/WaylandOutputs.cpp
   platform/linux/x11/TimedReply.cpp
   platform/linux/x11/X11Connection.cpp
   platform/linux/x11/X11Server.cpp

@@ -19,8 +19,7 @@ QString fixture(const char *name)
     return QDir(QStringLiteral(CONTROLS_FIXTURES)).filePath(QLatin1StringView(name));
 }
 
-QStringList commandOf(ControlsProgram::Kind kind, const DesktopSession &session,
-                      const QString &record)
+QStringList commandOf(ControlsProgram::Kind kind, const UserSession &session, const QString &record)
 {
     switch (kind) {
     case ControlsProgram::Kind::Gtk:
@@ -28,6 +27,9 @@ QStringList commandOf(ControlsProgram::Kind kind, const DesktopSession &session,
     case ControlsProgram::Kind::Qt:
         return {QStringLiteral(QT_CONTROLS), record};
     case ControlsProgram::Kind::Terminal:
+        if (session.environment().contains(u"WAYLAND_DISPLAY"_s)) {
+            return {u"foot"_s, fixture("record_terminal.py"), record};
+        }
         return {u"xterm"_s, u"-u8"_s,
                 u"-fa"_s,   u"DejaVu Sans Mono"_s,
                 u"-e"_s,    fixture("record_terminal.py"),
@@ -38,15 +40,30 @@ QStringList commandOf(ControlsProgram::Kind kind, const DesktopSession &session,
     return {};
 }
 
+std::optional<QRect> frontWindow(const DesktopView &view, qint64 process)
+{
+    const auto windows = view.dialogs(process);
+    return windows.isEmpty() || view.activeWindow() != windows.first().id
+               ? std::nullopt
+               : std::optional(windows.first().place);
+}
+
 } // namespace
 
-ControlsProgram::ControlsProgram(Kind kind, const DesktopSession &session) : desktop(session)
+ControlsProgram::ControlsProgram(Kind kind, const DesktopSession &session)
+    : ControlsProgram(kind, session,
+                      [&session](qint64 process) { return frontWindow(session.view(), process); })
+{
+}
+
+ControlsProgram::ControlsProgram(Kind kind, const UserSession &session, Finder finder)
+    : desktop(session)
+    , find(std::move(finder))
 {
     QFile::remove(record());
     auto environment = session.environment();
     // Without a graphics card, and without asking the bus of the machine.
     environment.insert(u"GSK_RENDERER"_s, u"cairo"_s);
-    environment.insert(u"GDK_BACKEND"_s, u"x11"_s);
     environment.insert(u"GTK_A11Y"_s, u"none"_s);
     process.setProcessEnvironment(environment);
     process.setStandardErrorFile(session.path(u"controls.log"_s));
@@ -57,12 +74,7 @@ ControlsProgram::ControlsProgram(Kind kind, const DesktopSession &session) : des
 
 bool ControlsProgram::isReady() const
 {
-    return waitUntil(
-        [this] {
-            const auto seen = window();
-            return seen && desktop.view().activeWindow() == seen->id;
-        },
-        WindowLimit);
+    return waitUntil([this] { return window().has_value(); }, WindowLimit);
 }
 
 QJsonObject ControlsProgram::state() const
@@ -71,14 +83,13 @@ QJsonObject ControlsProgram::state() const
 }
 
 /// Not every one of them is the process that was started.
-std::optional<SeenWindow> ControlsProgram::window() const
+std::optional<QRect> ControlsProgram::window() const
 {
-    const auto windows = desktop.view().dialogs(state().value(u"process"_s).toInteger());
-    return windows.isEmpty() ? std::nullopt : std::optional(windows.first());
+    return find(state().value(u"process"_s).toInteger());
 }
 
 QPoint ControlsProgram::middleOfRow(int row) const
 {
-    const QRect place = window().value_or(SeenWindow()).place;
+    const QRect place = window().value_or(QRect());
     return {place.center().x(), place.top() + place.height() * (2 * row + 1) / 6};
 }

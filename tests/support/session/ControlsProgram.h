@@ -8,6 +8,8 @@
 
 #include <QJsonObject>
 
+#include <functional>
+
 /// A program of somebody else's making with a text that has the focus, and, unless it is a
 /// terminal, a list that scrolls and a slider from 0 to 100 below. It writes their state into a
 /// file, so its end of the desktop can be read.
@@ -15,8 +17,12 @@ class ControlsProgram
 {
 public:
     enum class Kind { Gtk, Qt, Terminal, Browser };
+    /// The place of a process's window, once it has the keys.
+    using Finder = std::function<std::optional<QRect>(qint64)>;
 
     ControlsProgram(Kind kind, const DesktopSession &session);
+    /// In a session of any kind.
+    ControlsProgram(Kind kind, const UserSession &session, Finder finder);
     ControlsProgram(const ControlsProgram &) = delete;
     ControlsProgram &operator=(const ControlsProgram &) = delete;
 
@@ -35,10 +41,11 @@ public:
 
 private:
     QJsonObject state() const;
-    std::optional<SeenWindow> window() const;
+    std::optional<QRect> window() const;
     QPoint middleOfRow(int row) const;
     QString record() const { return desktop.path(QStringLiteral("controls")); }
 
-    const DesktopSession &desktop;
+    const UserSession &desktop;
+    Finder find;
     ChildProcess process;
 };

@@ -14,7 +14,7 @@
 
 using namespace Qt::StringLiterals;
 
-ServerProcess::ServerProcess(const DesktopSession &session, std::function<void()> lastPreparation,
+ServerProcess::ServerProcess(const UserSession &session, std::function<void()> lastPreparation,
                              const QStringList &arguments)
     : errorFile(session.path(u"server.log"_s))
 {
@@ -110,4 +110,16 @@ QByteArray ServerProcess::complaints() const
         }
     }
     return found;
+}
+
+QByteArray ServerProcess::problemAtEnd()
+{
+    const bool wasRunning = isRunning();
+    const std::optional<int> status = end();
+    QByteArray problem = complaints();
+    if (wasRunning && status != 0) {
+        problem +=
+            "exit status " + (status ? QByteArray::number(*status) : "none: crashed or hung");
+    }
+    return problem;
 }

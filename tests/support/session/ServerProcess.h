@@ -3,21 +3,22 @@
 
 #pragma once
 
+#include "support/Waiting.h"
 #include "support/process/ChildProcess.h"
-#include "support/session/DesktopSession.h"
+#include "support/session/UserSession.h"
 
 #include <csignal>
 #include <functional>
 #include <optional>
 
-/// The server's executable, named by VORNA_SERVER, running in a desktop session.
+/// The server's executable, named by VORNA_SERVER, running in a session.
 class ServerProcess
 {
 public:
     /// Starts it; `lastPreparation` runs in the child before the program does, and only system
     /// calls are safe in it.
     explicit ServerProcess(
-        const DesktopSession &session, std::function<void()> lastPreparation = [] {},
+        const UserSession &session, std::function<void()> lastPreparation = [] {},
         const QStringList &arguments = {});
 
     qint64 processId() const { return process.processId(); }
@@ -56,6 +57,10 @@ public:
     /// The lines of the error text that no sound run writes: the sanitizers' reports and broken
     /// signal connections.
     QByteArray complaints() const;
+
+    /// Ends it if it still runs. Returns what was wrong with its end and in what it wrote; empty if
+    /// all was well.
+    QByteArray problemAtEnd();
 
 private:
     void send(int signal) const;

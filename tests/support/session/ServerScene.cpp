@@ -129,13 +129,7 @@ QByteArray ServerScene::problemAtEnd()
     if (!process) {
         return {};
     }
-    const bool wasRunning = process->isRunning();
-    const std::optional<int> status = process->end();
-    QByteArray problem = process->complaints();
-    if (wasRunning && status != 0) {
-        problem +=
-            "exit status " + (status ? QByteArray::number(*status) : "none: crashed or hung");
-    }
+    QByteArray problem = process->problemAtEnd();
     if (isAnythingHeld()) {
         problem += "a key or button was left down";
     }

@@ -3,10 +3,6 @@
 
 #include "support/session/TypingScene.h"
 
-#include "platform/linux/x11/XcbXkb.h"
-#include "support/x11/PhysicalKeyboard.h"
-#include "support/x11/XcbClient.h"
-
 #include <QJsonArray>
 
 #include <algorithm>
@@ -14,10 +10,6 @@
 using namespace std::chrono_literals;
 
 namespace {
-
-// Key codes that are the same on every PC keyboard.
-constexpr int ShiftKey = 50;
-constexpr int CapsLockKey = 66;
 
 /// For a text of 10,000 characters into a program that answers no question.
 constexpr std::chrono::milliseconds TypingLimit = 20min;
@@ -35,29 +27,25 @@ QByteArray codes(const QString &text)
 class Hand
 {
 public:
-    Hand(const QString &display, TypingScene::Hindrance hindrance)
-        : keyboard(display)
+    Hand(TypingDesk &typingDesk, TypingScene::Hindrance hindrance)
+        : desk(typingDesk)
         , kind(hindrance)
     {
-        if (kind == TypingScene::Hindrance::CapsLock) {
-            keyboard.tap(CapsLockKey);
-        } else if (kind == TypingScene::Hindrance::HeldShift) {
-            keyboard.press(ShiftKey);
+        if (kind != TypingScene::Hindrance::None) {
+            desk.hinder(kind, true);
         }
     }
     ~Hand()
     {
-        if (kind == TypingScene::Hindrance::CapsLock) {
-            keyboard.tap(CapsLockKey);
-        } else if (kind == TypingScene::Hindrance::HeldShift) {
-            keyboard.release(ShiftKey);
+        if (kind != TypingScene::Hindrance::None) {
+            desk.hinder(kind, false);
         }
     }
     Hand(const Hand &) = delete;
     Hand &operator=(const Hand &) = delete;
 
 private:
-    PhysicalKeyboard keyboard;
+    TypingDesk &desk;
     TypingScene::Hindrance kind;
 };
 
@@ -83,40 +71,18 @@ QList<std::pair<QByteArray, ControlsProgram::Kind>> TypingScene::programs()
 
 bool TypingScene::start()
 {
-    if (!desktop.session().problem().isEmpty() || !desktop.start()) {
+    if (!desktop->start()) {
         return false;
     }
     client = std::make_unique<SessionClient>(socketPath());
     return client->greeting().value(u"event"_s) == "hello"_L1;
 }
 
-QString TypingScene::socketPath() const
-{
-    QString name = desktop.session().display();
-    return desktop.session().path(u"run/vornaserver/"_s + name.replace(u':', u'_') + u".socket"_s);
-}
-
 bool TypingScene::open(ControlsProgram::Kind kind)
 {
     controls.reset();
-    controls = std::make_unique<ControlsProgram>(kind, desktop.session());
+    controls = desktop->open(kind);
     return controls->isReady();
-}
-
-bool TypingScene::useLayout(const QString &layouts)
-{
-    return desktop.mutableSession().xServer().run(u"setxkbmap"_s, {u"-layout"_s, layouts});
-}
-
-void TypingScene::switchToLayout(int number)
-{
-    const XcbConnection connection = XcbClient::connectTo(desktop.session().display());
-    xcb_connection_t *display = connection.get();
-    xcbOwned(xcb_xkb_use_extension_reply(display, xcb_xkb_use_extension(display, 1, 0), nullptr));
-    const auto cookie =
-        xcb_xkb_latch_lock_state_checked(display, XCB_XKB_ID_USE_CORE_KBD, 0, 0, true,
-                                         static_cast<std::uint8_t>(number), 0, false, 0);
-    xcbOwned(xcb_request_check(display, cookie));
 }
 
 QString TypingScene::keyCaps(const QString &layout)
@@ -151,7 +117,7 @@ bool TypingScene::isTaken(ControlsProgram::Kind kind, char32_t character)
 QByteArray TypingScene::type(const QString &text, Hindrance hindrance,
                              std::function<void()> halfway)
 {
-    const Hand hand(desktop.session().display(), hindrance);
+    const Hand hand(*desktop, hindrance);
     const int request = client->send(u"text"_s, {{u"text"_s, text}});
     if (halfway) {
         reactAt(text.size() / 2, std::move(halfway));
@@ -175,7 +141,7 @@ bool TypingScene::moveTo(const QPoint &place)
     const QJsonObject screen = screens.at(0).toObject();
     return ask(u"moveTo"_s, {{u"x"_s, place.x() / (screen.value(u"width"_s).toDouble() - 1)},
                              {u"y"_s, place.y() / (screen.value(u"height"_s).toDouble() - 1)}}) &&
-           waitUntil([&] { return desktop.view().pointer() == place; });
+           waitUntil([&] { return desktop->isPointerAt(place); });
 }
 
 QByteArray TypingScene::scroll()

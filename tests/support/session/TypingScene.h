@@ -5,8 +5,7 @@
 
 #include "support/RandomText.h"
 #include "support/protocol/SessionClient.h"
-#include "support/session/ControlsProgram.h"
-#include "support/session/ServerScene.h"
+#include "support/session/TypingDesk.h"
 
 #include <functional>
 #include <memory>
@@ -16,8 +15,7 @@
 class TypingScene
 {
 public:
-    /// What may be in the way of the typist.
-    enum class Hindrance { None, CapsLock, HeldShift };
+    using Hindrance = TypingDesk::Hindrance;
 
     TypingScene();
 
@@ -28,17 +26,14 @@ public:
     /// Starts the server and a session; false if it cannot.
     bool start();
     SessionClient &session() { return *client; }
-    ServerScene &scene() { return desktop; }
-    QString socketPath() const;
+    /// Of the kind that TypingDesk::make() chooses.
+    TypingDesk &desk() { return *desktop; }
+    QString socketPath() const { return desktop->session().serverSocket(); }
 
     /// Opens a program in place of the one before, and waits until it has the keys.
     bool open(ControlsProgram::Kind kind);
     ControlsProgram &program() { return *controls; }
 
-    /// Gives the desktop's keyboard these layouts, such as "us" or "de,fr", the first one active.
-    bool useLayout(const QString &layouts);
-    /// Makes the layout active that has this number, from 0.
-    void switchToLayout(int number);
     /// What stands on the keys of a layout and can be typed with Shift and AltGr at most.
     static QString keyCaps(const QString &layout);
 
@@ -68,7 +63,7 @@ private:
     void reactAt(qsizetype length, std::function<void()> action);
     QByteArray difference(const QString &text) const;
 
-    ServerScene desktop;
+    std::unique_ptr<TypingDesk> desktop = TypingDesk::make();
     std::unique_ptr<SessionClient> client;
     std::unique_ptr<ControlsProgram> controls;
 };

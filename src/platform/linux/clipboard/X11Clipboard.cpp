@@ -39,7 +39,9 @@ X11Clipboard::X11Clipboard()
     nextAttempt.setInterval(timeBetweenAttempts);
     QObject::connect(&nextAttempt, &QTimer::timeout, &reader, [this] { setAgain(); });
     QObject::connect(&reader, &X11SelectionReader::finished, &reader,
-                     [this](const std::optional<QString> &text) { deliver(text); });
+                     [this](const std::optional<QString> &text) {
+                         requests.deliver(text, [this] { reader.start(); });
+                     });
 }
 
 void X11Clipboard::setText(const QString &text)
@@ -68,9 +70,7 @@ void X11Clipboard::requestText(TextReceiver receiver)
         ownText.requestText(std::move(receiver));
         return;
     }
-    waiting.push_back(std::move(receiver));
-    if (served.empty()) {
-        served.swap(waiting);
+    if (requests.add(std::move(receiver))) {
         reader.start();
     }
 }
@@ -79,17 +79,6 @@ void X11Clipboard::requestText(TextReceiver receiver)
 void X11Clipboard::watch(std::function<void()> changed)
 {
     ownText.watch(std::move(changed));
-}
-
-void X11Clipboard::deliver(const std::optional<QString> &text)
-{
-    const std::vector<TextReceiver> receivers = std::exchange(served, std::exchange(waiting, {}));
-    if (!served.empty()) {
-        reader.start();
-    }
-    for (const TextReceiver &receiver : receivers) {
-        receiver(text);
-    }
 }
 
 } // namespace platform

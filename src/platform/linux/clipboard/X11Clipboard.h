@@ -4,11 +4,10 @@
 #pragma once
 
 #include "platform/ToolkitClipboard.h"
+#include "platform/linux/clipboard/TextRequests.h"
 #include "platform/linux/clipboard/X11SelectionReader.h"
 
 #include <QTimer>
-
-#include <vector>
 
 namespace platform {
 
@@ -26,14 +25,11 @@ public:
     void watch(std::function<void()> changed) override;
 
 private:
-    void deliver(const std::optional<QString> &text);
     void setAgain();
 
     ToolkitClipboard ownText;
     X11SelectionReader reader;
-    // A request waits for a transfer that begins after it, so it never gets an older text.
-    std::vector<TextReceiver> served;
-    std::vector<TextReceiver> waiting;
+    TextRequests requests;
     // A text that the server has not taken yet.
     QString refusedText;
     QTimer nextAttempt;

@@ -19,10 +19,18 @@ namespace platform {
 class PortalPointer
 {
 public:
+    /// What the portal takes for one step of the wheel. Plasma takes what desktops scroll by one
+    /// pixel, fifteen of which are a notch, and turns the other way when it is asked for pixels.
+    enum class WheelStep { Notch, Pixel };
+    /// By the name of the running desktop; nothing else shows it.
+    static WheelStep wheelStepOfDesktop();
+
     /// Both must outlive it.
-    PortalPointer(PortalOutbox &outboxOfPortal, Screens &screensOfDesktop)
+    PortalPointer(PortalOutbox &outboxOfPortal, Screens &screensOfDesktop,
+                  WheelStep wheelStepOfPortal)
         : outbox(outboxOfPortal)
         , screens(screensOfDesktop)
+        , wheelStep(wheelStepOfPortal)
     {
     }
 

@@ -16,9 +16,8 @@ namespace platform {
 
 namespace {
 
+/// Also how long a compositor that has been found again may take to announce its globals.
 constexpr auto searchInterval = 1s;
-/// For the globals of a compositor that has been found again.
-constexpr auto patience = 1s;
 
 } // namespace
 
@@ -125,24 +124,28 @@ void WaylandConnection::close()
 /// May be called by one of the notifiers, which must live until it has returned.
 void WaylandConnection::lose()
 {
-    reading.release()->deleteLater();
-    writing.release()->deleteLater();
+    for (auto *notifier : {&reading, &writing}) {
+        (*notifier)->setEnabled(false); // Its descriptor is closed before it is deleted.
+        notifier->release()->deleteLater();
+    }
     emit lost();
     close();
     search.start();
 }
 
+/// A compositor that has not answered since the last time is left; objects may have been bound as
+/// its globals were announced.
 void WaylandConnection::lookAgain()
 {
-    if (!open()) {
-        return;
-    }
-    if (answers(patience)) {
-        search.stop();
-        emit opened();
-    } else if (isOpen()) {
+    if (isOpen()) {
+        emit lost();
         close();
     }
+    open();
+    afterEverything([this] {
+        search.stop();
+        emit opened();
+    });
 }
 
 void WaylandConnection::read()

@@ -1,0 +1,235 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "platform/linux/clipboard/DataDevice.h"
+
+#include "platform/linux/wayland/WaylandConnection.h"
+#include "platform/linux/wayland/WaylandHandles.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <ext-data-control-v1-client.h>
+#include <wayland-client.h>
+#include <wlr-data-control-unstable-v1-client.h>
+
+namespace platform {
+namespace {
+
+/// What a protocol calls its parts.
+struct ExtNames
+{
+    using Device = ext_data_control_device_v1;
+    using Manager = ext_data_control_manager_v1;
+    using Offer = ext_data_control_offer_v1;
+    using Source = ext_data_control_source_v1;
+    using DeviceListener = ext_data_control_device_v1_listener;
+    using OfferListener = ext_data_control_offer_v1_listener;
+    using SourceListener = ext_data_control_source_v1_listener;
+    static constexpr auto &interface = ext_data_control_manager_v1_interface;
+    static constexpr auto getDevice = ext_data_control_manager_v1_get_data_device;
+    static constexpr auto createSource = ext_data_control_manager_v1_create_data_source;
+    static constexpr auto setSelection = ext_data_control_device_v1_set_selection;
+    static constexpr auto receive = ext_data_control_offer_v1_receive;
+    static constexpr auto offer = ext_data_control_source_v1_offer;
+    static constexpr auto listenDevice = ext_data_control_device_v1_add_listener;
+    static constexpr auto listenOffer = ext_data_control_offer_v1_add_listener;
+    static constexpr auto listenSource = ext_data_control_source_v1_add_listener;
+    static constexpr auto endDevice = ext_data_control_device_v1_destroy;
+    static constexpr auto endManager = ext_data_control_manager_v1_destroy;
+    static constexpr auto endOffer = ext_data_control_offer_v1_destroy;
+    static constexpr auto endSource = ext_data_control_source_v1_destroy;
+};
+
+struct WlrNames
+{
+    using Device = zwlr_data_control_device_v1;
+    using Manager = zwlr_data_control_manager_v1;
+    using Offer = zwlr_data_control_offer_v1;
+    using Source = zwlr_data_control_source_v1;
+    using DeviceListener = zwlr_data_control_device_v1_listener;
+    using OfferListener = zwlr_data_control_offer_v1_listener;
+    using SourceListener = zwlr_data_control_source_v1_listener;
+    static constexpr auto &interface = zwlr_data_control_manager_v1_interface;
+    static constexpr auto getDevice = zwlr_data_control_manager_v1_get_data_device;
+    static constexpr auto createSource = zwlr_data_control_manager_v1_create_data_source;
+    static constexpr auto setSelection = zwlr_data_control_device_v1_set_selection;
+    static constexpr auto receive = zwlr_data_control_offer_v1_receive;
+    static constexpr auto offer = zwlr_data_control_source_v1_offer;
+    static constexpr auto listenDevice = zwlr_data_control_device_v1_add_listener;
+    static constexpr auto listenOffer = zwlr_data_control_offer_v1_add_listener;
+    static constexpr auto listenSource = zwlr_data_control_source_v1_add_listener;
+    static constexpr auto endDevice = zwlr_data_control_device_v1_destroy;
+    static constexpr auto endManager = zwlr_data_control_manager_v1_destroy;
+    static constexpr auto endOffer = zwlr_data_control_offer_v1_destroy;
+    static constexpr auto endSource = zwlr_data_control_source_v1_destroy;
+};
+
+/// The first version of both has all that is needed; the later one of wlroots adds the primary
+/// selection.
+constexpr std::uint32_t version = 1;
+
+/// The types of plain text, the best first; all of them are UTF-8. By design: a list of files is no
+/// text.
+constexpr std::array textTypes = {"text/plain;charset=utf-8", "text/plain", "UTF8_STRING", "STRING",
+                                  "TEXT"};
+
+/// The place in the list; its size for other types.
+std::size_t rankOf(std::string_view type)
+{
+    return static_cast<std::size_t>(std::ranges::find(textTypes, type) - textTypes.begin());
+}
+
+/// A compositor announces an offer just before it says what it is for; more are not kept.
+constexpr std::size_t mostUnusedOffers = 4;
+
+template <typename Names> class DataDeviceOf final : public DataDevice
+{
+public:
+    DataDeviceOf(WaylandConnection &openConnection, Listener &told)
+        : connection(openConnection)
+        , listener(told)
+        , manager(connection.bind<typename Names::Manager>(Names::interface, version))
+        , seat(connection.bind<wl_seat>(wl_seat_interface, version))
+        , device(Names::getDevice(manager.get(), seat.get()))
+    {
+        Names::listenDevice(device.get(), &deviceListener, this);
+        connection.flush();
+    }
+
+    bool hasText() const override { return contents && contents->rank < textTypes.size(); }
+
+    void receiveText(const Descriptor &target) override
+    {
+        Names::receive(contents->handle.get(), textTypes.at(contents->rank), target.get());
+        connection.flush();
+    }
+
+    void offerText() override
+    {
+        SourceHandle offered(Names::createSource(manager.get()));
+        Names::listenSource(offered.get(), &sourceListener, this);
+        for (const char *type : textTypes) {
+            Names::offer(offered.get(), type);
+        }
+        Names::setSelection(device.get(), offered.get());
+        // The old one ends after the change, so that the clipboard is not empty in between.
+        source = std::move(offered);
+        connection.flush();
+    }
+
+private:
+    struct Offer
+    {
+        WaylandHandle<typename Names::Offer, Names::endOffer> handle;
+        std::size_t rank = textTypes.size(); // Of the best type.
+    };
+    using OfferOwner = std::unique_ptr<Offer>;
+    using SourceHandle = WaylandHandle<typename Names::Source, Names::endSource>;
+
+    static DataDeviceOf &self(void *data) { return *static_cast<DataDeviceOf *>(data); }
+
+    void announce(typename Names::Offer *announced)
+    {
+        unused.emplace_back(new Offer{decltype(Offer::handle)(announced)});
+        Names::listenOffer(announced, &offerListener, unused.back().get());
+        if (unused.size() > mostUnusedOffers) {
+            unused.erase(unused.begin());
+        }
+        connection.flush();
+    }
+
+    /// Null for no offer, and for one that has not been kept.
+    OfferOwner take(typename Names::Offer *announced)
+    {
+        const auto found = std::ranges::find_if(
+            unused, [&](const OfferOwner &each) { return each->handle.get() == announced; });
+        OfferOwner taken;
+        if (found != unused.end()) {
+            taken = std::move(*found);
+            unused.erase(found);
+        }
+        return taken;
+    }
+
+    void select(typename Names::Offer *announced)
+    {
+        const OfferOwner before = std::exchange(contents, take(announced));
+        if (before || contents) {
+            listener.contentsChanged();
+        }
+        connection.flush();
+    }
+
+    static constexpr typename Names::DeviceListener deviceListener = {
+        .data_offer = [](void *data, typename Names::Device * /*device*/,
+                         typename Names::Offer *offer) { self(data).announce(offer); },
+        .selection = [](void *data, typename Names::Device * /*device*/,
+                        typename Names::Offer *offer) { self(data).select(offer); },
+        .finished =
+            [](void *data, typename Names::Device * /*device*/) {
+                self(data).listener.deviceFinished();
+            },
+        .primary_selection = [](void *data, typename Names::Device * /*device*/,
+                                typename Names::Offer *offer) { self(data).take(offer); },
+    };
+    static constexpr typename Names::OfferListener offerListener = {
+        .offer =
+            [](void *data, typename Names::Offer * /*offer*/, const char *type) {
+                auto &rank = static_cast<Offer *>(data)->rank;
+                rank = std::min(rank, rankOf(type));
+            },
+    };
+    static constexpr typename Names::SourceListener sourceListener = {
+        .send =
+            [](void *data, typename Names::Source * /*source*/, const char *type, int target) {
+                Descriptor owned(target);
+                if (rankOf(type) < textTypes.size()) {
+                    self(data).listener.textWanted(std::move(owned));
+                }
+            },
+        .cancelled =
+            [](void *data, typename Names::Source * /*source*/) {
+                self(data).source.reset();
+                self(data).connection.flush();
+                self(data).listener.textReplaced();
+            },
+    };
+
+    WaylandConnection &connection;
+    Listener &listener;
+    WaylandHandle<typename Names::Manager, Names::endManager> manager;
+    WaylandHandle<wl_seat, wl_seat_destroy> seat;
+    WaylandHandle<typename Names::Device, Names::endDevice> device;
+    std::vector<OfferOwner> unused;
+    OfferOwner contents; // Null while the clipboard is empty.
+    SourceHandle source; // Of our text, while it is the contents.
+};
+
+} // namespace
+
+bool hasDataControl(const WaylandConnection &connection)
+{
+    return connection.global(ExtNames::interface) != nullptr ||
+           connection.global(WlrNames::interface) != nullptr;
+}
+
+std::unique_ptr<DataDevice> makeDataDevice(WaylandConnection &connection,
+                                           DataDevice::Listener &listener)
+{
+    if (connection.global(wl_seat_interface) == nullptr) {
+        return nullptr;
+    }
+    if (connection.global(ExtNames::interface) != nullptr) {
+        return std::make_unique<DataDeviceOf<ExtNames>>(connection, listener);
+    }
+    if (connection.global(WlrNames::interface) != nullptr) {
+        return std::make_unique<DataDeviceOf<WlrNames>>(connection, listener);
+    }
+    return nullptr;
+}
+
+} // namespace platform

@@ -1,0 +1,137 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "platform/linux/clipboard/DataControlClipboard.h"
+#include "platform/linux/clipboard/NoClipboard.h"
+#include "platform/linux/clipboard/X11Clipboard.h"
+#include "platform/linux/session/WaylandScreens.h"
+#include "platform/linux/session/X11Screens.h"
+
+#include "support/MessageRecorder.h"
+#include "support/wayland/StandInCompositor.h"
+#include "support/x11/XServer.h"
+
+#include <QEventLoop>
+#include <QGuiApplication>
+#include <QSemaphore>
+#include <QTest>
+#include <QThread>
+
+using namespace platform;
+
+namespace {
+
+/// A compositor that answers even while this thread waits for it.
+class CompositorThread
+{
+public:
+    explicit CompositorThread(StandInCompositor::Offer offer)
+    {
+        thread.reset(QThread::create([this, offer] {
+            const StandInCompositor compositor(offer);
+            isRunning = compositor.isRunning();
+            ready.release();
+            QEventLoop().exec();
+        }));
+        thread->start();
+        ready.acquire();
+    }
+    ~CompositorThread()
+    {
+        thread->quit();
+        thread->wait();
+    }
+
+    bool isRunning = false;
+
+private:
+    QSemaphore ready;
+    std::unique_ptr<QThread> thread;
+};
+
+template <typename Adapter, typename Contract> bool isA(const std::unique_ptr<Contract> &made)
+{
+    return dynamic_cast<Adapter *>(made.get()) != nullptr;
+}
+
+} // namespace
+
+/// Which clipboard and which screens a session gets. The toolkit is on an X display throughout, as
+/// it may be in a session of Wayland, too.
+class tst_ChoiceOfClipboard : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void anX11SessionHasThoseOfX11();
+    void aCompositorWithDataControlHasItsOwn();
+    void aCompositorWithoutDataControlHasNoClipboard();
+    void aCompositorThatIsGoneCountsForNothing();
+    void whatCannotBeCopiedIsSaidOnce();
+};
+
+void tst_ChoiceOfClipboard::anX11SessionHasThoseOfX11()
+{
+    QVERIFY(isA<X11Clipboard>(makeClipboard()));
+    QVERIFY(isA<X11Screens>(makeScreens()));
+}
+
+void tst_ChoiceOfClipboard::aCompositorWithDataControlHasItsOwn()
+{
+    const CompositorThread compositor(StandInCompositor::Offer::DataControl);
+    QVERIFY(compositor.isRunning);
+    const auto clipboard = makeClipboard();
+    QVERIFY(isA<DataControlClipboard>(clipboard));
+    QVERIFY(clipboard->isReadable());
+    QVERIFY(clipboard->isWatchable());
+    QVERIFY(isA<WaylandScreens>(makeScreens()));
+}
+
+void tst_ChoiceOfClipboard::aCompositorWithoutDataControlHasNoClipboard()
+{
+    const CompositorThread compositor(StandInCompositor::Offer::Nothing);
+    QVERIFY(compositor.isRunning);
+    const auto clipboard = makeClipboard();
+    QVERIFY(isA<NoClipboard>(clipboard));
+    QVERIFY(!clipboard->isReadable());
+    QVERIFY(!clipboard->isWatchable());
+    QVERIFY(isA<WaylandScreens>(makeScreens()));
+}
+
+void tst_ChoiceOfClipboard::aCompositorThatIsGoneCountsForNothing()
+{
+    qputenv("WAYLAND_DISPLAY", "wayland-gone");
+    QVERIFY(isA<X11Clipboard>(makeClipboard()));
+    QVERIFY(isA<X11Screens>(makeScreens()));
+    qunsetenv("WAYLAND_DISPLAY");
+}
+
+void tst_ChoiceOfClipboard::whatCannotBeCopiedIsSaidOnce()
+{
+    MessageRecorder messages;
+    NoClipboard clipboard;
+    QCOMPARE(messages.all(), QStringList());
+    clipboard.setText(u"a"_s);
+    clipboard.setText(u"b"_s);
+    QCOMPARE(messages.all().size(), 1);
+    QCOMPARE(messages.warnings().size(), 1);
+    QVERIFY(messages.warnings().first().contains(u"X11"_s));
+    int answers = 0;
+    clipboard.requestText([&](const std::optional<QString> &text) {
+        QCOMPARE(text, std::nullopt);
+        ++answers;
+    });
+    QCOMPARE(answers, 1);
+}
+
+int main(int count, char **arguments)
+{
+    const XServer server(QSize(640, 480));
+    qputenv("DISPLAY", server.display().toLatin1());
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qunsetenv("WAYLAND_DISPLAY");
+    const QGuiApplication application(count, arguments);
+    tst_ChoiceOfClipboard test;
+    return QTest::qExec(&test, count, arguments);
+}
+#include "tst_ChoiceOfClipboard.moc"
