@@ -69,8 +69,9 @@ public:
 
     /// Types the text: any Unicode characters but controls; a line feed is Enter, a tab is Tab.
     /// Modifiers that are held and would change the text are released. False if the desktop has
-    /// ended meanwhile. Stops between two characters if `context` is destroyed, and is not done
-    /// then. Several texts are typed one after the other; keys and the pointer are not held up.
+    /// ended meanwhile, or lacks some of the characters, which are skipped. Stops between two
+    /// characters if `context` is destroyed, and is not done then. Several texts are typed one
+    /// after the other; keys and the pointer are not held up.
     virtual void type(const QString &text, QObject *context, Done done) = 0;
 
     /// Moves the pointer by pixels of the desktop, right and down. Fractions are carried over to

@@ -58,6 +58,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/portal/PortalEvent.cpp
   platform/linux/portal/PortalEventServices.cpp
   platform/linux/portal/PortalKeyboard.cpp
+  platform/linux/portal/PortalLayout.cpp
   platform/linux/portal/PortalOutbox.cpp
   platform/linux/portal/PortalPointer.cpp
   platform/linux/portal/PortalPresence.cpp

@@ -52,7 +52,7 @@ std::optional<QRect> frontWindow(const DesktopView &view, qint64 process)
 
 ControlsProgram::ControlsProgram(Kind kind, const DesktopSession &session)
     : ControlsProgram(kind, session,
-                      [&session](qint64 process) { return frontWindow(session.view(), process); })
+                      [&session](qint64 id) { return frontWindow(session.view(), id); })
 {
 }
 

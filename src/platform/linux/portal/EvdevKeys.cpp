@@ -19,7 +19,7 @@ namespace {
 /// Key maps count from 8 on.
 constexpr std::int32_t firstCode = 8;
 
-/// The keysyms of what a layout may put elsewhere.
+/// The last keysym that is the character itself, which a layout may put elsewhere.
 constexpr std::uint32_t lastLatin1 = 0xff;
 
 PortalEvent pressOf(PortalEvent::Kind kind, std::int32_t code)
@@ -30,7 +30,7 @@ PortalEvent pressOf(PortalEvent::Kind kind, std::int32_t code)
 } // namespace
 
 /// From a standard keyboard: the places of keys with a name do not depend on the layout.
-EvdevKeys::EvdevKeys()
+EvdevKeys::EvdevKeys(const PortalLayout &layoutOfDesktop) : layout(layoutOfDesktop)
 {
     const xkb_rule_names standard{"evdev", "pc105", "us", "", ""};
     const XkbContext context(xkb_context_new(XKB_CONTEXT_NO_ENVIRONMENT_NAMES));
@@ -52,9 +52,9 @@ EvdevKeys::EvdevKeys()
 std::optional<PortalEvent> EvdevKeys::press(const Key &key) const
 {
     if (key.name == NamedKey::None) {
-        const std::uint32_t keysym = keysymOf(key.character);
+        const std::optional<std::uint32_t> keysym = layout.keysymOf(key.character);
         return keysym ? std::optional(pressOf(PortalEvent::Kind::Character,
-                                              static_cast<std::int32_t>(keysym)))
+                                              static_cast<std::int32_t>(*keysym)))
                       : std::nullopt;
     }
     // The standard keyboard has an Alt key there.
@@ -69,17 +69,18 @@ std::optional<PortalEvent> EvdevKeys::press(const Key &key) const
     return std::nullopt;
 }
 
-std::optional<PortalEvent> EvdevKeys::press(KeyCode code)
+std::optional<PortalEvent> EvdevKeys::press(KeyCode code) const
 {
     const auto known = keySymbols();
     const auto found = std::ranges::find(known, code, &KeySymbol::code);
     if (found == known.end()) {
         return std::nullopt;
     }
-    return found->keysym <= lastLatin1
-               ? pressOf(PortalEvent::Kind::Character, static_cast<std::int32_t>(found->keysym))
-               : pressOf(PortalEvent::Kind::Key,
-                         static_cast<std::int32_t>(found->position) - firstCode);
+    const bool isCharacter = found->keysym <= lastLatin1;
+    if (isCharacter && layout.keysymOf(found->keysym)) {
+        return pressOf(PortalEvent::Kind::Character, static_cast<std::int32_t>(found->keysym));
+    }
+    return pressOf(PortalEvent::Kind::Key, static_cast<std::int32_t>(found->position) - firstCode);
 }
 
 } // namespace platform

@@ -7,6 +7,7 @@
 #include "platform/Screens.h"
 #include "platform/linux/portal/PortalDesktopInput.h"
 #include "platform/linux/portal/PortalKeyboard.h"
+#include "platform/linux/portal/PortalLayout.h"
 #include "platform/linux/portal/PortalOutbox.h"
 #include "platform/linux/portal/PortalPointer.h"
 #include "platform/linux/portal/RemoteDesktopPortal.h"
@@ -39,8 +40,9 @@ public:
                    EventTap tap) override;
     DesktopInput &input() override { return desktopInput; }
 
-    /// For tests: the session that is made.
+    /// The session that is made, and the layout that is typed on; for tests.
     RemoteDesktopPortal &session() { return portal; }
+    PortalLayout &keyboardLayout() { return layout; }
 
 private:
     /// One sentence for the user, and whether it has been said.
@@ -57,7 +59,8 @@ private:
     std::unique_ptr<Screens> screens;
     RemoteDesktopPortal portal;
     PortalOutbox outbox{portal};
-    PortalKeyboard keyboard{outbox};
+    PortalLayout layout;
+    PortalKeyboard keyboard{outbox, layout};
     PortalPointer pointer;
     PortalDesktopInput desktopInput;
     Message asking;

@@ -42,7 +42,7 @@ bool PortalKeyboard::press(const Key &key, const KeyModifiers &modifiers)
 
 bool PortalKeyboard::press(KeyCode code, EventFlags flags)
 {
-    return pressNamed(code, EvdevKeys::press(code), modifiersOf(flags));
+    return pressNamed(code, keys.press(code), modifiersOf(flags));
 }
 
 void PortalKeyboard::release(const Key &key)
@@ -55,10 +55,14 @@ void PortalKeyboard::release(KeyCode code)
     releaseNamed(code);
 }
 
-bool PortalKeyboard::tap(std::uint32_t keysym)
+bool PortalKeyboard::tap(char32_t character)
 {
+    const std::optional<std::uint32_t> keysym = layout.keysymOf(character);
+    if (!keysym) {
+        return false;
+    }
     liftModifiersExcept({});
-    const PortalEvent press{PortalEvent::Kind::Character, static_cast<std::int32_t>(keysym), true,
+    const PortalEvent press{PortalEvent::Kind::Character, static_cast<std::int32_t>(*keysym), true,
                             0, 0};
     if (!down(press)) {
         return false;

@@ -20,8 +20,13 @@ namespace platform {
 class PortalKeyboard
 {
 public:
-    /// The outbox must outlive it.
-    explicit PortalKeyboard(PortalOutbox &outboxOfPortal) : outbox(outboxOfPortal) {}
+    /// Both must outlive it.
+    PortalKeyboard(PortalOutbox &outboxOfPortal, const PortalLayout &layoutOfDesktop)
+        : outbox(outboxOfPortal)
+        , layout(layoutOfDesktop)
+        , keys(layoutOfDesktop)
+    {
+    }
 
     /// While the key is down, of the modifiers that are held here exactly these are in effect.
     /// False if there is no such key, or if it cannot be posted.
@@ -31,8 +36,8 @@ public:
     void release(const Key &key);
     void release(KeyCode code);
 
-    /// Presses and releases the key of a keysym, without any modifier that is held here.
-    bool tap(std::uint32_t keysym);
+    /// Types a character, without any modifier that is held here. False if no layout has it.
+    bool tap(char32_t character);
 
     /// The session has ended, and nothing is down any more.
     void forget();
@@ -54,6 +59,7 @@ private:
     std::vector<PortalEvent> pressesOf(const KeyModifiers &modifiers) const;
 
     PortalOutbox &outbox;
+    const PortalLayout &layout;
     EvdevKeys keys;
     std::vector<HeldKey> held;
     /// How often each key of `held` is down. The desktop counts once.

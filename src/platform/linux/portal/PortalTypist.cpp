@@ -3,15 +3,13 @@
 
 #include "platform/linux/portal/PortalTypist.h"
 
-#include "platform/linux/input/NamedKeySymbols.h"
-
 #include <utility>
 
 namespace platform {
 
 void PortalTypist::type(const QString &text, QObject *context, DesktopInput::Done done)
 {
-    tasks.push_back({text, 0, {context, std::move(done)}});
+    tasks.push_back({text, 0, true, {context, std::move(done)}});
     onProgress();
 }
 
@@ -20,7 +18,7 @@ void PortalTypist::onProgress()
     while (!tasks.empty() && outbox.isEmpty()) {
         Task &task = tasks.front();
         if (task.caller.isGone() || task.next >= task.text.size()) {
-            finishFront(true);
+            finishFront(task.isComplete);
         } else {
             typeOne(task);
         }
@@ -50,8 +48,8 @@ void PortalTypist::typeOne(Task &task)
     if (first.isHighSurrogate() && task.next < task.text.size()) {
         character = QChar::surrogateToUcs4(first, task.text.at(task.next++));
     }
-    if (const std::uint32_t keysym = keysymOf(character)) {
-        keyboard.tap(keysym);
+    if (!keyboard.tap(character)) {
+        task.isComplete = false;
     }
 }
 

@@ -16,7 +16,7 @@ namespace platform {
 /// Types texts through the desktop's portal, character by character, whenever the portal has
 /// handled what was posted before.
 ///
-/// The desktop drops what its layout lacks and does not say so.
+/// What the layouts lack is skipped; such a text is not done, though the rest of it is typed.
 class PortalTypist
 {
 public:
@@ -39,6 +39,7 @@ private:
     {
         QString text;
         qsizetype next = 0;
+        bool isComplete = true; ///< Nothing was skipped so far.
         PortalCaller caller;
     };
 
