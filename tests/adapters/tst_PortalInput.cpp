@@ -79,6 +79,7 @@ private slots:
     void whatIsDownIsReleasedAtTheEnd();
     void aClosedSessionIsMadeAgainByTheNextInput();
     void aPortalThatDiesIsStartedAgain();
+    void aPortalThatDiesWhileItAsksIsStartedAgain();
     void aPortalThatIsMuteHoldsNothingUp();
     void theConsentIsRemembered();
     void aRefusalKeepsTheToken();
@@ -535,6 +536,17 @@ void tst_PortalInput::aPortalThatDiesIsStartedAgain()
     scene->forgetRecord();
     consent();
     QCOMPARE(typed(u"y"_s), std::optional(true));
+}
+
+void tst_PortalInput::aPortalThatDiesWhileItAsksIsStartedAgain()
+{
+    begin();
+    input().moveBy(1, 1);
+    QVERIFY(scene->waitFor(question));
+    scene->killPortal();
+    QVERIFY(eventually([this] { return state() == State::Idle; }));
+    QTest::qWait(150);
+    QCOMPARE(input().makeReady(), Readiness::ConsentPending);
 }
 
 void tst_PortalInput::aPortalThatIsMuteHoldsNothingUp()
