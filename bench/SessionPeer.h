@@ -9,6 +9,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <utility>
@@ -100,6 +101,26 @@ public:
         const QByteArray line = received.first(end);
         received.remove(0, end + 1);
         return QJsonDocument::fromJson(line).object();
+    }
+
+    /// Drops that many bytes, of the body after a message; false if they do not come in time.
+    bool skip(qint64 size, std::chrono::milliseconds limit = std::chrono::minutes(5))
+    {
+        const qsizetype known = std::min<qsizetype>(size, received.size());
+        received.remove(0, known);
+        for (qint64 left = size - known; left > 0;) {
+            pollfd waiting{descriptor, POLLIN, 0};
+            char bytes[65536];
+            const auto most = static_cast<size_t>(std::min<qint64>(left, sizeof bytes));
+            const ssize_t count = ::poll(&waiting, 1, static_cast<int>(limit.count())) == 1
+                                      ? ::recv(descriptor, bytes, most, 0)
+                                      : 0;
+            if (count <= 0) {
+                return false;
+            }
+            left -= count;
+        }
+        return true;
     }
 
     /// Sends a request and waits for its answer.

@@ -15,9 +15,10 @@ build_packages() {
 
 # What the server wants around it in a user's session. Without avahi-daemon it runs, but as its port
 # is chosen anew at each start, no handheld finds it. Without file, and without a large desktop,
-# xdg-open cannot tell what kind of file has been received.
+# xdg-open cannot tell what kind of file has been received. Without qt6-wayland it has no windows in
+# a Wayland session that lacks Xwayland.
 run_packages() {
-    printf '%s\n' avahi-daemon file xdg-utils
+    printf '%s\n' avahi-daemon file qt6-wayland xdg-utils
 }
 
 # The desktop that the demonstration brings along.

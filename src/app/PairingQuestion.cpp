@@ -3,6 +3,8 @@
 
 #include "app/PairingQuestion.h"
 
+#include "app/HiddenDialogNotice.h"
+
 #include <QCoreApplication>
 #include <QLabel>
 #include <QMessageBox>
@@ -58,6 +60,9 @@ void askAboutPairing(const QString &name, const std::function<void(bool)> &answe
         }
     };
     QObject::connect(&box, &QDialog::finished, &box, answerOnce);
+    new HiddenDialogNotice(
+        &box, QCoreApplication::translate(
+                  "Server", "A device asks to be paired. The question is behind other windows."));
     box.exec();
     // A box that was hidden, or whose event loop was ended with the program, emits no signal.
     answerOnce();

@@ -3,6 +3,7 @@
 
 #include "app/Window.h"
 
+#include "app/HiddenDialogNotice.h"
 #include "app/MessageHandler.h"
 #include "app/TrayPlacement.h"
 #include "messages/Messages.h"
@@ -56,13 +57,24 @@ void raiseWindow(QWidget &window)
     window.activateWindow();
 }
 
+/// To be called whenever the user has asked for that window.
+void watchForFocus(QWidget &window)
+{
+    new HiddenDialogNotice(&window, Window::tr("A window of VornaServer is behind other windows."));
+}
+
 /// A window that blocks the dialog, such as its own file dialog, stays above it and gets the focus.
 void bringToFront(QWidget &dialog)
 {
     raiseWindow(dialog);
-    QWidget *blocking = QApplication::activeModalWidget();
-    if (blocking != nullptr && blocking != &dialog) {
-        raiseWindow(*blocking);
+    QWidget *front = QApplication::activeModalWidget();
+    if (front != nullptr && front != &dialog) {
+        raiseWindow(*front);
+    } else {
+        front = &dialog;
+    }
+    if (!front->isActiveWindow()) {
+        watchForFocus(*front);
     }
 }
 
@@ -234,6 +246,7 @@ void Window::aboutDialog()
     QMessageBox box(QMessageBox::Information, tr("QMessageBox::information()"),
                     tr("Vorna Server v1.1"), QMessageBox::Ok, this);
     aboutBox = &box;
+    watchForFocus(box);
     box.exec();
 }
 
@@ -268,6 +281,7 @@ void Window::openPreferencesDialog()
     connect(&dialog, SIGNAL(updateSignal(QString, QVariant)), this,
             SLOT(update(QString, QVariant)));
     preferences = &dialog;
+    watchForFocus(dialog);
     // By design: the values are applied however the dialog is closed.
     dialog.exec();
     takePreferences(dialog.property("parameters").toMap());

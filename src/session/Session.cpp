@@ -11,6 +11,7 @@
 #include <QDeadlineTimer>
 #include <QPointer>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -40,14 +41,19 @@ Session::Session(std::unique_ptr<platform::LocalStream> opened, SessionCommons &
     requests = std::make_unique<SessionRequests>(
         commons, stream.peerProgram(), [this](const QJsonObject &event) { sendEvent(event); });
     connect(&stream, &SessionStream::arrived, this, &Session::take);
-    connect(&stream, &SessionStream::sent, this, [this] {
+    const auto goOnAnswering = [this] {
         sendLateEvents();
         goOn();
+    };
+    unsent.emplace(commons.unsent, goOnAnswering);
+    connect(&stream, &SessionStream::sent, this, [this, goOnAnswering] {
+        noteUnsent();
+        goOnAnswering();
     });
     holding.setSingleShot(true);
     connect(&holding, &QTimer::timeout, this, [this] { requests->releaseHeld(); });
     connect(&endWatch, &QTimer::timeout, this, &Session::notice);
-    stream.write(SessionJson::written(requests->greeting()));
+    write(SessionJson::written(requests->greeting()));
 }
 
 Session::~Session()
@@ -62,6 +68,8 @@ void Session::end(const QByteArray &farewell)
     requests.reset();
     stream.write(farewell);
     stream.close();
+    unsent.reset();
+    gathered.reset();
 }
 
 void Session::finish()
@@ -155,7 +163,7 @@ bool Session::serveSome()
 /// Returns whether there may be another one to serve now.
 bool Session::serveNext()
 {
-    if (requests == nullptr || isPending || stream.unsent() > mostUnsent) {
+    if (requests == nullptr || isPending || !mayAnswer()) {
         return false;
     }
     const std::optional<SessionFrames::Frame> frame = frames.next();
@@ -166,21 +174,41 @@ bool Session::serveNext()
     return true;
 }
 
+/// Whether more may be added to what is unsent. If not, the session goes on when it may.
+bool Session::mayAnswer()
+{
+    const qsizetype size = stream.unsent();
+    return size <= alwaysUnsent || (size <= mostUnsent && unsent->askForRoom());
+}
+
+void Session::write(const QByteArray &bytes)
+{
+    stream.write(bytes);
+    noteUnsent();
+}
+
+void Session::noteUnsent()
+{
+    if (unsent) {
+        unsent->hold(std::max<qint64>(0, stream.unsent() - alwaysUnsent));
+    }
+}
+
 /// For a peer that does not read, only the latest event of each name is kept.
 void Session::sendEvent(const QJsonObject &event)
 {
-    if (stream.unsent() > mostUnsent) {
-        lateEvents.insert(event.value("event"_L1).toString(), event);
+    if (mayAnswer()) {
+        write(SessionJson::written(event));
     } else {
-        stream.write(SessionJson::written(event));
+        lateEvents.insert(event.value("event"_L1).toString(), event);
     }
 }
 
 void Session::sendLateEvents()
 {
-    if (stream.unsent() <= mostUnsent) {
+    if (!lateEvents.isEmpty() && mayAnswer()) {
         for (const QJsonObject &event : std::exchange(lateEvents, {})) {
-            stream.write(SessionJson::written(event));
+            write(SessionJson::written(event));
         }
     }
 }
@@ -198,7 +226,7 @@ void Session::finishIfDone()
 /// Reads on while there is room, or while something is still incomplete.
 void Session::adjustReading()
 {
-    const bool isHeldUp = isPending || isTakingTurns || stream.unsent() > mostUnsent;
+    const bool isHeldUp = isPending || isTakingTurns || !mayAnswer();
     stream.setReading(requests != nullptr && (!isHeldUp || frames.stored() < mostReadAhead));
     const bool isBlind = requests != nullptr && !stream.isReading();
     if (isBlind != endWatch.isActive()) {
@@ -217,6 +245,7 @@ void Session::handle(const SessionFrames::Frame &frame)
         requests->takePart(announced->request, frame.bytes);
         break;
     case SessionFrames::Kind::Body:
+        gathered.reset();
         announced->request.body = frame.bytes;
         serve(*std::exchange(announced, std::nullopt));
         break;
@@ -234,18 +263,31 @@ void Session::handleLine(const SessionFrames::Frame &frame)
                             ? understand(frame.bytes)
                             : withFault({}, u"too-long"_s, u"The line is too long."_s);
     if (incoming.bodySize) {
-        frames.expectBody(*incoming.bodySize, deliveryFor(incoming));
-        announced = std::move(incoming);
+        expectBody(std::move(incoming));
     } else {
         serve(incoming);
     }
 }
 
 /// What nobody needs as a whole is not gathered.
-SessionFrames::Delivery Session::deliveryFor(const Incoming &incoming) const
+void Session::expectBody(Incoming incoming)
 {
-    const bool isWhole = !incoming.fault && requests->needsWholeBody(incoming.request);
-    return isWhole ? SessionFrames::Delivery::Whole : SessionFrames::Delivery::InParts;
+    const qint64 size = *incoming.bodySize;
+    bool isWhole = needsWholeBody(incoming);
+    if (isWhole && !gathered.emplace(commons.texts).resize(size)) {
+        incoming.fault = SessionReply::refused(
+            u"too-much"_s, u"Too much text of all programs is on its way. Try again later."_s);
+        isWhole = false;
+    }
+    frames.expectBody(size,
+                      isWhole ? SessionFrames::Delivery::Whole : SessionFrames::Delivery::InParts);
+    announced = std::move(incoming);
+}
+
+bool Session::needsWholeBody(const Incoming &incoming) const
+{
+    return !incoming.fault && *incoming.bodySize <= SessionFrames::longest &&
+           requests->needsWholeBody(incoming.request);
 }
 
 Session::Incoming Session::withFault(const QJsonValue &id, const QString &error,
@@ -302,7 +344,7 @@ void Session::serve(const Incoming &incoming)
 void Session::answered(const QJsonValue &id, const SessionReply &reply)
 {
     isPending = false;
-    stream.write(SessionJson::answer(id, reply));
+    write(SessionJson::answer(id, reply));
     watchHeld();
     goOn();
 }

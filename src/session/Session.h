@@ -6,6 +6,7 @@
 #include "session/SessionFrames.h"
 #include "session/SessionRequest.h"
 #include "session/SessionStream.h"
+#include "session/SharedAmount.h"
 
 #include <QJsonObject>
 #include <QJsonValue>
@@ -31,6 +32,10 @@ class Session : public QObject
 public:
     /// While more is unsent, in bytes, the next request waits.
     static constexpr qsizetype mostUnsent = 1024 * 1024;
+    /// It also waits while all sessions have more unsent than that. What each of them always may
+    /// have does not count, so whoever reads is served, however little others read.
+    static constexpr qint64 unsentOfAllSessions = 64 * 1024 * 1024;
+    static constexpr qsizetype alwaysUnsent = 64 * 1024;
 
     /// Sends the greeting.
     Session(std::unique_ptr<platform::LocalStream> stream, SessionCommons &commons);
@@ -63,12 +68,16 @@ private:
     void serveArrived();
     void goOn();
     bool mayServe() const;
+    bool mayAnswer();
+    void write(const QByteArray &bytes);
+    void noteUnsent();
     void takeTurns();
     bool serveSome();
     bool serveNext();
     void handle(const SessionFrames::Frame &frame);
     void handleLine(const SessionFrames::Frame &frame);
-    SessionFrames::Delivery deliveryFor(const Incoming &incoming) const;
+    void expectBody(Incoming incoming);
+    bool needsWholeBody(const Incoming &incoming) const;
     void serve(const Incoming &incoming);
     void answered(const QJsonValue &id, const SessionReply &reply);
     void sendEvent(const QJsonObject &event);
@@ -81,9 +90,11 @@ private:
     SessionCommons &commons;
     SessionStream stream;
     SessionFrames frames;
-    std::unique_ptr<SessionRequests> requests; // null when the session is over
-    std::optional<Incoming> announced;         // whose body is expected
-    bool isPending = false;                    // a request is being served
+    std::unique_ptr<SessionRequests> requests;   // null when the session is over
+    std::optional<SharedAmount::Share> unsent;   // none when the session is over
+    std::optional<Incoming> announced;           // whose body is expected
+    std::optional<SharedAmount::Share> gathered; // of the texts, for such a body
+    bool isPending = false;                      // a request is being served
     bool isTakingTurns = false;
     QMap<QString, QJsonObject>
         lateEvents;  // that wait until the peer reads, the latest of each name

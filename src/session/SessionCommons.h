@@ -7,6 +7,7 @@
 #include "platform/Clipboard.h"
 #include "platform/DesktopInput.h"
 #include "platform/Screens.h"
+#include "session/Session.h"
 #include "session/SessionClipboard.h"
 #include "session/SessionFiles.h"
 #include "session/SessionServices.h"
@@ -27,6 +28,7 @@ struct SessionCommons
     SessionServices services;
     Turns turns;
     SharedAmount texts{SessionClipboard::textsOfAllSessions};
+    SharedAmount unsent{Session::unsentOfAllSessions};
     SharedAmount transfers{SessionFiles::transfersOfAllSessions};
     SharedHolds<platform::Key> keys;
     SharedHolds<platform::PointerButton> buttons;

@@ -16,6 +16,10 @@ constexpr size_t pieceSize = 256 * 1024;
 
 constexpr size_t sizeBehindBody = 4 * 1024;
 
+/// Up to that size, short messages that wait are kept in one piece. Each in a piece of its own
+/// takes several times as much memory, and a system call.
+constexpr qsizetype joinedSize = 16 * 1024;
+
 /// One for all sessions: what is read is used up before anything else can happen.
 std::array<char, pieceSize> room;
 
@@ -55,7 +59,11 @@ void SessionStream::write(const QByteArray &bytes)
     if (isBroken || bytes.isEmpty()) {
         return;
     }
-    waiting.push_back(bytes);
+    if (!waiting.empty() && waiting.back().size() + bytes.size() <= joinedSize) {
+        waiting.back() += bytes;
+    } else {
+        waiting.push_back(bytes);
+    }
     unsentSize += bytes.size();
     if (!writing.isEnabled()) {
         sendWaiting();

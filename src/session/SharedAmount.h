@@ -5,6 +5,10 @@
 
 #include <QtGlobal>
 
+#include <deque>
+#include <functional>
+#include <utility>
+
 /// An amount of something that all sessions share, up to a limit.
 class SharedAmount
 {
@@ -13,7 +17,12 @@ public:
     class Share
     {
     public:
-        explicit Share(SharedAmount &shared) : whole(shared) {}
+        /// \param roomAgain see askForRoom(). It may change and destroy shares.
+        explicit Share(SharedAmount &shared, std::function<void()> roomAgain = {})
+            : whole(shared)
+            , wake(std::move(roomAgain))
+        {
+        }
         ~Share();
         Share(const Share &) = delete;
         Share &operator=(const Share &) = delete;
@@ -21,9 +30,16 @@ public:
         /// Holds that much from now on; false if the whole does not suffice, and then the share
         /// keeps its size.
         bool resize(qint64 amount);
+        /// Holds that much from now on, even if the whole does not suffice.
+        void hold(qint64 amount);
+        /// Whether the whole has some left. If not, roomAgain is called once, when it has.
+        bool askForRoom();
 
     private:
+        friend class SharedAmount;
+
         SharedAmount &whole;
+        std::function<void()> wake;
         qint64 held = 0;
     };
 
@@ -34,6 +50,9 @@ public:
     qint64 total() const { return used; }
 
 private:
+    void add(qint64 amount);
+
     qint64 limit;
     qint64 used = 0;
+    std::deque<Share *> waiting; // for room; each is there once
 };

@@ -38,10 +38,11 @@ struct X11Scene
         return server.isRunning() && watcher.isConnected() && user.isConnected();
     }
 
-    std::unique_ptr<platform::X11EventServices> makeServices() const
+    std::unique_ptr<platform::X11EventServices>
+    makeServices(const platform::TypingTimes &times = {}) const
     {
         return std::make_unique<platform::X11EventServices>(
-            platform::X11Connection(server.display().toLatin1().constData()));
+            platform::X11Connection(server.display().toLatin1().constData()), times);
     }
 
     /// Gives all keyboards a layout, such as {"-layout", "de"}, and lets the services know.

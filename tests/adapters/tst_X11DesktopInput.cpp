@@ -71,6 +71,7 @@ private slots:
 
     void movesAreExact();
     void fractionsAreCarriedOver();
+    void movesGoOnAfterAnAnswerThatIsReadWithOneOfThem();
     void movesGoFarAndNowhere();
     void aPlaceIsGoneTo();
     void buttonsHaveTheirMeaning_data();
@@ -363,6 +364,24 @@ void tst_X11DesktopInput::fractionsAreCarriedOver()
         input().moveBy(0.3, -0.75);
     }
     QTRY_COMPARE(scene->watcher.pointerPosition(), start + QPoint(30, -75));
+}
+
+/// Whatever is sent takes in what has arrived, and then nothing more arrives that would wake the
+/// event loop.
+void tst_X11DesktopInput::movesGoOnAfterAnAnswerThatIsReadWithOneOfThem()
+{
+    const QPoint start = scene->watcher.pointerPosition();
+    const auto moveDown = [this](int count) {
+        for (; count > 0; --count) {
+            input().moveBy(0, 1);
+        }
+    };
+    moveDown(10); // By then the server has been asked how far it is.
+    while (scene->watcher.pointerPosition() != start + QPoint(0, 10)) {
+        scene->watcher.sync();
+    }
+    moveDown(90);
+    QTRY_COMPARE(scene->watcher.pointerPosition(), start + QPoint(0, 100));
 }
 
 void tst_X11DesktopInput::movesGoFarAndNowhere()

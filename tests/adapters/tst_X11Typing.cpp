@@ -379,7 +379,8 @@ void tst_X11Typing::aLayoutThatIsSwitchedAllTheTimeIsFollowed()
     const QString text = wordsOf(alphabet, 10'000);
     QVERIFY(type(text));
     QVERIFY(hasArrived(program, text));
-    QVERIFY(switcher.switches() > 100);
+    // It can switch only between the turns, of which there are at least forty.
+    QVERIFY2(switcher.switches() > 20, QByteArray::number(switcher.switches()).constData());
 }
 
 void tst_X11Typing::aLayoutThatIsReplacedHalfwayIsFollowed()
@@ -474,11 +475,13 @@ void tst_X11Typing::aProgramThatAnswersIsNeverFarBehind()
 /// Whoever changes a spare key too early makes other characters of those that are not yet read.
 void tst_X11Typing::aProgramThatAnswersIsAwaited()
 {
+    constexpr auto silence = 500ms;
+    scene->services = scene->makeServices({.silence = silence});
     ReadingProgram program(scene->server.display(), {});
     const QString text = distinct(u'一', 60);
     QVERIFY(type(u"a"_s));
     QVERIFY(waitUntil([&] { return program.answers() > 0; }));
-    program.beBusy(7s);
+    program.beBusy(4 * silence);
     QVERIFY(type(text));
     QVERIFY(hasArrived(program, u'a' + text));
 }
@@ -537,10 +540,14 @@ void tst_X11Typing::eachKeyboardKeepsItsOwnKeys()
 void tst_X11Typing::theKeyMapIsGivenBackAfterAWhile()
 {
     ReadingProgram program(scene->server.display(), {});
+    scene->services = scene->makeServices({.idle = 500ms});
+    QVERIFY(type(u"a"_s));
     const QByteArray before = keyMap();
-    QVERIFY(type(u"a€"_s));
-    QVERIFY(keyMap() != before);
-    QVERIFY(waitUntil([&] { return keyMap() == before; }, GenerousLimit, 500ms));
+    const XcbConnection other = XcbClient::connectTo(scene->server.display());
+    QVERIFY(type(u"€"_s));
+    int changes = 0;
+    QVERIFY(waitUntil([&] { return (changes += mapChanges(other)) == 2; }));
+    QCOMPARE(keyMap(), before);
     QVERIFY(type(u"€b"_s));
     QVERIFY(hasArrived(program, u"a€€b"_s));
 }

@@ -401,7 +401,7 @@ void tst_QuillmoteHere::manyKeysAreSentAheadOfTheirAnswers()
 void tst_QuillmoteHere::longTextsGoInPieces()
 {
     QString text;
-    for (int number = 0; number < 100'000; ++number) {
+    for (int number = 0; number < 20'000; ++number) {
         text += QString::number(number) + u"\U0001f600\n"_s;
     }
     text.chop(1);
@@ -569,8 +569,9 @@ void tst_QuillmoteHere::aFileThatStopsHalfWayLeavesNothing()
 /// taken.
 void tst_QuillmoteHere::aLargeFileNeedsLittleMemory()
 {
+    constexpr qint64 size = qint64(200) * 1024 * 1024;
     QFile file(path(u"large"_s));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(qint64(400) * 1024 * 1024));
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(size));
     file.close();
     qint64 received = 0;
     qint64 most = 0;
@@ -585,16 +586,15 @@ void tst_QuillmoteHere::aLargeFileNeedsLittleMemory()
         }
         server->requests.back().body.clear();
         return request.fields.contains("size"_L1) ? done({{u"file"_s, 1}})
-               : received < qint64(400) * 1024 * 1024
-                   ? done({{u"received"_s, received}})
-                   : done({{u"complete"_s, true}, {u"name"_s, u"l"_s}});
+               : received < size                  ? done({{u"received"_s, received}})
+                                 : done({{u"complete"_s, true}, {u"name"_s, u"l"_s}});
     };
     start(program, {u"send"_s, u"large"_s, u"--no-open"_s});
     QVERIFY(waitUntil([&] { return program.state() == QProcess::NotRunning; }, 60s));
     QCOMPARE(program.exitCode(), 0);
-    QCOMPARE(received, qint64(400) * 1024 * 1024);
+    QCOMPARE(received, size);
     qInfo("%lld KiB at most", static_cast<long long>(most));
-    QVERIFY2(most > 0 && most < 300 * 1024, QByteArray::number(most).constData());
+    QVERIFY2(most > 0 && most < size / 1024, QByteArray::number(most).constData());
 }
 
 void tst_QuillmoteHere::filesAreListed()
@@ -674,6 +674,10 @@ void tst_QuillmoteHere::holdingIsShownToTheServer()
     timer.start();
     QVERIFY(waitUntil([&] { return server->spoken().count("ping") == 2; }));
     QVERIFY(timer.elapsed() < 9'000);
+    // It releases the key, for which it needs this thread.
+    program.terminate();
+    QVERIFY(waitUntil([&] { return program.state() == QProcess::NotRunning; }));
+    QCOMPARE(program.exitCode(), SIGTERM);
 }
 
 void tst_QuillmoteHere::theRemoteSendsEveryKey()

@@ -29,13 +29,10 @@ bool isAtLength()
            qEnvironmentVariableIntValue("VORNA_CHARACTERS") > FewCharacters;
 }
 
-/// How many characters each program gets: VORNA_CHARACTERS, or few. A terminal of X11 does not say
-/// when it has read, so the server waits for it a second each time that it has used up the spare
-/// keys.
-int charactersFor(Kind kind)
+/// How many characters each program gets: VORNA_CHARACTERS, or few.
+int characters()
 {
-    const int all = std::max(qEnvironmentVariableIntValue("VORNA_CHARACTERS"), FewCharacters);
-    return kind == Kind::Terminal && !TypingDesk::isSway() ? all / 10 : all;
+    return std::max(qEnvironmentVariableIntValue("VORNA_CHARACTERS"), FewCharacters);
 }
 
 } // namespace
@@ -113,9 +110,10 @@ void tst_SessionTyping::everyCharacterArrives()
     QFETCH(Hindrance, hindrance);
     QVERIFY(typing->desk().useLayout(layout));
     QVERIFY(typing->open(kind));
-    const QString text = RandomText(Seed).mixed(
-        charactersFor(kind), TypingScene::keyCaps(layout),
-        [&](char32_t character) { return TypingScene::isTaken(kind, character); });
+    const QString text =
+        RandomText(Seed).mixed(characters(), TypingScene::keyCaps(layout), [&](char32_t character) {
+            return TypingScene::isTaken(kind, character);
+        });
     QCOMPARE(typing->type(text, hindrance), QByteArray());
 }
 

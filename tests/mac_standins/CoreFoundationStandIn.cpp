@@ -304,6 +304,12 @@ const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks;
 const CFAllocatorRef kCFAllocatorDefault = nullptr;
 const CFBooleanRef kCFBooleanTrue = referenceTo<CFBooleanRef>(new Truth);
 
+CFTypeRef CFRetain(CFTypeRef object)
+{
+    checked<Object>(object).retain();
+    return object;
+}
+
 void CFRelease(CFTypeRef object)
 {
     Object &released = checked<Object>(object);

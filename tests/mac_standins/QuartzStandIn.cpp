@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
+#include "QuartzStandIn.h"
+
 #include "CoreFoundationStandIn.h"
 #include "StandIn.h"
-
-#include <ApplicationServices/ApplicationServices.h>
 
 using namespace Qt::StringLiterals;
 
@@ -42,6 +42,16 @@ CGEventRef makeEvent(const char *call, CGEventSourceRef source, const QString &d
 }
 
 } // namespace
+
+CGEventRef standin::makeEventOfAppKit(CGEventFlags flags, const QString &description)
+{
+    if (!world().makesEvents) {
+        return nullptr;
+    }
+    auto *event = new Event(description);
+    event->flags = flags;
+    return referenceTo<CGEventRef>(event);
+}
 
 const CFStringRef kAXTrustedCheckOptionPrompt = constantString(u"AXTrustedCheckOptionPrompt"_s);
 

@@ -18,6 +18,7 @@ using standin::calls;
 using standin::world;
 
 Q_DECLARE_METATYPE(platform::Key)
+Q_DECLARE_METATYPE(platform::NamedKey)
 Q_DECLARE_METATYPE(platform::KeyModifiers)
 Q_DECLARE_METATYPE(platform::PointerButton)
 
@@ -32,6 +33,8 @@ private slots:
     void everythingCanBeDone();
     void aKeyIsPostedByItsCode_data();
     void aKeyIsPostedByItsCode();
+    void aKeyForMediaIsPostedByItsNumber_data();
+    void aKeyForMediaIsPostedByItsNumber();
     void keysThatAMacLacksAreNotPressed_data();
     void keysThatAMacLacksAreNotPressed();
     void charactersHaveTheCodesOfAUSKeyboard();
@@ -65,6 +68,7 @@ private:
     /// What was posted, each as after "tap 1 flags 0x".
     static QStringList keysPosted() { return posted(u"CGEventPost tap 1 flags 0x"_s); }
     static QStringList mousePosted() { return posted(u"CGEventPost tap 0 flags 0xdead "_s); }
+    static QStringList mediaPosted() { return posted(u"CGEventPost tap 0 flags 0x"_s); }
     static QStringList posted(const QString &prefix)
     {
         QStringList list = standin::callsNamed(prefix);
@@ -139,12 +143,52 @@ void tst_QuartzDesktopInput::aKeyIsPostedByItsCode()
     QCOMPARE(keysPosted(), QStringList({down, up}));
 }
 
+void tst_QuartzDesktopInput::aKeyForMediaIsPostedByItsNumber_data()
+{
+    QTest::addColumn<NamedKey>("name");
+    QTest::addColumn<QString>("number");
+    QTest::newRow("AudioVolumeUp") << NamedKey::AudioVolumeUp << u"0"_s;
+    QTest::newRow("AudioVolumeDown") << NamedKey::AudioVolumeDown << u"1"_s;
+    QTest::newRow("AudioVolumeMute") << NamedKey::AudioVolumeMute << u"7"_s;
+    QTest::newRow("BrightnessUp") << NamedKey::BrightnessUp << u"2"_s;
+    QTest::newRow("BrightnessDown") << NamedKey::BrightnessDown << u"3"_s;
+    QTest::newRow("Eject") << NamedKey::Eject << u"e"_s;
+    QTest::newRow("MediaPlayPause") << NamedKey::MediaPlayPause << u"10"_s;
+    QTest::newRow("MediaTrackNext") << NamedKey::MediaTrackNext << u"11"_s;
+    QTest::newRow("MediaTrackPrevious") << NamedKey::MediaTrackPrevious << u"12"_s;
+    QTest::newRow("MediaFastForward") << NamedKey::MediaFastForward << u"13"_s;
+    QTest::newRow("MediaRewind") << NamedKey::MediaRewind << u"14"_s;
+}
+
+/// The number and then 0a (down) or 0b (up) in the upper bytes of the first datum.
+void tst_QuartzDesktopInput::aKeyForMediaIsPostedByItsNumber()
+{
+    QFETCH(NamedKey, name);
+    QFETCH(QString, number);
+    KeyModifiers modifiers;
+    modifiers.hasShift = true;
+    modifiers.hasAlt = true;
+    const QString data = number == u"0"_s ? QString() : number + u'0';
+    const QString down = u" type 14 subtype 8 data 0x%1a00 -1"_s.arg(data);
+    const QString up = u" type 14 subtype 8 data 0x%1b00 -1"_s.arg(data);
+    QVERIFY(press({name, 0}));
+    QCOMPARE(mediaPosted(), QStringList(u"a00"_s + down));
+    input().release({name, 0});
+    QCOMPARE(mediaPosted(), QStringList({u"a00"_s + down, u"b00"_s + up}));
+    calls().clear();
+    QVERIFY(press({name, 0}, modifiers));
+    services.reset(); // The end releases it.
+    QCOMPARE(mediaPosted(), QStringList({u"a0a00"_s + down, u"a0b00"_s + up}));
+    QCOMPARE(keysPosted(), QStringList());
+}
+
 void tst_QuartzDesktopInput::keysThatAMacLacksAreNotPressed_data()
 {
     QTest::addColumn<Key>("key");
     QTest::newRow("PrintScreen") << Key{NamedKey::PrintScreen, 0};
     QTest::newRow("F24") << Key{NamedKey::F24, 0};
-    QTest::newRow("AudioVolumeUp") << Key{NamedKey::AudioVolumeUp, 0};
+    QTest::newRow("MediaPlay") << Key{NamedKey::MediaPlay, 0}; // The key toggles.
+    QTest::newRow("MediaStop") << Key{NamedKey::MediaStop, 0};
     QTest::newRow("Insert") << Key{NamedKey::Insert, 0};
 }
 
@@ -382,6 +426,7 @@ void tst_QuartzDesktopInput::aWindowServerThatMakesNoEventsIsTolerated()
 {
     world().makesEvents = false;
     press({NamedKey::None, U'a'});
+    press({NamedKey::AudioVolumeUp, 0});
     input().type(u"a"_s, this, [](bool) {});
     input().press(PointerButton::Left);
     input().moveBy(1, 1);

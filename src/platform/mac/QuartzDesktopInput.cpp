@@ -4,6 +4,7 @@
 #include "platform/mac/QuartzDesktopInput.h"
 
 #include "platform/mac/CFOwner.h"
+#include "platform/mac/MediaKeyEvent.h"
 #include "platform/mac/VirtualKeys.h"
 
 #include <algorithm>
@@ -126,10 +127,14 @@ QuartzDesktopInput::strokeOf(const Key &key, const KeyModifiers &modifiers)
 {
     const EventFlags flags = flagsOf(modifiers);
     if (key.name == NamedKey::None) {
-        return Stroke{virtualKeyCode(key.character), flags, QString::fromUcs4(&key.character, 1)};
+        return Stroke{
+            virtualKeyCode(key.character), flags, QString::fromUcs4(&key.character, 1), {}};
+    }
+    if (const auto number = mediaKeyNumber(key.name)) {
+        return Stroke{0, flags, {}, number};
     }
     const auto code = virtualKeyCode(key.name);
-    return code ? std::optional(Stroke{*code, flags | flagOf(key.name), {}}) : std::nullopt;
+    return code ? std::optional(Stroke{*code, flags | flagOf(key.name), {}, {}}) : std::nullopt;
 }
 
 void QuartzDesktopInput::press(const Key &key, const KeyModifiers &modifiers, QObject * /*context*/,
@@ -160,6 +165,10 @@ void QuartzDesktopInput::release(const Key &key)
 
 void QuartzDesktopInput::postKey(const Stroke &stroke, bool isDown)
 {
+    if (stroke.mediaNumber) {
+        post(makeMediaKeyEvent(*stroke.mediaNumber, stroke.flags, isDown), kCGHIDEventTap);
+        return;
+    }
     const CFOwner<CGEventRef> event(CGEventCreateKeyboardEvent(nullptr, stroke.code, isDown));
     setText(event, stroke.text);
     if (event) {
@@ -217,7 +226,7 @@ void QuartzDesktopInput::typeNextCharacter(Typing &typing)
     } else if (first == u'\t') {
         tap(*strokeOf({NamedKey::Tab, 0}, {}));
     } else {
-        tap({0, 0, character});
+        tap({0, 0, character, {}});
     }
 }
 

@@ -11,6 +11,7 @@
 
 #include <deque>
 #include <map>
+#include <optional>
 #include <vector>
 
 #include <ApplicationServices/ApplicationServices.h>
@@ -45,6 +46,7 @@ private:
         CGKeyCode code = 0;
         EventFlags flags = 0;
         QString text; ///< Instead of what the layout gives; the layout's if empty.
+        std::optional<int> mediaNumber; ///< Instead of the code.
     };
     struct HeldKey
     {

@@ -36,6 +36,25 @@ constexpr std::array namedCodes = {
     std::pair{NamedKey::ArrowDown, KeyCode{125}},   std::pair{NamedKey::ArrowUp, KeyCode{126}},
 };
 
+/// The numbers are Apple's NX_KEYTYPE_... of IOKit. There are none for playing and for pausing
+/// alone: the one key toggles.
+constexpr std::array mediaNumbers = {
+    std::pair{NamedKey::AudioVolumeUp, 0},       std::pair{NamedKey::AudioVolumeDown, 1},
+    std::pair{NamedKey::BrightnessUp, 2},        std::pair{NamedKey::BrightnessDown, 3},
+    std::pair{NamedKey::AudioVolumeMute, 7},     std::pair{NamedKey::Eject, 14},
+    std::pair{NamedKey::MediaPlayPause, 16},     std::pair{NamedKey::MediaTrackNext, 17},
+    std::pair{NamedKey::MediaTrackPrevious, 18}, std::pair{NamedKey::MediaFastForward, 19},
+    std::pair{NamedKey::MediaRewind, 20},
+};
+
+/// The value of the key in a table.
+template <typename Table>
+std::optional<typename Table::value_type::second_type> valueIn(const Table &table, NamedKey key)
+{
+    const auto found = std::ranges::find(table, key, &Table::value_type::first);
+    return found == table.end() ? std::nullopt : std::optional(found->second);
+}
+
 /// The characters of the codes from 0 on, without and with Shift; a blank where there is none.
 constexpr std::u32string_view plainCharacters =
     U"asdfhgzxcv bqweryt123465=97-80]ou[ip lj'k;\\,/nm.  `";
@@ -47,8 +66,12 @@ constexpr KeyCode spaceBar = 49;
 
 std::optional<KeyCode> virtualKeyCode(NamedKey key)
 {
-    const auto found = std::ranges::find(namedCodes, key, &std::pair<NamedKey, KeyCode>::first);
-    return found == namedCodes.end() ? std::nullopt : std::optional(found->second);
+    return valueIn(namedCodes, key);
+}
+
+std::optional<int> mediaKeyNumber(NamedKey key)
+{
+    return valueIn(mediaNumbers, key);
 }
 
 KeyCode virtualKeyCode(char32_t character)

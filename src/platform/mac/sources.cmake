@@ -19,6 +19,7 @@ target_sources(vornaserver PRIVATE
   platform/mac/DisplayAccess.cpp
   platform/mac/FolderSystem.cpp
   platform/mac/LaunchAgent.cpp
+  platform/mac/MediaKeyEvent.mm
   platform/mac/NotificationDaemon.cpp
   platform/mac/QuartzDesktopInput.cpp
   platform/mac/QuartzEventServices.cpp

@@ -13,6 +13,7 @@ namespace {
 
 /// The window manager may be busy with an earlier text's changes of the key map.
 constexpr std::chrono::milliseconds WindowLimit{90'000};
+constexpr std::chrono::milliseconds BetweenKeys{200};
 
 QString fixture(const char *name)
 {
@@ -35,7 +36,7 @@ QStringList commandOf(ControlsProgram::Kind kind, const UserSession &session, co
                 u"-e"_s,    fixture("record_terminal.py"),
                 record};
     case ControlsProgram::Kind::Browser:
-        return {fixture("browser_controls.py"), record, session.path(u"profile"_s)};
+        return {fixture("browser_controls.py"), record, session.home()};
     }
     return {};
 }
@@ -50,15 +51,19 @@ std::optional<QRect> frontWindow(const DesktopView &view, qint64 process)
 
 } // namespace
 
-ControlsProgram::ControlsProgram(Kind kind, const DesktopSession &session)
-    : ControlsProgram(kind, session,
-                      [&session](qint64 id) { return frontWindow(session.view(), id); })
+ControlsProgram::ControlsProgram(Kind which, const DesktopSession &session)
+    : ControlsProgram(
+          which, session, [&session](qint64 id) { return frontWindow(session.view(), id); },
+          [&session] { return session.user().tapKey(u"Home"_s); })
 {
 }
 
-ControlsProgram::ControlsProgram(Kind kind, const UserSession &session, Finder finder)
-    : desktop(session)
+ControlsProgram::ControlsProgram(Kind which, const UserSession &session, Finder finder,
+                                 Tap tapOfHome)
+    : kind(which)
+    , desktop(session)
     , find(std::move(finder))
+    , tapHome(std::move(tapOfHome))
 {
     QFile::remove(record());
     auto environment = session.environment();
@@ -74,7 +79,18 @@ ControlsProgram::ControlsProgram(Kind kind, const UserSession &session, Finder f
 
 bool ControlsProgram::isReady() const
 {
-    return waitUntil([this] { return window().has_value(); }, WindowLimit);
+    return waitUntil([this] { return window().has_value(); }, WindowLimit) &&
+           (kind != Kind::Browser ||
+            waitUntil([this] { return hasTakenKey(); }, WindowLimit, BetweenKeys));
+}
+
+/// Presses a key that changes nothing. Chromium has the focus before it takes keys: those that come
+/// before it has painted the page for the first time are dropped, and that takes long on a busy
+/// machine.
+bool ControlsProgram::hasTakenKey() const
+{
+    const auto isReported = [this] { return state().value(u"hasTakenKey"_s).toBool(); };
+    return isReported() || (tapHome() && isReported());
 }
 
 QJsonObject ControlsProgram::state() const

@@ -20,9 +20,12 @@ public:
     /// The place of a process's window, once it has the keys.
     using Finder = std::function<std::optional<QRect>(qint64)>;
 
-    ControlsProgram(Kind kind, const DesktopSession &session);
-    /// In a session of any kind.
-    ControlsProgram(Kind kind, const UserSession &session, Finder finder);
+    /// Presses the key Home as the user would; whether that could be done.
+    using Tap = std::function<bool()>;
+
+    ControlsProgram(Kind which, const DesktopSession &session);
+    /// In a session of any kind. Only a browser needs the key.
+    ControlsProgram(Kind which, const UserSession &session, Finder finder, Tap tapOfHome = {});
     ControlsProgram(const ControlsProgram &) = delete;
     ControlsProgram &operator=(const ControlsProgram &) = delete;
 
@@ -40,12 +43,15 @@ public:
     QPoint middleOfSlider() const { return middleOfRow(2); }
 
 private:
+    bool hasTakenKey() const;
     QJsonObject state() const;
     std::optional<QRect> window() const;
     QPoint middleOfRow(int row) const;
     QString record() const { return desktop.path(QStringLiteral("controls")); }
 
+    const Kind kind;
     const UserSession &desktop;
     Finder find;
+    Tap tapHome;
     ChildProcess process;
 };

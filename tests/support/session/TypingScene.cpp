@@ -126,7 +126,7 @@ QByteArray TypingScene::type(const QString &text, Hindrance hindrance,
     if (!answer.isOk()) {
         return "the server refuses: " + answer.error().toUtf8();
     }
-    waitUntil([&] { return controls->text() == text; }, GenerousLimit, 50ms);
+    awaitArrival(text);
     return difference(text);
 }
 
@@ -194,6 +194,16 @@ void TypingScene::reactAt(qsizetype length, std::function<void()> action)
     action();
 }
 
+/// For as long as more of it arrives: on a busy machine a program may have much left to read.
+void TypingScene::awaitArrival(const QString &text) const
+{
+    qsizetype length = -1;
+    const auto hasProgress = [&] { return controls->text().size() != length; };
+    while (controls->text() != text && waitUntil(hasProgress, GenerousLimit, 50ms)) {
+        length = controls->text().size();
+    }
+}
+
 QByteArray TypingScene::difference(const QString &text) const
 {
     const QString arrived = controls->text();
@@ -203,8 +213,13 @@ QByteArray TypingScene::difference(const QString &text) const
     const auto [wanted, got] =
         std::mismatch(text.begin(), text.end(), arrived.begin(), arrived.end());
     const auto place = std::distance(text.begin(), wanted);
+    const QString wrong = arrived.mid(place, arrived.mid(place, 1).isValidUtf16() ? 1 : 2);
+    const qsizetype home = wrong.isEmpty() ? -1 : text.indexOf(wrong);
+    // An earlier place of what is there shows a program that looked a key up too early, a later one
+    // a program that did so too late.
     return QByteArray::number(arrived.size()) + " of " + QByteArray::number(text.size()) +
            " units arrived; at " + QByteArray::number(place) + " there is" +
            codes(arrived.sliced(place, std::min<qsizetype>(4, arrived.size() - place))) +
-           " and not" + codes(text.sliced(place, std::min<qsizetype>(4, text.size() - place)));
+           ", which belongs to " + QByteArray::number(home) + ", and not" +
+           codes(text.sliced(place, std::min<qsizetype>(4, text.size() - place)));
 }

@@ -61,6 +61,7 @@ public:
 private:
     bool ask(const QString &request, const QJsonObject &fields);
     void reactAt(qsizetype length, std::function<void()> action);
+    void awaitArrival(const QString &text) const;
     QByteArray difference(const QString &text) const;
 
     std::unique_ptr<TypingDesk> desktop = TypingDesk::make();

@@ -36,8 +36,28 @@ private slots:
 
     void requestsWaitForAPeerThatDoesNotRead();
     void eventsForAPeerThatDoesNotReadDoNotPileUp();
+    void bodiesThatArriveCountOverAllSessions();
+    void unreadAnswersAreLimitedOverAllSessions();
+    void whoeverReadsIsServedHoweverLittleOthersRead();
+    void requestsGoOnWhenOtherSessionsMakeRoom_data();
+    void requestsGoOnWhenOtherSessionsMakeRoom();
     void fewRequestsAreServedInARound();
     void aFloodHoldsNobodyUp();
+
+private:
+    static constexpr int longAnswer = 500'000;
+    /// Lets the names of the applications have that size, and counts how often they are asked for.
+    void serveLongAnswers()
+    {
+        served = 0;
+        services.applications = [this] {
+            ++served;
+            return QStringList{QString(longAnswer, u'x')};
+        };
+        restart();
+    }
+
+    int served = 0;
 };
 
 void tst_Session::answersHaveTheIdsOfTheirRequests_data()
@@ -314,12 +334,7 @@ void tst_Session::nothingIsReleasedWhileARequestWaits()
 
 void tst_Session::requestsWaitForAPeerThatDoesNotRead()
 {
-    int served = 0;
-    services.applications = [&served] {
-        ++served;
-        return QStringList{QString(500'000, u'x')};
-    };
-    restart();
+    serveLongAnswers();
     QLocalSocket deaf;
     deaf.setReadBufferSize(1);
     deaf.connectToServer(path());
@@ -365,6 +380,121 @@ void tst_Session::eventsForAPeerThatDoesNotReadDoNotPileUp()
     }));
     // 1 MiB, what the system takes, and the latest one.
     QVERIFY2(events > 10 && events < 30, qPrintable(QString::number(events)));
+}
+
+namespace {
+
+/// Sessions that ask several times for the applications, and read nothing for now.
+class DeafCrowd
+{
+public:
+    DeafCrowd(const QString &path, int size, int requests)
+    {
+        while (sockets.size() < static_cast<size_t>(size)) {
+            auto socket = std::make_unique<QLocalSocket>();
+            socket->setReadBufferSize(1);
+            socket->connectToServer(path);
+            socket->write(
+                QByteArray("{\"id\":1,\"request\":\"applications\"}\n").repeated(requests));
+            socket->flush();
+            sockets.push_back(std::move(socket));
+        }
+    }
+
+    void read()
+    {
+        for (const auto &socket : sockets) {
+            socket->setReadBufferSize(0);
+            socket->readAll();
+        }
+    }
+    void leave() { sockets.clear(); }
+
+private:
+    std::vector<std::unique_ptr<QLocalSocket>> sockets;
+};
+
+/// Runs the event loop until the number has not changed for a while.
+void waitUntilSettled(const int &number)
+{
+    int before = -1;
+    while (before != number) {
+        before = number;
+        QTest::qWait(200);
+    }
+}
+
+} // namespace
+
+void tst_Session::bodiesThatArriveCountOverAllSessions()
+{
+    const QByteArray body(1'048'576, 'x');
+    std::vector<std::unique_ptr<SessionClient>> others;
+    for (int i = 0; i < 64; ++i) {
+        others.push_back(std::make_unique<SessionClient>(path()));
+        others.back()->greeting();
+        others.back()->sendBytes(R"({"id":1,"request":"clipboard.set","body":1048576})"
+                                 "\n");
+    }
+    SessionClient client(path());
+    client.greeting();
+    QVERIFY(waitUntil(
+        [&] { return client.ask(u"clipboard.set"_s, {}, body).error() == u"too-much"_s; }));
+    QCOMPARE(errorOf(client, u"ping"_s), u"ok"_s);
+    others.pop_back();
+    QVERIFY(waitUntil([&] { return client.ask(u"clipboard.set"_s, {}, body).isOk(); }));
+    QCOMPARE(clipboard.content->size(), body.size());
+}
+
+/// Each answer has half a MB: each session may have one unread, and some a second or a third.
+void tst_Session::unreadAnswersAreLimitedOverAllSessions()
+{
+    serveLongAnswers();
+    const DeafCrowd crowd(path(), 100, 5);
+    QVERIFY(waitUntil([this] { return served >= 100; }));
+    waitUntilSettled(served);
+    // Less is unsent: the system has taken something of each.
+    const qint64 answers = qint64(served) * longAnswer;
+    QVERIFY2(answers > Session::unsentOfAllSessions, qPrintable(QString::number(served)));
+    QVERIFY2(answers < Session::unsentOfAllSessions * 3 / 2, qPrintable(QString::number(served)));
+}
+
+void tst_Session::whoeverReadsIsServedHoweverLittleOthersRead()
+{
+    serveLongAnswers();
+    const DeafCrowd crowd(path(), 100, 5);
+    QVERIFY(waitUntil([this] { return served >= 100; }));
+    waitUntilSettled(served);
+    SessionClient other(path());
+    other.greeting();
+    for (int i = 0; i < 20; ++i) {
+        other.send(u"applications"_s);
+    }
+    for (int i = 0; i < 20; ++i) {
+        QVERIFY(other.next());
+    }
+}
+
+void tst_Session::requestsGoOnWhenOtherSessionsMakeRoom_data()
+{
+    QTest::addColumn<bool>("areGone");
+    QTest::newRow("they read") << false;
+    QTest::newRow("they leave") << true;
+}
+
+/// The sessions that wait read nothing, so their own answers do not wake them.
+void tst_Session::requestsGoOnWhenOtherSessionsMakeRoom()
+{
+    QFETCH(bool, areGone);
+    serveLongAnswers();
+    DeafCrowd others(path(), 60, 3);
+    QVERIFY(waitUntil([this] { return served >= 120; }));
+    waitUntilSettled(served);
+    const DeafCrowd waiting(path(), 20, 3);
+    waitUntilSettled(served);
+    QVERIFY2(served < 3 * 80 - 20, qPrintable(QString::number(served)));
+    areGone ? others.leave() : others.read();
+    QVERIFY2(waitUntil([this] { return served == 3 * 80; }), qPrintable(QString::number(served)));
 }
 
 void tst_Session::fewRequestsAreServedInARound()

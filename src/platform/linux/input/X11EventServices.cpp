@@ -5,6 +5,8 @@
 
 #include "platform/linux/x11/X11Server.h"
 
+#include <QAbstractEventDispatcher>
+
 #include <utility>
 
 #include <xcb/xcbext.h>
@@ -29,22 +31,41 @@ void waitUntilServerIsDone(xcb_connection_t *connection)
 
 } // namespace
 
-X11EventServices::X11EventServices(X11Connection openConnection)
+X11EventServices::X11EventServices(X11Connection openConnection, const TypingTimes &typingTimes)
     : connection(std::move(openConnection))
     , ledger(held.get())
     , keyboard(connection.get(), ledger)
     , pointer(connection.get(), connection.root(), ledger)
-    , typist(connection, keyboard, link())
+    , typist(connection, keyboard, link(), typingTimes)
     , desktopInput(keyboard, pointer, typist, link())
 {
     // Open menus and window managers grab the server.
     ignoreServerGrabs(connection);
-    connection.watch([this] {
-        if (!takeInEvents()) {
-            typist.fail();
-        }
-    });
+    connection.watch([this] { takeInAll(); });
+    lookBeforeSleep();
     flush();
+}
+
+/// Whatever is sent or asked in between may take in the answer to the question, too. Then nothing
+/// more arrives that would wake the event loop, and moves that wait for the answer would wait on.
+void X11EventServices::lookBeforeSleep()
+{
+    const auto look = [this] {
+        if (question) {
+            takeInAll();
+        }
+    };
+    // The second one is for loops that do not sleep.
+    const auto *dispatcher = QAbstractEventDispatcher::instance();
+    QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, &context, look);
+    QObject::connect(dispatcher, &QAbstractEventDispatcher::awake, &context, look);
+}
+
+void X11EventServices::takeInAll()
+{
+    if (!takeInEvents()) {
+        typist.fail();
+    }
 }
 
 X11EventServices::~X11EventServices()

@@ -33,7 +33,7 @@ class X11EventServices final : public EventServices
 {
 public:
     /// The X server must be one that canFakeInput().
-    explicit X11EventServices(X11Connection openConnection);
+    explicit X11EventServices(X11Connection openConnection, const TypingTimes &typingTimes = {});
     /// Releases the keys and buttons that are still down, and waits until the server has done so.
     ~X11EventServices() override;
 
@@ -51,6 +51,8 @@ public:
 private:
     void postMouse(const MouseEvent &event);
     InputLink link();
+    void lookBeforeSleep();
+    void takeInAll();
     bool takeInEvents();
     bool hasRoom() const;
     void askForProgress();

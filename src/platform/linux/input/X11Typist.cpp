@@ -25,9 +25,6 @@ constexpr auto readingTime = 1s;
 constexpr auto patienceWithProgram = 30s;
 /// Longer than that, so that the text has failed before its keys count as read.
 constexpr auto patienceWithKeys = patienceWithProgram + 5s;
-/// A program that never has answered may be busy for so long before it is treated like others, and
-/// so may one that has lost the focus.
-constexpr auto patienceWithSilence = 5s;
 /// The time between two turns while such a program does not answer.
 constexpr auto pauseForProgram = 1s;
 /// After so many questions without an answer it is not asked any more.
@@ -48,7 +45,6 @@ constexpr int charactersPerTurn = 250;
 constexpr std::size_t lookahead = 1000;
 
 constexpr auto patienceWithServer = 200ms;
-constexpr auto idleTime = 10s;
 
 std::u32string printable(const QString &text)
 {
@@ -65,10 +61,11 @@ std::u32string printable(const QString &text)
 } // namespace
 
 X11Typist::X11Typist(const X11Connection &openConnection, X11Keyboard &keyboardOfDisplay,
-                     InputLink linkToWhole)
+                     InputLink linkToWhole, const TypingTimes &waitingTimes)
     : connection(openConnection)
     , keyboard(keyboardOfDisplay)
     , link(std::move(linkToWhole))
+    , times(waitingTimes)
     , grab(openConnection.displayName().isNull() ? nullptr
                                                  : openConnection.displayName().constData())
     , program(openConnection)
@@ -308,7 +305,7 @@ void X11Typist::followFocus(xcb_window_t focus)
     program.setFocus(focus);
     if (before && before != program.window()) {
         const auto rest =
-            program.isThere(before) ? Clock::duration(patienceWithSilence) : Clock::duration();
+            program.isThere(before) ? Clock::duration(times.silence) : Clock::duration();
         spareKeys.countAsRead(before, Clock::now() + rest);
         unanswered = 0;
         isProgramSlow = false;
@@ -439,7 +436,7 @@ void X11Typist::endTurn()
         fail();
     }
     if (!hasWork()) {
-        idle.start(idleTime);
+        idle.start(times.idle);
     } else if (progress == Progress::NeedsSpareKey) {
         waitForSpareKey();
     } else {
@@ -503,7 +500,7 @@ void X11Typist::giveBack()
 {
     const bool isInUse = spareKeys.isAnyHeld() || spareKeys.lastRead() > Clock::now();
     if (isInUse || !grab.take()) {
-        idle.start(idleTime);
+        idle.start(times.idle);
         return;
     }
     record.giveBack(spareKeys.unbindAll());
@@ -532,7 +529,7 @@ void X11Typist::noteUse(std::uint8_t keycode)
     const xcb_window_t window = program.window();
     const Clock::duration time = !window                 ? readingTime
                                  : program.hasAnswered() ? patienceWithKeys
-                                                         : patienceWithSilence;
+                                                         : times.silence;
     spareKeys.use(keycode, {window, program.nextQuestion(), Clock::now() + time});
 }
 

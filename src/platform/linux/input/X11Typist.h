@@ -14,12 +14,23 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <chrono>
 #include <deque>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace platform {
+
+/// How long a typist waits. Tests wait for less.
+struct TypingTimes
+{
+    /// A program that never has answered may be busy for so long before it is treated like others,
+    /// and so may one that has lost the focus.
+    std::chrono::milliseconds silence{5'000};
+    /// Borrowed keys that have not been used for so long are given back.
+    std::chrono::milliseconds idle{10'000};
+};
 
 /// Types texts of any characters, and presses keys that the layout does not have.
 ///
@@ -39,7 +50,7 @@ class X11Typist
 public:
     /// Connection and keyboard must outlive the typist; nothing is called after its end.
     X11Typist(const X11Connection &openConnection, X11Keyboard &keyboardOfDisplay,
-              InputLink linkToWhole);
+              InputLink linkToWhole, const TypingTimes &waitingTimes);
     ~X11Typist() = default;
     X11Typist(const X11Typist &) = delete;
     X11Typist &operator=(const X11Typist &) = delete;
@@ -146,6 +157,7 @@ private:
     const X11Connection &connection;
     X11Keyboard &keyboard;
     InputLink link;
+    TypingTimes times;
     ServerGrab grab;
     FocusedProgram program;
     SpareKeyRecord record;

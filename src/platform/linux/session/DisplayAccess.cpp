@@ -89,8 +89,13 @@ QString displayProblem(const DisplayChoice &choice)
 
 void adoptDisplay(const DisplayChoice &choice)
 {
-    if (!choice.name.isEmpty()) {
-        qputenv("DISPLAY", choice.name);
+    if (choice.name.isEmpty()) {
+        return;
+    }
+    qputenv("DISPLAY", choice.name);
+    // The display is one of X11, and a compositor in the environment would take precedence over it.
+    if (!choice.plugin.startsWith("wayland")) {
+        qunsetenv("WAYLAND_DISPLAY");
     }
 }
 

@@ -12,6 +12,9 @@ typedef signed char BOOL;
 #endif
 typedef long NSInteger;
 typedef unsigned long NSUInteger;
+typedef double NSTimeInterval;
+
+typedef struct CGPoint NSPoint;
 
 @protocol NSObject
 - (instancetype)retain;

@@ -51,6 +51,7 @@ extern const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks;
 extern const CFAllocatorRef kCFAllocatorDefault;
 extern const CFBooleanRef kCFBooleanTrue;
 
+CFTypeRef CFRetain(CFTypeRef object);
 void CFRelease(CFTypeRef object);
 CFTypeID CFGetTypeID(CFTypeRef object);
 

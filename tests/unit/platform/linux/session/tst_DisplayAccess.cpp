@@ -27,6 +27,7 @@ private slots:
     void aCompositorThatAnswersIsEnough_data();
     void aCompositorThatAnswersIsEnough();
     void aChosenDisplayIsEverybodys();
+    void aChosenDisplayComesBeforeTheCompositor();
     void withoutAChoiceTheEnvironmentStays();
 
 private:
@@ -118,11 +119,22 @@ void tst_DisplayAccess::aChosenDisplayIsEverybodys()
     QCOMPARE(qgetenv("DISPLAY"), QByteArray(":7"));
 }
 
+void tst_DisplayAccess::aChosenDisplayComesBeforeTheCompositor()
+{
+    qputenv("WAYLAND_DISPLAY", "wayland-0");
+    platform::adoptDisplay({"wayland", ":7"});
+    QVERIFY(qEnvironmentVariableIsSet("WAYLAND_DISPLAY"));
+    platform::adoptDisplay({{}, ":7"});
+    QVERIFY(!qEnvironmentVariableIsSet("WAYLAND_DISPLAY"));
+}
+
 void tst_DisplayAccess::withoutAChoiceTheEnvironmentStays()
 {
     qputenv("DISPLAY", ":1");
+    qputenv("WAYLAND_DISPLAY", "wayland-0");
     platform::adoptDisplay({"xcb", {}});
     QCOMPARE(qgetenv("DISPLAY"), QByteArray(":1"));
+    QCOMPARE(qgetenv("WAYLAND_DISPLAY"), QByteArray("wayland-0"));
     QVERIFY(!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"));
 }
 
