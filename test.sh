@@ -15,7 +15,8 @@ Installs what is missing, builds with sanitizers and with warnings as errors, an
 (preset dev) and each fuzz target for 20 seconds (preset fuzz). The last line reads
 "N passed, M failed"; the status is 0 only when all passed.
 
-  --desktops    also run the long tests on desktops: 10,000 characters into each program
+  --desktops    also run the long tests on desktops: 10,000 characters into each program,
+                and GNOME Shell and KWin
   --browser     also run the tests with Chromium, 410 MB
   --no-install  install nothing; if packages are missing, name them and fail
   --help        this text
@@ -66,6 +67,7 @@ run_tests() {
 cd "$root"
 mapfile -t packages < <(
     test_packages
+    [ "$desktops" = OFF ] || desktop_packages
     [ "$browser" = OFF ] || browser_packages
 )
 if [ "$install" = yes ]; then

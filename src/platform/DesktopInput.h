@@ -24,7 +24,8 @@ enum class PointerButton { Left, Middle, Right, Back, Forward };
 class DesktopInput
 {
 public:
-    /// What this desktop can do. The rest does nothing.
+    /// What this desktop can do. The rest does nothing. What it allows may turn out only when the
+    /// first input is posted.
     struct Abilities
     {
         bool keys = false;
@@ -37,6 +38,14 @@ public:
         bool operator==(const Abilities &) const = default;
     };
 
+    /// Whether the desktop lets this program use the keyboard and the pointer.
+    enum class Readiness {
+        Ready,
+        ConsentPending, ///< It asks the user, or is about to.
+        Refused,        ///< By the user; this run asks no more.
+        Unavailable,    ///< At the moment; asking again later may help.
+    };
+
     /// Called once, perhaps before the call returns, with whether it was done; never after the
     /// context has been destroyed.
     using Done = std::function<void(bool)>;
@@ -44,6 +53,10 @@ public:
     virtual ~DesktopInput() = default;
 
     virtual Abilities abilities() const = 0;
+
+    /// Whether input is posted now. Begins to ask the desktop for it if that is needed; until then
+    /// input is dropped, and never made up for.
+    virtual Readiness makeReady() { return Readiness::Ready; }
 
     /// Presses a key. While it is down exactly these modifiers are in effect, and those that the
     /// layout needs for the character. False if this desktop has no such key. Nothing is pressed if
@@ -56,8 +69,9 @@ public:
 
     /// Types the text: any Unicode characters but controls; a line feed is Enter, a tab is Tab.
     /// Modifiers that are held and would change the text are released. False if the desktop has
-    /// ended meanwhile. Stops between two characters if `context` is destroyed, and is not done
-    /// then. Several texts are typed one after the other; keys and the pointer are not held up.
+    /// ended meanwhile, or lacks some of the characters, which are skipped. Stops between two
+    /// characters if `context` is destroyed, and is not done then. Several texts are typed one
+    /// after the other; keys and the pointer are not held up.
     virtual void type(const QString &text, QObject *context, Done done) = 0;
 
     /// Moves the pointer by pixels of the desktop, right and down. Fractions are carried over to

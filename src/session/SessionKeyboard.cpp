@@ -7,6 +7,7 @@
 #include "session/SessionFrames.h"
 #include "session/SessionJson.h"
 #include "session/SessionKeyNames.h"
+#include "session/SessionReadiness.h"
 
 #include <QPointer>
 
@@ -139,6 +140,8 @@ void SessionKeyboard::carryOut(const Stroke &stroke, const SessionAnswer &answer
         answer(SessionReply::done());
     } else if (!isHeld && held.size() >= mostHeld) {
         answer(SessionReply::refused(u"too-much"_s, u"Too many keys are held."_s));
+    } else if (const auto refusal = refusalOf(input)) {
+        answer(*refusal);
     } else {
         press(stroke, answer);
     }
@@ -209,6 +212,8 @@ void SessionKeyboard::text(const SessionRequest &request, const SessionAnswer &a
             u"bad-text"_s, u"The text has control characters or half of a surrogate pair."_s));
     } else if (!input.abilities().text) {
         answer(unsupported());
+    } else if (const auto refusal = refusalOf(input)) {
+        answer(*refusal);
     } else {
         input.type(*text, this, [self = QPointer(this), answer](bool isDone) {
             if (!self.isNull()) {

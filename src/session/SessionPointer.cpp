@@ -4,6 +4,7 @@
 #include "session/SessionPointer.h"
 
 #include "session/SessionFields.h"
+#include "session/SessionReadiness.h"
 #include "session/SessionScreens.h"
 
 #include <optional>
@@ -53,6 +54,9 @@ SessionReply SessionPointer::move(const SessionRequest &request)
     if (!input.abilities().pointer) {
         return unsupported();
     }
+    if (const auto refusal = refusalOf(input)) {
+        return *refusal;
+    }
     input.moveBy(dx, dy);
     return SessionReply::done();
 }
@@ -73,6 +77,9 @@ SessionReply SessionPointer::moveTo(const SessionRequest &request)
     if (!place) {
         return SessionReply::refused(u"not-found"_s, u"There is no such screen."_s);
     }
+    if (const auto refusal = refusalOf(input)) {
+        return *refusal;
+    }
     input.moveTo(*place);
     return SessionReply::done();
 }
@@ -91,6 +98,13 @@ SessionReply SessionPointer::button(const SessionRequest &request)
     if (isHolding ? !input.abilities().drag : !input.abilities().pointer) {
         return unsupported();
     }
+    if (action == Action::Release) {
+        release(button);
+        return SessionReply::done();
+    }
+    if (const auto refusal = refusalOf(input)) {
+        return *refusal;
+    }
     switch (action) {
     case Action::Double:
         click(button);
@@ -102,7 +116,6 @@ SessionReply SessionPointer::button(const SessionRequest &request)
         press(button);
         break;
     case Action::Release:
-        release(button);
         break;
     }
     return SessionReply::done();
@@ -118,6 +131,9 @@ SessionReply SessionPointer::scroll(const SessionRequest &request)
     }
     if (!input.abilities().scroll) {
         return unsupported();
+    }
+    if (const auto refusal = refusalOf(input)) {
+        return *refusal;
     }
     input.scroll(static_cast<int>(dx), static_cast<int>(dy));
     return SessionReply::done();

@@ -24,6 +24,7 @@ struct DesktopInputRecord
     QStringList calls;
     /// Whether presses and texts are done before the call returns. Otherwise they wait.
     bool isPrompt = true;
+    platform::DesktopInput::Readiness readiness = platform::DesktopInput::Readiness::Ready;
     /// What is answered.
     bool succeeds = true;
     /// Completes the press or text that has waited longest, unless its context is gone.
@@ -47,6 +48,7 @@ public:
     explicit RecordingDesktopInput(DesktopInputRecord &sharedRecord) : record(sharedRecord) {}
 
     Abilities abilities() const override { return record.abilities; }
+    Readiness makeReady() override { return record.readiness; }
 
     void press(const platform::Key &key, const platform::KeyModifiers &modifiers, QObject *context,
                Done done) override

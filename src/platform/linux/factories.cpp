@@ -16,6 +16,8 @@
 #include "platform/linux/input/NullEventServices.h"
 #include "platform/linux/input/WlrootsEventServices.h"
 #include "platform/linux/input/X11EventServices.h"
+#include "platform/linux/portal/PortalEventServices.h"
+#include "platform/linux/portal/PortalPresence.h"
 #include "platform/linux/session/AvahiWatch.h"
 #include "platform/linux/session/DesktopNotifications.h"
 #include "platform/linux/session/InputRoute.h"
@@ -27,6 +29,7 @@
 #include "platform/linux/wayland/WaylandConnection.h"
 #include "platform/linux/x11/X11Server.h"
 
+#include <QDBusConnection>
 #include <QGuiApplication>
 #include <QSystemTrayIcon>
 
@@ -74,6 +77,7 @@ SessionOffer offerOf(WaylandConnection &compositor, const X11Connection &display
         compositor.global(zwp_virtual_keyboard_manager_v1_interface) != nullptr;
     offer.hasVirtualPointer =
         compositor.global(zwlr_virtual_pointer_manager_v1_interface) != nullptr;
+    offer.hasPortal = offer.hasWayland && hasDesktopPortal();
     offer.hasX11 = display.isOpen();
     offer.isXwayland = offer.hasX11 && isXwayland(display);
     offer.canFakeInput = offer.hasX11 && canFakeInput(display);
@@ -106,6 +110,9 @@ std::unique_ptr<EventServices> makeEventServices()
     case InputRoute::Wlroots:
         return makeWlrootsServices();
     case InputRoute::Portal:
+        return std::make_unique<PortalEventServices>(QDBusConnection::sessionBus(),
+                                                     RestoreToken::ofUser(), makeScreens(),
+                                                     PortalPointer::wheelStepOfDesktop());
     case InputRoute::NoneInWayland:
         break;
     case InputRoute::NoneWithoutXtest:

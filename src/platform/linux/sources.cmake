@@ -52,6 +52,20 @@ target_sources(vornaserver PRIVATE
   platform/linux/input/XkbCandidates.cpp
   platform/linux/input/XkbKeyFinder.cpp
   platform/linux/input/XkbSymbolFinder.cpp
+  platform/linux/portal/EvdevKeys.cpp
+  platform/linux/portal/PortalBus.cpp
+  platform/linux/portal/PortalDesktopInput.cpp
+  platform/linux/portal/PortalEvent.cpp
+  platform/linux/portal/PortalEventServices.cpp
+  platform/linux/portal/PortalKeyboard.cpp
+  platform/linux/portal/PortalLayout.cpp
+  platform/linux/portal/PortalOutbox.cpp
+  platform/linux/portal/PortalPointer.cpp
+  platform/linux/portal/PortalPresence.cpp
+  platform/linux/portal/PortalRequest.cpp
+  platform/linux/portal/PortalTypist.cpp
+  platform/linux/portal/RemoteDesktopPortal.cpp
+  platform/linux/portal/RestoreToken.cpp
   platform/linux/session/AvahiWatch.cpp
   platform/linux/session/DesktopNotifications.cpp
   platform/linux/session/DisplayAccess.cpp

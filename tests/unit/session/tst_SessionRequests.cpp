@@ -20,6 +20,8 @@ private slots:
     void faultyRequestsAreRefused();
     void whatTheDesktopCannotDoIsUnsupported_data();
     void whatTheDesktopCannotDoIsUnsupported();
+    void inputWaitsForTheConsentOfTheDesktop_data();
+    void inputWaitsForTheConsentOfTheDesktop();
     void aKeyThatTheDesktopDoesNotHaveIsUnknown();
     void unfinishedTextFails();
 
@@ -224,6 +226,29 @@ void tst_SessionRequests::whatTheDesktopCannotDoIsUnsupported()
     SessionClient client(path());
     QCOMPARE(errorOf(client, request, fields), u"unsupported"_s);
     QCOMPARE(record.calls, QStringList());
+}
+
+void tst_SessionRequests::inputWaitsForTheConsentOfTheDesktop_data()
+{
+    whatTheDesktopCannotDoIsUnsupported_data();
+}
+
+void tst_SessionRequests::inputWaitsForTheConsentOfTheDesktop()
+{
+    QFETCH(QString, request);
+    QFETCH(QByteArray, fields);
+    using Readiness = platform::DesktopInput::Readiness;
+    SessionClient client(path());
+    record.readiness = Readiness::ConsentPending;
+    QCOMPARE(errorOf(client, request, fields), u"consent-pending"_s);
+    record.readiness = Readiness::Refused;
+    QCOMPARE(errorOf(client, request, fields), u"consent-refused"_s);
+    record.readiness = Readiness::Unavailable;
+    QCOMPARE(errorOf(client, request, fields), u"failed"_s);
+    QCOMPARE(record.calls, QStringList());
+    record.readiness = Readiness::Ready;
+    QCOMPARE(errorOf(client, request, fields), u"ok"_s);
+    QVERIFY(!record.calls.isEmpty());
 }
 
 void tst_SessionRequests::aKeyThatTheDesktopDoesNotHaveIsUnknown()

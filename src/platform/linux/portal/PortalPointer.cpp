@@ -1,0 +1,153 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "platform/linux/portal/PortalPointer.h"
+
+#include "platform/linux/applications/XdgDirectories.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include <linux/input-event-codes.h>
+
+using namespace Qt::StringLiterals;
+
+namespace platform {
+
+namespace {
+
+int codeOf(PointerButton button)
+{
+    switch (button) {
+    case PointerButton::Left:
+        return BTN_LEFT;
+    case PointerButton::Middle:
+        return BTN_MIDDLE;
+    case PointerButton::Right:
+        return BTN_RIGHT;
+    case PointerButton::Back:
+        return BTN_SIDE;
+    case PointerButton::Forward:
+        return BTN_EXTRA;
+    }
+    return BTN_LEFT;
+}
+
+/// The next place on the screen; its last pixel is the last place.
+Location nearestOn(const QRect &screen, const Location &wanted)
+{
+    return {std::clamp(wanted.x, double(screen.left()), double(screen.right())),
+            std::clamp(wanted.y, double(screen.top()), double(screen.bottom()))};
+}
+
+bool isOn(const QRect &screen, const Location &place)
+{
+    return place.x >= screen.left() && place.x < screen.left() + screen.width() &&
+           place.y >= screen.top() && place.y < screen.top() + screen.height();
+}
+
+bool isFinite(const Location &place)
+{
+    return std::isfinite(place.x) && std::isfinite(place.y);
+}
+
+} // namespace
+
+Location PortalPointer::location()
+{
+    if (!place) {
+        const QList<Screen> all = screens.all();
+        const QPoint middle = all.isEmpty() ? QPoint() : all.constFirst().place.center();
+        place = Location{double(middle.x()), double(middle.y())};
+    }
+    return *place;
+}
+
+void PortalPointer::moveBy(double dx, double dy)
+{
+    const Location from = location();
+    const Location wanted{from.x + dx, from.y + dy};
+    if (!isFinite(wanted) || (dx == 0 && dy == 0)) {
+        return;
+    }
+    if (outbox.add(PortalEvent::motion(dx, dy))) {
+        place = onScreens(wanted);
+    }
+}
+
+void PortalPointer::moveTo(const Location &position)
+{
+    const Location from = location();
+    if (isFinite(position)) {
+        const Location to = onScreens(position);
+        moveBy(to.x - from.x, to.y - from.y);
+    }
+}
+
+void PortalPointer::press(PointerButton button)
+{
+    release(button);
+    if (outbox.add(PortalEvent::button(codeOf(button), true))) {
+        held.push_back(button);
+    }
+}
+
+void PortalPointer::release(PointerButton button)
+{
+    if (std::erase(held, button) != 0) {
+        outbox.add(PortalEvent::button(codeOf(button), false));
+    }
+}
+
+PortalPointer::WheelStep PortalPointer::wheelStepOfDesktop()
+{
+    const QStringList names = XdgDirectories::fromEnvironment().desktops;
+    return names.contains("KDE"_L1) ? WheelStep::Pixel : WheelStep::Notch;
+}
+
+void PortalPointer::scroll(int dx, int dy)
+{
+    if (wheelStep == WheelStep::Pixel) {
+        stepsRight.add(dx);
+        stepsDown.add(dy);
+        turn(stepsRight.take(), stepsDown.take());
+    } else {
+        turn(dx / notch, dy / notch);
+        scrollRest(dx % notch, dy % notch);
+    }
+}
+
+void PortalPointer::turn(int right, int down)
+{
+    if (down != 0) {
+        outbox.add(PortalEvent::wheel(PortalEvent::Kind::VerticalWheel, down));
+    }
+    if (right != 0) {
+        outbox.add(PortalEvent::wheel(PortalEvent::Kind::HorizontalWheel, right));
+    }
+}
+
+void PortalPointer::scrollRest(int right, int down)
+{
+    constexpr double pixels = double(pixelsOfNotch) / notch;
+    if (right != 0 || down != 0) {
+        outbox.add(PortalEvent::scroll(right * pixels, down * pixels));
+    }
+}
+
+/// Desktops keep the pointer on the screen that it would leave, if there is none where it would go.
+Location PortalPointer::onScreens(const Location &wanted)
+{
+    const QList<Screen> all = screens.all();
+    const auto holds = [](const Location &point) {
+        return [&point](const Screen &screen) { return isOn(screen.place, point); };
+    };
+    if (all.isEmpty() || std::ranges::any_of(all, holds(wanted))) {
+        return wanted;
+    }
+    const Location from = location();
+    const auto current = std::ranges::find_if(all, holds(from));
+    return nearestOn(current == all.end() ? all.constFirst().place : current->place, wanted);
+}
+
+} // namespace platform
