@@ -49,9 +49,11 @@ void WlrootsKeyboard::drop()
 
 void WlrootsKeyboard::takeKeymap(const QByteArray &text)
 {
-    if (OwnKeymap::isNamed(text)) {
+    // A user at the keyboard brings the same one again and again.
+    if (OwnKeymap::isNamed(text) || text == lastTaken) {
         return;
     }
+    lastTaken = text;
     auto keys = LayoutKeys::fromText(text);
     // Other programs bring key maps for their texts.
     const bool isOfKeyboard = keys && keys->modifierKey(0, Modifier::Control);

@@ -81,6 +81,7 @@ private:
 
     WaylandOutbox &outbox;
     std::optional<LayoutKeys> layout;
+    QByteArray lastTaken; ///< The key map of the seat that was looked at last.
     std::optional<VirtualKeyboard> device;
     std::vector<HeldKey> heldKeys; ///< By time of press; a name at most once.
 };
