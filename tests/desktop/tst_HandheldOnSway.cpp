@@ -268,6 +268,12 @@ void tst_HandheldOnSway::killedServerLeavesNothingDown()
     const bool isReleased = waitUntil([this] { return isNothingDown(); });
     QVERIFY2(isReleased, qPrintable(u"%1 keys, %2 buttons"_s.arg(window->keysDown().size())
                                         .arg(window->buttonsDown().size())));
+    // The seat has not kept the button either: the next click is a whole one.
+    QVERIFY(scene->start());
+    Handheld next(scene->port());
+    window->clear();
+    QVERIFY(next.sendAndSettle(mouse(u"0"_s)));
+    QVERIFY(waitUntil([this] { return window->buttons().size() == 1 && isNothingDown(); }));
 }
 
 void tst_HandheldOnSway::endedServerLeavesNothingDown()

@@ -4,6 +4,7 @@
 #include "support/wayland/WaylandWindow.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -166,6 +167,11 @@ struct WaylandWindow::Listeners
         .capabilities =
             [](void *data, wl_seat *seat, std::uint32_t capabilities) {
                 Wire &parts = *self(data).wire;
+                // The last pointer of the seat has gone, and with it what it held.
+                if ((capabilities & WL_SEAT_CAPABILITY_POINTER) == 0 && parts.pointer) {
+                    wl_pointer_destroy(std::exchange(parts.pointer, nullptr));
+                    self(data).downButtons.clear();
+                }
                 if ((capabilities & WL_SEAT_CAPABILITY_KEYBOARD) != 0 && !parts.keyboard) {
                     parts.keyboard = wl_seat_get_keyboard(seat);
                     wl_keyboard_add_listener(parts.keyboard, &keyboard, data);

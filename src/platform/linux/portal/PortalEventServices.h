@@ -30,7 +30,7 @@ public:
                         std::unique_ptr<Screens> screensOfDesktop,
                         PortalPointer::WheelStep wheelStep);
     /// Releases the keys and buttons that are still down. A portal that does not answer holds it up
-    /// for half a second for each.
+    /// for a second.
     ~PortalEventServices() override;
 
     Location pointerLocation() override;

@@ -76,7 +76,10 @@ void PortalOutbox::end()
         std::ranges::reverse(down);
         for (PortalEvent event : down) {
             event.isDown = false;
-            portal.postAndWait(event);
+            // The end of the session releases what a silent portal does not.
+            if (!portal.postAndWait(event)) {
+                break;
+            }
         }
     }
     down.clear();

@@ -35,7 +35,8 @@ public:
     bool add(const PortalEvent &event);
     /// The session has ended, and with it everything that was down.
     void forget();
-    /// Drops what waits, and releases what is down. Waits for the portal, half a second for each.
+    /// Drops what waits, and releases what is down. Waits for a portal that answers, and a second
+    /// for one that does not.
     void end();
 
     /// Called from the event loop after each event that was handled.

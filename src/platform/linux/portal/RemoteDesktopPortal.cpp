@@ -350,9 +350,11 @@ void RemoteDesktopPortal::post(const PortalEvent &event, std::function<void()> h
             });
 }
 
-void RemoteDesktopPortal::postAndWait(const PortalEvent &event)
+bool RemoteDesktopPortal::postAndWait(const PortalEvent &event)
 {
-    portal.bus.call(callOf(event), QDBus::Block, static_cast<int>(limitAtEnd.count()));
+    const QDBusMessage reply =
+        portal.bus.call(callOf(event), QDBus::Block, static_cast<int>(limitAtEnd.count()));
+    return reply.type() == QDBusMessage::ReplyMessage;
 }
 
 void RemoteDesktopPortal::waitUntilHandled() const

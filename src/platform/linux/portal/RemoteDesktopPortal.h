@@ -61,8 +61,9 @@ public:
     /// Posts one event and calls back when the portal has handled it; not at all if the session
     /// ends first. Only in an open session.
     void post(const PortalEvent &event, std::function<void()> handled);
-    /// Posts it and waits, no longer than half a second. Only at the end.
-    void postAndWait(const PortalEvent &event);
+    /// Posts it and waits until it has been handled, no longer than half a second; whether it has.
+    /// Only at the end.
+    bool postAndWait(const PortalEvent &event);
     /// Waits until the event that was posted last has been handled, no longer than half a second.
     /// Only at the end.
     void waitUntilHandled() const;
