@@ -70,6 +70,8 @@ ControlsProgram::ControlsProgram(Kind which, const UserSession &session, Finder 
     // Without a graphics card, and without asking the bus of the machine.
     environment.insert(u"GSK_RENDERER"_s, u"cairo"_s);
     environment.insert(u"GTK_A11Y"_s, u"none"_s);
+    // What the session tells the server's sanitizer would make the program slow.
+    environment.insert(u"ASAN_OPTIONS"_s, qEnvironmentVariable("ASAN_OPTIONS"));
     process.setProcessEnvironment(environment);
     process.setStandardErrorFile(session.path(u"controls.log"_s));
     QStringList command = commandOf(kind, session, record());
