@@ -3,6 +3,9 @@
 
 #include "support/session/TypingScene.h"
 
+#include "support/Waiting.h"
+
+#include <QFile>
 #include <QJsonArray>
 
 #include <algorithm>
@@ -71,7 +74,7 @@ QList<std::pair<QByteArray, ControlsProgram::Kind>> TypingScene::programs()
 
 bool TypingScene::start()
 {
-    if (!desktop->start()) {
+    if (!desktop->start() || !waitUntil([this] { return QFile::exists(socketPath()); })) {
         return false;
     }
     client = std::make_unique<SessionClient>(socketPath());

@@ -11,6 +11,12 @@
 
 namespace platform {
 
+namespace {
+
+constexpr ModifierMask shift = 1;
+
+} // namespace
+
 VirtualKeyboard::VirtualKeyboard(zwp_virtual_keyboard_v1 *made, WaylandOutbox &outboxOfConnection)
     : device(made)
     , outbox(outboxOfConnection)
@@ -40,17 +46,28 @@ bool VirtualKeyboard::usesKeymap(const QByteArray &text) const
     return text.constData() == keymapInUse.constData() || text == keymapInUse;
 }
 
+/// With a new key map the compositor begins a state anew and tells programs only how it changes
+/// from there, while some of them still go by the one before. So the first one is sent after
+/// another.
 bool VirtualKeyboard::setState(ModifierMask modifiers, std::uint32_t group)
 {
     const State wanted{modifiers, group};
     if (state == wanted) {
         return false;
     }
+    if (!state) {
+        sendState({static_cast<ModifierMask>(wanted.modifiers ^ shift), wanted.group});
+    }
     state = wanted;
-    outbox.send([target = device.get(), wanted] {
-        zwp_virtual_keyboard_v1_modifiers(target, wanted.modifiers, 0, 0, wanted.group);
-    });
+    sendState(wanted);
     return true;
+}
+
+void VirtualKeyboard::sendState(const State &sent)
+{
+    outbox.send([target = device.get(), sent] {
+        zwp_virtual_keyboard_v1_modifiers(target, sent.modifiers, 0, 0, sent.group);
+    });
 }
 
 void VirtualKeyboard::setKey(std::uint8_t keycode, bool isDown)

@@ -46,6 +46,8 @@ private:
         bool operator==(const State &) const = default;
     };
 
+    void sendState(const State &sent);
+
     WaylandHandle<zwp_virtual_keyboard_v1, zwp_virtual_keyboard_v1_destroy> device;
     WaylandOutbox &outbox;
     QByteArray keymapInUse;
