@@ -85,6 +85,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/wayland/KeymapFile.cpp
   platform/linux/wayland/SeatKeymap.cpp
   platform/linux/wayland/WaylandConnection.cpp
+  platform/linux/wayland/WaylandHandles.cpp
   platform/linux/wayland/WaylandOutbox.cpp
   platform/linux/wayland/WaylandOutputs.cpp
   platform/linux/x11/TimedReply.cpp

@@ -48,7 +48,7 @@ private:
 
     void sendState(const State &sent);
 
-    WaylandHandle<zwp_virtual_keyboard_v1, zwp_virtual_keyboard_v1_destroy> device;
+    WaylandMember<zwp_virtual_keyboard_v1> device;
     WaylandOutbox &outbox;
     QByteArray keymapInUse;
     std::optional<State> state; ///< Nothing after a change of the key map.

@@ -106,7 +106,7 @@ bool WlrootsKeyboard::pressBorrowed(const Key &key, const KeyModifiers &modifier
         return false;
     }
     release(KeyName(key));
-    const TypingKeymap keymap(std::span(keysyms).first(1));
+    const TypingKeymap keymap(std::span(keysyms.data(), 1));
     const auto place = keymap.placeOf(keysyms.front());
     HeldKey held{KeyName(key), place->keycode, 0, layout->masksOf(0, modifiers), place->group, {}};
     held.modifierKeys = pressModifiers(0, held.modifiers);

@@ -78,7 +78,7 @@ private:
     WaylandConnection &connection;
     WaylandOutbox &outbox;
     const WaylandOutputs &outputs;
-    WaylandHandle<zwlr_virtual_pointer_v1, zwlr_virtual_pointer_v1_destroy> device;
+    WaylandMember<zwlr_virtual_pointer_v1> device;
     std::optional<Location> last; ///< Where the last move has led.
     Amount owedMotion;            ///< Pixels.
     Amount owedWheel;             ///< 120 is a notch.

@@ -46,8 +46,8 @@ private:
 
     WaylandConnection &connection;
     std::uint32_t global = 0;
-    WaylandHandle<wl_seat, wl_seat_destroy> seat;
-    WaylandHandle<wl_keyboard, wl_keyboard_release> keyboard;
+    WaylandMember<wl_seat> seat;
+    WaylandMember<wl_keyboard> keyboard;
 };
 
 } // namespace platform

@@ -52,7 +52,7 @@ private:
     void describe();
 
     WaylandConnection &connection;
-    WaylandHandle<zxdg_output_manager_v1, zxdg_output_manager_v1_destroy> manager;
+    WaylandMember<zxdg_output_manager_v1> manager;
     std::vector<std::unique_ptr<Output>> outputs; // As they were announced.
     QList<Screen> described;
 };
