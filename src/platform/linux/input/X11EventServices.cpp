@@ -51,7 +51,7 @@ X11EventServices::X11EventServices(X11Connection openConnection, const TypingTim
 void X11EventServices::lookBeforeSleep()
 {
     const auto look = [this] {
-        if (question) {
+        if (question && !hasRoom()) {
             takeInAll();
         }
     };
