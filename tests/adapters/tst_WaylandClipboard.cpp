@@ -5,6 +5,7 @@
 
 #include "platform/linux/clipboard/DataControlClipboard.h"
 
+#include "support/ExactTexts.h"
 #include "support/Waiting.h"
 #include "support/wayland/SwaySession.h"
 
@@ -50,7 +51,6 @@ private slots:
     void aTextThatIsSetMeanwhileIsThereAfterwards();
 
 private:
-    static void addTexts();
     std::optional<QString> text();
     bool becomes(const std::optional<QString> &expected)
     {
@@ -116,22 +116,9 @@ QByteArray tst_WaylandClipboard::paste()
     return program.readAllStandardOutput();
 }
 
-void tst_WaylandClipboard::addTexts()
-{
-    QTest::addColumn<QString>("text");
-    QTest::newRow("plain") << u"hello"_s;
-    QTest::newRow("lines") << u"a\nb\r\nc\rd\te\n"_s;
-    QTest::newRow("controls") << u"a\u0001\u001b[0m\u007f\u0085"_s;
-    QTest::newRow("zero") << u"a\0b"_s;
-    QTest::newRow("marks of the byte order") << u"\ufeffa\ufeff"_s;
-    QTest::newRow("no characters") << u"\ufffe\uffff\ufffd"_s;
-    QTest::newRow("other planes") << u"\U00010000\U0001f600\U0010ffff"_s;
-    QTest::newRow("long") << u"\U0001f600\u20acx"_s.repeated(200'000);
-}
-
 void tst_WaylandClipboard::textsOfOthersAreExact_data()
 {
-    addTexts();
+    ExactTexts::addRows();
 }
 
 void tst_WaylandClipboard::textsOfOthersAreExact()
@@ -143,7 +130,7 @@ void tst_WaylandClipboard::textsOfOthersAreExact()
 
 void tst_WaylandClipboard::othersGetOurTextsExactly_data()
 {
-    addTexts();
+    ExactTexts::addRows();
 }
 
 void tst_WaylandClipboard::othersGetOurTextsExactly()

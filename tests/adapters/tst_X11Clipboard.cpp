@@ -3,6 +3,7 @@
 
 #include "platform/linux/clipboard/X11Clipboard.h"
 
+#include "support/ExactTexts.h"
 #include "support/Waiting.h"
 #include "support/process/ChildProcess.h"
 #include "support/x11/XServer.h"
@@ -62,7 +63,6 @@ private slots:
 private:
     /// The text that the clipboard gives; waits until it is that one.
     bool becomes(const QString &text);
-    static void addTexts();
 
     std::unique_ptr<X11Clipboard> clipboard;
     int changes = 0;
@@ -165,24 +165,9 @@ void tst_X11Clipboard::anEndedWatchReportsNothing()
     QCOMPARE(changes, 0);
 }
 
-void tst_X11Clipboard::addTexts()
-{
-    QTest::addColumn<QString>("text");
-    QTest::newRow("plain") << u"hello"_s;
-    QTest::newRow("lines") << u"a\nb\r\nc\rd\te\n"_s;
-    QTest::newRow("controls") << u"a\u0001\u001b[0m\u007f\u0085"_s;
-    QTest::newRow("zero") << u"a\0b"_s;
-    QTest::newRow("marks of the byte order") << u"\ufeffa\ufeff"_s;
-    QTest::newRow("replacement") << u"\ufffd"_s;
-    QTest::newRow("no characters") << u"\ufffe\uffff"_s;
-    QTest::newRow("second plane") << u"\U00010000\U0001f600"_s;
-    QTest::newRow("last plane") << u"\U0010ffff"_s;
-    QTest::newRow("long") << u"\U0001f600\u20acx"_s.repeated(200'000);
-}
-
 void tst_X11Clipboard::textsOfOthersAreExact_data()
 {
-    addTexts();
+    ExactTexts::addRows();
 }
 
 void tst_X11Clipboard::textsOfOthersAreExact()
@@ -194,7 +179,7 @@ void tst_X11Clipboard::textsOfOthersAreExact()
 
 void tst_X11Clipboard::othersGetOurTextsExactly_data()
 {
-    addTexts();
+    ExactTexts::addRows();
 }
 
 /// Another program asks while this one serves it from its event loop.

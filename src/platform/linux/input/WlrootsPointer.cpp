@@ -3,6 +3,7 @@
 
 #include "platform/linux/input/WlrootsPointer.h"
 
+#include "platform/linux/input/ButtonCodes.h"
 #include "platform/linux/input/VirtualKeyboard.h"
 
 #include <algorithm>
@@ -22,23 +23,6 @@ constexpr double wireSteps = 256;
 constexpr double mostPixels = 200'000;
 constexpr double notch = 120;
 constexpr double mostUnits = 200 * notch;
-
-std::uint32_t codeOf(PointerButton button)
-{
-    switch (button) {
-    case PointerButton::Left:
-        return BTN_LEFT;
-    case PointerButton::Middle:
-        return BTN_MIDDLE;
-    case PointerButton::Right:
-        return BTN_RIGHT;
-    case PointerButton::Back:
-        return BTN_SIDE;
-    case PointerButton::Forward:
-        return BTN_EXTRA;
-    }
-    return BTN_LEFT;
-}
 
 /// The part of an amount that can be sent; the rest stays owed.
 wl_fixed_t takeSteps(double &owed)
@@ -241,7 +225,7 @@ void WlrootsPointer::turn(std::uint32_t axis, double units)
 void WlrootsPointer::setButton(PointerButton button, bool isDown)
 {
     sendMotion();
-    outbox.send([target = device.get(), code = codeOf(button), isDown] {
+    outbox.send([target = device.get(), code = static_cast<std::uint32_t>(codeOf(button)), isDown] {
         zwlr_virtual_pointer_v1_button(target, eventTime(), code,
                                        isDown ? WL_POINTER_BUTTON_STATE_PRESSED
                                               : WL_POINTER_BUTTON_STATE_RELEASED);

@@ -4,34 +4,16 @@
 #include "platform/linux/portal/PortalPointer.h"
 
 #include "platform/linux/applications/XdgDirectories.h"
+#include "platform/linux/input/ButtonCodes.h"
 
 #include <algorithm>
 #include <cmath>
-
-#include <linux/input-event-codes.h>
 
 using namespace Qt::StringLiterals;
 
 namespace platform {
 
 namespace {
-
-int codeOf(PointerButton button)
-{
-    switch (button) {
-    case PointerButton::Left:
-        return BTN_LEFT;
-    case PointerButton::Middle:
-        return BTN_MIDDLE;
-    case PointerButton::Right:
-        return BTN_RIGHT;
-    case PointerButton::Back:
-        return BTN_SIDE;
-    case PointerButton::Forward:
-        return BTN_EXTRA;
-    }
-    return BTN_LEFT;
-}
 
 /// The next place on the screen; its last pixel is the last place.
 Location nearestOn(const QRect &screen, const Location &wanted)
