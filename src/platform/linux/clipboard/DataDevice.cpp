@@ -3,12 +3,11 @@
 
 #include "platform/linux/clipboard/DataDevice.h"
 
+#include "platform/linux/clipboard/TextTypes.h"
 #include "platform/linux/wayland/WaylandConnection.h"
 #include "platform/linux/wayland/WaylandHandles.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -71,17 +70,6 @@ struct WlrNames
 /// The first version of both has all that is needed; the later one of wlroots adds the primary
 /// selection.
 constexpr std::uint32_t version = 1;
-
-/// The types of plain text, the best first; all of them are UTF-8. By design: a list of files is no
-/// text.
-constexpr std::array textTypes = {"text/plain;charset=utf-8", "text/plain", "UTF8_STRING", "STRING",
-                                  "TEXT"};
-
-/// The place in the list; its size for other types.
-std::size_t rankOf(std::string_view type)
-{
-    return static_cast<std::size_t>(std::ranges::find(textTypes, type) - textTypes.begin());
-}
 
 /// A compositor announces an offer just before it says what it is for; more are not kept.
 constexpr std::size_t mostUnusedOffers = 4;

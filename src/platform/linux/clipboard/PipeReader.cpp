@@ -12,6 +12,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 namespace platform {
 
@@ -20,23 +21,40 @@ namespace {
 /// How many bytes are read before other parts of the program have their turn: what a pipe holds.
 constexpr qsizetype readSize = 64 * 1024;
 
+bool isStream(const Descriptor &end)
+{
+    struct stat status = {};
+    return fstat(end.get(), &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
+}
+
 } // namespace
 
 /// Only our end never waits: many programs do not expect that of the end that they write to.
 Descriptor PipeReader::start()
 {
-    stop();
     std::array<int, 2> ends = {-1, -1};
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+        stop();
         return Descriptor(-1);
     }
-    pipe = Descriptor(ends[0]);
+    Descriptor target(ends[1]);
+    start(Descriptor(ends[0]));
+    return target;
+}
+
+bool PipeReader::start(Descriptor end)
+{
+    stop();
+    if (!isStream(end)) {
+        return false;
+    }
+    pipe = std::move(end);
     fcntl(pipe.get(), F_SETFL, O_NONBLOCK);
     // A mark of the byte order at the beginning belongs to the text.
     decoder = QStringDecoder(QStringConverter::Utf8, QStringConverter::Flag::ConvertInitialBom);
     readable = std::make_unique<QSocketNotifier>(pipe.get(), QSocketNotifier::Read);
     connect(readable.get(), &QSocketNotifier::activated, this, &PipeReader::read);
-    return Descriptor(ends[1]);
+    return true;
 }
 
 /// May be called by the notifier, which must live until it has returned.

@@ -25,6 +25,9 @@ public:
     /// Opens another pipe, whatever becomes of the one before, and returns its end for the writer,
     /// which waits when the pipe is full. Not open if there is no descriptor left.
     Descriptor start();
+    /// The same with the end of a pipe, or a socket, that another program has made for us. False if
+    /// it is something else: reading that might wait.
+    bool start(Descriptor end);
     /// Closes the pipe without a report.
     void stop();
 
