@@ -118,9 +118,10 @@ void tst_PortalInput::begin(PortalScene::Role role)
 {
     scene = std::make_unique<PortalScene>(role);
     QVERIFY(scene->isReady());
-    services =
-        std::make_unique<PortalEventServices>(scene->connection(), RestoreToken(scene->tokenFile()),
-                                              std::make_unique<TwoScreens>(), wheelStep);
+    services = std::make_unique<PortalEventServices>(
+        std::make_shared<RemoteDesktopPortal>(scene->connection(),
+                                              RestoreToken(scene->tokenFile())),
+        std::make_unique<TwoScreens>(), wheelStep);
     services->session().shortestPause = 100ms;
 }
 

@@ -110,9 +110,10 @@ std::unique_ptr<EventServices> makeEventServices()
     case InputRoute::Wlroots:
         return makeWlrootsServices();
     case InputRoute::Portal:
-        return std::make_unique<PortalEventServices>(QDBusConnection::sessionBus(),
-                                                     RestoreToken::ofUser(), makeScreens(),
-                                                     PortalPointer::wheelStepOfDesktop());
+        return std::make_unique<PortalEventServices>(
+            std::make_shared<RemoteDesktopPortal>(QDBusConnection::sessionBus(),
+                                                  RestoreToken::ofUser()),
+            makeScreens(), PortalPointer::wheelStepOfDesktop());
     case InputRoute::NoneInWayland:
         break;
     case InputRoute::NoneWithoutXtest:

@@ -57,12 +57,14 @@ target_sources(vornaserver PRIVATE
   platform/linux/portal/PortalDesktopInput.cpp
   platform/linux/portal/PortalEvent.cpp
   platform/linux/portal/PortalEventServices.cpp
+  platform/linux/portal/PortalHandshake.cpp
   platform/linux/portal/PortalKeyboard.cpp
   platform/linux/portal/PortalLayout.cpp
   platform/linux/portal/PortalOutbox.cpp
   platform/linux/portal/PortalPointer.cpp
   platform/linux/portal/PortalPresence.cpp
   platform/linux/portal/PortalRequest.cpp
+  platform/linux/portal/PortalSession.cpp
   platform/linux/portal/PortalTypist.cpp
   platform/linux/portal/RemoteDesktopPortal.cpp
   platform/linux/portal/RestoreToken.cpp
