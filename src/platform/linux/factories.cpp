@@ -16,9 +16,11 @@
 #include "platform/linux/input/NullEventServices.h"
 #include "platform/linux/input/WlrootsEventServices.h"
 #include "platform/linux/input/X11EventServices.h"
+#include "platform/linux/portal/PortalClipboard.h"
 #include "platform/linux/portal/PortalEventServices.h"
 #include "platform/linux/portal/PortalPresence.h"
 #include "platform/linux/session/AvahiWatch.h"
+#include "platform/linux/session/ClipboardRoute.h"
 #include "platform/linux/session/DesktopNotifications.h"
 #include "platform/linux/session/InputRoute.h"
 #include "platform/linux/session/StatusNotifierHosts.h"
@@ -84,6 +86,33 @@ SessionOffer offerOf(WaylandConnection &compositor, const X11Connection &display
     return offer;
 }
 
+/// Without a compositor it is null.
+ClipboardOffer clipboardOfferOf(WaylandConnection *compositor)
+{
+    ClipboardOffer offer;
+    offer.isToolkitOnX11 = isToolkitOnX11();
+    if (compositor != nullptr) {
+        offer.hasWayland = true;
+        offer.hasDataControl = hasDataControl(*compositor);
+        offer.isInputByPortal =
+            inputRouteOf(offerOf(*compositor, X11Connection())) == InputRoute::Portal;
+    }
+    return offer;
+}
+
+/// Input and clipboard share one session, so that the user is asked once.
+std::shared_ptr<RemoteDesktopPortal> portalOfDesktop()
+{
+    static std::weak_ptr<RemoteDesktopPortal> shared;
+    auto portal = shared.lock();
+    if (!portal) {
+        portal = std::make_shared<RemoteDesktopPortal>(QDBusConnection::sessionBus(),
+                                                       RestoreToken::ofUser());
+        shared = portal;
+    }
+    return portal;
+}
+
 std::unique_ptr<EventServices> makeX11Services(X11Connection display)
 {
     auto services = std::make_unique<X11EventServices>(std::move(display));
@@ -110,10 +139,8 @@ std::unique_ptr<EventServices> makeEventServices()
     case InputRoute::Wlroots:
         return makeWlrootsServices();
     case InputRoute::Portal:
-        return std::make_unique<PortalEventServices>(
-            std::make_shared<RemoteDesktopPortal>(QDBusConnection::sessionBus(),
-                                                  RestoreToken::ofUser()),
-            makeScreens(), PortalPointer::wheelStepOfDesktop());
+        return std::make_unique<PortalEventServices>(portalOfDesktop(), makeScreens(),
+                                                     PortalPointer::wheelStepOfDesktop());
     case InputRoute::NoneInWayland:
         break;
     case InputRoute::NoneWithoutXtest:
@@ -136,15 +163,18 @@ std::unique_ptr<EventServices> makeEventServices()
 
 std::unique_ptr<Clipboard> makeClipboard()
 {
-    if (auto compositor = answeringCompositor()) {
-        if (hasDataControl(*compositor)) {
-            return std::make_unique<DataControlClipboard>(std::move(compositor));
-        }
-        // Never the toolkit's: without the focus it gives back its own text, whatever others copy.
+    auto compositor = answeringCompositor();
+    switch (clipboardRouteOf(clipboardOfferOf(compositor.get()))) {
+    case ClipboardRoute::DataControl:
+        return std::make_unique<DataControlClipboard>(std::move(compositor));
+    case ClipboardRoute::Portal:
+        return std::make_unique<PortalClipboard>(portalOfDesktop());
+    case ClipboardRoute::NoneInWayland:
         return std::make_unique<NoClipboard>();
-    }
-    if (isToolkitOnX11()) {
+    case ClipboardRoute::X11:
         return std::make_unique<X11Clipboard>();
+    case ClipboardRoute::Toolkit:
+        break;
     }
     return std::make_unique<ToolkitClipboard>(
         ToolkitClipboard::Reach{.isReadable = false, .isWatchable = false});

@@ -54,6 +54,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/input/XkbSymbolFinder.cpp
   platform/linux/portal/EvdevKeys.cpp
   platform/linux/portal/PortalBus.cpp
+  platform/linux/portal/PortalClipboard.cpp
   platform/linux/portal/PortalDesktopInput.cpp
   platform/linux/portal/PortalEvent.cpp
   platform/linux/portal/PortalEventServices.cpp
@@ -64,11 +65,13 @@ target_sources(vornaserver PRIVATE
   platform/linux/portal/PortalPointer.cpp
   platform/linux/portal/PortalPresence.cpp
   platform/linux/portal/PortalRequest.cpp
+  platform/linux/portal/PortalSelection.cpp
   platform/linux/portal/PortalSession.cpp
   platform/linux/portal/PortalTypist.cpp
   platform/linux/portal/RemoteDesktopPortal.cpp
   platform/linux/portal/RestoreToken.cpp
   platform/linux/session/AvahiWatch.cpp
+  platform/linux/session/ClipboardRoute.cpp
   platform/linux/session/DesktopNotifications.cpp
   platform/linux/session/DisplayAccess.cpp
   platform/linux/session/InputRoute.cpp
