@@ -12,9 +12,14 @@ target_sources(vornaserver PRIVATE
   platform/linux/applications/MimeAssociations.cpp
   platform/linux/applications/WindowList.cpp
   platform/linux/applications/XdgDirectories.cpp
+  platform/linux/clipboard/Contents.cpp
+  platform/linux/clipboard/ContentsReader.cpp
   platform/linux/clipboard/DataControlClipboard.cpp
   platform/linux/clipboard/DataDevice.cpp
+  platform/linux/clipboard/DataLoan.cpp
+  platform/linux/clipboard/DataSelections.cpp
   platform/linux/clipboard/NoClipboard.cpp
+  platform/linux/clipboard/PipeBytes.cpp
   platform/linux/clipboard/PipeReader.cpp
   platform/linux/clipboard/PipeWriters.cpp
   platform/linux/clipboard/X11Clipboard.cpp

@@ -47,10 +47,11 @@ Descriptor withoutWaiting(const Descriptor &shared)
 class PipeWriters::Writer : public QObject
 {
 public:
-    Writer(Descriptor target, QByteArray bytes, QObject *parent)
+    Writer(Descriptor target, QByteArray bytes, std::function<void()> callAtEnd, QObject *parent)
         : QObject(parent)
         , pipe(std::move(target))
         , unwritten(std::move(bytes))
+        , written(std::move(callAtEnd))
         , writable(pipe.get(), QSocketNotifier::Write)
     {
         patience.setSingleShot(true);
@@ -70,8 +71,12 @@ private:
             patience.start();
         }
         const bool isBroken = count < 0 && errno != EAGAIN && errno != EINTR;
-        if (isBroken || offset == unwritten.size()) {
+        const bool isWritten = !isBroken && offset == unwritten.size();
+        if (isBroken || isWritten) {
             end();
+        }
+        if (isWritten) {
+            written();
         }
     }
 
@@ -84,6 +89,7 @@ private:
 
     Descriptor pipe;
     QByteArray unwritten;
+    std::function<void()> written;
     qsizetype offset = 0;
     QSocketNotifier writable;
     QTimer patience;
@@ -95,7 +101,8 @@ PipeWriters::PipeWriters()
     std::signal(SIGPIPE, SIG_IGN);
 }
 
-void PipeWriters::write(const Descriptor &target, const QByteArray &bytes)
+void PipeWriters::write(const Descriptor &target, const QByteArray &bytes,
+                        std::function<void()> written)
 {
     Descriptor pipe = withoutWaiting(target);
     if (!pipe.isOpen()) {
@@ -104,7 +111,7 @@ void PipeWriters::write(const Descriptor &target, const QByteArray &bytes)
     if (writers.children().size() >= mostWriters) {
         delete writers.children().constFirst();
     }
-    new Writer(std::move(pipe), bytes, &writers);
+    new Writer(std::move(pipe), bytes, std::move(written), &writers);
 }
 
 } // namespace platform
