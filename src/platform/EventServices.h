@@ -11,6 +11,8 @@
 
 namespace platform {
 
+class Clipboard;
+
 class DesktopInput;
 
 /// A virtual key code of the Mac keyboard (0 is the key A, 12 the key Q, ...).
@@ -99,7 +101,8 @@ public:
     virtual DesktopInput &input() = 0;
 };
 
-/// The adapter for the running session.
-std::unique_ptr<EventServices> makeEventServices();
+/// The adapter for the running session. Where no key has a character it is pasted from the
+/// clipboard, if there is one that can be lent, which must outlive the adapter.
+std::unique_ptr<EventServices> makeEventServices(Clipboard *clipboard = nullptr);
 
 } // namespace platform

@@ -9,13 +9,9 @@
 
 ServerAdapters ServerAdapters::ofHost(Pairing::Question question)
 {
-    return {platform::makeEventServices(),
-            platform::makeScriptingBridge(),
-            platform::makeClipboard(),
-            platform::makeScreens(),
-            DnsSd(),
-            platform::watchAdvertisementDaemon,
-            std::move(question),
-            Opener(),
-            platform::runtimeDirectory()};
+    auto clipboard = platform::makeClipboard();
+    auto events = platform::makeEventServices(clipboard.get());
+    return {std::move(clipboard),    std::move(events), platform::makeScriptingBridge(),
+            platform::makeScreens(), DnsSd(),           platform::watchAdvertisementDaemon,
+            std::move(question),     Opener(),          platform::runtimeDirectory()};
 }

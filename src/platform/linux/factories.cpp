@@ -100,7 +100,7 @@ std::unique_ptr<EventServices> makeWlrootsServices()
 
 } // namespace
 
-std::unique_ptr<EventServices> makeEventServices()
+std::unique_ptr<EventServices> makeEventServices(Clipboard *clipboard)
 {
     WaylandConnection compositor;
     X11Connection display;
@@ -110,9 +110,9 @@ std::unique_ptr<EventServices> makeEventServices()
     case InputRoute::Wlroots:
         return makeWlrootsServices();
     case InputRoute::Portal:
-        return std::make_unique<PortalEventServices>(QDBusConnection::sessionBus(),
-                                                     RestoreToken::ofUser(), makeScreens(),
-                                                     PortalPointer::wheelStepOfDesktop());
+        return std::make_unique<PortalEventServices>(
+            QDBusConnection::sessionBus(), RestoreToken::ofUser(), makeScreens(),
+            PortalPointer::wheelStepOfDesktop(), clipboard);
     case InputRoute::NoneInWayland:
         break;
     case InputRoute::NoneWithoutXtest:

@@ -19,6 +19,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/clipboard/DataLoan.cpp
   platform/linux/clipboard/DataSelections.cpp
   platform/linux/clipboard/NoClipboard.cpp
+  platform/linux/clipboard/Paster.cpp
   platform/linux/clipboard/PipeBytes.cpp
   platform/linux/clipboard/PipeReader.cpp
   platform/linux/clipboard/PipeWriters.cpp
@@ -58,6 +59,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/input/XkbKeyFinder.cpp
   platform/linux/input/XkbSymbolFinder.cpp
   platform/linux/portal/EvdevKeys.cpp
+  platform/linux/portal/ForeignStretch.cpp
   platform/linux/portal/PortalBus.cpp
   platform/linux/portal/PortalDesktopInput.cpp
   platform/linux/portal/PortalEvent.cpp

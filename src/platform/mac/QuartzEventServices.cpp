@@ -113,7 +113,7 @@ void QuartzEventServices::warnOnceWithoutPermission()
     }
 }
 
-std::unique_ptr<EventServices> makeEventServices()
+std::unique_ptr<EventServices> makeEventServices(Clipboard * /*clipboard*/)
 {
     return std::make_unique<QuartzEventServices>();
 }

@@ -22,11 +22,11 @@ QString translated(const char *text)
 
 PortalEventServices::PortalEventServices(const QDBusConnection &sessionBus, RestoreToken token,
                                          std::unique_ptr<Screens> screensOfDesktop,
-                                         PortalPointer::WheelStep wheelStep)
+                                         PortalPointer::WheelStep wheelStep, Clipboard *clipboard)
     : screens(std::move(screensOfDesktop))
     , portal(sessionBus, std::move(token))
     , pointer(outbox, *screens, wheelStep)
-    , desktopInput(portal, outbox, keyboard, pointer)
+    , desktopInput(portal, outbox, keyboard, pointer, clipboard)
     , asking{translated("The desktop asks whether VornaServer may control the keyboard and the "
                         "pointer. Allow it there; nothing is typed until then.")}
     , refused{translated("The keyboard and the pointer cannot be controlled because that was "
