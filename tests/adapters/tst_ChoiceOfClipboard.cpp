@@ -1,11 +1,14 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
+#include "platform/DesktopAdapters.h"
 #include "platform/linux/clipboard/DataControlClipboard.h"
 #include "platform/linux/clipboard/NoClipboard.h"
 #include "platform/linux/clipboard/X11Clipboard.h"
+#include "platform/linux/input/X11EventServices.h"
 #include "platform/linux/session/WaylandScreens.h"
 #include "platform/linux/session/X11Screens.h"
+#include "platform/linux/wayland/CompositorPatience.h"
 
 #include "support/MessageRecorder.h"
 #include "support/wayland/StandInCompositor.h"
@@ -17,7 +20,10 @@
 #include <QTest>
 #include <QThread>
 
+#include <chrono>
+
 using namespace platform;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -68,6 +74,8 @@ private slots:
     void aCompositorWithoutDataControlHasNoClipboard();
     void aCompositorThatIsGoneCountsForNothing();
     void whatCannotBeCopiedIsSaidOnce();
+    void aCompositorThatNeverAnswersHoldsUpTheStartOnce();
+    void whoeverWaitsForTheCompositorUsesUpTheSamePatience();
 };
 
 void tst_ChoiceOfClipboard::anX11SessionHasThoseOfX11()
@@ -122,6 +130,38 @@ void tst_ChoiceOfClipboard::whatCannotBeCopiedIsSaidOnce()
         ++answers;
     });
     QCOMPARE(answers, 1);
+}
+
+// Nobody runs this one's event loop while the test waits for it.
+void tst_ChoiceOfClipboard::aCompositorThatNeverAnswersHoldsUpTheStartOnce()
+{
+    const StandInCompositor silent;
+    QVERIFY(silent.isRunning());
+    const auto start = std::chrono::steady_clock::now();
+    const DesktopAdapters desktop = makeDesktopAdapters();
+    const auto waited = std::chrono::steady_clock::now() - start;
+    QVERIFY(waited >= 2s);
+    QVERIFY(waited < 3500ms);
+    QVERIFY(isA<X11EventServices>(desktop.events));
+    QVERIFY(isA<X11Clipboard>(desktop.clipboard));
+    QVERIFY(isA<X11Screens>(desktop.screens));
+}
+
+void tst_ChoiceOfClipboard::whoeverWaitsForTheCompositorUsesUpTheSamePatience()
+{
+    const StandInCompositor silent;
+    QVERIFY(silent.isRunning());
+    WaylandConnection first;
+    WaylandConnection second;
+    CompositorPatience patience(600ms);
+    CompositorPatience copy = patience;
+    const auto start = std::chrono::steady_clock::now();
+    QVERIFY(!patience.answers(first));
+    const auto end = std::chrono::steady_clock::now();
+    QVERIFY(end - start >= 600ms);
+    QVERIFY(!copy.answers(first));
+    QVERIFY(!copy.answers(second));
+    QVERIFY(std::chrono::steady_clock::now() - end < 500ms);
 }
 
 int main(int count, char **arguments)
