@@ -11,14 +11,11 @@
 #include "platform/linux/wayland/CompositorPatience.h"
 
 #include "support/MessageRecorder.h"
-#include "support/wayland/StandInCompositor.h"
+#include "support/wayland/CompositorThread.h"
 #include "support/x11/XServer.h"
 
-#include <QEventLoop>
 #include <QGuiApplication>
-#include <QSemaphore>
 #include <QTest>
-#include <QThread>
 
 #include <chrono>
 
@@ -26,34 +23,6 @@ using namespace platform;
 using namespace std::chrono_literals;
 
 namespace {
-
-/// A compositor that answers even while this thread waits for it.
-class CompositorThread
-{
-public:
-    explicit CompositorThread(StandInCompositor::Offer offer)
-    {
-        thread.reset(QThread::create([this, offer] {
-            const StandInCompositor compositor(offer);
-            isRunning = compositor.isRunning();
-            ready.release();
-            QEventLoop().exec();
-        }));
-        thread->start();
-        ready.acquire();
-    }
-    ~CompositorThread()
-    {
-        thread->quit();
-        thread->wait();
-    }
-
-    bool isRunning = false;
-
-private:
-    QSemaphore ready;
-    std::unique_ptr<QThread> thread;
-};
 
 template <typename Adapter, typename Contract> bool isA(const std::unique_ptr<Contract> &made)
 {
