@@ -11,8 +11,6 @@
 
 namespace platform {
 
-class Clipboard;
-
 class DesktopInput;
 
 /// A virtual key code of the Mac keyboard (0 is the key A, 12 the key Q, ...).
@@ -101,8 +99,8 @@ public:
     virtual DesktopInput &input() = 0;
 };
 
-/// The adapter for the running session. Where no key has a character it is pasted from the
-/// clipboard, if there is one that can be lent, which must outlive the adapter.
-std::unique_ptr<EventServices> makeEventServices(Clipboard *clipboard = nullptr);
+/// The adapter for the running session. It has no clipboard from which it could paste what no key
+/// has; see makeDesktopAdapters().
+std::unique_ptr<EventServices> makeEventServices();
 
 } // namespace platform

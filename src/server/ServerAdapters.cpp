@@ -3,15 +3,21 @@
 
 #include "server/ServerAdapters.h"
 
+#include "platform/DesktopAdapters.h"
 #include "platform/SessionHost.h"
 
 #include <utility>
 
 ServerAdapters ServerAdapters::ofHost(Pairing::Question question)
 {
-    auto clipboard = platform::makeClipboard();
-    auto events = platform::makeEventServices(clipboard.get());
-    return {std::move(clipboard),    std::move(events), platform::makeScriptingBridge(),
-            platform::makeScreens(), DnsSd(),           platform::watchAdvertisementDaemon,
-            std::move(question),     Opener(),          platform::runtimeDirectory()};
+    auto desktop = platform::makeDesktopAdapters();
+    return {std::move(desktop.clipboard),
+            std::move(desktop.events),
+            platform::makeScriptingBridge(),
+            std::move(desktop.screens),
+            DnsSd(),
+            platform::watchAdvertisementDaemon,
+            std::move(question),
+            Opener(),
+            platform::runtimeDirectory()};
 }

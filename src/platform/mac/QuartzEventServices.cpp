@@ -113,7 +113,7 @@ void QuartzEventServices::warnOnceWithoutPermission()
     }
 }
 
-std::unique_ptr<EventServices> makeEventServices(Clipboard * /*clipboard*/)
+std::unique_ptr<EventServices> makeEventServices()
 {
     return std::make_unique<QuartzEventServices>();
 }
