@@ -45,8 +45,9 @@ test_packages() {
 
 # What only the tests on large desktops need, beyond those of all tests: 300 MB to fetch.
 desktop_packages() {
-    printf '%s\n' at-spi2-core gir1.2-atspi-2.0 gnome-shell kwin-wayland qtwayland5 \
-        xdg-desktop-portal-gnome xdg-desktop-portal-kde
+    printf '%s\n' at-spi2-core gir1.2-atspi-2.0 gjs gnome-shell \
+        gnome-shell-extension-appindicator kwin-wayland qtwayland5 xdg-desktop-portal-gnome \
+        xdg-desktop-portal-kde
 }
 
 # What only the tests with a browser need: 120 MB to fetch, 410 MB on the disk.

@@ -109,8 +109,8 @@ void tst_PortalClipboard::init()
 
 void tst_PortalClipboard::cleanup()
 {
-    clipboard.reset();
     services.reset();
+    clipboard.reset();
     portal.reset();
     scene.reset();
     messages.reset();
@@ -123,9 +123,10 @@ void tst_PortalClipboard::begin(Role role)
     portal = std::make_shared<RemoteDesktopPortal>(scene->connection(),
                                                    RestoreToken(scene->tokenFile()));
     portal->shortestPause = 100ms;
-    services = std::make_unique<PortalEventServices>(portal, std::make_unique<TwoScreens>(),
-                                                     PortalPointer::WheelStep::Notch);
     clipboard = std::make_unique<PortalClipboard>(portal);
+    services = std::make_unique<PortalEventServices>(portal, std::make_unique<TwoScreens>(),
+                                                     PortalPointer::WheelStep::Notch,
+                                                     clipboard.get());
 }
 
 void tst_PortalClipboard::consent()
@@ -700,6 +701,8 @@ void tst_PortalClipboard::aClipboardMayEndAtAnyTime()
     bool isAnswered = false;
     clipboard->requestText([&](const std::optional<QString> & /*given*/) { isAnswered = true; });
     QVERIFY(scene->waitForLine(u"read text/plain"_s));
+    services = std::make_unique<PortalEventServices>(portal, std::make_unique<TwoScreens>(),
+                                                     PortalPointer::WheelStep::Notch, nullptr);
     clipboard.reset();
     QVERIFY(scene->command(u"paste TEXT"_s));
     QVERIFY(scene->command(u"copy TEXT"_s));

@@ -25,7 +25,7 @@ constexpr int FewCharacters = 120;
 /// change of the map, needs minutes for it. Then each has a desktop of its own.
 bool isAtLength()
 {
-    return !TypingDesk::isSway() &&
+    return !TypingDesk::isWayland() &&
            qEnvironmentVariableIntValue("VORNA_CHARACTERS") > FewCharacters;
 }
 
@@ -57,6 +57,7 @@ private slots:
 
 private:
     void startAnew();
+    static QString sample(Kind kind, const QString &layout);
 
     std::unique_ptr<TypingScene> typing;
 };
@@ -110,11 +111,18 @@ void tst_SessionTyping::everyCharacterArrives()
     QFETCH(Hindrance, hindrance);
     QVERIFY(typing->desk().useLayout(layout));
     QVERIFY(typing->open(kind));
-    const QString text =
-        RandomText(Seed).mixed(characters(), TypingScene::keyCaps(layout), [&](char32_t character) {
-            return TypingScene::isTaken(kind, character);
-        });
-    QCOMPARE(typing->type(text, hindrance), QByteArray());
+    QCOMPARE(typing->type(sample(kind, layout), hindrance), QByteArray());
+}
+
+QString tst_SessionTyping::sample(Kind kind, const QString &layout)
+{
+    RandomText text(Seed);
+    const QString keyCaps = TypingScene::keyCaps(layout);
+    const auto isTaken = [kind](char32_t character) {
+        return TypingScene::isTaken(kind, character);
+    };
+    return TypingDesk::typesAnything() ? text.mixed(characters(), keyCaps, isTaken)
+                                       : text.ofKeyCaps(characters(), keyCaps);
 }
 
 void tst_SessionTyping::programsThatAnswerAreNotWaitedFor_data()

@@ -5,6 +5,8 @@
 
 #include "platform/Clipboard.h"
 
+#include <QStringList>
+
 #include <utility>
 #include <vector>
 
@@ -33,6 +35,14 @@ public:
     bool isWatchable() const override { return canBeWatched; }
     void watch(std::function<void()> listener) override { changed = std::move(listener); }
 
+    bool canLend() const override { return canBeLent; }
+    void lend(const QString &text, platform::ClipboardBorrower &by) override
+    {
+        lent.append(text);
+        borrower = &by;
+    }
+    void endLoan() override { borrower = nullptr; }
+
     std::optional<QString> content;
     int timesSet = 0;
     int timesAsked = 0;
@@ -41,6 +51,10 @@ public:
     std::vector<TextReceiver> waiting;
     bool canBeRead = true;
     bool canBeWatched = true;
+    bool canBeLent = true;
+    /// What was lent, and to whom something is lent now, which tests tell the rest.
+    QStringList lent;
+    platform::ClipboardBorrower *borrower = nullptr;
     /// Empty while nobody watches.
     std::function<void()> changed;
 };

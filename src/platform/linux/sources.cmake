@@ -12,9 +12,15 @@ target_sources(vornaserver PRIVATE
   platform/linux/applications/MimeAssociations.cpp
   platform/linux/applications/WindowList.cpp
   platform/linux/applications/XdgDirectories.cpp
+  platform/linux/clipboard/Contents.cpp
+  platform/linux/clipboard/ContentsReader.cpp
   platform/linux/clipboard/DataControlClipboard.cpp
   platform/linux/clipboard/DataDevice.cpp
+  platform/linux/clipboard/DataLoan.cpp
+  platform/linux/clipboard/DataSelections.cpp
   platform/linux/clipboard/NoClipboard.cpp
+  platform/linux/clipboard/Paster.cpp
+  platform/linux/clipboard/PipeBytes.cpp
   platform/linux/clipboard/PipeReader.cpp
   platform/linux/clipboard/PipeWriters.cpp
   platform/linux/clipboard/X11Clipboard.cpp
@@ -53,6 +59,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/input/XkbKeyFinder.cpp
   platform/linux/input/XkbSymbolFinder.cpp
   platform/linux/portal/EvdevKeys.cpp
+  platform/linux/portal/ForeignStretch.cpp
   platform/linux/portal/PortalBus.cpp
   platform/linux/portal/PortalClipboard.cpp
   platform/linux/portal/PortalDesktopInput.cpp
@@ -87,6 +94,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/system/FolderSystem.cpp
   platform/linux/system/SessionHostSystem.cpp
   platform/linux/system/SocketSystem.cpp
+  platform/linux/wayland/CompositorPatience.cpp
   platform/linux/wayland/KeymapFile.cpp
   platform/linux/wayland/SeatKeymap.cpp
   platform/linux/wayland/WaylandConnection.cpp

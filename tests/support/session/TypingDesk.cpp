@@ -5,6 +5,7 @@
 
 #include "platform/linux/x11/XcbXkb.h"
 #include "support/session/ServerScene.h"
+#include "support/wayland/ShellScene.h"
 #include "support/wayland/SwayScene.h"
 #include "support/wayland/UserKeyboard.h"
 #include "support/x11/PhysicalKeyboard.h"
@@ -118,11 +119,92 @@ private:
     std::unique_ptr<UserKeyboard> keyboard;
 };
 
+/// The user's keyboard is one that GNOME Shell itself makes.
+class GnomeDesk : public TypingDesk
+{
+public:
+    bool start() override
+    {
+        return scene.problem().isEmpty() && scene.start() && scene.allow() &&
+               scene.session().evaluate(Keyboard) == "true";
+    }
+
+    QByteArray problemAtEnd() override { return scene.problemAtEnd(); }
+    const UserSession &session() const override { return scene.session(); }
+
+    std::unique_ptr<ControlsProgram> open(ControlsProgram::Kind kind) override
+    {
+        return std::make_unique<ControlsProgram>(kind, scene.session(), [this](qint64 process) {
+            return scene.session().frontWindow(process);
+        });
+    }
+
+    bool useLayout(const QString &layouts) override
+    {
+        const QString sources =
+            u"['xkb','"_s + QString(layouts).replace(u',', u"'],['xkb','"_s) + u"']"_s;
+        return scene.session().evaluate(
+                   u"(s => s.set_value('sources', new imports.gi.GLib.Variant('a(ss)', [%1])))"
+                   "(new Gio.Settings({schema_id: 'org.gnome.desktop.input-sources'}))"_s.arg(
+                       sources)) == "true" &&
+               isCurrent(layouts.section(u',', 0, 0));
+    }
+
+    void switchToLayout(int number) override
+    {
+        scene.session().evaluate(u"%1.inputSources[%2].activate(true)"_s.arg(Sources).arg(number));
+    }
+
+    void hinder(Hindrance hindrance, bool begins) override
+    {
+        // As the kernel numbers them (linux/input-event-codes.h).
+        const int key = hindrance == Hindrance::CapsLock ? 58 : 42;
+        if (hindrance == Hindrance::CapsLock || begins) {
+            notify(key, true);
+        }
+        if (hindrance == Hindrance::CapsLock || !begins) {
+            notify(key, false);
+        }
+    }
+
+    bool isPointerAt(const QPoint &place) const override
+    {
+        return scene.session().evaluate(u"global.get_pointer().slice(0, 2)"_s) ==
+               u"[%1,%2]"_s.arg(place.x()).arg(place.y()).toUtf8();
+    }
+
+private:
+    static inline const QString Keyboard =
+        u"(global.keyboardOfTest = imports.gi.Clutter.get_default_backend().get_default_seat()."
+        "create_virtual_device(imports.gi.Clutter.InputDeviceType.KEYBOARD_DEVICE)) != null"_s;
+    static inline const QString Sources = u"imports.ui.status.keyboard.getInputSourceManager()"_s;
+
+    bool isCurrent(const QString &layout) const
+    {
+        return waitUntil([&] {
+            return scene.session().evaluate(Sources + u".currentSource.id"_s) ==
+                   u"\"%1\""_s.arg(layout).toUtf8();
+        });
+    }
+
+    void notify(int key, bool isDown) const
+    {
+        scene.session().evaluate(
+            u"global.keyboardOfTest.notify_key(global.get_current_time() * 1000, %1, %2)"_s.arg(key)
+                .arg(isDown ? 1 : 0));
+    }
+
+    ShellScene scene{ShellScene::Shell::Gnome};
+};
+
 } // namespace
 
 std::unique_ptr<TypingDesk> TypingDesk::make()
 {
-    if (isSway()) {
+    if (isGnome()) {
+        return std::make_unique<GnomeDesk>();
+    }
+    if (isWayland()) {
         return std::make_unique<SwayDesk>();
     }
     return std::make_unique<X11Desk>();

@@ -18,9 +18,14 @@ public:
 
     virtual ~TypingDesk() = default;
 
-    /// A desktop of the kind that VORNA_DESKTOP names: "sway", or one of X11 without it.
+    /// A desktop of the kind that VORNA_DESKTOP names: "sway", "gnome" or "plasma", or one of X11
+    /// without it.
     static std::unique_ptr<TypingDesk> make();
-    static bool isSway() { return qgetenv("VORNA_DESKTOP") == "sway"; }
+    static bool isWayland() { return !qEnvironmentVariableIsEmpty("VORNA_DESKTOP"); }
+    static bool isGnome() { return qgetenv("VORNA_DESKTOP") == "gnome"; }
+
+    /// Whether the server can type what the user's layouts lack.
+    static bool typesAnything() { return !isGnome(); }
 
     /// Starts the server; false if it cannot.
     virtual bool start() = 0;

@@ -3,6 +3,7 @@
 
 #include "support/session/UserSession.h"
 
+#include "support/Folders.h"
 #include "support/Waiting.h"
 
 #include <QDir>
@@ -18,6 +19,7 @@ const char BusSettings[] =
 <busconfig>
   <type>session</type>
   <listen>unix:tmpdir=/tmp</listen>
+  FURTHER
   <policy context="default">
     <allow send_destination="*" eavesdrop="true"/>
     <allow eavesdrop="true"/>
@@ -72,18 +74,24 @@ void UserSession::beginAnew()
     makeFolders();
 }
 
-void UserSession::startBus()
+void UserSession::startBus(const QByteArray &further)
 {
-    const QString address = u"unix:path="_s + path(u"run/bus"_s);
-    QFile settings(path(u"bus.conf"_s));
-    require(settings.open(QIODevice::WriteOnly) && settings.write(BusSettings) > 0, "bus.conf");
-    settings.close();
-    bus.setProcessEnvironment(environment());
-    bus.setStandardErrorFile(path(u"bus.log"_s));
-    bus.start(u"dbus-daemon"_s, {u"--config-file="_s + settings.fileName(), u"--nofork"_s,
-                                 u"--nopidfile"_s, u"--address="_s + address});
-    require(waitUntil([this] { return QFile::exists(path(u"run/bus"_s)); }), "dbus-daemon");
-    sessionBusAddress = address;
+    sessionBusAddress = startBus(bus, u"bus"_s, further);
+}
+
+QString UserSession::startBus(ChildProcess &process, const QString &name, const QByteArray &further)
+{
+    const QString socket = path(u"run/"_s + name);
+    const QString address = u"unix:path="_s + socket;
+    const QString settings = path(name + u".conf"_s);
+    require(Folders::write(settings, QByteArray(BusSettings).replace("FURTHER", further)),
+            "the settings of a bus");
+    process.setProcessEnvironment(environment());
+    process.setStandardErrorFile(path(name + u".log"_s));
+    process.start(u"dbus-daemon"_s, {u"--config-file="_s + settings, u"--nofork"_s,
+                                     u"--nopidfile"_s, u"--address="_s + address});
+    require(waitUntil([&] { return QFile::exists(socket); }), "dbus-daemon");
+    return address;
 }
 
 void UserSession::endSessionBus()

@@ -59,7 +59,11 @@ protected:
     /// Sets the variables by which programs find the display.
     virtual void describeDisplay(QProcessEnvironment &environment) const = 0;
 
-    void startBus();
+    /// Starts the session bus. It starts no program but those whose services `further` names in the
+    /// language of the bus's settings.
+    void startBus(const QByteArray &further = {});
+    /// Starts another bus, which listens at run/NAME. Returns its address.
+    QString startBus(ChildProcess &process, const QString &name, const QByteArray &further = {});
     /// Notes a part that is not there.
     void require(bool isThere, const QByteArray &what);
 

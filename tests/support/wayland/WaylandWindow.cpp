@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <utility>
 
+#include <poll.h>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <wayland-client.h>
@@ -207,7 +208,7 @@ struct WaylandWindow::Listeners
     };
 };
 
-WaylandWindow::WaylandWindow(const QString &display)
+WaylandWindow::WaylandWindow(const QString &display, bool isFullScreen)
     : wire(std::make_unique<Wire>())
     , context(xkb_context_new(XKB_CONTEXT_NO_FLAGS))
 {
@@ -224,6 +225,9 @@ WaylandWindow::WaylandWindow(const QString &display)
     xdg_surface_add_listener(wire->window, &Listeners::window, this);
     wire->toplevel = xdg_surface_get_toplevel(wire->window);
     xdg_toplevel_add_listener(wire->toplevel, &Listeners::toplevel, this);
+    if (isFullScreen) {
+        xdg_toplevel_set_fullscreen(wire->toplevel, nullptr);
+    }
     wl_surface_commit(wire->surface);
     notifier =
         std::make_unique<QSocketNotifier>(wl_display_get_fd(wire->display), QSocketNotifier::Read);
@@ -271,6 +275,17 @@ void WaylandWindow::clear()
 void WaylandWindow::catchUp()
 {
     isOver = isOver || wl_display_roundtrip(wire->display) < 0;
+}
+
+bool WaylandWindow::waitForEvents(std::chrono::milliseconds limit)
+{
+    wl_display_flush(wire->display);
+    pollfd waiting{wl_display_get_fd(wire->display), POLLIN, 0};
+    if (poll(&waiting, 1, static_cast<int>(limit.count())) != 1) {
+        return false;
+    }
+    read();
+    return !isOver;
 }
 
 void WaylandWindow::stall()

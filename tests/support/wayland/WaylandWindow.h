@@ -12,12 +12,13 @@
 #include <QSocketNotifier>
 #include <QString>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <vector>
 
-/// A window of a Wayland session, over the whole output, that writes down what it gets from the
-/// keyboard and the pointer, as any program's toolkit would understand it.
+/// A window of a Wayland session, over the whole output if nobody hinders it, that writes down what
+/// it gets from the keyboard and the pointer, as any program's toolkit would understand it.
 class WaylandWindow : public QObject
 {
     Q_OBJECT
@@ -42,7 +43,8 @@ public:
         bool operator==(const Turn &) const = default;
     };
 
-    explicit WaylandWindow(const QString &display);
+    /// \param isFullScreen whether it asks for the whole output; sway gives it without being asked
+    explicit WaylandWindow(const QString &display, bool isFullScreen = false);
     ~WaylandWindow() override;
 
     /// In its place on the screen, and with the focus of a keyboard.
@@ -67,6 +69,10 @@ public:
     void clear();
     /// Takes in everything that the compositor has sent so far.
     void catchUp();
+
+    /// Takes in what the compositor sends next, without an event loop; false if nothing comes in
+    /// time.
+    bool waitForEvents(std::chrono::milliseconds limit);
 
     /// As a busy program: reads nothing until resume().
     void stall();

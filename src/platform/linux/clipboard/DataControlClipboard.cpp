@@ -6,8 +6,6 @@
 #include <chrono>
 #include <utility>
 
-#include <wayland-client.h>
-
 using namespace std::chrono_literals;
 
 namespace platform {
@@ -20,42 +18,32 @@ constexpr auto ownerPatience = 1s;
 } // namespace
 
 DataControlClipboard::DataControlClipboard(std::unique_ptr<WaylandConnection> openConnection)
-    : connection(std::move(openConnection))
+    : selections(std::move(openConnection))
 {
     ownerTime.setSingleShot(true);
     QObject::connect(&ownerTime, &QTimer::timeout, &reader, [this] { deliver(std::nullopt); });
     QObject::connect(&reader, &PipeReader::finished, &reader,
                      [this](const std::optional<QString> &text) { deliver(text); });
-    QObject::connect(connection.get(), &WaylandConnection::globalAdded, &reader,
-                     [this] { makeDevice(); });
-    QObject::connect(connection.get(), &WaylandConnection::lost, &reader, [this] { loseDevice(); });
-    makeDevice();
-}
-
-void DataControlClipboard::makeDevice()
-{
-    if (device) {
-        return;
-    }
-    device = makeDataDevice(*connection, *this);
-    if (device && ownText) {
-        device->offerText();
-    }
-}
-
-void DataControlClipboard::loseDevice()
-{
-    device.reset();
-    ownText.reset();
-    ownBytes.clear();
+    QObject::connect(&selections, &DataSelections::replaced, &reader, [this](Selection selection) {
+        if (selection == Selection::Clipboard) {
+            ownText.reset();
+        }
+    });
+    QObject::connect(&selections, &DataSelections::lost, &reader, [this] { ownText.reset(); });
+    QObject::connect(&selections, &DataSelections::changed, &reader, [this](Selection selection) {
+        if (selection == Selection::Clipboard && !loan.explainsChange()) {
+            reportChange();
+        }
+    });
 }
 
 void DataControlClipboard::setText(const QString &text)
 {
     ownText = text;
-    ownBytes = text.toUtf8();
-    if (device) {
-        device->offerText();
+    if (loan.isLent()) {
+        loan.replaceKept(contentsOf(text));
+    } else {
+        selections.put(Selection::Clipboard, contentsOf(text));
     }
 }
 
@@ -70,8 +58,8 @@ void DataControlClipboard::requestText(TextReceiver receiver)
 void DataControlClipboard::startTransfer()
 {
     ++transfers;
-    ownerTime.start(connection->isOpen() ? ownerPatience : 0s);
-    connection->afterEverything([this, number = transfers] {
+    ownerTime.start(selections.isConnected() ? ownerPatience : 0s);
+    selections.afterEverything([this, number = transfers] {
         if (number == transfers) {
             readContents();
         }
@@ -80,13 +68,20 @@ void DataControlClipboard::startTransfer()
 
 void DataControlClipboard::readContents()
 {
+    constexpr Selection clipboard = Selection::Clipboard;
     if (ownText) {
         deliver(ownText);
         return;
     }
-    const Descriptor target = device && device->hasText() ? reader.start() : Descriptor(-1);
+    if (loan.isLent() || selections.own(clipboard)) {
+        const auto &known = loan.isLent() ? loan.kept(clipboard) : selections.own(clipboard);
+        deliver(known ? textOf(*known) : std::nullopt);
+        return;
+    }
+    const auto type = textTypeOf(selections.types(clipboard));
+    const Descriptor target = type ? reader.start() : Descriptor(-1);
     if (target.isOpen()) {
-        device->receiveText(target);
+        selections.receive(clipboard, *type, target);
     } else {
         deliver(std::nullopt);
     }
@@ -105,35 +100,22 @@ void DataControlClipboard::watch(std::function<void()> report)
     changed = std::move(report);
 }
 
-void DataControlClipboard::contentsChanged()
+void DataControlClipboard::lend(const QString &text, ClipboardBorrower &borrower)
+{
+    loan.begin(text, borrower);
+}
+
+void DataControlClipboard::endLoan()
+{
+    loan.end();
+}
+
+void DataControlClipboard::reportChange()
 {
     // It may end the watch.
     if (const auto listener = changed) {
         listener();
     }
-}
-
-void DataControlClipboard::textWanted(Descriptor target)
-{
-    writers.write(target, ownBytes);
-}
-
-void DataControlClipboard::textReplaced()
-{
-    ownText.reset();
-    ownBytes.clear();
-}
-
-/// Later, for the device is still at work.
-void DataControlClipboard::deviceFinished()
-{
-    QMetaObject::invokeMethod(
-        &reader,
-        [this] {
-            device.reset();
-            makeDevice();
-        },
-        Qt::QueuedConnection);
 }
 
 } // namespace platform

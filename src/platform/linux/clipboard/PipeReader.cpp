@@ -3,96 +3,39 @@
 
 #include "platform/linux/clipboard/PipeReader.h"
 
-#include "platform/Clipboard.h"
-
-#include <QByteArray>
-
-#include <array>
-#include <cerrno>
 #include <utility>
-
-#include <fcntl.h>
-#include <sys/stat.h>
 
 namespace platform {
 
-namespace {
-
-/// How many bytes are read before other parts of the program have their turn: what a pipe holds.
-constexpr qsizetype readSize = 64 * 1024;
-
-bool isStream(const Descriptor &end)
+PipeReader::PipeReader()
 {
-    struct stat status = {};
-    return fstat(end.get(), &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
+    connect(&pipe, &PipeBytes::arrived, this,
+            [this](QByteArrayView bytes) { received += decoder(bytes); });
+    connect(&pipe, &PipeBytes::ended, this, [this](bool isWhole) {
+        QString text = std::exchange(received, {});
+        emit finished(isWhole ? std::optional(std::move(text)) : std::nullopt);
+    });
 }
 
-} // namespace
-
-/// Only our end never waits: many programs do not expect that of the end that they write to.
 Descriptor PipeReader::start()
 {
-    std::array<int, 2> ends = {-1, -1};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-        stop();
-        return Descriptor(-1);
-    }
-    Descriptor target(ends[1]);
-    start(Descriptor(ends[0]));
-    return target;
+    received = QString();
+    // A mark of the byte order at the beginning belongs to the text.
+    decoder = QStringDecoder(QStringConverter::Utf8, QStringConverter::Flag::ConvertInitialBom);
+    return pipe.start();
 }
 
 bool PipeReader::start(Descriptor end)
 {
-    stop();
-    if (!isStream(end)) {
-        return false;
-    }
-    pipe = std::move(end);
-    fcntl(pipe.get(), F_SETFL, O_NONBLOCK);
-    // A mark of the byte order at the beginning belongs to the text.
+    received = QString();
     decoder = QStringDecoder(QStringConverter::Utf8, QStringConverter::Flag::ConvertInitialBom);
-    readable = std::make_unique<QSocketNotifier>(pipe.get(), QSocketNotifier::Read);
-    connect(readable.get(), &QSocketNotifier::activated, this, &PipeReader::read);
-    return true;
+    return pipe.start(std::move(end));
 }
 
-/// May be called by the notifier, which must live until it has returned.
 void PipeReader::stop()
 {
-    if (readable) {
-        readable->setEnabled(false);
-        readable.release()->deleteLater();
-    }
-    pipe = Descriptor(-1);
-    receivedBytes = 0;
+    pipe.stop();
     received = QString();
-}
-
-void PipeReader::read()
-{
-    QByteArray bytes(readSize, Qt::Uninitialized);
-    const ssize_t count = ::read(pipe.get(), bytes.data(), static_cast<std::size_t>(bytes.size()));
-    if (count < 0) {
-        if (errno != EAGAIN && errno != EINTR) {
-            finish(std::nullopt);
-        }
-        return;
-    }
-    receivedBytes += count;
-    if (receivedBytes > maximumClipboardText) {
-        finish(std::nullopt);
-    } else if (count == 0) {
-        finish(received);
-    } else {
-        received += decoder(QByteArrayView(bytes.constData(), count));
-    }
-}
-
-void PipeReader::finish(std::optional<QString> text)
-{
-    stop();
-    emit finished(text);
 }
 
 } // namespace platform

@@ -3,14 +3,12 @@
 
 #pragma once
 
-#include "platform/posix/Descriptor.h"
+#include "platform/linux/clipboard/PipeBytes.h"
 
 #include <QObject>
-#include <QSocketNotifier>
 #include <QString>
 #include <QStringDecoder>
 
-#include <memory>
 #include <optional>
 
 namespace platform {
@@ -22,11 +20,10 @@ class PipeReader : public QObject
     Q_OBJECT
 
 public:
-    /// Opens another pipe, whatever becomes of the one before, and returns its end for the writer,
-    /// which waits when the pipe is full. Not open if there is no descriptor left.
+    PipeReader();
+
+    /// As PipeBytes::start().
     Descriptor start();
-    /// The same with the end of a pipe, or a socket, that another program has made for us. False if
-    /// it is something else: reading that might wait.
     bool start(Descriptor end);
     /// Closes the pipe without a report.
     void stop();
@@ -37,12 +34,7 @@ signals:
     void finished(const std::optional<QString> &text);
 
 private:
-    void read();
-    void finish(std::optional<QString> text);
-
-    Descriptor pipe{-1};
-    std::unique_ptr<QSocketNotifier> readable;
-    qsizetype receivedBytes = 0;
+    PipeBytes pipe;
     QStringDecoder decoder;
     QString received;
 };

@@ -22,11 +22,11 @@ QString translated(const char *text)
 
 PortalEventServices::PortalEventServices(std::shared_ptr<RemoteDesktopPortal> portalOfDesktop,
                                          std::unique_ptr<Screens> screensOfDesktop,
-                                         PortalPointer::WheelStep wheelStep)
+                                         PortalPointer::WheelStep wheelStep, Clipboard *clipboard)
     : screens(std::move(screensOfDesktop))
     , portal(std::move(portalOfDesktop))
     , pointer(outbox, *screens, wheelStep)
-    , desktopInput(*portal, outbox, keyboard, pointer)
+    , desktopInput(*portal, outbox, keyboard, pointer, clipboard)
     , asking{translated("The desktop asks whether VornaServer may control the keyboard and the "
                         "pointer. Allow it there; what other devices send is dropped until then.")}
     , refused{translated("The keyboard and the pointer cannot be controlled because that was "

@@ -27,9 +27,10 @@ namespace platform {
 class PortalEventServices final : public EventServices
 {
 public:
+    /// The clipboard, if there is one, types what the layouts lack; it must outlive the services.
     PortalEventServices(std::shared_ptr<RemoteDesktopPortal> portalOfDesktop,
                         std::unique_ptr<Screens> screensOfDesktop,
-                        PortalPointer::WheelStep wheelStep);
+                        PortalPointer::WheelStep wheelStep, Clipboard *clipboard);
     /// Releases the keys and buttons that are still down. A portal that does not answer holds it up
     /// for a second.
     ~PortalEventServices() override;

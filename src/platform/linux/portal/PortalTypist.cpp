@@ -7,19 +7,28 @@
 
 namespace platform {
 
+PortalTypist::PortalTypist(PortalKeyboard &keyboardOfPortal, PortalOutbox &outboxOfPortal,
+                           Clipboard *clipboard)
+    : keyboard(keyboardOfPortal)
+    , outbox(outboxOfPortal)
+    , paster(clipboard, [this] { return pressPasteKey(); })
+{
+}
+
 void PortalTypist::type(const QString &text, QObject *context, DesktopInput::Done done)
 {
-    tasks.push_back({text, 0, true, {context, std::move(done)}});
+    tasks.push_back({text, 0, true, true, {}, {context, std::move(done)}});
     onProgress();
 }
 
 void PortalTypist::onProgress()
 {
-    while (!tasks.empty() && outbox.isEmpty()) {
+    while (!tasks.empty() && outbox.isEmpty() && !paster.isPasting()) {
         Task &task = tasks.front();
         if (task.caller.isGone() || task.next >= task.text.size()) {
+            paster.end();
             finishFront(task.isComplete);
-        } else {
+        } else if (!pasteForeign(task)) {
             typeOne(task);
         }
     }
@@ -27,6 +36,7 @@ void PortalTypist::onProgress()
 
 void PortalTypist::fail()
 {
+    paster.end();
     // Those who are told may ask anew.
     const std::size_t failed = tasks.size();
     for (std::size_t count = 0; count < failed && !tasks.empty(); ++count) {
@@ -51,6 +61,44 @@ void PortalTypist::typeOne(Task &task)
     if (!keyboard.tap(character)) {
         task.isComplete = false;
     }
+}
+
+/// Whether it begins here, and is being pasted.
+bool PortalTypist::pasteForeign(Task &task)
+{
+    if (!task.canPaste || !paster.canPaste()) {
+        return false;
+    }
+    if (task.next >= task.foreign.end) {
+        task.foreign = foreignStretch(
+            task.text, task.next, [this](char32_t character) { return keyboard.has(character); });
+    }
+    if (task.foreign.isEmpty() || task.next != task.foreign.begin) {
+        return false;
+    }
+    const QString text = task.text.mid(task.next, task.foreign.end - task.next);
+    // The same task is in front then: others wait for it.
+    paster.paste(text, [this](bool isPasted) {
+        Task &front = tasks.front();
+        if (isPasted) {
+            front.next = front.foreign.end;
+        } else {
+            front.canPaste = false;
+            paster.end();
+        }
+        onProgress();
+    });
+    return true;
+}
+
+/// Terminals paste the primary selection by it, and others the clipboard. Control and V mean
+/// something else in terminals.
+bool PortalTypist::pressPasteKey()
+{
+    const Key insert{NamedKey::Insert, 0};
+    const bool isPressed = keyboard.press(insert, {.hasShift = true});
+    keyboard.release(insert);
+    return isPressed;
 }
 
 } // namespace platform
