@@ -1,34 +1,24 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "adapters/PortalScene.h"
-#include "platform/linux/portal/PortalClipboard.h"
-#include "platform/linux/portal/PortalEventServices.h"
+#include "adapters/PortalClipboardScene.h"
 #include "support/ExactTexts.h"
 #include "support/MessageRecorder.h"
 
-#include <QCryptographicHash>
 #include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
-
-using namespace platform;
-using namespace std::chrono_literals;
-
-using Role = PortalScene::Role;
-using State = RemoteDesktopPortal::State;
 
 namespace {
 
 const QStringList question{u"register vornaserver"_s, u"create"_s, u"select 3 2 -"_s,
                            u"request-clipboard"_s, u"start"_s};
-const QString ourTypes = u"set text/plain;charset=utf-8 text/plain UTF8_STRING STRING TEXT"_s;
 
 } // namespace
 
 /// The clipboard of the RemoteDesktop portal's session, with input by the same session. The portal
 /// is a stand-in: the one of this system is too old for a clipboard.
-class tst_PortalClipboard : public QObject
+class tst_PortalClipboard : public QObject, private PortalClipboardScene
 {
     Q_OBJECT
 
@@ -81,24 +71,7 @@ private slots:
     void endlessTypesAreRead();
 
 private:
-    void begin(Role role = Role::PortalWithClipboard);
-    void consent();
-    void open();
-    bool isAsked() { return scene->waitForLine(u"start"_s); }
-    State state() { return portal->state(); }
-
-    std::optional<QString> text();
-    bool becomes(const std::optional<QString> &expected);
-    bool copy(const QByteArray &content, const QString &types = u"text/plain"_s);
-    bool set(const QString &ours);
-    bool isPasted(int number, const QByteArray &content);
-
     std::unique_ptr<MessageRecorder> messages;
-    std::unique_ptr<PortalScene> scene;
-    std::shared_ptr<RemoteDesktopPortal> portal;
-    std::unique_ptr<PortalEventServices> services;
-    std::unique_ptr<PortalClipboard> clipboard;
-    int changes = 0;
 };
 
 void tst_PortalClipboard::init()
@@ -109,81 +82,8 @@ void tst_PortalClipboard::init()
 
 void tst_PortalClipboard::cleanup()
 {
-    services.reset();
-    clipboard.reset();
-    portal.reset();
-    scene.reset();
+    end();
     messages.reset();
-}
-
-void tst_PortalClipboard::begin(Role role)
-{
-    scene = std::make_unique<PortalScene>(role);
-    QVERIFY(scene->isReady());
-    portal = std::make_shared<RemoteDesktopPortal>(scene->connection(),
-                                                   RestoreToken(scene->tokenFile()));
-    portal->shortestPause = 100ms;
-    clipboard = std::make_unique<PortalClipboard>(portal);
-    services = std::make_unique<PortalEventServices>(portal, std::make_unique<TwoScreens>(),
-                                                     PortalPointer::WheelStep::Notch,
-                                                     clipboard.get());
-}
-
-void tst_PortalClipboard::consent()
-{
-    QVERIFY(isAsked());
-    QVERIFY(scene->command(u"answer 0"_s));
-    QVERIFY(eventually([this] { return state() == State::Open; }));
-    scene->forgetRecord();
-}
-
-void tst_PortalClipboard::open()
-{
-    begin();
-    QCOMPARE(text(), std::nullopt);
-    consent();
-}
-
-/// The next answer to a request; a failure of the test if there is none.
-std::optional<QString> tst_PortalClipboard::text()
-{
-    const auto answer = std::make_shared<std::optional<std::optional<QString>>>();
-    clipboard->requestText([answer](const std::optional<QString> &given) { *answer = given; });
-    QTest::qVerify(eventually([&] { return answer->has_value(); }), "is answered", "", __FILE__,
-                   __LINE__);
-    return answer->value_or(std::nullopt);
-}
-
-bool tst_PortalClipboard::becomes(const std::optional<QString> &expected)
-{
-    return waitUntil([&] { return text() == expected; });
-}
-
-/// Another program copies, and that has been announced.
-bool tst_PortalClipboard::copy(const QByteArray &content, const QString &types)
-{
-    const int before = changes;
-    clipboard->watch([this] { ++changes; });
-    return scene->command(u"text "_s + QString::fromLatin1(content.toHex())) &&
-           scene->command(u"copy "_s + types) && eventually([&] { return changes > before; });
-}
-
-/// We copy, and that has been announced.
-bool tst_PortalClipboard::set(const QString &ours)
-{
-    const int before = changes;
-    clipboard->watch([this] { ++changes; });
-    clipboard->setText(ours);
-    return eventually([&] { return changes > before; }) && scene->waitForLine(ourTypes);
-}
-
-bool tst_PortalClipboard::isPasted(int number, const QByteArray &content)
-{
-    const QByteArray hash = QCryptographicHash::hash(content, QCryptographicHash::Sha1).toHex();
-    return scene->waitForLine(u"pasted %1 %2 %3"_s.arg(number)
-                                  .arg(content.size())
-                                  .arg(QString::fromLatin1(hash))) &&
-           scene->waitForLine(u"write-done %1 1"_s.arg(number));
 }
 
 void tst_PortalClipboard::askingForATextHasTheUserAsked()
@@ -565,7 +465,7 @@ void tst_PortalClipboard::ourTextIsServedUnderEveryType()
     open();
     QVERIFY(set(u"ours €"_s));
     int number = 0;
-    for (const char *type : textTypes) {
+    for (const QByteArray &type : typesOf(contentsOf(QString()))) {
         QVERIFY(scene->command(u"paste "_s + QLatin1String(type)));
         QVERIFY(isPasted(++number, "ours \xe2\x82\xac"));
     }
@@ -701,8 +601,7 @@ void tst_PortalClipboard::aClipboardMayEndAtAnyTime()
     bool isAnswered = false;
     clipboard->requestText([&](const std::optional<QString> & /*given*/) { isAnswered = true; });
     QVERIFY(scene->waitForLine(u"read text/plain"_s));
-    services = std::make_unique<PortalEventServices>(portal, std::make_unique<TwoScreens>(),
-                                                     PortalPointer::WheelStep::Notch, nullptr);
+    services = makeServices(nullptr);
     clipboard.reset();
     QVERIFY(scene->command(u"paste TEXT"_s));
     QVERIFY(scene->command(u"copy TEXT"_s));

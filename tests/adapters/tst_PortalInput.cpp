@@ -3,15 +3,14 @@
 
 #include "adapters/PortalScene.h"
 #include "doubles/RecordingClipboard.h"
-#include "platform/linux/input/XkbHandles.h"
 #include "platform/linux/portal/PortalEventServices.h"
+#include "support/KeymapText.h"
 #include "support/MessageRecorder.h"
 #include "support/Waiting.h"
 
 #include <QFile>
 #include <QSignalSpy>
 
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -29,17 +28,6 @@ const QStringList question{u"create"_s, u"select 3 0 -"_s, u"start"_s};
 QStringList tapOf(char character)
 {
     return {u"keysym %1 1"_s.arg(int{character}), u"keysym %1 0"_s.arg(int{character})};
-}
-
-QByteArray keymapOf(const char *layout)
-{
-    const xkb_rule_names names{"evdev", "pc105", layout, "", ""};
-    const XkbContext context(xkb_context_new(XKB_CONTEXT_NO_ENVIRONMENT_NAMES));
-    const XkbKeymap keymap(
-        xkb_keymap_new_from_names(context.get(), &names, XKB_KEYMAP_COMPILE_NO_FLAGS));
-    const std::unique_ptr<char, decltype(&std::free)> text(
-        xkb_keymap_get_as_string(keymap.get(), XKB_KEYMAP_FORMAT_TEXT_V1), &std::free);
-    return text.get();
 }
 
 } // namespace
@@ -66,6 +54,7 @@ private slots:
     void textsArriveInTheirOrder();
     void whatTheLayoutLacksIsReported();
     void whatTheLayoutLacksIsPasted();
+    void aTextThatIsNotOnThePrimarySelectionIsPastedByAnotherKey();
     void whatNobodyPastesIsReported();
     void aTextWhoseOwnerGoesGivesTheClipboardBack();
     void aSessionThatEndsGivesTheClipboardBack();
@@ -370,6 +359,17 @@ void tst_PortalInput::whatTheLayoutLacksIsPasted()
     // What the layout has needs no clipboard.
     QCOMPARE(typed(u"xyz"_s), std::optional(true));
     QCOMPARE(clipboard.lent.size(), 2);
+}
+
+/// Shift and Insert would paste something else into a terminal.
+void tst_PortalInput::aTextThatIsNotOnThePrimarySelectionIsPastedByAnotherKey()
+{
+    clipboard.hasPrimary = false;
+    open();
+    beginToPaste(&context);
+    clipboard.borrower->textLent();
+    QVERIFY(scene->waitFor(tapOf('a') + QStringList{u"keycode 29 1"_s, u"keysym 118 1"_s,
+                                                    u"keysym 118 0"_s, u"keycode 29 0"_s}));
 }
 
 void tst_PortalInput::whatNobodyPastesIsReported()

@@ -14,15 +14,16 @@ target_sources(vornaserver PRIVATE
   platform/linux/applications/XdgDirectories.cpp
   platform/linux/clipboard/Contents.cpp
   platform/linux/clipboard/ContentsReader.cpp
-  platform/linux/clipboard/DataControlClipboard.cpp
   platform/linux/clipboard/DataDevice.cpp
-  platform/linux/clipboard/DataLoan.cpp
   platform/linux/clipboard/DataSelections.cpp
   platform/linux/clipboard/NoClipboard.cpp
   platform/linux/clipboard/Paster.cpp
   platform/linux/clipboard/PipeBytes.cpp
   platform/linux/clipboard/PipeReader.cpp
   platform/linux/clipboard/PipeWriters.cpp
+  platform/linux/clipboard/SelectionClipboard.cpp
+  platform/linux/clipboard/SelectionLoan.cpp
+  platform/linux/clipboard/Selections.h
   platform/linux/clipboard/X11Clipboard.cpp
   platform/linux/clipboard/X11SelectionReader.cpp
   platform/linux/factories.cpp
@@ -72,7 +73,8 @@ target_sources(vornaserver PRIVATE
   platform/linux/portal/PortalPointer.cpp
   platform/linux/portal/PortalPresence.cpp
   platform/linux/portal/PortalRequest.cpp
-  platform/linux/portal/PortalSelection.cpp
+  platform/linux/portal/PortalSelectionCalls.cpp
+  platform/linux/portal/PortalSelections.cpp
   platform/linux/portal/PortalSession.cpp
   platform/linux/portal/PortalTypist.cpp
   platform/linux/portal/RemoteDesktopPortal.cpp

@@ -29,19 +29,16 @@ bool isStream(const Descriptor &end)
 
 } // namespace
 
-/// Only our end never waits: many programs do not expect that of the end that they write to.
-Descriptor PipeBytes::start()
+PipeEnds openPipe()
 {
     std::array<int, 2> ends = {-1, -1};
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-        stop();
-        return Descriptor(-1);
+        return {};
     }
-    Descriptor target(ends[1]);
-    start(Descriptor(ends[0]));
-    return target;
+    return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
+/// Only our end never waits: many programs do not expect that of the end that they write to.
 bool PipeBytes::start(Descriptor end)
 {
     stop();

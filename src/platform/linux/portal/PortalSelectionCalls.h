@@ -3,14 +3,13 @@
 
 #pragma once
 
+#include "platform/linux/clipboard/PipeBytes.h"
 #include "platform/linux/portal/RemoteDesktopPortal.h"
-#include "platform/posix/Descriptor.h"
 
+#include <QByteArrayList>
 #include <QDBusMessage>
 #include <QObject>
-#include <QString>
 
-#include <cstddef>
 #include <functional>
 
 namespace platform {
@@ -18,32 +17,33 @@ namespace platform {
 /// The calls and signals of org.freedesktop.portal.Clipboard for the portal's session. All calls
 /// need an open session with a clipboard. Answers come from the event loop; not at all if this is
 /// destroyed first.
-class PortalSelection : public QObject
+class PortalSelectionCalls : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The end of a pipe; not open if the portal gives none.
-    using PipeReceiver = std::function<void(Descriptor pipe)>;
+    explicit PortalSelectionCalls(RemoteDesktopPortal &portalOfDesktop);
 
-    explicit PortalSelection(RemoteDesktopPortal &portalOfDesktop);
-
-    /// Makes a text of ours the contents.
-    void offerText(std::function<void(bool isOffered)> answered);
-    /// Has the owner of the contents write them into a pipe. Only if there is an owner which has
-    /// that type: otherwise a portal's backend was seen to end.
-    void receive(const QString &type, const PipeReceiver &receiver);
-    /// Asks for the pipe in which our text is wanted, by the number that textWanted() gave.
+    /// Does nothing, but all signals that the portal has sent before come before the answer.
+    void askNothing(std::function<void()> answered);
+    /// Makes something of ours the contents, in these types.
+    void offer(const QByteArrayList &types, std::function<void(bool isOffered)> answered);
+    /// Has the owner of the contents write them into a pipe; the end is not open if the portal
+    /// gives none. Only if there is an owner which has that type: otherwise a portal's backend was
+    /// seen to end.
+    void receive(const QByteArray &type, const PipeReceiver &receiver);
+    /// Asks for the pipe in which our contents are wanted, by the number that contentsWanted()
+    /// gave.
     void startWriting(uint transfer, const PipeReceiver &receiver);
     /// Must follow for each number, whether or not anything was written.
     void endWriting(uint transfer, bool isWhole);
 
 signals:
-    /// Others than before are the contents, or ours.
-    /// \param rank the place of the best type in textTypes; its size if there is no plain text
-    void contentsChanged(bool areOurs, std::size_t rank);
+    /// The contents are others than before, or ours, and have these types, up to
+    /// mostSelectionTypes.
+    void contentsChanged(bool areOurs, const QByteArrayList &types);
     /// Somebody wants the contents, which are ours.
-    void textWanted(const QString &type, uint transfer);
+    void contentsWanted(const QByteArray &type, uint transfer);
 
 private slots:
     void takeOwner(const QDBusMessage &signal);

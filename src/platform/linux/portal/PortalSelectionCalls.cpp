@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "platform/linux/portal/PortalSelection.h"
+#include "platform/linux/portal/PortalSelectionCalls.h"
 
-#include "platform/linux/clipboard/TextTypes.h"
+#include "platform/linux/clipboard/Selection.h"
 
 #include <QDBusArgument>
 #include <QDBusObjectPath>
@@ -11,7 +11,6 @@
 #include <QStringList>
 #include <QVariantMap>
 
-#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -27,28 +26,28 @@ namespace {
 constexpr std::chrono::milliseconds callLimit = 10s;
 
 /// They are announced as a list. GNOME wraps it into a structure.
-QStringList typesOf(const QVariant &value)
+QStringList listOf(const QVariant &value)
 {
     if (value.userType() != qMetaTypeId<QDBusArgument>()) {
         return value.toStringList();
     }
-    QStringList types;
+    QStringList list;
     const auto argument = value.value<QDBusArgument>();
     if (argument.currentSignature() == "(as)"_L1) {
         argument.beginStructure();
-        argument >> types;
+        argument >> list;
         argument.endStructure();
     }
-    return types;
+    return list;
 }
 
-std::size_t bestRankOf(const QStringList &types)
+QByteArrayList typesOf(const QVariant &value)
 {
-    std::size_t best = textTypes.size();
-    for (const QString &type : types) {
-        best = std::min(best, rankOf(type.toStdString()));
+    QByteArrayList types;
+    for (const QString &type : listOf(value).mid(0, mostSelectionTypes)) {
+        types.append(type.toUtf8());
     }
-    return best;
+    return types;
 }
 
 /// The descriptor of the reply, apart from the message's own; not open if there is none.
@@ -64,7 +63,8 @@ Descriptor descriptorOf(const QDBusMessage &reply)
 } // namespace
 
 /// From now on: the first contents may be announced before the session is said to be open.
-PortalSelection::PortalSelection(RemoteDesktopPortal &portalOfDesktop) : portal(portalOfDesktop)
+PortalSelectionCalls::PortalSelectionCalls(RemoteDesktopPortal &portalOfDesktop)
+    : portal(portalOfDesktop)
 {
     listen(u"SelectionOwnerChanged"_s, SLOT(takeOwner(QDBusMessage)));
     listen(u"SelectionTransfer"_s, SLOT(takeTransfer(QDBusMessage)));
@@ -72,13 +72,13 @@ PortalSelection::PortalSelection(RemoteDesktopPortal &portalOfDesktop) : portal(
 
 /// From whoever sends it: the toolkit would wait for the bus to look up a name, and the portal's
 /// own one changes when it is started again. isOurs() looks at the sender.
-void PortalSelection::listen(const QString &signal, const char *slot)
+void PortalSelectionCalls::listen(const QString &signal, const char *slot)
 {
     QDBusConnection bus = portal.connection();
     bus.connect(QString(), PortalBus::path(), PortalBus::clipboard(), signal, this, slot);
 }
 
-bool PortalSelection::isOurs(const QDBusMessage &signal, QLatin1String signature) const
+bool PortalSelectionCalls::isOurs(const QDBusMessage &signal, QLatin1String signature) const
 {
     const PortalSession *session = portal.session();
     return session != nullptr && signal.service() == session->portal().owner &&
@@ -86,55 +86,63 @@ bool PortalSelection::isOurs(const QDBusMessage &signal, QLatin1String signature
            signal.arguments().constFirst().value<QDBusObjectPath>().path() == session->path();
 }
 
-void PortalSelection::takeOwner(const QDBusMessage &signal)
+void PortalSelectionCalls::takeOwner(const QDBusMessage &signal)
 {
     if (isOurs(signal, "oa{sv}"_L1)) {
         const auto options = qdbus_cast<QVariantMap>(signal.arguments().at(1));
         emit contentsChanged(options.value(u"session_is_owner"_s).toBool(),
-                             bestRankOf(typesOf(options.value(u"mime_types"_s))));
+                             typesOf(options.value(u"mime_types"_s)));
     }
 }
 
-void PortalSelection::takeTransfer(const QDBusMessage &signal)
+void PortalSelectionCalls::takeTransfer(const QDBusMessage &signal)
 {
     if (isOurs(signal, "osu"_L1) && portal.hasClipboard()) {
-        emit textWanted(signal.arguments().at(1).toString(), signal.arguments().at(2).toUInt());
+        emit contentsWanted(signal.arguments().at(1).toString().toUtf8(),
+                            signal.arguments().at(2).toUInt());
     }
 }
 
-void PortalSelection::ask(const QString &method, const QVariantList &arguments,
-                          std::function<void(const QDBusMessage &)> answered)
+void PortalSelectionCalls::ask(const QString &method, const QVariantList &arguments,
+                               std::function<void(const QDBusMessage &)> answered)
 {
     callLater(portal.connection(),
               portal.session()->call(PortalBus::clipboard(), method, arguments), callLimit, this,
               std::move(answered));
 }
 
-void PortalSelection::offerText(std::function<void(bool)> answered)
+void PortalSelectionCalls::askNothing(std::function<void()> answered)
 {
-    QStringList types;
-    for (const char *type : textTypes) {
-        types.append(QLatin1String(type));
+    callLater(portal.connection(), portal.session()->portal().clipboardVersionCall(), callLimit,
+              this,
+              [answered = std::move(answered)](const QDBusMessage & /*reply*/) { answered(); });
+}
+
+void PortalSelectionCalls::offer(const QByteArrayList &types, std::function<void(bool)> answered)
+{
+    QStringList offered;
+    for (const QByteArray &type : types) {
+        offered.append(QString::fromUtf8(type));
     }
-    ask(u"SetSelection"_s, {QVariantMap{{u"mime_types"_s, types}}},
+    ask(u"SetSelection"_s, {QVariantMap{{u"mime_types"_s, offered}}},
         [answered = std::move(answered)](const QDBusMessage &reply) {
             answered(reply.type() == QDBusMessage::ReplyMessage);
         });
 }
 
-void PortalSelection::receive(const QString &type, const PipeReceiver &receiver)
+void PortalSelectionCalls::receive(const QByteArray &type, const PipeReceiver &receiver)
 {
-    ask(u"SelectionRead"_s, {type},
+    ask(u"SelectionRead"_s, {QString::fromUtf8(type)},
         [receiver](const QDBusMessage &reply) { receiver(descriptorOf(reply)); });
 }
 
-void PortalSelection::startWriting(uint transfer, const PipeReceiver &receiver)
+void PortalSelectionCalls::startWriting(uint transfer, const PipeReceiver &receiver)
 {
     ask(u"SelectionWrite"_s, {transfer},
         [receiver](const QDBusMessage &reply) { receiver(descriptorOf(reply)); });
 }
 
-void PortalSelection::endWriting(uint transfer, bool isWhole)
+void PortalSelectionCalls::endWriting(uint transfer, bool isWhole)
 {
     const QDBusMessage call = portal.session()->call(PortalBus::clipboard(),
                                                      u"SelectionWriteDone"_s, {transfer, isWhole});
