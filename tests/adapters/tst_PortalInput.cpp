@@ -3,6 +3,7 @@
 
 #include "adapters/PortalScene.h"
 #include "doubles/RecordingClipboard.h"
+#include "platform/linux/input/PlaceOnScreens.h"
 #include "platform/linux/portal/PortalEventServices.h"
 #include "support/KeymapText.h"
 #include "support/MessageRecorder.h"
@@ -66,6 +67,7 @@ private slots:
     void keysWaitForRoom();
     void thePointerIsWhereItWasMoved();
     void thePointerStaysOnTheScreens();
+    void afterTwoEdgesThePlaceIsRight();
     void buttonsAndTheWheelArrive();
     void aWheelThatCountsPixelsGetsThem();
     void movesAddUpWhileThePortalIsBusy();
@@ -526,6 +528,38 @@ void tst_PortalInput::thePointerStaysOnTheScreens()
     input().moveBy(nan, 0);
     input().moveTo({0, nan});
     QCOMPARE(services->pointerLocation(), (Location{1599, 799}));
+}
+
+/// Of a pointer that was somewhere else at first, and that the desktop keeps on its screens.
+void tst_PortalInput::afterTwoEdgesThePlaceIsRight()
+{
+    open();
+    // As a hand does it: a desktop lets no pointer leap over a whole screen.
+    for (int step = 1; step <= 10; ++step) {
+        input().moveBy(step <= 4 ? 0 : -300, step <= 4 ? 300 : 0);
+        QVERIFY(eventually([&] { return scene->record().filter(u"motion "_s).size() == step; }));
+    }
+    const Location corner{0, 799};
+    QCOMPARE(services->pointerLocation(), corner);
+    for (const Location &place : {Location{30, 420}, Location{1590, 5}, Location{790, 50}}) {
+        input().moveTo(place);
+    }
+    const Location last = services->pointerLocation();
+    QCOMPARE(last, (Location{800, 50}));
+    TwoScreens screens;
+    for (const Location &start : {Location{1599, 0}, Location{3, 700}, Location{800, 799}}) {
+        Location pointer = start;
+        const auto follow = [&] {
+            pointer = start;
+            for (const QString &line : scene->record().filter(u"motion "_s)) {
+                const Location to{pointer.x + line.section(u' ', 1, 1).toDouble(),
+                                  pointer.y + line.section(u' ', 2, 2).toDouble()};
+                pointer = placeOnScreens(screens.all(), pointer, to, ScreenEdge::OfItsScreen);
+            }
+            return pointer == last;
+        };
+        QVERIFY2(eventually(follow), qPrintable(u"%1 %2"_s.arg(pointer.x).arg(pointer.y)));
+    }
 }
 
 void tst_PortalInput::buttonsAndTheWheelArrive()

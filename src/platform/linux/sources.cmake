@@ -36,6 +36,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/input/NamedKeySymbols.cpp
   platform/linux/input/NullEventServices.cpp
   platform/linux/input/OwnKeymap.cpp
+  platform/linux/input/PlaceOnScreens.cpp
   platform/linux/input/ReleaseLedger.cpp
   platform/linux/input/Remainder.cpp
   platform/linux/input/ServerGrab.cpp

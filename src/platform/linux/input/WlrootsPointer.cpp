@@ -4,11 +4,11 @@
 #include "platform/linux/input/WlrootsPointer.h"
 
 #include "platform/linux/input/ButtonCodes.h"
+#include "platform/linux/input/PlaceOnScreens.h"
 #include "platform/linux/input/VirtualKeyboard.h"
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include <linux/input-event-codes.h>
 #include <wayland-client.h>
@@ -90,8 +90,12 @@ Location WlrootsPointer::location() const
         return {};
     }
     const QRectF main = outputs.all().first().place;
-    return closestPlace(outputs.all(),
-                        last.value_or(Location{main.center().x(), main.center().y()}));
+    return onOutputs(last.value_or(Location{main.center().x(), main.center().y()}));
+}
+
+Location WlrootsPointer::onOutputs(const Location &place) const
+{
+    return placeOnScreens(outputs.all(), place, place, ScreenEdge::OfAnyScreen);
 }
 
 void WlrootsPointer::moveBy(double dx, double dy)
@@ -128,7 +132,7 @@ void WlrootsPointer::moveTo(const Location &position)
                  height = extent(box.height())] {
         zwlr_virtual_pointer_v1_motion_absolute(target, eventTime(), x, y, width, height);
     });
-    last = closestPlace(outputs.all(), position);
+    last = onOutputs(position);
     endGroup();
 }
 
@@ -180,7 +184,7 @@ void WlrootsPointer::sendMotion()
     outbox.send([target = device.get(), right, down] {
         zwlr_virtual_pointer_v1_motion(target, eventTime(), right, down);
     });
-    last = closestPlace(outputs.all(), {from.x + right / wireSteps, from.y + down / wireSteps});
+    last = onOutputs({from.x + right / wireSteps, from.y + down / wireSteps});
     endGroup();
 }
 
@@ -250,26 +254,6 @@ void WlrootsPointer::endGroup()
 {
     outbox.send([target = device.get()] { zwlr_virtual_pointer_v1_frame(target); });
     outbox.flush();
-}
-
-Location closestPlace(const QList<Screen> &screens, const Location &place)
-{
-    Location closest = place;
-    double least = std::numeric_limits<double>::infinity();
-    for (const Screen &screen : screens) {
-        const QRect &box = screen.place;
-        if (box.isEmpty()) {
-            continue;
-        }
-        const Location candidate{clampedTo(place.x, box.x(), box.width()),
-                                 clampedTo(place.y, box.y(), box.height())};
-        const double distance = std::hypot(candidate.x - place.x, candidate.y - place.y);
-        if (distance < least) {
-            least = distance;
-            closest = candidate;
-        }
-    }
-    return closest;
 }
 
 } // namespace platform

@@ -72,6 +72,7 @@ private:
     void sendWheel();
     void turn(std::uint32_t axis, double units);
     void setButton(PointerButton button, bool isDown);
+    Location onOutputs(const Location &place) const;
     void confirmRelease(PointerButton button);
     void endGroup();
 
@@ -85,8 +86,5 @@ private:
     std::vector<PointerButton> heldButtons;
     HeldInput &held;
 };
-
-/// The place on the screens that is next to the given one; the same if there are none.
-Location closestPlace(const QList<Screen> &screens, const Location &place);
 
 } // namespace platform

@@ -5,8 +5,8 @@
 
 #include "platform/linux/applications/XdgDirectories.h"
 #include "platform/linux/input/ButtonCodes.h"
+#include "platform/linux/input/PlaceOnScreens.h"
 
-#include <algorithm>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -14,19 +14,6 @@ using namespace Qt::StringLiterals;
 namespace platform {
 
 namespace {
-
-/// The next place on the screen; its last pixel is the last place.
-Location nearestOn(const QRect &screen, const Location &wanted)
-{
-    return {std::clamp(wanted.x, double(screen.left()), double(screen.right())),
-            std::clamp(wanted.y, double(screen.top()), double(screen.bottom()))};
-}
-
-bool isOn(const QRect &screen, const Location &place)
-{
-    return place.x >= screen.left() && place.x < screen.left() + screen.width() &&
-           place.y >= screen.top() && place.y < screen.top() + screen.height();
-}
 
 bool isFinite(const Location &place)
 {
@@ -53,7 +40,7 @@ void PortalPointer::moveBy(double dx, double dy)
         return;
     }
     if (outbox.add(PortalEvent::motion(dx, dy))) {
-        place = onScreens(wanted);
+        place = placeOnScreens(screens.all(), from, wanted, ScreenEdge::OfItsScreen);
     }
 }
 
@@ -61,7 +48,7 @@ void PortalPointer::moveTo(const Location &position)
 {
     const Location from = location();
     if (isFinite(position)) {
-        const Location to = onScreens(position);
+        const Location to = placeOnScreens(screens.all(), from, position, ScreenEdge::OfItsScreen);
         moveBy(to.x - from.x, to.y - from.y);
     }
 }
@@ -115,21 +102,6 @@ void PortalPointer::scrollRest(int right, int down)
     if (right != 0 || down != 0) {
         outbox.add(PortalEvent::scroll(right * pixels, down * pixels));
     }
-}
-
-/// Desktops keep the pointer on the screen that it would leave, if there is none where it would go.
-Location PortalPointer::onScreens(const Location &wanted)
-{
-    const QList<Screen> all = screens.all();
-    const auto holds = [](const Location &point) {
-        return [&point](const Screen &screen) { return isOn(screen.place, point); };
-    };
-    if (all.isEmpty() || std::ranges::any_of(all, holds(wanted))) {
-        return wanted;
-    }
-    const Location from = location();
-    const auto current = std::ranges::find_if(all, holds(from));
-    return nearestOn(current == all.end() ? all.constFirst().place : current->place, wanted);
 }
 
 } // namespace platform

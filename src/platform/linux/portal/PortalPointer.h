@@ -53,7 +53,6 @@ private:
     static constexpr int pixelsOfNotch = 15;
     static constexpr int mostSteps = 3'000;
 
-    Location onScreens(const Location &wanted);
     void turn(int right, int down);
     void scrollRest(int right, int down);
 
