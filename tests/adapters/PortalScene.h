@@ -12,10 +12,12 @@
 #include <QDBusConnectionInterface>
 #include <QDir>
 #include <QEventLoop>
+#include <QMap>
 #include <QStringList>
 #include <QTemporaryDir>
 #include <QTimer>
 
+#include <algorithm>
 #include <csignal>
 
 using namespace Qt::StringLiterals;
@@ -93,6 +95,19 @@ public:
             }
         }
         return true;
+    }
+    /// Whether each key and button in the record has been released as often as it was pressed.
+    bool isNothingDown()
+    {
+        QMap<QString, int> down;
+        for (const QString &line : record()) {
+            const QStringList words = line.split(u' ');
+            if (words.size() == 3 &&
+                QStringList{u"keycode"_s, u"keysym"_s, u"button"_s}.contains(words.constFirst())) {
+                down[words.at(0) + words.at(1)] += words.at(2) == "1"_L1 ? 1 : -1;
+            }
+        }
+        return std::ranges::all_of(down, [](int count) { return count == 0; });
     }
     void forgetRecord()
     {

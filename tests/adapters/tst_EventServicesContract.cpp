@@ -1,11 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
+#include "adapters/PortalScene.h"
 #include "adapters/WlrootsScene.h"
 #include "adapters/X11Scene.h"
 #include "doubles/RecordingEventServices.h"
 #include "platform/DesktopInput.h"
 #include "platform/linux/input/NullEventServices.h"
+#include "platform/linux/portal/PortalEventServices.h"
 
 #include <QRegularExpression>
 
@@ -49,16 +51,19 @@ private slots:
 private:
     static void addAdapters();
     std::unique_ptr<EventServices> makeAdapter(const QByteArray &name);
+    void openPortal();
 
     std::unique_ptr<X11Scene> scene;
     std::unique_ptr<WlrootsScene> compositor; ///< Only for its own adapter.
+    std::unique_ptr<PortalScene> portal;      ///< The same.
+    std::unique_ptr<PortalEventServices> portalServices;
     EventRecord record;
 };
 
 void tst_EventServicesContract::addAdapters()
 {
     QTest::addColumn<QByteArray>("adapter");
-    for (const char *name : {"null", "recording", "X11", "wlroots"}) {
+    for (const char *name : {"null", "recording", "X11", "wlroots", "portal"}) {
         QTest::newRow(name) << QByteArray(name);
     }
 }
@@ -70,6 +75,9 @@ std::unique_ptr<EventServices> tst_EventServicesContract::makeAdapter(const QByt
     }
     if (name == "wlroots") {
         return compositor->takeServices();
+    }
+    if (name == "portal") {
+        return std::move(portalServices);
     }
     if (name == "recording") {
         return std::make_unique<RecordingEventServices>(record);
@@ -85,7 +93,26 @@ void tst_EventServicesContract::init()
         compositor = std::make_unique<WlrootsScene>();
         QVERIFY(compositor->isReady());
     }
+    if (QTest::currentDataTag() == QByteArray("portal")) {
+        openPortal();
+    }
     record = {};
+}
+
+/// The real portal, whose user consents.
+void tst_EventServicesContract::openPortal()
+{
+    portal = std::make_unique<PortalScene>();
+    QVERIFY(portal->isReady());
+    portalServices = std::make_unique<PortalEventServices>(
+        std::make_shared<RemoteDesktopPortal>(portal->connection(),
+                                              RestoreToken(portal->tokenFile())),
+        std::make_unique<TwoScreens>(), PortalPointer::WheelStep::Notch, nullptr);
+    portalServices->input().makeReady();
+    QVERIFY(portal->waitForLine(u"start"_s));
+    QVERIFY(portal->command(u"answer 0"_s));
+    QVERIFY(waitUntil(
+        [this] { return portalServices->input().makeReady() == DesktopInput::Readiness::Ready; }));
 }
 
 void tst_EventServicesContract::cleanup()
@@ -93,8 +120,11 @@ void tst_EventServicesContract::cleanup()
     // Holds for every function, whatever it posted and however it ended.
     QTRY_VERIFY(scene->isNothingDown());
     QTRY_VERIFY(!compositor || compositor->isNothingDown());
+    QTRY_VERIFY(!portal || portal->isNothingDown());
     scene.reset();
     compositor.reset();
+    portalServices.reset();
+    portal.reset();
 }
 
 void tst_EventServicesContract::theLocationIsTheSameUntilSomethingMoves()
