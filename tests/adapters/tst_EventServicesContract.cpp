@@ -120,10 +120,14 @@ void tst_EventServicesContract::cleanup()
     // Holds for every function, whatever it posted and however it ended.
     QTRY_VERIFY(scene->isNothingDown());
     QTRY_VERIFY(!compositor || compositor->isNothingDown());
-    QTRY_VERIFY(!portal || portal->isNothingDown());
+    if (portal) {
+        portalServices.reset();
+        // After everything else.
+        QVERIFY(portal->waitForLine(u"session-closed"_s));
+        QVERIFY(portal->isNothingDown());
+    }
     scene.reset();
     compositor.reset();
-    portalServices.reset();
     portal.reset();
 }
 
