@@ -31,6 +31,9 @@ public:
     /// None if there is none. Without a known layout the usual one.
     std::optional<std::uint32_t> keysymOf(char32_t character) const;
 
+    /// Whether the compositor has told the layouts.
+    bool isKnown() const { return !keysyms.empty(); }
+
     /// From now on the layouts are those of this key map, as the compositor tells it.
     void useKeymap(const QByteArray &text);
 
