@@ -65,6 +65,8 @@ private slots:
     void textsArriveInTheirOrder();
     void whatTheLayoutLacksIsReported();
     void charactersHaveTheKeysymOfTheLayout();
+    void charactersOutOfTheKeysymsReachHaveAPlace();
+    void layoutThatGnomeAddsIsNotTheUsers();
     void shortcutsHoldTheirModifiers();
     void modifiersOfOthersAreLifted();
     void keysOfHandheldsArrive();
@@ -333,6 +335,44 @@ void tst_PortalInput::charactersHaveTheKeysymOfTheLayout()
     QVERIFY(scene->waitFor(
         QStringList{u"keysym 1734 1"_s, u"keysym 1734 0"_s} + tapOf('1') +
         QStringList{u"keycode 29 1"_s, u"keycode 46 1"_s, u"keycode 46 0"_s, u"keycode 29 0"_s}));
+}
+
+/// The first key of the German layout that has the degree sign takes Shift and AltGr for it, which
+/// no desktop holds for a keysym. U+215B is only on such a level.
+void tst_PortalInput::charactersOutOfTheKeysymsReachHaveAPlace()
+{
+    open();
+    services->keyboardLayout().useKeymap(keymapOf("de"));
+    QCOMPARE(typed(u"°a⅛"_s), std::optional(true));
+    const QStringList degree{u"keycode 42 1"_s, u"keycode 100 1"_s, u"keycode 11 1"_s,
+                             u"keycode 11 0"_s, u"keycode 100 0"_s, u"keycode 42 0"_s};
+    const QStringList eighth{u"keycode 42 1"_s, u"keycode 100 1"_s, u"keycode 3 1"_s,
+                             u"keycode 3 0"_s,  u"keycode 100 0"_s, u"keycode 42 0"_s};
+    QVERIFY(scene->waitFor(degree + tapOf('a') + eighth));
+    scene->forgetRecord();
+    tap(Key{NamedKey::None, U'°'}, {.hasControl = true});
+    QVERIFY(
+        scene->waitFor(QStringList{u"keycode 29 1"_s} + degree + QStringList{u"keycode 29 0"_s}));
+    // Which of two layouts is active, nobody tells.
+    services->keyboardLayout().useKeymap(keymapOf("de,fr"));
+    QCOMPARE(typed(u"°"_s), std::optional(false));
+    QCOMPARE(typed(u"ä"_s), std::optional(true));
+}
+
+void tst_PortalInput::layoutThatGnomeAddsIsNotTheUsers()
+{
+    qputenv("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
+    const auto forget = qScopeGuard([] { qunsetenv("XDG_CURRENT_DESKTOP"); });
+    open();
+    services->keyboardLayout().useKeymap(keymapOf("de,us"));
+    QCOMPARE(typed(u"°⅛"_s), std::optional(true));
+    services->keyboardLayout().useKeymap(keymapOf("ru,us"));
+    QCOMPARE(typed(u"ф"_s), std::optional(true));
+    QCOMPARE(typed(u"a"_s), std::optional(false));
+    services->keyboardLayout().useKeymap(keymapOf("ru,us,us"));
+    QCOMPARE(typed(u"фa"_s), std::optional(true));
+    services->keyboardLayout().useKeymap(keymapOf("us"));
+    QCOMPARE(typed(u"a"_s), std::optional(true));
 }
 
 void tst_PortalInput::shortcutsHoldTheirModifiers()

@@ -24,6 +24,8 @@ public:
     static bool isWayland() { return !qEnvironmentVariableIsEmpty("VORNA_DESKTOP"); }
     static bool isGnome() { return qgetenv("VORNA_DESKTOP") == "gnome"; }
 
+    /// Whether the keys that the user holds count for what the server types, too.
+    static bool sharesKeyboard() { return isGnome(); }
     /// Whether the server can type what the user's layouts lack.
     static bool typesAnything() { return !isGnome(); }
 
