@@ -6,52 +6,19 @@
 // port to standard output. With an argument it reads from a local socket of that path instead, and
 // writes a line when it listens.
 
-#include <netinet/in.h>
+#include "FloorSocket.h"
+
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <initializer_list>
 
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>
 
 namespace {
-
-int listenOnLoopback()
-{
-    const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    auto *generic = reinterpret_cast<sockaddr *>(&address);
-    if (bind(listener, generic, length) != 0 || listen(listener, 1) != 0 ||
-        getsockname(listener, generic, &length) != 0) {
-        return -1;
-    }
-    std::printf("%d\n", ntohs(address.sin_port));
-    std::fflush(stdout);
-    return listener;
-}
-
-int listenAt(const char *path)
-{
-    const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, path, sizeof address.sun_path - 1);
-    if (bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0 ||
-        listen(listener, 1) != 0) {
-        return -1;
-    }
-    std::puts("ready");
-    std::fflush(stdout);
-    return listener;
-}
 
 void move(xcb_connection_t *display)
 {
@@ -77,7 +44,7 @@ int main(int argc, char **argv)
     if (xcb_connection_has_error(display)) {
         return 1;
     }
-    const int client = accept(argc > 1 ? listenAt(argv[1]) : listenOnLoopback(), nullptr, nullptr);
+    const int client = FloorSocket::acceptAt(argc > 1 ? argv[1] : nullptr);
     std::uint8_t code = 0;
     while (recv(client, &code, 1, 0) == 1) {
         if (code == 0) {

@@ -12,7 +12,8 @@ if [ $# -eq 0 ]; then
     cmake --preset release >/dev/null
     cmake --build --preset release --target VornaServer floor key_latency \
         file_rate clipboard_latency event_loop_gaps quillmote quillmote_keys quillmote_send \
-        session_file session_key session_moves session_text
+        session_file session_key session_moves session_text wayland_floor wayland_key wayland_text \
+        portal_floor portal_key
 fi
 
 VORNA_SERVER=$(readlink -f "$build/VornaServer")
@@ -48,3 +49,14 @@ echo "A file of 1 GiB by the session socket, and into socat:"
 
 echo "1,000 moves of the pointer a second by the session socket, and the least that they take:"
 "$build/bench/session_moves" "$build/bench/floor"
+
+# sway refuses root.
+as_user=tests/support/wayland/as_ordinary_user.sh
+echo "A key on sway, from send to another program's event, and the least that it takes:"
+$as_user "$build/bench/wayland_key" "$build/bench/wayland_floor"
+
+echo "Texts by the session socket on sway into a program:"
+$as_user "$build/bench/wayland_text"
+
+echo "A key through a desktop's portal, from send to the desktop, and the least that it takes:"
+"$build/bench/portal_key" "$build/bench/portal_floor"

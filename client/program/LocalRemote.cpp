@@ -21,10 +21,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int normalStep = 10; // pixels that an arrow key moves the pointer
-constexpr int fastStep = 50;   // with Shift
-constexpr int cellWidth = 8;   // pixels that stand for one column of the mouse's way
-constexpr int cellHeight = 16;
 constexpr int notch = 120;
 /// While more requests are under way, moves of the pointer are added up instead of queued.
 constexpr size_t busyRequests = 4;
@@ -105,11 +101,12 @@ bool LocalRemote::handleAsPointer(const KeyStroke &stroke)
     if (!stroke.modifiers.isEmpty() && !isFast) {
         return false;
     }
-    const int step = isFast ? fastStep : normalStep;
     if (stroke.key == "ArrowLeft"_L1 || stroke.key == "ArrowRight"_L1) {
-        movePointer(stroke.key == "ArrowLeft"_L1 ? -step : step, 0);
+        pointer.step(stroke.key == "ArrowLeft"_L1 ? -1 : 1, 0, isFast);
+        sendMoveUnlessBusy();
     } else if (stroke.key == "ArrowUp"_L1 || stroke.key == "ArrowDown"_L1) {
-        movePointer(0, stroke.key == "ArrowUp"_L1 ? -step : step);
+        pointer.step(0, stroke.key == "ArrowUp"_L1 ? -1 : 1, isFast);
+        sendMoveUnlessBusy();
     } else if (stroke.key == "Enter"_L1) {
         send(SessionMessage::button(u"left"_s, u"click"_s), u"click"_s);
     } else if (stroke.key == "Backspace"_L1) {
@@ -124,11 +121,8 @@ bool LocalRemote::handleAsPointer(const KeyStroke &stroke)
 
 void LocalRemote::handle(const TerminalKeys::Motion &motion)
 {
-    if (mousePlace) {
-        movePointer((motion.column - mousePlace->column) * cellWidth,
-                    (motion.row - mousePlace->row) * cellHeight);
-    }
-    mousePlace = motion;
+    pointer.mouseAt(motion.column, motion.row);
+    sendMoveUnlessBusy();
 }
 
 /// The pointer must have arrived before the button goes down or up.
@@ -156,11 +150,8 @@ void LocalRemote::handle(const TerminalKeys::SwitchMode &)
     show(movesByKeys ? u"arrows move, Enter clicks"_s : u"arrows are keys"_s);
 }
 
-/// Moves that come faster than they can be sent are added up.
-void LocalRemote::movePointer(int dx, int dy)
+void LocalRemote::sendMoveUnlessBusy()
 {
-    pendingX += dx;
-    pendingY += dy;
     if (session.connection().underWay() < busyRequests) {
         sendMove();
     }
@@ -168,11 +159,9 @@ void LocalRemote::movePointer(int dx, int dy)
 
 void LocalRemote::sendMove()
 {
-    if (pendingX != 0 || pendingY != 0) {
-        const SessionMessage move = SessionMessage::move(pendingX, pendingY);
-        const QString text = u"move %1, %2"_s.arg(pendingX).arg(pendingY);
-        pendingX = pendingY = 0;
-        send(move, text);
+    if (const auto move = pointer.take()) {
+        send(SessionMessage::move(move->x(), move->y()),
+             u"move %1, %2"_s.arg(move->x()).arg(move->y()));
     }
 }
 

@@ -6,13 +6,12 @@
 #include "lib/SessionMessage.h"
 #include "program/Terminal.h"
 #include "program/TerminalKeys.h"
+#include "program/TerminalPointer.h"
 
 #include <QByteArray>
 #include <QEventLoop>
 #include <QString>
 #include <QTimer>
-
-#include <optional>
 
 namespace quillmote {
 
@@ -38,7 +37,7 @@ private:
     void handle(const TerminalKeys::Leave &leave);
     void handle(const TerminalKeys::SwitchMode &change);
     bool handleAsPointer(const KeyStroke &stroke);
-    void movePointer(int dx, int dy);
+    void sendMoveUnlessBusy();
     void sendMove();
     void send(const SessionMessage &message, const QString &shown);
     void showIntroduction();
@@ -50,10 +49,8 @@ private:
     QTimer escapeTimer; // runs out when nothing has followed an escape character
     QTimer pings;
     QByteArray unread; // an unfinished sequence of the terminal
-    std::optional<TerminalKeys::Motion> mousePlace;
+    TerminalPointer pointer;
     bool movesByKeys = false;
-    int pendingX = 0; // pixels that are not sent yet
-    int pendingY = 0;
     Terminal::ExitCode code = Terminal::ExitCode::Done;
 };
 

@@ -22,10 +22,6 @@ using Terminal::ExitCode;
 
 namespace {
 
-constexpr int normalStep = 10; // pixels that an arrow key moves the pointer
-constexpr int fastStep = 50;   // with Shift
-constexpr int cellWidth = 8;   // pixels that stand for one column of the mouse's way
-constexpr int cellHeight = 16;
 /// While more requests are under way, moves of the pointer are added up instead of queued.
 constexpr int busyRequests = 2;
 
@@ -87,17 +83,14 @@ void Remote::handle(const TerminalInput::FunctionKey &typed)
 
 void Remote::handle(const TerminalInput::Arrow &arrow)
 {
-    const int pixels = arrow.isFast ? fastStep : normalStep;
-    movePointer(arrow.dx * pixels, arrow.dy * pixels);
+    pointer.step(arrow.dx, arrow.dy, arrow.isFast);
+    sendMoveUnlessBusy();
 }
 
 void Remote::handle(const TerminalInput::MouseMotion &motion)
 {
-    if (mousePlace) {
-        movePointer((motion.column - mousePlace->column) * cellWidth,
-                    (motion.row - mousePlace->row) * cellHeight);
-    }
-    mousePlace = motion;
+    pointer.mouseAt(motion.column, motion.row);
+    sendMoveUnlessBusy();
 }
 
 void Remote::handle(const TerminalInput::MousePress &press)
@@ -143,11 +136,8 @@ void Remote::typeKey(const QString &shortcut)
     }
 }
 
-/// Moves that come faster than they can be sent are added up.
-void Remote::movePointer(int dx, int dy)
+void Remote::sendMoveUnlessBusy()
 {
-    pendingX += dx;
-    pendingY += dy;
     if (underWay < busyRequests) {
         sendMove();
     }
@@ -155,11 +145,8 @@ void Remote::movePointer(int dx, int dy)
 
 void Remote::sendMove()
 {
-    if (pendingX != 0 || pendingY != 0) {
-        const Request move = Request::move(pendingX, pendingY);
-        const QString text = u"move %1, %2"_s.arg(pendingX).arg(pendingY);
-        pendingX = pendingY = 0;
-        send(move, text);
+    if (const auto move = pointer.take()) {
+        send(Request::move(move->x(), move->y()), u"move %1, %2"_s.arg(move->x()).arg(move->y()));
     }
 }
 

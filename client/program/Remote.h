@@ -5,14 +5,13 @@
 
 #include "program/Terminal.h"
 #include "program/TerminalInput.h"
+#include "program/TerminalPointer.h"
 #include "program/TextTyper.h"
 #include "program/TypingPlan.h"
 
 #include <QByteArray>
 #include <QEventLoop>
 #include <QString>
-
-#include <optional>
 
 namespace quillmote {
 
@@ -40,7 +39,7 @@ private:
     void handle(const TerminalInput::Leave &leave);
     void typeText();
     void typeKey(const QString &shortcut);
-    void movePointer(int dx, int dy);
+    void sendMoveUnlessBusy();
     void sendMove();
     void send(const Request &request, const QString &shown);
     TextTyper::Done ended();
@@ -55,9 +54,7 @@ private:
     QEventLoop loop;
     QByteArray unread;   // an unfinished sequence of the terminal
     QString pendingText; // typed, but not sent yet
-    std::optional<TerminalInput::MouseMotion> mousePlace;
-    int pendingX = 0; // pixels that are not sent yet
-    int pendingY = 0;
+    TerminalPointer pointer;
     int underWay = 0; // requests that have not ended
     Terminal::ExitCode code = Terminal::ExitCode::Done;
 };

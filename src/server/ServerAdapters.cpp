@@ -3,16 +3,18 @@
 
 #include "server/ServerAdapters.h"
 
+#include "platform/DesktopAdapters.h"
 #include "platform/SessionHost.h"
 
 #include <utility>
 
 ServerAdapters ServerAdapters::ofHost(Pairing::Question question)
 {
-    return {platform::makeEventServices(),
+    auto desktop = platform::makeDesktopAdapters();
+    return {std::move(desktop.events),
             platform::makeScriptingBridge(),
-            platform::makeClipboard(),
-            platform::makeScreens(),
+            std::move(desktop.clipboard),
+            std::move(desktop.screens),
             DnsSd(),
             platform::watchAdvertisementDaemon,
             std::move(question),

@@ -83,6 +83,16 @@ public:
     {
         return eventually([&] { return record().contains(line); });
     }
+    /// The same without an event loop, as soon as the line is there.
+    bool waitForLineAtOnce(const QString &line)
+    {
+        while (!record().contains(line)) {
+            if (!desktop.waitForReadyRead(static_cast<int>(GenerousLimit.count()))) {
+                return false;
+            }
+        }
+        return true;
+    }
     void forgetRecord()
     {
         record();

@@ -36,7 +36,8 @@ struct WlrootsScene
     /// Starts the services, and then a program that they type into.
     void begin()
     {
-        services = std::make_unique<platform::WlrootsEventServices>();
+        services = std::make_unique<platform::WlrootsEventServices>(
+            platform::CompositorPatience(GenerousLimit));
         window = std::make_unique<WaylandWindow>(session.display());
     }
 

@@ -1,53 +1,28 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
+#include "platform/DesktopAdapters.h"
 #include "platform/linux/clipboard/DataControlClipboard.h"
 #include "platform/linux/clipboard/NoClipboard.h"
 #include "platform/linux/clipboard/X11Clipboard.h"
+#include "platform/linux/input/X11EventServices.h"
 #include "platform/linux/session/WaylandScreens.h"
 #include "platform/linux/session/X11Screens.h"
+#include "platform/linux/wayland/CompositorPatience.h"
 
 #include "support/MessageRecorder.h"
-#include "support/wayland/StandInCompositor.h"
+#include "support/wayland/CompositorThread.h"
 #include "support/x11/XServer.h"
 
-#include <QEventLoop>
 #include <QGuiApplication>
-#include <QSemaphore>
 #include <QTest>
-#include <QThread>
+
+#include <chrono>
 
 using namespace platform;
+using namespace std::chrono_literals;
 
 namespace {
-
-/// A compositor that answers even while this thread waits for it.
-class CompositorThread
-{
-public:
-    explicit CompositorThread(StandInCompositor::Offer offer)
-    {
-        thread.reset(QThread::create([this, offer] {
-            const StandInCompositor compositor(offer);
-            isRunning = compositor.isRunning();
-            ready.release();
-            QEventLoop().exec();
-        }));
-        thread->start();
-        ready.acquire();
-    }
-    ~CompositorThread()
-    {
-        thread->quit();
-        thread->wait();
-    }
-
-    bool isRunning = false;
-
-private:
-    QSemaphore ready;
-    std::unique_ptr<QThread> thread;
-};
 
 template <typename Adapter, typename Contract> bool isA(const std::unique_ptr<Contract> &made)
 {
@@ -68,6 +43,8 @@ private slots:
     void aCompositorWithoutDataControlHasNoClipboard();
     void aCompositorThatIsGoneCountsForNothing();
     void whatCannotBeCopiedIsSaidOnce();
+    void aCompositorThatNeverAnswersHoldsUpTheStartOnce();
+    void whoeverWaitsForTheCompositorUsesUpTheSamePatience();
 };
 
 void tst_ChoiceOfClipboard::anX11SessionHasThoseOfX11()
@@ -122,6 +99,38 @@ void tst_ChoiceOfClipboard::whatCannotBeCopiedIsSaidOnce()
         ++answers;
     });
     QCOMPARE(answers, 1);
+}
+
+// Nobody runs this one's event loop while the test waits for it.
+void tst_ChoiceOfClipboard::aCompositorThatNeverAnswersHoldsUpTheStartOnce()
+{
+    const StandInCompositor silent;
+    QVERIFY(silent.isRunning());
+    const auto start = std::chrono::steady_clock::now();
+    const DesktopAdapters desktop = makeDesktopAdapters();
+    const auto waited = std::chrono::steady_clock::now() - start;
+    QVERIFY(waited >= 2s);
+    QVERIFY(waited < 3500ms);
+    QVERIFY(isA<X11EventServices>(desktop.events));
+    QVERIFY(isA<X11Clipboard>(desktop.clipboard));
+    QVERIFY(isA<X11Screens>(desktop.screens));
+}
+
+void tst_ChoiceOfClipboard::whoeverWaitsForTheCompositorUsesUpTheSamePatience()
+{
+    const StandInCompositor silent;
+    QVERIFY(silent.isRunning());
+    WaylandConnection first;
+    WaylandConnection second;
+    CompositorPatience patience(600ms);
+    CompositorPatience copy = patience;
+    const auto start = std::chrono::steady_clock::now();
+    QVERIFY(!patience.answers(first));
+    const auto end = std::chrono::steady_clock::now();
+    QVERIFY(end - start >= 600ms);
+    QVERIFY(!copy.answers(first));
+    QVERIFY(!copy.answers(second));
+    QVERIFY(std::chrono::steady_clock::now() - end < 500ms);
 }
 
 int main(int count, char **arguments)

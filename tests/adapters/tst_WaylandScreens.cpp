@@ -13,6 +13,7 @@
 #include <algorithm>
 
 using namespace std::chrono_literals;
+using platform::CompositorPatience;
 using platform::Screen;
 using platform::WaylandConnection;
 using platform::WaylandScreens;
@@ -60,7 +61,8 @@ void tst_WaylandScreens::init()
     qputenv("WAYLAND_DISPLAY", session->display().toLocal8Bit());
     auto connection = std::make_unique<WaylandConnection>();
     QVERIFY(connection->answers(GenerousLimit));
-    screens = std::make_unique<WaylandScreens>(std::move(connection));
+    screens =
+        std::make_unique<WaylandScreens>(std::move(connection), CompositorPatience(GenerousLimit));
 }
 
 void tst_WaylandScreens::cleanup()

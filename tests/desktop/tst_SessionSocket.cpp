@@ -3,6 +3,7 @@
 
 #include "support/protocol/Handheld.h"
 #include "support/protocol/SessionClient.h"
+#include "support/protocol/SessionCrowd.h"
 #include "support/session/ServerScene.h"
 #include "support/session/StatusLight.h"
 #include "support/x11/InputWatcher.h"
@@ -14,7 +15,6 @@
 
 #include <csignal>
 #include <memory>
-#include <vector>
 
 #include <sys/stat.h>
 #include <xcb/xproto.h>
@@ -248,24 +248,13 @@ void tst_SessionSocket::stopServerEndsSessions()
 
 void tst_SessionSocket::aCrowdIsAnswered()
 {
-    std::vector<std::unique_ptr<QLocalSocket>> crowd;
-    for (int i = 0; i < 500; ++i) {
-        crowd.push_back(std::make_unique<QLocalSocket>());
-        crowd.back()->connectToServer(path());
-    }
-    int greeted = 0;
-    int sentAway = 0;
-    for (const auto &socket : crowd) {
-        QVERIFY(waitUntil([&] { return socket->canReadLine(); }));
-        const QByteArray line = socket->readLine();
-        greeted += line.contains("\"hello\"") ? 1 : 0;
-        sentAway += line.contains("\"goodbye\"") ? 1 : 0;
-    }
-    QCOMPARE(greeted, 128);
-    QCOMPARE(sentAway, 372);
+    auto crowd = std::make_unique<SessionCrowd>(path(), 500);
+    QVERIFY(crowd->isAnswered());
+    QCOMPARE(crowd->greeted(), 128);
+    QCOMPARE(crowd->sentAway(), 372);
     Handheld handheld(scene->port());
     QVERIFY(handheld.ask("{ cmdType = SERVER_INFO; }"));
-    crowd.clear();
+    crowd.reset();
     QVERIFY(waitUntil(
         [this] { return SessionClient(path()).greeting()["event"_L1].toString() == u"hello"_s; }));
 }

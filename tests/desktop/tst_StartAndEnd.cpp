@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QLocalServer>
 #include <QTcpServer>
 #include <QTest>
 #include <QThread>
@@ -57,11 +58,13 @@ private slots:
     void runsWithoutStandardStreams();
     void runsWithASessionBus();
     void secondServerListensBesideTheFirst();
+    void aCompositorThatNeverAnswersDelaysTheStartOnce();
 
 private:
     bool open(DesktopSession::Parts parts);
     bool waitsForATray() const;
     bool storesNothingNew() const;
+    qint64 millisecondsToListen();
 
     std::unique_ptr<ServerScene> scene;
     std::optional<DesktopSession::Parts> partsThere; ///< Nothing once a function has changed them.
@@ -322,6 +325,31 @@ void tst_StartAndEnd::secondServerListensBesideTheFirst()
     QCOMPARE(second.end(), std::optional(0));
     Handheld handheld(scene->port());
     QVERIFY(handheld.ask(serverInfo()));
+}
+
+qint64 tst_StartAndEnd::millisecondsToListen()
+{
+    QElapsedTimer sinceLaunch;
+    sinceLaunch.start();
+    scene->launch();
+    const bool isThere = scene->port() != 0;
+    const qint64 passed = sinceLaunch.elapsed();
+    return isThere && scene->server().end() == 0 ? passed : -1;
+}
+
+/// The program asks it what it offers and waits two seconds for that; the toolkit is on X11.
+void tst_StartAndEnd::aCompositorThatNeverAnswersDelaysTheStartOnce()
+{
+    QVERIFY(open(DesktopSession::Tray));
+    const qint64 usually = millisecondsToListen();
+    QVERIFY(usually > 0);
+    QLocalServer compositor;
+    QVERIFY(compositor.listen(scene->session().path(u"run/silent"_s)));
+    scene->mutableSession().addVariable(u"WAYLAND_DISPLAY"_s, compositor.fullServerName());
+    const qint64 withIt = millisecondsToListen();
+    QVERIFY(withIt > 0);
+    const qint64 delay = withIt - usually;
+    QVERIFY2(delay > 1500 && delay < 3500, QByteArray::number(delay).constData());
 }
 
 QTEST_GUILESS_MAIN(tst_StartAndEnd)

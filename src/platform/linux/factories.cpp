@@ -5,6 +5,7 @@
 
 #include "platform/AdvertisementDaemon.h"
 #include "platform/ApplicationRuntime.h"
+#include "platform/DesktopAdapters.h"
 #include "platform/SessionStart.h"
 #include "platform/ToolkitClipboard.h"
 #include "platform/ToolkitScreens.h"
@@ -26,6 +27,7 @@
 #include "platform/linux/session/X11Screens.h"
 #include "platform/linux/session/X11TraySelection.h"
 #include "platform/linux/session/XdgAutostart.h"
+#include "platform/linux/wayland/CompositorPatience.h"
 #include "platform/linux/wayland/WaylandConnection.h"
 #include "platform/linux/x11/X11Server.h"
 
@@ -45,22 +47,28 @@ using namespace std::chrono_literals;
 namespace platform {
 namespace {
 
-/// How long a compositor may take to tell what it offers.
-constexpr auto patience = 2s;
-
 /// Whether the toolkit shows its windows on an X display.
 bool isToolkitOnX11()
 {
     return QGuiApplication::platformName() == "xcb"_L1;
 }
 
-/// Null outside of Wayland sessions, whichever display the toolkit uses: what an Xwayland shows of
-/// the clipboard and the screens is not all.
-std::unique_ptr<WaylandConnection> answeringCompositor()
+/// The compositor of a Wayland session, whichever display the toolkit uses: what an Xwayland shows
+/// of the clipboard and the screens is not all. It is asked once for all adapters what it offers.
+struct Compositor
 {
-    auto compositor = std::make_unique<WaylandConnection>();
-    return compositor->answers(patience) ? std::move(compositor) : nullptr;
-}
+    CompositorPatience patience{2s};
+    WaylandConnection connection;
+    const bool isThere = patience.answers(connection);
+
+    /// One for an adapter's own. If the compositor hangs meanwhile, its globals come later.
+    std::unique_ptr<WaylandConnection> newConnection()
+    {
+        auto made = std::make_unique<WaylandConnection>();
+        patience.answers(*made);
+        return made;
+    }
+};
 
 std::unique_ptr<EventServices> noServices(const char *reason)
 {
@@ -69,14 +77,14 @@ std::unique_ptr<EventServices> noServices(const char *reason)
 }
 
 /// Sessions of Wayland have an X display too, so the compositor is asked first.
-SessionOffer offerOf(WaylandConnection &compositor, const X11Connection &display)
+SessionOffer offerOf(const Compositor &compositor, const X11Connection &display)
 {
     SessionOffer offer;
-    offer.hasWayland = compositor.answers(patience);
+    offer.hasWayland = compositor.isThere;
     offer.hasVirtualKeyboard =
-        compositor.global(zwp_virtual_keyboard_manager_v1_interface) != nullptr;
+        compositor.connection.global(zwp_virtual_keyboard_manager_v1_interface) != nullptr;
     offer.hasVirtualPointer =
-        compositor.global(zwlr_virtual_pointer_manager_v1_interface) != nullptr;
+        compositor.connection.global(zwlr_virtual_pointer_manager_v1_interface) != nullptr;
     offer.hasPortal = offer.hasWayland && hasDesktopPortal();
     offer.hasX11 = display.isOpen();
     offer.isXwayland = offer.hasX11 && isXwayland(display);
@@ -91,28 +99,39 @@ std::unique_ptr<EventServices> makeX11Services(X11Connection display)
     return services;
 }
 
-std::unique_ptr<EventServices> makeWlrootsServices()
+std::unique_ptr<EventServices> makeWlrootsServices(const CompositorPatience &patience)
 {
-    auto services = std::make_unique<WlrootsEventServices>();
+    auto services = std::make_unique<WlrootsEventServices>(patience);
     services->startGuard();
     return services;
 }
 
-} // namespace
-
-std::unique_ptr<EventServices> makeEventServices()
+std::unique_ptr<Screens> makeScreens(Compositor &compositor)
 {
-    WaylandConnection compositor;
+    if (compositor.isThere) {
+        return std::make_unique<WaylandScreens>(compositor.newConnection(), compositor.patience);
+    }
+    if (isToolkitOnX11()) {
+        X11Connection connection;
+        if (connection.isOpen()) {
+            return std::make_unique<X11Screens>(std::move(connection));
+        }
+    }
+    return std::make_unique<ToolkitScreens>();
+}
+
+std::unique_ptr<EventServices> makeEventServices(Compositor &compositor)
+{
     X11Connection display;
     switch (inputRouteOf(offerOf(compositor, display))) {
     case InputRoute::X11:
         return makeX11Services(std::move(display));
     case InputRoute::Wlroots:
-        return makeWlrootsServices();
+        return makeWlrootsServices(compositor.patience);
     case InputRoute::Portal:
-        return std::make_unique<PortalEventServices>(QDBusConnection::sessionBus(),
-                                                     RestoreToken::ofUser(), makeScreens(),
-                                                     PortalPointer::wheelStepOfDesktop());
+        return std::make_unique<PortalEventServices>(
+            QDBusConnection::sessionBus(), RestoreToken::ofUser(), makeScreens(compositor),
+            PortalPointer::wheelStepOfDesktop());
     case InputRoute::NoneInWayland:
         break;
     case InputRoute::NoneWithoutXtest:
@@ -133,11 +152,11 @@ std::unique_ptr<EventServices> makeEventServices()
         "session. Log out, choose an X11 (Xorg) session on the login screen and log in again."));
 }
 
-std::unique_ptr<Clipboard> makeClipboard()
+std::unique_ptr<Clipboard> makeClipboard(Compositor &compositor)
 {
-    if (auto compositor = answeringCompositor()) {
-        if (hasDataControl(*compositor)) {
-            return std::make_unique<DataControlClipboard>(std::move(compositor));
+    if (compositor.isThere) {
+        if (hasDataControl(compositor.connection)) {
+            return std::make_unique<DataControlClipboard>(compositor.newConnection());
         }
         // Never the toolkit's: without the focus it gives back its own text, whatever others copy.
         return std::make_unique<NoClipboard>();
@@ -149,18 +168,30 @@ std::unique_ptr<Clipboard> makeClipboard()
         ToolkitClipboard::Reach{.isReadable = false, .isWatchable = false});
 }
 
+} // namespace
+
+DesktopAdapters makeDesktopAdapters()
+{
+    Compositor compositor;
+    return {makeEventServices(compositor), makeClipboard(compositor), makeScreens(compositor)};
+}
+
+std::unique_ptr<EventServices> makeEventServices()
+{
+    Compositor compositor;
+    return makeEventServices(compositor);
+}
+
+std::unique_ptr<Clipboard> makeClipboard()
+{
+    Compositor compositor;
+    return makeClipboard(compositor);
+}
+
 std::unique_ptr<Screens> makeScreens()
 {
-    if (auto compositor = answeringCompositor()) {
-        return std::make_unique<WaylandScreens>(std::move(compositor));
-    }
-    if (isToolkitOnX11()) {
-        X11Connection connection;
-        if (connection.isOpen()) {
-            return std::make_unique<X11Screens>(std::move(connection));
-        }
-    }
-    return std::make_unique<ToolkitScreens>();
+    Compositor compositor;
+    return makeScreens(compositor);
 }
 
 std::unique_ptr<ScriptingBridge> makeScriptingBridge()

@@ -82,6 +82,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/system/FolderSystem.cpp
   platform/linux/system/SessionHostSystem.cpp
   platform/linux/system/SocketSystem.cpp
+  platform/linux/wayland/CompositorPatience.cpp
   platform/linux/wayland/KeymapFile.cpp
   platform/linux/wayland/SeatKeymap.cpp
   platform/linux/wayland/WaylandConnection.cpp

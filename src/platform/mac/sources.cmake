@@ -29,6 +29,7 @@ target_sources(vornaserver PRIVATE
   platform/mac/TrayHost.cpp
   platform/mac/VirtualKeys.cpp
   platform/mac/makeClipboard.cpp
+  platform/mac/makeDesktopAdapters.cpp
   platform/mac/makeScreens.cpp
   platform/mac/makeSessionStart.cpp
 )

@@ -133,11 +133,11 @@ void ShellSession::startCompositor()
 
 bool ShellSession::hasStarted() const
 {
-    const auto bus = QDBusConnection::connectToBus(busAddress(), connectionName());
+    const auto session = QDBusConnection::connectToBus(busAddress(), connectionName());
     const QString name =
         kind == Shell::Gnome ? u"org.gnome.Mutter.RemoteDesktop"_s : u"org.kde.KWin"_s;
-    return QFile::exists(displayPath()) && bus.isConnected() &&
-           bus.interface()->isServiceRegistered(name);
+    return QFile::exists(displayPath()) && session.isConnected() &&
+           session.interface()->isServiceRegistered(name);
 }
 
 void ShellSession::describeDisplay(QProcessEnvironment &environment) const

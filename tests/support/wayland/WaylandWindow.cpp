@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <utility>
 
+#include <poll.h>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <wayland-client.h>
@@ -274,6 +275,17 @@ void WaylandWindow::clear()
 void WaylandWindow::catchUp()
 {
     isOver = isOver || wl_display_roundtrip(wire->display) < 0;
+}
+
+bool WaylandWindow::waitForEvents(std::chrono::milliseconds limit)
+{
+    wl_display_flush(wire->display);
+    pollfd waiting{wl_display_get_fd(wire->display), POLLIN, 0};
+    if (poll(&waiting, 1, static_cast<int>(limit.count())) != 1) {
+        return false;
+    }
+    read();
+    return !isOver;
 }
 
 void WaylandWindow::stall()

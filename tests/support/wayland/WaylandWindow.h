@@ -12,6 +12,7 @@
 #include <QSocketNotifier>
 #include <QString>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -68,6 +69,10 @@ public:
     void clear();
     /// Takes in everything that the compositor has sent so far.
     void catchUp();
+
+    /// Takes in what the compositor sends next, without an event loop; false if nothing comes in
+    /// time.
+    bool waitForEvents(std::chrono::milliseconds limit);
 
     /// As a busy program: reads nothing until resume().
     void stall();

@@ -5,6 +5,7 @@
 
 #include "support/Folders.h"
 #include "support/process/PretendedUser.h"
+#include "support/protocol/SessionCrowd.h"
 #include "unit/session/SessionFixture.h"
 
 #include <QFile>
@@ -248,21 +249,10 @@ void tst_SessionDoor::furtherSessionsAreSentAway()
 
 void tst_SessionDoor::aCrowdIsAnswered()
 {
-    std::vector<std::unique_ptr<QLocalSocket>> crowd;
-    for (int i = 0; i < 400; ++i) {
-        crowd.push_back(std::make_unique<QLocalSocket>());
-        crowd.back()->connectToServer(path());
-    }
-    int greeted = 0;
-    int sentAway = 0;
-    for (const auto &socket : crowd) {
-        QVERIFY(waitUntil([&] { return socket->canReadLine(); }));
-        const QByteArray line = socket->readLine();
-        greeted += line.contains("\"hello\"") ? 1 : 0;
-        sentAway += line.contains("\"goodbye\"") ? 1 : 0;
-    }
-    QCOMPARE(greeted, 128);
-    QCOMPARE(sentAway, 272);
+    SessionCrowd crowd(path(), 400);
+    QVERIFY(crowd.isAnswered());
+    QCOMPARE(crowd.greeted(), 128);
+    QCOMPARE(crowd.sentAway(), 272);
 }
 
 void tst_SessionDoor::withoutADescriptorASessionIsSentAway()

@@ -14,7 +14,6 @@ namespace platform {
 
 namespace {
 
-constexpr auto patienceAtStart = 700ms;
 constexpr auto patienceAtEnd = 1s;
 
 using KeyboardManager =
@@ -47,7 +46,7 @@ PointerButton buttonOf(const MouseEvent &event)
 
 } // namespace
 
-WlrootsEventServices::WlrootsEventServices()
+WlrootsEventServices::WlrootsEventServices(CompositorPatience patience)
     : outputs(connection)
     , outbox(connection)
     , seat(connection)
@@ -69,7 +68,7 @@ WlrootsEventServices::WlrootsEventServices()
     });
     // First the globals, then the seat and its keyboard, and then the key map of that.
     for (int answer = 0; answer < 3; ++answer) {
-        connection.answers(patienceAtStart);
+        patience.answers(connection);
     }
 }
 

@@ -10,6 +10,7 @@
 #include "platform/linux/input/WlrootsKeyboard.h"
 #include "platform/linux/input/WlrootsPointer.h"
 #include "platform/linux/input/WlrootsTypist.h"
+#include "platform/linux/wayland/CompositorPatience.h"
 #include "platform/linux/wayland/SeatKeymap.h"
 #include "platform/linux/wayland/WaylandConnection.h"
 #include "platform/linux/wayland/WaylandOutbox.h"
@@ -36,9 +37,9 @@ class WlrootsEventServices final : public QObject, public EventServices
     Q_OBJECT
 
 public:
-    /// Connects to the compositor that WAYLAND_DISPLAY names, and waits two seconds at most until
-    /// the keyboard is there.
-    WlrootsEventServices();
+    /// Connects to the compositor that WAYLAND_DISPLAY names, and waits until the keyboard is
+    /// there, as long as there is patience.
+    explicit WlrootsEventServices(CompositorPatience patience);
     /// Releases what is still down, and waits a second at most until the compositor has done so.
     ~WlrootsEventServices() override;
 

@@ -3,28 +3,19 @@
 
 #include "platform/linux/session/WaylandScreens.h"
 
-#include <chrono>
 #include <utility>
-
-using namespace std::chrono_literals;
 
 namespace platform {
 
-namespace {
-
-/// How long a compositor may take to describe its outputs.
-constexpr auto patience = 1s;
-
-} // namespace
-
-WaylandScreens::WaylandScreens(std::unique_ptr<WaylandConnection> openConnection)
+WaylandScreens::WaylandScreens(std::unique_ptr<WaylandConnection> openConnection,
+                               CompositorPatience patience)
     : connection(std::move(openConnection))
     , outputs(*connection)
 {
     // Queued: one change of the compositor's comes as several events.
     QObject::connect(
         &outputs, &WaylandOutputs::changed, &outputs, [this] { compare(); }, Qt::QueuedConnection);
-    connection->answers(patience);
+    patience.answers(*connection);
 }
 
 QSize WaylandScreens::desktopSize()

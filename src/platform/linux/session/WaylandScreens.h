@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/Screens.h"
+#include "platform/linux/wayland/CompositorPatience.h"
 #include "platform/linux/wayland/WaylandConnection.h"
 #include "platform/linux/wayland/WaylandOutputs.h"
 
@@ -14,8 +15,8 @@ namespace platform {
 class WaylandScreens final : public Screens
 {
 public:
-    /// Waits until the compositor has described them, for a second at most.
-    explicit WaylandScreens(std::unique_ptr<WaylandConnection> openConnection);
+    /// Waits until the compositor has described them, as long as there is patience.
+    WaylandScreens(std::unique_ptr<WaylandConnection> openConnection, CompositorPatience patience);
 
     QSize desktopSize() override;
     QList<Screen> all() override;
