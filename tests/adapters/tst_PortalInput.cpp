@@ -2,15 +2,15 @@
 // SPDX-License-Identifier: MIT
 
 #include "adapters/PortalScene.h"
-#include "platform/linux/input/XkbHandles.h"
+#include "doubles/RecordingClipboard.h"
 #include "platform/linux/portal/PortalEventServices.h"
+#include "support/KeymapText.h"
 #include "support/MessageRecorder.h"
 #include "support/Waiting.h"
 
 #include <QFile>
 #include <QSignalSpy>
 
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -28,17 +28,6 @@ const QStringList question{u"create"_s, u"select 3 0 -"_s, u"start"_s};
 QStringList tapOf(char character)
 {
     return {u"keysym %1 1"_s.arg(int{character}), u"keysym %1 0"_s.arg(int{character})};
-}
-
-QByteArray keymapOf(const char *layout)
-{
-    const xkb_rule_names names{"evdev", "pc105", layout, "", ""};
-    const XkbContext context(xkb_context_new(XKB_CONTEXT_NO_ENVIRONMENT_NAMES));
-    const XkbKeymap keymap(
-        xkb_keymap_new_from_names(context.get(), &names, XKB_KEYMAP_COMPILE_NO_FLAGS));
-    const std::unique_ptr<char, decltype(&std::free)> text(
-        xkb_keymap_get_as_string(keymap.get(), XKB_KEYMAP_FORMAT_TEXT_V1), &std::free);
-    return text.get();
 }
 
 } // namespace
@@ -64,6 +53,11 @@ private slots:
 
     void textsArriveInTheirOrder();
     void whatTheLayoutLacksIsReported();
+    void whatTheLayoutLacksIsPasted();
+    void aTextThatIsNotOnThePrimarySelectionIsPastedByAnotherKey();
+    void whatNobodyPastesIsReported();
+    void aTextWhoseOwnerGoesGivesTheClipboardBack();
+    void aSessionThatEndsGivesTheClipboardBack();
     void charactersHaveTheKeysymOfTheLayout();
     void charactersOutOfTheKeysymsReachHaveAPlace();
     void layoutThatGnomeAddsIsNotTheUsers();
@@ -95,8 +89,12 @@ private:
     State state() { return services->session().state(); }
     void tap(const Key &key, const KeyModifiers &modifiers = {});
     std::optional<bool> typed(const QString &text);
+    /// Begins to type a text of which the layout lacks something.
+    void beginToPaste(QObject *owner);
 
     QObject context;
+    RecordingClipboard clipboard;
+    std::optional<bool> pasted;
     PortalPointer::WheelStep wheelStep = PortalPointer::WheelStep::Notch;
     std::unique_ptr<PortalScene> scene;
     std::unique_ptr<PortalEventServices> services;
@@ -106,6 +104,9 @@ private:
 void tst_PortalInput::init()
 {
     messages = std::make_unique<MessageRecorder>();
+    clipboard = RecordingClipboard();
+    clipboard.canBeLent = false;
+    pasted.reset();
     wheelStep = PortalPointer::WheelStep::Notch;
 }
 
@@ -120,9 +121,10 @@ void tst_PortalInput::begin(PortalScene::Role role)
 {
     scene = std::make_unique<PortalScene>(role);
     QVERIFY(scene->isReady());
-    services =
-        std::make_unique<PortalEventServices>(scene->connection(), RestoreToken(scene->tokenFile()),
-                                              std::make_unique<TwoScreens>(), wheelStep);
+    services = std::make_unique<PortalEventServices>(
+        std::make_shared<RemoteDesktopPortal>(scene->connection(),
+                                              RestoreToken(scene->tokenFile())),
+        std::make_unique<TwoScreens>(), wheelStep, &clipboard);
     services->session().shortestPause = 100ms;
 }
 
@@ -322,6 +324,95 @@ void tst_PortalInput::whatTheLayoutLacksIsReported()
     QCOMPARE(result, std::optional(true));
     services->keyboardLayout().useKeymap("no key map");
     QCOMPARE(typed(u"é"_s), std::optional(true));
+}
+
+void tst_PortalInput::beginToPaste(QObject *owner)
+{
+    clipboard.canBeLent = true;
+    services->keyboardLayout().useKeymap(keymapOf("us"));
+    input().type(u"aéф b😀c\nd\té"_s, owner, [this](bool isDone) { pasted = isDone; });
+    QVERIFY(eventually([this] { return clipboard.lent == QStringList{u"éф b😀"_s}; }));
+    QVERIFY(scene->waitFor(tapOf('a')));
+}
+
+/// In its order, in as few pieces as the keys between them allow.
+void tst_PortalInput::whatTheLayoutLacksIsPasted()
+{
+    const QStringList pasteKey{u"keycode 42 1"_s, u"keycode 110 1"_s, u"keycode 110 0"_s,
+                               u"keycode 42 0"_s};
+    open();
+    beginToPaste(&context);
+    clipboard.borrower->textLent();
+    QVERIFY(scene->waitFor(tapOf('a') + pasteKey));
+    clipboard.borrower->textRead();
+    QVERIFY(eventually([this] { return clipboard.lent.size() == 2; }));
+    QCOMPARE(clipboard.lent.last(), u"é"_s);
+    const QStringList enter{u"keysym 65293 1"_s, u"keysym 65293 0"_s};
+    const QStringList tabulator{u"keysym 65289 1"_s, u"keysym 65289 0"_s};
+    QStringList expected = tapOf('a') + pasteKey + tapOf('c') + enter + tapOf('d') + tabulator;
+    QVERIFY(scene->waitFor(expected));
+    clipboard.borrower->textLent();
+    clipboard.borrower->textRead();
+    QVERIFY(eventually([this] { return pasted.has_value(); }));
+    QCOMPARE(pasted, std::optional(true));
+    expected += pasteKey;
+    QVERIFY(scene->waitFor(expected));
+    QVERIFY(clipboard.borrower == nullptr);
+    // What the layout has needs no clipboard.
+    QCOMPARE(typed(u"xyz"_s), std::optional(true));
+    QCOMPARE(clipboard.lent.size(), 2);
+}
+
+/// Shift and Insert would paste something else into a terminal.
+void tst_PortalInput::aTextThatIsNotOnThePrimarySelectionIsPastedByAnotherKey()
+{
+    clipboard.hasPrimary = false;
+    open();
+    beginToPaste(&context);
+    clipboard.borrower->textLent();
+    QVERIFY(scene->waitFor(tapOf('a') + QStringList{u"keycode 29 1"_s, u"keysym 118 1"_s,
+                                                    u"keysym 118 0"_s, u"keycode 29 0"_s}));
+}
+
+void tst_PortalInput::whatNobodyPastesIsReported()
+{
+    open();
+    beginToPaste(&context);
+    clipboard.borrower->loanLost();
+    QVERIFY(eventually([this] { return pasted.has_value(); }));
+    QCOMPARE(pasted, std::optional(false));
+    QCOMPARE(clipboard.lent.size(), 1);
+    const QStringList enter{u"keysym 65293 1"_s, u"keysym 65293 0"_s};
+    const QStringList tabulator{u"keysym 65289 1"_s, u"keysym 65289 0"_s};
+    QVERIFY(scene->waitFor(tapOf('a') + tapOf(' ') + tapOf('b') + tapOf('c') + enter + tapOf('d') +
+                           tabulator));
+    QVERIFY(clipboard.borrower == nullptr);
+}
+
+void tst_PortalInput::aTextWhoseOwnerGoesGivesTheClipboardBack()
+{
+    open();
+    auto owner = std::make_unique<QObject>();
+    beginToPaste(owner.get());
+    clipboard.borrower->textLent();
+    owner.reset();
+    clipboard.borrower->textRead();
+    QVERIFY(eventually([this] { return clipboard.borrower == nullptr; }));
+    QVERIFY(!pasted);
+    QCOMPARE(typed(u"z"_s), std::optional(true));
+    QCOMPARE(scene->record().last(2), tapOf('z'));
+    QCOMPARE(clipboard.lent.size(), 1);
+}
+
+void tst_PortalInput::aSessionThatEndsGivesTheClipboardBack()
+{
+    open();
+    beginToPaste(&context);
+    clipboard.borrower->textLent();
+    QVERIFY(scene->command(u"close"_s));
+    QVERIFY(eventually([this] { return pasted.has_value(); }));
+    QCOMPARE(pasted, std::optional(false));
+    QVERIFY(clipboard.borrower == nullptr);
 }
 
 void tst_PortalInput::charactersHaveTheKeysymOfTheLayout()

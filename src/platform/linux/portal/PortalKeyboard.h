@@ -36,6 +36,8 @@ public:
     void release(const Key &key);
     void release(KeyCode code);
 
+    /// Whether a layout has that character.
+    bool has(char32_t character) const { return layout.keysymOf(character).has_value(); }
     /// Types a character, without any modifier that is held here. False if no layout has it.
     bool tap(char32_t character);
 
