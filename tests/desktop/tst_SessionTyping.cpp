@@ -98,7 +98,7 @@ void tst_SessionTyping::everyCharacterArrives_data()
             QTest::addRow("%s, %s", name.constData(), layout)
                 << kind << QString::fromLatin1(layout) << Hindrance::None;
         }
-        if (TypingDesk::sharesKeyboard()) {
+        if (TypingDesk::sharesKeyboard() || !TypingDesk::canHinder()) {
             continue;
         }
         QTest::addRow("%s, Caps Lock", name.constData()) << kind << u"de"_s << Hindrance::CapsLock;

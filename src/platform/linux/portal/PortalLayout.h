@@ -43,6 +43,9 @@ public:
     /// something else is typed.
     std::optional<Place> placeOf(char32_t character) const;
 
+    /// Whether the compositor has told the layouts.
+    bool isKnown() const { return !keysyms.empty(); }
+
     /// From now on the layouts are those of this key map, as the compositor tells it.
     void useKeymap(const QByteArray &text);
 

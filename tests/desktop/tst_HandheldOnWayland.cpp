@@ -8,10 +8,11 @@
 #include "support/protocol/SessionClient.h"
 #include "support/session/SessionProcess.h"
 #include "support/wayland/PlainKeys.h"
-#include "support/wayland/SwayScene.h"
+#include "support/wayland/WaylandScene.h"
 #include "support/wayland/WaylandWindow.h"
 #include "support/x11/XServer.h"
 
+#include <QJsonArray>
 #include <QTest>
 
 #include <array>
@@ -21,7 +22,7 @@
 namespace {
 
 /// What a program of that session prints; nothing if it fails.
-std::optional<QByteArray> output(const SwaySession &session, const QString &program,
+std::optional<QByteArray> output(const UserSession &session, const QString &program,
                                  const QStringList &arguments)
 {
     ChildProcess process;
@@ -35,7 +36,7 @@ std::optional<QByteArray> output(const SwaySession &session, const QString &prog
 
 } // namespace
 
-class tst_HandheldOnSway : public QObject
+class tst_HandheldOnWayland : public QObject
 {
     Q_OBJECT
 
@@ -47,6 +48,7 @@ private slots:
     void clicksPressTheirButton();
     void pointerMovesByTheOffset();
     void sizeOfTheDesktopIsReported();
+    void screensAreReported();
     void textOfAnotherProgramIsSent();
     void textIsPutOnTheClipboard();
     void windowsOnAnXDisplayChangeNothingElse();
@@ -65,22 +67,23 @@ private:
         return window->keysDown().isEmpty() && window->buttonsDown().isEmpty();
     }
 
-    std::unique_ptr<SwayScene> scene;
+    std::unique_ptr<WaylandScene> scene;
     std::unique_ptr<WaylandWindow> window;
     std::unique_ptr<Handheld> handheld;
 };
 
-void tst_HandheldOnSway::init()
+void tst_HandheldOnWayland::init()
 {
-    scene = std::make_unique<SwayScene>();
+    scene = WaylandScene::make();
     QCOMPARE(scene->problem(), QByteArray());
     QVERIFY(scene->start());
+    QVERIFY(scene->allow());
     QVERIFY(openWindow());
     handheld = std::make_unique<Handheld>(scene->port());
     QVERIFY(handheld->isConnected());
 }
 
-void tst_HandheldOnSway::cleanup()
+void tst_HandheldOnWayland::cleanup()
 {
     const QByteArray problem = scene->problemAtEnd();
     window.reset();
@@ -89,14 +92,14 @@ void tst_HandheldOnSway::cleanup()
 }
 
 /// A seat gets its keyboard from the server, so the window comes after that.
-bool tst_HandheldOnSway::openWindow()
+bool tst_HandheldOnWayland::openWindow()
 {
     window.reset();
-    window = std::make_unique<WaylandWindow>(scene->session().displayPath());
+    window = std::make_unique<WaylandWindow>(scene->displayPath(), true);
     return waitUntil([this] { return window->isShown() && window->hasFocus(); });
 }
 
-void tst_HandheldOnSway::shortcutsHoldTheirModifiers()
+void tst_HandheldOnWayland::shortcutsHoldTheirModifiers()
 {
     const std::array<std::pair<QString, QString>, 7> rows{{
         {u"A"_s, u"a"_s},
@@ -114,7 +117,7 @@ void tst_HandheldOnSway::shortcutsHoldTheirModifiers()
     QVERIFY(isNothingDown());
 }
 
-void tst_HandheldOnSway::clicksPressTheirButton()
+void tst_HandheldOnWayland::clicksPressTheirButton()
 {
     const std::array<std::pair<QString, quint32>, 3> rows{
         {{u"0"_s, BTN_LEFT}, {u"1"_s, BTN_RIGHT}, {u"2"_s, BTN_MIDDLE}}};
@@ -127,7 +130,7 @@ void tst_HandheldOnSway::clicksPressTheirButton()
     }
 }
 
-void tst_HandheldOnSway::pointerMovesByTheOffset()
+void tst_HandheldOnWayland::pointerMovesByTheOffset()
 {
     QVERIFY(handheld->sendAndSettle(pointerCommand(u"4"_s, {u"-100000"_s, u"-100000"_s})));
     QVERIFY(waitUntil([this] { return window->pointer() == QPointF(0, 0); }));
@@ -137,16 +140,27 @@ void tst_HandheldOnSway::pointerMovesByTheOffset()
     QVERIFY(waitUntil([this] { return window->pointer() == QPointF(290, 25); }));
 }
 
-void tst_HandheldOnSway::sizeOfTheDesktopIsReported()
+void tst_HandheldOnWayland::sizeOfTheDesktopIsReported()
 {
     const auto answer = handheld->ask(serverInfo());
     QCOMPARE(response(answer), u"OK"_s);
     QCOMPARE(parameters(answer).mid(0, 2),
-             (QStringList{QString::number(SwaySession::OutputSize.height()),
-                          QString::number(SwaySession::OutputSize.width())}));
+             (QStringList{QString::number(scene->outputSize().height()),
+                          QString::number(scene->outputSize().width())}));
 }
 
-void tst_HandheldOnSway::textOfAnotherProgramIsSent()
+void tst_HandheldOnWayland::screensAreReported()
+{
+    const auto answer = SessionClient(scene->socketPath()).ask(u"screens"_s);
+    QVERIFY(answer.isOk());
+    const QJsonArray screens = answer.fields.value(u"screens"_s).toArray();
+    QCOMPARE(screens.size(), 1);
+    const QJsonObject screen = screens.first().toObject();
+    QCOMPARE(QSize(screen.value(u"width"_s).toInt(), screen.value(u"height"_s).toInt()),
+             scene->outputSize());
+}
+
+void tst_HandheldOnWayland::textOfAnotherProgramIsSent()
 {
     const QString text = u"It is 5 o'clock; bring tea"_s;
     QVERIFY(output(scene->session(), u"wl-copy"_s, {text}));
@@ -155,7 +169,7 @@ void tst_HandheldOnSway::textOfAnotherProgramIsSent()
     QCOMPARE(parameters(answer), QStringList{text});
 }
 
-void tst_HandheldOnSway::textIsPutOnTheClipboard()
+void tst_HandheldOnWayland::textIsPutOnTheClipboard()
 {
     QCOMPARE(response(handheld->ask(textTransfer(u"Meet at 5"_s))), u"OK"_s);
     QCOMPARE(output(scene->session(), u"wl-paste"_s, {u"--no-newline"_s}),
@@ -163,7 +177,7 @@ void tst_HandheldOnSway::textIsPutOnTheClipboard()
 }
 
 /// A session that has an X display too, and a toolkit without its part for Wayland.
-void tst_HandheldOnSway::windowsOnAnXDisplayChangeNothingElse()
+void tst_HandheldOnWayland::windowsOnAnXDisplayChangeNothingElse()
 {
     QCOMPARE(scene->problemAtEnd(), QByteArray());
     const XServer display;
@@ -182,7 +196,7 @@ void tst_HandheldOnSway::windowsOnAnXDisplayChangeNothingElse()
     QCOMPARE(scene->problemAtEnd(), QByteArray());
 }
 
-void tst_HandheldOnSway::killedSessionLeavesNothingDown()
+void tst_HandheldOnWayland::killedSessionLeavesNothingDown()
 {
     SessionProcess process(scene->socketPath());
     QVERIFY(process.holdInput());
@@ -191,7 +205,7 @@ void tst_HandheldOnSway::killedSessionLeavesNothingDown()
     QVERIFY(waitUntil([this] { return isNothingDown(); }));
 }
 
-void tst_HandheldOnSway::killedServerLeavesNothingDown()
+void tst_HandheldOnWayland::killedServerLeavesNothingDown()
 {
     SessionProcess process(scene->socketPath());
     QVERIFY(process.holdInput());
@@ -202,13 +216,14 @@ void tst_HandheldOnSway::killedServerLeavesNothingDown()
                                         .arg(window->buttonsDown().size())));
     // The seat has not kept the button either: the next click is a whole one.
     QVERIFY(scene->start());
+    QVERIFY(scene->allow());
     Handheld next(scene->port());
     window->clear();
     QVERIFY(next.sendAndSettle(pointerCommand(u"0"_s)));
     QVERIFY(waitUntil([this] { return window->buttons().size() == 1 && isNothingDown(); }));
 }
 
-void tst_HandheldOnSway::endedServerLeavesNothingDown()
+void tst_HandheldOnWayland::endedServerLeavesNothingDown()
 {
     SessionProcess process(scene->socketPath());
     QVERIFY(process.holdInput());
@@ -217,5 +232,5 @@ void tst_HandheldOnSway::endedServerLeavesNothingDown()
     QVERIFY(waitUntil([this] { return isNothingDown(); }));
 }
 
-QTEST_GUILESS_MAIN(tst_HandheldOnSway)
-#include "tst_HandheldOnSway.moc"
+QTEST_GUILESS_MAIN(tst_HandheldOnWayland)
+#include "tst_HandheldOnWayland.moc"
