@@ -62,6 +62,8 @@ private slots:
     void charactersOutOfTheKeysymsReachHaveAPlace();
     void layoutThatGnomeAddsIsNotTheUsers();
     void shortcutsHoldTheirModifiers();
+    void keysWithANameHaveTheirPlaceInEveryLayout_data();
+    void keysWithANameHaveTheirPlaceInEveryLayout();
     void modifiersOfOthersAreLifted();
     void keysOfHandheldsArrive();
     void aTextStopsWhenItsOwnerGoes();
@@ -476,6 +478,28 @@ void tst_PortalInput::shortcutsHoldTheirModifiers()
                             u"keysym 99 0"_s, u"keycode 42 0"_s, u"keycode 29 0"_s,
                             u"keycode 56 1"_s, u"keycode 63 1"_s, u"keycode 63 0"_s,
                             u"keycode 56 0"_s, u"keycode 115 1"_s, u"keycode 115 0"_s}));
+}
+
+void tst_PortalInput::keysWithANameHaveTheirPlaceInEveryLayout_data()
+{
+    QTest::addColumn<QByteArray>("layouts");
+    for (const auto *layouts : {"us", "fr", "ru", "us,ru", "ru,us"}) {
+        QTest::newRow(layouts) << QByteArray(layouts);
+    }
+}
+
+void tst_PortalInput::keysWithANameHaveTheirPlaceInEveryLayout()
+{
+    QFETCH(QByteArray, layouts);
+    open();
+    services->keyboardLayout().useKeymap(keymapOf(layouts.constData()));
+    tap(Key{NamedKey::ArrowLeft, 0}, {.hasControl = true, .hasShift = true});
+    tap(Key{NamedKey::F5, 0}, {.hasAlt = true});
+    tap(Key{NamedKey::Enter, 0});
+    QVERIFY(scene->waitFor({u"keycode 29 1"_s, u"keycode 42 1"_s, u"keycode 105 1"_s,
+                            u"keycode 105 0"_s, u"keycode 42 0"_s, u"keycode 29 0"_s,
+                            u"keycode 56 1"_s, u"keycode 63 1"_s, u"keycode 63 0"_s,
+                            u"keycode 56 0"_s, u"keycode 28 1"_s, u"keycode 28 0"_s}));
 }
 
 void tst_PortalInput::modifiersOfOthersAreLifted()
