@@ -58,8 +58,10 @@ public:
 
     /// Whether a text can be lent.
     virtual bool canLend() const { return false; }
+    /// Whether the primary selection, which terminals paste, is lent too.
+    virtual bool canLendPrimary() const { return false; }
     /// Puts a text in the place of the contents for a moment, so that a program can be made to
-    /// paste it, and of the primary selection, which terminals paste. What was there is kept, in
+    /// paste it, and of the primary selection where that can be lent. What was there is kept, in
     /// all its types, and is what others here are given meanwhile; if it cannot be kept, the loan
     /// is lost. There is one loan at a time; lending another text in it takes the place of the
     /// first. The borrower must outlive the loan, which nobody who watches notices.

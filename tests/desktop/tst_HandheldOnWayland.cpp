@@ -7,6 +7,7 @@
 #include "support/protocol/Handheld.h"
 #include "support/protocol/SessionClient.h"
 #include "support/session/SessionProcess.h"
+#include "support/wayland/PlainKeys.h"
 #include "support/wayland/WaylandScene.h"
 #include "support/wayland/WaylandWindow.h"
 #include "support/x11/XServer.h"
@@ -14,57 +15,11 @@
 #include <QJsonArray>
 #include <QTest>
 
-#include <xkbcommon/xkbcommon-keysyms.h>
-
 #include <array>
 
 #include <linux/input-event-codes.h>
 
 namespace {
-
-/// Typed after the keys under test: once it has arrived, so has everything before it.
-const QString Marker = u"F11"_s;
-
-QByteArray mouse(const QString &code, const QStringList &parameters = {})
-{
-    std::vector<TokenEntry> entries{{u"fncCommand"_s, code}};
-    if (!parameters.isEmpty()) {
-        entries.emplace_back(u"cmdParameters"_s, parameters);
-    }
-    return commandText(u"MOUSE_CMD"_s, entries);
-}
-
-QByteArray setClipboard(const QString &text)
-{
-    return commandText(u"TEXT_TRANSFER_AND_OPEN"_s, {{u"fncCommand"_s, text}});
-}
-
-bool isModifierKey(quint32 symbol)
-{
-    return symbol >= XKB_KEY_Shift_L && symbol <= XKB_KEY_Hyper_R;
-}
-
-QString nameOf(quint32 symbol)
-{
-    std::array<char, 64> name{};
-    xkb_keysym_get_name(symbol, name.data(), name.size());
-    return QString::fromLatin1(name.data());
-}
-
-/// "+Q (Shift Control)" is a press of Q while the two are held, "-Q" a release.
-QString describe(const WaylandWindow::KeyEvent &key)
-{
-    const std::array<std::pair<quint32, const char *>, 4> masks{
-        {{1U << 0, "Shift"}, {1U << 2, "Control"}, {1U << 3, "Alt"}, {1U << 6, "Super"}}};
-    QStringList held;
-    for (const auto &[mask, name] : masks) {
-        if ((key.modifiers & mask) != 0) {
-            held.append(QLatin1String(name));
-        }
-    }
-    const QString suffix = held.isEmpty() ? QString() : u" ("_s + held.join(u' ') + u')';
-    return (key.isDown ? u'+' : u'-') + nameOf(key.keysym) + suffix;
-}
 
 /// What a program of that session prints; nothing if it fails.
 std::optional<QByteArray> output(const UserSession &session, const QString &program,
@@ -103,8 +58,6 @@ private slots:
 
 private:
     bool openWindow();
-    QStringList plainKeysOf(const QByteArray &token);
-    bool waitForMarker();
     bool isHeld() const
     {
         return !window->keysDown().isEmpty() && !window->buttonsDown().isEmpty();
@@ -146,29 +99,6 @@ bool tst_HandheldOnWayland::openWindow()
     return waitUntil([this] { return window->isShown() && window->hasFocus(); });
 }
 
-bool tst_HandheldOnWayland::waitForMarker()
-{
-    const auto isMarker = [](const auto &key) { return key.keysym == XKB_KEY_F11 && !key.isDown; };
-    return handheld->send(keyCommand(Marker)) &&
-           waitUntil([&] { return std::ranges::any_of(window->keys(), isMarker); });
-}
-
-/// The events of keys that are no modifiers.
-QStringList tst_HandheldOnWayland::plainKeysOf(const QByteArray &token)
-{
-    window->clear();
-    if (!handheld->sendAndSettle(token) || !waitForMarker()) {
-        return {u"no marker"_s};
-    }
-    QStringList described;
-    for (const auto &key : window->keys()) {
-        if (key.keysym != XKB_KEY_F11 && !isModifierKey(key.keysym)) {
-            described.append(describe(key));
-        }
-    }
-    return described;
-}
-
 void tst_HandheldOnWayland::shortcutsHoldTheirModifiers()
 {
     const std::array<std::pair<QString, QString>, 7> rows{{
@@ -181,7 +111,8 @@ void tst_HandheldOnWayland::shortcutsHoldTheirModifiers()
         {u"Cmd+Alt+Shift+Z"_s, u"Z (Shift Control Alt)"_s},
     }};
     for (const auto &[shortcut, key] : rows) {
-        QCOMPARE(plainKeysOf(keyCommand(shortcut)), (QStringList{u'+' + key, u'-' + key}));
+        QCOMPARE(PlainKeys::ofToken(*handheld, *window, keyCommand(shortcut)),
+                 (QStringList{u'+' + key, u'-' + key}));
     }
     QVERIFY(isNothingDown());
 }
@@ -192,7 +123,7 @@ void tst_HandheldOnWayland::clicksPressTheirButton()
         {{u"0"_s, BTN_LEFT}, {u"1"_s, BTN_RIGHT}, {u"2"_s, BTN_MIDDLE}}};
     for (const auto &[code, button] : rows) {
         window->clear();
-        QVERIFY(handheld->sendAndSettle(mouse(code)));
+        QVERIFY(handheld->sendAndSettle(pointerCommand(code)));
         QVERIFY(waitUntil([&] { return !window->buttons().empty(); }));
         QVERIFY(waitUntil([this] { return isNothingDown(); }));
         QCOMPARE(window->buttons(), std::vector<quint32>{button});
@@ -201,11 +132,11 @@ void tst_HandheldOnWayland::clicksPressTheirButton()
 
 void tst_HandheldOnWayland::pointerMovesByTheOffset()
 {
-    QVERIFY(handheld->sendAndSettle(mouse(u"4"_s, {u"-100000"_s, u"-100000"_s})));
+    QVERIFY(handheld->sendAndSettle(pointerCommand(u"4"_s, {u"-100000"_s, u"-100000"_s})));
     QVERIFY(waitUntil([this] { return window->pointer() == QPointF(0, 0); }));
-    QVERIFY(handheld->sendAndSettle(mouse(u"4"_s, {u"300"_s, u"20"_s})));
+    QVERIFY(handheld->sendAndSettle(pointerCommand(u"4"_s, {u"300"_s, u"20"_s})));
     QVERIFY(waitUntil([this] { return window->pointer() == QPointF(300, 20); }));
-    QVERIFY(handheld->sendAndSettle(mouse(u"4"_s, {u"-10"_s, u"5"_s})));
+    QVERIFY(handheld->sendAndSettle(pointerCommand(u"4"_s, {u"-10"_s, u"5"_s})));
     QVERIFY(waitUntil([this] { return window->pointer() == QPointF(290, 25); }));
 }
 
@@ -240,7 +171,7 @@ void tst_HandheldOnWayland::textOfAnotherProgramIsSent()
 
 void tst_HandheldOnWayland::textIsPutOnTheClipboard()
 {
-    QCOMPARE(response(handheld->ask(setClipboard(u"Meet at 5"_s))), u"OK"_s);
+    QCOMPARE(response(handheld->ask(textTransfer(u"Meet at 5"_s))), u"OK"_s);
     QCOMPARE(output(scene->session(), u"wl-paste"_s, {u"--no-newline"_s}),
              std::optional(QByteArray("Meet at 5")));
 }
@@ -256,7 +187,8 @@ void tst_HandheldOnWayland::windowsOnAnXDisplayChangeNothingElse()
     QVERIFY(scene->start());
     QVERIFY(openWindow());
     handheld = std::make_unique<Handheld>(scene->port());
-    QCOMPARE(plainKeysOf(keyCommand(u"A"_s)), (QStringList{u"+a"_s, u"-a"_s}));
+    QCOMPARE(PlainKeys::ofToken(*handheld, *window, keyCommand(u"A"_s)),
+             (QStringList{u"+a"_s, u"-a"_s}));
     sizeOfTheDesktopIsReported();
     textOfAnotherProgramIsSent();
     textIsPutOnTheClipboard();
@@ -287,7 +219,7 @@ void tst_HandheldOnWayland::killedServerLeavesNothingDown()
     QVERIFY(scene->allow());
     Handheld next(scene->port());
     window->clear();
-    QVERIFY(next.sendAndSettle(mouse(u"0"_s)));
+    QVERIFY(next.sendAndSettle(pointerCommand(u"0"_s)));
     QVERIFY(waitUntil([this] { return window->buttons().size() == 1 && isNothingDown(); }));
 }
 

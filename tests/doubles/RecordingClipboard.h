@@ -36,6 +36,7 @@ public:
     void watch(std::function<void()> listener) override { changed = std::move(listener); }
 
     bool canLend() const override { return canBeLent; }
+    bool canLendPrimary() const override { return hasPrimary; }
     void lend(const QString &text, platform::ClipboardBorrower &by) override
     {
         lent.append(text);
@@ -52,6 +53,7 @@ public:
     bool canBeRead = true;
     bool canBeWatched = true;
     bool canBeLent = true;
+    bool hasPrimary = true;
     /// What was lent, and to whom something is lent now, which tests tell the rest.
     QStringList lent;
     platform::ClipboardBorrower *borrower = nullptr;

@@ -25,6 +25,8 @@ public:
     static bool isGnome() { return qgetenv("VORNA_DESKTOP") == "gnome"; }
     static bool isPlasma() { return qgetenv("VORNA_DESKTOP") == "plasma"; }
 
+    /// Whether the keys that the user holds count for what the server types, too.
+    static bool sharesKeyboard() { return isGnome(); }
     /// Whether the server can type what the user's layouts lack.
     static bool typesAnything() { return !isGnome(); }
 

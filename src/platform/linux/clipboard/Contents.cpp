@@ -3,7 +3,7 @@
 
 #include "platform/linux/clipboard/Contents.h"
 
-#include "platform/linux/clipboard/DataDevice.h"
+#include "platform/linux/clipboard/Selection.h"
 
 #include <algorithm>
 #include <array>
@@ -89,7 +89,7 @@ std::optional<QString> textOf(const Contents &contents)
 
 std::optional<QByteArrayList> typesToKeep(const QByteArrayList &types)
 {
-    if (types.size() >= DataDevice::mostTypes || types.contains(passingType)) {
+    if (types.size() >= mostSelectionTypes || types.contains(passingType)) {
         return std::nullopt;
     }
     QByteArrayList kept;

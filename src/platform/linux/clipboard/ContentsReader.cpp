@@ -61,12 +61,11 @@ void ContentsReader::readNext()
     }
     const QByteArray type = unread.first();
     read.insert(type, {});
-    const Descriptor target = pipe.start();
-    if (target.isOpen()) {
-        ask(type, target);
-    } else {
-        finish(false);
-    }
+    ask(type, [this, number = starts](Descriptor end) {
+        if (number == starts && !pipe.start(std::move(end))) {
+            finish(false);
+        }
+    });
 }
 
 void ContentsReader::take(QByteArrayView bytes)

@@ -20,8 +20,8 @@ class ContentsReader : public QObject
     Q_OBJECT
 
 public:
-    /// Asks the owner to write that type into the descriptor, and closes it.
-    using Ask = std::function<void(const QByteArray &type, const Descriptor &target)>;
+    /// Has the owner write that type into a pipe, as Selections::receive().
+    using Ask = std::function<void(const QByteArray &type, const PipeReceiver &receiver)>;
 
     ContentsReader();
 

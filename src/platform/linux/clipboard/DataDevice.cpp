@@ -213,7 +213,7 @@ private:
         .offer =
             [](void *data, typename Names::Offer * /*offer*/, const char *type) {
                 QByteArrayList &types = static_cast<Offer *>(data)->types;
-                if (types.size() < mostTypes) {
+                if (types.size() < mostSelectionTypes) {
                     types.append(type);
                 }
             },

@@ -3,21 +3,16 @@
 
 #pragma once
 
+#include "platform/linux/clipboard/Selection.h"
 #include "platform/posix/Descriptor.h"
 
 #include <QByteArrayList>
 
-#include <array>
-#include <cstddef>
 #include <memory>
 
 namespace platform {
 
 class WaylandConnection;
-
-/// What programs copy and paste, and what they select and paste with the middle button.
-enum class Selection { Clipboard, Primary };
-constexpr std::array bothSelections = {Selection::Clipboard, Selection::Primary};
 
 /// The selections of the compositor's first seat, as the data control protocols show them to
 /// programs without the focus. There are two of them with the same shape: the one of wlroots, and
@@ -27,9 +22,6 @@ constexpr std::array bothSelections = {Selection::Clipboard, Selection::Primary}
 class DataDevice
 {
 public:
-    /// How many types of a selection are known.
-    static constexpr qsizetype mostTypes = 200;
-
     /// What the compositor reports, from the event loop. Do not destroy the device in these.
     class Listener
     {
@@ -51,7 +43,7 @@ public:
 
     /// Whether the compositor has that selection; every one has the clipboard.
     virtual bool has(Selection selection) const = 0;
-    /// The types of the contents, up to mostTypes; empty if there are none.
+    /// The types of the contents, up to mostSelectionTypes; empty if there are none.
     virtual QByteArrayList types(Selection selection) const = 0;
     /// Asks the owner to write the contents into that descriptor, which the caller may close then.
     /// Only for one of the types.

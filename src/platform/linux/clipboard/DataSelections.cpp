@@ -30,11 +30,17 @@ QByteArrayList DataSelections::types(Selection selection) const
     return device ? device->types(selection) : QByteArrayList();
 }
 
-void DataSelections::receive(Selection selection, const QByteArray &type, const Descriptor &target)
+void DataSelections::receive(Selection selection, const QByteArray &type,
+                             const PipeReceiver &receiver)
 {
+    PipeEnds pipe;
     if (types(selection).contains(type)) {
-        device->receive(selection, type, target);
+        pipe = openPipe();
     }
+    if (pipe.writing.isOpen()) {
+        device->receive(selection, type, pipe.writing);
+    }
+    receiver(std::move(pipe.reading));
 }
 
 const std::optional<Contents> &DataSelections::own(Selection selection) const
@@ -88,7 +94,11 @@ void DataSelections::contentsChanged(Selection selection)
 void DataSelections::contentsWanted(Selection selection, const QByteArray &type, Descriptor target)
 {
     if (const auto &contents = own(selection)) {
-        writers.write(target, contents->value(type), [this, type] { emit wasRead(type); });
+        writers.write(target, contents->value(type), [this, type](bool isWhole) {
+            if (isWhole) {
+                emit wasRead(type);
+            }
+        });
     }
 }
 

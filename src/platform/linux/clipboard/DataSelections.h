@@ -6,9 +6,8 @@
 #include "platform/linux/clipboard/Contents.h"
 #include "platform/linux/clipboard/DataDevice.h"
 #include "platform/linux/clipboard/PipeWriters.h"
+#include "platform/linux/clipboard/Selections.h"
 #include "platform/linux/wayland/WaylandConnection.h"
-
-#include <QObject>
 
 #include <array>
 #include <functional>
@@ -20,7 +19,7 @@ namespace platform {
 /// The selections of a Wayland session whose compositor has a data control protocol, and what we
 /// have put there. While the compositor is away they are empty, and what is put there meanwhile
 /// becomes the contents when it is back.
-class DataSelections : public QObject, private DataDevice::Listener
+class DataSelections final : public Selections, private DataDevice::Listener
 {
     Q_OBJECT
 
@@ -29,32 +28,16 @@ public:
     ~DataSelections() override;
 
     /// Whether there is a compositor with a seat.
-    bool isThere() const { return device != nullptr; }
-    bool has(Selection selection) const { return device && device->has(selection); }
-    bool isConnected() const { return connection->isOpen(); }
-    /// As WaylandConnection::afterEverything(). Changes before that are known then.
-    void afterEverything(std::function<void()> handler);
-
-    /// The types of the contents, whoever has put them there.
-    QByteArrayList types(Selection selection) const;
-    /// Asks the owner to write contents of one of these types into that descriptor.
-    void receive(Selection selection, const QByteArray &type, const Descriptor &target);
-
-    /// Ours, while they are the contents, or will be when there is a compositor.
-    const std::optional<Contents> &own(Selection selection) const;
-    /// Replaces the contents; none: there are no contents any more.
-    void put(Selection selection, std::optional<Contents> contents);
-
-signals:
-    // From the event loop.
-    /// The contents are others than before, whoever has set them.
-    void changed(platform::Selection selection);
-    /// Ours are not the contents any more.
-    void replaced(platform::Selection selection);
-    /// Somebody has got all of ours under that type.
-    void wasRead(const QByteArray &type);
-    /// Nothing is known of the contents any more.
-    void lost();
+    bool isThere() const override { return device != nullptr; }
+    bool has(Selection selection) const override { return device && device->has(selection); }
+    bool isKnown() const override { return isThere(); }
+    bool isConnected() const override { return connection->isOpen(); }
+    void afterEverything(std::function<void()> handler) override;
+    QByteArrayList types(Selection selection) const override;
+    void receive(Selection selection, const QByteArray &type,
+                 const PipeReceiver &receiver) override;
+    const std::optional<Contents> &own(Selection selection) const override;
+    void put(Selection selection, std::optional<Contents> contents) override;
 
 private:
     void contentsChanged(Selection selection) override;

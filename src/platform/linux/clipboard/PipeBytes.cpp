@@ -9,8 +9,10 @@
 
 #include <array>
 #include <cerrno>
+#include <utility>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 namespace platform {
 
@@ -19,21 +21,35 @@ namespace {
 /// How many bytes are read before other parts of the program have their turn: what a pipe holds.
 constexpr qsizetype readSize = 64 * 1024;
 
+bool isStream(const Descriptor &end)
+{
+    struct stat status = {};
+    return fstat(end.get(), &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
+}
+
 } // namespace
 
-/// Only our end never waits: many programs do not expect that of the end that they write to.
-Descriptor PipeBytes::start()
+PipeEnds openPipe()
 {
-    stop();
     std::array<int, 2> ends = {-1, -1};
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-        return Descriptor(-1);
+        return {};
     }
-    pipe = Descriptor(ends[0]);
+    return {Descriptor(ends[0]), Descriptor(ends[1])};
+}
+
+/// Only our end never waits: many programs do not expect that of the end that they write to.
+bool PipeBytes::start(Descriptor end)
+{
+    stop();
+    if (!isStream(end)) {
+        return false;
+    }
+    pipe = std::move(end);
     fcntl(pipe.get(), F_SETFL, O_NONBLOCK);
     readable = std::make_unique<QSocketNotifier>(pipe.get(), QSocketNotifier::Read);
     connect(readable.get(), &QSocketNotifier::activated, this, &PipeBytes::read);
-    return Descriptor(ends[1]);
+    return true;
 }
 
 /// May be called by the notifier, which must live until it has returned.

@@ -9,9 +9,21 @@
 #include <QObject>
 #include <QSocketNotifier>
 
+#include <functional>
 #include <memory>
 
 namespace platform {
+
+struct PipeEnds
+{
+    Descriptor reading{-1};
+    Descriptor writing{-1};
+};
+/// Not open if there is no descriptor left. Whoever writes waits when the pipe is full.
+PipeEnds openPipe();
+
+/// Gets the end of a pipe from which it can be read.
+using PipeReceiver = std::function<void(Descriptor end)>;
 
 /// Reads what another program writes into a pipe, step by step from the event loop.
 class PipeBytes : public QObject
@@ -19,9 +31,9 @@ class PipeBytes : public QObject
     Q_OBJECT
 
 public:
-    /// Opens another pipe, whatever becomes of the one before, and returns its end for the writer,
-    /// which waits when the pipe is full. Not open if there is no descriptor left.
-    Descriptor start();
+    /// Begins with the end of another pipe, or of a socket, whatever becomes of the one before.
+    /// False if it is something else, or not open: reading that might wait.
+    bool start(Descriptor end);
     /// Closes the pipe without a report.
     void stop();
 

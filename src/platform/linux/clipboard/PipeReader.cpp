@@ -17,12 +17,12 @@ PipeReader::PipeReader()
     });
 }
 
-Descriptor PipeReader::start()
+bool PipeReader::start(Descriptor end)
 {
     received = QString();
     // A mark of the byte order at the beginning belongs to the text.
     decoder = QStringDecoder(QStringConverter::Utf8, QStringConverter::Flag::ConvertInitialBom);
-    return pipe.start();
+    return pipe.start(std::move(end));
 }
 
 void PipeReader::stop()

@@ -23,7 +23,7 @@ public:
     PipeReader();
 
     /// As PipeBytes::start().
-    Descriptor start();
+    bool start(Descriptor end);
     /// Closes the pipe without a report.
     void stop();
 

@@ -12,6 +12,7 @@
 #include "platform/linux/portal/PortalPointer.h"
 #include "platform/linux/portal/RemoteDesktopPortal.h"
 
+#include <QObject>
 #include <QString>
 
 #include <memory>
@@ -27,7 +28,7 @@ class PortalEventServices final : public EventServices
 {
 public:
     /// The clipboard, if there is one, types what the layouts lack; it must outlive the services.
-    PortalEventServices(const QDBusConnection &sessionBus, RestoreToken token,
+    PortalEventServices(std::shared_ptr<RemoteDesktopPortal> portalOfDesktop,
                         std::unique_ptr<Screens> screensOfDesktop,
                         PortalPointer::WheelStep wheelStep, Clipboard *clipboard);
     /// Releases the keys and buttons that are still down. A portal that does not answer holds it up
@@ -42,7 +43,7 @@ public:
     DesktopInput &input() override { return desktopInput; }
 
     /// The session that is made, and the layout that is typed on; for tests.
-    RemoteDesktopPortal &session() { return portal; }
+    RemoteDesktopPortal &session() { return *portal; }
     PortalLayout &keyboardLayout() { return layout; }
 
 private:
@@ -58,8 +59,8 @@ private:
     void postMouse(const MouseEvent &event);
 
     std::unique_ptr<Screens> screens;
-    RemoteDesktopPortal portal;
-    PortalOutbox outbox{portal};
+    std::shared_ptr<RemoteDesktopPortal> portal;
+    PortalOutbox outbox{*portal};
     PortalLayout layout;
     PortalKeyboard keyboard{outbox, layout};
     PortalPointer pointer;
@@ -68,6 +69,7 @@ private:
     Message refused;
     Message unusable;
     Message unanswered;
+    QObject listener; ///< To the portal, which may live longer.
 };
 
 } // namespace platform

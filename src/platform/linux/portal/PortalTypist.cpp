@@ -8,10 +8,11 @@
 namespace platform {
 
 PortalTypist::PortalTypist(PortalKeyboard &keyboardOfPortal, PortalOutbox &outboxOfPortal,
-                           Clipboard *clipboard)
+                           Clipboard *lendingClipboard)
     : keyboard(keyboardOfPortal)
     , outbox(outboxOfPortal)
-    , paster(clipboard, [this] { return pressPasteKey(); })
+    , clipboard(lendingClipboard)
+    , paster(lendingClipboard, [this] { return pressPasteKey(); })
 {
 }
 
@@ -91,10 +92,17 @@ bool PortalTypist::pasteForeign(Task &task)
     return true;
 }
 
-/// Terminals paste the primary selection by it, and others the clipboard. Control and V mean
-/// something else in terminals.
+/// By Shift and Insert terminals paste the primary selection, and others the clipboard. If only the
+/// clipboard is lent, that would paste into a terminal whatever the user has selected last. By
+/// Control and V terminals paste nothing.
 bool PortalTypist::pressPasteKey()
 {
+    if (!clipboard->canLendPrimary()) {
+        constexpr KeyCode keyOfV = 9;
+        const bool isPressed = keyboard.press(keyOfV, Flag::Control);
+        keyboard.release(keyOfV);
+        return isPressed;
+    }
     const Key insert{NamedKey::Insert, 0};
     const bool isPressed = keyboard.press(insert, {.hasShift = true});
     keyboard.release(insert);

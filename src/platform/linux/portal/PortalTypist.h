@@ -25,7 +25,7 @@ class PortalTypist
 public:
     /// They must outlive it. Without a clipboard nothing is pasted.
     PortalTypist(PortalKeyboard &keyboardOfPortal, PortalOutbox &outboxOfPortal,
-                 Clipboard *clipboard);
+                 Clipboard *lendingClipboard);
 
     /// As DesktopInput::type().
     void type(const QString &text, QObject *context, DesktopInput::Done done);
@@ -55,6 +55,7 @@ private:
 
     PortalKeyboard &keyboard;
     PortalOutbox &outbox;
+    const Clipboard *clipboard;
     Paster paster;
     std::deque<Task> tasks;
 };

@@ -3,7 +3,7 @@
 
 #include "platform/linux/clipboard/Contents.h"
 
-#include "platform/linux/clipboard/DataDevice.h"
+#include "platform/linux/clipboard/Selection.h"
 
 #include <QTest>
 
@@ -78,7 +78,7 @@ void tst_Contents::whatCannotBePutBackIsNotKept_data()
     QTest::newRow("a password") << QByteArrayList{"text/plain", "x-kde-passwordManagerHint"};
     QTest::newRow("nothing that is known") << QByteArrayList{"TARGETS", "MULTIPLE"};
     QByteArrayList many;
-    for (qsizetype count = 0; count < DataDevice::mostTypes; ++count) {
+    for (qsizetype count = 0; count < mostSelectionTypes; ++count) {
         many.append("a/" + QByteArray::number(count));
     }
     QTest::newRow("more types than are known") << many;

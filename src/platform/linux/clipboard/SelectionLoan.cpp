@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "platform/linux/clipboard/DataLoan.h"
+#include "platform/linux/clipboard/SelectionLoan.h"
 
 #include <chrono>
 #include <utility>
@@ -17,10 +17,10 @@ constexpr auto ownerPatience = 1s;
 
 } // namespace
 
-DataLoan::DataLoan(DataSelections &selectionsOfSession) : selections(selectionsOfSession)
+SelectionLoan::SelectionLoan(Selections &selectionsOfSession) : selections(selectionsOfSession)
 {
     ownerTime.setSingleShot(true);
-    connect(&ownerTime, &QTimer::timeout, this, &DataLoan::lose);
+    connect(&ownerTime, &QTimer::timeout, this, &SelectionLoan::lose);
     connect(&reader, &ContentsReader::finished, this, [this](const auto &contents) {
         if (contents) {
             before.at(reading) = *contents;
@@ -29,29 +29,29 @@ DataLoan::DataLoan(DataSelections &selectionsOfSession) : selections(selectionsO
             lose();
         }
     });
-    connect(&selections, &DataSelections::changed, this, [this] {
+    connect(&selections, &Selections::changed, this, [this] {
         if (borrower != nullptr && stage == Stage::Keeping) {
             keepAnew();
         }
     });
-    connect(&selections, &DataSelections::replaced, this, [this] {
+    connect(&selections, &Selections::replaced, this, [this] {
         if (isLent()) {
             lose();
         }
     });
-    connect(&selections, &DataSelections::wasRead, this, [this](const QByteArray &type) {
+    connect(&selections, &Selections::wasRead, this, [this](const QByteArray &type) {
         if (isLent() && textTypeOf({type})) {
             borrower->textRead();
         }
     });
-    connect(&selections, &DataSelections::lost, this, [this] {
+    connect(&selections, &Selections::lost, this, [this] {
         quietChanges = 0;       // They are reported no more.
         stage = Stage::Keeping; // There is nothing to give back to.
         lose();
     });
 }
 
-void DataLoan::begin(const QString &newText, ClipboardBorrower &newBorrower)
+void SelectionLoan::begin(const QString &newText, ClipboardBorrower &newBorrower)
 {
     text = newText;
     if (isLent()) {
@@ -64,8 +64,8 @@ void DataLoan::begin(const QString &newText, ClipboardBorrower &newBorrower)
     keepAnew();
 }
 
-/// What the compositor has reported so far may be read late, so it is asked first.
-void DataLoan::keepAnew()
+/// What has happened so far may be read late, so the desktop is asked first.
+void SelectionLoan::keepAnew()
 {
     reader.stop();
     before.fill(std::nullopt);
@@ -76,7 +76,7 @@ void DataLoan::keepAnew()
     });
 }
 
-void DataLoan::keepFrom(std::size_t index)
+void SelectionLoan::keepFrom(std::size_t index)
 {
     for (reading = index; reading < bothSelections.size(); ++reading) {
         const Selection selection = bothSelections.at(reading);
@@ -85,8 +85,8 @@ void DataLoan::keepFrom(std::size_t index)
             before.at(reading) = own;
         } else if (!types.isEmpty()) {
             reader.start(types,
-                         [this, selection](const QByteArray &type, const Descriptor &target) {
-                             selections.receive(selection, type, target);
+                         [this, selection](const QByteArray &type, const PipeReceiver &receiver) {
+                             selections.receive(selection, type, receiver);
                          });
             return;
         }
@@ -102,7 +102,7 @@ void DataLoan::keepFrom(std::size_t index)
     });
 }
 
-void DataLoan::lendNow()
+void SelectionLoan::lendNow()
 {
     const Contents contents = passingContentsOf(text);
     for (const Selection selection : bothSelections) {
@@ -117,7 +117,7 @@ void DataLoan::lendNow()
     });
 }
 
-void DataLoan::end()
+void SelectionLoan::end()
 {
     if (isLent()) {
         giveBack();
@@ -130,7 +130,7 @@ void DataLoan::end()
     before.fill(std::nullopt);
 }
 
-void DataLoan::giveBack()
+void SelectionLoan::giveBack()
 {
     for (const Selection selection : bothSelections) {
         if (selections.own(selection)) {
@@ -143,7 +143,7 @@ void DataLoan::giveBack()
     }
 }
 
-void DataLoan::lose()
+void SelectionLoan::lose()
 {
     ClipboardBorrower *told = borrower;
     end();
@@ -152,18 +152,18 @@ void DataLoan::lose()
     }
 }
 
-const std::optional<Contents> &DataLoan::kept(Selection selection) const
+const std::optional<Contents> &SelectionLoan::kept(Selection selection) const
 {
     return before.at(static_cast<std::size_t>(selection));
 }
 
-void DataLoan::replaceKept(const Contents &contents)
+void SelectionLoan::replaceKept(const Contents &contents)
 {
     before.at(static_cast<std::size_t>(Selection::Clipboard)) = contents;
     isKeptReplaced = true;
 }
 
-bool DataLoan::explainsChange() const
+bool SelectionLoan::explainsChange() const
 {
     constexpr Selection clipboard = Selection::Clipboard;
     const bool isOurs = selections.own(clipboard) || selections.types(clipboard).isEmpty();

@@ -6,7 +6,7 @@
 #include "platform/Clipboard.h"
 #include "platform/linux/clipboard/Contents.h"
 #include "platform/linux/clipboard/ContentsReader.h"
-#include "platform/linux/clipboard/DataSelections.h"
+#include "platform/linux/clipboard/Selections.h"
 
 #include <QTimer>
 
@@ -17,13 +17,13 @@ namespace platform {
 
 /// Lends the selections to a text: keeps what is there, puts the text there, and puts back what was
 /// there. See Clipboard::lend().
-class DataLoan : public QObject
+class SelectionLoan : public QObject
 {
     Q_OBJECT
 
 public:
     /// They must outlive it.
-    explicit DataLoan(DataSelections &selectionsOfSession);
+    explicit SelectionLoan(Selections &selectionsOfSession);
 
     void begin(const QString &text, ClipboardBorrower &newBorrower);
     /// Puts back what was there, where the text is still there.
@@ -48,7 +48,7 @@ private:
     void giveBack();
     void lose();
 
-    DataSelections &selections;
+    Selections &selections;
     ContentsReader reader;
     QTimer ownerTime;
     ClipboardBorrower *borrower = nullptr; // Null without a loan.
@@ -58,7 +58,7 @@ private:
     std::array<std::optional<Contents>, bothSelections.size()> before;
     bool isKeptReplaced = false;
     unsigned steps = 0;   // Also numbers them: what belongs to an earlier one comes too late.
-    int quietChanges = 0; // Changes of ours that the compositor has yet to report.
+    int quietChanges = 0; // Changes of ours that have yet to be reported.
 };
 
 } // namespace platform
