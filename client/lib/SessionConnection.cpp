@@ -18,12 +18,12 @@ using namespace std::chrono_literals;
 using Kind = SessionOutcome::Kind;
 
 /// Bytes taken from the socket at once. The rest waits there, however fast the server sends.
-constexpr qint64 readAhead = 1024 * 1024;
+constexpr qint64 answersReadAhead = 1024 * 1024;
 /// A piece of a file, and how many are sent ahead of the answers.
 constexpr qint64 filePieceSize = 512 * 1024;
 constexpr int piecesAhead = 4;
 /// A person needs longer than a program.
-constexpr std::chrono::milliseconds timeToDecide = 120s;
+constexpr std::chrono::milliseconds timeToConsent = 120s;
 
 QStringList textsIn(const QJsonArray &array)
 {
@@ -65,7 +65,7 @@ struct SessionConnection::Upload
 SessionConnection::SessionConnection(QObject *parent) : QObject(parent)
 {
     deadline.setSingleShot(true);
-    socket.setReadBufferSize(readAhead);
+    socket.setReadBufferSize(answersReadAhead);
     connect(&socket, &QLocalSocket::readyRead, this, &SessionConnection::receive);
     connect(&socket, &QLocalSocket::errorOccurred, this, [this](QLocalSocket::LocalSocketError) {
         receive(); // what it has said before, such as a farewell
@@ -121,14 +121,14 @@ void SessionConnection::waitForNext()
     if (waiting.empty()) {
         deadline.stop();
     } else {
-        deadline.start(waiting.front().asksUser ? std::max(timeout, timeToDecide) : timeout);
+        deadline.start(waiting.front().asksUser ? std::max(timeout, timeToConsent) : timeout);
     }
 }
 
 void SessionConnection::receive()
 {
     while (!isLost && socket.bytesAvailable() > 0) {
-        reader.append(socket.read(readAhead));
+        reader.append(socket.read(answersReadAhead));
         while (const auto line = reader.take()) {
             handle(*line);
             if (isLost) {

@@ -26,6 +26,8 @@ struct SessionMessage
     /// The answer may wait for a decision of a person.
     bool asksUser = false;
 
+    static constexpr int notch = 120;
+
     /// What is sent in front of the body, with its line feed.
     QByteArray line(qint64 id) const;
 
@@ -37,7 +39,7 @@ struct SessionMessage
     static SessionMessage move(double dx, double dy);
     /// The action is "click", "double", "press" or "release".
     static SessionMessage button(const QString &button, const QString &action);
-    /// 120 is one notch of a wheel; right and down are positive.
+    /// In units of which a notch of a wheel has `notch`; right and down are positive.
     static SessionMessage scroll(int dx, int dy);
     /// A piece of the text; the last one has none behind it.
     static SessionMessage setClipboard(const QByteArray &piece, bool hasMore);

@@ -17,7 +17,7 @@ namespace {
 constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
 constexpr QLatin1StringView noValues;
 
-constexpr std::array table = {
+constexpr std::array commandTable = {
     CommandEntry{"discover"_L1, noValues, "list the servers on the local network"_L1,
                  "Lists the servers that answer within two seconds (or --timeout): name, address\n"
                  "and port, separated by tabs. \"last used\" marks the server that commands go to\n"
@@ -208,15 +208,15 @@ constexpr std::array table = {
 
 const CommandEntry *findCommand(const QString &name)
 {
-    const auto *found = std::find_if(table.begin(), table.end(),
+    const auto *found = std::find_if(commandTable.begin(), commandTable.end(),
                                      [&](const CommandEntry &entry) { return name == entry.name; });
-    return found == table.end() ? nullptr : found;
+    return found == commandTable.end() ? nullptr : found;
 }
 
 QStringList commandNames()
 {
     QStringList names;
-    for (const CommandEntry &entry : table) {
+    for (const CommandEntry &entry : commandTable) {
         names += entry.name;
     }
     return names;

@@ -30,9 +30,6 @@ using Terminal::ExitCode;
 
 namespace {
 
-/// Short enough to be typed within the time limit, even where a character takes many milliseconds.
-constexpr qsizetype typedPiece = 100;
-
 QRect placeOf(const QJsonObject &screen)
 {
     return {screen.value("x"_L1).toInt(), screen.value("y"_L1).toInt(),
@@ -140,7 +137,7 @@ ExitCode typeSlowly(LocalSession &session, const QString &text, std::chrono::mil
 ExitCode typeFast(LocalSession &session, const QString &text)
 {
     std::vector<SessionMessage> messages;
-    for (const QString &piece : LocalText::pieces(text, typedPiece)) {
+    for (const QString &piece : LocalText::pieces(text, LocalText::typedPiece)) {
         messages.push_back(SessionMessage::text(piece));
     }
     return session.runAll(messages);

@@ -118,7 +118,7 @@ QJsonObject asJson(const QJsonObject &file)
              QDateTime::fromMSecsSinceEpoch(modified).toUTC().toString(Qt::ISODateWithMs)}};
 }
 
-QString asLine(const QJsonObject &file)
+QString fileLine(const QJsonObject &file)
 {
     const auto modified = QDateTime::fromMSecsSinceEpoch(file.value("modified"_L1).toInteger());
     return u"%1\t%2\t%3"_s.arg(printable(file.value("name"_L1).toString()))
@@ -133,7 +133,7 @@ QString showPage(const Arguments &arguments, const QJsonArray &files, QJsonArray
         if (arguments.wantsJson) {
             all.append(asJson(file.toObject()));
         } else {
-            Terminal::printLine(asLine(file.toObject()));
+            Terminal::printLine(fileLine(file.toObject()));
         }
     }
     return files.last().toObject().value("name"_L1).toString();

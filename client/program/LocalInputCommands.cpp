@@ -28,7 +28,6 @@ using Terminal::ExitCode;
 
 namespace {
 
-constexpr int notch = 120;
 constexpr int mostNotches = 10'000;
 constexpr int notchesPerRequest = 100;
 constexpr double farthest = 100'000; // pixels
@@ -78,7 +77,9 @@ std::vector<SessionMessage> scrolling(const Notches &notches)
     const double most = std::max(std::abs(notches.right), std::abs(notches.down));
     const int count = std::max(1, static_cast<int>(std::ceil(most / notchesPerRequest)));
     const auto share = [&](double all, int index) {
-        const auto upTo = [&](int end) { return std::lround(all * notch * end / count); };
+        const auto upTo = [&](int end) {
+            return std::lround(all * SessionMessage::notch * end / count);
+        };
         return static_cast<int>(upTo(index + 1) - upTo(index));
     };
     std::vector<SessionMessage> messages;

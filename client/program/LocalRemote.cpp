@@ -21,10 +21,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int notch = 120;
 /// While more requests are under way, moves of the pointer are added up instead of queued.
-constexpr size_t busyRequests = 4;
-constexpr qsizetype typedPiece = 100;
+constexpr size_t movesAhead = 4;
 /// The rest of a sequence follows within this time, even over a slow line.
 constexpr auto escapeTime = 50ms;
 
@@ -80,7 +78,7 @@ void LocalRemote::handleAll(const std::vector<TerminalKeys::Event> &events)
 
 void LocalRemote::handle(const TerminalKeys::Text &typed)
 {
-    for (const QString &piece : LocalText::pieces(typed.text, typedPiece)) {
+    for (const QString &piece : LocalText::pieces(typed.text, LocalText::typedPiece)) {
         send(SessionMessage::text(piece), u"typed %1"_s.arg(piece));
     }
 }
@@ -136,7 +134,9 @@ void LocalRemote::handle(const TerminalKeys::MouseButton &button)
 
 void LocalRemote::handle(const TerminalKeys::Wheel &wheel)
 {
-    send(SessionMessage::scroll(wheel.right * notch, wheel.down * notch), u"scroll"_s);
+    send(SessionMessage::scroll(wheel.right * SessionMessage::notch,
+                                wheel.down * SessionMessage::notch),
+         u"scroll"_s);
 }
 
 void LocalRemote::handle(const TerminalKeys::Leave &)
@@ -152,7 +152,7 @@ void LocalRemote::handle(const TerminalKeys::SwitchMode &)
 
 void LocalRemote::sendMoveUnlessBusy()
 {
-    if (session.connection().underWay() < busyRequests) {
+    if (session.connection().underWay() < movesAhead) {
         sendMove();
     }
 }

@@ -14,6 +14,10 @@ namespace quillmote::LocalText {
 /// Why the text cannot be typed, as a sentence; empty if it can be.
 QString problemWithTyping(const QString &text);
 
+/// Characters typed by one request: few enough to be typed within the time limit, even where a
+/// character takes many milliseconds.
+inline constexpr qsizetype typedPiece = 100;
+
 /// The text in pieces that are typed one after the other. None of them splits a character or a line
 /// break.
 QStringList pieces(const QString &text, qsizetype longest);

@@ -104,7 +104,7 @@ constexpr QLatin1StringView noValue;
 constexpr QLatin1StringView everyCommand;
 
 /// In the order in which the help shows them.
-constexpr std::array table = {
+constexpr std::array optionTable = {
     Option{"watch"_L1, noValue, "keep running and report servers as they appear and disappear"_L1,
            "discover"_L1, setFlag<&Arguments::isWatch>},
     Option{"name"_L1, "NAME"_L1, "the name of this device (default: its host name)"_L1, "pair"_L1,
@@ -162,7 +162,7 @@ constexpr std::array table = {
 template <typename Predicate> Options optionsThat(Predicate isWanted)
 {
     Options options;
-    for (const Option &option : table) {
+    for (const Option &option : optionTable) {
         if (isWanted(option)) {
             options.push_back(&option);
         }

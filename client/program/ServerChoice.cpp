@@ -8,8 +8,6 @@
 namespace quillmote {
 namespace {
 
-using Kind = ServerChoice::Kind;
-
 QList<ServerAddress> named(const QString &name, const QList<ServerAddress> &seen,
                            Qt::CaseSensitivity sensitivity)
 {
@@ -26,15 +24,15 @@ ServerChoice choiceOf(const QList<ServerAddress> &candidates, SearchState state)
     if (candidates.isEmpty() || state == SearchState::Running) {
         return {};
     }
-    return candidates.size() == 1 ? ServerChoice{Kind::Clear, candidates[0], {}}
-                                  : ServerChoice{Kind::Several, {}, candidates};
+    return candidates.size() == 1 ? ServerChoice{ServerChoice::Kind::Clear, candidates[0], {}}
+                                  : ServerChoice{ServerChoice::Kind::Several, {}, candidates};
 }
 
 ServerChoice chosenByName(const QString &name, const QList<ServerAddress> &seen, SearchState state)
 {
     const auto exact = named(name, seen, Qt::CaseSensitive);
     return exact.isEmpty() ? choiceOf(named(name, seen, Qt::CaseInsensitive), state)
-                           : ServerChoice{Kind::Clear, exact[0], {}};
+                           : ServerChoice{ServerChoice::Kind::Clear, exact[0], {}};
 }
 
 ServerChoice chosenWithoutName(const QString &lastUsed, const QList<ServerAddress> &seen,
@@ -42,7 +40,7 @@ ServerChoice chosenWithoutName(const QString &lastUsed, const QList<ServerAddres
 {
     const auto last = named(lastUsed, seen, Qt::CaseSensitive);
     if (!last.isEmpty()) {
-        return {Kind::Clear, last[0], {}};
+        return {ServerChoice::Kind::Clear, last[0], {}};
     }
     const bool mayLastUsedCome = !lastUsed.isEmpty() && state != SearchState::Over;
     return mayLastUsedCome ? ServerChoice() : choiceOf(seen, state);
@@ -55,8 +53,8 @@ ServerChoice chooseServer(const WantedServer &wanted, const QList<ServerAddress>
 {
     ServerChoice choice = wanted.name.isEmpty() ? chosenWithoutName(wanted.lastUsed, seen, state)
                                                 : chosenByName(wanted.name, seen, state);
-    if (choice.kind == Kind::Undecided && state == SearchState::Over) {
-        return {Kind::None, {}, seen};
+    if (choice.kind == ServerChoice::Kind::Undecided && state == SearchState::Over) {
+        return {ServerChoice::Kind::None, {}, seen};
     }
     return choice;
 }

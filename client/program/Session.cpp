@@ -21,7 +21,7 @@ namespace {
 using namespace std::chrono_literals;
 
 /// A server that does not ask a person answers within this time.
-constexpr auto quickAnswer = 300ms;
+constexpr auto answerWithoutQuestion = 300ms;
 
 /// Whether the server shows a balloon about the command, which the end of the connection covers.
 bool isShownByServer(const QString &command)
@@ -80,7 +80,7 @@ ExitCode Session::run(const Request &request, Answer *answer)
     QEventLoop loop;
     Outcome outcome;
     if (request.asksUser) {
-        QTimer::singleShot(quickAnswer, &loop, [this] {
+        QTimer::singleShot(answerWithoutQuestion, &loop, [this] {
             Terminal::note(u"Waiting for someone at %1 to accept."_s.arg(name));
         });
     }

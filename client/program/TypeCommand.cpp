@@ -28,7 +28,7 @@ using Terminal::ExitCode;
 
 namespace {
 
-QString textFromInput(const Arguments &arguments)
+QString typedFromInput(const Arguments &arguments)
 {
     if (isatty(STDIN_FILENO) == 1) {
         Terminal::note(u"Reading the text from the terminal; Ctrl+D ends it."_s);
@@ -118,7 +118,7 @@ ExitCode typeOnNetwork(const Target &target, const Arguments &arguments, const T
 ExitCode Commands::type(const Arguments &arguments)
 {
     const QString text =
-        arguments.values.isEmpty() ? textFromInput(arguments) : arguments.values.join(u' ');
+        arguments.values.isEmpty() ? typedFromInput(arguments) : arguments.values.join(u' ');
     TypingPlan plan;
     const Target target = Target::find(arguments, [&] {
         plan = TypingPlan::of(text, {arguments.pastesAll, arguments.isUsKeyboard});

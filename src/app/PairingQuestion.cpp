@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// Cuts a name so that the buttons stay on the screen.
-QString shortened(const QString &name)
+QString shortName(const QString &name)
 {
     constexpr int maximumShown = 80;
     return name.size() <= maximumShown ? name : name.left(maximumShown - 1) + u'…';
@@ -41,7 +41,7 @@ void askAboutPairing(const QString &name, const std::function<void(bool)> &answe
     QMessageBox box;
     box.setText(translated("Device pairing request."));
     box.setInformativeText(
-        translated("Do you want to pair with device named '%1''?").arg(shortened(name)));
+        translated("Do you want to pair with device named '%1''?").arg(shortName(name)));
     showAsWritten(box);
     const QPushButton *accept = box.addButton(translated("Accept"), QMessageBox::AcceptRole);
     QPushButton *reject = box.addButton(translated("Reject"), QMessageBox::RejectRole);

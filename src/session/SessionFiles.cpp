@@ -20,25 +20,25 @@ using platform::Folder;
 
 namespace {
 
-SessionReply failure(const QString &error, const char *sentence)
+SessionReply fileFailure(const QString &error, const char *sentence)
 {
     return SessionReply::refused(error, QCoreApplication::translate("Session", sentence));
 }
 
 SessionReply badRequest(const char *sentence)
 {
-    return failure(u"bad-request"_s, sentence);
+    return fileFailure(u"bad-request"_s, sentence);
 }
 
 SessionReply noTransfer()
 {
-    return failure(u"not-found"_s, QT_TRANSLATE_NOOP("Session", "There is no such transfer."));
+    return fileFailure(u"not-found"_s, QT_TRANSLATE_NOOP("Session", "There is no such transfer."));
 }
 
 SessionReply noDescriptor()
 {
-    return failure(u"too-much"_s,
-                   QT_TRANSLATE_NOOP("Session", "Too many files are open. Try again later."));
+    return fileFailure(u"too-much"_s,
+                       QT_TRANSLATE_NOOP("Session", "Too many files are open. Try again later."));
 }
 
 SessionReply failed(const QString &reason)
@@ -145,9 +145,10 @@ SessionReply SessionFiles::beginTransfer(const QByteArray &name, qint64 size, bo
 {
     auto transfer = std::make_unique<Transfer>(services.transfers);
     if (!transfer->share.resize(1)) {
-        return failure(u"too-much"_s,
-                       QT_TRANSLATE_NOOP("Session", "Too many files are on their way. Try again "
-                                                    "later."));
+        return fileFailure(u"too-much"_s,
+                           QT_TRANSLATE_NOOP("Session",
+                                             "Too many files are on their way. Try again "
+                                             "later."));
     }
     transfer->permissions = {services.descriptor(), services.descriptor()};
     if (!transfer->permissions.front() || !transfer->permissions.back()) {
@@ -313,8 +314,8 @@ SessionReply SessionFiles::read(const SessionRequest &request)
     }
     auto piece = folder->read(name, offset, length);
     if (!piece) {
-        return failure(u"not-found"_s,
-                       QT_TRANSLATE_NOOP("Session", "There is no such file that can be read."));
+        return fileFailure(u"not-found"_s,
+                           QT_TRANSLATE_NOOP("Session", "There is no such file that can be read."));
     }
     SessionReply reply = SessionReply::done({{u"size"_s, piece->size}});
     reply.body = std::move(piece->bytes);

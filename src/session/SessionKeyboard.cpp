@@ -71,11 +71,6 @@ std::optional<QString> typeable(QString text)
     return isGood ? std::optional(text) : std::nullopt;
 }
 
-SessionReply unsupported()
-{
-    return SessionReply::refused(u"unsupported"_s, u"This desktop cannot do that."_s);
-}
-
 SessionReply unknownKey(const QString &sentence, const QString &name)
 {
     return SessionReply::refused(u"unknown-key"_s, sentence.arg(SessionJson::shown(name)));
@@ -110,7 +105,7 @@ void SessionKeyboard::key(const SessionRequest &request, const SessionAnswer &an
     if (!fields.isGood()) {
         answer(fields.reply());
     } else if (!input.abilities().keys) {
-        answer(unsupported());
+        answer(unsupportedByDesktop());
     } else if (!key) {
         answer(unknownKey(u"There is no key \"%1\"."_s, stroke.name));
     } else {
@@ -211,7 +206,7 @@ void SessionKeyboard::text(const SessionRequest &request, const SessionAnswer &a
         answer(SessionReply::refused(
             u"bad-text"_s, u"The text has control characters or half of a surrogate pair."_s));
     } else if (!input.abilities().text) {
-        answer(unsupported());
+        answer(unsupportedByDesktop());
     } else if (const auto refusal = refusalOf(input)) {
         answer(*refusal);
     } else {

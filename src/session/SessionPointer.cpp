@@ -20,12 +20,7 @@ constexpr double furthestMove = 100'000;
 constexpr qint64 furthestScroll = 12'000;
 constexpr qint64 mostScreens = 1'000'000;
 
-enum class Action { Click, Double, Press, Release };
-
-SessionReply unsupported()
-{
-    return SessionReply::refused(u"unsupported"_s, u"This desktop cannot do that."_s);
-}
+enum class ButtonAction { Click, Double, Press, Release };
 
 } // namespace
 
@@ -52,7 +47,7 @@ SessionReply SessionPointer::move(const SessionRequest &request)
         return fields.reply();
     }
     if (!input.abilities().pointer) {
-        return unsupported();
+        return unsupportedByDesktop();
     }
     if (const auto refusal = refusalOf(input)) {
         return *refusal;
@@ -71,7 +66,7 @@ SessionReply SessionPointer::moveTo(const SessionRequest &request)
         return fields.reply();
     }
     if (!input.abilities().pointer) {
-        return unsupported();
+        return unsupportedByDesktop();
     }
     const std::optional<platform::Location> place = screens.placeOn(screen, x, y);
     if (!place) {
@@ -89,16 +84,16 @@ SessionReply SessionPointer::button(const SessionRequest &request)
     SessionFields fields(request.fields);
     const auto button = static_cast<PointerButton>(
         fields.choice("button"_L1, {"left"_L1, "middle"_L1, "right"_L1, "back"_L1, "forward"_L1}));
-    const auto action = static_cast<Action>(
+    const auto action = static_cast<ButtonAction>(
         fields.choice("action"_L1, {"click"_L1, "double"_L1, "press"_L1, "release"_L1}));
     if (!fields.isGood()) {
         return fields.reply();
     }
-    const bool isHolding = action == Action::Press || action == Action::Release;
+    const bool isHolding = action == ButtonAction::Press || action == ButtonAction::Release;
     if (isHolding ? !input.abilities().drag : !input.abilities().pointer) {
-        return unsupported();
+        return unsupportedByDesktop();
     }
-    if (action == Action::Release) {
+    if (action == ButtonAction::Release) {
         release(button);
         return SessionReply::done();
     }
@@ -106,16 +101,16 @@ SessionReply SessionPointer::button(const SessionRequest &request)
         return *refusal;
     }
     switch (action) {
-    case Action::Double:
+    case ButtonAction::Double:
         click(button);
         [[fallthrough]];
-    case Action::Click:
+    case ButtonAction::Click:
         click(button);
         break;
-    case Action::Press:
+    case ButtonAction::Press:
         press(button);
         break;
-    case Action::Release:
+    case ButtonAction::Release:
         break;
     }
     return SessionReply::done();
@@ -130,7 +125,7 @@ SessionReply SessionPointer::scroll(const SessionRequest &request)
         return fields.reply();
     }
     if (!input.abilities().scroll) {
-        return unsupported();
+        return unsupportedByDesktop();
     }
     if (const auto refusal = refusalOf(input)) {
         return *refusal;

@@ -5,6 +5,11 @@
 
 using namespace Qt::StringLiterals;
 
+SessionReply unsupportedByDesktop()
+{
+    return SessionReply::refused(u"unsupported"_s, u"This desktop cannot do that."_s);
+}
+
 std::optional<SessionReply> refusalOf(platform::DesktopInput &input)
 {
     using Readiness = platform::DesktopInput::Readiness;

@@ -90,7 +90,7 @@ public:
     bool waitForLineAtOnce(const QString &line)
     {
         while (!record().contains(line)) {
-            if (!desktop.waitForReadyRead(static_cast<int>(GenerousLimit.count()))) {
+            if (!desktop.waitForReadyRead(GenerousMilliseconds)) {
                 return false;
             }
         }

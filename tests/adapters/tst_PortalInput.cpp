@@ -60,7 +60,11 @@ private slots:
     void aTextWhoseOwnerGoesGivesTheClipboardBack();
     void aSessionThatEndsGivesTheClipboardBack();
     void charactersHaveTheKeysymOfTheLayout();
+    void charactersOutOfTheKeysymsReachHaveAPlace();
+    void layoutThatGnomeAddsIsNotTheUsers();
     void shortcutsHoldTheirModifiers();
+    void keysWithANameHaveTheirPlaceInEveryLayout_data();
+    void keysWithANameHaveTheirPlaceInEveryLayout();
     void modifiersOfOthersAreLifted();
     void keysOfHandheldsArrive();
     void aTextStopsWhenItsOwnerGoes();
@@ -428,6 +432,44 @@ void tst_PortalInput::charactersHaveTheKeysymOfTheLayout()
         QStringList{u"keycode 29 1"_s, u"keycode 46 1"_s, u"keycode 46 0"_s, u"keycode 29 0"_s}));
 }
 
+/// The first key of the German layout that has the degree sign takes Shift and AltGr for it, which
+/// no desktop holds for a keysym. U+215B is only on such a level.
+void tst_PortalInput::charactersOutOfTheKeysymsReachHaveAPlace()
+{
+    open();
+    services->keyboardLayout().useKeymap(keymapOf("de"));
+    QCOMPARE(typed(u"°a⅛"_s), std::optional(true));
+    const QStringList degree{u"keycode 42 1"_s, u"keycode 100 1"_s, u"keycode 11 1"_s,
+                             u"keycode 11 0"_s, u"keycode 100 0"_s, u"keycode 42 0"_s};
+    const QStringList eighth{u"keycode 42 1"_s, u"keycode 100 1"_s, u"keycode 3 1"_s,
+                             u"keycode 3 0"_s,  u"keycode 100 0"_s, u"keycode 42 0"_s};
+    QVERIFY(scene->waitFor(degree + tapOf('a') + eighth));
+    scene->forgetRecord();
+    tap(Key{NamedKey::None, U'°'}, {.hasControl = true});
+    QVERIFY(
+        scene->waitFor(QStringList{u"keycode 29 1"_s} + degree + QStringList{u"keycode 29 0"_s}));
+    // Which of two layouts is active, nobody tells.
+    services->keyboardLayout().useKeymap(keymapOf("de,fr"));
+    QCOMPARE(typed(u"°"_s), std::optional(false));
+    QCOMPARE(typed(u"ä"_s), std::optional(true));
+}
+
+void tst_PortalInput::layoutThatGnomeAddsIsNotTheUsers()
+{
+    qputenv("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
+    const auto forget = qScopeGuard([] { qunsetenv("XDG_CURRENT_DESKTOP"); });
+    open();
+    services->keyboardLayout().useKeymap(keymapOf("de,us"));
+    QCOMPARE(typed(u"°⅛"_s), std::optional(true));
+    services->keyboardLayout().useKeymap(keymapOf("ru,us"));
+    QCOMPARE(typed(u"ф"_s), std::optional(true));
+    QCOMPARE(typed(u"a"_s), std::optional(false));
+    services->keyboardLayout().useKeymap(keymapOf("ru,us,us"));
+    QCOMPARE(typed(u"фa"_s), std::optional(true));
+    services->keyboardLayout().useKeymap(keymapOf("us"));
+    QCOMPARE(typed(u"a"_s), std::optional(true));
+}
+
 void tst_PortalInput::shortcutsHoldTheirModifiers()
 {
     open();
@@ -438,6 +480,28 @@ void tst_PortalInput::shortcutsHoldTheirModifiers()
                             u"keysym 99 0"_s, u"keycode 42 0"_s, u"keycode 29 0"_s,
                             u"keycode 56 1"_s, u"keycode 63 1"_s, u"keycode 63 0"_s,
                             u"keycode 56 0"_s, u"keycode 115 1"_s, u"keycode 115 0"_s}));
+}
+
+void tst_PortalInput::keysWithANameHaveTheirPlaceInEveryLayout_data()
+{
+    QTest::addColumn<QByteArray>("layouts");
+    for (const auto *layouts : {"us", "fr", "ru", "us,ru", "ru,us"}) {
+        QTest::newRow(layouts) << QByteArray(layouts);
+    }
+}
+
+void tst_PortalInput::keysWithANameHaveTheirPlaceInEveryLayout()
+{
+    QFETCH(QByteArray, layouts);
+    open();
+    services->keyboardLayout().useKeymap(keymapOf(layouts.constData()));
+    tap(Key{NamedKey::ArrowLeft, 0}, {.hasControl = true, .hasShift = true});
+    tap(Key{NamedKey::F5, 0}, {.hasAlt = true});
+    tap(Key{NamedKey::Enter, 0});
+    QVERIFY(scene->waitFor({u"keycode 29 1"_s, u"keycode 42 1"_s, u"keycode 105 1"_s,
+                            u"keycode 105 0"_s, u"keycode 42 0"_s, u"keycode 29 0"_s,
+                            u"keycode 56 1"_s, u"keycode 63 1"_s, u"keycode 63 0"_s,
+                            u"keycode 56 0"_s, u"keycode 28 1"_s, u"keycode 28 0"_s}));
 }
 
 void tst_PortalInput::modifiersOfOthersAreLifted()

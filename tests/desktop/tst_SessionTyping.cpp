@@ -98,6 +98,9 @@ void tst_SessionTyping::everyCharacterArrives_data()
             QTest::addRow("%s, %s", name.constData(), layout)
                 << kind << QString::fromLatin1(layout) << Hindrance::None;
         }
+        if (TypingDesk::sharesKeyboard() || !TypingDesk::canHinder()) {
+            continue;
+        }
         QTest::addRow("%s, Caps Lock", name.constData()) << kind << u"de"_s << Hindrance::CapsLock;
         QTest::addRow("%s, Shift held", name.constData())
             << kind << u"fr"_s << Hindrance::HeldShift;
@@ -117,10 +120,14 @@ void tst_SessionTyping::everyCharacterArrives()
 QString tst_SessionTyping::sample(Kind kind, const QString &layout)
 {
     RandomText text(Seed);
-    const QString keyCaps = TypingScene::keyCaps(layout);
+    QString keyCaps = TypingScene::keyCaps(layout);
     const auto isTaken = [kind](char32_t character) {
         return TypingScene::isTaken(kind, character);
     };
+    if (!TypingDesk::typesAnything() && layout == "de"_L1) {
+        // That layout has them only as accents for the next letter.
+        keyCaps.remove(u'^').remove(u'`');
+    }
     return TypingDesk::typesAnything() ? text.mixed(characters(), keyCaps, isTaken)
                                        : text.ofKeyCaps(characters(), keyCaps);
 }

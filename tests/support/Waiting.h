@@ -12,6 +12,8 @@
 
 /// Long enough for a loaded machine with sanitizers; a wait ends as soon as its condition holds.
 inline constexpr std::chrono::milliseconds GenerousLimit{20'000};
+/// The same for the toolkit's functions that wait.
+inline constexpr auto GenerousMilliseconds = static_cast<int>(GenerousLimit.count());
 
 /// Runs the event loop for so long. QTest::qWait() sleeps between its looks at the events, so what
 /// is served in this thread would be ten milliseconds late each time.

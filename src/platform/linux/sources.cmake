@@ -87,6 +87,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/session/InputRoute.cpp
   platform/linux/session/SettingsFile.cpp
   platform/linux/session/StatusNotifierHosts.cpp
+  platform/linux/session/TrayAttention.cpp
   platform/linux/session/TrayHost.cpp
   platform/linux/session/TrayWatch.h
   platform/linux/session/WaylandScreens.cpp

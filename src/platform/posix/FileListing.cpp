@@ -14,7 +14,7 @@ namespace platform {
 namespace {
 
 /// How many names one step passes over: less than two milliseconds of work.
-constexpr int namesInStep = 2048;
+constexpr int namesListedInStep = 2048;
 
 } // namespace
 
@@ -27,7 +27,7 @@ FileListing::FileListing(DirectoryNames opened, const QByteArray &after, int mos
 
 bool FileListing::step()
 {
-    for (int count = 0; count < namesInStep; ++count) {
+    for (int count = 0; count < namesListedInStep; ++count) {
         const dirent *entry = names.next();
         if (entry == nullptr) {
             finish();

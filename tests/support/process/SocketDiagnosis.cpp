@@ -66,6 +66,10 @@ std::optional<qint64> unreadBytes(quint16 localPort, quint16 remotePort)
         return std::nullopt;
     }
     std::memcpy(&body, reply.data() + NLMSG_HDRLEN, sizeof body);
+    // Without such a connection, the kernel answers for the socket that listens on that port.
+    if (body.id.idiag_dport != htons(remotePort)) {
+        return std::nullopt;
+    }
     return body.idiag_rqueue;
 }
 

@@ -3,13 +3,21 @@
 
 #include "support/session/TypingDesk.h"
 
+#include "platform/linux/portal/PortalLayout.h"
 #include "platform/linux/x11/XcbXkb.h"
+#include "support/Folders.h"
+#include "support/Waiting.h"
 #include "support/session/ServerScene.h"
+#include "support/wayland/KwinWindows.h"
 #include "support/wayland/ShellScene.h"
 #include "support/wayland/SwayScene.h"
 #include "support/wayland/UserKeyboard.h"
 #include "support/x11/PhysicalKeyboard.h"
 #include "support/x11/XcbClient.h"
+
+#include <QDBusMessage>
+
+#include <algorithm>
 
 namespace {
 
@@ -197,10 +205,86 @@ private:
     ShellScene scene{ShellScene::Shell::Gnome};
 };
 
+class PlasmaDesk : public TypingDesk
+{
+public:
+    bool start() override
+    {
+        if (!scene.problem().isEmpty() || !scene.start() || !scene.allow()) {
+            return false;
+        }
+        windows = std::make_unique<KwinWindows>(scene.session());
+        return windows->isReady();
+    }
+
+    QByteArray problemAtEnd() override { return scene.problemAtEnd(); }
+    const UserSession &session() const override { return scene.session(); }
+
+    std::unique_ptr<ControlsProgram> open(ControlsProgram::Kind kind) override
+    {
+        return std::make_unique<ControlsProgram>(kind, scene.session(), [this](qint64 process) {
+            return windows->frontWindow(process);
+        });
+    }
+
+    bool useLayout(const QString &layouts) override
+    {
+        const QByteArray settings = "[Layout]\nUse=true\nLayoutList=" + layouts.toUtf8() + '\n';
+        return Folders::write(scene.session().path(u"config/kxkbrc"_s), settings) &&
+               tellKwin(QDBusMessage::createSignal(u"/Layouts"_s, u"org.kde.keyboard"_s,
+                                                   u"reloadConfig"_s)) &&
+               isCurrent(layouts.section(u',', 0, 0));
+    }
+
+    void switchToLayout(int number) override
+    {
+        auto call = QDBusMessage::createMethodCall(u"org.kde.keyboard"_s, u"/Layouts"_s,
+                                                   u"org.kde.KeyboardLayouts"_s, u"setLayout"_s);
+        call << static_cast<uint>(number);
+        tellKwin(call);
+    }
+
+    void hinder(Hindrance /*hindrance*/, bool /*begins*/) override {}
+
+    bool isPointerAt(const QPoint &place) const override { return windows->pointer() == place; }
+
+private:
+    bool tellKwin(const QDBusMessage &message) const
+    {
+        const QString name = u"plasma-desk"_s;
+        const auto bus = QDBusConnection::connectToBus(scene.session().busAddress(), name);
+        const bool isSent = message.type() == QDBusMessage::SignalMessage
+                                ? bus.send(message)
+                                : bus.call(message).type() == QDBusMessage::ReplyMessage;
+        QDBusConnection::disconnectFromBus(name);
+        return isSent;
+    }
+
+    /// As programs learn it from the compositor.
+    bool isCurrent(const QString &layout) const
+    {
+        qputenv("WAYLAND_DISPLAY", scene.session().displayPath().toUtf8());
+        platform::PortalLayout known;
+        qunsetenv("WAYLAND_DISPLAY");
+        const auto has = [&](char32_t mark) { return known.keysymOf(mark).has_value(); };
+        return waitUntil([&] {
+            return known.isKnown() && has(U'ù') == (layout == "fr"_L1) &&
+                   has(U'ж') == (layout == "ru"_L1) &&
+                   (has(U'ß') == (layout == "de"_L1) || layout == "fr"_L1);
+        });
+    }
+
+    ShellScene scene{ShellScene::Shell::Plasma};
+    std::unique_ptr<KwinWindows> windows;
+};
+
 } // namespace
 
 std::unique_ptr<TypingDesk> TypingDesk::make()
 {
+    if (isPlasma()) {
+        return std::make_unique<PlasmaDesk>();
+    }
     if (isGnome()) {
         return std::make_unique<GnomeDesk>();
     }

@@ -23,7 +23,10 @@ public:
     static std::unique_ptr<TypingDesk> make();
     static bool isWayland() { return !qEnvironmentVariableIsEmpty("VORNA_DESKTOP"); }
     static bool isGnome() { return qgetenv("VORNA_DESKTOP") == "gnome"; }
+    static bool isPlasma() { return qgetenv("VORNA_DESKTOP") == "plasma"; }
 
+    /// Whether the keys that the user holds count for what the server types, too.
+    static bool sharesKeyboard() { return isGnome(); }
     /// Whether the server can type what the user's layouts lack.
     static bool typesAnything() { return !isGnome(); }
 
@@ -38,6 +41,8 @@ public:
     virtual bool useLayout(const QString &layouts) = 0;
     /// Makes the layout active that has this number, from 0.
     virtual void switchToLayout(int number) = 0;
+    /// Whether a test can press keys of the user's own keyboard. KWin lets no program do that.
+    static bool canHinder() { return !isPlasma(); }
     /// Presses what the hindrance consists of, or lets go of it.
     virtual void hinder(Hindrance hindrance, bool begins) = 0;
 

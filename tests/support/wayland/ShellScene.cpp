@@ -41,7 +41,7 @@ bool ShellScene::start()
 
 QString ShellScene::errorOfKey() const
 {
-    SessionClient client(socketPath());
+    SessionClient client(desktop.serverSocket());
     return client.ask(u"key"_s, {{u"key"_s, u"Shift"_s}}).error();
 }
 

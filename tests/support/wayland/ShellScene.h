@@ -6,11 +6,12 @@
 #include "support/session/NotificationDesk.h"
 #include "support/session/ServerProcess.h"
 #include "support/wayland/ShellSession.h"
+#include "support/wayland/WaylandScene.h"
 
 #include <memory>
 
 /// A large desktop of Wayland with the server in it, whose tray is the test itself.
-class ShellScene
+class ShellScene : public WaylandScene
 {
 public:
     using Shell = ShellSession::Shell;
@@ -20,28 +21,21 @@ public:
     /// The desktop that VORNA_DESKTOP names: "gnome" or "plasma".
     static std::optional<Shell> ofEnvironment();
 
-    /// Why the scene cannot be used; empty when it can.
-    QByteArray problem() const;
-
-    /// Starts the server and waits until it listens and its icon is in the tray.
-    bool start();
+    QByteArray problem() const override;
+    bool start() override;
     /// Lets the server ask for the portal's consent, gives that, and waits until keys are posted.
     /// Then it pushes the pointer into the lower right corner, from where on the server knows its
     /// place.
-    bool allow();
+    bool allow() override;
     /// What the server says to a key of a program of the user; empty if it is posted.
     QString errorOfKey() const;
-    /// Ends the server if it still runs. Returns what was wrong with its end, with what it wrote;
-    /// empty if all was well.
-    QByteArray problemAtEnd();
+    QByteArray problemAtEnd() override;
 
-    ShellSession &session() { return desktop; }
+    ShellSession &session() override { return desktop; }
     const ShellSession &session() const { return desktop; }
-    ServerProcess &server() const { return *process; }
+    ServerProcess &server() const override { return *process; }
+    QSize outputSize() const override { return ShellSession::OutputSize; }
     NotificationDesk &desk() { return *panel; }
-    quint16 port() const { return process->port(); }
-    /// Where programs of the user reach the server.
-    QString socketPath() const { return desktop.serverSocket(); }
 
 private:
     ShellSession desktop;

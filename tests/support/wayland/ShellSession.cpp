@@ -203,9 +203,14 @@ std::optional<QByteArray> ShellSession::evaluate(const QString &expression) cons
 
 std::optional<QRect> ShellSession::frontWindow(qint64 process) const
 {
-    const auto place = evaluate(u"(window => window && window.get_pid() == %1 && [window."
-                                "get_frame_rect()].map(r => [r.x, r.y, r.width, r.height])[0])"
-                                "(global.display.focus_window)"_s.arg(process));
+    // A new window has the keys before the pointer finds it.
+    const auto place = evaluate(
+        u"(window => {"
+        "if (!window || window.get_pid() != %1) return null;"
+        "const {x, y, width, height} = window.get_frame_rect();"
+        "const found = global.stage.get_actor_at_pos(1, x + width / 2, y + height / 2);"
+        "return window.get_compositor_private().contains(found) ? [x, y, width, height] : null;"
+        "})(global.display.focus_window)"_s.arg(process));
     const QJsonArray numbers = QJsonDocument::fromJson(place.value_or("")).array();
     return process != 0 && numbers.size() == 4 ? std::optional(toRect(numbers)) : std::nullopt;
 }

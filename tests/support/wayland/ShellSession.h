@@ -47,7 +47,7 @@ public:
 
     /// What GNOME Shell makes of a JavaScript expression, as JSON; nothing if it throws.
     std::optional<QByteArray> evaluate(const QString &expression) const;
-    /// The place of that process's window on GNOME, once it has the keys.
+    /// The place of that process's window on GNOME, once it has the keys and the pointer finds it.
     std::optional<QRect> frontWindow(qint64 process) const;
     /// What GNOME's output shows.
     QImage picture() const;

@@ -9,6 +9,11 @@
 #include <ext-data-control-v1-server.h>
 #include <wayland-server.h>
 
+extern "C" {
+extern const wl_interface zwp_virtual_keyboard_manager_v1_interface;
+extern const wl_interface zwlr_virtual_pointer_manager_v1_interface;
+}
+
 /// What libwayland calls for the client's requests.
 struct StandInCompositor::Requests
 {
@@ -87,6 +92,11 @@ struct StandInCompositor::Requests
         make(static_cast<StandInCompositor *>(data), client, ext_data_control_manager_v1_interface,
              id, &manager, nullptr);
     }
+    static void refuse(wl_client *client, void * /*data*/, std::uint32_t /*version*/,
+                       std::uint32_t /*id*/)
+    {
+        wl_client_post_implementation_error(client, "only announced");
+    }
     static void bindSeat(wl_client *client, void *data, std::uint32_t /*version*/, std::uint32_t id)
     {
         make(static_cast<StandInCompositor *>(data), client, wl_seat_interface, id, nullptr,
@@ -103,9 +113,21 @@ StandInCompositor::StandInCompositor(Offer offer) : display(wl_display_create())
         return;
     }
     qputenv("WAYLAND_DISPLAY", name);
-    if (offer == Offer::DataControl) {
+    switch (offer) {
+    case Offer::Nothing:
+        break;
+    case Offer::DataControl:
         wl_global_create(display, &ext_data_control_manager_v1_interface, 1, this,
                          Requests::bindManager);
+        break;
+    case Offer::VirtualKeyboard:
+        wl_global_create(display, &zwp_virtual_keyboard_manager_v1_interface, 1, this,
+                         Requests::refuse);
+        break;
+    case Offer::VirtualPointer:
+        wl_global_create(display, &zwlr_virtual_pointer_manager_v1_interface, 1, this,
+                         Requests::refuse);
+        break;
     }
     wl_global_create(display, &wl_seat_interface, 1, this, Requests::bindSeat);
     wl_event_loop *loop = wl_display_get_event_loop(display);

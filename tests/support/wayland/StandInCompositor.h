@@ -27,7 +27,8 @@ public:
     /// Another program that owns the clipboard: writes into that descriptor.
     using Owner = std::function<void(const QByteArray &type, Descriptor target)>;
 
-    enum class Offer { Nothing, DataControl };
+    /// Virtual devices are only announced; nobody can make any.
+    enum class Offer { Nothing, DataControl, VirtualKeyboard, VirtualPointer };
 
     explicit StandInCompositor(Offer offer = Offer::DataControl);
     ~StandInCompositor();

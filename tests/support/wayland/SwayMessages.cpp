@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr auto LimitInMilliseconds = static_cast<int>(GenerousLimit.count());
-
 const QByteArray Magic = "i3-ipc";
 
 /// What follows the magic, in the byte order of the machine.
@@ -27,7 +25,7 @@ QByteArray read(QLocalSocket &socket, qsizetype size)
 {
     QByteArray bytes;
     while (bytes.size() < size) {
-        if (socket.bytesAvailable() == 0 && !socket.waitForReadyRead(LimitInMilliseconds)) {
+        if (socket.bytesAvailable() == 0 && !socket.waitForReadyRead(GenerousMilliseconds)) {
             break;
         }
         bytes += socket.read(size - bytes.size());
@@ -41,7 +39,7 @@ QJsonDocument SwayMessages::ask(const QString &socketPath, quint32 type, const Q
 {
     QLocalSocket socket;
     socket.connectToServer(socketPath);
-    if (!socket.waitForConnected(LimitInMilliseconds)) {
+    if (!socket.waitForConnected(GenerousMilliseconds)) {
         return {};
     }
     Header header{static_cast<quint32>(payload.size()), type};

@@ -16,7 +16,6 @@
 
 namespace {
 
-constexpr auto LimitInMilliseconds = static_cast<int>(GenerousLimit.count());
 constexpr quint32 CommandType = 0;
 
 /// sway runs the programs of its settings once it serves clients, and lets them write where it
@@ -55,7 +54,7 @@ QJsonObject focusedNode(const QJsonObject &node)
 QString readDisplayName(QProcess &process)
 {
     while (!process.canReadLine()) {
-        if (!process.waitForReadyRead(LimitInMilliseconds)) {
+        if (!process.waitForReadyRead(GenerousMilliseconds)) {
             return {};
         }
     }
@@ -157,7 +156,7 @@ void SwaySession::end()
 {
     resume();
     sway.terminate();
-    if (!sway.waitForFinished(LimitInMilliseconds)) {
+    if (!sway.waitForFinished(GenerousMilliseconds)) {
         sway.kill();
     }
     sway.waitForFinished();

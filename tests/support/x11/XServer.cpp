@@ -12,13 +12,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr auto LimitInMilliseconds = static_cast<int>(GenerousLimit.count());
-
 /// The rest of the line that the server writes when it is ready; empty when it ends before that.
 QString readDisplayNumber(QProcess &process)
 {
     while (!process.canReadLine()) {
-        if (!process.waitForReadyRead(LimitInMilliseconds)) {
+        if (!process.waitForReadyRead(GenerousMilliseconds)) {
             return {};
         }
     }
@@ -50,7 +48,7 @@ void XServer::end()
 {
     resume();
     xvfb.terminate();
-    if (!xvfb.waitForFinished(LimitInMilliseconds)) {
+    if (!xvfb.waitForFinished(GenerousMilliseconds)) {
         xvfb.kill();
     }
     xvfb.waitForFinished();
@@ -74,7 +72,7 @@ bool XServer::run(const QString &program, const QStringList &arguments) const
     process.setProcessEnvironment(environment());
     process.setProcessChannelMode(QProcess::ForwardedChannels);
     process.start(program, arguments);
-    return process.waitForFinished(LimitInMilliseconds) &&
+    return process.waitForFinished(GenerousMilliseconds) &&
            process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 

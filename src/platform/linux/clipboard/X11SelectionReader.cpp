@@ -18,11 +18,11 @@ namespace platform {
 namespace {
 
 /// How long the owner of the clipboard may take for everything.
-constexpr auto ownerPatience = 1s;
+constexpr auto selectionPatience = 1s;
 
 /// How many bytes are requested from the X server at once, and read before other parts of the
 /// program have their turn: less than two milliseconds of work.
-constexpr uint32_t readSize = 256 * 1024;
+constexpr uint32_t propertyReadSize = 256 * 1024;
 
 /// How many events are handled before other parts of the program have their turn: an owner may send
 /// them faster than they are handled.
@@ -40,7 +40,7 @@ constexpr std::array textTargetNames = {"UTF8_STRING", "text/plain;charset=utf-8
 X11SelectionReader::X11SelectionReader()
 {
     ownerTime.setSingleShot(true);
-    ownerTime.setInterval(ownerPatience);
+    ownerTime.setInterval(selectionPatience);
     connect(&ownerTime, &QTimer::timeout, this, [this] { finish(std::nullopt); });
     if (!connection.isOpen()) {
         return;
@@ -103,7 +103,8 @@ void X11SelectionReader::convert(xcb_atom_t wanted, Step next)
 void X11SelectionReader::readEvents()
 {
     const qsizetype before = receivedBytes;
-    for (int count = 0; count < eventsInTurn && receivedBytes < before + readSize; ++count) {
+    for (int count = 0; count < eventsInTurn && receivedBytes < before + propertyReadSize;
+         ++count) {
         const auto event = xcbOwned(xcb_poll_for_event(connection.get()));
         if (!event) {
             return;
@@ -191,7 +192,7 @@ void X11SelectionReader::handleText()
 void X11SelectionReader::readTextFrom(uint32_t offset)
 {
     step = Step::Reading;
-    const QByteArray bytes = takeProperty(offset, readSize);
+    const QByteArray bytes = takeProperty(offset, propertyReadSize);
     if (receivedBytes == 0) {
         // A mark of the byte order at the beginning belongs to the text.
         decoder = QStringDecoder(propertyType == XCB_ATOM_STRING ? QStringConverter::Latin1

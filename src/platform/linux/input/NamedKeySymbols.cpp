@@ -21,7 +21,7 @@ struct Row
 };
 
 // Print is missing: the keysym of that name takes a picture of the screen.
-constexpr std::array rows = {
+constexpr std::array namedKeys = {
     Row{NamedKey::Alt, XKB_KEY_Alt_L, XKB_KEY_Alt_R},
     Row{NamedKey::AltGraph, XKB_KEY_ISO_Level3_Shift, XKB_KEY_Mode_switch},
     Row{NamedKey::CapsLock, XKB_KEY_Caps_Lock},
@@ -117,8 +117,8 @@ std::vector<std::uint32_t> keysymsOf(NamedKey name)
         return {XKB_KEY_F1 + static_cast<std::uint32_t>(name) -
                 static_cast<std::uint32_t>(NamedKey::F1)};
     }
-    const auto *const row = std::ranges::find(rows, name, &Row::name);
-    if (row == rows.end()) {
+    const auto *const row = std::ranges::find(namedKeys, name, &Row::name);
+    if (row == namedKeys.end()) {
         return {};
     }
     return row->other ? std::vector{row->keysym, row->other} : std::vector{row->keysym};
@@ -142,6 +142,17 @@ std::uint32_t keysymOf(char32_t character)
     constexpr std::uint32_t unicodeKeysyms = 0x01000000;
     constexpr char32_t lastLatin1 = 0xff;
     return character <= lastLatin1 ? std::uint32_t{character} : unicodeKeysyms + character;
+}
+
+std::u32string printable(const QString &text)
+{
+    std::u32string characters;
+    for (const uint codePoint : text.toUcs4()) {
+        if (keysymOf(char32_t{codePoint})) {
+            characters += char32_t{codePoint};
+        }
+    }
+    return characters;
 }
 
 bool isModifier(NamedKey name)

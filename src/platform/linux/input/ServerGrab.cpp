@@ -16,7 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 
 /// Much longer than a server takes that has nothing else to do.
-constexpr auto patience = 100ms;
+constexpr auto grabPatience = 100ms;
 
 std::unique_ptr<X11Connection> connectTo(const QByteArray &name)
 {
@@ -67,7 +67,7 @@ bool ServerGrab::take()
     dropQuestion();
     xcb_grab_server(connection->get());
     const auto answer = xcb_get_input_focus(connection->get());
-    const bool isTaken = replyWithin(connection->get(), answer.sequence, patience) != nullptr;
+    const bool isTaken = replyWithin(connection->get(), answer.sequence, grabPatience) != nullptr;
     if (!isTaken) {
         connectAgain();
     }

@@ -27,7 +27,7 @@ using namespace std::chrono_literals;
 constexpr std::uint8_t firstKeycode = 8;
 
 /// Much longer than a server takes that has nothing else to do.
-constexpr auto patience = 200ms;
+constexpr auto answerPatience = 200ms;
 
 KeycodeSet allKeys()
 {
@@ -253,7 +253,7 @@ bool SpareKeyRecord::change(const std::vector<std::uint16_t> &changed,
     }
     std::vector<xcb_void_cookie_t> changes;
     for (std::size_t index = 0; index < changed.size(); ++index) {
-        const auto answer = replyWithin(connection.get(), questions[index], patience);
+        const auto answer = replyWithin(connection.get(), questions[index], answerPatience);
         auto keys = KeyRange::read(answer.get());
         if (keys && action(*keys)) {
             changes.push_back(keys->send(connection.get(), changed[index]));
@@ -267,7 +267,7 @@ bool SpareKeyRecord::areDone(std::span<const xcb_void_cookie_t> changes) const
 {
     // After this answer no question about an error waits for the server.
     const auto end = xcb_get_input_focus(connection.get());
-    if (!replyWithin(connection.get(), end.sequence, patience)) {
+    if (!replyWithin(connection.get(), end.sequence, answerPatience)) {
         std::ranges::for_each(changes, [this](xcb_void_cookie_t cookie) {
             xcb_discard_reply(connection.get(), cookie.sequence);
         });

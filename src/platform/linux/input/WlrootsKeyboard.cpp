@@ -12,15 +12,6 @@
 
 namespace platform {
 
-namespace {
-
-ModifierMask without(ModifierMask modifiers, ModifierMask removed)
-{
-    return static_cast<ModifierMask>(modifiers & ~removed);
-}
-
-} // namespace
-
 WlrootsKeyboard::WlrootsKeyboard(WaylandOutbox &outboxOfConnection)
     : outbox(outboxOfConnection)
     , layout(LayoutKeys::ofSystem())

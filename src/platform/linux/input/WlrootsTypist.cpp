@@ -20,17 +20,6 @@ constexpr int costOfKeymap = 1000;
 /// So far it looks for the characters of a key map.
 constexpr std::size_t lookahead = 1000;
 
-std::u32string printable(const QString &text)
-{
-    std::u32string characters;
-    for (const uint codePoint : text.toUcs4()) {
-        if (keysymOf(char32_t{codePoint})) {
-            characters += char32_t{codePoint};
-        }
-    }
-    return characters;
-}
-
 } // namespace
 
 WlrootsTypist::WlrootsTypist(WaylandConnection &openConnection, WaylandOutbox &outboxOfConnection,

@@ -45,11 +45,6 @@ std::uint32_t fakeKey(xcb_connection_t *connection, std::uint8_t type, std::uint
         .sequence;
 }
 
-ModifierMask without(ModifierMask modifiers, ModifierMask removed)
-{
-    return static_cast<ModifierMask>(modifiers & ~removed);
-}
-
 } // namespace
 
 X11Keyboard::X11Keyboard(xcb_connection_t *openConnection, ReleaseLedger &ledgerOfReleases)

@@ -37,26 +37,14 @@ constexpr auto promptAnswer = 200ms;
 /// How often the focus is looked at while a program is awaited.
 constexpr auto lookInterval = 250ms;
 /// So long the end may take.
-constexpr auto patienceAtEnd = 3s;
+constexpr auto patienceWithLastKeys = 3s;
 
 /// Few enough that the server belongs to us for some milliseconds only.
 constexpr int charactersPerTurn = 250;
 /// So far it looks for characters that are missing, to bind as many as possible at once.
-constexpr std::size_t lookahead = 1000;
+constexpr std::size_t missingAhead = 1000;
 
 constexpr auto patienceWithServer = 200ms;
-
-std::u32string printable(const QString &text)
-{
-    const auto codePoints = text.toUcs4();
-    std::u32string characters;
-    for (const uint codePoint : codePoints) {
-        if (keysymOf(char32_t{codePoint})) {
-            characters += char32_t{codePoint};
-        }
-    }
-    return characters;
-}
 
 } // namespace
 
@@ -343,7 +331,7 @@ std::vector<std::uint32_t> X11Typist::missingKeysyms()
     }
     if (!texts.empty()) {
         const WaitingText &text = texts.front();
-        const std::size_t end = std::min(text.characters.size(), text.position + lookahead);
+        const std::size_t end = std::min(text.characters.size(), text.position + missingAhead);
         for (std::size_t at = text.position; at < end && missing.size() < spareKeys.count(); ++at) {
             if (!keyboard.characterKey(text.characters[at])) {
                 add(keysymOf(text.characters[at]));
@@ -515,7 +503,7 @@ void X11Typist::giveBack()
 
 void X11Typist::waitUntilRead()
 {
-    const auto latest = Clock::now() + patienceAtEnd;
+    const auto latest = Clock::now() + patienceWithLastKeys;
     const auto end = [&] { return std::min(spareKeys.lastRead(), latest); };
     while (link.takeInEvents() && !spareKeys.bindings().empty() && end() > Clock::now()) {
         const auto rest = std::chrono::ceil<std::chrono::milliseconds>(end() - Clock::now());

@@ -21,6 +21,12 @@ namespace platform {
 using ModifierMask = std::uint8_t;
 inline constexpr int modifierCount = 8;
 
+/// The modifiers but those that are removed.
+inline ModifierMask without(ModifierMask modifiers, ModifierMask removed)
+{
+    return static_cast<ModifierMask>(modifiers & ~removed);
+}
+
 /// A modifier by its purpose; which real modifier that is depends on the key map.
 enum class Modifier { Control, Alternate, Shift, Level3, Meta, Level5 };
 

@@ -55,6 +55,7 @@ private:
     bool pressNamed(const Name &name, const std::optional<PortalEvent> &key,
                     const KeyModifiers &modifiers);
     void releaseNamed(const Name &name);
+    bool pressPlace(const Key &key, const PortalLayout::Place &place, KeyModifiers modifiers);
     bool down(const PortalEvent &press);
     void up(PortalEvent press);
     void liftModifiersExcept(const std::vector<PortalEvent> &wanted);

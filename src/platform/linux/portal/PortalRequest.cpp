@@ -16,9 +16,9 @@ namespace platform {
 namespace {
 
 /// The call itself is answered at once; only its response may wait for the user.
-constexpr auto callLimit = 25s;
+constexpr auto requestLimit = 25s;
 
-QString interface()
+QString requestInterface()
 {
     return u"org.freedesktop.portal.Request"_s;
 }
@@ -39,7 +39,7 @@ PortalRequest::PortalRequest(const PortalBus &portalOnBus, const QString &method
     const QDBusMessage call =
         portal.call(PortalBus::path(), u"org.freedesktop.portal.RemoteDesktop"_s, method,
                     QVariantList(arguments) << options);
-    callLater(portal.bus, call, callLimit, this, [this](const QDBusMessage &reply) {
+    callLater(portal.bus, call, requestLimit, this, [this](const QDBusMessage &reply) {
         if (reply.type() == QDBusMessage::ErrorMessage) {
             finish(Outcome::Failed, {});
         }
@@ -50,7 +50,7 @@ PortalRequest::~PortalRequest()
 {
     if (!path.isEmpty()) {
         watch(false);
-        portal.bus.send(portal.call(path, interface(), u"Close"_s, {}));
+        portal.bus.send(portal.call(path, requestInterface(), u"Close"_s, {}));
     }
 }
 
@@ -76,8 +76,9 @@ bool PortalRequest::watch(bool isWatched)
 {
     const QString signal = u"Response"_s;
     const char *slot = SLOT(respond(uint, QVariantMap));
-    return isWatched ? portal.bus.connect(portal.owner, path, interface(), signal, this, slot)
-                     : portal.bus.disconnect(portal.owner, path, interface(), signal, this, slot);
+    return isWatched
+               ? portal.bus.connect(portal.owner, path, requestInterface(), signal, this, slot)
+               : portal.bus.disconnect(portal.owner, path, requestInterface(), signal, this, slot);
 }
 
 } // namespace platform
