@@ -23,7 +23,7 @@ namespace platform {
 
 namespace {
 
-constexpr std::chrono::milliseconds callLimit = 10s;
+constexpr std::chrono::milliseconds clipboardLimit = 10s;
 
 /// They are announced as a list. GNOME wraps it into a structure.
 QStringList listOf(const QVariant &value)
@@ -107,14 +107,14 @@ void PortalSelectionCalls::ask(const QString &method, const QVariantList &argume
                                std::function<void(const QDBusMessage &)> answered)
 {
     callLater(portal.connection(),
-              portal.session()->call(PortalBus::clipboard(), method, arguments), callLimit, this,
-              std::move(answered));
+              portal.session()->call(PortalBus::clipboard(), method, arguments), clipboardLimit,
+              this, std::move(answered));
 }
 
 void PortalSelectionCalls::askNothing(std::function<void()> answered)
 {
-    callLater(portal.connection(), portal.session()->portal().clipboardVersionCall(), callLimit,
-              this,
+    callLater(portal.connection(), portal.session()->portal().clipboardVersionCall(),
+              clipboardLimit, this,
               [answered = std::move(answered)](const QDBusMessage & /*reply*/) { answered(); });
 }
 
