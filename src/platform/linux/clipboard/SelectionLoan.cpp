@@ -13,7 +13,7 @@ namespace platform {
 namespace {
 
 /// How long the owners of what is there may take for everything.
-constexpr auto ownerPatience = 1s;
+constexpr auto keepingPatience = 1s;
 
 } // namespace
 
@@ -60,7 +60,7 @@ void SelectionLoan::begin(const QString &newText, ClipboardBorrower &newBorrower
     }
     borrower = &newBorrower;
     stage = Stage::Keeping;
-    ownerTime.start(selections.isThere() ? ownerPatience : 0s);
+    ownerTime.start(selections.isThere() ? keepingPatience : 0s);
     keepAnew();
 }
 
