@@ -3,6 +3,8 @@
 
 #include "platform/linux/input/NamedKeySymbols.h"
 
+#include <QList>
+
 #include <algorithm>
 #include <array>
 

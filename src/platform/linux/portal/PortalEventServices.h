@@ -23,7 +23,8 @@ namespace platform {
 /// user has consented. The first input asks for that, and is dropped, as everything is until then.
 ///
 /// Needs a running event loop on its thread. Taps and source states have no counterpart here. When
-/// the program is killed, the portal ends the session, and the desktop releases what was down.
+/// the program is killed, the portal ends the session, and GNOME releases what was down. KWin 5.27
+/// does not.
 class PortalEventServices final : public EventServices
 {
 public:
