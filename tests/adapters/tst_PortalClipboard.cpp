@@ -498,6 +498,7 @@ void tst_PortalClipboard::readersThatDoNotReadHoldNothingUp()
     // Those that are too many are refused, the others are given up after a while.
     QVERIFY(eventually([&] { return scene->record().filter(u"write-done"_s).size() == idle; }));
     QVERIFY(scene->record().filter(u"write-done"_s).filter(QRegularExpression(u" 1$"_s)).isEmpty());
+    QCOMPARE(scene->record().filter(u"write "_s).size(), 8);
     QVERIFY(scene->command(u"paste TEXT"_s));
     QVERIFY(isPasted(idle + 1, QByteArray(1024 * 1024, 'a')));
 }
