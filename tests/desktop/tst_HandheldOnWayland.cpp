@@ -51,6 +51,7 @@ private slots:
     void screensAreReported();
     void textOfAnotherProgramIsSent();
     void textIsPutOnTheClipboard();
+    void typingLeavesTheClipboardAsItWas();
     void windowsOnAnXDisplayChangeNothingElse();
     void killedSessionLeavesNothingDown();
     void killedServerLeavesNothingDown();
@@ -174,6 +175,18 @@ void tst_HandheldOnWayland::textIsPutOnTheClipboard()
     QCOMPARE(response(handheld->ask(textTransfer(u"Meet at 5"_s))), u"OK"_s);
     QCOMPARE(output(scene->session(), u"wl-paste"_s, {u"--no-newline"_s}),
              std::optional(QByteArray("Meet at 5")));
+}
+
+/// Also if it was lent to the text: on desktops where the window would have to paste it, which it
+/// does not.
+void tst_HandheldOnWayland::typingLeavesTheClipboardAsItWas()
+{
+    const QString text = u"It is 5 o'clock; bring tea"_s;
+    QVERIFY(output(scene->session(), u"wl-copy"_s, {text}));
+    SessionClient(scene->socketPath()).ask(u"text"_s, {{u"text"_s, u"чай"_s}});
+    QVERIFY(waitUntil([&] {
+        return output(scene->session(), u"wl-paste"_s, {u"--no-newline"_s}) == text.toUtf8();
+    }));
 }
 
 /// A session that has an X display too, and a toolkit without its part for Wayland.
