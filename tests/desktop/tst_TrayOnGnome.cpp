@@ -185,6 +185,9 @@ void tst_TrayOnGnome::balloonsArrive()
         return waitUntil([&] { return evaluate(messages).toArray().contains(message); });
     };
     QVERIFY(isThere(u"VornaServer: Server Started... "_s));
+    session->evaluate(u"Main.panel.statusArea.dateMenu.menu.open(0)"_s);
+    keep(u"messages"_s);
+    session->evaluate(u"Main.panel.statusArea.dateMenu.menu.close(0)"_s);
     Handheld handheld(server->port());
     QVERIFY(handheld.ask(textTransfer(u"a"_s)));
     QVERIFY(isThere(u"VornaServer: You have text in clipboard... "_s));
