@@ -4,6 +4,7 @@
 #include "session/Session.h"
 
 #include "platform/SessionHost.h"
+#include "session/SessionClipboard.h"
 #include "session/SessionCommons.h"
 #include "session/SessionJson.h"
 #include "session/SessionRequests.h"
@@ -275,8 +276,7 @@ void Session::expectBody(Incoming incoming)
     const qint64 size = *incoming.bodySize;
     bool isWhole = needsWholeBody(incoming);
     if (isWhole && !gathered.emplace(commons.texts).resize(size)) {
-        incoming.fault = SessionReply::refused(
-            u"too-much"_s, u"Too much text of all programs is on its way. Try again later."_s);
+        incoming.fault = SessionClipboard::tooMuchText();
         isWhole = false;
     }
     frames.expectBody(size,

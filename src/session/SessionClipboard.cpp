@@ -35,13 +35,6 @@ SessionReply unsupported()
                    QT_TRANSLATE_NOOP("Session", "This desktop's clipboard cannot do that."));
 }
 
-SessionReply tooMuch()
-{
-    return failure(u"too-much"_s,
-                   QT_TRANSLATE_NOOP("Session", "Too much text of all programs is on its way. Try "
-                                                "again later."));
-}
-
 SessionReply noText()
 {
     return failure(u"not-found"_s,
@@ -62,6 +55,13 @@ SessionClipboard::SessionClipboard(platform::Clipboard &hostClipboard, SharedAmo
 }
 
 SessionClipboard::~SessionClipboard() = default;
+
+SessionReply SessionClipboard::tooMuchText()
+{
+    return failure(u"too-much"_s,
+                   QT_TRANSLATE_NOOP("Session", "Too much text of all programs is on its way. Try "
+                                                "again later."));
+}
 
 void SessionClipboard::set(const SessionRequest &request, const SessionAnswer &answer)
 {
@@ -116,7 +116,7 @@ SessionReply SessionClipboard::append(const QByteArray &piece)
                        QT_TRANSLATE_NOOP("Session", "The text is longer than 16 MiB."));
     }
     if (!receivedShare.resize(size)) {
-        return tooMuch();
+        return tooMuchText();
     }
     received += piece;
     return SessionReply::done();
@@ -167,7 +167,7 @@ SessionReply SessionClipboard::keep(const std::optional<QString> &text)
         return noText();
     }
     if (!snapshotShare.resize(bytes.size())) {
-        return tooMuch();
+        return tooMuchText();
     }
     snapshot = std::move(bytes);
     return pieceFrom(0);

@@ -28,6 +28,8 @@ public:
     /// In bytes of UTF-8: the longest text, and what all sessions may hold of texts on their way.
     static constexpr qint64 longestText = 16 * 1024 * 1024;
     static constexpr qint64 textsOfAllSessions = 64 * 1024 * 1024;
+    /// The answer when they would be more.
+    static SessionReply tooMuchText();
 
     using Event = std::function<void(const QJsonObject &)>;
 
