@@ -29,7 +29,7 @@ double measure(const char *name, TypingDesk &desk, SessionPeer &session, const Q
     const QJsonObject answer = session.ask({{u"request"_s, u"text"_s}, {u"text"_s, text}});
     ServerBench::require(answer.contains(u"ok"_s), "the answer to a text");
     const std::chrono::duration<double> typed = steady_clock::now() - start;
-    const bool isThere = waitUntil([&] { return program->text() == text; }, 10s, 1ms);
+    const bool isThere = waitUntil([&] { return program->text() == text; }, 60s, 1ms);
     const std::chrono::duration<double> arrived = steady_clock::now() - start;
     const auto characters = static_cast<double>(text.toUcs4().size());
     std::printf("  %-16s %8.0f characters/s typed, ", name, characters / typed.count());

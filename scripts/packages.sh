@@ -40,13 +40,14 @@ test_packages() {
     printf '%s\n' avahi-daemon avahi-utils clang clang-format-16 clang-tidy desktop-file-utils dex fish \
         foot gir1.2-gtk-4.0 git grim libclang-rt-14-dev libfaketime libglib2.0-bin lld mako-notifier \
         man-db mandoc poppler-utils python3 python3-gi qt6-wayland shellcheck socat sway tmux \
-        waybar wayland-protocols wl-clipboard wmctrl xclip xdg-desktop-portal zsh
+        waybar wayland-protocols wl-clipboard wmctrl xclip xdg-desktop-portal xwayland zsh
 }
 
 # What only the tests on large desktops need, beyond those of all tests: 300 MB to fetch.
 desktop_packages() {
-    printf '%s\n' at-spi2-core gir1.2-atspi-2.0 gnome-shell gnome-shell-extension-appindicator \
-        kwin-wayland qtwayland5 xdg-desktop-portal-gnome xdg-desktop-portal-kde
+    printf '%s\n' at-spi2-core gir1.2-atspi-2.0 gjs gnome-shell \
+        gnome-shell-extension-appindicator kwin-wayland qtwayland5 xdg-desktop-portal-gnome \
+        xdg-desktop-portal-kde
 }
 
 # What only the tests with a browser need: 120 MB to fetch, 410 MB on the disk.

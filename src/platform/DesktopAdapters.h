@@ -14,8 +14,8 @@ namespace platform {
 /// The adapters that reach the desktop of the running session.
 struct DesktopAdapters
 {
-    std::unique_ptr<EventServices> events;
     std::unique_ptr<Clipboard> clipboard;
+    std::unique_ptr<EventServices> events; // may type by way of the clipboard
     std::unique_ptr<Screens> screens;
 };
 

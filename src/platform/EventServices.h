@@ -99,7 +99,8 @@ public:
     virtual DesktopInput &input() = 0;
 };
 
-/// The adapter for the running session.
+/// The adapter for the running session. It has no clipboard from which it could paste what no key
+/// has; see makeDesktopAdapters().
 std::unique_ptr<EventServices> makeEventServices();
 
 } // namespace platform

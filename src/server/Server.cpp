@@ -46,11 +46,11 @@ Pairing::Rules sessionRules()
 
 Server::Server(QObject *parent, ServerAdapters adapters)
     : QTcpServer(parent)
+    , clipboard(std::move(adapters.clipboard))
     , pairing(pairedDevices, networkRules(needsPairingApproval), adapters.question)
     , sessionPairing(sessionDevices, sessionRules(), adapters.question)
     , advertisement(*this, serviceRegister, std::move(adapters.dnsSd),
                     adapters.watchAdvertisementDaemon)
-    , clipboard(std::move(adapters.clipboard))
     , screens(std::move(adapters.screens))
     , opener(std::move(adapters.opener))
     , runtimeDirectory(std::move(adapters.runtimeDirectory))

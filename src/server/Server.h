@@ -103,6 +103,7 @@ private:
     std::shared_ptr<void> descriptorFor(bool isThereRoom);
     void closeSessionDoor();
 
+    std::unique_ptr<platform::Clipboard> clipboard; // must outlive the interaction manager
     std::unique_ptr<TKApplicationManager> applicationManager;
     std::unique_ptr<InteractionManager> interactionManager;
     bool needsPairingApproval = false;
@@ -112,7 +113,6 @@ private:
     QStringList sessionDevices; // the same for devices behind sessions
     Pairing sessionPairing;     // of its own: the network can use up its questions
     Advertisement advertisement;
-    std::unique_ptr<platform::Clipboard> clipboard;
     std::unique_ptr<platform::Screens> screens;
     Opener opener;
     std::optional<QString> runtimeDirectory;

@@ -11,9 +11,9 @@
 ServerAdapters ServerAdapters::ofHost(Pairing::Question question)
 {
     auto desktop = platform::makeDesktopAdapters();
-    return {std::move(desktop.events),
+    return {std::move(desktop.clipboard),
+            std::move(desktop.events),
             platform::makeScriptingBridge(),
-            std::move(desktop.clipboard),
             std::move(desktop.screens),
             DnsSd(),
             platform::watchAdvertisementDaemon,

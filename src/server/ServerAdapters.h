@@ -24,9 +24,9 @@ struct ServerAdapters
     /// approval are refused.
     static ServerAdapters ofHost(Pairing::Question question = {});
 
-    std::unique_ptr<platform::EventServices> events;
-    std::unique_ptr<platform::ScriptingBridge> applications;
     std::unique_ptr<platform::Clipboard> clipboard;
+    std::unique_ptr<platform::EventServices> events; // may type by way of the clipboard
+    std::unique_ptr<platform::ScriptingBridge> applications;
     std::unique_ptr<platform::Screens> screens;
     DnsSd dnsSd;
     Advertisement::DaemonWatcher watchAdvertisementDaemon;

@@ -47,7 +47,8 @@ public:
     enum class Role {
         Backend, ///< Behind the real portal, which the bus starts when it is called.
         Portal,  ///< In its place.
-        None,    ///< Nobody.
+        PortalWithClipboard,
+        None, ///< Nobody.
     };
 
     explicit PortalScene(Role role = Role::Backend)
@@ -142,6 +143,7 @@ private:
         variables.insert(u"XDG_DATA_HOME"_s, folder.path());
         variables.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, busAddress);
         variables.insert(u"GIO_USE_VFS"_s, u"local"_s);
+        variables.insert(u"PYTHONDONTWRITEBYTECODE"_s, u"1"_s);
         return variables;
     }
 
@@ -162,8 +164,9 @@ private:
     {
         desktop.setProcessEnvironment(environment());
         desktop.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        desktop.start(QStringLiteral(PORTAL_STAND_IN),
-                      {role == Role::Portal ? u"portal"_s : u"backend"_s});
+        desktop.start(QStringLiteral(PORTAL_STAND_IN), {role == Role::Backend  ? u"backend"_s
+                                                        : role == Role::Portal ? u"portal"_s
+                                                                               : u"clipboard"_s});
         isGood = isGood && waitForLine(u"ready"_s);
         lines.clear();
     }

@@ -6,10 +6,12 @@
 #include "platform/linux/clipboard/NoClipboard.h"
 #include "platform/linux/clipboard/X11Clipboard.h"
 #include "platform/linux/input/X11EventServices.h"
+#include "platform/linux/portal/PortalClipboard.h"
 #include "platform/linux/session/WaylandScreens.h"
 #include "platform/linux/session/X11Screens.h"
 #include "platform/linux/wayland/CompositorPatience.h"
 
+#include "adapters/PortalScene.h"
 #include "support/MessageRecorder.h"
 #include "support/wayland/CompositorThread.h"
 #include "support/x11/XServer.h"
@@ -41,6 +43,7 @@ private slots:
     void anX11SessionHasThoseOfX11();
     void aCompositorWithDataControlHasItsOwn();
     void aCompositorWithoutDataControlHasNoClipboard();
+    void aDesktopWithAPortalHasThatOfThePortal();
     void aCompositorThatIsGoneCountsForNothing();
     void whatCannotBeCopiedIsSaidOnce();
     void aCompositorThatNeverAnswersHoldsUpTheStartOnce();
@@ -73,6 +76,25 @@ void tst_ChoiceOfClipboard::aCompositorWithoutDataControlHasNoClipboard()
     QVERIFY(!clipboard->isReadable());
     QVERIFY(!clipboard->isWatchable());
     QVERIFY(isA<WaylandScreens>(makeScreens()));
+}
+
+void tst_ChoiceOfClipboard::aDesktopWithAPortalHasThatOfThePortal()
+{
+    auto bus = QDBusConnection::sessionBus();
+    QVERIFY(bus.registerService(u"org.freedesktop.portal.Desktop"_s));
+    {
+        const CompositorThread compositor(StandInCompositor::Offer::Nothing);
+        QVERIFY(compositor.isRunning);
+        QVERIFY(isA<PortalClipboard>(makeClipboard()));
+    }
+    {
+        const CompositorThread compositor(StandInCompositor::Offer::DataControl);
+        QVERIFY(compositor.isRunning);
+        QVERIFY(isA<DataControlClipboard>(makeClipboard()));
+    }
+    // An X session has a portal, too.
+    QVERIFY(isA<X11Clipboard>(makeClipboard()));
+    QVERIFY(bus.unregisterService(u"org.freedesktop.portal.Desktop"_s));
 }
 
 void tst_ChoiceOfClipboard::aCompositorThatIsGoneCountsForNothing()
@@ -140,6 +162,8 @@ int main(int count, char **arguments)
     qputenv("QT_QPA_PLATFORM", "xcb");
     qunsetenv("WAYLAND_DISPLAY");
     const QGuiApplication application(count, arguments);
+    const PortalScene scene(PortalScene::Role::None);
+    qputenv("DBUS_SESSION_BUS_ADDRESS", scene.address().toLatin1());
     tst_ChoiceOfClipboard test;
     return QTest::qExec(&test, count, arguments);
 }

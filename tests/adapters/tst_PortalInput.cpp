@@ -2,15 +2,15 @@
 // SPDX-License-Identifier: MIT
 
 #include "adapters/PortalScene.h"
-#include "platform/linux/input/XkbHandles.h"
+#include "doubles/RecordingClipboard.h"
 #include "platform/linux/portal/PortalEventServices.h"
+#include "support/KeymapText.h"
 #include "support/MessageRecorder.h"
 #include "support/Waiting.h"
 
 #include <QFile>
 #include <QSignalSpy>
 
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -28,17 +28,6 @@ const QStringList question{u"create"_s, u"select 3 0 -"_s, u"start"_s};
 QStringList tapOf(char character)
 {
     return {u"keysym %1 1"_s.arg(int{character}), u"keysym %1 0"_s.arg(int{character})};
-}
-
-QByteArray keymapOf(const char *layout)
-{
-    const xkb_rule_names names{"evdev", "pc105", layout, "", ""};
-    const XkbContext context(xkb_context_new(XKB_CONTEXT_NO_ENVIRONMENT_NAMES));
-    const XkbKeymap keymap(
-        xkb_keymap_new_from_names(context.get(), &names, XKB_KEYMAP_COMPILE_NO_FLAGS));
-    const std::unique_ptr<char, decltype(&std::free)> text(
-        xkb_keymap_get_as_string(keymap.get(), XKB_KEYMAP_FORMAT_TEXT_V1), &std::free);
-    return text.get();
 }
 
 } // namespace
@@ -64,8 +53,17 @@ private slots:
 
     void textsArriveInTheirOrder();
     void whatTheLayoutLacksIsReported();
+    void whatTheLayoutLacksIsPasted();
+    void aTextThatIsNotOnThePrimarySelectionIsPastedByAnotherKey();
+    void whatNobodyPastesIsReported();
+    void aTextWhoseOwnerGoesGivesTheClipboardBack();
+    void aSessionThatEndsGivesTheClipboardBack();
     void charactersHaveTheKeysymOfTheLayout();
+    void charactersOutOfTheKeysymsReachHaveAPlace();
+    void layoutThatGnomeAddsIsNotTheUsers();
     void shortcutsHoldTheirModifiers();
+    void keysWithANameHaveTheirPlaceInEveryLayout_data();
+    void keysWithANameHaveTheirPlaceInEveryLayout();
     void modifiersOfOthersAreLifted();
     void keysOfHandheldsArrive();
     void aTextStopsWhenItsOwnerGoes();
@@ -93,8 +91,12 @@ private:
     State state() { return services->session().state(); }
     void tap(const Key &key, const KeyModifiers &modifiers = {});
     std::optional<bool> typed(const QString &text);
+    /// Begins to type a text of which the layout lacks something.
+    void beginToPaste(QObject *owner);
 
     QObject context;
+    RecordingClipboard clipboard;
+    std::optional<bool> pasted;
     PortalPointer::WheelStep wheelStep = PortalPointer::WheelStep::Notch;
     std::unique_ptr<PortalScene> scene;
     std::unique_ptr<PortalEventServices> services;
@@ -104,6 +106,9 @@ private:
 void tst_PortalInput::init()
 {
     messages = std::make_unique<MessageRecorder>();
+    clipboard = RecordingClipboard();
+    clipboard.canBeLent = false;
+    pasted.reset();
     wheelStep = PortalPointer::WheelStep::Notch;
 }
 
@@ -118,9 +123,10 @@ void tst_PortalInput::begin(PortalScene::Role role)
 {
     scene = std::make_unique<PortalScene>(role);
     QVERIFY(scene->isReady());
-    services =
-        std::make_unique<PortalEventServices>(scene->connection(), RestoreToken(scene->tokenFile()),
-                                              std::make_unique<TwoScreens>(), wheelStep);
+    services = std::make_unique<PortalEventServices>(
+        std::make_shared<RemoteDesktopPortal>(scene->connection(),
+                                              RestoreToken(scene->tokenFile())),
+        std::make_unique<TwoScreens>(), wheelStep, &clipboard);
     services->session().shortestPause = 100ms;
 }
 
@@ -322,6 +328,95 @@ void tst_PortalInput::whatTheLayoutLacksIsReported()
     QCOMPARE(typed(u"é"_s), std::optional(true));
 }
 
+void tst_PortalInput::beginToPaste(QObject *owner)
+{
+    clipboard.canBeLent = true;
+    services->keyboardLayout().useKeymap(keymapOf("us"));
+    input().type(u"aéф b😀c\nd\té"_s, owner, [this](bool isDone) { pasted = isDone; });
+    QVERIFY(eventually([this] { return clipboard.lent == QStringList{u"éф b😀"_s}; }));
+    QVERIFY(scene->waitFor(tapOf('a')));
+}
+
+/// In its order, in as few pieces as the keys between them allow.
+void tst_PortalInput::whatTheLayoutLacksIsPasted()
+{
+    const QStringList pasteKey{u"keycode 42 1"_s, u"keycode 110 1"_s, u"keycode 110 0"_s,
+                               u"keycode 42 0"_s};
+    open();
+    beginToPaste(&context);
+    clipboard.borrower->textLent();
+    QVERIFY(scene->waitFor(tapOf('a') + pasteKey));
+    clipboard.borrower->textRead();
+    QVERIFY(eventually([this] { return clipboard.lent.size() == 2; }));
+    QCOMPARE(clipboard.lent.last(), u"é"_s);
+    const QStringList enter{u"keysym 65293 1"_s, u"keysym 65293 0"_s};
+    const QStringList tabulator{u"keysym 65289 1"_s, u"keysym 65289 0"_s};
+    QStringList expected = tapOf('a') + pasteKey + tapOf('c') + enter + tapOf('d') + tabulator;
+    QVERIFY(scene->waitFor(expected));
+    clipboard.borrower->textLent();
+    clipboard.borrower->textRead();
+    QVERIFY(eventually([this] { return pasted.has_value(); }));
+    QCOMPARE(pasted, std::optional(true));
+    expected += pasteKey;
+    QVERIFY(scene->waitFor(expected));
+    QVERIFY(clipboard.borrower == nullptr);
+    // What the layout has needs no clipboard.
+    QCOMPARE(typed(u"xyz"_s), std::optional(true));
+    QCOMPARE(clipboard.lent.size(), 2);
+}
+
+/// Shift and Insert would paste something else into a terminal.
+void tst_PortalInput::aTextThatIsNotOnThePrimarySelectionIsPastedByAnotherKey()
+{
+    clipboard.hasPrimary = false;
+    open();
+    beginToPaste(&context);
+    clipboard.borrower->textLent();
+    QVERIFY(scene->waitFor(tapOf('a') + QStringList{u"keycode 29 1"_s, u"keysym 118 1"_s,
+                                                    u"keysym 118 0"_s, u"keycode 29 0"_s}));
+}
+
+void tst_PortalInput::whatNobodyPastesIsReported()
+{
+    open();
+    beginToPaste(&context);
+    clipboard.borrower->loanLost();
+    QVERIFY(eventually([this] { return pasted.has_value(); }));
+    QCOMPARE(pasted, std::optional(false));
+    QCOMPARE(clipboard.lent.size(), 1);
+    const QStringList enter{u"keysym 65293 1"_s, u"keysym 65293 0"_s};
+    const QStringList tabulator{u"keysym 65289 1"_s, u"keysym 65289 0"_s};
+    QVERIFY(scene->waitFor(tapOf('a') + tapOf(' ') + tapOf('b') + tapOf('c') + enter + tapOf('d') +
+                           tabulator));
+    QVERIFY(clipboard.borrower == nullptr);
+}
+
+void tst_PortalInput::aTextWhoseOwnerGoesGivesTheClipboardBack()
+{
+    open();
+    auto owner = std::make_unique<QObject>();
+    beginToPaste(owner.get());
+    clipboard.borrower->textLent();
+    owner.reset();
+    clipboard.borrower->textRead();
+    QVERIFY(eventually([this] { return clipboard.borrower == nullptr; }));
+    QVERIFY(!pasted);
+    QCOMPARE(typed(u"z"_s), std::optional(true));
+    QCOMPARE(scene->record().last(2), tapOf('z'));
+    QCOMPARE(clipboard.lent.size(), 1);
+}
+
+void tst_PortalInput::aSessionThatEndsGivesTheClipboardBack()
+{
+    open();
+    beginToPaste(&context);
+    clipboard.borrower->textLent();
+    QVERIFY(scene->command(u"close"_s));
+    QVERIFY(eventually([this] { return pasted.has_value(); }));
+    QCOMPARE(pasted, std::optional(false));
+    QVERIFY(clipboard.borrower == nullptr);
+}
+
 void tst_PortalInput::charactersHaveTheKeysymOfTheLayout()
 {
     open();
@@ -335,6 +430,44 @@ void tst_PortalInput::charactersHaveTheKeysymOfTheLayout()
         QStringList{u"keycode 29 1"_s, u"keycode 46 1"_s, u"keycode 46 0"_s, u"keycode 29 0"_s}));
 }
 
+/// The first key of the German layout that has the degree sign takes Shift and AltGr for it, which
+/// no desktop holds for a keysym. U+215B is only on such a level.
+void tst_PortalInput::charactersOutOfTheKeysymsReachHaveAPlace()
+{
+    open();
+    services->keyboardLayout().useKeymap(keymapOf("de"));
+    QCOMPARE(typed(u"°a⅛"_s), std::optional(true));
+    const QStringList degree{u"keycode 42 1"_s, u"keycode 100 1"_s, u"keycode 11 1"_s,
+                             u"keycode 11 0"_s, u"keycode 100 0"_s, u"keycode 42 0"_s};
+    const QStringList eighth{u"keycode 42 1"_s, u"keycode 100 1"_s, u"keycode 3 1"_s,
+                             u"keycode 3 0"_s,  u"keycode 100 0"_s, u"keycode 42 0"_s};
+    QVERIFY(scene->waitFor(degree + tapOf('a') + eighth));
+    scene->forgetRecord();
+    tap(Key{NamedKey::None, U'°'}, {.hasControl = true});
+    QVERIFY(
+        scene->waitFor(QStringList{u"keycode 29 1"_s} + degree + QStringList{u"keycode 29 0"_s}));
+    // Which of two layouts is active, nobody tells.
+    services->keyboardLayout().useKeymap(keymapOf("de,fr"));
+    QCOMPARE(typed(u"°"_s), std::optional(false));
+    QCOMPARE(typed(u"ä"_s), std::optional(true));
+}
+
+void tst_PortalInput::layoutThatGnomeAddsIsNotTheUsers()
+{
+    qputenv("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
+    const auto forget = qScopeGuard([] { qunsetenv("XDG_CURRENT_DESKTOP"); });
+    open();
+    services->keyboardLayout().useKeymap(keymapOf("de,us"));
+    QCOMPARE(typed(u"°⅛"_s), std::optional(true));
+    services->keyboardLayout().useKeymap(keymapOf("ru,us"));
+    QCOMPARE(typed(u"ф"_s), std::optional(true));
+    QCOMPARE(typed(u"a"_s), std::optional(false));
+    services->keyboardLayout().useKeymap(keymapOf("ru,us,us"));
+    QCOMPARE(typed(u"фa"_s), std::optional(true));
+    services->keyboardLayout().useKeymap(keymapOf("us"));
+    QCOMPARE(typed(u"a"_s), std::optional(true));
+}
+
 void tst_PortalInput::shortcutsHoldTheirModifiers()
 {
     open();
@@ -345,6 +478,28 @@ void tst_PortalInput::shortcutsHoldTheirModifiers()
                             u"keysym 99 0"_s, u"keycode 42 0"_s, u"keycode 29 0"_s,
                             u"keycode 56 1"_s, u"keycode 63 1"_s, u"keycode 63 0"_s,
                             u"keycode 56 0"_s, u"keycode 115 1"_s, u"keycode 115 0"_s}));
+}
+
+void tst_PortalInput::keysWithANameHaveTheirPlaceInEveryLayout_data()
+{
+    QTest::addColumn<QByteArray>("layouts");
+    for (const auto *layouts : {"us", "fr", "ru", "us,ru", "ru,us"}) {
+        QTest::newRow(layouts) << QByteArray(layouts);
+    }
+}
+
+void tst_PortalInput::keysWithANameHaveTheirPlaceInEveryLayout()
+{
+    QFETCH(QByteArray, layouts);
+    open();
+    services->keyboardLayout().useKeymap(keymapOf(layouts.constData()));
+    tap(Key{NamedKey::ArrowLeft, 0}, {.hasControl = true, .hasShift = true});
+    tap(Key{NamedKey::F5, 0}, {.hasAlt = true});
+    tap(Key{NamedKey::Enter, 0});
+    QVERIFY(scene->waitFor({u"keycode 29 1"_s, u"keycode 42 1"_s, u"keycode 105 1"_s,
+                            u"keycode 105 0"_s, u"keycode 42 0"_s, u"keycode 29 0"_s,
+                            u"keycode 56 1"_s, u"keycode 63 1"_s, u"keycode 63 0"_s,
+                            u"keycode 56 0"_s, u"keycode 28 1"_s, u"keycode 28 0"_s}));
 }
 
 void tst_PortalInput::modifiersOfOthersAreLifted()

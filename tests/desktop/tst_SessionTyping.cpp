@@ -25,7 +25,7 @@ constexpr int FewCharacters = 120;
 /// change of the map, needs minutes for it. Then each has a desktop of its own.
 bool isAtLength()
 {
-    return !TypingDesk::isSway() &&
+    return !TypingDesk::isWayland() &&
            qEnvironmentVariableIntValue("VORNA_CHARACTERS") > FewCharacters;
 }
 
@@ -57,6 +57,7 @@ private slots:
 
 private:
     void startAnew();
+    static QString sample(Kind kind, const QString &layout);
 
     std::unique_ptr<TypingScene> typing;
 };
@@ -97,6 +98,9 @@ void tst_SessionTyping::everyCharacterArrives_data()
             QTest::addRow("%s, %s", name.constData(), layout)
                 << kind << QString::fromLatin1(layout) << Hindrance::None;
         }
+        if (TypingDesk::sharesKeyboard() || !TypingDesk::canHinder()) {
+            continue;
+        }
         QTest::addRow("%s, Caps Lock", name.constData()) << kind << u"de"_s << Hindrance::CapsLock;
         QTest::addRow("%s, Shift held", name.constData())
             << kind << u"fr"_s << Hindrance::HeldShift;
@@ -110,11 +114,22 @@ void tst_SessionTyping::everyCharacterArrives()
     QFETCH(Hindrance, hindrance);
     QVERIFY(typing->desk().useLayout(layout));
     QVERIFY(typing->open(kind));
-    const QString text =
-        RandomText(Seed).mixed(characters(), TypingScene::keyCaps(layout), [&](char32_t character) {
-            return TypingScene::isTaken(kind, character);
-        });
-    QCOMPARE(typing->type(text, hindrance), QByteArray());
+    QCOMPARE(typing->type(sample(kind, layout), hindrance), QByteArray());
+}
+
+QString tst_SessionTyping::sample(Kind kind, const QString &layout)
+{
+    RandomText text(Seed);
+    QString keyCaps = TypingScene::keyCaps(layout);
+    const auto isTaken = [kind](char32_t character) {
+        return TypingScene::isTaken(kind, character);
+    };
+    if (!TypingDesk::typesAnything() && layout == "de"_L1) {
+        // That layout has them only as accents for the next letter.
+        keyCaps.remove(u'^').remove(u'`');
+    }
+    return TypingDesk::typesAnything() ? text.mixed(characters(), keyCaps, isTaken)
+                                       : text.ofKeyCaps(characters(), keyCaps);
 }
 
 void tst_SessionTyping::programsThatAnswerAreNotWaitedFor_data()

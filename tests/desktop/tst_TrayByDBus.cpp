@@ -42,6 +42,7 @@ private slots:
     void panelThatComesLateIsUsed();
     void startIsAnnounced();
     void devicesAreAnnounced();
+    void balloonsLeaveTheLightInItsPlaceOnGnome();
     void refusedDeviceIsAnnounced();
     void keysThatCannotBeTypedAreAnnounced();
     void menuHoldsItsItems();
@@ -179,6 +180,20 @@ void tst_TrayByDBus::devicesAreAnnounced()
     QCOMPARE(desk->notifications(),
              (QList<Notification>{message(u"Server Started... "_s), message(u"Device Connected "_s),
                                   message(u"Device Disconnected "_s)}));
+}
+
+/// While an icon calls for attention, GNOME's panel shows the balloon's icon for the light.
+void tst_TrayByDBus::balloonsLeaveTheLightInItsPlaceOnGnome()
+{
+    scene->mutableSession().addVariable(u"XDG_CURRENT_DESKTOP"_s, u"ubuntu:GNOME"_s);
+    QVERIFY(start());
+    QVERIFY(isAnnounced(u"Server Started... "_s));
+    Handheld handheld(scene->port());
+    QVERIFY(handheld.ask(pairing(u"id-1"_s, u"Anna"_s)));
+    QVERIFY(isAnnounced(u"Device Connected "_s));
+    // The balloon lasts ten seconds.
+    QVERIFY(waitUntil([this] { return !desk->needsAttention(desk->icons().constFirst()); },
+                      std::chrono::seconds(5)));
 }
 
 /// Starts a server that asks about devices.

@@ -5,6 +5,8 @@
 
 #include "platform/Clipboard.h"
 
+#include <QStringList>
+
 #include <utility>
 #include <vector>
 
@@ -33,6 +35,15 @@ public:
     bool isWatchable() const override { return canBeWatched; }
     void watch(std::function<void()> listener) override { changed = std::move(listener); }
 
+    bool canLend() const override { return canBeLent; }
+    bool canLendPrimary() const override { return hasPrimary; }
+    void lend(const QString &text, platform::ClipboardBorrower &by) override
+    {
+        lent.append(text);
+        borrower = &by;
+    }
+    void endLoan() override { borrower = nullptr; }
+
     std::optional<QString> content;
     int timesSet = 0;
     int timesAsked = 0;
@@ -41,6 +52,11 @@ public:
     std::vector<TextReceiver> waiting;
     bool canBeRead = true;
     bool canBeWatched = true;
+    bool canBeLent = true;
+    bool hasPrimary = true;
+    /// What was lent, and to whom something is lent now, which tests tell the rest.
+    QStringList lent;
+    platform::ClipboardBorrower *borrower = nullptr;
     /// Empty while nobody watches.
     std::function<void()> changed;
 };

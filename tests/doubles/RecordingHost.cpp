@@ -45,9 +45,9 @@ private:
 
 ServerAdapters RecordingHost::serverAdapters(Pairing::Question question)
 {
-    return {std::make_unique<RecordingEventServices>(events),
+    return {std::make_unique<SlowableClipboard>(*this),
+            std::make_unique<RecordingEventServices>(events),
             std::make_unique<RecordingScriptingBridge>(scripting),
-            std::make_unique<SlowableClipboard>(*this),
             std::make_unique<platform::ToolkitScreens>(),
             dnsSd.operations(),
             [this](std::function<void()> appeared) {

@@ -17,9 +17,11 @@
 #include "platform/linux/input/NullEventServices.h"
 #include "platform/linux/input/WlrootsEventServices.h"
 #include "platform/linux/input/X11EventServices.h"
+#include "platform/linux/portal/PortalClipboard.h"
 #include "platform/linux/portal/PortalEventServices.h"
 #include "platform/linux/portal/PortalPresence.h"
 #include "platform/linux/session/AvahiWatch.h"
+#include "platform/linux/session/ClipboardRoute.h"
 #include "platform/linux/session/DesktopNotifications.h"
 #include "platform/linux/session/InputRoute.h"
 #include "platform/linux/session/StatusNotifierHosts.h"
@@ -92,6 +94,32 @@ SessionOffer offerOf(const Compositor &compositor, const X11Connection &display)
     return offer;
 }
 
+ClipboardOffer clipboardOfferOf(const Compositor &compositor)
+{
+    ClipboardOffer offer;
+    offer.isToolkitOnX11 = isToolkitOnX11();
+    if (compositor.isThere) {
+        offer.hasWayland = true;
+        offer.hasDataControl = hasDataControl(compositor.connection);
+        offer.isInputByPortal =
+            inputRouteOf(offerOf(compositor, X11Connection())) == InputRoute::Portal;
+    }
+    return offer;
+}
+
+/// Input and clipboard share one session, so that the user is asked once.
+std::shared_ptr<RemoteDesktopPortal> portalOfDesktop()
+{
+    static std::weak_ptr<RemoteDesktopPortal> shared;
+    auto portal = shared.lock();
+    if (!portal) {
+        portal = std::make_shared<RemoteDesktopPortal>(QDBusConnection::sessionBus(),
+                                                       RestoreToken::ofUser());
+        shared = portal;
+    }
+    return portal;
+}
+
 std::unique_ptr<EventServices> makeX11Services(X11Connection display)
 {
     auto services = std::make_unique<X11EventServices>(std::move(display));
@@ -120,7 +148,7 @@ std::unique_ptr<Screens> makeScreens(Compositor &compositor)
     return std::make_unique<ToolkitScreens>();
 }
 
-std::unique_ptr<EventServices> makeEventServices(Compositor &compositor)
+std::unique_ptr<EventServices> makeEventServices(Compositor &compositor, Clipboard *clipboard)
 {
     X11Connection display;
     switch (inputRouteOf(offerOf(compositor, display))) {
@@ -129,9 +157,9 @@ std::unique_ptr<EventServices> makeEventServices(Compositor &compositor)
     case InputRoute::Wlroots:
         return makeWlrootsServices(compositor.patience);
     case InputRoute::Portal:
-        return std::make_unique<PortalEventServices>(
-            QDBusConnection::sessionBus(), RestoreToken::ofUser(), makeScreens(compositor),
-            PortalPointer::wheelStepOfDesktop());
+        return std::make_unique<PortalEventServices>(portalOfDesktop(), makeScreens(compositor),
+                                                     PortalPointer::wheelStepOfDesktop(),
+                                                     clipboard);
     case InputRoute::NoneInWayland:
         break;
     case InputRoute::NoneWithoutXtest:
@@ -154,15 +182,17 @@ std::unique_ptr<EventServices> makeEventServices(Compositor &compositor)
 
 std::unique_ptr<Clipboard> makeClipboard(Compositor &compositor)
 {
-    if (compositor.isThere) {
-        if (hasDataControl(compositor.connection)) {
-            return std::make_unique<DataControlClipboard>(compositor.newConnection());
-        }
-        // Never the toolkit's: without the focus it gives back its own text, whatever others copy.
+    switch (clipboardRouteOf(clipboardOfferOf(compositor))) {
+    case ClipboardRoute::DataControl:
+        return std::make_unique<DataControlClipboard>(compositor.newConnection());
+    case ClipboardRoute::Portal:
+        return std::make_unique<PortalClipboard>(portalOfDesktop());
+    case ClipboardRoute::NoneInWayland:
         return std::make_unique<NoClipboard>();
-    }
-    if (isToolkitOnX11()) {
+    case ClipboardRoute::X11:
         return std::make_unique<X11Clipboard>();
+    case ClipboardRoute::Toolkit:
+        break;
     }
     return std::make_unique<ToolkitClipboard>(
         ToolkitClipboard::Reach{.isReadable = false, .isWatchable = false});
@@ -173,13 +203,15 @@ std::unique_ptr<Clipboard> makeClipboard(Compositor &compositor)
 DesktopAdapters makeDesktopAdapters()
 {
     Compositor compositor;
-    return {makeEventServices(compositor), makeClipboard(compositor), makeScreens(compositor)};
+    auto clipboard = makeClipboard(compositor);
+    auto events = makeEventServices(compositor, clipboard.get());
+    return {std::move(clipboard), std::move(events), makeScreens(compositor)};
 }
 
 std::unique_ptr<EventServices> makeEventServices()
 {
     Compositor compositor;
-    return makeEventServices(compositor);
+    return makeEventServices(compositor, nullptr);
 }
 
 std::unique_ptr<Clipboard> makeClipboard()

@@ -12,11 +12,18 @@ target_sources(vornaserver PRIVATE
   platform/linux/applications/MimeAssociations.cpp
   platform/linux/applications/WindowList.cpp
   platform/linux/applications/XdgDirectories.cpp
-  platform/linux/clipboard/DataControlClipboard.cpp
+  platform/linux/clipboard/Contents.cpp
+  platform/linux/clipboard/ContentsReader.cpp
   platform/linux/clipboard/DataDevice.cpp
+  platform/linux/clipboard/DataSelections.cpp
   platform/linux/clipboard/NoClipboard.cpp
+  platform/linux/clipboard/Paster.cpp
+  platform/linux/clipboard/PipeBytes.cpp
   platform/linux/clipboard/PipeReader.cpp
   platform/linux/clipboard/PipeWriters.cpp
+  platform/linux/clipboard/SelectionClipboard.cpp
+  platform/linux/clipboard/SelectionLoan.cpp
+  platform/linux/clipboard/Selections.h
   platform/linux/clipboard/X11Clipboard.cpp
   platform/linux/clipboard/X11SelectionReader.cpp
   platform/linux/factories.cpp
@@ -53,25 +60,33 @@ target_sources(vornaserver PRIVATE
   platform/linux/input/XkbKeyFinder.cpp
   platform/linux/input/XkbSymbolFinder.cpp
   platform/linux/portal/EvdevKeys.cpp
+  platform/linux/portal/ForeignStretch.cpp
   platform/linux/portal/PortalBus.cpp
+  platform/linux/portal/PortalClipboard.cpp
   platform/linux/portal/PortalDesktopInput.cpp
   platform/linux/portal/PortalEvent.cpp
   platform/linux/portal/PortalEventServices.cpp
+  platform/linux/portal/PortalHandshake.cpp
   platform/linux/portal/PortalKeyboard.cpp
   platform/linux/portal/PortalLayout.cpp
   platform/linux/portal/PortalOutbox.cpp
   platform/linux/portal/PortalPointer.cpp
   platform/linux/portal/PortalPresence.cpp
   platform/linux/portal/PortalRequest.cpp
+  platform/linux/portal/PortalSelectionCalls.cpp
+  platform/linux/portal/PortalSelections.cpp
+  platform/linux/portal/PortalSession.cpp
   platform/linux/portal/PortalTypist.cpp
   platform/linux/portal/RemoteDesktopPortal.cpp
   platform/linux/portal/RestoreToken.cpp
   platform/linux/session/AvahiWatch.cpp
+  platform/linux/session/ClipboardRoute.cpp
   platform/linux/session/DesktopNotifications.cpp
   platform/linux/session/DisplayAccess.cpp
   platform/linux/session/InputRoute.cpp
   platform/linux/session/SettingsFile.cpp
   platform/linux/session/StatusNotifierHosts.cpp
+  platform/linux/session/TrayAttention.cpp
   platform/linux/session/TrayHost.cpp
   platform/linux/session/TrayWatch.h
   platform/linux/session/WaylandScreens.cpp

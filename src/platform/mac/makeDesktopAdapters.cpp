@@ -8,7 +8,7 @@ namespace platform {
 // There is nothing that they could share.
 DesktopAdapters makeDesktopAdapters()
 {
-    return {makeEventServices(), makeClipboard(), makeScreens()};
+    return {makeClipboard(), makeEventServices(), makeScreens()};
 }
 
 } // namespace platform

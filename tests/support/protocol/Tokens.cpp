@@ -47,6 +47,20 @@ QByteArray keyCommand(const QString &shortcut)
     return commandText(u"KEYBOARD_CMD"_s, {{u"fncCommand"_s, shortcut}});
 }
 
+QByteArray pointerCommand(const QString &code, const QStringList &parameters)
+{
+    std::vector<TokenEntry> entries{{u"fncCommand"_s, code}};
+    if (!parameters.isEmpty()) {
+        entries.emplace_back(u"cmdParameters"_s, parameters);
+    }
+    return commandText(u"MOUSE_CMD"_s, entries);
+}
+
+QByteArray textTransfer(const QString &text)
+{
+    return commandText(u"TEXT_TRANSFER_AND_OPEN"_s, {{u"fncCommand"_s, text}});
+}
+
 QByteArray pairing(const QString &device, const QString &name)
 {
     return commandText(u"SERVER_PAIR"_s, {{u"cmdParameters"_s, QStringList{device, name}}});

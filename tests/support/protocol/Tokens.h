@@ -27,6 +27,13 @@ QByteArray serverInfo();
 /// The command to press that key or shortcut.
 QByteArray keyCommand(const QString &shortcut);
 
+/// The command to use the pointer: "0", "1" and "2" click left, right and in the middle, "4" moves
+/// by the two parameters.
+QByteArray pointerCommand(const QString &code, const QStringList &parameters = {});
+
+/// The text for the clipboard.
+QByteArray textTransfer(const QString &text);
+
 /// The request to pair, from a device that calls itself by the name.
 QByteArray pairing(const QString &device, const QString &name = u"Anna"_s);
 

@@ -29,6 +29,8 @@ public:
     ControlsProgram(const ControlsProgram &) = delete;
     ControlsProgram &operator=(const ControlsProgram &) = delete;
 
+    Kind programKind() const { return kind; }
+
     /// Waits until its window has the keys.
     bool isReady() const;
 

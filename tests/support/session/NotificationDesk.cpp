@@ -157,6 +157,11 @@ QString NotificationDesk::menuPath(const QString &icon) const
     return property(icon, u"Menu"_s).value<QDBusObjectPath>().path();
 }
 
+bool NotificationDesk::needsAttention(const QString &icon) const
+{
+    return property(icon, u"Status"_s) != u"Active"_s;
+}
+
 QString NotificationDesk::toolTip(const QString &icon) const
 {
     const QVariant value = property(icon, u"ToolTip"_s);

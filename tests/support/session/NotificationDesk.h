@@ -62,6 +62,8 @@ public:
 
     /// The tool tip's title of the icon.
     QString toolTip(const QString &icon) const;
+    /// Whether the icon calls for the user's attention, as panels show by another picture.
+    bool needsAttention(const QString &icon) const;
     QList<PublishedItem> menu(const QString &icon) const;
     /// Uses an item as a click in the panel does.
     void click(const QString &icon, int itemNumber) const;

@@ -18,9 +18,17 @@ public:
 
     virtual ~TypingDesk() = default;
 
-    /// A desktop of the kind that VORNA_DESKTOP names: "sway", or one of X11 without it.
+    /// A desktop of the kind that VORNA_DESKTOP names: "sway", "gnome" or "plasma", or one of X11
+    /// without it.
     static std::unique_ptr<TypingDesk> make();
-    static bool isSway() { return qgetenv("VORNA_DESKTOP") == "sway"; }
+    static bool isWayland() { return !qEnvironmentVariableIsEmpty("VORNA_DESKTOP"); }
+    static bool isGnome() { return qgetenv("VORNA_DESKTOP") == "gnome"; }
+    static bool isPlasma() { return qgetenv("VORNA_DESKTOP") == "plasma"; }
+
+    /// Whether the keys that the user holds count for what the server types, too.
+    static bool sharesKeyboard() { return isGnome(); }
+    /// Whether the server can type what the user's layouts lack.
+    static bool typesAnything() { return !isGnome(); }
 
     /// Starts the server; false if it cannot.
     virtual bool start() = 0;
@@ -33,6 +41,8 @@ public:
     virtual bool useLayout(const QString &layouts) = 0;
     /// Makes the layout active that has this number, from 0.
     virtual void switchToLayout(int number) = 0;
+    /// Whether a test can press keys of the user's own keyboard. KWin lets no program do that.
+    static bool canHinder() { return !isPlasma(); }
     /// Presses what the hindrance consists of, or lets go of it.
     virtual void hinder(Hindrance hindrance, bool begins) = 0;
 

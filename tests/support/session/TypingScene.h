@@ -60,6 +60,8 @@ public:
 
 private:
     bool ask(const QString &request, const QJsonObject &fields);
+    bool isFirstTurnDropped() const;
+    bool turnFirst();
     void reactAt(qsizetype length, std::function<void()> action);
     void awaitArrival(const QString &text) const;
     QByteArray difference(const QString &text) const;

@@ -7,6 +7,7 @@
 #include "support/Waiting.h"
 
 #include <QDir>
+#include <QLocalSocket>
 
 namespace {
 
@@ -90,7 +91,13 @@ QString UserSession::startBus(ChildProcess &process, const QString &name, const 
     process.setStandardErrorFile(path(name + u".log"_s));
     process.start(u"dbus-daemon"_s, {u"--config-file="_s + settings, u"--nofork"_s,
                                      u"--nopidfile"_s, u"--address="_s + address});
-    require(waitUntil([&] { return QFile::exists(socket); }), "dbus-daemon");
+    // The file is there a moment before anybody can connect.
+    require(waitUntil([&] {
+                QLocalSocket client;
+                client.connectToServer(socket);
+                return client.waitForConnected();
+            }),
+            "dbus-daemon");
     return address;
 }
 

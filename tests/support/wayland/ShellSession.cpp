@@ -29,11 +29,10 @@ const QStringList Services{
     u"org.freedesktop.impl.portal.desktop.kde"_s,
     u"org.freedesktop.impl.portal.PermissionStore"_s,
     u"org.a11y.Bus"_s,
-    u"org.gnome.Shell.Notifications"_s,
 };
+const QString Notifications = u"org.gnome.Shell.Notifications"_s;
 
-/// Without animations what is asked for is there at once. The window that is mapped last gets the
-/// keys.
+/// Without animations what is asked for is there at once.
 const char GnomeSettings[] = R"([org/gnome/desktop/interface]
 enable-animations=false
 
@@ -48,12 +47,6 @@ QString file(const QString &service)
     return service + u".service"_s;
 }
 
-/// As it is written in settings: ['a', 'b'].
-QByteArray listed(const QStringList &texts)
-{
-    return texts.isEmpty() ? QByteArray("@as []") : "['" + texts.join(u"', '"_s).toUtf8() + "']";
-}
-
 QRect toRect(const QJsonArray &numbers)
 {
     return {numbers.at(0).toInt(), numbers.at(1).toInt(), numbers.at(2).toInt(),
@@ -62,15 +55,15 @@ QRect toRect(const QJsonArray &numbers)
 
 } // namespace
 
-ShellSession::ShellSession(Shell which, const QStringList &extensions) : kind(which)
+ShellSession::ShellSession(Shell which, Parts parts) : kind(which)
 {
     if (geteuid() == 0) {
         require(false, "the desktop refuses root; run the test through ctest");
         return;
     }
-    require(writeSettings(extensions), "the settings of the desktop");
+    require(writeSettings(parts), "the settings of the desktop");
     useSystemBus(startBus(systemBus, u"system"_s));
-    startBus(services());
+    startBus(offer(parts.testFlag(Tray) ? Services + QStringList{Notifications} : Services));
     startCompositor();
 }
 
@@ -88,20 +81,23 @@ ShellSession::~ShellSession()
     endOtherProcesses();
 }
 
-bool ShellSession::writeSettings(const QStringList &extensions) const
+bool ShellSession::writeSettings(Parts parts) const
 {
     const QString folder = path(u"config/glib-2.0/settings"_s);
     return QDir().mkpath(folder) &&
            Folders::write(folder + u"/keyfile"_s,
-                          QByteArray(GnomeSettings).replace("%1", listed(extensions)));
+                          QByteArray(GnomeSettings)
+                              .replace("%1", parts.testFlag(Tray)
+                                                 ? "['ubuntu-appindicators@ubuntu.com']"
+                                                 : "@as []"));
 }
 
 /// The bus starts them itself, since there is no other manager of services.
-QByteArray ShellSession::services() const
+QByteArray ShellSession::offer(const QStringList &services) const
 {
     const QString folder = path(u"services"_s);
     QDir().mkpath(folder);
-    for (const QString &service : Services) {
+    for (const QString &service : services) {
         QByteArrayList lines =
             Folders::fileBytes(u"/usr/share/dbus-1/services/"_s + file(service)).split('\n');
         erase_if(lines, [](const auto &line) { return line.startsWith("Systemd"); });
@@ -207,9 +203,14 @@ std::optional<QByteArray> ShellSession::evaluate(const QString &expression) cons
 
 std::optional<QRect> ShellSession::frontWindow(qint64 process) const
 {
-    const auto place = evaluate(u"(window => window && window.get_pid() == %1 && [window."
-                                "get_frame_rect()].map(r => [r.x, r.y, r.width, r.height])[0])"
-                                "(global.display.focus_window)"_s.arg(process));
+    // A new window has the keys before the pointer finds it.
+    const auto place = evaluate(
+        u"(window => {"
+        "if (!window || window.get_pid() != %1) return null;"
+        "const {x, y, width, height} = window.get_frame_rect();"
+        "const found = global.stage.get_actor_at_pos(1, x + width / 2, y + height / 2);"
+        "return window.get_compositor_private().contains(found) ? [x, y, width, height] : null;"
+        "})(global.display.focus_window)"_s.arg(process));
     const QJsonArray numbers = QJsonDocument::fromJson(place.value_or("")).array();
     return process != 0 && numbers.size() == 4 ? std::optional(toRect(numbers)) : std::nullopt;
 }

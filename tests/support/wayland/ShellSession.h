@@ -18,12 +18,16 @@ class ShellSession : public UserSession
 {
 public:
     enum class Shell { Gnome, Plasma };
+    enum Part {
+        NoParts = 0,
+        Tray = 1, ///< GNOME's own: its extension for icons, and its notifications.
+    };
+    Q_DECLARE_FLAGS(Parts, Part)
 
     static constexpr QSize OutputSize{1280, 720};
 
     /// Starts every part and waits until each is there; problem() reports those that are not.
-    /// \param extensions the extensions of GNOME Shell that are enabled, by their identifiers
-    explicit ShellSession(Shell which, const QStringList &extensions = {});
+    explicit ShellSession(Shell which, Parts parts = NoParts);
     ~ShellSession() override;
 
     Shell shell() const { return kind; }
@@ -43,7 +47,7 @@ public:
 
     /// What GNOME Shell makes of a JavaScript expression, as JSON; nothing if it throws.
     std::optional<QByteArray> evaluate(const QString &expression) const;
-    /// The place of that process's window on GNOME, once it has the keys.
+    /// The place of that process's window on GNOME, once it has the keys and the pointer finds it.
     std::optional<QRect> frontWindow(qint64 process) const;
     /// What GNOME's output shows.
     QImage picture() const;
@@ -53,8 +57,8 @@ public:
 
 private:
     void describeDisplay(QProcessEnvironment &environment) const override;
-    bool writeSettings(const QStringList &extensions) const;
-    QByteArray services() const;
+    bool writeSettings(Parts parts) const;
+    QByteArray offer(const QStringList &services) const;
     void startCompositor();
     bool hasStarted() const;
     void endOtherProcesses() const;
@@ -65,3 +69,5 @@ private:
     ChildProcess systemBus;
     ChildProcess compositor;
 };
+
+Q_DECLARE_OPERATORS_FOR_FLAGS(ShellSession::Parts)

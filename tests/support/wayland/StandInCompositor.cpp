@@ -3,10 +3,16 @@
 
 #include "support/wayland/StandInCompositor.h"
 
+#include <algorithm>
 #include <utility>
 
 #include <ext-data-control-v1-server.h>
 #include <wayland-server.h>
+
+extern "C" {
+extern const wl_interface zwp_virtual_keyboard_manager_v1_interface;
+extern const wl_interface zwlr_virtual_pointer_manager_v1_interface;
+}
 
 /// What libwayland calls for the client's requests.
 struct StandInCompositor::Requests
@@ -39,7 +45,10 @@ struct StandInCompositor::Requests
         .receive =
             [](wl_client * /*client*/, wl_resource *resource, const char *type, int target) {
                 Descriptor owned(target);
-                if (const auto answer = self(resource).owner) {
+                StandInCompositor &compositor = self(resource);
+                const bool isPrimary = std::ranges::count(compositor.primaryOffers, resource) > 0;
+                const auto answer = isPrimary ? compositor.primaryOwner : compositor.owner;
+                if (answer) {
                     answer(type, std::move(owned));
                 }
             },
@@ -54,8 +63,10 @@ struct StandInCompositor::Requests
         .set_selection = [](wl_client * /*client*/, wl_resource *resource,
                             wl_resource *selected) { self(resource).replaceSource(selected); },
         .destroy = destroy,
-        .set_primary_selection = [](wl_client * /*client*/, wl_resource * /*resource*/,
-                                    wl_resource * /*selected*/) {},
+        .set_primary_selection =
+            [](wl_client * /*client*/, wl_resource *resource, wl_resource *selected) {
+                self(resource).replacePrimarySource(selected);
+            },
     };
     static constexpr struct ext_data_control_manager_v1_interface manager = {
         .create_data_source =
@@ -81,6 +92,11 @@ struct StandInCompositor::Requests
         make(static_cast<StandInCompositor *>(data), client, ext_data_control_manager_v1_interface,
              id, &manager, nullptr);
     }
+    static void refuse(wl_client *client, void * /*data*/, std::uint32_t /*version*/,
+                       std::uint32_t /*id*/)
+    {
+        wl_client_post_implementation_error(client, "only announced");
+    }
     static void bindSeat(wl_client *client, void *data, std::uint32_t /*version*/, std::uint32_t id)
     {
         make(static_cast<StandInCompositor *>(data), client, wl_seat_interface, id, nullptr,
@@ -97,9 +113,21 @@ StandInCompositor::StandInCompositor(Offer offer) : display(wl_display_create())
         return;
     }
     qputenv("WAYLAND_DISPLAY", name);
-    if (offer == Offer::DataControl) {
+    switch (offer) {
+    case Offer::Nothing:
+        break;
+    case Offer::DataControl:
         wl_global_create(display, &ext_data_control_manager_v1_interface, 1, this,
                          Requests::bindManager);
+        break;
+    case Offer::VirtualKeyboard:
+        wl_global_create(display, &zwp_virtual_keyboard_manager_v1_interface, 1, this,
+                         Requests::refuse);
+        break;
+    case Offer::VirtualPointer:
+        wl_global_create(display, &zwlr_virtual_pointer_manager_v1_interface, 1, this,
+                         Requests::refuse);
+        break;
     }
     wl_global_create(display, &wl_seat_interface, 1, this, Requests::bindSeat);
     wl_event_loop *loop = wl_display_get_event_loop(display);
@@ -150,10 +178,16 @@ void StandInCompositor::copy(const QList<QByteArray> &offered, Owner newOwner)
     flush();
 }
 
-void StandInCompositor::select(const QList<QByteArray> &offered)
+void StandInCompositor::select(const QList<QByteArray> &offered, Owner newOwner)
 {
+    primaryOwner = std::move(newOwner);
+    if (primarySource != nullptr) {
+        ext_data_control_source_v1_send_cancelled(std::exchange(primarySource, nullptr));
+        primaryTypes.clear();
+    }
     for (wl_resource *device : liveDevices) {
-        ext_data_control_device_v1_send_primary_selection(device, makeOffer(device, offered));
+        primaryOffers.push_back(makeOffer(device, offered));
+        ext_data_control_device_v1_send_primary_selection(device, primaryOffers.back());
     }
     flush();
 }
@@ -190,6 +224,34 @@ void StandInCompositor::replaceSource(wl_resource *selected)
     flush();
 }
 
+void StandInCompositor::replacePrimarySource(wl_resource *selected)
+{
+    wl_resource *replaced = std::exchange(primarySource, selected);
+    if (replaced != nullptr) {
+        ext_data_control_source_v1_send_cancelled(replaced);
+    }
+    primaryTypes = selected == nullptr ? QList<QByteArray>() : pendingTypes;
+    primaryOwner = [this](const QByteArray &type, Descriptor target) {
+        pastePrimary(type, target);
+    };
+    for (wl_resource *device : liveDevices) {
+        wl_resource *offer = selected == nullptr ? nullptr : makeOffer(device, primaryTypes);
+        primaryOffers.push_back(offer);
+        ext_data_control_device_v1_send_primary_selection(device, offer);
+    }
+    flush();
+}
+
+bool StandInCompositor::pastePrimary(const QByteArray &type, const Descriptor &target)
+{
+    if (primarySource == nullptr) {
+        return false;
+    }
+    ext_data_control_source_v1_send_send(primarySource, type.constData(), target.get());
+    flush();
+    return true;
+}
+
 bool StandInCompositor::paste(const QByteArray &type, const Descriptor &target)
 {
     if (source == nullptr) {
@@ -212,9 +274,14 @@ void StandInCompositor::forget(wl_resource *resource)
 {
     std::erase(liveDevices, resource);
     std::erase(liveOffers, resource);
+    std::erase(primaryOffers, resource);
     std::erase(liveSources, resource);
     if (source == resource) {
         source = nullptr;
         types.clear();
+    }
+    if (primarySource == resource) {
+        primarySource = nullptr;
+        primaryTypes.clear();
     }
 }

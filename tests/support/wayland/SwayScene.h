@@ -6,31 +6,26 @@
 #include "support/session/NotificationDesk.h"
 #include "support/session/ServerProcess.h"
 #include "support/wayland/SwaySession.h"
+#include "support/wayland/WaylandScene.h"
 
 #include <memory>
 
 /// A desktop of sway with the server in it, whose tray is the test itself.
-class SwayScene
+class SwayScene : public WaylandScene
 {
 public:
     SwayScene();
 
-    /// Why the scene cannot be used; empty when it can.
-    QByteArray problem() const;
+    QByteArray problem() const override;
+    bool start() override;
+    bool allow() override { return true; }
+    QByteArray problemAtEnd() override;
 
-    /// Starts the server and waits until it listens and its icon is in the tray.
-    bool start();
-    /// Ends the server if it still runs. Returns what was wrong with its end, with what it wrote;
-    /// empty if all was well.
-    QByteArray problemAtEnd();
-
-    SwaySession &session() { return sway; }
+    SwaySession &session() override { return sway; }
     const SwaySession &session() const { return sway; }
-    ServerProcess &server() const { return *process; }
+    ServerProcess &server() const override { return *process; }
+    QSize outputSize() const override { return SwaySession::OutputSize; }
     NotificationDesk &desk() { return *panel; }
-    quint16 port() const { return process->port(); }
-    /// Where programs of the user reach the server.
-    QString socketPath() const { return sway.serverSocket(); }
 
 private:
     SwaySession sway{SwaySession::SessionBus};

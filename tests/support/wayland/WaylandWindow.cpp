@@ -208,7 +208,7 @@ struct WaylandWindow::Listeners
     };
 };
 
-WaylandWindow::WaylandWindow(const QString &display)
+WaylandWindow::WaylandWindow(const QString &display, bool isFullScreen)
     : wire(std::make_unique<Wire>())
     , context(xkb_context_new(XKB_CONTEXT_NO_FLAGS))
 {
@@ -225,6 +225,9 @@ WaylandWindow::WaylandWindow(const QString &display)
     xdg_surface_add_listener(wire->window, &Listeners::window, this);
     wire->toplevel = xdg_surface_get_toplevel(wire->window);
     xdg_toplevel_add_listener(wire->toplevel, &Listeners::toplevel, this);
+    if (isFullScreen) {
+        xdg_toplevel_set_fullscreen(wire->toplevel, nullptr);
+    }
     wl_surface_commit(wire->surface);
     notifier =
         std::make_unique<QSocketNotifier>(wl_display_get_fd(wire->display), QSocketNotifier::Read);

@@ -17,8 +17,8 @@
 #include <memory>
 #include <vector>
 
-/// A window of a Wayland session, over the whole output, that writes down what it gets from the
-/// keyboard and the pointer, as any program's toolkit would understand it.
+/// A window of a Wayland session, over the whole output if nobody hinders it, that writes down what
+/// it gets from the keyboard and the pointer, as any program's toolkit would understand it.
 class WaylandWindow : public QObject
 {
     Q_OBJECT
@@ -43,7 +43,8 @@ public:
         bool operator==(const Turn &) const = default;
     };
 
-    explicit WaylandWindow(const QString &display);
+    /// \param isFullScreen whether it asks for the whole output; sway gives it without being asked
+    explicit WaylandWindow(const QString &display, bool isFullScreen = false);
     ~WaylandWindow() override;
 
     /// In its place on the screen, and with the focus of a keyboard.

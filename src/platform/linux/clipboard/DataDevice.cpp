@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -22,6 +21,7 @@ namespace {
 /// What a protocol calls its parts.
 struct ExtNames
 {
+    static constexpr std::uint32_t versionWithPrimary = 1;
     using Device = ext_data_control_device_v1;
     using Manager = ext_data_control_manager_v1;
     using Offer = ext_data_control_offer_v1;
@@ -33,6 +33,7 @@ struct ExtNames
     static constexpr auto getDevice = ext_data_control_manager_v1_get_data_device;
     static constexpr auto createSource = ext_data_control_manager_v1_create_data_source;
     static constexpr auto setSelection = ext_data_control_device_v1_set_selection;
+    static constexpr auto setPrimary = ext_data_control_device_v1_set_primary_selection;
     static constexpr auto receive = ext_data_control_offer_v1_receive;
     static constexpr auto offer = ext_data_control_source_v1_offer;
     static constexpr auto listenDevice = ext_data_control_device_v1_add_listener;
@@ -46,6 +47,7 @@ struct ExtNames
 
 struct WlrNames
 {
+    static constexpr std::uint32_t versionWithPrimary = 2;
     using Device = zwlr_data_control_device_v1;
     using Manager = zwlr_data_control_manager_v1;
     using Offer = zwlr_data_control_offer_v1;
@@ -57,6 +59,7 @@ struct WlrNames
     static constexpr auto getDevice = zwlr_data_control_manager_v1_get_data_device;
     static constexpr auto createSource = zwlr_data_control_manager_v1_create_data_source;
     static constexpr auto setSelection = zwlr_data_control_device_v1_set_selection;
+    static constexpr auto setPrimary = zwlr_data_control_device_v1_set_primary_selection;
     static constexpr auto receive = zwlr_data_control_offer_v1_receive;
     static constexpr auto offer = zwlr_data_control_source_v1_offer;
     static constexpr auto listenDevice = zwlr_data_control_device_v1_add_listener;
@@ -68,21 +71,6 @@ struct WlrNames
     static constexpr auto endSource = zwlr_data_control_source_v1_destroy;
 };
 
-/// The first version of both has all that is needed; the later one of wlroots adds the primary
-/// selection.
-constexpr std::uint32_t version = 1;
-
-/// The types of plain text, the best first; all of them are UTF-8. By design: a list of files is no
-/// text.
-constexpr std::array textTypes = {"text/plain;charset=utf-8", "text/plain", "UTF8_STRING", "STRING",
-                                  "TEXT"};
-
-/// The place in the list; its size for other types.
-std::size_t rankOf(std::string_view type)
-{
-    return static_cast<std::size_t>(std::ranges::find(textTypes, type) - textTypes.begin());
-}
-
 /// A compositor announces an offer just before it says what it is for; more are not kept.
 constexpr std::size_t mostUnusedOffers = 4;
 
@@ -92,49 +80,89 @@ public:
     DataDeviceOf(WaylandConnection &openConnection, Listener &told)
         : connection(openConnection)
         , listener(told)
-        , manager(connection.bind<typename Names::Manager>(Names::interface, version))
-        , seat(connection.bind<wl_seat>(wl_seat_interface, version))
+        , hasPrimary(connection.global(Names::interface)->version >= Names::versionWithPrimary)
+        , manager(
+              connection.bind<typename Names::Manager>(Names::interface, Names::versionWithPrimary))
+        , seat(connection.bind<wl_seat>(wl_seat_interface, 1))
         , device(Names::getDevice(manager.get(), seat.get()))
     {
         Names::listenDevice(device.get(), &deviceListener, this);
         connection.flush();
     }
 
-    bool hasText() const override { return contents && contents->rank < textTypes.size(); }
-
-    void receiveText(const Descriptor &target) override
+    bool has(Selection selection) const override
     {
-        Names::receive(contents->handle.get(), textTypes.at(contents->rank), target.get());
+        return selection == Selection::Clipboard || hasPrimary;
+    }
+
+    QByteArrayList types(Selection selection) const override
+    {
+        const OfferOwner &contents = of(selection).contents;
+        return contents ? contents->types : QByteArrayList();
+    }
+
+    void receive(Selection selection, const QByteArray &type, const Descriptor &target) override
+    {
+        Names::receive(of(selection).contents->handle.get(), type.constData(), target.get());
         connection.flush();
     }
 
-    void offerText() override
+    void offer(Selection selection, const QByteArrayList &offeredTypes) override
     {
-        SourceHandle offered(Names::createSource(manager.get()));
-        Names::listenSource(offered.get(), &sourceListener, this);
-        for (const char *type : textTypes) {
-            Names::offer(offered.get(), type);
+        SourceOwner offered(new Source{SourceHandle(Names::createSource(manager.get())), this,
+                                       selection, offeredTypes});
+        Names::listenSource(offered->handle.get(), &sourceListener, offered.get());
+        for (const QByteArray &type : offeredTypes) {
+            Names::offer(offered->handle.get(), type.constData());
         }
-        Names::setSelection(device.get(), offered.get());
-        // The old one ends after the change, so that the clipboard is not empty in between.
-        source = std::move(offered);
-        connection.flush();
+        replace(selection, std::move(offered));
     }
+
+    void clear(Selection selection) override { replace(selection, nullptr); }
 
 private:
     struct Offer
     {
         WaylandHandle<typename Names::Offer, Names::endOffer> handle;
-        std::size_t rank = textTypes.size(); // Of the best type.
+        QByteArrayList types;
     };
     using OfferOwner = std::unique_ptr<Offer>;
     using SourceHandle = WaylandHandle<typename Names::Source, Names::endSource>;
+    struct Source
+    {
+        SourceHandle handle;
+        DataDeviceOf *device;
+        Selection selection;
+        QByteArrayList types;
+    };
+    using SourceOwner = std::unique_ptr<Source>;
+    struct State
+    {
+        OfferOwner contents; // Null while the selection is empty.
+        SourceOwner source;  // Of ours, while that is the contents.
+    };
 
     static DataDeviceOf &self(void *data) { return *static_cast<DataDeviceOf *>(data); }
 
+    State &of(Selection selection) { return states.at(static_cast<std::size_t>(selection)); }
+    const State &of(Selection selection) const
+    {
+        return states.at(static_cast<std::size_t>(selection));
+    }
+
+    /// The old one ends after the change, so that the selection is not empty in between.
+    void replace(Selection selection, SourceOwner source)
+    {
+        const auto set =
+            selection == Selection::Clipboard ? Names::setSelection : Names::setPrimary;
+        set(device.get(), source ? source->handle.get() : nullptr);
+        of(selection).source = std::move(source);
+        connection.flush();
+    }
+
     void announce(typename Names::Offer *announced)
     {
-        unused.emplace_back(new Offer{decltype(Offer::handle)(announced)});
+        unused.emplace_back(new Offer{decltype(Offer::handle)(announced), {}});
         Names::listenOffer(announced, &offerListener, unused.back().get());
         if (unused.size() > mostUnusedOffers) {
             unused.erase(unused.begin());
@@ -155,11 +183,12 @@ private:
         return taken;
     }
 
-    void select(typename Names::Offer *announced)
+    void select(Selection selection, typename Names::Offer *announced)
     {
+        OfferOwner &contents = of(selection).contents;
         const OfferOwner before = std::exchange(contents, take(announced));
         if (before || contents) {
-            listener.contentsChanged();
+            listener.contentsChanged(selection);
         }
         connection.flush();
     }
@@ -167,46 +196,57 @@ private:
     static constexpr typename Names::DeviceListener deviceListener = {
         .data_offer = [](void *data, typename Names::Device * /*device*/,
                          typename Names::Offer *offer) { self(data).announce(offer); },
-        .selection = [](void *data, typename Names::Device * /*device*/,
-                        typename Names::Offer *offer) { self(data).select(offer); },
+        .selection =
+            [](void *data, typename Names::Device * /*device*/, typename Names::Offer *offer) {
+                self(data).select(Selection::Clipboard, offer);
+            },
         .finished =
             [](void *data, typename Names::Device * /*device*/) {
                 self(data).listener.deviceFinished();
             },
-        .primary_selection = [](void *data, typename Names::Device * /*device*/,
-                                typename Names::Offer *offer) { self(data).take(offer); },
+        .primary_selection =
+            [](void *data, typename Names::Device * /*device*/, typename Names::Offer *offer) {
+                self(data).select(Selection::Primary, offer);
+            },
     };
     static constexpr typename Names::OfferListener offerListener = {
         .offer =
             [](void *data, typename Names::Offer * /*offer*/, const char *type) {
-                auto &rank = static_cast<Offer *>(data)->rank;
-                rank = std::min(rank, rankOf(type));
+                QByteArrayList &types = static_cast<Offer *>(data)->types;
+                if (types.size() < mostSelectionTypes) {
+                    types.append(type);
+                }
             },
     };
     static constexpr typename Names::SourceListener sourceListener = {
         .send =
             [](void *data, typename Names::Source * /*source*/, const char *type, int target) {
                 Descriptor owned(target);
-                if (rankOf(type) < textTypes.size()) {
-                    self(data).listener.textWanted(std::move(owned));
+                const auto &source = *static_cast<Source *>(data);
+                if (source.types.contains(type)) {
+                    source.device->listener.contentsWanted(source.selection, type,
+                                                           std::move(owned));
                 }
             },
         .cancelled =
             [](void *data, typename Names::Source * /*source*/) {
-                self(data).source.reset();
-                self(data).connection.flush();
-                self(data).listener.textReplaced();
+                const auto &source = *static_cast<Source *>(data);
+                DataDeviceOf &device = *source.device;
+                const Selection selection = source.selection;
+                device.of(selection).source.reset();
+                device.connection.flush();
+                device.listener.contentsReplaced(selection);
             },
     };
 
     WaylandConnection &connection;
     Listener &listener;
+    bool hasPrimary;
     WaylandHandle<typename Names::Manager, Names::endManager> manager;
     WaylandHandle<wl_seat, wl_seat_destroy> seat;
     WaylandHandle<typename Names::Device, Names::endDevice> device;
     std::vector<OfferOwner> unused;
-    OfferOwner contents; // Null while the clipboard is empty.
-    SourceHandle source; // Of our text, while it is the contents.
+    std::array<State, bothSelections.size()> states;
 };
 
 } // namespace

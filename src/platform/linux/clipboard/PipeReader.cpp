@@ -3,78 +3,32 @@
 
 #include "platform/linux/clipboard/PipeReader.h"
 
-#include "platform/Clipboard.h"
-
-#include <QByteArray>
-
-#include <array>
-#include <cerrno>
 #include <utility>
-
-#include <fcntl.h>
 
 namespace platform {
 
-namespace {
-
-/// How many bytes are read before other parts of the program have their turn: what a pipe holds.
-constexpr qsizetype readSize = 64 * 1024;
-
-} // namespace
-
-/// Only our end never waits: many programs do not expect that of the end that they write to.
-Descriptor PipeReader::start()
+PipeReader::PipeReader()
 {
-    stop();
-    std::array<int, 2> ends = {-1, -1};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-        return Descriptor(-1);
-    }
-    pipe = Descriptor(ends[0]);
-    fcntl(pipe.get(), F_SETFL, O_NONBLOCK);
+    connect(&pipe, &PipeBytes::arrived, this,
+            [this](QByteArrayView bytes) { received += decoder(bytes); });
+    connect(&pipe, &PipeBytes::ended, this, [this](bool isWhole) {
+        QString text = std::exchange(received, {});
+        emit finished(isWhole ? std::optional(std::move(text)) : std::nullopt);
+    });
+}
+
+bool PipeReader::start(Descriptor end)
+{
+    received = QString();
     // A mark of the byte order at the beginning belongs to the text.
     decoder = QStringDecoder(QStringConverter::Utf8, QStringConverter::Flag::ConvertInitialBom);
-    readable = std::make_unique<QSocketNotifier>(pipe.get(), QSocketNotifier::Read);
-    connect(readable.get(), &QSocketNotifier::activated, this, &PipeReader::read);
-    return Descriptor(ends[1]);
+    return pipe.start(std::move(end));
 }
 
-/// May be called by the notifier, which must live until it has returned.
 void PipeReader::stop()
 {
-    if (readable) {
-        readable->setEnabled(false);
-        readable.release()->deleteLater();
-    }
-    pipe = Descriptor(-1);
-    receivedBytes = 0;
+    pipe.stop();
     received = QString();
-}
-
-void PipeReader::read()
-{
-    QByteArray bytes(readSize, Qt::Uninitialized);
-    const ssize_t count = ::read(pipe.get(), bytes.data(), static_cast<std::size_t>(bytes.size()));
-    if (count < 0) {
-        if (errno != EAGAIN && errno != EINTR) {
-            finish(std::nullopt);
-        }
-        return;
-    }
-    receivedBytes += count;
-    if (receivedBytes > maximumClipboardText) {
-        finish(std::nullopt);
-    } else if (count == 0) {
-        finish(received);
-    } else {
-        received += decoder(QByteArrayView(bytes.constData(), count));
-    }
-}
-
-void PipeReader::finish(std::optional<QString> text)
-{
-    stop();
-    emit finished(text);
 }
 
 } // namespace platform

@@ -3,14 +3,12 @@
 
 #pragma once
 
-#include "platform/posix/Descriptor.h"
+#include "platform/linux/clipboard/PipeBytes.h"
 
 #include <QObject>
-#include <QSocketNotifier>
 #include <QString>
 #include <QStringDecoder>
 
-#include <memory>
 #include <optional>
 
 namespace platform {
@@ -22,9 +20,10 @@ class PipeReader : public QObject
     Q_OBJECT
 
 public:
-    /// Opens another pipe, whatever becomes of the one before, and returns its end for the writer,
-    /// which waits when the pipe is full. Not open if there is no descriptor left.
-    Descriptor start();
+    PipeReader();
+
+    /// As PipeBytes::start().
+    bool start(Descriptor end);
     /// Closes the pipe without a report.
     void stop();
 
@@ -34,12 +33,7 @@ signals:
     void finished(const std::optional<QString> &text);
 
 private:
-    void read();
-    void finish(std::optional<QString> text);
-
-    Descriptor pipe{-1};
-    std::unique_ptr<QSocketNotifier> readable;
-    qsizetype receivedBytes = 0;
+    PipeBytes pipe;
     QStringDecoder decoder;
     QString received;
 };

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <memory>
 #include <utility>
 
 #include <fcntl.h>
@@ -47,10 +48,11 @@ Descriptor withoutWaiting(const Descriptor &shared)
 class PipeWriters::Writer : public QObject
 {
 public:
-    Writer(Descriptor target, QByteArray bytes, QObject *parent)
+    Writer(Descriptor target, QByteArray bytes, Done toCall, QObject *parent)
         : QObject(parent)
         , pipe(std::move(target))
         , unwritten(std::move(bytes))
+        , done(std::move(toCall))
         , writable(pipe.get(), QSocketNotifier::Write)
     {
         patience.setSingleShot(true);
@@ -58,6 +60,14 @@ public:
         patience.start();
         connect(&patience, &QTimer::timeout, this, [this] { end(); });
         connect(&writable, &QSocketNotifier::activated, this, [this] { write(); });
+    }
+
+    /// Reports the end, once.
+    void report()
+    {
+        if (const Done toCall = std::exchange(done, {})) {
+            toCall(offset == unwritten.size());
+        }
     }
 
 private:
@@ -80,11 +90,13 @@ private:
         writable.setEnabled(false);
         pipe = Descriptor(-1);
         deleteLater();
+        report();
     }
 
     Descriptor pipe;
     QByteArray unwritten;
     qsizetype offset = 0;
+    Done done;
     QSocketNotifier writable;
     QTimer patience;
 };
@@ -95,16 +107,21 @@ PipeWriters::PipeWriters()
     std::signal(SIGPIPE, SIG_IGN);
 }
 
-void PipeWriters::write(const Descriptor &target, const QByteArray &bytes)
+void PipeWriters::write(const Descriptor &target, const QByteArray &bytes, Done done)
 {
     Descriptor pipe = withoutWaiting(target);
     if (!pipe.isOpen()) {
+        if (done) {
+            done(false);
+        }
         return;
     }
     if (writers.children().size() >= mostWriters) {
-        delete writers.children().constFirst();
+        const std::unique_ptr<Writer> oldest(
+            static_cast<Writer *>(writers.children().constFirst()));
+        oldest->report();
     }
-    new Writer(std::move(pipe), bytes, &writers);
+    new Writer(std::move(pipe), bytes, std::move(done), &writers);
 }
 
 } // namespace platform

@@ -42,23 +42,27 @@ X11EventServices::X11EventServices(X11Connection openConnection, const TypingTim
     // Open menus and window managers grab the server.
     ignoreServerGrabs(connection);
     connection.watch([this] { takeInAll(); });
-    lookBeforeSleep();
+    actBeforeSleep();
     flush();
 }
 
 /// Whatever is sent or asked in between may take in the answer to the question, too. Then nothing
 /// more arrives that would wake the event loop, and moves that wait for the answer would wait on.
-void X11EventServices::lookBeforeSleep()
+/// What is due is sent here and not by a posted event, which costs another round of the event loop.
+void X11EventServices::actBeforeSleep()
 {
-    const auto look = [this] {
+    const auto act = [this] {
+        if (isFlushDue) {
+            flush();
+        }
         if (question && !hasRoom()) {
             takeInAll();
         }
     };
     // The second one is for loops that do not sleep.
     const auto *dispatcher = QAbstractEventDispatcher::instance();
-    QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, &context, look);
-    QObject::connect(dispatcher, &QAbstractEventDispatcher::awake, &context, look);
+    QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, &context, act);
+    QObject::connect(dispatcher, &QAbstractEventDispatcher::awake, &context, act);
 }
 
 void X11EventServices::takeInAll()
@@ -218,16 +222,7 @@ void X11EventServices::flush()
 /// loop.
 void X11EventServices::flushLater()
 {
-    if (isFlushDue) {
-        return;
-    }
     isFlushDue = true;
-    const auto flushIfStillDue = [this] {
-        if (isFlushDue) {
-            flush();
-        }
-    };
-    QMetaObject::invokeMethod(&context, flushIfStillDue, Qt::QueuedConnection);
 }
 
 } // namespace platform

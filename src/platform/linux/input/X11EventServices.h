@@ -51,7 +51,7 @@ public:
 private:
     void postMouse(const MouseEvent &event);
     InputLink link();
-    void lookBeforeSleep();
+    void actBeforeSleep();
     void takeInAll();
     bool takeInEvents();
     bool hasRoom() const;
@@ -65,8 +65,8 @@ private:
     ReleaseLedger ledger;
     X11Keyboard keyboard;
     X11Pointer pointer;
-    QObject context;         ///< Of calls that are queued in the event loop; they end with it.
-    bool isFlushDue = false; ///< A flush is queued in the event loop.
+    QObject context;         ///< Of what the event loop calls; that ends with it.
+    bool isFlushDue = false; ///< At the end of this turn of the event loop.
     /// The request whose answer will show how far the server has come; one at a time.
     std::optional<std::uint32_t> question;
     int unansweredFlushes = 0; ///< Since the last question.

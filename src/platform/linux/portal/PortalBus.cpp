@@ -21,6 +21,11 @@ QString PortalBus::path()
     return u"/org/freedesktop/portal/desktop"_s;
 }
 
+QString PortalBus::clipboard()
+{
+    return u"org.freedesktop.portal.Clipboard"_s;
+}
+
 QString PortalBus::sender() const
 {
     return bus.baseService().mid(1).replace(u'.', u'_');
@@ -32,6 +37,18 @@ QDBusMessage PortalBus::call(const QString &path, const QString &interface, cons
     QDBusMessage message = QDBusMessage::createMethodCall(owner, path, interface, method);
     message.setArguments(arguments);
     return message;
+}
+
+QDBusMessage PortalBus::clipboardVersionCall() const
+{
+    return call(path(), u"org.freedesktop.DBus.Properties"_s, u"Get"_s,
+                {clipboard(), u"version"_s});
+}
+
+bool PortalBus::isLack(const QDBusMessage &reply)
+{
+    return reply.errorName() == "org.freedesktop.DBus.Error.InvalidArgs"_L1 ||
+           reply.errorName() == "org.freedesktop.DBus.Error.UnknownInterface"_L1;
 }
 
 void callLater(const QDBusConnection &bus, const QDBusMessage &call,

@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 
 namespace platform {
 
@@ -25,12 +26,25 @@ struct PortalBus
 
     static QString service();
     static QString path();
+    /// The interface of the clipboard, which not every portal has.
+    static QString clipboard();
     /// The part of the paths of requests and sessions that names this connection.
     QString sender() const;
 
     QDBusMessage call(const QString &path, const QString &interface, const QString &method,
                       const QVariantList &arguments) const;
+    /// A question whose error is the answer of a portal without a clipboard. See isLack().
+    QDBusMessage clipboardVersionCall() const;
+    /// Whether that is the answer of a portal that lacks the interface which it was asked for.
+    static bool isLack(const QDBusMessage &reply);
 };
+
+/// Destroys it from the event loop, or with its new parent: it may be what calls just now.
+template <typename Object> void destroyLater(std::unique_ptr<Object> &object, QObject *parent)
+{
+    object->setParent(parent);
+    object.release()->deleteLater();
+}
 
 /// Sends it and calls `answered` from the event loop with the reply or the error, which no reply
 /// within the limit is too. Not at all if `context` is destroyed first.

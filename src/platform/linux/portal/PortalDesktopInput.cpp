@@ -12,12 +12,12 @@ using State = RemoteDesktopPortal::State;
 PortalDesktopInput::PortalDesktopInput(RemoteDesktopPortal &portalOfDesktop,
                                        PortalOutbox &outboxOfPortal,
                                        PortalKeyboard &keyboardOfPortal,
-                                       PortalPointer &pointerOfPortal)
+                                       PortalPointer &pointerOfPortal, Clipboard *clipboard)
     : portal(portalOfDesktop)
     , outbox(outboxOfPortal)
     , keyboard(keyboardOfPortal)
     , pointer(pointerOfPortal)
-    , typist(keyboardOfPortal, outboxOfPortal)
+    , typist(keyboardOfPortal, outboxOfPortal, clipboard)
 {
 }
 

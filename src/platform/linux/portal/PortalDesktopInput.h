@@ -19,9 +19,10 @@ namespace platform {
 class PortalDesktopInput final : public DesktopInput
 {
 public:
-    /// They must outlive it.
+    /// They must outlive it. The clipboard, if there is one, types what the layouts lack.
     PortalDesktopInput(RemoteDesktopPortal &portalOfDesktop, PortalOutbox &outboxOfPortal,
-                       PortalKeyboard &keyboardOfPortal, PortalPointer &pointerOfPortal);
+                       PortalKeyboard &keyboardOfPortal, PortalPointer &pointerOfPortal,
+                       Clipboard *clipboard);
 
     Abilities abilities() const override;
     Readiness makeReady() override;

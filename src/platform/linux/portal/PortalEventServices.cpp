@@ -20,15 +20,15 @@ QString translated(const char *text)
 
 } // namespace
 
-PortalEventServices::PortalEventServices(const QDBusConnection &sessionBus, RestoreToken token,
+PortalEventServices::PortalEventServices(std::shared_ptr<RemoteDesktopPortal> portalOfDesktop,
                                          std::unique_ptr<Screens> screensOfDesktop,
-                                         PortalPointer::WheelStep wheelStep)
+                                         PortalPointer::WheelStep wheelStep, Clipboard *clipboard)
     : screens(std::move(screensOfDesktop))
-    , portal(sessionBus, std::move(token))
+    , portal(std::move(portalOfDesktop))
     , pointer(outbox, *screens, wheelStep)
-    , desktopInput(portal, outbox, keyboard, pointer)
+    , desktopInput(*portal, outbox, keyboard, pointer, clipboard)
     , asking{translated("The desktop asks whether VornaServer may control the keyboard and the "
-                        "pointer. Allow it there; nothing is typed until then.")}
+                        "pointer. Allow it there; what other devices send is dropped until then.")}
     , refused{translated("The keyboard and the pointer cannot be controlled because that was "
                          "refused when the desktop asked. Quit VornaServer and start it again to "
                          "be asked again.")}
@@ -40,17 +40,17 @@ PortalEventServices::PortalEventServices(const QDBusConnection &sessionBus, Rest
                             "click tries again.")}
 {
     outbox.onProgress = [this] { desktopInput.onProgress(); };
-    QObject::connect(&portal, &RemoteDesktopPortal::stateChanged, &portal,
+    QObject::connect(portal.get(), &RemoteDesktopPortal::stateChanged, &listener,
                      [this] { followState(); });
-    QObject::connect(&portal, &RemoteDesktopPortal::userIsAsked, &portal,
+    QObject::connect(portal.get(), &RemoteDesktopPortal::userIsAsked, &listener,
                      [this] { asking.sayOnce(); });
-    QObject::connect(&portal, &RemoteDesktopPortal::failed, &portal,
+    QObject::connect(portal.get(), &RemoteDesktopPortal::failed, &listener,
                      [this] { unanswered.sayOnce(); });
 }
 
 PortalEventServices::~PortalEventServices()
 {
-    portal.disconnect();
+    portal->disconnect(&listener);
     outbox.end();
 }
 
@@ -64,7 +64,7 @@ void PortalEventServices::postKeyboard(const KeyboardEvent &event)
     if (!event.isDown) {
         keyboard.release(event.code);
     } else if (desktopInput.makeReady() == DesktopInput::Readiness::Ready &&
-               portal.devices().hasKeyboard) {
+               portal->devices().hasKeyboard) {
         keyboard.press(event.code, event.flags);
     }
 }
@@ -109,7 +109,7 @@ void PortalEventServices::postMouse(const MouseEvent &event)
 
 void PortalEventServices::followState()
 {
-    switch (portal.state()) {
+    switch (portal->state()) {
     case RemoteDesktopPortal::State::Opening:
     case RemoteDesktopPortal::State::Open:
         return;

@@ -12,6 +12,7 @@
 #include "platform/linux/portal/PortalPointer.h"
 #include "platform/linux/portal/RemoteDesktopPortal.h"
 
+#include <QObject>
 #include <QString>
 
 #include <memory>
@@ -22,13 +23,15 @@ namespace platform {
 /// user has consented. The first input asks for that, and is dropped, as everything is until then.
 ///
 /// Needs a running event loop on its thread. Taps and source states have no counterpart here. When
-/// the program is killed, the portal ends the session, and the desktop releases what was down.
+/// the program is killed, the portal ends the session, and GNOME releases what was down. KWin 5.27
+/// does not.
 class PortalEventServices final : public EventServices
 {
 public:
-    PortalEventServices(const QDBusConnection &sessionBus, RestoreToken token,
+    /// The clipboard, if there is one, types what the layouts lack; it must outlive the services.
+    PortalEventServices(std::shared_ptr<RemoteDesktopPortal> portalOfDesktop,
                         std::unique_ptr<Screens> screensOfDesktop,
-                        PortalPointer::WheelStep wheelStep);
+                        PortalPointer::WheelStep wheelStep, Clipboard *clipboard);
     /// Releases the keys and buttons that are still down. A portal that does not answer holds it up
     /// for a second.
     ~PortalEventServices() override;
@@ -41,7 +44,7 @@ public:
     DesktopInput &input() override { return desktopInput; }
 
     /// The session that is made, and the layout that is typed on; for tests.
-    RemoteDesktopPortal &session() { return portal; }
+    RemoteDesktopPortal &session() { return *portal; }
     PortalLayout &keyboardLayout() { return layout; }
 
 private:
@@ -57,8 +60,8 @@ private:
     void postMouse(const MouseEvent &event);
 
     std::unique_ptr<Screens> screens;
-    RemoteDesktopPortal portal;
-    PortalOutbox outbox{portal};
+    std::shared_ptr<RemoteDesktopPortal> portal;
+    PortalOutbox outbox{*portal};
     PortalLayout layout;
     PortalKeyboard keyboard{outbox, layout};
     PortalPointer pointer;
@@ -67,6 +70,7 @@ private:
     Message refused;
     Message unusable;
     Message unanswered;
+    QObject listener; ///< To the portal, which may live longer.
 };
 
 } // namespace platform

@@ -37,7 +37,19 @@ KeyModifiers modifiersOf(EventFlags flags)
 
 bool PortalKeyboard::press(const Key &key, const KeyModifiers &modifiers)
 {
+    if (const auto place =
+            key.name == NamedKey::None ? layout.placeOf(key.character) : std::nullopt) {
+        return pressPlace(key, *place, modifiers);
+    }
     return pressNamed(key, keys.press(key), modifiers);
+}
+
+bool PortalKeyboard::pressPlace(const Key &key, const PortalLayout::Place &place,
+                                KeyModifiers modifiers)
+{
+    modifiers.hasShift = modifiers.hasShift || place.isShifted;
+    modifiers.hasAltGraph = modifiers.hasAltGraph || place.isWithAltGraph;
+    return pressNamed(key, PortalEvent{PortalEvent::Kind::Key, place.code, true, 0, 0}, modifiers);
 }
 
 bool PortalKeyboard::press(KeyCode code, EventFlags flags)
@@ -60,6 +72,12 @@ bool PortalKeyboard::tap(char32_t character)
     const std::optional<std::uint32_t> keysym = layout.keysymOf(character);
     if (!keysym) {
         return false;
+    }
+    if (const auto place = layout.placeOf(character)) {
+        const Key key{NamedKey::None, character};
+        const bool isPressed = pressPlace(key, *place, {});
+        releaseNamed(key);
+        return isPressed;
     }
     liftModifiersExcept({});
     const PortalEvent press{PortalEvent::Kind::Character, static_cast<std::int32_t>(*keysym), true,

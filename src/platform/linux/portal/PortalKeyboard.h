@@ -36,6 +36,8 @@ public:
     void release(const Key &key);
     void release(KeyCode code);
 
+    /// Whether a layout has that character.
+    bool has(char32_t character) const { return layout.keysymOf(character).has_value(); }
     /// Types a character, without any modifier that is held here. False if no layout has it.
     bool tap(char32_t character);
 
@@ -53,6 +55,7 @@ private:
     bool pressNamed(const Name &name, const std::optional<PortalEvent> &key,
                     const KeyModifiers &modifiers);
     void releaseNamed(const Name &name);
+    bool pressPlace(const Key &key, const PortalLayout::Place &place, KeyModifiers modifiers);
     bool down(const PortalEvent &press);
     void up(PortalEvent press);
     void liftModifiersExcept(const std::vector<PortalEvent> &wanted);

@@ -31,6 +31,21 @@ public:
     /// None if there is none. Without a known layout the usual one.
     std::optional<std::uint32_t> keysymOf(char32_t character) const;
 
+    /// A key by its position, as linux/input-event-codes.h numbers it, and what is held with it.
+    struct Place
+    {
+        std::int32_t code = 0;
+        bool isShifted = false;
+        bool isWithAltGraph = false;
+    };
+    /// Where the character is pressed if its keysym would not do. For a keysym desktops press the
+    /// first key that has it, with Shift or AltGr at most, and if it takes both, with neither: then
+    /// something else is typed.
+    std::optional<Place> placeOf(char32_t character) const;
+
+    /// Whether the compositor has told the layouts.
+    bool isKnown() const { return !keysyms.empty(); }
+
     /// From now on the layouts are those of this key map, as the compositor tells it.
     void useKeymap(const QByteArray &text);
 
@@ -40,6 +55,7 @@ private:
     WaylandConnection connection;
     SeatKeymap seat{connection};
     std::unordered_map<char32_t, std::uint32_t> keysyms; ///< Empty while no layout is known.
+    std::unordered_map<char32_t, Place> places;          ///< Only of those that need one.
 };
 
 } // namespace platform

@@ -43,7 +43,7 @@ void PortalOutbox::sendNext()
     waiting.pop_front();
     isUnderway = true;
     noteDown(next);
-    portal.post(next, [this] {
+    portal.post(next, &life, [this] {
         isUnderway = false;
         sendNext();
         onProgress();

@@ -6,6 +6,8 @@
 #include "platform/linux/portal/PortalEvent.h"
 #include "platform/linux/portal/RemoteDesktopPortal.h"
 
+#include <QObject>
+
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -50,6 +52,7 @@ private:
     std::deque<PortalEvent> waiting;
     bool isUnderway = false;
     std::vector<PortalEvent> down; ///< Presses that were sent and not released.
+    QObject life;                  ///< The portal may live longer.
 };
 
 } // namespace platform

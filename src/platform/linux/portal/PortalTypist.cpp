@@ -7,19 +7,29 @@
 
 namespace platform {
 
+PortalTypist::PortalTypist(PortalKeyboard &keyboardOfPortal, PortalOutbox &outboxOfPortal,
+                           Clipboard *lendingClipboard)
+    : keyboard(keyboardOfPortal)
+    , outbox(outboxOfPortal)
+    , clipboard(lendingClipboard)
+    , paster(lendingClipboard, [this] { return pressPasteKey(); })
+{
+}
+
 void PortalTypist::type(const QString &text, QObject *context, DesktopInput::Done done)
 {
-    tasks.push_back({text, 0, true, {context, std::move(done)}});
+    tasks.push_back({text, 0, true, true, {}, {context, std::move(done)}});
     onProgress();
 }
 
 void PortalTypist::onProgress()
 {
-    while (!tasks.empty() && outbox.isEmpty()) {
+    while (!tasks.empty() && outbox.isEmpty() && !paster.isPasting()) {
         Task &task = tasks.front();
         if (task.caller.isGone() || task.next >= task.text.size()) {
+            paster.end();
             finishFront(task.isComplete);
-        } else {
+        } else if (!pasteForeign(task)) {
             typeOne(task);
         }
     }
@@ -27,6 +37,7 @@ void PortalTypist::onProgress()
 
 void PortalTypist::fail()
 {
+    paster.end();
     // Those who are told may ask anew.
     const std::size_t failed = tasks.size();
     for (std::size_t count = 0; count < failed && !tasks.empty(); ++count) {
@@ -51,6 +62,51 @@ void PortalTypist::typeOne(Task &task)
     if (!keyboard.tap(character)) {
         task.isComplete = false;
     }
+}
+
+/// Whether it begins here, and is being pasted.
+bool PortalTypist::pasteForeign(Task &task)
+{
+    if (!task.canPaste || !paster.canPaste()) {
+        return false;
+    }
+    if (task.next >= task.foreign.end) {
+        task.foreign = foreignStretch(
+            task.text, task.next, [this](char32_t character) { return keyboard.has(character); });
+    }
+    if (task.foreign.isEmpty() || task.next != task.foreign.begin) {
+        return false;
+    }
+    const QString text = task.text.mid(task.next, task.foreign.end - task.next);
+    // The same task is in front then: others wait for it.
+    paster.paste(text, [this](bool isPasted) {
+        Task &front = tasks.front();
+        if (isPasted) {
+            front.next = front.foreign.end;
+        } else {
+            front.canPaste = false;
+            paster.end();
+        }
+        onProgress();
+    });
+    return true;
+}
+
+/// By Shift and Insert terminals paste the primary selection, and others the clipboard. If only the
+/// clipboard is lent, that would paste into a terminal whatever the user has selected last. By
+/// Control and V terminals paste nothing.
+bool PortalTypist::pressPasteKey()
+{
+    if (!clipboard->canLendPrimary()) {
+        constexpr KeyCode keyOfV = 9;
+        const bool isPressed = keyboard.press(keyOfV, Flag::Control);
+        keyboard.release(keyOfV);
+        return isPressed;
+    }
+    const Key insert{NamedKey::Insert, 0};
+    const bool isPressed = keyboard.press(insert, {.hasShift = true});
+    keyboard.release(insert);
+    return isPressed;
 }
 
 } // namespace platform

@@ -4,6 +4,8 @@
 #pragma once
 
 #include "platform/DesktopInput.h"
+#include "platform/linux/clipboard/Paster.h"
+#include "platform/linux/portal/ForeignStretch.h"
 #include "platform/linux/portal/PortalCaller.h"
 #include "platform/linux/portal/PortalKeyboard.h"
 
@@ -16,16 +18,14 @@ namespace platform {
 /// Types texts through the desktop's portal, character by character, whenever the portal has
 /// handled what was posted before.
 ///
-/// What the layouts lack is skipped; such a text is not done, though the rest of it is typed.
+/// What the layouts lack is pasted from the clipboard, line by line, with what is between. Where
+/// that does not work it is skipped; such a text is not done, though the rest of it is typed.
 class PortalTypist
 {
 public:
-    /// Both must outlive it.
-    PortalTypist(PortalKeyboard &keyboardOfPortal, PortalOutbox &outboxOfPortal)
-        : keyboard(keyboardOfPortal)
-        , outbox(outboxOfPortal)
-    {
-    }
+    /// They must outlive it. Without a clipboard nothing is pasted.
+    PortalTypist(PortalKeyboard &keyboardOfPortal, PortalOutbox &outboxOfPortal,
+                 Clipboard *lendingClipboard);
 
     /// As DesktopInput::type().
     void type(const QString &text, QObject *context, DesktopInput::Done done);
@@ -34,20 +34,29 @@ public:
     /// The session has ended: none of the texts will be done.
     void fail();
 
+    Paster &pasting() { return paster; }
+
 private:
     struct Task
     {
         QString text;
         qsizetype next = 0;
         bool isComplete = true; ///< Nothing was skipped so far.
+        bool canPaste = true;   ///< Nobody has failed to paste so far.
+        /// Of the line that is typed; before `next` in others.
+        ForeignStretch foreign;
         PortalCaller caller;
     };
 
     void finishFront(bool isDone);
     void typeOne(Task &task);
+    bool pasteForeign(Task &task);
+    bool pressPasteKey();
 
     PortalKeyboard &keyboard;
     PortalOutbox &outbox;
+    const Clipboard *clipboard;
+    Paster paster;
     std::deque<Task> tasks;
 };
 

@@ -3,17 +3,16 @@
 
 #pragma once
 
-#include "platform/linux/portal/PortalBus.h"
 #include "platform/linux/portal/PortalEvent.h"
-#include "platform/linux/portal/PortalRequest.h"
+#include "platform/linux/portal/PortalHandshake.h"
+#include "platform/linux/portal/PortalSession.h"
 #include "platform/linux/portal/RestoreToken.h"
 
+#include <QDBusConnection>
 #include <QDBusPendingCall>
 #include <QDBusServiceWatcher>
 #include <QDeadlineTimer>
 #include <QObject>
-#include <QTimer>
-#include <QVariantMap>
 
 #include <chrono>
 #include <functional>
@@ -53,14 +52,22 @@ public:
 
     State state() const { return current; }
     /// What the user has allowed. Assumed to be everything before there is a session.
-    Devices devices() const { return allowed; }
+    Devices devices() const { return {granted.hasKeyboard, granted.hasPointer}; }
+
+    /// From the next session on the clipboard is asked for too, if the portal has one.
+    void includeClipboard() { wantsClipboard = true; }
+    /// Whether the open session reaches it.
+    bool hasClipboard() const { return current == State::Open && granted.hasClipboard; }
+    /// The session that is open, or that is being made; null if there is none yet.
+    const PortalSession *session() const { return handshake ? handshake->session() : opened.get(); }
+    const QDBusConnection &connection() const { return bus; }
 
     /// Makes a session if there is none, and if it may be tried now.
     void want();
 
     /// Posts one event and calls back when the portal has handled it; not at all if the session
-    /// ends first. Only in an open session.
-    void post(const PortalEvent &event, std::function<void()> handled);
+    /// or the context ends first. Only in an open session.
+    void post(const PortalEvent &event, QObject *context, std::function<void()> handled);
     /// Posts it and waits until it has been handled, no longer than half a second; whether it has.
     /// Only at the end.
     bool postAndWait(const PortalEvent &event);
@@ -78,45 +85,25 @@ signals:
     /// The portal has not made a session.
     void failed();
 
-private slots:
-    void closedByDesktop(const QDBusMessage &signal);
-
 private:
     void enter(State next);
-    void startPortal();
-    void findOwner();
-    void registerProgram();
-    void askForAbilities();
-    void takeAbilities(const QVariantMap &properties);
-    void createSession();
-    void selectDevices(const QVariantMap &session);
-    void start();
-    void takeStart(const QVariantMap &results);
-    void request(const QString &method, const QVariantList &arguments, const QVariantMap &options,
-                 std::function<void(const QVariantMap &)> done);
-    void handleFailure(PortalRequest::Outcome outcome);
+    void takeOutcome(PortalHandshake::Outcome outcome);
+    void open();
     void fail();
     void endAttempt();
-    void forgetCalls();
-    void watchClosed(bool isWatched);
     QDBusMessage callOf(const PortalEvent &event) const;
 
-    PortalBus portal;
+    QDBusConnection bus;
     RestoreToken token;
     QDBusServiceWatcher owners;
     State current = State::Idle;
-    Devices allowed{true, true};
-    uint version = 0;
-    uint available = 0;    ///< Bits of device types that can be asked for.
-    bool isClosed = false; ///< The desktop has closed the session that is being made.
-    QString session;       ///< Its object path; empty without one.
-    QDeadlineTimer again;  ///< Until then nothing is tried.
+    PortalHandshake::Grant granted{true, true, true};
+    bool wantsClipboard = false;
+    QDeadlineTimer again; ///< Until then nothing is tried.
     std::chrono::milliseconds pause{0};
-    QTimer limit;    ///< For everything that the user has no part in.
-    QTimer patience; ///< When the user has probably been asked.
-    /// Context of all calls of this attempt; its end forgets them.
-    std::unique_ptr<QObject> attempt;
-    std::unique_ptr<PortalRequest> pending;
+    std::unique_ptr<PortalHandshake> handshake; ///< While opening.
+    std::unique_ptr<PortalSession> opened;      ///< While open.
+    std::unique_ptr<QObject> calls; ///< Context of the events on their way; its end forgets them.
     std::unique_ptr<QDBusPendingCall> posted; ///< The last event.
 };
 

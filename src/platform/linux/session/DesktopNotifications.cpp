@@ -56,6 +56,7 @@ QString DesktopNotifications::asPlainText(const QString &text) const
 
 void DesktopNotifications::hasOneMore()
 {
+    attention.end();
     ++onTheWay;
     ask();
 }

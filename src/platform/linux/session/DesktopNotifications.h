@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/NotificationDaemon.h"
+#include "platform/linux/session/TrayAttention.h"
 
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
@@ -38,6 +39,7 @@ private:
     QDBusServiceWatcher owners;
     QPointer<QDBusPendingCallWatcher> question; // The one without an answer.
     int onTheWay = 0;                           // Balloons without an answer.
+    TrayAttention attention;
     bool isKnown = false;
     bool readsMarkup = true;
 };

@@ -3,9 +3,23 @@
 
 #include "platform/linux/wayland/WaylandOutbox.h"
 
+#include <QAbstractEventDispatcher>
+
 namespace platform {
 
-WaylandOutbox::WaylandOutbox(WaylandConnection &openConnection) : connection(openConnection) {}
+/// What is due is not sent by a posted event, which costs another round of the event loop. The
+/// second signal is for loops that do not sleep.
+WaylandOutbox::WaylandOutbox(WaylandConnection &openConnection) : connection(openConnection)
+{
+    using Dispatcher = QAbstractEventDispatcher;
+    for (const auto turnEnds : {&Dispatcher::aboutToBlock, &Dispatcher::awake}) {
+        connect(Dispatcher::instance(), turnEnds, this, [this] {
+            if (isFlushDue) {
+                flush();
+            }
+        });
+    }
+}
 
 void WaylandOutbox::flush()
 {
@@ -22,20 +36,6 @@ void WaylandOutbox::flush()
     } else {
         connection.flush();
     }
-}
-
-void WaylandOutbox::flushLater()
-{
-    if (isFlushDue) {
-        return;
-    }
-    isFlushDue = true;
-    const auto flushIfStillDue = [this] {
-        if (isFlushDue) {
-            flush();
-        }
-    };
-    QMetaObject::invokeMethod(this, flushIfStillDue, Qt::QueuedConnection);
 }
 
 void WaylandOutbox::ask()

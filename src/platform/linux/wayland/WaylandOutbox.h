@@ -38,7 +38,7 @@ public:
     /// To be called after every group of requests.
     void flush();
     /// The same at the end of this turn of the event loop, together with what follows until then.
-    void flushLater();
+    void flushLater() { isFlushDue = true; }
 
     /// Whether a request would be sent at once. progressed() tells when there is room again.
     bool hasRoom() const { return waiting.empty() && isRoomOnWire(); }
@@ -74,7 +74,7 @@ private:
     int unanswered = 0; ///< Requests that the compositor may not have read.
     int flushes = 0;    ///< The writes of those.
     bool isAsking = false;
-    bool isFlushDue = false; ///< A flush is queued in the event loop.
+    bool isFlushDue = false; ///< At the end of this turn.
     int life = 0;            ///< What was asked before the last clear() is not answered.
 };
 

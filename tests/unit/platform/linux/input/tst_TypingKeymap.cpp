@@ -8,6 +8,7 @@
 
 #include <QTest>
 
+#include <array>
 #include <cstdlib>
 #include <memory>
 #include <numeric>
@@ -91,17 +92,21 @@ void tst_TypingKeymap::everyKeysymComesOutWhereItIs()
     }
 }
 
+/// At their usual places: some programs know them by these.
 void tst_TypingKeymap::enterTabAndSpaceAreInEveryGroup()
 {
+    constexpr std::array usual = {std::pair{XKB_KEY_Return, 36}, std::pair{XKB_KEY_Tab, 23},
+                                  std::pair{XKB_KEY_space, 65}};
     std::vector<std::uint32_t> many(TypingKeymap::capacity);
     std::iota(many.begin(), many.end(), 0x01000000U + 0x4e00U);
     const TypingKeymap keymap(many);
     const XkbKeymap parsed = compiled(keymap.text());
-    for (const std::uint32_t keysym : {XKB_KEY_Return, XKB_KEY_Tab, XKB_KEY_space}) {
+    for (const auto &[keysym, keycode] : usual) {
         const auto place = keymap.placeOf(keysym);
         QVERIFY(place);
+        QCOMPARE(int{place->keycode}, keycode);
         for (std::uint32_t group = 0; group < 4; ++group) {
-            QCOMPARE(producedBy(parsed.get(), {place->keycode, group}), keysym);
+            QCOMPARE(producedBy(parsed.get(), {place->keycode, group}), std::uint32_t(keysym));
         }
     }
 }

@@ -7,13 +7,13 @@
 #include "support/protocol/Handheld.h"
 #include "support/protocol/SessionClient.h"
 #include "support/session/SessionProcess.h"
-#include "support/wayland/SwayScene.h"
+#include "support/wayland/PlainKeys.h"
+#include "support/wayland/WaylandScene.h"
 #include "support/wayland/WaylandWindow.h"
 #include "support/x11/XServer.h"
 
+#include <QJsonArray>
 #include <QTest>
-
-#include <xkbcommon/xkbcommon-keysyms.h>
 
 #include <array>
 
@@ -21,52 +21,8 @@
 
 namespace {
 
-/// Typed after the keys under test: once it has arrived, so has everything before it.
-const QString Marker = u"F11"_s;
-
-QByteArray mouse(const QString &code, const QStringList &parameters = {})
-{
-    std::vector<TokenEntry> entries{{u"fncCommand"_s, code}};
-    if (!parameters.isEmpty()) {
-        entries.emplace_back(u"cmdParameters"_s, parameters);
-    }
-    return commandText(u"MOUSE_CMD"_s, entries);
-}
-
-QByteArray setClipboard(const QString &text)
-{
-    return commandText(u"TEXT_TRANSFER_AND_OPEN"_s, {{u"fncCommand"_s, text}});
-}
-
-bool isModifierKey(quint32 symbol)
-{
-    return symbol >= XKB_KEY_Shift_L && symbol <= XKB_KEY_Hyper_R;
-}
-
-QString nameOf(quint32 symbol)
-{
-    std::array<char, 64> name{};
-    xkb_keysym_get_name(symbol, name.data(), name.size());
-    return QString::fromLatin1(name.data());
-}
-
-/// "+Q (Shift Control)" is a press of Q while the two are held, "-Q" a release.
-QString describe(const WaylandWindow::KeyEvent &key)
-{
-    const std::array<std::pair<quint32, const char *>, 4> masks{
-        {{1U << 0, "Shift"}, {1U << 2, "Control"}, {1U << 3, "Alt"}, {1U << 6, "Super"}}};
-    QStringList held;
-    for (const auto &[mask, name] : masks) {
-        if ((key.modifiers & mask) != 0) {
-            held.append(QLatin1String(name));
-        }
-    }
-    const QString suffix = held.isEmpty() ? QString() : u" ("_s + held.join(u' ') + u')';
-    return (key.isDown ? u'+' : u'-') + nameOf(key.keysym) + suffix;
-}
-
 /// What a program of that session prints; nothing if it fails.
-std::optional<QByteArray> output(const SwaySession &session, const QString &program,
+std::optional<QByteArray> output(const UserSession &session, const QString &program,
                                  const QStringList &arguments)
 {
     ChildProcess process;
@@ -80,7 +36,7 @@ std::optional<QByteArray> output(const SwaySession &session, const QString &prog
 
 } // namespace
 
-class tst_HandheldOnSway : public QObject
+class tst_HandheldOnWayland : public QObject
 {
     Q_OBJECT
 
@@ -92,6 +48,7 @@ private slots:
     void clicksPressTheirButton();
     void pointerMovesByTheOffset();
     void sizeOfTheDesktopIsReported();
+    void screensAreReported();
     void textOfAnotherProgramIsSent();
     void textIsPutOnTheClipboard();
     void windowsOnAnXDisplayChangeNothingElse();
@@ -101,8 +58,6 @@ private slots:
 
 private:
     bool openWindow();
-    QStringList plainKeysOf(const QByteArray &token);
-    bool waitForMarker();
     bool isHeld() const
     {
         return !window->keysDown().isEmpty() && !window->buttonsDown().isEmpty();
@@ -112,22 +67,23 @@ private:
         return window->keysDown().isEmpty() && window->buttonsDown().isEmpty();
     }
 
-    std::unique_ptr<SwayScene> scene;
+    std::unique_ptr<WaylandScene> scene;
     std::unique_ptr<WaylandWindow> window;
     std::unique_ptr<Handheld> handheld;
 };
 
-void tst_HandheldOnSway::init()
+void tst_HandheldOnWayland::init()
 {
-    scene = std::make_unique<SwayScene>();
+    scene = WaylandScene::make();
     QCOMPARE(scene->problem(), QByteArray());
     QVERIFY(scene->start());
+    QVERIFY(scene->allow());
     QVERIFY(openWindow());
     handheld = std::make_unique<Handheld>(scene->port());
     QVERIFY(handheld->isConnected());
 }
 
-void tst_HandheldOnSway::cleanup()
+void tst_HandheldOnWayland::cleanup()
 {
     const QByteArray problem = scene->problemAtEnd();
     window.reset();
@@ -136,37 +92,14 @@ void tst_HandheldOnSway::cleanup()
 }
 
 /// A seat gets its keyboard from the server, so the window comes after that.
-bool tst_HandheldOnSway::openWindow()
+bool tst_HandheldOnWayland::openWindow()
 {
     window.reset();
-    window = std::make_unique<WaylandWindow>(scene->session().displayPath());
+    window = std::make_unique<WaylandWindow>(scene->displayPath(), true);
     return waitUntil([this] { return window->isShown() && window->hasFocus(); });
 }
 
-bool tst_HandheldOnSway::waitForMarker()
-{
-    const auto isMarker = [](const auto &key) { return key.keysym == XKB_KEY_F11 && !key.isDown; };
-    return handheld->send(keyCommand(Marker)) &&
-           waitUntil([&] { return std::ranges::any_of(window->keys(), isMarker); });
-}
-
-/// The events of keys that are no modifiers.
-QStringList tst_HandheldOnSway::plainKeysOf(const QByteArray &token)
-{
-    window->clear();
-    if (!handheld->sendAndSettle(token) || !waitForMarker()) {
-        return {u"no marker"_s};
-    }
-    QStringList described;
-    for (const auto &key : window->keys()) {
-        if (key.keysym != XKB_KEY_F11 && !isModifierKey(key.keysym)) {
-            described.append(describe(key));
-        }
-    }
-    return described;
-}
-
-void tst_HandheldOnSway::shortcutsHoldTheirModifiers()
+void tst_HandheldOnWayland::shortcutsHoldTheirModifiers()
 {
     const std::array<std::pair<QString, QString>, 7> rows{{
         {u"A"_s, u"a"_s},
@@ -178,44 +111,56 @@ void tst_HandheldOnSway::shortcutsHoldTheirModifiers()
         {u"Cmd+Alt+Shift+Z"_s, u"Z (Shift Control Alt)"_s},
     }};
     for (const auto &[shortcut, key] : rows) {
-        QCOMPARE(plainKeysOf(keyCommand(shortcut)), (QStringList{u'+' + key, u'-' + key}));
+        QCOMPARE(PlainKeys::ofToken(*handheld, *window, keyCommand(shortcut)),
+                 (QStringList{u'+' + key, u'-' + key}));
     }
     QVERIFY(isNothingDown());
 }
 
-void tst_HandheldOnSway::clicksPressTheirButton()
+void tst_HandheldOnWayland::clicksPressTheirButton()
 {
     const std::array<std::pair<QString, quint32>, 3> rows{
         {{u"0"_s, BTN_LEFT}, {u"1"_s, BTN_RIGHT}, {u"2"_s, BTN_MIDDLE}}};
     for (const auto &[code, button] : rows) {
         window->clear();
-        QVERIFY(handheld->sendAndSettle(mouse(code)));
+        QVERIFY(handheld->sendAndSettle(pointerCommand(code)));
         QVERIFY(waitUntil([&] { return !window->buttons().empty(); }));
         QVERIFY(waitUntil([this] { return isNothingDown(); }));
         QCOMPARE(window->buttons(), std::vector<quint32>{button});
     }
 }
 
-void tst_HandheldOnSway::pointerMovesByTheOffset()
+void tst_HandheldOnWayland::pointerMovesByTheOffset()
 {
-    QVERIFY(handheld->sendAndSettle(mouse(u"4"_s, {u"-100000"_s, u"-100000"_s})));
+    QVERIFY(handheld->sendAndSettle(pointerCommand(u"4"_s, {u"-100000"_s, u"-100000"_s})));
     QVERIFY(waitUntil([this] { return window->pointer() == QPointF(0, 0); }));
-    QVERIFY(handheld->sendAndSettle(mouse(u"4"_s, {u"300"_s, u"20"_s})));
+    QVERIFY(handheld->sendAndSettle(pointerCommand(u"4"_s, {u"300"_s, u"20"_s})));
     QVERIFY(waitUntil([this] { return window->pointer() == QPointF(300, 20); }));
-    QVERIFY(handheld->sendAndSettle(mouse(u"4"_s, {u"-10"_s, u"5"_s})));
+    QVERIFY(handheld->sendAndSettle(pointerCommand(u"4"_s, {u"-10"_s, u"5"_s})));
     QVERIFY(waitUntil([this] { return window->pointer() == QPointF(290, 25); }));
 }
 
-void tst_HandheldOnSway::sizeOfTheDesktopIsReported()
+void tst_HandheldOnWayland::sizeOfTheDesktopIsReported()
 {
     const auto answer = handheld->ask(serverInfo());
     QCOMPARE(response(answer), u"OK"_s);
     QCOMPARE(parameters(answer).mid(0, 2),
-             (QStringList{QString::number(SwaySession::OutputSize.height()),
-                          QString::number(SwaySession::OutputSize.width())}));
+             (QStringList{QString::number(scene->outputSize().height()),
+                          QString::number(scene->outputSize().width())}));
 }
 
-void tst_HandheldOnSway::textOfAnotherProgramIsSent()
+void tst_HandheldOnWayland::screensAreReported()
+{
+    const auto answer = SessionClient(scene->socketPath()).ask(u"screens"_s);
+    QVERIFY(answer.isOk());
+    const QJsonArray screens = answer.fields.value(u"screens"_s).toArray();
+    QCOMPARE(screens.size(), 1);
+    const QJsonObject screen = screens.first().toObject();
+    QCOMPARE(QSize(screen.value(u"width"_s).toInt(), screen.value(u"height"_s).toInt()),
+             scene->outputSize());
+}
+
+void tst_HandheldOnWayland::textOfAnotherProgramIsSent()
 {
     const QString text = u"It is 5 o'clock; bring tea"_s;
     QVERIFY(output(scene->session(), u"wl-copy"_s, {text}));
@@ -224,15 +169,15 @@ void tst_HandheldOnSway::textOfAnotherProgramIsSent()
     QCOMPARE(parameters(answer), QStringList{text});
 }
 
-void tst_HandheldOnSway::textIsPutOnTheClipboard()
+void tst_HandheldOnWayland::textIsPutOnTheClipboard()
 {
-    QCOMPARE(response(handheld->ask(setClipboard(u"Meet at 5"_s))), u"OK"_s);
+    QCOMPARE(response(handheld->ask(textTransfer(u"Meet at 5"_s))), u"OK"_s);
     QCOMPARE(output(scene->session(), u"wl-paste"_s, {u"--no-newline"_s}),
              std::optional(QByteArray("Meet at 5")));
 }
 
 /// A session that has an X display too, and a toolkit without its part for Wayland.
-void tst_HandheldOnSway::windowsOnAnXDisplayChangeNothingElse()
+void tst_HandheldOnWayland::windowsOnAnXDisplayChangeNothingElse()
 {
     QCOMPARE(scene->problemAtEnd(), QByteArray());
     const XServer display;
@@ -242,7 +187,8 @@ void tst_HandheldOnSway::windowsOnAnXDisplayChangeNothingElse()
     QVERIFY(scene->start());
     QVERIFY(openWindow());
     handheld = std::make_unique<Handheld>(scene->port());
-    QCOMPARE(plainKeysOf(keyCommand(u"A"_s)), (QStringList{u"+a"_s, u"-a"_s}));
+    QCOMPARE(PlainKeys::ofToken(*handheld, *window, keyCommand(u"A"_s)),
+             (QStringList{u"+a"_s, u"-a"_s}));
     sizeOfTheDesktopIsReported();
     textOfAnotherProgramIsSent();
     textIsPutOnTheClipboard();
@@ -250,7 +196,7 @@ void tst_HandheldOnSway::windowsOnAnXDisplayChangeNothingElse()
     QCOMPARE(scene->problemAtEnd(), QByteArray());
 }
 
-void tst_HandheldOnSway::killedSessionLeavesNothingDown()
+void tst_HandheldOnWayland::killedSessionLeavesNothingDown()
 {
     SessionProcess process(scene->socketPath());
     QVERIFY(process.holdInput());
@@ -259,7 +205,7 @@ void tst_HandheldOnSway::killedSessionLeavesNothingDown()
     QVERIFY(waitUntil([this] { return isNothingDown(); }));
 }
 
-void tst_HandheldOnSway::killedServerLeavesNothingDown()
+void tst_HandheldOnWayland::killedServerLeavesNothingDown()
 {
     SessionProcess process(scene->socketPath());
     QVERIFY(process.holdInput());
@@ -270,13 +216,14 @@ void tst_HandheldOnSway::killedServerLeavesNothingDown()
                                         .arg(window->buttonsDown().size())));
     // The seat has not kept the button either: the next click is a whole one.
     QVERIFY(scene->start());
+    QVERIFY(scene->allow());
     Handheld next(scene->port());
     window->clear();
-    QVERIFY(next.sendAndSettle(mouse(u"0"_s)));
+    QVERIFY(next.sendAndSettle(pointerCommand(u"0"_s)));
     QVERIFY(waitUntil([this] { return window->buttons().size() == 1 && isNothingDown(); }));
 }
 
-void tst_HandheldOnSway::endedServerLeavesNothingDown()
+void tst_HandheldOnWayland::endedServerLeavesNothingDown()
 {
     SessionProcess process(scene->socketPath());
     QVERIFY(process.holdInput());
@@ -285,5 +232,5 @@ void tst_HandheldOnSway::endedServerLeavesNothingDown()
     QVERIFY(waitUntil([this] { return isNothingDown(); }));
 }
 
-QTEST_GUILESS_MAIN(tst_HandheldOnSway)
-#include "tst_HandheldOnSway.moc"
+QTEST_GUILESS_MAIN(tst_HandheldOnWayland)
+#include "tst_HandheldOnWayland.moc"
