@@ -132,12 +132,13 @@ void tst_Paster::whoReadsBeforeTheKeyDoesNotCount()
 
 void tst_Paster::whatNobodyReadsIsNotDone()
 {
-    pasteAndPress(u"é"_s);
     QElapsedTimer time;
     time.start();
+    pasteAndPress(u"é"_s);
     QVERIFY(becomesDone());
     QCOMPARE(done, std::optional(false));
-    QVERIFY2(time.elapsed() >= 190, QByteArray::number(time.elapsed()).constData());
+    // Timers may be a twentieth early, and what is measured is rounded.
+    QVERIFY2(time.elapsed() >= 180, QByteArray::number(time.elapsed()).constData());
     // Who reads now is late.
     done.reset();
     clipboard.borrower->textRead();
