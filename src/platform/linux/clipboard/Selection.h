@@ -11,7 +11,7 @@ namespace platform {
 
 /// What programs copy and paste, and what they select and paste with the middle button.
 enum class Selection { Clipboard, Primary };
-constexpr std::array bothSelections = {Selection::Clipboard, Selection::Primary};
+inline constexpr std::array bothSelections = {Selection::Clipboard, Selection::Primary};
 
 /// How many types of a selection are known.
 constexpr qsizetype mostSelectionTypes = 200;

@@ -24,6 +24,9 @@ struct PortalBus
     QDBusConnection bus;
     QString owner; ///< Its unique name, such as ":1.7".
 
+    /// So long a call may take whose answer waits for no decision of the user.
+    static constexpr std::chrono::milliseconds callLimit{10'000};
+
     static QString service();
     static QString path();
     /// The interface of the clipboard, which not every portal has.

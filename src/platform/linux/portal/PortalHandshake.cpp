@@ -24,7 +24,6 @@ constexpr uint rememberingVersion = 2;
 /// Until it is taken back.
 constexpr uint untilRevoked = 2;
 
-constexpr std::chrono::milliseconds answerLimit = 10s;
 constexpr auto patienceWithPortal = 30s;
 /// A portal that has a token that it knows answers much faster.
 constexpr auto patienceWithUser = 500ms;
@@ -219,7 +218,7 @@ void PortalHandshake::takeStart(const QVariantMap &results)
 void PortalHandshake::ask(const QDBusMessage &call,
                           std::function<void(const QDBusMessage &)> answered)
 {
-    callLater(portal.bus, call, answerLimit, this,
+    callLater(portal.bus, call, PortalBus::callLimit, this,
               [this, answered = std::move(answered)](const QDBusMessage &reply) {
                   if (!isOver) {
                       answered(reply);

@@ -11,19 +11,15 @@
 #include <QStringList>
 #include <QVariantMap>
 
-#include <chrono>
 #include <utility>
 
 #include <fcntl.h>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace platform {
 
 namespace {
-
-constexpr std::chrono::milliseconds clipboardLimit = 10s;
 
 /// They are announced as a list. GNOME wraps it into a structure.
 QStringList listOf(const QVariant &value)
@@ -107,14 +103,14 @@ void PortalSelectionCalls::ask(const QString &method, const QVariantList &argume
                                std::function<void(const QDBusMessage &)> answered)
 {
     callLater(portal.connection(),
-              portal.session()->call(PortalBus::clipboard(), method, arguments), clipboardLimit,
-              this, std::move(answered));
+              portal.session()->call(PortalBus::clipboard(), method, arguments),
+              PortalBus::callLimit, this, std::move(answered));
 }
 
 void PortalSelectionCalls::askNothing(std::function<void()> answered)
 {
     callLater(portal.connection(), portal.session()->portal().clipboardVersionCall(),
-              clipboardLimit, this,
+              PortalBus::callLimit, this,
               [answered = std::move(answered)](const QDBusMessage & /*reply*/) { answered(); });
 }
 

@@ -17,7 +17,6 @@ namespace platform {
 
 namespace {
 
-constexpr std::chrono::milliseconds callLimit = 10s;
 constexpr std::chrono::milliseconds longestPause = 60s;
 constexpr std::chrono::milliseconds limitAtEnd = 500ms;
 
@@ -141,7 +140,7 @@ void RemoteDesktopPortal::post(const PortalEvent &event, QObject *context,
                                std::function<void()> handled)
 {
     posted = std::make_unique<QDBusPendingCall>(
-        bus.asyncCall(callOf(event), static_cast<int>(callLimit.count())));
+        bus.asyncCall(callOf(event), static_cast<int>(PortalBus::callLimit.count())));
     auto *watcher = new QDBusPendingCallWatcher(*posted, calls.get());
     connect(watcher, &QDBusPendingCallWatcher::finished, calls.get(),
             [this, present = QPointer(context),
