@@ -11,7 +11,7 @@ namespace platform {
 /// The first row that applies counts. On Wayland never the toolkit's: without the focus it gives
 /// back its own text, whatever others copy. Nor that of an Xwayland, which shows only a part. What
 /// the portal can do is seen when it runs.
-ClipboardRoute clipboardRouteOf(const ClipboardOffer &offer)
+ClipboardRoute clipboardRouteOf(const ClipboardOffer &offered)
 {
     using Offer = ClipboardOffer;
 
@@ -31,7 +31,7 @@ ClipboardRoute clipboardRouteOf(const ClipboardOffer &offer)
         Row{[](const Offer & /*offer*/) { return true; }, ClipboardRoute::Toolkit},
     };
 
-    return std::ranges::find_if(rows, [&](const Row &row) { return row.applies(offer); })->route;
+    return std::ranges::find_if(rows, [&](const Row &row) { return row.applies(offered); })->route;
 }
 
 } // namespace platform

@@ -17,6 +17,6 @@ struct ClipboardOffer
 /// How the clipboard is reached in a session, if it is.
 enum class ClipboardRoute { DataControl, Portal, NoneInWayland, X11, Toolkit };
 
-ClipboardRoute clipboardRouteOf(const ClipboardOffer &offer);
+ClipboardRoute clipboardRouteOf(const ClipboardOffer &offered);
 
 } // namespace platform

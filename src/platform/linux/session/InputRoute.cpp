@@ -10,7 +10,7 @@ namespace platform {
 
 /// The first row that applies counts. X sessions have portals too, which would ask for a consent
 /// that nobody needs; and what is typed into an Xwayland reaches the session's X11 programs only.
-InputRoute inputRouteOf(const SessionOffer &offer)
+InputRoute inputRouteOf(const SessionOffer &offered)
 {
     using Offer = SessionOffer;
 
@@ -34,7 +34,7 @@ InputRoute inputRouteOf(const SessionOffer &offer)
         Row{[](const Offer & /*offer*/) { return true; }, InputRoute::NoneWithoutDisplay},
     };
 
-    return std::ranges::find_if(rows, [&](const Row &row) { return row.applies(offer); })->route;
+    return std::ranges::find_if(rows, [&](const Row &row) { return row.applies(offered); })->route;
 }
 
 } // namespace platform

@@ -21,6 +21,6 @@ struct SessionOffer
 /// How input is posted in a session, or why it cannot be.
 enum class InputRoute { X11, Wlroots, Portal, NoneInWayland, NoneWithoutXtest, NoneWithoutDisplay };
 
-InputRoute inputRouteOf(const SessionOffer &offer);
+InputRoute inputRouteOf(const SessionOffer &offered);
 
 } // namespace platform
