@@ -29,7 +29,8 @@ public:
     struct Abilities
     {
         bool keys = false;
-        bool text = false; ///< Text beyond the current layout, too.
+        bool text = false;    ///< Of the user's layouts at least.
+        bool anyText = false; ///< Beyond them, too.
         bool pointer = false;
         bool scroll = false;
         bool fineScroll = false; ///< Steps of less than one notch.

@@ -165,9 +165,10 @@ void SessionRequests::releaseHeld()
 QJsonObject SessionRequests::greeting() const
 {
     const platform::DesktopInput::Abilities input = services.input.abilities();
-    const std::array<std::pair<QLatin1StringView, bool>, 8> abilities = {{
+    const std::array<std::pair<QLatin1StringView, bool>, 9> abilities = {{
         {"key"_L1, input.keys},
         {"text"_L1, input.text},
+        {"text.any"_L1, input.anyText},
         {"pointer"_L1, input.pointer},
         {"scroll"_L1, input.scroll},
         {"scroll.fine"_L1, input.fineScroll},

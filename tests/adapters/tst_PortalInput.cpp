@@ -48,6 +48,7 @@ private slots:
     void theUserIsToldOnceThatTheDesktopAsks();
     void afterARefusalNobodyIsAskedAgain();
     void whatIsNotAllowedCannotBeDone();
+    void anyTextCanBeTypedWithAClipboardOnly();
     void aPortalWithoutDevicesIsSaidOnce();
     void aPortalWithoutTheInterfaceIsSaidOnce();
     void withoutAPortalItIsTriedLater();
@@ -248,6 +249,14 @@ void tst_PortalInput::whatIsNotAllowedCannotBeDone()
                         EventTap::Hid);
     QCOMPARE(typed(u"x"_s), std::optional(true));
     QVERIFY(scene->waitFor(tapOf('x')));
+}
+
+void tst_PortalInput::anyTextCanBeTypedWithAClipboardOnly()
+{
+    begin();
+    QVERIFY(input().abilities().text && input().abilities().anyText);
+    clipboard.canBeRead = false;
+    QVERIFY(input().abilities().text && !input().abilities().anyText);
 }
 
 void tst_PortalInput::aPortalWithoutDevicesIsSaidOnce()

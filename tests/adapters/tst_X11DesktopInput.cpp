@@ -136,6 +136,7 @@ void tst_X11DesktopInput::everythingButFineScrollingIsPossible()
 {
     QCOMPARE(input().abilities(), (DesktopInput::Abilities{.keys = true,
                                                            .text = true,
+                                                           .anyText = true,
                                                            .pointer = true,
                                                            .scroll = true,
                                                            .fineScroll = false,

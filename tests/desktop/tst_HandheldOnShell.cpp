@@ -37,6 +37,7 @@ private slots:
     void sizeOfTheDesktopIsReported();
     void screensAreReported();
     void clipboardOutOfReachIsAnError();
+    void greetingSaysWhatCannotBeDone();
     void killedSessionLeavesNothingDown();
     void endedServerLeavesNothingDown();
     void killedServerLeavesNothingDown();
@@ -204,6 +205,19 @@ void tst_HandheldOnShell::clipboardOutOfReachIsAnError()
     QCOMPARE(response(handheld->ask(clipboardRequest())), u"ERROR"_s);
 }
 
+/// Text beyond the layouts is pasted, which takes a clipboard.
+void tst_HandheldOnShell::greetingSaysWhatCannotBeDone()
+{
+    SessionClient client(scene->socketPath());
+    QCOMPARE(
+        client.greeting()[u"can"_s].toArray(),
+        (QJsonArray{u"key"_s, u"text"_s, u"pointer"_s, u"scroll"_s, u"scroll.fine"_s, u"drag"_s}));
+    const auto mixed = client.ask(u"text"_s, {{u"text"_s, u"aЖb"_s}});
+    QCOMPARE(mixed.error(), u"failed"_s);
+    QVERIFY(PlainKeys::waitForMarker(*handheld, *window));
+    QCOMPARE(window->typed(), u"ab"_s);
+}
+
 void tst_HandheldOnShell::killedSessionLeavesNothingDown()
 {
     SessionProcess process(scene->socketPath());
@@ -270,7 +284,7 @@ void tst_HandheldOnShell::inputBeforeTheConsentIsDropped()
     SessionClient client(scene->socketPath());
     QCOMPARE(client.ask(u"text"_s, {{u"text"_s, u"early"_s}}).error(), u"consent-pending"_s);
     QCOMPARE(client.ask(u"button"_s).error(), u"consent-pending"_s);
-    QVERIFY(waitUntil([this] { return isSaid(u"nothing is typed until then"_s); }));
+    QVERIFY(waitUntil([this] { return isSaid(u"is dropped until then"_s); }));
     QVERIFY(scene->session().consent());
     QVERIFY(waitUntil([&] { return windows() == before && window->hasFocus(); }));
     QVERIFY(waitUntil([this] { return scene->errorOfKey().isEmpty(); }));

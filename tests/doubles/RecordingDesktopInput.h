@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 /// What a RecordingDesktopInput can do and was asked; the test keeps it, so it outlives the double.
 struct DesktopInputRecord
 {
-    platform::DesktopInput::Abilities abilities{true, true, true, true, true, true};
+    platform::DesktopInput::Abilities abilities{true, true, true, true, true, true, true};
     /// Every call in its order, such as "press a CS" (with Control and Shift), "release #10",
     /// "type …", "move 1.5 -2", "to 10 20", "button 0 down" (the left one), "scroll 0 120".
     QStringList calls;

@@ -96,7 +96,8 @@ void tst_QuartzDesktopInput::cleanup()
 
 void tst_QuartzDesktopInput::everythingCanBeDone()
 {
-    QCOMPARE(input().abilities(), (DesktopInput::Abilities{true, true, true, true, true, true}));
+    QCOMPARE(input().abilities(),
+             (DesktopInput::Abilities{true, true, true, true, true, true, true}));
 }
 
 void tst_QuartzDesktopInput::aKeyIsPostedByItsCode_data()

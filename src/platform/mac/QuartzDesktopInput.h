@@ -28,7 +28,7 @@ public:
     /// Releases what is still down.
     ~QuartzDesktopInput() override;
 
-    Abilities abilities() const override { return {true, true, true, true, true, true}; }
+    Abilities abilities() const override { return {true, true, true, true, true, true, true}; }
 
     void press(const Key &key, const KeyModifiers &modifiers, QObject *context, Done done) override;
     void release(const Key &key) override;

@@ -7,12 +7,9 @@
 #include <utility>
 
 #include <ext-data-control-v1-server.h>
+#include <virtual-keyboard-unstable-v1-client.h>
 #include <wayland-server.h>
-
-extern "C" {
-extern const wl_interface zwp_virtual_keyboard_manager_v1_interface;
-extern const wl_interface zwlr_virtual_pointer_manager_v1_interface;
-}
+#include <wlr-virtual-pointer-unstable-v1-client.h>
 
 /// What libwayland calls for the client's requests.
 struct StandInCompositor::Requests

@@ -51,7 +51,7 @@ void tst_SessionRequests::theGreetingSaysWhatTheDesktopCan()
     SessionClient client(path());
     const QJsonObject expected = QJsonDocument::fromJson(R"({"event": "hello", "protocol": 1,
         "server": "VornaServer", "version": "", "name": "den", "port": 49152,
-        "can": ["key", "text", "pointer", "scroll", "scroll.fine", "drag", "clipboard.get",
+        "can": ["key", "text", "text.any", "pointer", "scroll", "scroll.fine", "drag", "clipboard.get",
                 "clipboard.watch"]})")
                                      .object();
     QCOMPARE(client.greeting(), expected);
@@ -59,7 +59,9 @@ void tst_SessionRequests::theGreetingSaysWhatTheDesktopCan()
 
 void tst_SessionRequests::theGreetingLeavesOutWhatTheDesktopCannot()
 {
-    record.abilities = {false, true, false, true, false, false};
+    record.abilities = {};
+    record.abilities.text = true;
+    record.abilities.scroll = true;
     clipboard.canBeRead = false;
     clipboard.canBeWatched = false;
     SessionClient client(path());

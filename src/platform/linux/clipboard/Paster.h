@@ -31,6 +31,9 @@ public:
     Paster(const Paster &) = delete;
     Paster &operator=(const Paster &) = delete;
 
+    /// Whether it will be able to, as far as that is known. A desktop may show its clipboard only
+    /// when the first input is posted.
+    bool isExpectedToPaste() const { return clipboard != nullptr && clipboard->isReadable(); }
     bool canPaste() const { return clipboard != nullptr && clipboard->canLend(); }
     bool isPasting() const { return stage != Stage::Idle; }
     /// Pastes one text at a time. Calls `done` from the event loop with whether somebody has read

@@ -21,6 +21,7 @@ DesktopInput::Abilities WlrootsDesktopInput::abilities() const
 {
     return {.keys = true,
             .text = true,
+            .anyText = true,
             .pointer = true,
             .scroll = true,
             .fineScroll = true,

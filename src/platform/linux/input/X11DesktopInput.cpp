@@ -23,6 +23,7 @@ DesktopInput::Abilities X11DesktopInput::abilities() const
 {
     return {.keys = true,
             .text = true,
+            .anyText = true,
             .pointer = true,
             .scroll = true,
             .fineScroll = false,

@@ -26,6 +26,7 @@ DesktopInput::Abilities PortalDesktopInput::abilities() const
     const auto [hasKeyboard, hasPointer] = portal.devices();
     return {.keys = hasKeyboard,
             .text = hasKeyboard,
+            .anyText = hasKeyboard && typist.typesBeyondLayouts(),
             .pointer = hasPointer,
             .scroll = hasPointer,
             .fineScroll = hasPointer,

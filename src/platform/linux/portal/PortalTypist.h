@@ -34,6 +34,8 @@ public:
     /// The session has ended: none of the texts will be done.
     void fail();
 
+    /// Whether what the layouts lack can be pasted, as far as that is known before it is tried.
+    bool typesBeyondLayouts() const { return paster.isExpectedToPaste(); }
     Paster &pasting() { return paster; }
 
 private:
