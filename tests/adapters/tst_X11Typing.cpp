@@ -2,20 +2,25 @@
 // SPDX-License-Identifier: MIT
 
 #include "adapters/X11Scene.h"
+#include "platform/linux/input/ServerGrab.h"
 #include "platform/linux/input/XkbHandles.h"
 #include "platform/linux/x11/XInputDevices.h"
 #include "support/process/ChildProcess.h"
 #include "support/x11/ReadingProgram.h"
 #include "support/x11/XcbClient.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QTimer>
 
 #include <atomic>
 #include <optional>
+#include <span>
 #include <thread>
+#include <vector>
 
+#include <sys/ioctl.h>
 #include <xkbcommon/xkbcommon-x11.h>
 
 #include "platform/linux/x11/XcbXkb.h"
@@ -142,6 +147,93 @@ private:
     std::thread thread;
 };
 
+/// A program that asks the X server something all the time.
+class ServerClient
+{
+public:
+    explicit ServerClient(const QString &display) : connection(XcbClient::connectTo(display))
+    {
+        thread = std::thread([this] { run(); });
+    }
+    ~ServerClient()
+    {
+        isEnding = true;
+        thread.join();
+    }
+    ServerClient(const ServerClient &) = delete;
+    ServerClient &operator=(const ServerClient &) = delete;
+
+    int answers() const { return count; }
+    /// Those that took very long.
+    int lateAnswers() const { return lateCount; }
+
+private:
+    void run()
+    {
+        constexpr auto late = 150ms;
+        while (!isEnding) {
+            const auto asked = std::chrono::steady_clock::now();
+            const auto cookie = xcb_get_input_focus(connection.get());
+            xcbOwned(xcb_get_input_focus_reply(connection.get(), cookie, nullptr));
+            lateCount += std::chrono::steady_clock::now() - asked > late ? 1 : 0;
+            ++count;
+            std::this_thread::sleep_for(1ms);
+        }
+    }
+
+    XcbConnection connection;
+    std::atomic<int> count = 0;
+    std::atomic<int> lateCount = 0;
+    std::atomic<bool> isEnding = false;
+    std::thread thread;
+};
+
+/// Programs that never rest, one for each core and one more.
+class BusyCores
+{
+public:
+    BusyCores()
+    {
+        for (unsigned int core = 0; core <= std::thread::hardware_concurrency(); ++core) {
+            threads.emplace_back([this] {
+                while (!isEnding) {
+                }
+            });
+        }
+    }
+    ~BusyCores()
+    {
+        isEnding = true;
+        std::ranges::for_each(threads, &std::thread::join);
+    }
+    BusyCores(const BusyCores &) = delete;
+    BusyCores &operator=(const BusyCores &) = delete;
+
+private:
+    std::atomic<bool> isEnding = false;
+    std::vector<std::thread> threads;
+};
+
+std::vector<int> openDescriptors()
+{
+    std::vector<int> files;
+    for (const QString &name : QDir(u"/proc/self/fd"_s).entryList(QDir::Files | QDir::System)) {
+        files.push_back(name.toInt());
+    }
+    return files;
+}
+
+int unreadBytes(std::span<const int> files)
+{
+    int sum = 0;
+    for (const int file : files) {
+        int bytes = 0;
+        ioctl(file, FIONREAD, &bytes);
+        sum += bytes;
+    }
+    return sum;
+}
+
 } // namespace
 
 /// Types texts into a program that runs by itself.
@@ -168,6 +260,9 @@ private slots:
     void aTextEndsWithItsContext();
     void aProgramThatAnswersIsNeverFarBehind();
     void aProgramThatAnswersIsAwaited();
+    void aProgramThatLearnsTheKeyMapApartIsAwaited();
+    void otherProgramsAreNotHeldUp();
+    void nothingThatTheServerTellsStaysUnread();
     void anotherProgramIsNotHeldUpByOneThatIsBusy();
 
     void theKeyMapIsGivenBackAtTheEnd();
@@ -484,6 +579,47 @@ void tst_X11Typing::aProgramThatAnswersIsAwaited()
     program.beBusy(4 * silence);
     QVERIFY(type(text));
     QVERIFY(hasArrived(program, u'a' + text));
+}
+
+/// As those of Chromium do: GTK has a connection of its own there.
+void tst_X11Typing::aProgramThatLearnsTheKeyMapApartIsAwaited()
+{
+    ReadingProgram program(scene->server.display(), {.pause = 20ms, .hasMapConnection = true});
+    const QString text = distinct(u'一', 200);
+    QVERIFY(type(text));
+    QVERIFY(hasArrived(program, text));
+}
+
+/// Each turn keeps others off the server, so it must not take long. On a busy machine the server
+/// often has requests of ours in its hands when it is grabbed.
+void tst_X11Typing::otherProgramsAreNotHeldUp()
+{
+    const BusyCores busyCores;
+    ReadingProgram program(scene->server.display(), {});
+    const ServerClient other(scene->server.display());
+    const QString text = QString(30'000, u'a');
+    QVERIFY(type(text));
+    QVERIFY(hasArrived(program, text));
+    QVERIFY(other.answers() > 100);
+    // A busy machine may stop anyone now and then.
+    QVERIFY2(other.lateAnswers() < 4, QByteArray::number(other.lateAnswers()).constData());
+}
+
+/// It tells every connection of each change of the key map, and keeps for it what is not read.
+void tst_X11Typing::nothingThatTheServerTellsStaysUnread()
+{
+    scene->services.reset();
+    const auto before = openDescriptors();
+    ServerGrab grab(scene->server.display().toLatin1().constData());
+    auto opened = openDescriptors();
+    std::erase_if(opened, [&](int file) { return std::ranges::count(before, file) > 0; });
+    QCOMPARE(opened.size(), std::size_t{2});
+    QVERIFY(scene->server.run(u"setxkbmap"_s, {u"-layout"_s, u"fr"_s}));
+    QVERIFY(waitUntil([&] { return unreadBytes(opened) > 0; }));
+    bool isFree = false;
+    grab.askWhetherFree([&] { isFree = true; });
+    QVERIFY(waitUntil([&] { return isFree; }));
+    QCOMPARE(unreadBytes(opened), 0);
 }
 
 void tst_X11Typing::anotherProgramIsNotHeldUpByOneThatIsBusy()

@@ -166,16 +166,15 @@ bool tst_Preferences::browse()
 
 bool tst_Preferences::leaveBrowser() const
 {
+    const qint64 process = scene->server().processId();
+    const auto hasList = [&] { return scene->view().menu(process).has_value(); };
+    const auto isGone = [&] { return !scene->view().dialog(process, BrowserTitle).has_value(); };
     // Typing may have opened a list of completions, which takes the first Escape.
-    const auto isGone = [this] {
-        return !scene->view().dialog(scene->server().processId(), BrowserTitle).has_value();
-    };
-    for (int i = 0; i < 2 && !isGone(); ++i) {
-        if (!user().tapKey(u"Escape"_s)) {
-            return false;
-        }
+    if (scene->view().settledPicture().isNull() ||
+        (hasList() && (!user().tapKey(u"Escape"_s) || !waitUntil([&] { return !hasList(); })))) {
+        return false;
     }
-    return waitUntil(isGone) &&
+    return user().tapKey(u"Escape"_s) && waitUntil(isGone) &&
            waitUntil([this] { return scene->view().activeWindow() == preferences.id; });
 }
 

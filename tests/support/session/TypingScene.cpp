@@ -181,6 +181,14 @@ bool TypingScene::turnFirst()
            waitUntil([this] { return controls->text() == "x"_L1; });
 }
 
+/// Types it. Window managers of X11 hold a click back until they have given its window the focus,
+/// but not the keys, so the first keys after a click may come before it.
+bool TypingScene::hasTaken(const QString &text)
+{
+    return ask(u"text"_s, {{u"text"_s, text}}) &&
+           waitUntil([&] { return controls->text().endsWith(text); }, 2s);
+}
+
 QByteArray TypingScene::drag()
 {
     const QPoint knob = controls->middleOfSlider();
@@ -198,12 +206,11 @@ QByteArray TypingScene::drag()
     }
     const double value = controls->sliderValue();
     // What is typed comes after the move, so it shows that the move has been seen.
-    if (!moveTo(knob) || !moveTo(controls->middleOfText()) || !ask(u"button"_s, {}) ||
-        !ask(u"text"_s, {{u"text"_s, u"x"_s}})) {
+    if (!moveTo(knob) || !moveTo(controls->middleOfText()) || !ask(u"button"_s, {})) {
         return "the server refuses, or the pointer does not move on";
     }
-    if (!waitUntil([this] { return controls->text() == "x"_L1; })) {
-        return "the text is \"" + controls->text().toUtf8() + '"';
+    if (!waitUntil([this] { return hasTaken(u"x"_s); })) {
+        return "no text arrives";
     }
     return controls->sliderValue() == value ? QByteArray() : "the slider is still held";
 }

@@ -20,6 +20,7 @@ struct ReadingProgram::Private
 {
     Manners manners;
     XcbConnection connection;
+    XcbConnection mapConnection; ///< None if the other one reports changes of the key map.
     xcb_screen_t *screen = nullptr;
     xcb_window_t window = XCB_NONE;
     xcb_atom_t protocols = XCB_NONE;
@@ -36,6 +37,7 @@ struct ReadingProgram::Private
     std::atomic<bool> isEnding = false;
     std::thread thread;
 
+    xcb_connection_t *keyboardConnection() const;
     void watchKeyboard();
     void loadKeyboard();
     void makeWindow();
@@ -45,22 +47,28 @@ struct ReadingProgram::Private
     void answer(const xcb_client_message_event_t *event);
 };
 
+xcb_connection_t *ReadingProgram::Private::keyboardConnection() const
+{
+    return mapConnection ? mapConnection.get() : connection.get();
+}
+
 void ReadingProgram::Private::watchKeyboard()
 {
-    xkb_x11_setup_xkb_extension(connection.get(), XKB_X11_MIN_MAJOR_XKB_VERSION,
+    xcb_connection_t *const display = keyboardConnection();
+    xkb_x11_setup_xkb_extension(display, XKB_X11_MIN_MAJOR_XKB_VERSION,
                                 XKB_X11_MIN_MINOR_XKB_VERSION, XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS,
                                 nullptr, nullptr, &xkbEvent, nullptr);
     constexpr auto events = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
     constexpr std::uint16_t parts = 0xff;
-    xcb_xkb_select_events(connection.get(), XCB_XKB_ID_USE_CORE_KBD, events, 0, events, parts,
-                          parts, nullptr);
-    coreKeyboard = xkb_x11_get_core_keyboard_device_id(connection.get());
+    xcb_xkb_select_events(display, XCB_XKB_ID_USE_CORE_KBD, events, 0, events, parts, parts,
+                          nullptr);
+    coreKeyboard = xkb_x11_get_core_keyboard_device_id(display);
     loadKeyboard();
 }
 
 void ReadingProgram::Private::loadKeyboard()
 {
-    const XkbKeymap map(xkb_x11_keymap_new_from_device(context.get(), connection.get(),
+    const XkbKeymap map(xkb_x11_keymap_new_from_device(context.get(), keyboardConnection(),
                                                        coreKeyboard, XKB_KEYMAP_COMPILE_NO_FLAGS));
     keyboard.reset(map ? xkb_state_new(map.get()) : nullptr);
 }
@@ -97,6 +105,10 @@ void ReadingProgram::Private::run()
             takeIn(event.get());
         }
         xcb_flush(connection.get());
+        while (const auto event =
+                   xcbOwned(mapConnection ? xcb_poll_for_event(mapConnection.get()) : nullptr)) {
+            takeIn(event.get());
+        }
     }
 }
 
@@ -146,6 +158,9 @@ ReadingProgram::ReadingProgram(const QString &display, Manners manners)
     d->screen = XcbClient::firstScreen(d->connection);
     if (!d->screen) {
         return;
+    }
+    if (manners.hasMapConnection) {
+        d->mapConnection = XcbClient::connectTo(display);
     }
     d->watchKeyboard();
     d->makeWindow();

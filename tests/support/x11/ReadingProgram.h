@@ -19,6 +19,8 @@ public:
         /// Before each look at its events it does something else for so long.
         std::chrono::milliseconds pause{0};
         bool isManaged = false; ///< By the window manager.
+        /// Another connection reports changes of the key map. It is read after the other events.
+        bool hasMapConnection = false;
     };
 
     /// Connects to the display, such as ":7", maps a window that is not managed, and takes the

@@ -23,6 +23,14 @@ std::unique_ptr<X11Connection> connectTo(const QByteArray &name)
     return std::make_unique<X11Connection>(name.isNull() ? nullptr : name.constData());
 }
 
+/// Nothing is selected, but the X server tells every connection of each change of the key map, and
+/// keeps what is not read.
+void dropEvents(const X11Connection &connection)
+{
+    while (xcbOwned(xcb_poll_for_event(connection.get()))) {
+    }
+}
+
 } // namespace
 
 ServerGrab::ServerGrab(const char *display)
@@ -45,8 +53,10 @@ void ServerGrab::askWhetherFree(std::function<void()> isFree)
 
 void ServerGrab::takeInAnswer()
 {
-    // Nothing is selected, but only reading shows that the connection has ended.
-    xcbOwned(xcb_poll_for_event(connection->get()));
+    dropEvents(*connection); // Reading also shows that the connection has ended.
+    if (spare) {
+        dropEvents(*spare);
+    }
     void *reply = nullptr;
     xcb_generic_error_t *error = nullptr;
     if (!question || xcb_poll_for_reply(connection->get(), *question, &reply, &error) == 0) {

@@ -132,7 +132,7 @@ bool SpareKeyRecord::claim()
 KeycodeSet SpareKeyRecord::spareKeys()
 {
     KeycodeSet spare = allKeys();
-    keyboards = keyboardNumbers(connection.get());
+    learnKeyboards();
     for (const std::uint16_t device : keyboards) {
         spare &= unusedKeys(connection.get(), device);
     }
@@ -188,8 +188,14 @@ bool SpareKeyRecord::isOwner(xcb_window_t window) const
 
 void SpareKeyRecord::recover()
 {
-    keyboards = keyboardNumbers(connection.get());
+    learnKeyboards();
     giveBack(recorded());
+}
+
+void SpareKeyRecord::learnKeyboards()
+{
+    keyboards = keyboardNumbers(connection.get());
+    coreKeyboards = coreKeyboardNumbers(connection.get());
 }
 
 SpareKeyRecord::Bindings SpareKeyRecord::recorded() const
@@ -234,9 +240,27 @@ void SpareKeyRecord::setKeysyms(std::span<const SpareKeys::Binding> bindings)
         }
         return true;
     });
-    if (!isSet) {
+    if (isSet) {
+        setCoreKeysyms(bindings);
+    } else {
         setEachKey(connection.get(), bindings);
     }
+}
+
+/// If the core keyboard has the map of another keyboard than XTEST's, it has XTEST's from the next
+/// key on. Programs must learn that before the key.
+void SpareKeyRecord::setCoreKeysyms(std::span<const SpareKeys::Binding> bindings)
+{
+    change(coreKeyboards, bindings, [&](KeyRange &keys) {
+        bool isAnyMissing = false;
+        for (const SpareKeys::Binding &binding : bindings) {
+            if (!keys.has(binding)) {
+                keys.set(binding);
+                isAnyMissing = true;
+            }
+        }
+        return isAnyMissing;
+    });
 }
 
 /// Shows the action the keys of each keyboard, from the first to the last of the bindings, and

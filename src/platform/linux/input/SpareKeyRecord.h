@@ -40,7 +40,7 @@ public:
     };
 
     /// Makes the changes, in one change of each keyboard's key map. `all` is what is bound
-    /// afterwards. Only to be called while no other program can change the key map. Two round
+    /// afterwards. Only to be called while no other program can change the key map. A few round
     /// trips, or less than a second if the server does not answer.
     Requests bind(std::span<const SpareKeys::Binding> changes,
                   std::span<const SpareKeys::Binding> before,
@@ -58,7 +58,9 @@ private:
     Bindings recorded() const;
     std::uint32_t record(const Bindings &bindings);
     void giveBackCoreKeys(std::span<const SpareKeys::Binding> bindings);
+    void learnKeyboards();
     void setKeysyms(std::span<const SpareKeys::Binding> bindings);
+    void setCoreKeysyms(std::span<const SpareKeys::Binding> bindings);
     template <typename Action>
     bool change(const std::vector<std::uint16_t> &changed,
                 std::span<const SpareKeys::Binding> bindings, Action action);
@@ -68,6 +70,7 @@ private:
     xcb_window_t marker;
     xcb_atom_t name; ///< Of the selection and of the property.
     std::vector<std::uint16_t> keyboards;
+    std::vector<std::uint16_t> coreKeyboards;
 };
 
 } // namespace platform

@@ -25,10 +25,11 @@ void SpareKeys::lose(std::uint8_t keycode)
     std::erase_if(keys, [&](const SpareKey &key) { return key.keycode == keycode; });
 }
 
-std::optional<std::uint8_t> SpareKeys::keyOf(std::uint32_t keysym) const
+std::optional<std::uint8_t> SpareKeys::keyOf(std::uint32_t keysym, Clock::time_point now) const
 {
     const auto key = std::ranges::find(keys, keysym, &SpareKey::keysym);
-    return key == keys.end() ? std::nullopt : std::optional(key->keycode);
+    return key == keys.end() || key->lastChange.readAt > now ? std::nullopt
+                                                             : std::optional(key->keycode);
 }
 
 std::vector<SpareKeys::Binding> SpareKeys::bindings() const
@@ -82,6 +83,13 @@ void SpareKeys::use(std::uint8_t keycode, const Use &use)
     }
 }
 
+void SpareKeys::announce(std::uint8_t keycode, const Use &use)
+{
+    if (SpareKey *const key = find(keycode)) {
+        key->lastChange = use;
+    }
+}
+
 bool SpareKeys::isAnyHeld() const
 {
     return std::ranges::any_of(keys, &SpareKey::isHeld);
@@ -90,8 +98,10 @@ bool SpareKeys::isAnyHeld() const
 void SpareKeys::confirm(std::uint32_t window, std::uint32_t question)
 {
     for (SpareKey &key : keys) {
-        if (key.lastUse.window == window && key.lastUse.question <= question) {
-            key.lastUse.readAt = {};
+        for (Use *const use : {&key.lastUse, &key.lastChange}) {
+            if (use->window == window && use->question <= question) {
+                use->readAt = {};
+            }
         }
     }
 }

@@ -18,6 +18,11 @@ namespace platform {
 /// A program looks up what a key means when it reads the event, so a key must not be given another
 /// keysym before the program has read the last event of that key. A program that answers pings
 /// shows that; of others it is assumed after a while.
+///
+/// Some programs, such as Chromium, learn changes of the key map on another connection than their
+/// keys, and may see a change after the key that it was made for. So a key that was bound for a
+/// program that answers is not typed before it has answered once more: then it has been back in its
+/// event loop.
 class SpareKeys
 {
 public:
@@ -31,7 +36,7 @@ public:
         bool operator==(const Binding &) const = default;
     };
 
-    /// Who got the events of a key, and when they count as read.
+    /// Who got the events of a key, or of its change, and when they count as read.
     struct Use
     {
         std::uint32_t window = 0;   ///< Whose answer shows it; 0 if it gives none.
@@ -45,7 +50,8 @@ public:
     void lose(std::uint8_t keycode);
     std::size_t count() const { return keys.size(); }
 
-    std::optional<std::uint8_t> keyOf(std::uint32_t keysym) const;
+    /// The key that produces the keysym, if the change counts as read.
+    std::optional<std::uint8_t> keyOf(std::uint32_t keysym, Clock::time_point now) const;
     /// What is bound now.
     std::vector<Binding> bindings() const;
     KeycodeSet boundKeys() const;
@@ -58,6 +64,8 @@ public:
     std::vector<Binding> unbindAll();
 
     void use(std::uint8_t keycode, const Use &use);
+    /// What the key is bound to goes to that program.
+    void announce(std::uint8_t keycode, const Use &use);
     /// While held, a key is never bound anew.
     void hold(std::uint8_t keycode) { setHeld(keycode, true); }
     void letGo(std::uint8_t keycode) { setHeld(keycode, false); }
@@ -81,6 +89,7 @@ private:
         std::uint32_t keysym = 0; ///< 0 if it is not bound.
         bool isHeld = false;
         Use lastUse;
+        Use lastChange;
         std::uint64_t order = 0; ///< Rises with each use.
     };
 

@@ -148,7 +148,7 @@ void X11Typist::end()
     fail();
     link.flush();
     waitUntilRead();
-    const bool isAlone = grab.take();
+    const bool isAlone = takeServer();
     record.giveBack(spareKeys.unbindAll());
     if (isAlone) {
         grab.release();
@@ -188,13 +188,22 @@ void X11Typist::takeTurn()
     idle.stop();
     program.listen(true);
     progress = Progress::None;
+    isMapAnnounced = false;
     isInTurn = true;
-    if (grab.take()) {
+    if (takeServer()) {
         work();
         grab.release();
     }
     isInTurn = false;
     endTurn();
+}
+
+/// Nothing of the connection may be on its way then. The X server does not keep the connection off
+/// (it is exempt), but leaves what it has read already, and all that follows, until the grab ends.
+bool X11Typist::takeServer()
+{
+    const auto cookie = xcb_get_input_focus(connection.get());
+    return replyWithin(connection.get(), cookie.sequence, patienceWithServer) && grab.take();
 }
 
 void X11Typist::dropUnwanted()
@@ -268,7 +277,7 @@ void X11Typist::work()
     bindMissing();
     pressKeys();
     typeSome();
-    if (progress == Progress::Typed) {
+    if (progress == Progress::Typed || isMapAnnounced) {
         askProgram();
         const auto end = xcb_get_input_focus(connection.get());
         replyWithin(connection.get(), end.sequence, patienceWithServer);
@@ -298,6 +307,11 @@ void X11Typist::followFocus(xcb_window_t focus)
         unanswered = 0;
         isProgramSlow = false;
     }
+    if (before != program.window()) {
+        for (const SpareKeys::Binding &binding : spareKeys.bindings()) {
+            announce(binding.keycode);
+        }
+    }
 }
 
 void X11Typist::bindMissing()
@@ -313,6 +327,7 @@ void X11Typist::bindMissing()
     keyboard.keyMap().setBorrowedKeys(spareKeys.boundKeys());
     for (const SpareKeys::Binding &change : changes) {
         noteUse(change.keycode);
+        announce(change.keycode);
     }
 }
 
@@ -356,7 +371,7 @@ void X11Typist::pressKeys()
 
 bool X11Typist::pressKey(const WaitingKey &waiting)
 {
-    const auto keycode = spareKeys.keyOf(keysymsOf(waiting.key).front());
+    const auto keycode = spareKeys.keyOf(keysymsOf(waiting.key).front(), Clock::now());
     if (!keycode) {
         return false;
     }
@@ -404,7 +419,7 @@ std::optional<FoundKey> X11Typist::keyFor(char32_t character)
     if (const auto key = keyboard.characterKey(character)) {
         return key;
     }
-    const auto keycode = spareKeys.keyOf(keysymOf(character));
+    const auto keycode = spareKeys.keyOf(keysymOf(character), Clock::now());
     if (!keycode) {
         return std::nullopt;
     }
@@ -478,6 +493,10 @@ void X11Typist::report(std::vector<Outcome> made)
 /// sooner, and so does a key that is let go.
 void X11Typist::waitForSpareKey()
 {
+    if (!questions.empty()) {
+        wake.start(lookInterval);
+        return;
+    }
     const auto pause = std::chrono::milliseconds(10);
     const auto free = spareKeys.nextFree().value_or(Clock::now() + readingTime);
     const auto rest = std::chrono::ceil<std::chrono::milliseconds>(free - Clock::now());
@@ -487,7 +506,7 @@ void X11Typist::waitForSpareKey()
 void X11Typist::giveBack()
 {
     const bool isInUse = spareKeys.isAnyHeld() || spareKeys.lastRead() > Clock::now();
-    if (isInUse || !grab.take()) {
+    if (isInUse || !takeServer()) {
         idle.start(times.idle);
         return;
     }
@@ -519,6 +538,20 @@ void X11Typist::noteUse(std::uint8_t keycode)
                                  : program.hasAnswered() ? patienceWithKeys
                                                          : times.silence;
     spareKeys.use(keycode, {window, program.nextQuestion(), Clock::now() + time});
+}
+
+/// What the key is bound to now. Programs that give no answers need no time: they read keys and
+/// changes in their order, or nothing can be known of them.
+void X11Typist::announce(std::uint8_t keycode)
+{
+    if (program.window()) {
+        const Clock::duration time = program.hasAnswered() ? patienceWithKeys : pauseForProgram;
+        spareKeys.announce(keycode,
+                           {program.window(), program.nextQuestion(), Clock::now() + time});
+        isMapAnnounced = true;
+    } else {
+        spareKeys.announce(keycode, {});
+    }
 }
 
 } // namespace platform

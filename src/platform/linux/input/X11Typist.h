@@ -43,8 +43,8 @@ struct TypingTimes
 /// map (SpareKeys) and gives them back when they have not been used for a while, and at the end.
 ///
 /// A program that answers pings is never further behind than two turns. One that has answered is
-/// awaited: a spare key is not bound anew before it has read the last character of that key. If it
-/// stays silent for long, the text has failed.
+/// awaited: a spare key is not bound anew before it has read the last character of that key, and
+/// not typed before it has read the change. If it stays silent for long, the text has failed.
 class X11Typist
 {
 public:
@@ -124,6 +124,7 @@ private:
     void schedule();
     void look();
     void takeTurn();
+    bool takeServer();
     bool hasWork() const { return !keys.empty() || !texts.empty(); }
     void dropUnwanted();
     void takeInAnswer(const FocusedProgram::Answer &answer);
@@ -153,6 +154,7 @@ private:
     void giveBack();
     void waitUntilRead();
     void noteUse(std::uint8_t keycode);
+    void announce(std::uint8_t keycode);
 
     const X11Connection &connection;
     X11Keyboard &keyboard;
@@ -171,6 +173,7 @@ private:
     bool isProgramSlow = false;         ///< Its last answer was late.
     std::vector<Outcome> outcomes;      ///< Of this turn.
     Progress progress = Progress::None; ///< In this turn.
+    bool isMapAnnounced = false;        ///< In this turn, so the program is to be asked.
     int knownEdition = 0;               ///< Of the key map, when the spare keys were found.
     bool isInTurn = false;
     QTimer wake;

@@ -45,6 +45,18 @@ template <typename Action> void forEachDevice(xcb_connection_t *connection, Acti
     }
 }
 
+std::vector<std::uint16_t> numbersOf(xcb_connection_t *connection,
+                                     xcb_input_device_type_t deviceType)
+{
+    std::vector<std::uint16_t> numbers;
+    forEachDevice(connection, [&](const xcb_input_xi_device_info_t *device) {
+        if (device->type == deviceType) {
+            numbers.push_back(device->deviceid);
+        }
+    });
+    return numbers;
+}
+
 } // namespace
 
 std::optional<std::uint16_t> inputDeviceNumber(xcb_connection_t *connection, std::string_view name)
@@ -60,13 +72,12 @@ std::optional<std::uint16_t> inputDeviceNumber(xcb_connection_t *connection, std
 
 std::vector<std::uint16_t> keyboardNumbers(xcb_connection_t *connection)
 {
-    std::vector<std::uint16_t> numbers;
-    forEachDevice(connection, [&](const xcb_input_xi_device_info_t *device) {
-        if (device->type == XCB_INPUT_DEVICE_TYPE_SLAVE_KEYBOARD) {
-            numbers.push_back(device->deviceid);
-        }
-    });
-    return numbers;
+    return numbersOf(connection, XCB_INPUT_DEVICE_TYPE_SLAVE_KEYBOARD);
+}
+
+std::vector<std::uint16_t> coreKeyboardNumbers(xcb_connection_t *connection)
+{
+    return numbersOf(connection, XCB_INPUT_DEVICE_TYPE_MASTER_KEYBOARD);
 }
 
 } // namespace platform

@@ -23,4 +23,8 @@ std::optional<std::uint16_t> inputDeviceNumber(xcb_connection_t *connection, std
 /// Numbers of the keyboards, the user's and that of XTEST. A few round trips.
 std::vector<std::uint16_t> keyboardNumbers(xcb_connection_t *connection);
 
+/// Numbers of the keyboards that programs see. Each takes over the key map of the last one of the
+/// others that was used. A few round trips.
+std::vector<std::uint16_t> coreKeyboardNumbers(xcb_connection_t *connection);
+
 } // namespace platform

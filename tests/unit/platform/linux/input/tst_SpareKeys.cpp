@@ -55,6 +55,8 @@ private slots:
     void anAnswerToAnEarlierQuestionShowsNothing();
     void anAnswerOfAnotherWindowShowsNothing();
     void aWindowThatIsGoneIsNotWaitedFor();
+    void aChangeIsReadBeforeItsKeyIsUsed();
+    void aChangeCountsAsReadAfterAWhile();
     void aHeldKeyIsNeverBoundAnew();
     void theFirstFreeKeyIsKnown();
     void aLostKeyIsNoLongerUsed();
@@ -66,8 +68,8 @@ void tst_SpareKeys::asManyAsPossibleAreBoundAtOnce()
 {
     SpareKeys keys = spareKeys({93, 97});
     QCOMPARE(bind(keys, {1, 2, 3}), (Bindings{{93, 1}, {97, 2}}));
-    QCOMPARE(keys.keyOf(2), std::optional<std::uint8_t>(97));
-    QCOMPARE(keys.keyOf(3), std::nullopt);
+    QCOMPARE(keys.keyOf(2, now), std::optional<std::uint8_t>(97));
+    QCOMPARE(keys.keyOf(3, now), std::nullopt);
     QCOMPARE(keys.boundKeys(), keycodes({93, 97}));
 }
 
@@ -76,7 +78,7 @@ void tst_SpareKeys::whatIsBoundStays()
     SpareKeys keys = spareKeys({93, 97});
     bind(keys, {1, 2});
     QCOMPARE(bind(keys, {3, 1}), (Bindings{{97, 3}}));
-    QCOMPARE(keys.keyOf(1), std::optional<std::uint8_t>(93));
+    QCOMPARE(keys.keyOf(1, now), std::optional<std::uint8_t>(93));
 }
 
 void tst_SpareKeys::theLongestUnusedKeyIsBoundAnew()
@@ -135,6 +137,29 @@ void tst_SpareKeys::aWindowThatIsGoneIsNotWaitedFor()
     keys.countAsRead(Window, now + 9s);
     QCOMPARE(bind(keys, {3, 4}, now + 4s), Bindings());
     QCOMPARE(bind(keys, {3, 4}, now + 5s), (Bindings{{93, 3}}));
+}
+
+void tst_SpareKeys::aChangeIsReadBeforeItsKeyIsUsed()
+{
+    SpareKeys keys = spareKeys({93});
+    bind(keys, {1});
+    QCOMPARE(keys.keyOf(1, now), std::optional<std::uint8_t>(93));
+    keys.announce(93, {Window, 5, now + 1h});
+    keys.confirm(Window, 4);
+    keys.confirm(Window + 1, 5);
+    QCOMPARE(keys.keyOf(1, now), std::nullopt);
+    keys.confirm(Window, 5);
+    QCOMPARE(keys.keyOf(1, now), std::optional<std::uint8_t>(93));
+}
+
+void tst_SpareKeys::aChangeCountsAsReadAfterAWhile()
+{
+    SpareKeys keys = spareKeys({93});
+    bind(keys, {1});
+    keys.announce(93, {Window, 5, now + 1s});
+    QCOMPARE(keys.keyOf(1, now + 999ms), std::nullopt);
+    QCOMPARE(keys.keyOf(1, now + 1s), std::optional<std::uint8_t>(93));
+    QCOMPARE(keys.bindings(), (Bindings{{93, 1}}));
 }
 
 void tst_SpareKeys::aHeldKeyIsNeverBoundAnew()
