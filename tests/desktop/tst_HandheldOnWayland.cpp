@@ -13,11 +13,14 @@
 #include "support/x11/XServer.h"
 
 #include <QJsonArray>
+#include <QLocalSocket>
 #include <QTest>
 
 #include <array>
+#include <csignal>
 
 #include <linux/input-event-codes.h>
+#include <sys/socket.h>
 
 namespace {
 
@@ -32,6 +35,19 @@ std::optional<QByteArray> output(const UserSession &session, const QString &prog
         return std::nullopt;
     }
     return process.readAllStandardOutput();
+}
+
+/// The process that listens on that socket; 0 if none does.
+pid_t listener(const QString &path)
+{
+    QLocalSocket socket;
+    socket.connectToServer(path);
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    const bool isKnown =
+        socket.waitForConnected() && getsockopt(static_cast<int>(socket.socketDescriptor()),
+                                                SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0;
+    return isKnown ? peer.pid : 0;
 }
 
 } // namespace
@@ -56,6 +72,7 @@ private slots:
     void killedSessionLeavesNothingDown();
     void killedServerLeavesNothingDown();
     void endedServerLeavesNothingDown();
+    void entryForTheLogonStartsTheServer();
 
 private:
     bool openWindow();
@@ -243,6 +260,23 @@ void tst_HandheldOnWayland::endedServerLeavesNothingDown()
     QVERIFY(waitUntil([this] { return isHeld(); }));
     QCOMPARE(scene->server().end(), std::optional(0));
     QVERIFY(waitUntil([this] { return isNothingDown(); }));
+}
+
+/// The program of a desktop that reads such entries is not there; dex starts them in its place.
+void tst_HandheldOnWayland::entryForTheLogonStartsTheServer()
+{
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+    QCOMPARE(listener(scene->socketPath()), 0);
+    // Only the user's own entries, and nothing that tells the toolkit what to use.
+    scene->session().addVariable(u"XDG_CONFIG_DIRS"_s, scene->session().path(u"none"_s));
+    scene->session().addVariable(u"QT_QPA_PLATFORM"_s, QString());
+    QVERIFY(output(scene->session(), u"dex"_s, {u"--autostart"_s}));
+    QVERIFY(waitUntil([this] { return listener(scene->socketPath()) > 0; }));
+    SessionClient client(scene->socketPath());
+    Handheld another(static_cast<quint16>(client.greeting()[u"port"_s].toInt()));
+    QCOMPARE(response(another.ask(serverInfo())), u"OK"_s);
+    QCOMPARE(::kill(listener(scene->socketPath()), SIGTERM), 0);
+    QVERIFY(waitUntil([this] { return listener(scene->socketPath()) == 0; }));
 }
 
 QTEST_GUILESS_MAIN(tst_HandheldOnWayland)
