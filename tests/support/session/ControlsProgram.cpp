@@ -56,6 +56,9 @@ ControlsProgram::ControlsProgram(Kind which, const DesktopSession &session)
           which, session, [&session](qint64 id) { return frontWindow(session.view(), id); },
           [&session] { return session.user().tapKey(u"Home"_s); })
 {
+    isPainted = [&session](const QRect &place) {
+        return !session.view().settledPicture(place, WindowLimit).isNull();
+    };
 }
 
 ControlsProgram::ControlsProgram(Kind which, const UserSession &session, Finder finder,
@@ -82,6 +85,7 @@ ControlsProgram::ControlsProgram(Kind which, const UserSession &session, Finder 
 bool ControlsProgram::isReady() const
 {
     return waitUntil([this] { return window().has_value(); }, WindowLimit) &&
+           (!isPainted || isPainted(window().value_or(QRect()))) &&
            (kind != Kind::Browser ||
             waitUntil([this] { return hasTakenKey(); }, WindowLimit, BetweenKeys));
 }

@@ -31,7 +31,8 @@ public:
 
     Kind programKind() const { return kind; }
 
-    /// Waits until its window has the keys.
+    /// Waits until its window has the keys and has been painted: programs may take no clicks
+    /// before.
     bool isReady() const;
 
     QString text() const { return state().value(QStringLiteral("text")).toString(); }
@@ -55,6 +56,8 @@ private:
 
     const Kind kind;
     const UserSession &desktop;
+    /// Waits until that part of the screen has been painted; none where the finder does.
+    std::function<bool(const QRect &)> isPainted;
     Finder find;
     Tap tapHome;
     ChildProcess process;
