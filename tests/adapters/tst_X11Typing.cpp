@@ -17,6 +17,7 @@
 #include <atomic>
 #include <optional>
 #include <span>
+#include <stop_token>
 #include <thread>
 #include <vector>
 
@@ -117,22 +118,15 @@ public:
         xkb_x11_setup_xkb_extension(
             connection.get(), XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
             XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, nullptr, nullptr);
-        thread = std::thread([this] { run(); });
+        thread = std::jthread([this](const std::stop_token &end) { run(end); });
     }
-    ~GroupSwitcher()
-    {
-        isEnding = true;
-        thread.join();
-    }
-    GroupSwitcher(const GroupSwitcher &) = delete;
-    GroupSwitcher &operator=(const GroupSwitcher &) = delete;
 
     int switches() const { return count; }
 
 private:
-    void run()
+    void run(const std::stop_token &end)
     {
-        while (!isEnding) {
+        while (!end.stop_requested()) {
             const auto group = static_cast<std::uint8_t>(++count % 2);
             const auto cookie = xcb_xkb_latch_lock_state_checked(
                 connection.get(), XCB_XKB_ID_USE_CORE_KBD, 0, 0, true, group, 0, false, 0);
@@ -143,8 +137,7 @@ private:
 
     XcbConnection connection;
     std::atomic<int> count = 0;
-    std::atomic<bool> isEnding = false;
-    std::thread thread;
+    std::jthread thread; ///< Ends before what it uses.
 };
 
 /// A program that asks the X server something all the time.
@@ -153,25 +146,18 @@ class ServerClient
 public:
     explicit ServerClient(const QString &display) : connection(XcbClient::connectTo(display))
     {
-        thread = std::thread([this] { run(); });
+        thread = std::jthread([this](const std::stop_token &end) { run(end); });
     }
-    ~ServerClient()
-    {
-        isEnding = true;
-        thread.join();
-    }
-    ServerClient(const ServerClient &) = delete;
-    ServerClient &operator=(const ServerClient &) = delete;
 
     int answers() const { return count; }
     /// Those that took very long.
     int lateAnswers() const { return lateCount; }
 
 private:
-    void run()
+    void run(const std::stop_token &end)
     {
         constexpr auto late = 150ms;
-        while (!isEnding) {
+        while (!end.stop_requested()) {
             const auto asked = std::chrono::steady_clock::now();
             const auto cookie = xcb_get_input_focus(connection.get());
             xcbOwned(xcb_get_input_focus_reply(connection.get(), cookie, nullptr));
@@ -184,35 +170,21 @@ private:
     XcbConnection connection;
     std::atomic<int> count = 0;
     std::atomic<int> lateCount = 0;
-    std::atomic<bool> isEnding = false;
-    std::thread thread;
+    std::jthread thread; ///< Ends before what it uses.
 };
 
-/// Programs that never rest, one for each core and one more.
-class BusyCores
+/// Threads that never rest, one for each core and one more.
+std::vector<std::jthread> busyCores()
 {
-public:
-    BusyCores()
-    {
-        for (unsigned int core = 0; core <= std::thread::hardware_concurrency(); ++core) {
-            threads.emplace_back([this] {
-                while (!isEnding) {
-                }
-            });
-        }
+    std::vector<std::jthread> threads;
+    for (unsigned int core = 0; core <= std::thread::hardware_concurrency(); ++core) {
+        threads.emplace_back([](const std::stop_token &end) {
+            while (!end.stop_requested()) {
+            }
+        });
     }
-    ~BusyCores()
-    {
-        isEnding = true;
-        std::ranges::for_each(threads, &std::thread::join);
-    }
-    BusyCores(const BusyCores &) = delete;
-    BusyCores &operator=(const BusyCores &) = delete;
-
-private:
-    std::atomic<bool> isEnding = false;
-    std::vector<std::thread> threads;
-};
+    return threads;
+}
 
 std::vector<int> openDescriptors()
 {
@@ -594,7 +566,7 @@ void tst_X11Typing::aProgramThatLearnsTheKeyMapApartIsAwaited()
 /// often has requests of ours in its hands when it is grabbed.
 void tst_X11Typing::otherProgramsAreNotHeldUp()
 {
-    const BusyCores busyCores;
+    const auto others = busyCores();
     ReadingProgram program(scene->server.display(), {});
     const ServerClient other(scene->server.display());
     const QString text = QString(30'000, u'a');

@@ -169,12 +169,12 @@ bool tst_Preferences::leaveBrowser() const
     const qint64 process = scene->server().processId();
     const auto hasList = [&] { return scene->view().menu(process).has_value(); };
     const auto isGone = [&] { return !scene->view().dialog(process, BrowserTitle).has_value(); };
+    const auto closeList = [&] {
+        return user().tapKey(u"Escape"_s) && waitUntil([&] { return !hasList(); });
+    };
     // Typing may have opened a list of completions, which takes the first Escape.
-    if (scene->view().settledPicture().isNull() ||
-        (hasList() && (!user().tapKey(u"Escape"_s) || !waitUntil([&] { return !hasList(); })))) {
-        return false;
-    }
-    return user().tapKey(u"Escape"_s) && waitUntil(isGone) &&
+    return !scene->view().settledPicture().isNull() && (!hasList() || closeList()) &&
+           user().tapKey(u"Escape"_s) && waitUntil(isGone) &&
            waitUntil([this] { return scene->view().activeWindow() == preferences.id; });
 }
 

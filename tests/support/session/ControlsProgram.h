@@ -36,6 +36,7 @@ public:
     bool isReady() const;
 
     QString text() const { return state().value(QStringLiteral("text")).toString(); }
+    bool textHasFocus() const { return state().value(QStringLiteral("textHasFocus")).toBool(); }
     /// The first row that is seen, in pixels from the list's beginning.
     double listPosition() const { return state().value(QStringLiteral("list")).toDouble(); }
     double sliderValue() const { return state().value(QStringLiteral("slider")).toDouble(); }

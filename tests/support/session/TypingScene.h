@@ -62,7 +62,6 @@ private:
     bool ask(const QString &request, const QJsonObject &fields);
     bool isFirstTurnDropped() const;
     bool turnFirst();
-    bool hasTaken(const QString &text);
     void reactAt(qsizetype length, std::function<void()> action);
     void awaitArrival(const QString &text) const;
     QByteArray difference(const QString &text) const;
