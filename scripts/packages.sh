@@ -10,7 +10,8 @@ build_packages() {
         qt6-base-dev qt6-base-dev-tools libgl-dev \
         libxcb1-dev libxcb-randr0-dev libxcb-xtest0-dev libxcb-xkb-dev libxcb-xinput-dev \
         libxkbcommon-dev libxkbcommon-x11-dev libwayland-dev libwayland-bin \
-        libavahi-compat-libdnssd-dev libglib2.0-dev
+        libavahi-compat-libdnssd-dev libglib2.0-dev \
+        qt6-websockets-dev libqrcodegencpp-dev libsodium-dev node-tweetnacl
 }
 
 # What the server wants around it in a user's session. Without avahi-daemon it runs, but as its port
@@ -39,8 +40,8 @@ test_packages() {
     mac_check_packages
     printf '%s\n' avahi-daemon avahi-utils clang clang-format-16 clang-tidy desktop-file-utils dex fish \
         foot gir1.2-gtk-4.0 git grim libclang-rt-14-dev libfaketime libglib2.0-bin lld mako-notifier \
-        man-db mandoc poppler-utils python3 python3-gi qt6-wayland shellcheck socat sway tmux \
-        waybar wayland-protocols wl-clipboard wmctrl xclip xdg-desktop-portal xwayland zsh
+        man-db mandoc nodejs poppler-utils python3 python3-gi qt6-wayland shellcheck socat sway tmux \
+        waybar wayland-protocols wl-clipboard wmctrl xclip xdg-desktop-portal xwayland zbar-tools zsh
 }
 
 # What only the tests on large desktops need, beyond those of all tests: 300 MB to fetch.
@@ -51,8 +52,10 @@ desktop_packages() {
 }
 
 # What only the tests with a browser need: 120 MB to fetch, 410 MB on the disk.
+# Node's own packages bring npm along and do not go together with Debian's.
 browser_packages() {
     printf '%s\n' chromium
+    command -v npm >/dev/null || printf '%s\n' npm
 }
 
 # Of the packages named, those that are not installed, one a line.
