@@ -126,6 +126,16 @@ SessionMessage SessionMessage::pair(const QString &name, const QString &device)
     return message;
 }
 
+SessionMessage SessionMessage::listen()
+{
+    return {u"listen"_s, {}, {}};
+}
+
+SessionMessage SessionMessage::listenAt(const QString &address)
+{
+    return {u"listen"_s, {{u"address"_s, address}}, {}};
+}
+
 SessionMessage SessionMessage::ping()
 {
     return {u"ping"_s, {}, {}};

@@ -57,6 +57,10 @@ struct SessionMessage
     static SessionMessage screens();
     static SessionMessage watchScreens();
     static SessionMessage pair(const QString &name, const QString &device);
+    /// Where the server listens for handhelds of the network.
+    static SessionMessage listen();
+    /// Has it listen there; empty for all addresses.
+    static SessionMessage listenAt(const QString &address);
     static SessionMessage ping();
 };
 
