@@ -3,37 +3,46 @@
 
 #include "support/session/WebProcess.h"
 
-#include "support/Folders.h"
-
 #include <QRegularExpression>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 WebProcess::WebProcess(const UserSession &session, const QStringList &arguments,
                        std::function<void()> lastPreparation)
-    : errorFile(session.path(u"web.log"_s))
+    : redirection(session.path(u"run/quillmote-web/page.html"_s))
 {
     process.setProcessEnvironment(session.environment());
     process.setWorkingDirectory(session.home());
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(errorFile, QIODevice::Append);
-    process.setLastPreparation(std::move(lastPreparation));
+    process.setLastPreparation(
+        [become = std::move(lastPreparation), takeTerminal = terminal.asStandardStreams()] {
+            become();
+            takeTerminal();
+            // So that it may read from it.
+            ::setsid();
+            ::ioctl(STDIN_FILENO, TIOCSCTTY, 0);
+        });
     process.start(qEnvironmentVariable("VORNA_QUILLMOTE_WEB"), arguments);
     process.waitForStarted();
 }
 
 QString WebProcess::pairingAddress()
 {
-    static const QRegularExpression address(u"https?://\\S+/#\\S+"_s);
+    static const QRegularExpression page(u"https?://[^\\s/]+/"_s);
+    static const QRegularExpression code(u"(?:[0-9A-Z]{4}-){3}[0-9A-Z]{4}"_s);
+    qsizetype before = 0;
     QString found;
-    waitUntil([&] {
-        found = address.match(QString::fromUtf8(outputText())).captured();
+    const auto isShown = [&] {
+        const QString shown = QString::fromUtf8(text().sliced(before));
+        const QString compact = code.match(shown).captured().remove(u'-');
+        found = compact.isEmpty() ? QString() : page.match(shown).captured() + u'#' + compact;
         return !found.isEmpty() || !isRunning();
-    });
+    };
+    waitUntil(isShown);
+    before = text().size();
+    terminal.type("\n");
+    waitUntil(isShown);
     return found;
-}
-
-QByteArray WebProcess::errorText() const
-{
-    return Folders::fileBytes(errorFile);
 }
 
 void WebProcess::kill()
@@ -53,19 +62,16 @@ std::optional<int> WebProcess::end()
 
 QByteArray WebProcess::problemAtEnd()
 {
-    const bool wasRunning = isRunning();
-    const std::optional<int> status = wasRunning ? end() : std::nullopt;
     QByteArray problem;
-    for (const QByteArray &line : errorText().split('\n')) {
+    if (isRunning() && end() != 0) {
+        problem += "quillmote-web crashed, hung or ended with a problem\n";
+    }
+    for (const QByteArray &line : text().split('\n')) {
         for (const char *sign : {"Sanitizer", "runtime error:", "QObject::", "ASSERT"}) {
             if (line.contains(sign)) {
                 problem += line + '\n';
             }
         }
     }
-    if (wasRunning && status != 0) {
-        problem += "quillmote-web ended with " +
-                   (status ? QByteArray::number(*status) : "no status: crashed or hung");
-    }
-    return problem.isEmpty() ? problem : problem + '\n' + errorText();
+    return problem.isEmpty() ? problem : problem + '\n' + text();
 }

@@ -5,13 +5,14 @@
 
 #include "support/Waiting.h"
 #include "support/process/ChildProcess.h"
+#include "support/process/PseudoTerminal.h"
 #include "support/session/UserSession.h"
 
 #include <csignal>
 #include <functional>
 #include <optional>
 
-/// The program of VORNA_QUILLMOTE_WEB, which serves phones, running in a session.
+/// The program of VORNA_QUILLMOTE_WEB, which serves phones, running in a terminal of a session.
 class WebProcess
 {
 public:
@@ -22,12 +23,13 @@ public:
     qint64 processId() const { return process.processId(); }
     bool isRunning() const { return process.state() == QProcess::Running; }
 
-    /// The address with a fresh code that it shows in the terminal; waits for it. Empty if none
-    /// comes.
+    /// The address of a fresh code, as it is in the picture that the terminal shows; waits for it.
+    /// Empty if none comes.
     QString pairingAddress();
-    /// Everything that it wrote to its standard output, up to now.
-    QByteArray outputText() { return output += process.readAllStandardOutput(); }
-    QByteArray errorText() const;
+    /// The file that leads the desktop's browser to its own page.
+    QString pageFile() const { return redirection; }
+    /// Everything that it wrote to its terminal, up to now.
+    QByteArray text() { return terminal.text(); }
 
     void kill();
     /// Asks it to end, and waits for that.
@@ -38,7 +40,7 @@ public:
     QByteArray problemAtEnd();
 
 private:
-    QString errorFile;
-    QByteArray output;
+    QString redirection;
+    PseudoTerminal terminal;
     ChildProcess process;
 };
