@@ -121,6 +121,10 @@ const commands = {
         return find(page, which).innerText();
     },
 
+    async attribute({ attribute, ...which }, { page }) {
+        return find(page, which).getAttribute(attribute);
+    },
+
     async place(which, { page }) {
         return find(page, which).boundingBox();
     },

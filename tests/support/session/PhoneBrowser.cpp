@@ -115,6 +115,19 @@ bool PhonePage::awaits(const PageElement &element, std::chrono::milliseconds lim
     return does(u"awaitElement"_s, fields);
 }
 
+bool PhonePage::awaitReady(std::chrono::milliseconds limit)
+{
+    return await(u"document.body.dataset.state === 'ready'"_s, limit);
+}
+
+bool PhonePage::setSetting(const QString &name, const QJsonValue &value)
+{
+    const QByteArray settings =
+        QJsonDocument(QJsonObject{{name, value}}).toJson(QJsonDocument::Compact);
+    evaluate(u"localStorage.setItem('vorna.settings', '%1')"_s.arg(QString::fromUtf8(settings)));
+    return reload() && awaitReady();
+}
+
 bool PhonePage::awaitsEndOf(const PageElement &element, std::chrono::milliseconds limit)
 {
     QJsonObject fields = element.fields();
@@ -131,6 +144,13 @@ bool PhonePage::has(const PageElement &element)
 QString PhonePage::text(const PageElement &element)
 {
     return ask(u"text"_s, element.fields()).result.toString();
+}
+
+QString PhonePage::attribute(const PageElement &element, const QString &name)
+{
+    QJsonObject fields = element.fields();
+    fields.insert(u"attribute"_s, name);
+    return ask(u"attribute"_s, fields).result.toString();
 }
 
 QRectF PhonePage::place(const PageElement &element)

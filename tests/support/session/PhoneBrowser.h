@@ -89,9 +89,14 @@ public:
     bool await(const QString &expression, std::chrono::milliseconds limit = GenerousLimit);
     /// Waits until the element is seen.
     bool awaits(const PageElement &element, std::chrono::milliseconds limit = GenerousLimit);
+    /// Waits until the page of quillmote-web is connected with a server that it may use.
+    bool awaitReady(std::chrono::milliseconds limit = GenerousLimit);
+    /// Chooses a setting of that page, as it is stored.
+    bool setSetting(const QString &name, const QJsonValue &value);
     bool awaitsEndOf(const PageElement &element, std::chrono::milliseconds limit = GenerousLimit);
     bool has(const PageElement &element);
     QString text(const PageElement &element);
+    QString attribute(const PageElement &element, const QString &name);
     /// An empty one if it is not seen.
     QRectF place(const PageElement &element);
 

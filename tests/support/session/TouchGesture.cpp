@@ -79,6 +79,13 @@ TouchGesture &TouchGesture::upAll()
     return *this;
 }
 
+TouchGesture &TouchGesture::cancel()
+{
+    fingers.clear();
+    write("touchCancel", {});
+    return *this;
+}
+
 TouchGesture TouchGesture::tap(const QPointF &place, int fingers)
 {
     TouchGesture gesture;

@@ -24,6 +24,8 @@ public:
     TouchGesture &moveEach(const QMap<int, QPointF> &offsets, std::chrono::milliseconds duration);
     TouchGesture &up(int finger);
     TouchGesture &upAll();
+    /// The system takes all touches from the page.
+    TouchGesture &cancel();
 
     /// Puts so many fingers side by side there and lifts them shortly afterwards.
     static TouchGesture tap(const QPointF &place, int fingers = 1);
