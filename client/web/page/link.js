@@ -46,12 +46,12 @@ export function isCode(text) {
 }
 
 /**
- * The connection to the computer. Once started it connects, and connects again, until it is stopped.
- * What was under way when a connection ended is never repeated.
+ * The connection to the computer. Once started it connects, and connects again, until it is
+ * stopped. What was under way when a connection ended is never repeated.
  *
- * Events: "state" when `state` has changed; "server" when `server` has; "event" with each other event
- * of the computer in its `detail`; "refusal" with {request, error, message} in its `detail` when a
- * posted request was not carried out.
+ * Events: "state" when `state` has changed; "server" when `server` has; "event" with each other
+ * event of the computer in its `detail`; "refusal" with {request, error, message} in its `detail`
+ * when a posted request was not carried out.
  */
 export class Link extends EventTarget {
     /** The name of this phone, for the next connection. */
@@ -282,8 +282,7 @@ export class Link extends EventTarget {
             this.name = fields.name;
         } else if (name === "leave") {
             this.#credentials.forget();
-            this.stop();
-            this.#setState("unpaired");
+            this.#giveUp("unpaired");
         }
     }
 
@@ -359,7 +358,6 @@ export class Link extends EventTarget {
     #seeOrHide() {
         if (!this.#world.isVisible()) {
             this.#search.stop();
-            this.#world.clearTimeout(this.#tickTimer);
         } else if (this.#state === "connected") {
             this.#requests.hear(this.#world.now());
             this.#ping();

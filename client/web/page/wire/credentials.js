@@ -7,7 +7,7 @@ import { idSize, secretSize } from "./handshake.js";
 
 /**
  * The secret that a phone was given, and the code that gets it one. If there are both, the phone is
- * known already and its own secret is tried first: reading a code again makes no second phone of it.
+ * known already and its own secret is tried first: reading a code again makes no second phone.
  */
 export class PhoneCredentials {
     role = "phone";
@@ -35,8 +35,8 @@ export class PhoneCredentials {
     }
 
     /**
-     * The computer does not know the current one. A phone's secret stays stored: another computer may
-     * have the address of the right one for a while.
+     * The computer does not know the current one. A phone's secret stays stored: another computer
+     * may have the address of the right one for a while.
      */
     reject() {
         if (this.current()?.kind === "phone") {

@@ -23,8 +23,8 @@ function extraPatience(name, fields, bodySize) {
 /** Why a request was not carried out. */
 export class Refusal extends Error {
     /**
-     * @param {string} error a word for programs, as in docs/session.md; "lost" if the connection ended
-     *     and "not-connected" if there was none
+     * @param {string} error a word for programs, as in docs/session.md; "lost" if the connection
+     *     ended, "not-connected" if there was none
      * @param {string} message a sentence for people
      */
     constructor(error, message) {
@@ -38,7 +38,6 @@ export class Refusal extends Error {
 export class Requests {
     #waiting = new Map();
     #lastId = 0;
-    #extraPatience = 0;
     /** The last sign of life, or when the first request was sent after all had been answered. */
     #quietSince = 0;
 
@@ -66,14 +65,12 @@ export class Requests {
         }
         this.#lastId += 1;
         const extra = extraPatience(name, fields, bodySize);
-        this.#extraPatience += extra;
         this.#waiting.set(this.#lastId, { name, extra, done });
         return this.#lastId;
     }
 
     /** Gives up a request that could not be sent. */
     drop(id) {
-        this.#extraPatience -= this.#waiting.get(id)?.extra ?? 0;
         this.#waiting.delete(id);
     }
 
@@ -99,8 +96,8 @@ export class Requests {
 
     /** Whether nothing has come for so long that the connection must be broken. */
     isOverdue(now) {
-        const limit = patience + this.#extraPatience;
-        return this.#waiting.size > 0 && now - this.#quietSince >= limit;
+        const extra = Math.max(0, ...[...this.#waiting.values()].map((request) => request.extra));
+        return this.#waiting.size > 0 && now - this.#quietSince >= patience + extra;
     }
 
     /** The connection has ended. */

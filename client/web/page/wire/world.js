@@ -12,14 +12,14 @@
  * @property {(address: string, options: object) => Promise<object>} fetch
  * @property {(address: string) => WebSocket} openSocket
  * @property {() => boolean} isVisible
- * @property {(type: string, call: () => void) => void} watch "online", "offline", "visibilitychange"
- *     or "hashchange"
- * @property {() => string} takeFragment what stood behind the # of the address, where it no longer is
+ * @property {(type: string, call: () => void) => void} watch "online", "offline", "hashchange" or
+ *     "visibilitychange"
+ * @property {() => string} takeFragment what stood behind the # of the address; it is there no more
  * @property {Shelf} forever what stays in this browser
  * @property {Shelf} forThisTab what stays until the tab is closed
  */
 
-/** A named text in the browser's storage. Where there is no storage it lasts as long as the page. */
+/** A named text in the browser's storage. Where there is none it lasts as long as the page. */
 class Shelf {
     #storage;
     #name;

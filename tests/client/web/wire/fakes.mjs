@@ -26,6 +26,8 @@ export class Computer {
     closes = null;
     isReachable = true;
     isSilent = false;
+    /** If it is a list, looks wait in it to be answered. */
+    waitingLooks = null;
     phones = new Map();
     codes = new Set([code]);
     connections = [];
@@ -204,6 +206,9 @@ export class FakeWorld {
         this.#computer.looks += 1;
         if (address !== "/alive" || cache !== "no-store") {
             throw new Error(`A look at ${address} from the ${cache} cache`);
+        }
+        if (this.#computer.waitingLooks) {
+            return new Promise((resolve) => this.#computer.waitingLooks.push(resolve));
         }
         if (this.#computer.isReachable && !this.#computer.isSilent) {
             return Promise.resolve({ ok: true });

@@ -100,8 +100,26 @@ test("a code that is typed connects, one that is none does not", async () => {
     assert.ok(link.takeCode("abcd-efgh-jkmn-pqrs"));
     await settle();
     assert.equal(link.state, "connected");
+    assert.equal(link.takeCode("ABCD"), false);
+    assert.equal(link.state, "connected");
     assert.ok(isCode(code));
     assert.ok(!isCode("ABCD"));
+});
+
+test("a code that is typed comes before what is stored", async () => {
+    const computer = new Computer();
+    const world = new FakeWorld(computer);
+    knownPhone(world, new Computer());
+    const credentials = stored(role.phone, world);
+    assert.ok(credentials.takeCode(code));
+    const link = new Link({ credentials, name: "Phone", world });
+    link.start();
+    await settle();
+    assert.deepEqual(
+        computer.connections.map(({ first }) => first[1]),
+        [0],
+    );
+    assert.equal(link.state, "connected");
 });
 
 test("a code that is read into the open page connects", async () => {
@@ -135,7 +153,8 @@ test("a code that is over is told from a phone that was removed", async () => {
 
     const unknown = new FakeWorld(computer);
     knownPhone(unknown, new Computer());
-    const link = new Link({ credentials: stored(role.phone, unknown), name: "Phone", world: unknown });
+    const credentials = stored(role.phone, unknown);
+    const link = new Link({ credentials, name: "Phone", world: unknown });
     link.start();
     await settle();
     assert.equal(link.state, "removed");
@@ -286,7 +305,11 @@ test("nothing is sent while there is no connection", async () => {
     assert.equal(link.post("key", { key: "a" }), false);
     assert.equal(await outcome(link.request("key", { key: "a" })), "not-connected");
     assert.ok(link.takeCode(code));
-    assert.equal(link.post("key", { key: "b" }), false, "not before it has greeted");
+    computer.hello = () => undefined;
+    await settle();
+    assert.equal(link.post("key", { key: "b" }), false, "not before the computer has greeted");
+    delete computer.hello;
+    assert.ok(link.takeCode(code));
     await settle();
     assert.ok(link.post("key", { key: "c" }));
     await settle();
@@ -372,13 +395,23 @@ test("a slow connection that carries a body is not taken for a broken one", asyn
     for (let piece = 0; piece < 4; piece += 1) {
         outcome(link.request("file.put", { file: 1 }, new Uint8Array(128 * 1024)));
     }
-    computer.last.bufferedAmount = 512 * 1024;
-    for (let second = 0; second < 5; second += 1) {
+    await world.pass(2900);
+    assert.equal(link.state, "connected");
+    await world.pass(400);
+    assert.equal(link.state, "lost");
+});
+
+test("a connection that takes bytes is not taken for a broken one", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    computer.isSilent = true;
+    outcome(link.request("file.put", { file: 1 }, new Uint8Array(128 * 1024)));
+    computer.last.bufferedAmount = 128 * 1024;
+    for (let second = 0; second < 10; second += 1) {
         await world.pass(1000);
         computer.last.bufferedAmount -= 1000;
     }
     assert.equal(link.state, "connected");
-    await world.pass(12_000);
+    await world.pass(4000);
     assert.equal(link.state, "lost");
 });
 
@@ -398,6 +431,7 @@ test("a network that is gone is noticed at once", async () => {
     await world.happen("offline");
     assert.equal(link.state, "lost");
     assert.equal(computer.connections[0].closedBy, "page");
+    await world.pass(50);
     computer.isReachable = true;
     await world.happen("online");
     await world.pass(0);
@@ -435,6 +469,45 @@ test("nobody looks for the computer while the page is not seen", async () => {
     await world.happen("visibilitychange");
     await world.pass(0);
     assert.equal(link.state, "connected");
+});
+
+test("a connection that ends while the page is not seen is made again when it is", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    world.isShown = false;
+    await world.happen("visibilitychange");
+    computer.last.end(1001);
+    await world.pass(60_000);
+    assert.equal(link.state, "lost");
+    assert.equal(computer.looks, 0);
+    world.isShown = true;
+    await world.happen("visibilitychange");
+    await world.pass(0);
+    assert.equal(link.state, "connected");
+});
+
+test("a link that is started while it looks for the computer looks no longer", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    computer.isSilent = true;
+    await world.pass(5000);
+    computer.isSilent = false;
+    link.start();
+    await settle();
+    assert.equal(link.state, "connected");
+    const { looks } = computer;
+    await world.pass(1000);
+    assert.equal(computer.looks, looks);
+});
+
+test("an answer to a look that nobody waits for makes no connection", async () => {
+    const { computer, world } = await begin({ isKnown: true });
+    computer.waitingLooks = [];
+    computer.last.end(1006);
+    await world.pass(100);
+    world.isShown = false;
+    await world.happen("visibilitychange");
+    computer.waitingLooks[0]({ ok: true });
+    await world.pass(1000);
+    assert.equal(computer.connections.length, 1);
 });
 
 test("what fails again and again is tried less and less often", async () => {
@@ -495,8 +568,13 @@ test("a phone that leaves is forgotten here, too", async () => {
     await link.request("leave");
     assert.equal(link.state, "unpaired");
     assert.equal(world.forever.text, null);
+    assert.equal(computer.last.closedBy, "page");
     await world.pass(60_000);
     assert.equal(computer.connections.length, 1);
+    computer.codes.add(code);
+    world.fragment = code;
+    await world.happen("hashchange");
+    assert.equal(link.state, "connected", "another code lets it in again");
 });
 
 test("another name is kept for the next connection", async () => {
