@@ -1,0 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QHostAddress>
+
+namespace quillmote {
+
+/// The address itself: one that IPv6 sockets show for IPv4 (RFC 4291, section 2.5.5.2) is IPv4
+/// again, and no interface is behind it.
+QHostAddress plainAddress(const QHostAddress &address);
+
+} // namespace quillmote
