@@ -415,15 +415,21 @@ test("a connection that takes bytes is not taken for a broken one", async () => 
     assert.equal(link.state, "lost");
 });
 
-test("a long text takes its time to type", async () => {
-    const { link, computer, world } = await begin({ isKnown: true });
-    computer.isSilent = true;
-    outcome(link.request("text", { text: "x".repeat(200) }));
-    await world.pass(6000);
-    assert.equal(link.state, "connected");
-    await world.pass(3000);
-    assert.equal(link.state, "lost");
-});
+for (const [title, text, time] of [
+    ["a short one", "abc", 2500],
+    ["a long one", "x".repeat(200), 8400],
+    ["one that no layout has", "😀".repeat(5), 7500],
+]) {
+    test(`a text takes its time to type: ${title}`, async () => {
+        const { link, computer, world } = await begin({ isKnown: true });
+        computer.isSilent = true;
+        outcome(link.request("text", { text }));
+        await world.pass(time);
+        assert.equal(link.state, "connected");
+        await world.pass(600);
+        assert.equal(link.state, "lost");
+    });
+}
 
 test("a network that is gone is noticed at once", async () => {
     const { link, computer, world } = await begin({ isKnown: true });
