@@ -64,17 +64,18 @@ private:
     std::optional<quint16> listeningPort;
 };
 
-/// Prints the rates of the measured program and of socat.
-inline void compare(const char *name, const Sample &rates, const Sample &ofSocat)
+/// Prints the rates of the measured program and of what it is compared with.
+inline void compare(const char *name, const Sample &rates, const Sample &ofOther,
+                    const char *other = "socat")
 {
     const auto print = [](const char *program, const Sample &sample) {
-        std::printf("%-10s median %7.0f MiB/s   from %7.0f to %7.0f\n", program, sample.median(),
+        std::printf("%-10s median %7.1f MiB/s   from %7.1f to %7.1f\n", program, sample.median(),
                     sample.atShare(0), sample.largest());
     };
     print(name, rates);
-    print("socat", ofSocat);
+    print(other, ofOther);
     std::printf("ratio of the medians %.2f (goal: at least 0.9)\n",
-                rates.median() / ofSocat.median());
+                rates.median() / ofOther.median());
 }
 
 } // namespace FileRate

@@ -126,6 +126,15 @@ SessionMessage SessionMessage::pair(const QString &name, const QString &device)
     return message;
 }
 
+SessionMessage SessionMessage::listen(const std::optional<QString> &address)
+{
+    SessionMessage message{u"listen"_s, {}, {}};
+    if (address) {
+        message.fields.insert(u"address"_s, *address);
+    }
+    return message;
+}
+
 SessionMessage SessionMessage::ping()
 {
     return {u"ping"_s, {}, {}};

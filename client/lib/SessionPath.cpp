@@ -3,7 +3,10 @@
 
 #include "lib/SessionPath.h"
 
+#include <QFileInfo>
 #include <QRegularExpression>
+
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -46,6 +49,19 @@ QString SessionPlace::path() const
     }
     const QString name = desktopName(*this).replace(unusual, u"_"_s);
     return u"%1/vornaserver/%2.socket"_s.arg(runtimeFolder, name);
+}
+
+QString SessionPlace::reasonAgainst(const QString &path)
+{
+    const QFileInfo socket(path);
+    const QFileInfo folder(socket.path());
+    if (path.isEmpty() || !socket.exists()) {
+        return u"there is none"_s;
+    }
+    const auto others = QFile::WriteGroup | QFile::WriteOther;
+    const bool isOurs = socket.ownerId() == geteuid() && folder.ownerId() == geteuid();
+    return isOurs && !(folder.permissions() & others) ? QString()
+                                                      : u"its socket belongs to another user"_s;
 }
 
 } // namespace quillmote

@@ -3,7 +3,7 @@
 
 #include "program/DeviceIdentity.h"
 
-#include "program/PrivateFile.h"
+#include "lib/PrivateFile.h"
 
 #include <QFile>
 #include <QHostInfo>

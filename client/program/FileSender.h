@@ -5,7 +5,7 @@
 
 #include "lib/Connection.h"
 #include "lib/FileAnnouncement.h"
-#include "program/SignalWatch.h"
+#include "lib/SignalWatch.h"
 #include "program/Terminal.h"
 
 #include <QString>

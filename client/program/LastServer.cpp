@@ -3,7 +3,7 @@
 
 #include "program/LastServer.h"
 
-#include "program/PrivateFile.h"
+#include "lib/PrivateFile.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -4,6 +4,7 @@
 // The commands on this desktop that transfer files: send and get.
 
 #include "lib/PrintableText.h"
+#include "lib/SignalWatch.h"
 #include "program/Commands.h"
 #include "program/FileToSend.h"
 #include "program/JsonOutput.h"
@@ -11,7 +12,6 @@
 #include "program/LocalDownload.h"
 #include "program/LocalSession.h"
 #include "program/ProgressLine.h"
-#include "program/SignalWatch.h"
 #include "program/Target.h"
 
 #include <QDateTime>

@@ -4,11 +4,11 @@
 // The input commands on this desktop: key, move, click, and scroll, drag and hold, which only its
 // own server has.
 
+#include "lib/SignalWatch.h"
 #include "program/Commands.h"
 #include "program/JsonOutput.h"
 #include "program/LocalCommands.h"
 #include "program/LocalSession.h"
-#include "program/SignalWatch.h"
 #include "program/Target.h"
 
 #include <QEventLoop>

@@ -8,10 +8,7 @@
 #include "program/LastServer.h"
 
 #include <QEventLoop>
-#include <QFileInfo>
 #include <QTimer>
-
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -29,21 +26,6 @@ constexpr auto quickAnswer = 300ms;
 /// Requests that are sent ahead of the answers.
 constexpr size_t requestsAhead = 16;
 
-/// What is typed may be a password, so it goes to a server of the same user only. The folder must
-/// be closed to others: they could put a socket of their own into it.
-QString reasonAgainst(const QString &path)
-{
-    const QFileInfo socket(path);
-    const QFileInfo folder(socket.path());
-    if (path.isEmpty() || !socket.exists()) {
-        return u"there is none"_s;
-    }
-    const auto others = QFile::WriteGroup | QFile::WriteOther;
-    const bool isOurs = socket.ownerId() == geteuid() && folder.ownerId() == geteuid();
-    return isOurs && !(folder.permissions() & others) ? QString()
-                                                      : u"its socket belongs to another user"_s;
-}
-
 ExitCode exitCodeOf(const QString &error)
 {
     const bool isWrongUse =
@@ -56,7 +38,7 @@ ExitCode exitCodeOf(const QString &error)
 LocalSession::Found LocalSession::find(std::chrono::milliseconds timeout)
 {
     const QString path = SessionPlace::ofEnvironment().path();
-    const QString reason = reasonAgainst(path);
+    const QString reason = SessionPlace::reasonAgainst(path);
     if (!reason.isEmpty()) {
         return {nullptr, false, reason};
     }

@@ -3,12 +3,12 @@
 
 // The command that types a text.
 
+#include "lib/SignalWatch.h"
 #include "program/ClipboardKeeper.h"
 #include "program/Commands.h"
 #include "program/JsonOutput.h"
 #include "program/LocalCommands.h"
 #include "program/Session.h"
-#include "program/SignalWatch.h"
 #include "program/StandardInput.h"
 #include "program/Target.h"
 #include "program/TextTyper.h"

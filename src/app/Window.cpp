@@ -87,6 +87,10 @@ Window::Window(WindowAdapters adapters)
     restoreApplicationSettings();
     server.setParent(this);
     connect(&server, SIGNAL(clientConnected(bool)), this, SLOT(connectionStatus(bool)));
+    server.whenListeningChanges([this](bool isListening) {
+        startStopAction->setChecked(isListening);
+        showWhetherItListens(isListening);
+    });
     lightIsFresh.setSingleShot(true);
     connect(&lightIsFresh, &QTimer::timeout, this, &Window::showLight);
     createActions();
@@ -186,7 +190,12 @@ void Window::startServer()
         return;
     }
     setIcon(orangeLight());
-    serverRunning = server.startServer();
+    showWhetherItListens(server.startServer());
+}
+
+void Window::showWhetherItListens(bool isListening)
+{
+    serverRunning = isListening;
     if (serverRunning) {
         setIcon(orangeLight());
         startStopAction->setText(tr("Stop Server"));

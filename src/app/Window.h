@@ -63,6 +63,7 @@ private:
     void createTrayIcon();
     void holdBalloonsUntilPlaced();
     void showLight();
+    void showWhetherItListens(bool isListening);
     void takePreferences(const QVariantMap &parameters);
     void restoreApplicationSettings();
     void storeApplicationSettings();

@@ -148,6 +148,7 @@ void ClientHandler::disconnected()
         }
         return;
     }
+    answers.clear();
     Messages::warning({u"Device Disconnected"_s});
     deleteLater();
 }

@@ -15,7 +15,8 @@ using Setting = std::pair<QString, QVariant>;
 
 /// Writes these values to the application's settings and does not change any others. If the
 /// settings are a file, a failure at any moment leaves either the old or the new one. If another
-/// program seems to be writing it, waits two seconds at most.
-void storeSettings(const std::vector<Setting> &values);
+/// program seems to be writing it, waits two seconds at most. Returns whether the values were
+/// written.
+bool storeSettings(const std::vector<Setting> &values);
 
 } // namespace platform

@@ -54,6 +54,13 @@ Advertisement::Advertisement(QTcpServer &listeningServer,
 
 Advertisement::~Advertisement() = default;
 
+void Advertisement::begin()
+{
+    if (!server.serverAddress().isLoopback()) {
+        registerName(1);
+    }
+}
+
 void Advertisement::end()
 {
     delete serviceRegister;

@@ -15,8 +15,9 @@
 class BonjourServiceRegister;
 class QTcpServer;
 
-/// Advertises a server by DNS-SD while it listens: under the host's name, or under a numbered one
-/// if other servers on this machine have taken that, and again each time the daemon has come back.
+/// Advertises a server by DNS-SD while it listens for the network: under the host's name, or under
+/// a numbered one if other servers on this machine have taken that, and again each time the daemon
+/// has come back.
 class Advertisement : public QObject
 {
 public:
@@ -30,8 +31,9 @@ public:
                   DnsSd dnsSd, const DaemonWatcher &watchDaemon);
     ~Advertisement() override;
 
-    /// To be called as soon as the server listens. Failures are logged, not reported.
-    void begin() { registerName(1); }
+    /// To be called as soon as the server listens. A server that only this computer can reach is
+    /// not advertised. Failures are logged, not reported.
+    void begin();
     void end();
 
 private:

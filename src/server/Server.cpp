@@ -7,14 +7,15 @@
 #include "applications/TKApplicationManagerMac.h"
 #include "interaction/InteractionManager.h"
 #include "interaction/InteractionManagerMac.h"
+#include "messages/Messages.h"
 #include "net/BonjourServiceRegister.h"
 #include "net/ClientHandler.h"
 #include "platform/Sockets.h"
+#include "server/ListenAddress.h"
 #include "session/SessionDoor.h"
 #include "settings/Settings.h"
 
 #include <QCoreApplication>
-#include <QHostAddress>
 #include <QNetworkProxy>
 
 #include <utility>
@@ -34,6 +35,14 @@ constexpr int backlog = 1024;
 Pairing::Rules networkRules(const bool &needsApproval)
 {
     return {[&needsApproval] { return needsApproval; }, PairedDevices::Store::ofNetwork()};
+}
+
+QString problemWith(const QString &listenAddress)
+{
+    return Server::tr(
+               "The server cannot listen at the address \"%1\" of the setting listenAddress. "
+               "Change it with: quillmote listen ADDRESS")
+        .arg(listenAddress);
 }
 
 Pairing::Rules sessionRules()
@@ -77,20 +86,32 @@ Server::~Server()
 
 bool Server::startServer()
 {
+    listenAddress = Settings::listenAddress();
+    const auto address = ListenAddress::of(listenAddress);
+    const bool isStarted = address && beginListening(*address);
+    if (!isStarted && !listenAddress.isEmpty()) {
+        Messages::warning({problemWith(listenAddress)});
+    }
+    if (runtimeDirectory) {
+        sessionDoor->open(*runtimeDirectory);
+    }
+    resources.descriptors.countOthers();
+    return isStarted;
+}
+
+/// Of a server that does not listen.
+bool Server::beginListening(const QHostAddress &address)
+{
     areDescriptorsScarce = false;
     // If the server was stopped while it did not accept, its queue still has no room.
     setMaxPendingConnections(maximumPending);
-    if (!listen(QHostAddress(QHostAddress::AnyIPv4), 0)) {
+    if (!ListenAddress::isOurs(address) || !listen(address, 0)) {
         close();
         return false;
     }
     // By design: connected anew at every start, so after a restart the slot runs twice.
     connect(this, SIGNAL(newConnection()), this, SLOT(manageConnections()));
     advertisement.begin();
-    if (runtimeDirectory) {
-        sessionDoor->open(*runtimeDirectory);
-    }
-    resources.descriptors.countOthers();
     return true;
 }
 
@@ -99,6 +120,57 @@ void Server::stopServer()
     advertisement.end();
     close();
     closeSessionDoor();
+}
+
+/// If it returns false, the server listens where it did.
+bool Server::moveListening(const QHostAddress &address)
+{
+    if (isListening()) {
+        return address == serverAddress() ||
+               (ListenAddress::isOurs(address) && listenElsewhere(address));
+    }
+    const bool isStarted = beginListening(address);
+    if (isStarted && listeningChanged) {
+        listeningChanged(true);
+    }
+    return isStarted;
+}
+
+bool Server::listenElsewhere(const QHostAddress &address)
+{
+    const QHostAddress oldAddress = serverAddress();
+    const quint16 oldPort = serverPort();
+    close();
+    if (listen(address, 0)) {
+        advertisement.end();
+        advertisement.begin();
+        endExcludedConnections();
+        return true;
+    }
+    if (!listen(oldAddress, oldPort)) {
+        close();
+        advertisement.end();
+        Messages::warning({problemWith(listenAddress)});
+        if (listeningChanged) {
+            listeningChanged(false);
+        }
+    }
+    return false;
+}
+
+/// Those that this server would not accept any more.
+void Server::endExcludedConnections()
+{
+    for (QTcpSocket *socket : findChildren<QTcpSocket *>()) {
+        if (!ListenAddress::admits(serverAddress(), socket->localAddress())) {
+            socket->abort();
+        }
+    }
+}
+
+void Server::whenListeningChanges(std::function<void(bool)> callback)
+{
+    listeningChanged = std::move(callback);
 }
 
 void Server::setNeedsPairingApproval(bool needed)

@@ -9,11 +9,13 @@
 #include "server/Pairing.h"
 #include "server/ServerAdapters.h"
 
+#include <QHostAddress>
 #include <QPointer>
 #include <QStringList>
 #include <QTcpServer>
 #include <QTcpSocket>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -41,12 +43,17 @@ public:
     /// Stores the paired devices and ends every connection.
     ~Server() override;
 
-    /// Returns false if no port is available. Must not be called while the server runs.
+    /// Listens at the address of the settings. Returns false if that is not possible; then the
+    /// session socket exists all the same, and serves requests that can mend it. Must not be called
+    /// while the server runs.
     bool startServer();
     /// Stops listening and advertising. Connections stay until their peers disconnect.
     void stopServer();
     /// Sets whether the user decides about unknown devices, from the next request on.
     void setNeedsPairingApproval(bool needed);
+    /// Called when a session has made the server listen that could not, or when it has lost its
+    /// address without getting another one.
+    void whenListeningChanges(std::function<void(bool isListening)> callback);
 
     /// The silent decision: known devices are accepted. If no approval is needed, unknown ones are
     /// accepted too and are known from then on.
@@ -73,6 +80,10 @@ private slots:
 private:
     struct Command;
 
+    bool beginListening(const QHostAddress &address);
+    bool moveListening(const QHostAddress &address);
+    bool listenElsewhere(const QHostAddress &address);
+    void endExcludedConnections();
     bool mayAccept(int further) const;
     void acceptInNextTurn();
     void goOnAccepting();
@@ -92,6 +103,7 @@ private:
     void movePointer(const ClientHandler &client);
 
     // What the sessions are served with.
+    SessionReply listenForSession(const std::optional<QString> &address);
     SessionServices sessionServices(platform::DesktopInput &input);
     QString advertisedName() const;
     SessionReply openForSession(const QString &address);
@@ -116,6 +128,8 @@ private:
     std::unique_ptr<platform::Screens> screens;
     Opener opener;
     std::optional<QString> runtimeDirectory;
+    QString listenAddress; // the setting, as it was applied last
+    std::function<void(bool)> listeningChanged;
     ConnectionResources resources; // must outlive the connections, which the destructor ends
     int acceptedInTurn = 0;
     bool areDescriptorsScarce = false;          // until a connection ends

@@ -6,8 +6,10 @@
 #include "applications/TKApplicationManager.h"
 #include "messages/Messages.h"
 #include "net/BonjourServiceRegister.h"
+#include "server/ListenAddress.h"
 #include "server/Server.h"
 #include "session/SessionDoor.h"
+#include "session/SessionJson.h"
 #include "settings/Settings.h"
 
 #include <QHostInfo>
@@ -33,6 +35,8 @@ SessionServices Server::sessionServices(platform::DesktopInput &input)
             *screens,
             [this] { return advertisedName(); },
             [this] { return serverPort(); },
+            [this] { return isListening(); },
+            [this](const std::optional<QString> &address) { return listenForSession(address); },
             [this](const QString &address) { return openForSession(address); },
             [this] { return applicationManager->applicationList(); },
             [this](const QString &name) { return startForSession(name); },
@@ -54,6 +58,33 @@ QString Server::advertisedName() const
     const QString confirmed =
         serviceRegister.isNull() ? QString() : serviceRegister->finalRecord().serviceName;
     return confirmed.isEmpty() ? QHostInfo::localHostName() : confirmed;
+}
+
+/// Without an address it only says how things are.
+SessionReply Server::listenForSession(const std::optional<QString> &text)
+{
+    if (text) {
+        const auto address = ListenAddress::of(text->trimmed());
+        if (!address) {
+            return SessionReply::refused(
+                u"bad-request"_s,
+                u"\"%1\" is no address to listen at."_s.arg(SessionJson::shown(*text)));
+        }
+        if (!moveListening(*address)) {
+            return SessionReply::refused(
+                u"failed"_s,
+                u"The server cannot listen at %1. Is it an address of this computer?"_s.arg(
+                    address->toString()));
+        }
+        listenAddress = ListenAddress::settingFor(*address);
+        if (!Settings::storeListenAddress(listenAddress)) {
+            return SessionReply::refused(
+                u"failed"_s, u"That is done until the server ends, but cannot be stored."_s);
+        }
+    }
+    return SessionReply::done({{u"address"_s, listenAddress},
+                               {u"listening"_s, isListening()},
+                               {u"port"_s, serverPort()}});
 }
 
 SessionReply Server::openForSession(const QString &address)

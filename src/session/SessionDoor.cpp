@@ -50,6 +50,9 @@ SessionDoor::~SessionDoor()
 
 void SessionDoor::open(const QString &runtimeDirectory)
 {
+    if (listening) {
+        return;
+    }
     QString reason = u"the system has no directory for it."_s;
     if (!runtimeDirectory.isEmpty()) {
         listening = platform::listenAt(runtimeDirectory + u"/vornaserver"_s,

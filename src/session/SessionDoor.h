@@ -30,8 +30,8 @@ public:
     /// Ends all sessions.
     ~SessionDoor() override;
 
-    /// Listens in the directory, under the name of the display. Without success there is no socket,
-    /// and the log says why.
+    /// Listens in the directory, under the name of the display, unless it does already. Without
+    /// success there is no socket, and the log says why.
     void open(const QString &runtimeDirectory);
     /// Removes the socket, and ends all sessions.
     void close();

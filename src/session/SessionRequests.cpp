@@ -25,6 +25,7 @@ namespace {
 
 constexpr qsizetype longestName = 1'024;
 constexpr qsizetype longestDevice = 1'024;
+constexpr qsizetype longestListenAddress = 128;
 constexpr qsizetype longestAddress = 1024 * 1024;
 
 /// What a request is, besides its name.
@@ -34,7 +35,13 @@ enum Trait {
     WholeBody = 2,     ///< It may have a body.
     BodyInParts = 4,   ///< It may have a body, and takes it as it comes.
     EvenIfRefused = 8, ///< Served for devices that the user has refused.
+    EvenIfClosed = 16, ///< Served while the server could not start.
 };
+
+QString notStarted()
+{
+    return u"The server could not start. Look at the setting listenAddress."_s;
+}
 
 } // namespace
 
@@ -110,7 +117,8 @@ const SessionRequests::Command *SessionRequests::commandOf(const QString &name)
         Command{"screens"_L1, None, &SessionRequests::listScreens},
         Command{"watch"_L1, None, &SessionRequests::watchScreens},
         Command{"pair"_L1, EvenIfRefused, &SessionRequests::pair},
-        Command{"ping"_L1, EvenIfRefused, &SessionRequests::ping},
+        Command{"listen"_L1, EvenIfClosed, &SessionRequests::listen},
+        Command{"ping"_L1, EvenIfRefused | EvenIfClosed, &SessionRequests::ping},
     };
     const auto *const found =
         std::find_if(commands.begin(), commands.end(),
@@ -126,6 +134,8 @@ void SessionRequests::serve(const SessionRequest &request, const SessionAnswer &
                                                                SessionJson::shown(request.name))));
     } else if (isRefused && (command->traits & EvenIfRefused) == 0) {
         answer(SessionReply::refused(u"refused"_s, u"The user has refused this device."_s));
+    } else if (!services.isListening() && (command->traits & EvenIfClosed) == 0) {
+        answer(SessionReply::refused(u"failed"_s, notStarted()));
     } else if (request.body && (command->traits & (WholeBody | BodyInParts)) == 0) {
         answer(SessionReply::refused(u"bad-request"_s, u"This request has no body."_s));
     } else {
@@ -311,6 +321,7 @@ void SessionRequests::pair(const SessionRequest &request, const SessionAnswer &a
 
 void SessionRequests::paired(bool isAccepted, const QString &name, const SessionAnswer &answer)
 {
+    isForDevice = true;
     isRefused = !isAccepted;
     if (isRefused) {
         begin();
@@ -329,6 +340,23 @@ void SessionRequests::becomeConnected()
 {
     if (!std::exchange(isConnected, true)) {
         services.deviceConnected(deviceName);
+    }
+}
+
+void SessionRequests::listen(const SessionRequest &request, const SessionAnswer &answer)
+{
+    SessionFields fields(request.fields);
+    std::optional<QString> address;
+    if (fields.has("address"_L1)) {
+        address = fields.text("address"_L1, 0, longestListenAddress);
+    }
+    if (!fields.isGood()) {
+        answer(fields.reply());
+    } else if (isForDevice) {
+        answer(SessionReply::refused(u"refused"_s,
+                                     u"A device does not decide who reaches this computer."_s));
+    } else {
+        answer(services.listen(address));
     }
 }
 

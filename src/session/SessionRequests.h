@@ -63,6 +63,7 @@ private:
     void listScreens(const SessionRequest &request, const SessionAnswer &answer);
     void watchScreens(const SessionRequest &request, const SessionAnswer &answer);
     void pair(const SessionRequest &request, const SessionAnswer &answer);
+    void listen(const SessionRequest &request, const SessionAnswer &answer);
     void ping(const SessionRequest &request, const SessionAnswer &answer);
 
     void paired(bool isAccepted, const QString &name, const SessionAnswer &answer);
@@ -75,5 +76,6 @@ private:
     QString deviceName;
     bool isConnected = false; // counts as a connected device
     bool isRefused = false;
+    bool isForDevice = false; // of another person
     std::unique_ptr<Parts> parts;
 };

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace platform {
 class Clipboard;
@@ -29,6 +30,11 @@ struct SessionServices
     /// The name by which the network finds the server, and its port.
     std::function<QString()> serverName;
     std::function<quint16()> serverPort;
+    /// Whether it listens for the network. Otherwise sessions are served nothing but what can mend
+    /// it.
+    std::function<bool()> isListening;
+    /// Makes it listen at another address, if one is given, and says where it listens.
+    std::function<SessionReply(const std::optional<QString> &address)> listen;
 
     /// Opens an address with the desktop's program.
     std::function<SessionReply(const QString &address)> open;

@@ -17,6 +17,7 @@ constexpr QLatin1StringView startAtLogonKey = "startAtLogon"_L1;
 constexpr QLatin1StringView downloadDirectoryKey = "downloadDirectory"_L1;
 constexpr QLatin1StringView pairedDevicesKey = "pairedDeviceList"_L1;
 constexpr QLatin1StringView sessionDevicesKey = "sessionDeviceList"_L1;
+constexpr QLatin1StringView listenAddressKey = "listenAddress"_L1;
 
 /// The default that the preferences dialog shows.
 QString downloadsFolder()
@@ -74,4 +75,18 @@ QStringList Settings::sessionDevices()
 void Settings::storeSessionDevices(const QStringList &devices)
 {
     platform::storeSettings({{sessionDevicesKey, QVariant(devices)}});
+}
+
+QString Settings::listenAddress()
+{
+    const QVariant value = QSettings().value(listenAddressKey);
+    // A text with commas reads as a list.
+    const QString text = value.toStringList().join(u", "_s).trimmed();
+    const bool isText = !value.isValid() || value.typeId() == QMetaType::QString || !text.isEmpty();
+    return isText ? text : u"?"_s;
+}
+
+bool Settings::storeListenAddress(const QString &address)
+{
+    return platform::storeSettings({{listenAddressKey, QVariant(address)}});
 }

@@ -10,8 +10,8 @@
 /// have it. The store is the toolkit's, named after the organisation and the application. It is
 /// opened anew by each call, so changes made by others are seen.
 ///
-/// Unreadable values read as absent. Writing waits until the values are in the file; failures are
-/// not reported.
+/// Unreadable values read as absent, except for listenAddress(). Writing waits until the values are
+/// in the file; most failures are not reported.
 namespace Settings {
 
 /// What the preferences dialog edits.
@@ -39,5 +39,12 @@ void storePairedDevices(const QStringList &devices);
 /// The same for the devices behind programs on this computer: key "sessionDeviceList".
 QStringList sessionDevices();
 void storeSessionDevices(const QStringList &devices);
+
+/// The address that the server listens at for the network: key "listenAddress". Empty, as while
+/// nothing is stored, it means all IPv4 addresses. What is no text never reads as empty: it would
+/// open what the user wants closed.
+QString listenAddress();
+/// Returns whether it could be written.
+bool storeListenAddress(const QString &address);
 
 } // namespace Settings

@@ -3,7 +3,7 @@
 
 // The files of the program: its identity and the server used last.
 
-#include "program/PrivateFile.h"
+#include "lib/PrivateFile.h"
 
 #include "program/DeviceIdentity.h"
 #include "program/LastServer.h"
@@ -115,6 +115,8 @@ void tst_PrivateFile::largeFilesAndFoldersReadAsNothing()
     QCOMPARE(PrivateFile::read(path(u"large"_s)), QByteArray());
     QVERIFY(write(path(u"full"_s), QByteArray(4096, 'x')));
     QCOMPARE(PrivateFile::read(path(u"full"_s)).size(), 4096);
+    QCOMPARE(PrivateFile::read(path(u"large"_s), 5000).size(), 4097);
+    QCOMPARE(PrivateFile::read(path(u"full"_s), 4095), QByteArray());
 }
 
 void tst_PrivateFile::aPlaceThatCannotBeWrittenIsAProblem()

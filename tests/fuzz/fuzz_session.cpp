@@ -72,6 +72,8 @@ struct Host
                 screens,
                 [] { return u"den"_s; },
                 [] { return quint16(1); },
+                [] { return true; },
+                [](const std::optional<QString> & /*address*/) { return SessionReply::done(); },
                 [](const QString & /*address*/) { return SessionReply::done(); },
                 [] { return QStringList{u"Player"_s}; },
                 [](const QString & /*name*/) { return SessionReply::done(); },

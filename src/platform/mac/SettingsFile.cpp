@@ -8,13 +8,14 @@
 namespace platform {
 
 // The system stores them, and no program locks them.
-void storeSettings(const std::vector<Setting> &values)
+bool storeSettings(const std::vector<Setting> &values)
 {
     QSettings settings;
     for (const auto &[key, value] : values) {
         settings.setValue(key, value);
     }
     settings.sync();
+    return settings.status() == QSettings::NoError;
 }
 
 } // namespace platform

@@ -21,9 +21,11 @@ inline QString response(const TokenMap &answer)
 class ServedPeer
 {
 public:
-    explicit ServedPeer(const QTcpServer &listeningServer) : server(listeningServer)
+    explicit ServedPeer(const QTcpServer &listeningServer,
+                        const QHostAddress &address = QHostAddress(QHostAddress::LocalHost))
+        : server(listeningServer)
     {
-        socket.connectToHost(QHostAddress(QHostAddress::LocalHost), server.serverPort());
+        socket.connectToHost(address, server.serverPort());
         waitUntil([this] { return isConnected(); });
         port = socket.localPort();
         waitUntil([this] { return served() != nullptr; });

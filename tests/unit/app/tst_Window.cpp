@@ -11,6 +11,7 @@
 #include "support/MessageRecorder.h"
 #include "support/process/DescriptorLimit.h"
 #include "support/protocol/ServedPeer.h"
+#include "support/protocol/SessionClient.h"
 #include "support/session/DialogVisitor.h"
 #include "support/session/PrivateHome.h"
 
@@ -84,6 +85,7 @@ private slots:
     void startingOrStoppingTwiceFollowsTheState();
     void aFailedFirstStartIsRed();
     void aFailedLaterStartIsRed();
+    void anAddressThatIsNoneIsRedUntilASessionMendsIt();
     void clientsAreShown();
     void aClientLeavingAStoppedServerShowsOrange();
     void aCrowdChangesTheLightTenTimesASecond();
@@ -431,6 +433,32 @@ void tst_Window::aFailedFirstStartIsRed()
     QCOMPARE(toggle->text(), u"Stop Server"_s);
     QVERIFY(toggle->isChecked());
     QCOMPARE(balloonTexts(), QStringList{u"Server Started... "_s});
+}
+
+void tst_Window::anAddressThatIsNoneIsRedUntilASessionMendsIt()
+{
+    QSettings().setValue("listenAddress", u"127.0.0"_s);
+    qputenv("DISPLAY", ":7");
+    host.runtimeDirectory = home->path();
+    makeWindow();
+    QVERIFY(!server()->isListening());
+    QCOMPARE(light(), u"rosso"_s);
+    QAction *toggle = action(u"Stop Server"_s);
+    QVERIFY(toggle != nullptr && !toggle->isChecked());
+    QCOMPARE(balloonTexts().size(), 1);
+    QVERIFY2(balloonTexts().constFirst().contains(u"\"127.0.0\" of the setting listenAddress"_s),
+             qPrintable(balloonTexts().constFirst()));
+
+    SessionClient client(home->path(u"vornaserver/_7.socket"_s));
+    QVERIFY(client.ask(u"listen"_s, {{u"address"_s, u"127.0.0.1"_s}}).isOk());
+    QVERIFY(server()->isListening());
+    QCOMPARE(light(), u"arancio"_s);
+    QVERIFY(toggle->isChecked());
+    QCOMPARE(balloonTexts().constLast(), u"Server Started... "_s);
+    // The menu agrees with that.
+    toggle->trigger();
+    QVERIFY(!server()->isListening());
+    QCOMPARE(light(), u"nero"_s);
 }
 
 void tst_Window::aFailedLaterStartIsRed()

@@ -11,10 +11,12 @@
 #include "support/session/PrivateHome.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QMetaMethod>
 #include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 
 #include <csignal>
 #include <memory>
@@ -104,6 +106,7 @@ private slots:
     void aLongAnswerLeavesTheOthersTheirTurns();
     void aLongAnswerThatNobodyReadsWaits();
     void aPeerThatLeavesALongAnswerIsNoticed();
+    void aLongAnswerEndsWithAConnectionThatIsClosedHere();
 
     void theConnectionThatHoldsMostGoes();
     void shortItemsCountAsTheyAreInMemory();
@@ -659,6 +662,25 @@ void tst_ClientHandler::aPeerThatLeavesALongAnswerIsNoticed()
     QVERIFY(waitUntil([&] { return sockets->peer.bytesAvailable() > 0; }));
     sockets->peer.abort();
     QVERIFY(waitUntil([&] { return handler.isNull(); }));
+    QCOMPARE(messages->warnings(), QStringList{u"Device Disconnected "_s});
+}
+
+void tst_ClientHandler::aLongAnswerEndsWithAConnectionThatIsClosedHere()
+{
+    handler->token.insert(u"k"_s, QString(mebibyte, u'x'));
+    handler->sendToken();
+    // The next piece has its turn already, and takes it before the connection is deleted.
+    connect(sockets->accepted.get(), &QIODevice::bytesWritten, this, [this] {
+        if (sockets->accepted->bytesToWrite() == 0) {
+            sockets->accepted->abort();
+        }
+    });
+    // A loop as in the program: waitUntil() deletes before everything else.
+    QEventLoop loop;
+    connect(handler, &QObject::destroyed, &loop, &QEventLoop::quit);
+    QTimer::singleShot(GenerousLimit, &loop, &QEventLoop::quit);
+    loop.exec();
+    QVERIFY(handler.isNull());
     QCOMPARE(messages->warnings(), QStringList{u"Device Disconnected "_s});
 }
 

@@ -54,6 +54,7 @@ protected:
     RecordingScreens screens;
     QStringList log; ///< What the server was asked for.
     SessionReply openingReply;
+    bool isListening = true;
     bool accepts = true;
     bool decidesLater = false;
     std::vector<std::function<void(bool)>> undecided;
@@ -64,6 +65,11 @@ protected:
         screens,
         [] { return u"den"_s; },
         [] { return quint16(49'152); },
+        [this] { return isListening; },
+        [this](const std::optional<QString> &address) {
+            log.append(u"listen "_s + address.value_or(u"-"_s));
+            return SessionReply::done({{u"address"_s, u"127.0.0.1"_s}});
+        },
         [this](const QString &address) {
             log.append(u"open "_s + address);
             return openingReply;
@@ -107,6 +113,7 @@ private slots:
         QDir(downloads.path()).removeRecursively();
         QDir().mkpath(downloads.path());
         openingReply = {};
+        isListening = true;
         accepts = true;
         decidesLater = false;
         undecided.clear();

@@ -61,6 +61,7 @@ private slots:
     void onlyTheUserMayUseTheSocket();
     void closingRemovesTheSocket();
     void theDoorMayBeOpenedAgain();
+    void openingAnOpenDoorKeepsItsSessions();
     void closingLeavesASocketOfAnotherServer();
     void aSecondServerHasNoSocket();
     void anAbandonedSocketIsReplaced();
@@ -105,6 +106,16 @@ void tst_SessionDoor::theDoorMayBeOpenedAgain()
         door->open(runtime.path());
         QVERIFY(!SessionClient(path()).greeting().isEmpty());
     }
+    QCOMPARE(messages->all(), QStringList());
+}
+
+void tst_SessionDoor::openingAnOpenDoorKeepsItsSessions()
+{
+    SessionClient client(path());
+    QVERIFY(!client.greeting().isEmpty());
+    door->open(runtime.path());
+    QVERIFY(client.ask(u"ping"_s).isOk());
+    QVERIFY(!SessionClient(path()).greeting().isEmpty());
     QCOMPARE(messages->all(), QStringList());
 }
 

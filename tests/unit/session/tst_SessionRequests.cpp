@@ -44,6 +44,10 @@ private slots:
     void theFirstInputConnectsTheProgram();
     void aRefusedDeviceIsServedNothing();
     void namesArePlainAndShort();
+
+    void theServerIsAskedWhereItListens();
+    void aDeviceDoesNotChangeWhereTheServerListens();
+    void aServerThatCouldNotStartServesOnlyWhatMendsIt();
 };
 
 void tst_SessionRequests::theGreetingSaysWhatTheDesktopCan()
@@ -191,6 +195,10 @@ void tst_SessionRequests::faultyRequestsAreRefused_data()
     row(u"pair"_s, R"({"name": "Anna", "device": "\ud800"})");
     row(u"pair"_s, R"({"name": "Anna", "device": ")" + QByteArray(1'025, 'd') + "\"}");
     row(u"ping"_s, R"({"body": 0})");
+    row(u"listen"_s, R"({"address": 5})");
+    row(u"listen"_s, R"({"address": null})");
+    row(u"listen"_s, R"({"address": "\ud800"})");
+    row(u"listen"_s, R"({"address": ")" + QByteArray(129, '1') + "\"}");
     row(u"keys"_s, "{}", u"unknown-request"_s);
     row(u""_s, "{}", u"unknown-request"_s);
 }
@@ -203,7 +211,7 @@ void tst_SessionRequests::faultyRequestsAreRefused()
     SessionClient client(path());
     QCOMPARE(errorOf(client, request, fields), error);
     QCOMPARE(record.calls, QStringList());
-    QVERIFY(log.filter(u"open"_s).isEmpty());
+    QVERIFY(log.filter(QRegularExpression(u"open|listen"_s)).isEmpty());
     QCOMPARE(errorOf(client, u"ping"_s), u"ok"_s);
 }
 
@@ -502,6 +510,43 @@ void tst_SessionRequests::namesArePlainAndShort()
     const QByteArray name = "<b>\\u202eAnna\\n" + QByteArray(200, 'x');
     QCOMPARE(errorOf(client, u"pair"_s, R"({"device": "d", "name": ")" + name + "\"}"), u"ok"_s);
     QCOMPARE(log.constLast(), u"connected <b> Anna "_s + QString(70, u'x') + u'…');
+}
+
+void tst_SessionRequests::theServerIsAskedWhereItListens()
+{
+    SessionClient client(path());
+    QCOMPARE(client.ask(u"listen"_s).fields.value("address"_L1).toString(), u"127.0.0.1"_s);
+    QCOMPARE(errorOf(client, u"listen"_s, R"({"address": ""})"), u"ok"_s);
+    QCOMPARE(errorOf(client, u"listen"_s, R"({"address": "::1"})"), u"ok"_s);
+    QCOMPARE(log, (QStringList{u"listen -"_s, u"listen "_s, u"listen ::1"_s}));
+}
+
+void tst_SessionRequests::aDeviceDoesNotChangeWhereTheServerListens()
+{
+    for (const bool isAccepted : {true, false}) {
+        accepts = isAccepted;
+        SessionClient client(path());
+        QVERIFY(client.ask(u"pair"_s, {{u"name"_s, u"Anna"_s}, {u"device"_s, u"d"_s}}).isOk() ==
+                isAccepted);
+        QCOMPARE(errorOf(client, u"listen"_s), u"refused"_s);
+        QCOMPARE(errorOf(client, u"listen"_s, R"({"address": ""})"), u"refused"_s);
+    }
+    QVERIFY(log.filter(u"listen"_s).isEmpty());
+}
+
+void tst_SessionRequests::aServerThatCouldNotStartServesOnlyWhatMendsIt()
+{
+    SessionClient client(path());
+    isListening = false;
+    QCOMPARE(errorOf(client, u"key"_s, R"({"key": "a"})"), u"failed"_s);
+    QCOMPARE(errorOf(client, u"pair"_s, R"({"name": "Anna", "device": "d"})"), u"failed"_s);
+    QCOMPARE(errorOf(client, u"file.list"_s), u"failed"_s);
+    QCOMPARE(errorOf(client, u"ping"_s), u"ok"_s);
+    QCOMPARE(errorOf(client, u"listen"_s), u"ok"_s);
+    QCOMPARE(record.calls, QStringList());
+    QCOMPARE(log, QStringList{u"listen -"_s});
+    isListening = true;
+    QCOMPARE(errorOf(client, u"key"_s, R"({"key": "a"})"), u"ok"_s);
 }
 
 QTEST_GUILESS_MAIN(tst_SessionRequests)

@@ -6,6 +6,8 @@
 #include "support/session/PrivateHome.h"
 
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTest>
@@ -30,6 +32,9 @@ private slots:
     void storingLeavesOtherKeysAlone();
     void pairedDevicesAreStoredUnderTheirKey();
     void aSingleTextIsAListOfOneDevice();
+    void theListenAddressIsStoredUnderItsKey();
+    void whatIsNoTextDoesNotReadAsAllAddresses_data();
+    void whatIsNoTextDoesNotReadAsAllAddresses();
 
 private:
     std::unique_ptr<PrivateHome> home;
@@ -101,6 +106,40 @@ void tst_StoredSettings::aSingleTextIsAListOfOneDevice()
 {
     QSettings().setValue("pairedDeviceList", u"a"_s);
     QCOMPARE(Settings::pairedDevices(), QStringList{u"a"_s});
+}
+
+void tst_StoredSettings::theListenAddressIsStoredUnderItsKey()
+{
+    QCOMPARE(Settings::listenAddress(), QString());
+    QVERIFY(Settings::storeListenAddress(u"127.0.0.1"_s));
+    QCOMPARE(QSettings().value("listenAddress"), QVariant(u"127.0.0.1"_s));
+    QCOMPARE(Settings::listenAddress(), u"127.0.0.1"_s);
+    QVERIFY(Settings::storeListenAddress({}));
+    QCOMPARE(Settings::listenAddress(), QString());
+}
+
+void tst_StoredSettings::whatIsNoTextDoesNotReadAsAllAddresses_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<QString>("address");
+
+    QTest::newRow("nothing") << QByteArray("") << QString();
+    QTest::newRow("nothing in quotes") << QByteArray("\"\"") << QString();
+    QTest::newRow("blanks around it") << QByteArray("\" 127.0.0.1 \"") << u"127.0.0.1"_s;
+    QTest::newRow("a list") << QByteArray("127.0.0.1, ::1") << u"127.0.0.1, ::1"_s;
+    QTest::newRow("bytes") << QByteArray("@ByteArray(127.0.0.1)") << u"?"_s;
+    QTest::newRow("another value") << QByteArray("@Size(1 2)") << u"?"_s;
+}
+
+void tst_StoredSettings::whatIsNoTextDoesNotReadAsAllAddresses()
+{
+    QFETCH(QByteArray, line);
+    QDir().mkpath(QFileInfo(QSettings().fileName()).path());
+    QFile file(QSettings().fileName());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("[General]\nlistenAddress=" + line + '\n');
+    file.close();
+    QTEST(Settings::listenAddress(), "address");
 }
 
 QTEST_GUILESS_MAIN(tst_StoredSettings)

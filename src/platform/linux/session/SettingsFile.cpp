@@ -24,12 +24,13 @@ constexpr std::chrono::milliseconds longestWait(2'000);
 constexpr std::chrono::seconds longestLife(30);
 constexpr unsigned long lookAgain = 10; // ms
 
-void write(QSettings &settings, const std::vector<Setting> &values)
+bool write(QSettings &settings, const std::vector<Setting> &values)
 {
     for (const auto &[key, value] : values) {
         settings.setValue(key, value);
     }
     settings.sync();
+    return settings.status() == QSettings::NoError;
 }
 
 bool isYoung(const QFileInfo &lock)
@@ -57,19 +58,17 @@ bool isUnlocked(const QString &file)
 }
 
 /// Writes a copy in a folder of its own, where nobody else has a lock, and renames it to the file.
-void writeBesideTheLock(const QFileInfo &file, const std::vector<Setting> &values)
+bool writeBesideTheLock(const QFileInfo &file, const std::vector<Setting> &values)
 {
     const QTemporaryDir folder(file.path() + u"/VornaServer-XXXXXX"_s);
     const QString copy = folder.filePath(file.fileName());
     if (file.exists() && !QFile::copy(file.filePath(), copy)) {
-        return;
+        return false;
     }
     QSettings settings(copy, QSettings::NativeFormat);
-    write(settings, values);
-    if (settings.status() == QSettings::NoError) {
-        std::rename(QFile::encodeName(copy).constData(),
-                    QFile::encodeName(file.filePath()).constData());
-    }
+    return write(settings, values) &&
+           std::rename(QFile::encodeName(copy).constData(),
+                       QFile::encodeName(file.filePath()).constData()) == 0;
 }
 
 /// The file that a link points to, so that the link is kept.
@@ -81,14 +80,13 @@ QFileInfo target(const QString &name)
 
 } // namespace
 
-void storeSettings(const std::vector<Setting> &values)
+bool storeSettings(const std::vector<Setting> &values)
 {
     QSettings settings;
     if (isUnlocked(settings.fileName())) {
-        write(settings, values);
-    } else if (settings.isWritable()) {
-        writeBesideTheLock(target(settings.fileName()), values);
+        return write(settings, values);
     }
+    return settings.isWritable() && writeBesideTheLock(target(settings.fileName()), values);
 }
 
 } // namespace platform

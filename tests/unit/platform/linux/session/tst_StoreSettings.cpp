@@ -86,8 +86,8 @@ private:
 
 void tst_StoreSettings::valuesAreWrittenInTheirOrder()
 {
-    platform::storeSettings(
-        {{u"b"_s, QVariant(true)}, {u"a"_s, QVariant(QStringList({u"x"_s, u"y"_s}))}});
+    QVERIFY(platform::storeSettings(
+        {{u"b"_s, QVariant(true)}, {u"a"_s, QVariant(QStringList({u"x"_s, u"y"_s}))}}));
     QCOMPARE(contentOf(settingsFile()), QByteArray("[General]\na=x, y\nb=true\n"));
     QVERIFY(!QFileInfo::exists(lockFile()));
 }
@@ -124,8 +124,8 @@ void tst_StoreSettings::aLockIsNotWaitedForLong()
     }
     QElapsedTimer time;
     time.start();
-    platform::storeSettings(
-        {{u"b"_s, QVariant(2)}, {u"c"_s, QVariant(QStringList({u"x"_s, u"y"_s}))}});
+    QVERIFY(platform::storeSettings(
+        {{u"b"_s, QVariant(2)}, {u"c"_s, QVariant(QStringList({u"x"_s, u"y"_s}))}}));
     QVERIFY2(time.elapsed() < 6'000, qPrintable(QString::number(time.elapsed())));
     QVERIFY(QFileInfo::exists(lockFile()));
     if (QFileInfo(lockFile()).isFile()) {
@@ -214,8 +214,9 @@ void tst_StoreSettings::aFileThatMustNotBeWrittenIsNotReplaced()
 {
     // A folder, which nobody can write as a file, whatever the permissions are.
     QVERIFY(QDir().mkpath(settingsFile()));
+    QVERIFY(!platform::storeSettings({{u"b"_s, QVariant(2)}}));
     writeFile(lockFile(), "");
-    platform::storeSettings({{u"b"_s, QVariant(2)}});
+    QVERIFY(!platform::storeSettings({{u"b"_s, QVariant(2)}}));
     QVERIFY(QFileInfo(settingsFile()).isDir());
 }
 

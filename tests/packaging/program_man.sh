@@ -2,14 +2,14 @@
 # SPDX-FileCopyrightText: 2026 The VornaServer developers
 # SPDX-License-Identifier: MIT
 #
-# vornaserver_man.sh: the server's man page is well formed and knows every option that --help lists
-# and the version. Needs VORNA_SERVER.
+# program_man.sh PROGRAM PAGE: the program's man page is well formed and knows every option that --help
+# lists and the version.
 #
 # shellcheck disable=SC2317  # much is called by way of check
 set -euo pipefail
 
-page=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../packaging" && pwd)/man/VornaServer.1
-: "${VORNA_SERVER:?names the program}"
+program=$1
+page=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../packaging" && pwd)/man/$2
 # shellcheck source=tests/support/check.sh
 . "$(dirname "${BASH_SOURCE[0]}")/../support/check.sh"
 
@@ -23,11 +23,11 @@ contains() { grep -qE -- "$2" <<<"$1"; }
 
 check "mandoc has no complaint" mandoc -T lint -W warning "$page"
 check "groff has no warning" is_silent man --warnings -E UTF-8 -Tutf8 -Z -l "$page"
-check "the version is the program's" grep -qF "\"$("$VORNA_SERVER" --version)\"" "$page"
+check "the version is the program's" grep -qF "\"$("$program" --version)\"" "$page"
 text=$(MANWIDTH=100 man -E UTF-8 -l "$page" | col -bx)
-mapfile -t options < <("$VORNA_SERVER" --help | sed -n 's/^  \(-[a-z-]*\) .*/\1/p')
+mapfile -t options < <("$program" --help | sed -nE 's/^  (-[a-z], )?(-[a-z-]*)[ =].*/\2/p')
 check "there are options" [ "${#options[@]}" -ge 5 ]
 for option in "${options[@]}"; do
-    check "the page describes $option" contains "$text" "^ +$option( |\$)"
+    check "the page describes $option" contains "$text" "^ +(-[a-z], )?$option( |\$)"
 done
 exit "$((failures > 0))"

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "program/PrivateFile.h"
+#include "lib/PrivateFile.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -13,7 +13,6 @@ using namespace Qt::StringLiterals;
 namespace quillmote::PrivateFile {
 namespace {
 
-constexpr qint64 largest = 4096;
 constexpr auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner;
 
 /// An existing folder keeps its permissions.
@@ -34,11 +33,11 @@ QString problemWithFolder(const QString &path)
 
 } // namespace
 
-QByteArray read(const QString &path)
+QByteArray read(const QString &path, qint64 limit)
 {
     QFile file(path);
-    const bool isSmallFile = QFileInfo(path).isFile() && file.size() <= largest;
-    return isSmallFile && file.open(QIODevice::ReadOnly) ? file.read(largest) : QByteArray();
+    const bool isWithinLimit = QFileInfo(path).isFile() && file.size() <= limit;
+    return isWithinLimit && file.open(QIODevice::ReadOnly) ? file.read(limit) : QByteArray();
 }
 
 QString replace(const QString &path, const QByteArray &content)

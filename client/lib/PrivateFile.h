@@ -9,8 +9,8 @@
 /// Small files that only their owner may read.
 namespace quillmote::PrivateFile {
 
-/// Empty if there is no such file, or if it is larger than 4 KiB.
-QByteArray read(const QString &path);
+/// Empty if there is no such file, or if it is larger than `limit` bytes.
+QByteArray read(const QString &path, qint64 limit = 4096);
 
 /// Replaces the whole file, or leaves it unchanged and returns the reason. Missing folders are
 /// made.

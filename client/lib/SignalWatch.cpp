@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-#include "program/SignalWatch.h"
+#include "lib/SignalWatch.h"
 
 #include <array>
 #include <cerrno>

@@ -1,0 +1,174 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "web/program/Reception.h"
+
+#include "web/program/Farewell.h"
+
+#include <QTimer>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace quillmote {
+
+using namespace std::chrono_literals;
+
+struct Reception::Stranger
+{
+    std::unique_ptr<QWebSocket> socket;
+    QHostAddress address;
+    bool isLocal = false;
+    bool hasSpoken = false;
+    QTimer *limit =
+        nullptr; // until it must have spoken, or until it is told that its secret is wrong
+};
+
+Reception::Reception(const WebStore &phones, const PairingCodes &pairingCodes, QByteArray desk)
+    : store(phones)
+    , codes(pairingCodes)
+    , deskSecret(std::move(desk))
+{
+}
+
+Reception::~Reception()
+{
+    while (!strangers.empty()) {
+        dismiss(strangers.front(), CloseCode::GoingAway);
+    }
+}
+
+void Reception::receive(std::unique_ptr<QWebSocket> socket, bool isLocal)
+{
+    if (strangers.size() >= mostStrangers) {
+        dismiss(strangers.front(), CloseCode::TooMany);
+    }
+    auto stranger = std::make_shared<Stranger>();
+    stranger->socket = std::move(socket);
+    stranger->address = stranger->socket->peerAddress();
+    stranger->isLocal = isLocal;
+    stranger->limit = new QTimer(this);
+    stranger->limit->setSingleShot(true);
+    stranger->limit->setTimerType(Qt::PreciseTimer); // who is wrong waits no less than it should
+    strangers.push_back(stranger);
+    const std::weak_ptr<Stranger> known = stranger;
+    const QWebSocket *peer = stranger->socket.get();
+    connect(peer, &QWebSocket::binaryMessageReceived, this, [this, known](const QByteArray &first) {
+        if (const auto speaker = known.lock()) {
+            hear(speaker, first);
+        }
+    });
+    connect(peer, &QWebSocket::textMessageReceived, this, [this, known] {
+        if (const auto speaker = known.lock()) {
+            fail(speaker, CloseCode::BrokenMessage);
+        }
+    });
+    connect(peer, &QWebSocket::disconnected, this, [this, known] {
+        if (const auto speaker = known.lock()) {
+            forget(speaker);
+        }
+    });
+    connect(stranger->limit, &QTimer::timeout, this, [this, known] {
+        if (const auto speaker = known.lock()) {
+            dismiss(speaker, CloseCode::BrokenMessage);
+        }
+    });
+    stranger->limit->start(timeToShow);
+}
+
+void Reception::hear(const std::shared_ptr<Stranger> &stranger, const QByteArray &first)
+{
+    if (std::exchange(stranger->hasSpoken, true)) {
+        return;
+    }
+    const auto wait = guard.shutOut(stranger->address, AttemptGuard::Clock::now());
+    if (wait > 0s) {
+        dismiss(stranger, CloseCode::ShutOut, QString::number(wait.count()));
+        return;
+    }
+    const auto introduction = readIntroduction(first);
+    if (!introduction) {
+        fail(stranger, CloseCode::BrokenMessage);
+        return;
+    }
+    bool isIn = false;
+    if (introduction->credential == Credential::Phone) {
+        const KnownPhone *phone = store.find(introduction->id);
+        isIn = phone &&
+               letIn(stranger, first, phone->secret, {nullptr, Credential::Phone, phone->id, {}});
+    } else if (introduction->credential == Credential::Desk) {
+        isIn = stranger->isLocal &&
+               letIn(stranger, first, deskSecret, {nullptr, Credential::Desk, {}, {}});
+    } else {
+        for (const OneTimeCode &code : codes.valid()) {
+            isIn = isIn ||
+                   letIn(stranger, first, code.secret(), {nullptr, Credential::Code, {}, code});
+        }
+    }
+    if (!isIn) {
+        fail(stranger, CloseCode::UnknownSecret);
+    }
+}
+
+bool Reception::letIn(const std::shared_ptr<Stranger> &stranger, const QByteArray &first,
+                      const QByteArray &secret, Guest guest)
+{
+    auto accepted = acceptHandshake(first, secret, greeting);
+    if (!accepted) {
+        return false;
+    }
+    stranger->limit->stop();
+    std::unique_ptr<QWebSocket> socket = std::move(stranger->socket);
+    socket->disconnect(this);
+    forget(stranger);
+    socket->sendBinaryMessage(accepted->answer);
+    guest.socket = std::make_unique<SecureSocket>(std::move(socket), std::move(accepted->channel));
+    onGuest(std::move(guest));
+    return true;
+}
+
+/// The answer comes late for whoever was wrong before.
+void Reception::fail(const std::shared_ptr<Stranger> &stranger, CloseCode code)
+{
+    stranger->hasSpoken = true;
+    const auto delay = guard.addWrong(stranger->address, AttemptGuard::Clock::now());
+    if (delay <= 0ms) {
+        dismiss(stranger, code);
+        return;
+    }
+    const std::weak_ptr<Stranger> known = stranger;
+    stranger->limit->disconnect(this);
+    connect(stranger->limit, &QTimer::timeout, this, [this, known, code] {
+        if (const auto speaker = known.lock()) {
+            dismiss(speaker, code);
+        }
+    });
+    stranger->limit->start(delay);
+}
+
+void Reception::dismiss(const std::shared_ptr<Stranger> &stranger, CloseCode code,
+                        const QString &reason)
+{
+    const std::shared_ptr<Stranger> leaving = stranger; // the list may hold the last one
+    leaving->socket->disconnect(this);
+    leaving->socket->close(static_cast<QWebSocketProtocol::CloseCode>(code), reason);
+    forget(leaving);
+}
+
+void Reception::forget(const std::shared_ptr<Stranger> &stranger)
+{
+    const std::shared_ptr<Stranger> leaving = stranger;
+    leaving->limit->disconnect(this);
+    leaving->limit->stop();
+    leaving->limit->deleteLater();
+    std::erase(strangers, leaving);
+    if (leaving->socket) {
+        leaving->socket->disconnect(this);
+        farewell(std::move(leaving->socket));
+    }
+}
+
+} // namespace quillmote
