@@ -11,6 +11,10 @@ import { chromium } from "playwright-core";
 
 const limit = Number(process.env.LIMIT_MILLISECONDS ?? 20000);
 
+/** What Chromium says of itself on a phone. */
+const phone = "Mozilla/5.0 (Linux; Android 10; K) AppleWebKit/537.36 (KHTML, like Gecko) " +
+    "Chrome/150.0.0.0 Mobile Safari/537.36";
+
 const browser = await chromium.launch({
     executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium",
     headless: true,
@@ -62,6 +66,7 @@ const commands = {
             colorScheme: dark ? "dark" : "light",
             locale,
             isMobile: mobile,
+            ...(mobile ? { userAgent: phone } : {}),
             hasTouch: mobile,
             acceptDownloads: true,
         });

@@ -433,14 +433,14 @@ void tst_PhonePage::keysArrive()
     QFETCH(QList<Expected>, buttons);
     QVERIFY(observe());
     QVERIFY(openView(view));
-    for (const auto &[selector, key] : buttons) {
+    for (const Expected &button : buttons) {
         observer->clear();
-        QVERIFY2(page->tap(PageElement::of(selector)), qPrintable(selector));
-        QVERIFY2(waitUntil([&] { return observer->pressedKeys().contains(key); }),
-                 qPrintable(selector + u" brings "_s +
+        QVERIFY2(page->tap(PageElement::of(button.selector)), qPrintable(button.selector));
+        QVERIFY2(waitUntil([&] { return observer->pressedKeys().contains(button.key); }),
+                 qPrintable(button.selector + u" brings "_s +
                             QString::fromLatin1(observer->pressedKeys().join(' '))));
         QVERIFY(waitUntil([&] { return observer->isNothingDown(); }));
-        QCOMPARE(observer->pressedKeys().count(key), 1);
+        QCOMPARE(observer->pressedKeys().count(button.key), 1);
     }
 }
 
@@ -461,14 +461,15 @@ void tst_PhonePage::keysRepeatWhileTheyAreHeld()
 void tst_PhonePage::aModifierIsForOneKey()
 {
     QVERIFY(observe());
-    for (const auto &[modifier, prefix] : {std::pair(u"Control"_s, QByteArray("Control+")),
-                                           std::pair(u"Shift"_s, QByteArray("Shift+"))}) {
+    for (const char *modifier : {"Control", "Shift"}) {
         observer->clear();
-        const PageElement button = PageElement::of(u"#key-row [data-key=%1]"_s.arg(modifier));
+        const PageElement button =
+            PageElement::of(u"#key-row [data-key=%1]"_s.arg(QLatin1StringView(modifier)));
         QVERIFY(page->tap(button));
         QCOMPARE(page->attribute(button, u"data-state"_s), u"once"_s);
         QVERIFY(page->tap(PageElement::of(u"#key-row [data-key=ArrowLeft]"_s)));
-        QVERIFY(waitUntil([&] { return observer->pressedKeys().contains(prefix + "Left"); }));
+        QVERIFY(waitUntil(
+            [&] { return observer->pressedKeys().contains(modifier + QByteArray("+Left")); }));
         QCOMPARE(page->attribute(button, u"data-state"_s), u"off"_s);
         QVERIFY(page->tap(PageElement::of(u"#key-row [data-key=Home]"_s)));
         QVERIFY(waitUntil([&] { return observer->pressedKeys().contains("Home"); }));
