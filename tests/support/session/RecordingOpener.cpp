@@ -15,8 +15,15 @@ const char EntryName[] = "recording-opener.desktop";
 /// Without a desktop environment xdg-open asks file(1) for the kind of a file, which decides by
 /// what is in it.
 const QList<QByteArray> Kinds{
-    "x-scheme-handler/http", "x-scheme-handler/https", "text/plain",    "application/octet-stream",
-    "application/json",      "inode/x-empty",          "text/markdown", "image/png",
+    "x-scheme-handler/http",
+    "x-scheme-handler/https",
+    "text/plain",
+    "text/html",
+    "application/octet-stream",
+    "application/json",
+    "inode/x-empty",
+    "text/markdown",
+    "image/png",
 };
 
 void writeFile(const QString &path, const QByteArray &text)
