@@ -176,11 +176,11 @@ void tst_PhoneConnections::aCodeCanBeTyped()
     QVERIFY(page->await(stateIs(u"door"_s)));
     QVERIFY(page->tap(PageElement::of(u"#code"_s)));
     QVERIFY(page->insert(u"abc"_s));
-    QVERIFY(page->tap(PageElement::of(u"#code-form button"_s)));
+    QVERIFY(page->tap(PageElement::of(u"#code-part button"_s)));
     QVERIFY(page->await(u"document.getElementById('code-fault').textContent !== ''"_s));
     QVERIFY(page->fill(PageElement::of(u"#code"_s),
                        code.first(4).toLower() + u'-' + code.sliced(4).toLower()));
-    QVERIFY(page->tap(PageElement::of(u"#code-form button"_s)));
+    QVERIFY(page->tap(PageElement::of(u"#code-part button"_s)));
     QVERIFY(page->awaitReady());
 }
 
