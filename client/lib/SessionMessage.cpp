@@ -126,14 +126,13 @@ SessionMessage SessionMessage::pair(const QString &name, const QString &device)
     return message;
 }
 
-SessionMessage SessionMessage::listen()
+SessionMessage SessionMessage::listen(const std::optional<QString> &address)
 {
-    return {u"listen"_s, {}, {}};
-}
-
-SessionMessage SessionMessage::listenAt(const QString &address)
-{
-    return {u"listen"_s, {{u"address"_s, address}}, {}};
+    SessionMessage message{u"listen"_s, {}, {}};
+    if (address) {
+        message.fields.insert(u"address"_s, *address);
+    }
+    return message;
 }
 
 SessionMessage SessionMessage::ping()

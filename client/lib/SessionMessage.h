@@ -57,10 +57,8 @@ struct SessionMessage
     static SessionMessage screens();
     static SessionMessage watchScreens();
     static SessionMessage pair(const QString &name, const QString &device);
-    /// Where the server listens for handhelds of the network.
-    static SessionMessage listen();
-    /// Has it listen there; empty for all addresses.
-    static SessionMessage listenAt(const QString &address);
+    /// Where the server listens for the network, unchanged or from now on; empty: everywhere.
+    static SessionMessage listen(const std::optional<QString> &address = std::nullopt);
     static SessionMessage ping();
 };
 

@@ -183,6 +183,16 @@ constexpr std::array commandTable = {
         "  quillmote type --restore me@example.org"_L1,
         0, unlimited, Commands::type},
     CommandEntry{
+        "listen"_L1, "[all|ADDRESS]"_L1, "close the server to the network, or open it"_L1,
+        "Makes the server of this desktop listen at this address of the computer only, now\n"
+        "and after each start. With 127.0.0.1 no other computer reaches it or finds it;\n"
+        "programs of this desktop do. \"all\" opens it to the network again. Connections to\n"
+        "other addresses end. Without ADDRESS it is shown where the server listens."_L1,
+        "  quillmote listen\n"
+        "  quillmote listen 127.0.0.1\n"
+        "  quillmote listen all"_L1,
+        0, 1, Commands::listen},
+    CommandEntry{
         "watch"_L1, noValues, "report changes of the clipboard and the screens"_L1,
         "Prints a line whenever the contents of the clipboard or the screens change, until\n"
         "Ctrl+C or --timeout. Only the server of this desktop can do this."_L1,

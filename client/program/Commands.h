@@ -24,6 +24,7 @@ Terminal::ExitCode scroll(const Arguments &arguments);
 Terminal::ExitCode drag(const Arguments &arguments);
 Terminal::ExitCode hold(const Arguments &arguments);
 Terminal::ExitCode get(const Arguments &arguments);
+Terminal::ExitCode listen(const Arguments &arguments);
 Terminal::ExitCode watch(const Arguments &arguments);
 Terminal::ExitCode remote(const Arguments &arguments);
 

@@ -48,7 +48,7 @@ _quillmote_files() { _quillmote_lines "$1" get --local; }
 _quillmote_applications() { _quillmote_lines "$1" open --list --local; }
 
 _quillmote() {
-    local commands='discover info pair key hold move click drag scroll open copy paste send get type watch remote'
+    local commands='discover info pair key hold move click drag scroll open copy paste send get type listen watch remote'
     local options='--local --server --host --port --timeout --json --help --version'
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command='' word
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
@@ -91,6 +91,8 @@ _quillmote() {
         mapfile -t COMPREPLY < <(compgen -W 'left right middle center back forward double' -- "$current")
     elif [ "$command" = scroll ]; then
         mapfile -t COMPREPLY < <(compgen -W 'up down left right' -- "$current")
+    elif [ "$command" = listen ]; then
+        mapfile -t COMPREPLY < <(compgen -W 'all 127.0.0.1' -- "$current")
     elif [ "$command" = key ] || [ "$command" = hold ]; then
         _quillmote_keys "$current"
     elif [ "$command" = get ]; then

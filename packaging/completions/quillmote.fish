@@ -23,7 +23,7 @@ function __quillmote_lines
     type -q quillmote; and quillmote $argv --local 2>/dev/null | cut -f1
 end
 
-set -l commands discover info pair key hold move click drag scroll open copy paste send get type watch remote
+set -l commands discover info pair key hold move click drag scroll open copy paste send get type listen watch remote
 
 complete -c quillmote -f
 complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a discover -d 'list the servers on the local network'
@@ -41,10 +41,12 @@ complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a paste -d
 complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a send -d 'send files'
 complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a get -d 'fetch files from the download directory'
 complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a type -d 'type a text'
+complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a listen -d 'close the server to the network, or open it'
 complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a watch -d 'report changes of the clipboard and the screens'
 complete -c quillmote -n "not __fish_seen_subcommand_from $commands" -a remote -d 'use this terminal as the handheld'
 complete -c quillmote -n '__fish_seen_subcommand_from click' -a 'left right middle center back forward double'
 complete -c quillmote -n '__fish_seen_subcommand_from scroll' -a 'up down left right'
+complete -c quillmote -n '__fish_seen_subcommand_from listen' -a 'all 127.0.0.1'
 complete -c quillmote -n '__fish_seen_subcommand_from get' -a '(__quillmote_lines get)'
 complete -c quillmote -n '__fish_seen_subcommand_from open' -a '(__quillmote_lines open --list)'
 complete -c quillmote -n '__fish_seen_subcommand_from send' -F

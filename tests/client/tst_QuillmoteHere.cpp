@@ -128,6 +128,8 @@ private slots:
     void refusalsHaveTheirStatusAndWord();
     void manyKeysAreSentAheadOfTheirAnswers();
     void longTextsGoInPieces();
+    void theServerIsToldWhereToListen_data();
+    void theServerIsToldWhereToListen();
     void infoShowsTheScreens();
     void theClipboardKeepsEveryByte();
     void aTextBeyondTheClipboardIsNotSent();
@@ -413,6 +415,47 @@ void tst_QuillmoteHere::longTextsGoInPieces()
         typed += piece;
     }
     QVERIFY(typed == text);
+}
+
+void tst_QuillmoteHere::theServerIsToldWhereToListen_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::addColumn<QByteArray>("spoken");
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<QByteArray>("line");
+    QTest::newRow("nowhere else") << QStringList{u"listen"_s}
+                                  << QByteArray(R"({"request":"listen"})")
+                                  << QByteArray(R"({"address":"","listening":true,"port":4711})")
+                                  << QByteArray("Listens at all addresses, port 4711\n");
+    QTest::newRow("all") << QStringList{u"listen"_s, u"all"_s}
+                         << QByteArray(R"({"address":"","request":"listen"})")
+                         << QByteArray(R"({"address":"","listening":true,"port":4711})")
+                         << QByteArray("Listens at all addresses, port 4711\n");
+    QTest::newRow("here") << QStringList{u"listen"_s, u"127.0.0.1"_s}
+                          << QByteArray(R"({"address":"127.0.0.1","request":"listen"})")
+                          << QByteArray(R"({"address":"127.0.0.1","listening":true,"port":4711})")
+                          << QByteArray("Listens at 127.0.0.1, port 4711\n");
+    QTest::newRow("not started") << QStringList{u"listen"_s}
+                                 << QByteArray(R"({"request":"listen"})")
+                                 << QByteArray(
+                                        R"({"address":"192.0.2.1","listening":false,"port":0})")
+                                 << QByteArray("Does not listen: the setting is \"192.0.2.1\"\n");
+}
+
+void tst_QuillmoteHere::theServerIsToldWhereToListen()
+{
+    QFETCH(QStringList, words);
+    QFETCH(QByteArray, spoken);
+    QFETCH(QByteArray, answer);
+    QFETCH(QByteArray, line);
+    const QJsonObject fields = QJsonDocument::fromJson(answer).object();
+    server->onRequest = [&](const Request &) { return done(fields); };
+    const Run plain = run(words);
+    QVERIFY2(plain.status == 0, plain.errors.constData());
+    QCOMPARE(plain.output, line);
+    QCOMPARE(server->spoken(), spoken + '\n');
+    const Run json = run(words + QStringList{u"--json"_s});
+    QCOMPARE(QJsonDocument::fromJson(json.output).object(), fields);
 }
 
 void tst_QuillmoteHere::infoShowsTheScreens()
@@ -827,8 +870,9 @@ void tst_QuillmoteHere::commandsOfThisDesktopAreRefusedElsewhere_data()
     QTest::addColumn<QStringList>("words");
     QTest::addColumn<QByteArray>("sentence");
     const QByteArray unable = "only the server of this desktop can";
-    for (const char *words : {"scroll down", "drag 1 1", "hold a", "get", "get a", "watch",
-                              "open --list", "open --application a", "key Enter", "key super+a"}) {
+    for (const char *words :
+         {"scroll down", "drag 1 1", "hold a", "get", "get a", "watch", "listen", "listen all",
+          "open --list", "open --application a", "key Enter", "key super+a"}) {
         QTest::newRow(words) << QString::fromLatin1(words).split(u' ') << unable;
     }
     QTest::newRow("fractions") << QStringList{u"move"_s, u"1.5"_s, u"0"_s}

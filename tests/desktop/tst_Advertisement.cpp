@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "support/Folders.h"
+#include "support/protocol/SessionClient.h"
 #include "support/session/AvahiDaemon.h"
 #include "support/session/NetworkNamespaces.h"
 #include "support/session/ServerScene.h"
@@ -21,16 +22,10 @@ const QString ServiceType = u"_quillmote._tcp"_s;
 /// How long a handheld may keep showing a server that has been stopped.
 constexpr auto GoneLimit = 3s;
 
-/// Sends a token to the server from another host and waits for the answer. The connection goes
-/// through socat, since a socket belongs to the host of the process that made it.
-std::optional<QVariantMap> ask(const NetworkHost &host, const SeenService &service,
-                               const QByteArray &token)
+/// Sends a token to the server and waits for the answer. The connection goes through socat, since a
+/// socket belongs to the host of the process that made it.
+std::optional<QVariantMap> ask(ChildProcess &connection, const QByteArray &token)
 {
-    ChildProcess connection;
-    connection.setLastPreparation(host.entry());
-    connection.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    connection.start(
-        u"socat"_s, {u"STDIO"_s, u"TCP:%1:%2"_s.arg(service.address.toString()).arg(service.port)});
     connection.write(token);
     QByteArray answer;
     waitUntil([&] {
@@ -38,6 +33,22 @@ std::optional<QVariantMap> ask(const NetworkHost &host, const SeenService &servi
         return answer.endsWith(";}") || connection.state() == QProcess::NotRunning;
     });
     return readAnswer(answer);
+}
+
+void connectTo(const SeenService &service, ChildProcess &connection, const NetworkHost &host)
+{
+    connection.setLastPreparation(host.entry());
+    connection.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    connection.start(
+        u"socat"_s, {u"STDIO"_s, u"TCP:%1:%2"_s.arg(service.address.toString()).arg(service.port)});
+}
+
+std::optional<QVariantMap> ask(const NetworkHost &host, const SeenService &service,
+                               const QByteArray &token)
+{
+    ChildProcess connection;
+    connectTo(service, connection, host);
+    return ask(connection, token);
 }
 
 std::optional<QVariantMap> askForInfo(const NetworkHost &host, const SeenService &service)
@@ -86,6 +97,10 @@ private slots:
     void nameTakenByAnotherHostIsAvoided();
     void nameThatIsTooLongIsCutBetweenCharacters();
 
+    void closedServerIsNeitherFoundNorReached();
+    void openServerIsClosedAndOpenedAtOnce();
+    void serverAtOneAddressIsReachedThereOnly();
+
     void startedProgramsInheritNoDescriptors();
     void libraryDoesNotComplainToTheUser();
 
@@ -93,6 +108,16 @@ private:
     void launch();
     bool chooseStartStop() const { return scene->menu().choose(TrayMenu::Item::StartStop); }
     QString hostName() const { return network->server().name(); }
+    /// As a program of the user does.
+    bool listenAt(const QString &address) const
+    {
+        SessionClient program(scene->session().serverSocket());
+        return program.ask(u"listen"_s, {{u"address"_s, address}}).isOk();
+    }
+    bool isReachedFrom(const NetworkHost &host, const QString &address) const
+    {
+        return askForInfo(host, {QHostAddress(address), scene->port(), {}}).has_value();
+    }
 
     std::unique_ptr<NetworkNamespaces> network;
     std::unique_ptr<AvahiDaemon> serverDaemon;
@@ -127,6 +152,7 @@ void tst_Advertisement::init()
         QVERIFY(serverDaemon->start());
     }
     QVERIFY(network->server().setName(hostName()));
+    scene->beginAnew();
 }
 
 void tst_Advertisement::cleanup()
@@ -319,6 +345,58 @@ void tst_Advertisement::nameThatIsTooLongIsCutBetweenCharacters()
     QVERIFY(service);
     QCOMPARE(service->port, second.port());
     QCOMPARE(second.end(), std::optional(0));
+}
+
+void tst_Advertisement::closedServerIsNeitherFoundNorReached()
+{
+    scene->storeSetting(u"listenAddress"_s, u"127.0.0.1"_s);
+    launch();
+    QVERIFY(isReachedFrom(network->server(), u"127.0.0.1"_s));
+    QVERIFY(!isReachedFrom(network->handheld(), network->server().address()));
+    QVERIFY(!isReachedFrom(network->server(), network->server().address()));
+    serverDaemon->stop();
+    QVERIFY(serverDaemon->start());
+    // Nothing may happen, so there is no condition to wait for.
+    QVERIFY(!browser->waitFor(hostName(), 3s));
+}
+
+void tst_Advertisement::openServerIsClosedAndOpenedAtOnce()
+{
+    launch();
+    const auto open = browser->waitFor(hostName());
+    QVERIFY(open);
+    ChildProcess connection;
+    connectTo(*open, connection, network->handheld());
+    QVERIFY(ask(connection, serverInfo()));
+    QVERIFY(scene->showsLight(StatusLight::Green));
+
+    QVERIFY(listenAt(u"127.0.0.1"_s));
+    QVERIFY(waitUntil([&] { return connection.state() == QProcess::NotRunning; }));
+    QVERIFY(browser->waitUntilGone(hostName(), GoneLimit));
+    QVERIFY(scene->showsLight(StatusLight::Orange));
+    QVERIFY(!isReachedFrom(network->handheld(), network->server().address()));
+    QVERIFY(isReachedFrom(network->server(), u"127.0.0.1"_s));
+
+    // It stays so after the next start.
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+    launch();
+    QVERIFY(!isReachedFrom(network->handheld(), network->server().address()));
+
+    QVERIFY(listenAt(QString()));
+    const auto again = browser->waitFor(hostName());
+    QVERIFY(again);
+    QCOMPARE(again->port, scene->port());
+    QVERIFY(askForInfo(network->handheld(), *again));
+}
+
+void tst_Advertisement::serverAtOneAddressIsReachedThereOnly()
+{
+    scene->storeSetting(u"listenAddress"_s, network->server().address());
+    launch();
+    const auto service = browser->waitFor(hostName());
+    QVERIFY(service);
+    QVERIFY(askForInfo(network->handheld(), *service));
+    QVERIFY(!isReachedFrom(network->server(), u"127.0.0.1"_s));
 }
 
 void tst_Advertisement::startedProgramsInheritNoDescriptors()

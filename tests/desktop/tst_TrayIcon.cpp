@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "support/process/LackOfPorts.h"
+#include "support/protocol/SessionClient.h"
 #include "support/session/ServerScene.h"
 #include "support/x11/TrayDouble.h"
 
@@ -30,6 +31,7 @@ private slots:
     void isBlackOnceTheServerIsStopped();
     void isRedWhenTheServerHasNoPortToListenOn();
     void isRedWhenARestartFailsAndOrangeOnceItWorks();
+    void isRedWhenTheAddressIsNoneAndOrangeOnceItIsMended();
     void turnsOrangeWhenOneOfTwoDevicesLeaves();
     void startBalloonIsSeenAtTheIcon();
     void listensAtOnceWhereTheTrayTakesNoIconIn();
@@ -166,6 +168,31 @@ void tst_TrayIcon::isRedWhenARestartFailsAndOrangeOnceItWorks()
     QVERIFY(scene->menu().choose(Item::StartStop));
     QVERIFY(scene->showsLight(StatusLight::Orange));
     QVERIFY(scene->server().isListening());
+}
+
+void tst_TrayIcon::isRedWhenTheAddressIsNoneAndOrangeOnceItIsMended()
+{
+    scene->storeSetting(u"listenAddress"_s, u"192.168.1.300"_s);
+    scene->launch();
+    QVERIFY(scene->showsLight(StatusLight::Red));
+    QVERIFY(!scene->server().isListening());
+    const qint64 process = scene->server().processId();
+    QVERIFY(waitUntil([&] { return scene->view().balloon(process).has_value(); }));
+    QVERIFY(scene->view().saveScreenshot(u"light-red-address"_s));
+    // The menu tries again.
+    QVERIFY(closeBalloon());
+    QVERIFY(scene->menu().choose(Item::StartStop));
+    QVERIFY(closeBalloon());
+    QVERIFY(scene->showsLight(StatusLight::Red));
+
+    SessionClient program(scene->session().serverSocket());
+    QVERIFY(program.ask(u"listen"_s, {{u"address"_s, u"127.0.0.1"_s}}).isOk());
+    QVERIFY(scene->showsLight(StatusLight::Orange));
+    QVERIFY(Handheld(scene->port()).isServed());
+    // Now the same choice stops it.
+    QVERIFY(closeBalloon());
+    QVERIFY(stopByMenu());
+    QVERIFY(scene->showsLight(StatusLight::Black));
 }
 
 void tst_TrayIcon::turnsOrangeWhenOneOfTwoDevicesLeaves()

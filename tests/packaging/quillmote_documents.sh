@@ -124,6 +124,7 @@ check_bash() {
     check "a modifier gets no blank" contains "$(bash_completes key Cm)" '^compopt -o nospace$'
     check "a key gets its blank" [ "$(bash_completes key Spa)" = Space ]
     check "buttons to drag with" [ "$(bash_completes drag --button f)" = forward ]
+    check "addresses" [ "$(bash_completes listen '' | xargs)" = "all 127.0.0.1" ]
     check "directions" [ "$(bash_completes scroll '' | xargs)" = "up down left right" ]
     check "files" contains "$(cd "$packaging" && bash_completes send man)" '^man$'
     check "a command behind an option" [ "$(bash_completes --json pas)" = paste ]

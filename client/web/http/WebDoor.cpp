@@ -3,8 +3,6 @@
 
 #include "web/http/WebDoor.h"
 
-#include "web/http/WebVisitor.h"
-
 #include <QSslConfiguration>
 #include <QSysInfo>
 #include <QTcpSocket>
@@ -88,7 +86,7 @@ void dropWhenUntaken(QTcpSocket *socket)
 
 } // namespace
 
-WebDoor::WebDoor(QObject *parent) : QObject(parent) {}
+WebDoor::WebDoor(QObject *parent, const WebPatience &limits) : QObject(parent), patience(limits) {}
 
 WebDoor::~WebDoor()
 {
@@ -147,10 +145,10 @@ QString WebDoor::listenAt(const QHostAddress &address, bool isWanted)
         [this](std::unique_ptr<QTcpSocket> socket) { admit(std::move(socket)); }, encryption);
     const QString problem = listener->start(address, ownPort);
     if (!problem.isEmpty()) {
-        const bool isThere = listener->serverError() == QAbstractSocket::AddressInUseError;
+        const bool isThere = listener->error() == QAbstractSocket::AddressInUseError;
         return isWanted || isThere ? problem : QString();
     }
-    ownPort = listener->serverPort();
+    ownPort = listener->port();
     listeners.push_back(std::move(listener));
     return {};
 }
@@ -160,7 +158,7 @@ void WebDoor::admit(std::unique_ptr<QTcpSocket> socket)
     if (visitors.size() == mostVisitors) {
         dismiss(visitors.front());
     }
-    auto *visitor = new WebVisitor(std::move(socket),
+    auto *visitor = new WebVisitor(std::move(socket), patience,
                                    [this](const HttpRequest &request, const WebPassage &passage) {
                                        return answer(request, passage);
                                    });

@@ -7,6 +7,7 @@
 #include "web/http/HttpRequest.h"
 #include "web/http/StaticFiles.h"
 #include "web/http/WebListener.h"
+#include "web/http/WebVisitor.h"
 
 #include <QHostAddress>
 #include <QObject>
@@ -23,8 +24,6 @@
 #include <vector>
 
 namespace quillmote {
-
-class WebVisitor;
 
 /// What the door shows to browsers that connect by https.
 struct Certificate
@@ -60,7 +59,7 @@ public:
     /// none but goes on sending, such as pings that have to be answered, is dropped.
     static constexpr qint64 mostUntaken = 4 * 1024 * 1024;
 
-    explicit WebDoor(QObject *parent = nullptr);
+    explicit WebDoor(QObject *parent = nullptr, const WebPatience &limits = {});
     ~WebDoor() override;
 
     /// Empty, or why it cannot open, as a sentence. It may be opened again, also while it is open.
@@ -87,6 +86,7 @@ private:
     void upgrade(QTcpSocket *socket);
     void handOut();
 
+    WebPatience patience;
     StaticFiles files;
     HostCheck hosts;
     quint16 ownPort = 0;

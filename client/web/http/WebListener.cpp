@@ -7,8 +7,13 @@
 #include <QSslSocket>
 #include <QTimer>
 
+#include <cerrno>
 #include <chrono>
 #include <utility>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -19,8 +24,6 @@ using namespace std::chrono_literals;
 
 /// Connections that are accepted before the others have their turn.
 constexpr int mostAcceptedInTurn = 16;
-/// The toolkit's own number; here none ever waits in its queue.
-constexpr int usualPending = 30;
 /// Connections that the system completes before they are accepted. With fewer, a crowd that
 /// connects at once would be delayed by a second and more.
 constexpr int backlog = 512;
@@ -49,64 +52,64 @@ WebListener::WebListener(Receive receive, std::optional<QSslConfiguration> encry
     , secrets(std::move(encryption))
 {
     // The desktop's proxy is meant for outgoing connections.
-    setProxy(QNetworkProxy::NoProxy);
-    setListenBacklogSize(backlog);
-    // The toolkit has stopped accepting by then.
-    connect(this, &QTcpServer::acceptError, this,
-            [this] { QTimer::singleShot(shortagePause, this, &QTcpServer::resumeAccepting); });
+    server.setProxy(QNetworkProxy::NoProxy);
+    server.setListenBacklogSize(backlog);
 }
 
 QString WebListener::start(const QHostAddress &address, quint16 port)
 {
-    return listen(address, port) ? QString()
-                                 : sentenceOf(serverError(), errorString(), address, port);
+    if (!server.listen(address, port)) {
+        return sentenceOf(server.serverError(), server.errorString(), address, port);
+    }
+    // The toolkit would accept until no connection is left, and spin when the system refuses one
+    // because descriptors have run out.
+    server.pauseAccepting();
+    notifier = std::make_unique<QSocketNotifier>(server.socketDescriptor(), QSocketNotifier::Read);
+    connect(notifier.get(), &QSocketNotifier::activated, this, &WebListener::accept);
+    return {};
 }
 
-void WebListener::incomingConnection(qintptr descriptor)
+void WebListener::accept()
 {
-    // The toolkit accepts until no connection is left, or until its queue has no room.
-    if (++acceptedInTurn == mostAcceptedInTurn) {
-        setMaxPendingConnections(0);
-        acceptInNextTurn();
+    for (int count = 0; count < mostAcceptedInTurn; ++count) {
+        const int descriptor =
+            ::accept(static_cast<int>(server.socketDescriptor()), nullptr, nullptr);
+        if (descriptor < 0) {
+            // A connection that has ended in the meantime is an error, too (accept(2)).
+            if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+                rest();
+            }
+            return;
+        }
+        fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+        if (auto socket = socketOf(descriptor)) {
+            receiver(std::move(socket));
+        }
     }
-    auto socket = secrets ? encrypted(descriptor) : plain(descriptor);
-    if (socket == nullptr) {
-        return;
+}
+
+/// Otherwise the event loop would find the waiting connection again and again.
+void WebListener::rest()
+{
+    notifier->setEnabled(false);
+    QTimer::singleShot(shortagePause, notifier.get(), [this] { notifier->setEnabled(true); });
+}
+
+std::unique_ptr<QTcpSocket> WebListener::socketOf(int descriptor) const
+{
+    auto *encrypted = secrets ? new QSslSocket : nullptr;
+    std::unique_ptr<QTcpSocket> socket(secrets ? encrypted : new QTcpSocket);
+    if (!socket->setSocketDescriptor(descriptor)) {
+        ::close(descriptor);
+        return nullptr;
     }
     socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     socket->setSocketOption(QAbstractSocket::KeepAliveOption, 1);
-    receiver(std::move(socket));
-}
-
-void WebListener::acceptInNextTurn()
-{
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            acceptedInTurn = 0;
-            setMaxPendingConnections(usualPending);
-            if (isListening()) {
-                resumeAccepting();
-            }
-        },
-        Qt::QueuedConnection);
-}
-
-std::unique_ptr<QTcpSocket> WebListener::encrypted(qintptr descriptor) const
-{
-    auto socket = std::make_unique<QSslSocket>();
-    if (!socket->setSocketDescriptor(descriptor)) {
-        return nullptr;
+    if (encrypted != nullptr) {
+        encrypted->setSslConfiguration(*secrets);
+        encrypted->startServerEncryption();
     }
-    socket->setSslConfiguration(*secrets);
-    socket->startServerEncryption();
     return socket;
-}
-
-std::unique_ptr<QTcpSocket> WebListener::plain(qintptr descriptor)
-{
-    auto socket = std::make_unique<QTcpSocket>();
-    return socket->setSocketDescriptor(descriptor) ? std::move(socket) : nullptr;
 }
 
 } // namespace quillmote

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <QObject>
+#include <QSocketNotifier>
 #include <QSslConfiguration>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -15,7 +17,7 @@ namespace quillmote {
 
 /// Listens at one address and accepts connections, a few in each turn of the event loop. When the
 /// system has no descriptors left it rests for a second.
-class WebListener : public QTcpServer
+class WebListener : public QObject
 {
     Q_OBJECT
 
@@ -28,18 +30,19 @@ public:
 
     /// Empty, or why it cannot listen there, as a sentence. Port 0 takes a free one.
     QString start(const QHostAddress &address, quint16 port);
-
-protected:
-    void incomingConnection(qintptr descriptor) override;
+    quint16 port() const { return server.serverPort(); }
+    /// Why it cannot listen, for programs.
+    QAbstractSocket::SocketError error() const { return server.serverError(); }
 
 private:
-    void acceptInNextTurn();
-    std::unique_ptr<QTcpSocket> encrypted(qintptr descriptor) const;
-    static std::unique_ptr<QTcpSocket> plain(qintptr descriptor);
+    void accept();
+    void rest();
+    std::unique_ptr<QTcpSocket> socketOf(int descriptor) const;
 
+    QTcpServer server; // binds and listens, but does not accept
+    std::unique_ptr<QSocketNotifier> notifier;
     Receive receiver;
     std::optional<QSslConfiguration> secrets;
-    int acceptedInTurn = 0;
 };
 
 } // namespace quillmote

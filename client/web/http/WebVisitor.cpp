@@ -9,8 +9,10 @@
 
 namespace quillmote {
 
-WebVisitor::WebVisitor(std::unique_ptr<QTcpSocket> connectedSocket, Decide decide)
+WebVisitor::WebVisitor(std::unique_ptr<QTcpSocket> connectedSocket, const WebPatience &limits,
+                       Decide decide)
     : socket(std::move(connectedSocket))
+    , patience(limits)
     , decision(std::move(decide))
 {
     // What is behind a head waits in the system.
@@ -21,7 +23,7 @@ WebVisitor::WebVisitor(std::unique_ptr<QTcpSocket> connectedSocket, Decide decid
     connect(socket.get(), &QTcpSocket::bytesWritten, this, &WebVisitor::finishWhenSent);
     deadline.setSingleShot(true);
     connect(&deadline, &QTimer::timeout, this, &WebVisitor::giveUp);
-    deadline.start(timeForHead);
+    deadline.start(patience.head);
 }
 
 WebVisitor::~WebVisitor()
@@ -76,7 +78,7 @@ void WebVisitor::send(const QByteArray &bytes)
 {
     isAnswered = true;
     socket->skip(socket->bytesAvailable());
-    deadline.start(timeForAnswer);
+    deadline.start(patience.answer);
     socket->write(bytes);
     finishWhenSent();
 }
@@ -88,7 +90,7 @@ void WebVisitor::finishWhenSent()
     }
     // Ending a connection with bytes of the peer unread would take the answer from it.
     if (mayHaveMore) {
-        deadline.start(timeForSender);
+        deadline.start(patience.sender);
     } else {
         socket->disconnectFromHost();
     }

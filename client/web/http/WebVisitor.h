@@ -17,6 +17,17 @@
 
 namespace quillmote {
 
+/// How long peers have.
+struct WebPatience
+{
+    /// For the head of a request, and for the handshake of TLS before it.
+    std::chrono::milliseconds head{5'000};
+    /// For a reader to take what was answered.
+    std::chrono::milliseconds answer{10'000};
+    /// For a peer that goes on sending to see its answer before the connection ends.
+    std::chrono::milliseconds sender{1'000};
+};
+
 /// A connection from its first byte to its one answer, or to its upgrade.
 class WebVisitor : public QObject
 {
@@ -25,15 +36,9 @@ class WebVisitor : public QObject
 public:
     using Decide = std::function<HttpAnswer(const HttpRequest &, const WebPassage &)>;
 
-    /// For the head of a request, and for the handshake of TLS before it.
-    static constexpr std::chrono::seconds timeForHead{5};
-    /// For a reader to take what was answered.
-    static constexpr std::chrono::seconds timeForAnswer{10};
-    /// For a peer that goes on sending to see its answer before the connection ends.
-    static constexpr std::chrono::seconds timeForSender{1};
-
     /// The socket is connected. `decide` says what a whole request is answered with.
-    WebVisitor(std::unique_ptr<QTcpSocket> connectedSocket, Decide decide);
+    WebVisitor(std::unique_ptr<QTcpSocket> connectedSocket, const WebPatience &limits,
+               Decide decide);
     ~WebVisitor() override;
 
     /// Ends the connection without a signal.
@@ -55,6 +60,7 @@ private:
     void end();
 
     std::unique_ptr<QTcpSocket> socket;
+    WebPatience patience;
     Decide decision;
     QTimer deadline;
     bool isAnswered = false;

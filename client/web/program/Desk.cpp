@@ -3,7 +3,6 @@
 
 #include "web/program/Desk.h"
 
-#include "web/network/NetworkAddresses.h"
 #include "web/program/ServerProgram.h"
 #include "web/program/SessionEntry.h"
 
@@ -184,7 +183,7 @@ QJsonArray Desk::phoneList() const
 QJsonArray Desk::addressList() const
 {
     QJsonArray list;
-    for (const OfferedAddress &offered : offeredAddresses()) {
+    for (const OfferedAddress &offered : page.offered()) {
         list.append(QJsonObject{{u"address"_s, offered.address.toString()},
                                 {u"url"_s, page.url(offered.address)},
                                 {u"isDefault"_s, offered.isDefault}});

@@ -3,7 +3,6 @@
 
 #include "web/program/Invitation.h"
 
-#include "web/network/NetworkAddresses.h"
 #include "web/network/QrRows.h"
 
 #include <algorithm>
@@ -23,7 +22,7 @@ Invitation::~Invitation()
 
 QHostAddress Invitation::address() const
 {
-    const QList<OfferedAddress> offered = offeredAddresses();
+    const QList<OfferedAddress> offered = page.offered();
     const auto isChosen = [this](const OfferedAddress &one) { return one.address == chosen; };
     const auto found = std::find_if(offered.begin(), offered.end(), isChosen);
     if (found != offered.end()) {

@@ -7,6 +7,27 @@ using namespace Qt::StringLiterals;
 
 namespace quillmote {
 
+QList<OfferedAddress> PageAddress::offered() const
+{
+    const QList<OfferedAddress> all = offeredAddresses();
+    if (listening.isEmpty()) {
+        return all;
+    }
+    QList<OfferedAddress> wanted;
+    for (const OfferedAddress &one : all) {
+        if (listening.contains(one.address)) {
+            wanted.append(one);
+        }
+    }
+    // Only who asks for it, such as for a tunnel, is offered this computer's address to itself.
+    for (const QHostAddress &address : listening) {
+        if (address.isLoopback()) {
+            wanted.append({address, wanted.isEmpty()});
+        }
+    }
+    return wanted;
+}
+
 QString PageAddress::url(const QHostAddress &address) const
 {
     if (!certifiedName.isEmpty()) {

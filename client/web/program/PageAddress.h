@@ -3,7 +3,10 @@
 
 #pragma once
 
+#include "web/network/NetworkAddresses.h"
+
 #include <QHostAddress>
+#include <QList>
 #include <QString>
 
 namespace quillmote {
@@ -13,7 +16,10 @@ struct PageAddress
 {
     quint16 port = 0;
     QString certifiedName; ///< of the certificate; empty without https, where addresses serve
+    QList<QHostAddress> listening; ///< the only addresses that are listened at; empty for all
 
+    /// The addresses that phones may use, the best one first; empty without a network.
+    QList<OfferedAddress> offered() const;
     /// The page at that address of this computer.
     QString url(const QHostAddress &address) const;
 };

@@ -103,7 +103,7 @@ void ServerWatch::listenAt(const QString &wanted, std::function<void(const QStri
         done(u"VornaServer is not running."_s);
         return;
     }
-    link->send(SessionMessage::listenAt(wanted),
+    link->send(SessionMessage::listen(wanted),
                [this, wanted, done = std::move(done)](const SessionOutcome &outcome) {
                    if (outcome.isDone()) {
                        address = outcome.fields.value("address"_L1).toString(u""_s);

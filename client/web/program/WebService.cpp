@@ -95,6 +95,7 @@ QString WebService::open()
         return problem;
     }
     page.port = door.port();
+    page.listening = arguments.addresses;
     store.setPort(page.port);
     return usesHttps() ? openDeskDoor() : QString();
 }

@@ -49,13 +49,15 @@ export function fromHex(text) {
 }
 
 /**
- * The bytes that a text in base64 names, or null if it names none.
+ * The bytes that a text in base64 names, or null if it names none. Knows both alphabets, that of
+ * RFC 4648, section 4, and that for addresses, with padding and without.
  * @param {string} text
  * @returns {Uint8Array | null}
  */
 export function fromBase64(text) {
     try {
-        return Uint8Array.from(atob(text), (character) => character.charCodeAt(0));
+        const plain = atob(text.replaceAll("-", "+").replaceAll("_", "/"));
+        return Uint8Array.from(plain, (character) => character.charCodeAt(0));
     } catch {
         return null;
     }

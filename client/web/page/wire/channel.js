@@ -40,8 +40,8 @@ export class Channel {
     }
 
     /**
-     * Null if it is not the next message of the other side. The channel has failed then: nothing more
-     * is sealed or opened.
+     * Null if it is not the next message of the other side. The channel has failed then: nothing
+     * more is sealed or opened.
      * @param {Uint8Array} sealed
      * @returns {Uint8Array | null}
      */

@@ -27,7 +27,7 @@ export class Initiator {
 
     /**
      * @param {{kind: string, id?: Uint8Array, secret: Uint8Array}} credential
-     * @param {{publicKey: Uint8Array, secretKey: Uint8Array}} ephemeral a key pair for this handshake
+     * @param {{publicKey: Uint8Array, secretKey: Uint8Array}} ephemeral for this handshake only
      */
     constructor({ kind, id = new Uint8Array(idSize), secret }, ephemeral = newKeyPair()) {
         this.#head = concat(Uint8Array.of(version, kinds[kind]), id);

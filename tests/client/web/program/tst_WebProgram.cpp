@@ -314,11 +314,25 @@ private slots:
 
     void addressesAreWrittenForBrowsers()
     {
-        const PageAddress plain{8642, {}};
+        const PageAddress plain{8642, {}, {}};
         QCOMPARE(plain.url(QHostAddress(u"192.0.2.7"_s)), u"http://192.0.2.7:8642/"_s);
         QCOMPARE(plain.url(QHostAddress(u"2001:db8::7"_s)), u"http://[2001:db8::7]:8642/"_s);
-        const PageAddress certified{8642, u"den.example"_s};
+        const PageAddress certified{8642, u"den.example"_s, {}};
         QCOMPARE(certified.url(QHostAddress(u"192.0.2.7"_s)), u"https://den.example:8642/"_s);
+    }
+
+    void onlyAddressesThatAreListenedAtAreOffered()
+    {
+        const PageAddress all{8642, {}, {}};
+        for (const OfferedAddress &offered : all.offered()) {
+            const PageAddress one{8642, {}, {offered.address}};
+            QCOMPARE(one.offered().size(), 1);
+            QCOMPARE(one.offered().first().address, offered.address);
+        }
+        const PageAddress tunnel{8642, {}, {QHostAddress(QHostAddress::LocalHost)}};
+        QCOMPARE(tunnel.offered().size(), 1);
+        const PageAddress gone{8642, {}, {QHostAddress(u"192.0.2.250"_s)}};
+        QVERIFY(gone.offered().isEmpty());
     }
 
     void onlyTheUserMayReadWhatLeadsToTheDesktopsPage()

@@ -21,7 +21,7 @@ globalThis.nacl = createRequire(import.meta.url)(`${folder}/nacl-fast.min.js`);
 export const nacl = globalThis.nacl;
 
 /**
- * The computer's side of a handshake, or null if the first message was not written with this secret.
+ * The computer's side of a handshake, or null if the first message was written with another secret.
  * @returns {{payload: Uint8Array, answer: Uint8Array, channel: Channel} | null}
  */
 export function accept(first, secret, payload, ephemeral = nacl.box.keyPair()) {

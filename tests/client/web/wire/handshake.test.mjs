@@ -263,6 +263,7 @@ test("what is no code is refused", () => {
         "10AB-CDEF-GHJK-MNPU",
         "10AB.CDEF.GHJK.MNPQ",
         "10AB-CDEF-GHJ\u212a-MNPQ",
+        "10AB-CDEF-GHJK-MNP\u017f",
         "10AB-CDEF-GHJK-MNP\u0420",
         "10AB-CDEF-GHJK-MNPQ" + " ".repeat(1000),
     ]) {
@@ -288,6 +289,7 @@ test("what is no text is refused", () => {
         "",
         "\n",
         "{}",
+        "{}x",
         "{\n}\n",
         "[]\n",
         "null\n",

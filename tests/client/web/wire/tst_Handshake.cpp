@@ -490,6 +490,7 @@ void tst_Handshake::whatIsNoCodeIsRefused_data()
     QTest::newRow("U is no character of it") << u"10AB-CDEF-GHJK-MNPU"_s;
     QTest::newRow("punctuation") << u"10AB.CDEF.GHJK.MNPQ"_s;
     QTest::newRow("a Kelvin sign") << u"10AB-CDEF-GHJ\u212a-MNPQ"_s;
+    QTest::newRow("a long s") << u"10AB-CDEF-GHJK-MNP\u017f"_s;
     QTest::newRow("another script") << u"10AB-CDEF-GHJK-MNP\u0420"_s;
     QTest::newRow("far too long") << u"10AB-CDEF-GHJK-MNPQ"_s + QString(1000, u' ');
 }

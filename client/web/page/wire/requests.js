@@ -1,0 +1,111 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+const patience = 1500;
+/** What the slowest connection carries that is not taken for a broken one. */
+const bytesPerMillisecond = 256;
+/** What the computer may do before it answers, in milliseconds. */
+const ownTime = {
+    applications: 500,
+    "clipboard.get": 1500, // programs have a second to give it, and it has 128 KiB
+    "file.get": 500,
+    "file.put": 1000,
+    open: 1000,
+};
+const timePerCharacter = 30;
+
+/** How long a request may take at most beyond what every connection does, in milliseconds. */
+function extraPatience(name, fields, bodySize) {
+    const typing = name === "text" ? String(fields.text).length * timePerCharacter : 0;
+    return (ownTime[name] ?? 0) + typing + bodySize / bytesPerMillisecond;
+}
+
+/** Why a request was not carried out. */
+export class Refusal extends Error {
+    /**
+     * @param {string} error a word for programs, as in docs/session.md; "lost" if the connection
+     *     ended, "not-connected" if there was none
+     * @param {string} message a sentence for people
+     */
+    constructor(error, message) {
+        super(message);
+        this.name = "Refusal";
+        this.error = error;
+    }
+}
+
+/** The requests of one connection that are under way. */
+export class Requests {
+    #waiting = new Map();
+    #lastId = 0;
+    /** The last sign of life, or when the first request was sent after all had been answered. */
+    #quietSince = 0;
+
+    /** How many there are, without pings. */
+    get count() {
+        return [...this.#waiting.values()].filter(({ name }) => name !== "ping").length;
+    }
+
+    get isPinging() {
+        return [...this.#waiting.values()].some(({ name }) => name === "ping");
+    }
+
+    /**
+     * Begins a request.
+     * @param {string} name
+     * @param {object} fields
+     * @param {number} bodySize
+     * @param {number} now
+     * @param {(refusal: Refusal | null, answer?: {fields: object, body: Uint8Array}) => void} done
+     * @returns {number} its id
+     */
+    begin(name, fields, bodySize, now, done) {
+        if (this.#waiting.size === 0) {
+            this.#quietSince = now;
+        }
+        this.#lastId += 1;
+        const extra = extraPatience(name, fields, bodySize);
+        this.#waiting.set(this.#lastId, { name, extra, done });
+        return this.#lastId;
+    }
+
+    /** Gives up a request that could not be sent. */
+    drop(id) {
+        this.#waiting.delete(id);
+    }
+
+    /** The other side is there. */
+    hear(now) {
+        this.#quietSince = now;
+    }
+
+    /**
+     * Ends the request that this is the answer of.
+     * @param {object} fields
+     * @param {Uint8Array} body
+     */
+    answer(fields, body) {
+        const request = this.#waiting.get(fields.id);
+        this.drop(fields.id);
+        if (typeof fields.error === "string") {
+            request?.done(new Refusal(fields.error, String(fields.message ?? fields.error)));
+        } else {
+            request?.done(null, { fields, body });
+        }
+    }
+
+    /** Whether nothing has come for so long that the connection must be broken. */
+    isOverdue(now) {
+        const extra = Math.max(0, ...[...this.#waiting.values()].map((request) => request.extra));
+        return this.#waiting.size > 0 && now - this.#quietSince >= patience + extra;
+    }
+
+    /** The connection has ended. */
+    lose() {
+        const waiting = [...this.#waiting.values()];
+        this.#waiting.clear();
+        for (const { done } of waiting) {
+            done(new Refusal("lost", "The connection was lost."));
+        }
+    }
+}

@@ -1,0 +1,620 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+import assert from "node:assert/strict";
+import { test } from "node:test";
+
+import { code, Computer, deskSecret, FakeWorld, knownPhone, settle } from "./fakes.mjs";
+import { isCode, Link, Refusal, stored } from "../../../../client/web/page/link.js";
+
+const role = { phone: "phone", desk: "desk" };
+
+/** A link that has begun, in its own world. */
+async function begin({ as = role.phone, isKnown = false, fragment = "", computer } = {}) {
+    const there = computer ?? new Computer();
+    const world = new FakeWorld(there);
+    world.fragment = fragment;
+    if (isKnown) {
+        knownPhone(world, there);
+    }
+    const states = [];
+    const link = new Link({ credentials: stored(as, world), name: "Phone", world });
+    link.addEventListener("state", () => states.push(link.state));
+    link.start();
+    await settle();
+    return { computer: there, world, link, states };
+}
+
+function nameOf(text) {
+    return text.object.request;
+}
+
+/** What becomes of a promise: its value, or the word of its refusal. */
+function outcome(promise) {
+    return promise.catch((refusal) => {
+        assert.ok(refusal instanceof Refusal);
+        return refusal.error;
+    });
+}
+
+test("without a code and a secret there is nothing to connect with", async () => {
+    const { link, computer, states, world } = await begin();
+    assert.equal(link.state, "unpaired");
+    assert.deepEqual(states, []);
+    assert.equal(computer.connections.length, 0);
+    await world.pass(60_000);
+    assert.equal(computer.looks, 0);
+});
+
+test("the code in the address is taken out of it and makes a known phone", async () => {
+    const { link, computer, world, states } = await begin({ fragment: code });
+    assert.equal(world.fragment, "");
+    assert.deepEqual(states, ["connecting", "connected"]);
+    assert.deepEqual(link.server, {
+        state: "ready",
+        name: "den",
+        can: ["key"],
+        message: undefined,
+    });
+    assert.equal(computer.last.received[0].object.name, "Phone");
+    const { id, secret } = JSON.parse(world.forever.text);
+    assert.equal(Buffer.from(computer.phones.get(id)).toString("base64"), secret);
+});
+
+test("a phone that is known needs no code", async () => {
+    const { link, computer } = await begin({ isKnown: true });
+    assert.equal(link.state, "connected");
+    assert.equal(computer.last.first[1], 1);
+});
+
+test("a phone that is known makes no second one of itself by reading a code again", async () => {
+    const { computer, world } = await begin({ isKnown: true, fragment: code });
+    assert.equal(computer.connections.length, 1);
+    assert.equal(computer.last.first[1], 1);
+    assert.equal(world.fragment, "");
+});
+
+test("a phone that is no longer known takes the code that was read", async () => {
+    const { link, computer, world } = await begin();
+    knownPhone(world, new Computer());
+    const again = new Link({ credentials: withCode(world), name: "Phone", world });
+    again.start();
+    await settle();
+    assert.deepEqual(
+        computer.connections.map(({ first }) => first[1]),
+        [1, 0],
+    );
+    assert.equal(again.state, "connected");
+    assert.equal(link.state, "unpaired");
+});
+
+function withCode(world) {
+    world.fragment = code;
+    return stored(role.phone, world);
+}
+
+test("a code that is typed connects, one that is none does not", async () => {
+    const { link, computer } = await begin();
+    assert.equal(link.takeCode("ABCD"), false);
+    assert.equal(computer.connections.length, 0);
+    assert.ok(link.takeCode("abcd-efgh-jkmn-pqrs"));
+    await settle();
+    assert.equal(link.state, "connected");
+    assert.equal(link.takeCode("ABCD"), false);
+    assert.equal(link.state, "connected");
+    assert.ok(isCode(code));
+    assert.ok(!isCode("ABCD"));
+});
+
+test("a code that is typed comes before what is stored", async () => {
+    const computer = new Computer();
+    const world = new FakeWorld(computer);
+    knownPhone(world, new Computer());
+    const credentials = stored(role.phone, world);
+    assert.ok(credentials.takeCode(code));
+    const link = new Link({ credentials, name: "Phone", world });
+    link.start();
+    await settle();
+    assert.deepEqual(
+        computer.connections.map(({ first }) => first[1]),
+        [0],
+    );
+    assert.equal(link.state, "connected");
+});
+
+test("a code that is read into the open page connects", async () => {
+    const { link, world } = await begin();
+    world.fragment = code;
+    await world.happen("hashchange");
+    assert.equal(world.fragment, "");
+    assert.equal(link.state, "connected");
+});
+
+test("a link that was stopped leaves the code to the next one", async () => {
+    const { link, world } = await begin();
+    link.stop();
+    world.fragment = code;
+    await world.happen("hashchange");
+    assert.equal(world.fragment, code);
+});
+
+test("a code that is over is told from a phone that was removed", async () => {
+    const computer = new Computer();
+    computer.codes.clear();
+    const late = await begin({ fragment: code, computer });
+    assert.equal(late.link.state, "expired");
+
+    const removed = await begin({ isKnown: true });
+    const stillStored = removed.world.forever.text;
+    removed.computer.last.end(4004);
+    await settle();
+    assert.equal(removed.link.state, "removed");
+    assert.equal(removed.world.forever.text, stillStored, "anybody can close a connection");
+
+    const unknown = new FakeWorld(computer);
+    knownPhone(unknown, new Computer());
+    const credentials = stored(role.phone, unknown);
+    const link = new Link({ credentials, name: "Phone", world: unknown });
+    link.start();
+    await settle();
+    assert.equal(link.state, "removed");
+    await unknown.pass(60_000);
+    assert.equal(computer.connections.length, 2, "nothing is tried again");
+    computer.codes.add(code);
+    assert.ok(link.takeCode(code));
+    await settle();
+    assert.equal(link.state, "connected");
+});
+
+test("a browser that keeps nothing connects all the same", async () => {
+    const computer = new Computer();
+    const world = new FakeWorld(computer);
+    world.forever.write = () => {};
+    const link = new Link({ credentials: withCode(world), name: "Phone", world });
+    link.start();
+    await settle();
+    assert.equal(link.state, "connected");
+    computer.last.end(1006);
+    await world.pass(500);
+    assert.equal(link.state, "connected", "the secret lasts as long as the page");
+});
+
+for (const [title, text] of [
+    ["no JSON", "{"],
+    ["null", "null"],
+    ["a number", "7"],
+    ["an id that is too short", '{"id":"00","secret":"AAAA"}'],
+    ["no secret", `{"id":"${"00".repeat(16)}"}`],
+    ["a secret that is too short", `{"id":"${"00".repeat(16)}","secret":"AAAA"}`],
+]) {
+    test(`what is stored and is no secret is passed over: ${title}`, async () => {
+        const world = new FakeWorld(new Computer());
+        world.forever.write(text);
+        const link = new Link({ credentials: stored(role.phone, world), name: "Phone", world });
+        link.start();
+        assert.equal(link.state, "unpaired");
+    });
+}
+
+test("too many wrong secrets wait as long as they are told", async () => {
+    const computer = new Computer();
+    computer.closes = [4002, "30"];
+    const { link, world } = await begin({ isKnown: true, computer });
+    assert.equal(link.state, "shut-out");
+    assert.equal(link.waitSeconds, 30);
+    await world.pass(29_000);
+    assert.equal(computer.connections.length, 1);
+    computer.closes = null;
+    await world.pass(1500);
+    assert.equal(link.state, "connected");
+    assert.equal(link.waitSeconds, 0);
+});
+
+test("a wait that is no number is a short one", async () => {
+    const computer = new Computer();
+    computer.closes = [4002, "soon"];
+    const { link } = await begin({ isKnown: true, computer });
+    assert.equal(link.waitSeconds, 1);
+});
+
+test("a refused phone does not ask again by itself", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    computer.last.say({ event: "server", state: "refused" });
+    computer.last.end(4005);
+    await settle();
+    assert.equal(link.server.state, "refused");
+    assert.equal(link.state, "refused");
+    await world.pass(60_000);
+    assert.equal(computer.connections.length, 1);
+    link.start();
+    await settle();
+    assert.equal(link.state, "connected");
+});
+
+test("answers go to their requests, in whatever order they come", async () => {
+    const { link, computer } = await begin({ isKnown: true });
+    computer.answer = () => undefined;
+    const one = link.request("file.list", { after: "a" });
+    const other = link.request("screens");
+    const [first, second] = computer.last.received.slice(-2).map(({ object }) => object);
+    assert.equal(first.after, "a");
+    assert.equal(link.unanswered, 2);
+    computer.last.say({ id: second.id, ok: true, screens: [] });
+    computer.last.say({ id: first.id, ok: true, files: ["b"] }, Uint8Array.of(1, 2));
+    assert.deepEqual((await other).fields.screens, []);
+    const { fields, body } = await one;
+    assert.deepEqual(fields.files, ["b"]);
+    assert.deepEqual([...body], [1, 2]);
+    assert.equal(link.unanswered, 0);
+});
+
+test("what is refused says why", async () => {
+    const { link, computer } = await begin({ isKnown: true });
+    computer.answer = ({ id }) => ({ id, error: "unknown-key", message: "There is no such key." });
+    await assert.rejects(link.request("key", { key: "Entre" }), {
+        error: "unknown-key",
+        message: "There is no such key.",
+    });
+    const refusals = [];
+    link.addEventListener("refusal", ({ detail }) => refusals.push(detail));
+    assert.ok(link.post("key", { key: "Entre" }));
+    await settle();
+    assert.deepEqual(refusals, [
+        { request: "key", error: "unknown-key", message: "There is no such key." },
+    ]);
+});
+
+test("bodies are sent exactly, and an empty one is told from none", async () => {
+    const { link, computer } = await begin({ isKnown: true });
+    await link.request("file.put", { file: 1 }, Uint8Array.of(0, 10, 255));
+    await link.request("file.put", { file: 1 }, new Uint8Array());
+    await link.request("file.put", { name: "a", size: 0 });
+    const [some, empty, none] = computer.last.received.slice(-3);
+    assert.deepEqual([...some.body], [0, 10, 255]);
+    assert.equal(some.object.body, undefined);
+    assert.equal(empty.object.body, 0);
+    assert.equal(none.object.body, undefined);
+});
+
+test("what is too long for a message is refused and harms nothing", async () => {
+    const { link } = await begin({ isKnown: true });
+    const long = new Uint8Array(256 * 1024);
+    assert.equal(await outcome(link.request("file.put", { file: 1 }, long)), "too-long");
+    assert.equal(link.unanswered, 0);
+    await link.request("screens");
+    assert.equal(link.state, "connected");
+});
+
+test("events of the computer arrive, those of the server apart", async () => {
+    const { link, computer } = await begin({ isKnown: true });
+    const events = [];
+    let isServerTold = false;
+    link.addEventListener("event", ({ detail }) => events.push(detail.event));
+    link.addEventListener("server", () => (isServerTold = true));
+    computer.last.say({ event: "clipboard" });
+    computer.last.say({ event: "server", state: "missing", message: "It does not run." });
+    await settle();
+    assert.deepEqual(events, ["clipboard"]);
+    assert.ok(isServerTold);
+    assert.equal(link.server.state, "missing");
+    assert.equal(link.server.message, "It does not run.");
+});
+
+test("nothing is sent while there is no connection", async () => {
+    const { link, computer } = await begin();
+    assert.equal(link.post("key", { key: "a" }), false);
+    assert.equal(await outcome(link.request("key", { key: "a" })), "not-connected");
+    assert.ok(link.takeCode(code));
+    computer.hello = () => undefined;
+    await settle();
+    assert.equal(link.post("key", { key: "b" }), false, "not before the computer has greeted");
+    delete computer.hello;
+    assert.ok(link.takeCode(code));
+    await settle();
+    assert.ok(link.post("key", { key: "c" }));
+    await settle();
+    assert.deepEqual(
+        computer.last.received.map((text) => text.object.key).filter((key) => key),
+        ["c"],
+    );
+});
+
+test("what was under way when the connection ended fails and is never repeated", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    computer.answer = () => undefined;
+    const click = outcome(link.request("button", {}));
+    link.post("key", { key: "a" });
+    computer.last.end(1006);
+    await settle();
+    assert.equal(link.state, "lost");
+    assert.equal(await click, "lost");
+    assert.equal(link.unanswered, 0);
+    await world.pass(1000);
+    assert.equal(link.state, "connected");
+    assert.equal(computer.connections.length, 2);
+    assert.deepEqual(computer.requests, ["button", "key"]);
+});
+
+test("a silent computer is lost soon after it should have answered", async () => {
+    const { link, computer, world, states } = await begin({ isKnown: true });
+    await world.pass(10_000);
+    assert.equal(link.state, "connected");
+    computer.isSilent = true;
+    link.post("move", { dx: 1, dy: 1 });
+    await world.pass(1400);
+    assert.equal(link.state, "connected");
+    await world.pass(400);
+    assert.equal(link.state, "lost");
+    assert.deepEqual(states, ["connecting", "connected", "lost"]);
+});
+
+test("pings show that the computer is there, once a second while the page is seen", async () => {
+    const { computer, world } = await begin({ isKnown: true });
+    const pings = () => computer.last.received.filter((text) => nameOf(text) === "ping").length;
+    await world.pass(10_100);
+    assert.ok(pings() >= 9 && pings() <= 10, `${pings()} pings`);
+    world.isShown = false;
+    await world.happen("visibilitychange");
+    const before = pings();
+    await world.pass(10_000);
+    assert.equal(pings(), before);
+    world.isShown = true;
+    await world.happen("visibilitychange");
+    assert.equal(pings(), before + 1);
+});
+
+test("a page that nobody sees does not give up its connection", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    world.isShown = false;
+    await world.happen("visibilitychange");
+    computer.isSilent = true;
+    link.post("move", { dx: 1, dy: 1 });
+    await world.pass(60_000);
+    assert.equal(link.state, "connected");
+    assert.equal(computer.looks, 0);
+    world.isShown = true;
+    await world.happen("visibilitychange");
+    await world.pass(1750);
+    assert.equal(link.state, "lost");
+});
+
+test("a page that was asleep reads first what has come", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    await world.pass(100);
+    computer.isSilent = true;
+    link.post("move", { dx: 1, dy: 1 });
+    await world.freeze(8000);
+    assert.equal(link.state, "connected");
+    await world.pass(2000);
+    assert.equal(link.state, "lost");
+});
+
+test("a slow connection that carries a body is not taken for a broken one", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    computer.isSilent = true;
+    for (let piece = 0; piece < 4; piece += 1) {
+        outcome(link.request("file.put", { file: 1 }, new Uint8Array(128 * 1024)));
+    }
+    await world.pass(2900);
+    assert.equal(link.state, "connected");
+    await world.pass(400);
+    assert.equal(link.state, "lost");
+});
+
+test("a connection that takes bytes is not taken for a broken one", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    computer.isSilent = true;
+    outcome(link.request("file.put", { file: 1 }, new Uint8Array(128 * 1024)));
+    computer.last.bufferedAmount = 128 * 1024;
+    for (let second = 0; second < 10; second += 1) {
+        await world.pass(1000);
+        computer.last.bufferedAmount -= 1000;
+    }
+    assert.equal(link.state, "connected");
+    await world.pass(4000);
+    assert.equal(link.state, "lost");
+});
+
+test("a long text takes its time to type", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    computer.isSilent = true;
+    outcome(link.request("text", { text: "x".repeat(200) }));
+    await world.pass(6000);
+    assert.equal(link.state, "connected");
+    await world.pass(3000);
+    assert.equal(link.state, "lost");
+});
+
+test("a network that is gone is noticed at once", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    computer.isReachable = false;
+    await world.happen("offline");
+    assert.equal(link.state, "lost");
+    assert.equal(computer.connections[0].closedBy, "page");
+    await world.pass(50);
+    computer.isReachable = true;
+    await world.happen("online");
+    await world.pass(0);
+    assert.equal(link.state, "connected");
+});
+
+for (const offset of [0, 50, 100, 150, 200, 250, 290]) {
+    test(`the computer is found within a second of its return: ${offset} ms`, async () => {
+        const { link, computer, world } = await begin({ isKnown: true });
+        computer.isSilent = true;
+        await world.pass(20_000 + offset);
+        assert.equal(link.state, "lost");
+        assert.equal(computer.connections.length, 1, "a WebSocket only when it is there");
+        computer.isSilent = false;
+        await world.pass(400);
+        assert.equal(link.state, "connected");
+        assert.equal(computer.connections.length, 2);
+        const { looks } = computer;
+        await world.pass(10_000);
+        assert.equal(computer.looks, looks, "nobody looks for what is found");
+    });
+}
+
+test("nobody looks for the computer while the page is not seen", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    computer.isSilent = true;
+    await world.pass(5000);
+    world.isShown = false;
+    await world.happen("visibilitychange");
+    const { looks } = computer;
+    await world.pass(60_000);
+    assert.equal(computer.looks, looks);
+    computer.isSilent = false;
+    world.isShown = true;
+    await world.happen("visibilitychange");
+    await world.pass(0);
+    assert.equal(link.state, "connected");
+});
+
+test("a connection that ends while the page is not seen is made again when it is", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    world.isShown = false;
+    await world.happen("visibilitychange");
+    computer.last.end(1001);
+    await world.pass(60_000);
+    assert.equal(link.state, "lost");
+    assert.equal(computer.looks, 0);
+    world.isShown = true;
+    await world.happen("visibilitychange");
+    await world.pass(0);
+    assert.equal(link.state, "connected");
+});
+
+test("a link that is started while it looks for the computer looks no longer", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    computer.isSilent = true;
+    await world.pass(5000);
+    computer.isSilent = false;
+    link.start();
+    await settle();
+    assert.equal(link.state, "connected");
+    const { looks } = computer;
+    await world.pass(1000);
+    assert.equal(computer.looks, looks);
+});
+
+test("an answer to a look that nobody waits for makes no connection", async () => {
+    const { computer, world } = await begin({ isKnown: true });
+    computer.waitingLooks = [];
+    computer.last.end(1006);
+    await world.pass(100);
+    world.isShown = false;
+    await world.happen("visibilitychange");
+    computer.waitingLooks[0]({ ok: true });
+    await world.pass(1000);
+    assert.equal(computer.connections.length, 1);
+});
+
+test("what fails again and again is tried less and less often", async () => {
+    const computer = new Computer();
+    computer.forged = () => new Uint8Array(70);
+    const { link, world } = await begin({ isKnown: true, computer });
+    assert.equal(computer.last.closeCode, 4000);
+    assert.equal(link.state, "lost");
+    await world.pass(60_000);
+    assert.ok(computer.connections.length < 20, `${computer.connections.length} connections`);
+    assert.ok(computer.connections.length > 8, `${computer.connections.length} connections`);
+    assert.equal(link.state, "lost");
+    computer.forged = null;
+    await world.pass(5000);
+    assert.equal(link.state, "connected");
+});
+
+test("a connection that does not come about is given up", async () => {
+    const computer = new Computer();
+    computer.isSilent = true;
+    const { link, world } = await begin({ isKnown: true, computer });
+    await world.pass(2900);
+    assert.equal(link.state, "connecting");
+    await world.pass(200);
+    assert.equal(link.state, "lost");
+    assert.equal(computer.last.closedBy, "page");
+});
+
+test("too many connections are given time to become fewer", async () => {
+    const computer = new Computer();
+    computer.closes = [4003, ""];
+    const { link, world } = await begin({ isKnown: true, computer });
+    assert.equal(link.state, "lost");
+    await world.pass(4900);
+    assert.equal(computer.connections.length, 1);
+    computer.closes = null;
+    await world.pass(200);
+    assert.equal(link.state, "connected");
+});
+
+for (const [title, message] of [
+    ["a text", "hello"],
+    ["something that was not sealed", new Uint8Array(40)],
+    ["nothing", new Uint8Array()],
+]) {
+    test(`a broken message ends the connection: ${title}`, async () => {
+        const { link, computer } = await begin({ isKnown: true });
+        const socket = computer.last;
+        socket.deliver(message);
+        await settle();
+        assert.equal(socket.closeCode, 4000);
+        assert.equal(link.state, "lost");
+    });
+}
+
+test("a phone that leaves is forgotten here, too", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    await link.request("leave");
+    assert.equal(link.state, "unpaired");
+    assert.equal(world.forever.text, null);
+    assert.equal(computer.last.closedBy, "page");
+    await world.pass(60_000);
+    assert.equal(computer.connections.length, 1);
+    computer.codes.add(code);
+    world.fragment = code;
+    await world.happen("hashchange");
+    assert.equal(link.state, "connected", "another code lets it in again");
+});
+
+test("another name is kept for the next connection", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    await link.request("rename", { name: "Other" });
+    computer.last.end(1001);
+    await world.pass(1000);
+    assert.equal(computer.last.received[0].object.name, "Other");
+});
+
+test("a link that is stopped stays so", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    link.stop();
+    assert.equal(link.state, "lost");
+    assert.equal(computer.last.closedBy, "page");
+    await world.happen("online");
+    await world.pass(60_000);
+    assert.equal(computer.connections.length, 1);
+    assert.equal(world.timers, 0);
+});
+
+test("the desktop's page connects with the secret of its address", async () => {
+    const fragment = Buffer.from(deskSecret).toString("base64url");
+    const { link, computer, world } = await begin({ as: role.desk, fragment });
+    assert.equal(world.fragment, "");
+    assert.equal(link.state, "connected");
+    assert.equal(computer.last.received.length, 0, "it says nothing of itself");
+    assert.equal(world.forever.text, null);
+    await link.request("code");
+
+    const again = new Link({ credentials: stored(role.desk, world), name: "", world });
+    again.start();
+    await settle();
+    assert.equal(again.state, "connected", "as after a reload");
+});
+
+test("the desktop's page of an earlier run is over", async () => {
+    const fragment = Buffer.from(new Uint8Array(32)).toString("base64url");
+    const { link } = await begin({ as: role.desk, fragment });
+    assert.equal(link.state, "expired");
+    const bare = await begin({ as: role.desk, fragment: "" });
+    assert.equal(bare.link.state, "unpaired");
+});
