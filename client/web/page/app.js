@@ -4,6 +4,7 @@
 import { Computer } from "./computer.js";
 import { conditionOf, isAtDoor } from "./condition.js";
 import { Door } from "./door.js";
+import { Exchange } from "./exchange.js";
 import { fillMedia } from "./media.js";
 import { Keys } from "./keys.js";
 import { Link, stored } from "./link.js";
@@ -13,12 +14,17 @@ import { Pad } from "./pad.js";
 import { phoneName } from "./phonename.js";
 import { followKeyboard } from "./screen.js";
 import { Settings } from "./settings.js";
+import { connectSettings } from "./settingsview.js";
 import { StatusLine } from "./statusline.js";
 import { StickyKeys } from "./stickykeys.js";
 import { connectTabs } from "./tabs.js";
 import { TextField } from "./textfield.js";
 import { TextQueue } from "./textqueue.js";
 import { translate, useLanguage } from "./texts.js";
+import { fullPace, gentlePace, Transfers } from "./transfers.js";
+
+/** For so long after the last touch files leave room for the next ones, in milliseconds. */
+const gentleTime = 1500;
 
 const element = (id) => document.getElementById(id);
 
@@ -32,8 +38,11 @@ const keys = new Keys(pressKey, sticky);
 const hooks = { vibrate: () => vibrate(20), clicks: beforeClick };
 const pad = new Pad({ pad: element("pad"), strip: element("strip") }, computer, sticky, hooks);
 const mouse = new MouseButtons(element("mouse-buttons"), computer, sticky, beforeClick);
-const needComputer = ["pad", "mouse-buttons", "key-row", "keyboard-button", "view-keys", "media", "show", "slides"];
-const status = new StatusLine(element("status-text"), link, needComputer.map(element));
+const transfers = new Transfers(link, () => (isPadInUse() ? gentlePace : fullPace));
+const exchange = new Exchange(element("view-exchange"), link, transfers, settings);
+const needComputer = ["pad", "mouse-buttons", "key-row", "keyboard-button", "view-keys", "media", "show", "slides"].map(element);
+needComputer.push(...document.querySelectorAll(".sends"));
+const status = new StatusLine(element("status-text"), link, needComputer);
 const door = new Door(element("door"), link);
 
 fillViews();
@@ -62,6 +71,11 @@ function fillViews() {
     keys.fillRow(element("key-row"));
     keys.fillView(element("view-keys"));
     fillMedia(element("view-media"), pressKey);
+    connectSettings(element("view-settings"), settings, link);
+}
+
+function isPadInUse() {
+    return performance.now() - pad.usedAt < gentleTime;
 }
 
 /** Taps a key; the caret may be elsewhere afterwards. */
@@ -127,6 +141,7 @@ function refresh() {
         field.forget();
     }
     status.refresh();
+    exchange.refresh(computer.isReady);
     const isOutside = isAtDoor(conditionOf(link));
     if (isOutside) {
         door.refresh();
@@ -141,6 +156,7 @@ function applySettings() {
     document.documentElement.lang = useLanguage(settings.get("language"));
     translate(document);
     document.body.classList.toggle("left-handed", settings.get("leftHanded"));
+    field.suggests = settings.get("suggests");
     applyAbilities();
     status.refresh();
     door.refresh();

@@ -13,6 +13,8 @@ export class Pad {
     #computer;
     #sticky;
     #gestures;
+    /** When a finger was last on the pad, in milliseconds of performance.now(). */
+    usedAt = -Infinity;
     #timer = null;
     #frame = null;
 
@@ -64,6 +66,7 @@ export class Pad {
             .filter((touch) => this.#element.contains(touch.target))
             .map((touch) => touch.identifier);
         this.#gestures.touch(type, touches, event.timeStamp, present);
+        this.usedAt = event.timeStamp;
         this.#element.classList.toggle("touched", present.length > 0);
         this.#schedule();
     }

@@ -35,6 +35,8 @@ export class TextField {
     #isAllowed;
     #known = padding;
     #isComposing = false;
+    #font = "";
+    #width = 0;
 
     /**
      * @param {HTMLTextAreaElement} field
@@ -49,7 +51,7 @@ export class TextField {
         this.#isAllowed = isAllowed;
         field.addEventListener("keydown", (event) => this.#onKeyDown(event));
         field.addEventListener("beforeinput", (event) => this.#onBeforeInput(event));
-        field.addEventListener("input", (event) => this.#onInput(event));
+        field.addEventListener("input", () => this.#onInput());
         field.addEventListener("compositionstart", () => { this.#isComposing = true; });
         field.addEventListener("compositionend", () => this.#onCompositionEnd());
         field.addEventListener("focus", () => this.#placeCaret());
@@ -68,6 +70,32 @@ export class TextField {
             this.#field.value = padding;
         }
         this.#placeCaret();
+        this.#hidePadding();
+    }
+
+    /** Whether the phone's keyboard may suggest and correct words. */
+    set suggests(suggests) {
+        this.#field.setAttribute("autocomplete", suggests ? "on" : "off");
+        this.#field.setAttribute("autocorrect", suggests ? "on" : "off");
+        this.#field.spellcheck = suggests;
+    }
+
+    /** Moves the padding out of sight, and the hint if there is a text. */
+    #hidePadding() {
+        const left = paddingOf(this.#field.value);
+        this.#field.parentElement.classList.toggle("filled", this.#field.value.length > left);
+        this.#field.style.textIndent = `${-left * this.#blankWidth()}px`;
+    }
+
+    #blankWidth() {
+        const { font } = getComputedStyle(this.#field);
+        if (font !== this.#font) {
+            this.#font = font;
+            const context = document.createElement("canvas").getContext("2d");
+            context.font = font;
+            this.#width = context.measureText(padding).width / padding.length;
+        }
+        return this.#width;
     }
 
     #placeCaret() {
@@ -121,7 +149,7 @@ export class TextField {
         return type.endsWith("Forward") || this.#field.value.trim() === "";
     }
 
-    #onInput(event) {
+    #onInput() {
         const before = this.#known;
         const after = this.#field.value;
         if (before === after) {
@@ -134,7 +162,8 @@ export class TextField {
         } else {
             this.#known = after;
             this.#queue.change(before, after);
-            this.#tidy(event);
+            this.#tidy();
+            this.#hidePadding();
         }
     }
 
@@ -168,13 +197,18 @@ export class TextField {
 
     #tidy() {
         const value = this.#field.value;
-        const left = value.length - value.replace(/^\u00a0+/, "").length;
+        const left = paddingOf(value);
         const isWorn = left < leastPadding || value.includes("\n") ||
             (value.length - left > longText && /\s$/.test(value));
         if (isWorn && !this.#isComposing) {
             this.forget();
         }
     }
+}
+
+/** How many blanks of the padding are left. */
+function paddingOf(value) {
+    return value.length - value.replace(/^\u00a0+/, "").length;
 }
 
 function heldModifiers(event) {

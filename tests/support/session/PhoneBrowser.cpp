@@ -122,6 +122,7 @@ bool PhonePage::awaitReady(std::chrono::milliseconds limit)
 
 bool PhonePage::setSetting(const QString &name, const QJsonValue &value)
 {
+    // Read when the page is loaded.
     const QByteArray settings =
         QJsonDocument(QJsonObject{{name, value}}).toJson(QJsonDocument::Compact);
     evaluate(u"localStorage.setItem('vorna.settings', '%1')"_s.arg(QString::fromUtf8(settings)));
