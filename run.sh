@@ -11,13 +11,15 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
 usage() {
     cat <<'END'
-Usage: ./run.sh [--demo] [--once] [--no-install] [--help]
+Usage: ./run.sh [--phone] [--demo] [--once] [--no-install] [--help]
 
 Installs what is missing, builds VornaServer and starts it. In a graphical session it appears in
 your tray. Without one it shows itself: on a desktop of its own, with nothing of yours touched,
 quillmote, the handheld for the command line, types into a window, and a screenshot is taken
 (build/demo/screenshot.png).
 
+  --phone       also start quillmote-web, which shows a QR code that makes your phone's browser the
+                remote control; Ctrl+C ends both
   --demo        show the demonstration although there is a graphical session
   --once        show the demonstration, then end: status 0 when the typed text arrived, else 1
   --no-install  install nothing; if packages are missing, name them and fail
@@ -29,9 +31,10 @@ of the demonstration lies beside it, or is named by VORNA_QUILLMOTE.
 END
 }
 
-demo=no once=no install=yes
+demo=no once=no install=yes phone=no
 for option in "$@"; do
     case $option in
+    --phone) phone=yes ;;
     --demo) demo=yes ;;
     --once) demo=yes once=yes ;;
     --no-install) install=no ;;
@@ -43,7 +46,10 @@ for option in "$@"; do
         ;;
     esac
 done
-[ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] || demo=yes
+if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+    demo=yes
+    [ "$phone" = no ] || echo "There is no graphical session that a phone could control; this is the demonstration." >&2
+fi
 
 # A demonstration must not make a service of the machine speak on its network.
 provide_packages() {
@@ -60,7 +66,7 @@ provide_packages() {
 build_release() {
     cd "$root"
     cmake --preset release
-    cmake --build --preset release --target VornaServer quillmote
+    cmake --build --preset release --target VornaServer quillmote quillmote-web
 }
 
 server=${VORNA_SERVER:-}
@@ -69,6 +75,17 @@ if [ -z "$server" ]; then
     (build_release)
     server=$root/build/release/VornaServer
 fi
-[ "$demo" = yes ] || exec "$server"
-run_demo "$server" "${VORNA_QUILLMOTE:-$(dirname "$server")/quillmote}" \
+programs=$(dirname "$server")
+
+# A server that runs already stays the only one.
+run_with_phone() {
+    "$programs/quillmote" info --local >/dev/null 2>&1 || "$server" &
+    exec "$programs/quillmote-web"
+}
+
+if [ "$demo" = no ]; then
+    [ "$phone" = no ] || run_with_phone
+    exec "$server"
+fi
+run_demo "$server" "${VORNA_QUILLMOTE:-$programs/quillmote}" \
     "${VORNA_SCREENSHOTS:-$root/build/demo}" "$once"

@@ -1,10 +1,12 @@
 #!/usr/bin/env python3
 # SPDX-FileCopyrightText: 2026 The VornaServer developers
 # SPDX-License-Identifier: MIT
-"""check_arrows.py: compares what the files of src/ include with the arrows of docs/architecture.md.
+"""check_arrows.py: compares what the files of src/ and client/ include with the arrows of
+docs/architecture.md.
 
-A room is a folder of src/, with all folders below it that are not rooms themselves. Each line of the
-document's block "arrows" names a room and the rooms from which it may include. The check fails on an
+A room is a folder of src/ or client/ (named with "client/"), with all folders below it that are not
+rooms themselves. Each line of the document's block "arrows" names a room and the rooms from which it
+may include. The check fails on an
 include without an arrow, on an arrow without an include, on a file in no room, and on arrows that
 lead in a circle.
 """
@@ -15,7 +17,8 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 DRAWING = ROOT / "docs" / "architecture.md"
-SOURCES = ROOT / "src"
+# Where includes begin, and what the names of the rooms there begin with.
+SOURCES = {ROOT / "src": "", ROOT / "client": "client"}
 
 
 def drawn_arrows():
@@ -32,25 +35,32 @@ def drawn_arrows():
     return arrows
 
 
-def room_of(path, rooms):
-    """The room of a file, whose path is relative to src/; None if it is in no room."""
-    return next((str(folder) for folder in path.parents if str(folder) in rooms), None)
+def room_of(path, prefix, rooms):
+    """The room of a file, by its path below its root; None if it is in no room."""
+    folders = (str(pathlib.PurePosixPath(prefix) / folder) for folder in path.parents)
+    return next((folder for folder in folders if folder in rooms), None)
+
+
+def room_of_include(included, rooms):
+    """The room of an included file; None if it is generated, or no file of ours."""
+    for root, prefix in SOURCES.items():
+        if (root / included).is_file():
+            return room_of(pathlib.PurePosixPath(included), prefix, rooms)
+    return None
 
 
 def found_arrows(rooms, complain):
     """All (room, other room) between which a file includes, with one such file."""
     found = {}
-    for file in sorted(SOURCES.rglob("*")):
-        if file.suffix not in (".h", ".cpp", ".mm"):
-            continue
-        room = room_of(file.relative_to(SOURCES), rooms)
+    files = [(root, prefix, file) for root, prefix in SOURCES.items()
+             for file in sorted(root.rglob("*")) if file.suffix in (".h", ".cpp", ".mm")]
+    for root, prefix, file in files:
+        room = room_of(file.relative_to(root), prefix, rooms)
         if room is None:
             complain(f"{file.relative_to(ROOT)} is in no room.")
             continue
         for included in re.findall(r'^\s*#\s*include\s*"([^"]+)"', file.read_text(), re.MULTILINE):
-            if not (SOURCES / included).is_file():
-                continue  # generated, or a sibling by its bare name
-            target = room_of(pathlib.PurePosixPath(included), rooms)
+            target = room_of_include(included, rooms)
             if target not in (None, room):
                 found.setdefault((room, target), file.relative_to(ROOT))
     return found

@@ -10,13 +10,18 @@ import { browserWorld } from "./wire/world.js";
 
 export { Refusal };
 
+/** How long a browser may take to reach the computer. */
 const connectionPatience = 3000;
+/** The computer answers wrong secrets late. */
+const answerPatience = 10_000;
 const tickPause = 250;
 const pingPause = 1000;
 /** A page that was asleep for so long has to read first what has come meanwhile. */
 const longestTick = 1000;
 const firstRetryPause = 300;
 const longestRetryPause = 5000;
+/** A connection that ends sooner counts as one that failed: two pages may drive each other out. */
+const shortestConnection = 2000;
 const longestShutOut = 15 * 60;
 const noBytes = new Uint8Array();
 
@@ -70,6 +75,7 @@ export class Link extends EventTarget {
     #tickTimer = null;
     #lastTick = 0;
     #lastPing = 0;
+    #connectedSince = 0;
     #unsent = 0;
     #retryPause = 0;
 
@@ -210,13 +216,19 @@ export class Link extends EventTarget {
             this.#setState("connecting");
         }
         this.#requests = new Requests();
-        this.#deadline = this.#world.setTimeout(() => this.#lose(), connectionPatience);
+        this.#giveTime(connectionPatience);
         const socket = this.#world.openSocket(this.#world.socketAddress);
         this.#socket = new SecureSocket(socket, credential, {
+            reached: () => this.#giveTime(answerPatience),
             opened: () => this.#greet(),
             received: (object, body) => this.#receive(object, body),
             ended: (code, reason) => this.#end(code, reason),
         });
+    }
+
+    #giveTime(patience) {
+        this.#world.clearTimeout(this.#deadline);
+        this.#deadline = this.#world.setTimeout(() => this.#lose(), patience);
     }
 
     /** The desktop's page says nothing of itself. */
@@ -238,10 +250,10 @@ export class Link extends EventTarget {
 
     #beConnected() {
         this.#world.clearTimeout(this.#deadline);
-        this.#retryPause = 0;
         this.#waitSeconds = 0;
-        this.#lastTick = this.#world.now();
-        this.#lastPing = this.#lastTick;
+        this.#connectedSince = this.#world.now();
+        this.#lastTick = this.#connectedSince;
+        this.#lastPing = this.#connectedSince;
         this.#scheduleTick();
         this.#setState("connected");
     }
@@ -334,16 +346,19 @@ export class Link extends EventTarget {
 
     /** Ends a connection, or the attempt to make one, and begins to look for the computer. */
     #lose() {
-        const isAttempt = this.#state !== "connected";
         if (!this.#isRunning || !this.#socket) {
             return;
         }
+        const lasted = this.#state === "connected" ? this.#world.now() - this.#connectedSince : 0;
+        if (lasted >= shortestConnection) {
+            this.#retryPause = 0;
+        }
         this.#drop();
         this.#setState("lost");
-        if (this.#world.isVisible()) {
+        if (this.#isAttended()) {
             this.#search.start(this.#retryPause);
         }
-        if (isAttempt) {
+        if (lasted < shortestConnection) {
             this.#retryPause = Math.min(this.#retryPause * 2 || firstRetryPause, longestRetryPause);
         }
     }
@@ -355,8 +370,13 @@ export class Link extends EventTarget {
         }
     }
 
+    /** A code that is shown on the desktop stays valid only while its page is connected. */
+    #isAttended() {
+        return this.#world.isVisible() || this.#credentials.role === "desk";
+    }
+
     #seeOrHide() {
-        if (!this.#world.isVisible()) {
+        if (!this.#isAttended()) {
             this.#search.stop();
         } else if (this.#state === "connected") {
             this.#requests.hear(this.#world.now());
@@ -370,7 +390,7 @@ export class Link extends EventTarget {
 
     #scheduleTick() {
         this.#world.clearTimeout(this.#tickTimer);
-        if (this.#world.isVisible()) {
+        if (this.#isAttended()) {
             this.#tickTimer = this.#world.setTimeout(() => this.#tick(), tickPause);
         }
     }

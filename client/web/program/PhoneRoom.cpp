@@ -124,7 +124,6 @@ void PhoneRoom::end(PhoneSession *session)
     }
     store.markSeen(session->phone().id);
     session->disconnect(this);
-    session->endServer();
     found->release()->deleteLater(); // it may be emitting a signal
     sessions.erase(found);
     emit changed();

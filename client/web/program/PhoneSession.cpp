@@ -49,12 +49,8 @@ PhoneSession::PhoneSession(std::unique_ptr<SecureSocket> browser, KnownPhone pho
     connect(socket.get(), &SecureSocket::ended, this, &PhoneSession::ended);
 }
 
+/// The server releases what the phone holds.
 PhoneSession::~PhoneSession()
-{
-    endServer();
-}
-
-void PhoneSession::endServer()
 {
     if (server) {
         server->disconnect(this);

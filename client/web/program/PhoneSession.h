@@ -42,8 +42,6 @@ public:
     void welcome(const QJsonValue &id, const QJsonObject &fields);
     /// Connects to the server if there is no session.
     void tryServer();
-    /// Ends the session with the server, which releases what the phone holds.
-    void endServer();
     void close(CloseCode code) { socket->close(code); }
 
 signals:

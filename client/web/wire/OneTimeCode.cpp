@@ -38,8 +38,7 @@ qsizetype valueOf(QChar character)
     case u'l':
         return 1;
     default:
-        // A Kelvin sign is a K to whoever ignores case.
-        return character.unicode() > 127 ? -1 : alphabet.indexOf(character, 0, Qt::CaseInsensitive);
+        return alphabet.indexOf(character, 0, Qt::CaseInsensitive);
     }
 }
 

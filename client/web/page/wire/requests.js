@@ -11,13 +11,21 @@ const ownTime = {
     "file.get": 500,
     "file.put": 1000,
     open: 1000,
+    text: 1000,
 };
 const timePerCharacter = 30;
+/** What no layout has may be pasted, one stretch after the other. */
+const timePerRareCharacter = 500;
 
 /** How long a request may take at most beyond what every connection does, in milliseconds. */
 function extraPatience(name, fields, bodySize) {
-    const typing = name === "text" ? String(fields.text).length * timePerCharacter : 0;
+    const typing = name === "text" ? timeToType(String(fields.text)) : 0;
     return (ownTime[name] ?? 0) + typing + bodySize / bytesPerMillisecond;
+}
+
+function timeToType(text) {
+    const rare = text.replace(/[ -~]/g, "").length;
+    return text.length * timePerCharacter + rare * timePerRareCharacter;
 }
 
 /** Why a request was not carried out. */

@@ -27,7 +27,8 @@ export class SecureSocket {
     /**
      * @param {WebSocket} socket one that is being opened
      * @param {object} credential see Initiator
-     * @param {{opened: () => void, received: (object: object, body: Uint8Array) => void,
+     * @param {{reached: () => void, opened: () => void,
+     *     received: (object: object, body: Uint8Array) => void,
      *     ended: (code: number, reason: string) => void}} listener
      */
     constructor(socket, credential, listener) {
@@ -35,7 +36,10 @@ export class SecureSocket {
         this.#listener = listener;
         this.#initiator = new Initiator(credential);
         socket.binaryType = "arraybuffer";
-        socket.onopen = () => socket.send(this.#initiator.first(utf8("{}")));
+        socket.onopen = () => {
+            socket.send(this.#initiator.first(utf8("{}")));
+            listener.reached();
+        };
         socket.onmessage = ({ data }) => this.#receive(data);
         socket.onclose = ({ code, reason }) => this.#end(code, reason);
     }

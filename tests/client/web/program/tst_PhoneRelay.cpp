@@ -9,6 +9,7 @@
 #include <QJsonArray>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWebSocketServer>
 
 #include <memory>
 #include <optional>
@@ -277,8 +278,11 @@ private slots:
         QVERIFY(phone->waitForServer(u"ready"_s));
         const QPointer<QLocalSocket> session = server->socket;
         const auto again = knownPhone(secretIn(hello));
+        QElapsedTimer clock;
+        clock.start();
         again->sayHello();
         QCOMPARE(phone->closeCode(), 1001);
+        QVERIFY(clock.elapsed() < 5000); // half of the time that a silent phone has
         QTRY_VERIFY(!session || session->state() == QLocalSocket::UnconnectedState);
         QVERIFY(again->waitForServer(u"ready"_s));
     }
@@ -441,6 +445,58 @@ private slots:
         WebPhone window(port());
         QVERIFY(!window.enter(Credential::Desk, {}, secretIn(hello).bytes));
         QCOMPARE(window.closeCode(), 4001);
+    }
+
+    void theDesktopsSecretIsNoUseElsewhere()
+    {
+        const WebStore store(WebStore::usualPath());
+        const PairingCodes codes;
+        Reception reception(store, codes, service->deskSecret());
+        reception.onGuest = [](const Guest &) { QFAIL("A guest from elsewhere was let in."); };
+        QWebSocketServer elsewhere(u"test"_s, QWebSocketServer::NonSecureMode);
+        QVERIFY(elsewhere.listen(QHostAddress::LocalHost));
+        connect(&elsewhere, &QWebSocketServer::newConnection, this, [&] {
+            reception.receive(std::unique_ptr<QWebSocket>(elsewhere.nextPendingConnection()),
+                              false);
+        });
+        WebPhone window(elsewhere.serverPort());
+        QVERIFY(!window.enter(Credential::Desk, {}, service->deskSecret()));
+        QCOMPARE(window.closeCode(), 4001);
+    }
+
+    void whoeverShowsNoSecretIsSentAway()
+    {
+        WebPhone stranger(port());
+        QVERIFY(stranger.waitUntilOpen());
+        QElapsedTimer clock;
+        clock.start();
+        QCOMPARE(stranger.closeCode(), 4000);
+        QVERIFY(clock.elapsed() < 3 * 5000);
+    }
+
+    void theOldestStrangerMakesRoom()
+    {
+        WebPhone first(port());
+        QVERIFY(first.waitUntilOpen());
+        std::vector<std::unique_ptr<WebPhone>> crowd;
+        for (size_t count = 0; count < Reception::mostStrangers; ++count) {
+            crowd.push_back(std::make_unique<WebPhone>(port()));
+            QVERIFY(crowd.back()->waitUntilOpen());
+        }
+        QCOMPARE(first.closeCode(), 4003);
+        QVERIFY(newPhone());
+    }
+
+    void aSilentPhoneIsClosed()
+    {
+        WebPhone mute(port());
+        QVERIFY(mute.enterByCode(service->pairingCodes().make()));
+        auto phone = newPhone();
+        QVERIFY(phone->waitForServer(u"ready"_s));
+        const QPointer<QLocalSocket> session = server->socket;
+        QCOMPARE(phone->closeCode(), 1001);
+        QCOMPARE(mute.closeCode(), 1001);
+        QTRY_VERIFY(!session || session->state() == QLocalSocket::UnconnectedState);
     }
 
     void aClosedWindowTakesItsCodeBack()

@@ -26,6 +26,8 @@ export class Computer {
     closes = null;
     isReachable = true;
     isSilent = false;
+    /** Whether connections take for ever to be made. */
+    isHanging = false;
     /** If it is a list, looks wait in it to be answered. */
     waitingLooks = null;
     phones = new Map();
@@ -122,6 +124,9 @@ class FakeSocket {
     }
 
     #open() {
+        if (this.#computer.isHanging) {
+            return;
+        }
         if (this.#computer.isReachable) {
             this.onopen?.();
         } else {

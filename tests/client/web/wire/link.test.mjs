@@ -415,15 +415,21 @@ test("a connection that takes bytes is not taken for a broken one", async () => 
     assert.equal(link.state, "lost");
 });
 
-test("a long text takes its time to type", async () => {
-    const { link, computer, world } = await begin({ isKnown: true });
-    computer.isSilent = true;
-    outcome(link.request("text", { text: "x".repeat(200) }));
-    await world.pass(6000);
-    assert.equal(link.state, "connected");
-    await world.pass(3000);
-    assert.equal(link.state, "lost");
-});
+for (const [title, text, time] of [
+    ["a short one", "abc", 2500],
+    ["a long one", "x".repeat(200), 8400],
+    ["one that no layout has", "😀".repeat(5), 7500],
+]) {
+    test(`a text takes its time to type: ${title}`, async () => {
+        const { link, computer, world } = await begin({ isKnown: true });
+        computer.isSilent = true;
+        outcome(link.request("text", { text }));
+        await world.pass(time);
+        assert.equal(link.state, "connected");
+        await world.pass(600);
+        assert.equal(link.state, "lost");
+    });
+}
 
 test("a network that is gone is noticed at once", async () => {
     const { link, computer, world } = await begin({ isKnown: true });
@@ -527,13 +533,50 @@ test("what fails again and again is tried less and less often", async () => {
 
 test("a connection that does not come about is given up", async () => {
     const computer = new Computer();
-    computer.isSilent = true;
+    computer.isHanging = true;
     const { link, world } = await begin({ isKnown: true, computer });
     await world.pass(2900);
     assert.equal(link.state, "connecting");
     await world.pass(200);
     assert.equal(link.state, "lost");
-    assert.equal(computer.last.closedBy, "page");
+    assert.equal(computer.connections[0].closedBy, "page");
+});
+
+test("a computer that holds its answer back is waited for, but not for ever", async () => {
+    const computer = new Computer();
+    computer.isSilent = true;
+    const { link, world } = await begin({ isKnown: true, computer });
+    await world.pass(9900);
+    assert.equal(link.state, "connecting");
+    await world.pass(200);
+    assert.equal(link.state, "lost");
+});
+
+test("two pages that drive each other out do it less and less often", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    for (let second = 0; second < 60; second += 1) {
+        if (link.state === "connected") {
+            computer.last.end(1001);
+        }
+        await world.pass(100);
+    }
+    assert.ok(computer.connections.length < 10, `${computer.connections.length} connections`);
+    await world.pass(10_000);
+    computer.last.end(1001);
+    await world.pass(0);
+    assert.equal(link.state, "connected", "after one that lasted there is no pause");
+});
+
+test("the desktop's page keeps its connection when nobody sees it", async () => {
+    const fragment = Buffer.from(deskSecret).toString("base64url");
+    const { link, computer, world } = await begin({ as: role.desk, fragment });
+    world.isShown = false;
+    await world.happen("visibilitychange");
+    await world.pass(5000);
+    assert.ok(computer.last.received.length >= 4);
+    computer.last.end(1006);
+    await world.pass(100);
+    assert.equal(link.state, "connected");
 });
 
 test("too many connections are given time to become fewer", async () => {
