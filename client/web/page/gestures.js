@@ -82,7 +82,7 @@ export class Gestures {
         this.options = { ...gestureDefaults, ...options };
     }
 
-    /** "idle", "pending", "moving", "dragging", "two", "scrolling", "zooming", "many" or "alone". */
+    /** "idle", "pending", "held", "moving", "dragging", "two", "scrolling", "zooming", "many" or "alone". */
     get state() {
         return this.#state;
     }
@@ -207,7 +207,7 @@ export class Gestures {
         if (this.#state === "dragging") {
             return;
         }
-        if (this.#state === "moving" || this.#state === "alone" || this.#state === "scrolling") {
+        if (["moving", "held", "alone", "scrolling"].includes(this.#state)) {
             this.#mostFingers = Infinity;
         }
         this.#endState();
@@ -226,7 +226,7 @@ export class Gestures {
         if (steps.length === 0) {
             return;
         }
-        if (this.#state === "pending" || this.#state === "alone") {
+        if (["pending", "held", "alone"].includes(this.#state)) {
             this.#leaveRest(steps, time);
         } else if (this.#state === "moving" || this.#state === "dragging") {
             steps.forEach((step) => this.#point(step, time));
@@ -286,9 +286,16 @@ export class Gestures {
             this.#beginScroll("vertical");
             this.#scroll(beyond, time);
         } else {
-            this.#enter(this.#isTapHeld ? "dragging" : "moving");
+            this.#beginMoving();
             this.#point(beyond, time);
         }
+    }
+
+    #beginMoving() {
+        if (this.#state === "held") {
+            this.act({ type: "press", button: "left" });
+        }
+        this.#enter(this.#isTapHeld || this.#state === "held" ? "dragging" : "moving");
     }
 
     #slop(time) {
@@ -449,13 +456,10 @@ export class Gestures {
         this.act({ type: "release", button: "left" });
     }
 
+    /** The button is pressed when the finger moves: it may also rest while another one scrolls. */
     #hold() {
         this.#holdAt = null;
-        if (!this.#isTapHeld) {
-            this.act({ type: "press", button: "left" });
-        }
-        this.#isTapHeld = false;
-        this.#enter("dragging");
+        this.#enter(this.#isTapHeld ? "dragging" : "held");
         this.act({ type: "vibrate" });
     }
 

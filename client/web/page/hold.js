@@ -4,8 +4,8 @@
 /** Milliseconds until a held key repeats, and between two repetitions. */
 const delay = 400;
 const interval = 40;
-/** A click so long after the touch is not the touch's own. */
-const sameTouch = 1000;
+/** The click of a touch comes so soon after it, in milliseconds. */
+const clickTime = 400;
 
 /**
  * Makes a button that acts when it is tapped, and again and again while it is held. A repetition
@@ -17,11 +17,12 @@ const sameTouch = 1000;
  */
 export function onHold(button, act, { isImmediate = false, repeats = false } = {}) {
     let timer = null;
-    let actedAt = -Infinity;
+    /** The click that follows a touch is done already. */
+    let isDone = false;
 
     const repeat = async () => {
         const started = timer;
-        actedAt = performance.now();
+        isDone = true;
         await act();
         if (timer === started && timer !== null) {
             timer = setTimeout(repeat, interval);
@@ -30,31 +31,30 @@ export function onHold(button, act, { isImmediate = false, repeats = false } = {
     const stop = () => {
         clearTimeout(timer);
         timer = null;
+        setTimeout(() => { isDone = false; }, clickTime);
     };
     button.addEventListener("pointerdown", (event) => {
-        if (event.button !== 0 || button.disabled) {
+        if (event.button !== 0) {
             return;
         }
-        actedAt = -Infinity;
+        isDone = isImmediate;
         if (isImmediate) {
-            actedAt = performance.now();
             act();
         }
         if (repeats) {
             timer = setTimeout(repeat, delay);
         }
     });
-    for (const type of ["pointerup", "pointercancel", "pointerleave", "lostpointercapture"]) {
+    for (const type of ["pointerup", "pointercancel", "pointerleave"]) {
         button.addEventListener(type, stop);
     }
     button.addEventListener("contextmenu", (event) => event.preventDefault());
     // Also what screen readers and keyboards send.
     button.addEventListener("click", () => {
-        stop();
-        if (performance.now() - actedAt > sameTouch) {
+        if (!isDone) {
             act();
         }
-        actedAt = -Infinity;
+        isDone = false;
     });
 }
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-/** A click so long after the touch is not the touch's own, in milliseconds. */
-const sameTouch = 1000;
+/** The click of a touch comes so soon after it, in milliseconds. */
+const clickTime = 400;
 
 /** The buttons below the touchpad. They hold while a finger is on them, so another finger can drag. */
 export class MouseButtons {
@@ -36,16 +36,16 @@ export class MouseButtons {
     }
 
     #connect(button) {
-        button.addEventListener("pointerdown", (event) => {
-            this.#touchedAt = event.timeStamp;
-            this.#press(event.pointerId, button);
-        });
+        button.addEventListener("pointerdown", (event) => this.#press(event.pointerId, button));
         for (const type of ["pointerup", "pointercancel", "lostpointercapture"]) {
-            button.addEventListener(type, (event) => this.#release(event.pointerId));
+            button.addEventListener(type, (event) => {
+                this.#touchedAt = event.timeStamp;
+                this.#release(event.pointerId);
+            });
         }
         // What screen readers and keyboards send.
         button.addEventListener("click", (event) => {
-            if (event.timeStamp - this.#touchedAt > sameTouch) {
+            if (event.timeStamp - this.#touchedAt > clickTime) {
                 this.#beforeClick();
                 this.#computer.click(button.dataset.button, this.#sticky.take());
             }

@@ -9,8 +9,10 @@ let timer = null;
 /** Shows a sentence for some seconds; screen readers say it. */
 export function notify(sentence) {
     const notice = document.getElementById("notice");
-    notice.textContent = sentence;
-    notice.hidden = false;
+    if (notice.hidden || notice.textContent !== sentence) {
+        notice.textContent = sentence;
+        notice.hidden = false;
+    }
     clearTimeout(timer);
     timer = setTimeout(() => { notice.hidden = true; }, duration);
 }

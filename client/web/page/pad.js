@@ -67,6 +67,7 @@ export class Pad {
             .map((touch) => touch.identifier);
         this.#gestures.touch(type, touches, event.timeStamp, present);
         this.usedAt = event.timeStamp;
+        this.#element.classList.add("known");
         this.#element.classList.toggle("touched", present.length > 0);
         this.#schedule();
     }
