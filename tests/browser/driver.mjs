@@ -235,17 +235,15 @@ const commands = {
 
     /** Gives files to the chooser that the element opens. */
     async choose({ files, ...which }, { page }) {
-        const chooser = page.waitForEvent("filechooser", { timeout: limit });
-        await find(page, which).click();
-        await (await chooser).setFiles(files);
+        const [chooser] = await Promise.all([page.waitForEvent("filechooser"), find(page, which).click()]);
+        await chooser.setFiles(files);
     },
 
     /** Saves what the element downloads, and answers with its name. */
     async download({ path, ...which }, { page }) {
-        const download = page.waitForEvent("download", { timeout: limit });
-        await find(page, which).click();
-        await (await download).saveAs(path);
-        return (await download).suggestedFilename();
+        const [download] = await Promise.all([page.waitForEvent("download"), find(page, which).click()]);
+        await download.saveAs(path);
+        return download.suggestedFilename();
     },
 
     async offline({ isOffline }, { page }) {

@@ -25,6 +25,20 @@ constexpr auto SoonFound = 4s;
 
 const QString IsGreyed = u"document.getElementById('pad').inert"_s;
 
+/// What of the page is broader than the screen, and which buttons are smaller than a finger.
+const QString Misfits = uR"((() => {
+    const broad = document.scrollingElement.scrollWidth > innerWidth ? ["the page is too broad"] : [];
+    const small = [...document.querySelectorAll("button, select, a.button, label.button")]
+        .filter((button) => button.checkVisibility() && button.getBoundingClientRect().width > 0)
+        .filter((button) => {
+            const { width, height } = button.getBoundingClientRect();
+            return width < 40 || height < 40;
+        })
+        .map((button) => `${button.id || button.textContent} is ${button.getBoundingClientRect().width}` +
+            ` x ${button.getBoundingClientRect().height}`);
+    return [...broad, ...small].join("; ");
+})())"_s;
+
 QString stateIs(const QString &state)
 {
     return u"document.body.dataset.state === '%1'"_s.arg(state);
@@ -57,14 +71,22 @@ private slots:
     void aCodeWorksOnce();
     void aPhoneComesBackWithItsOwnSecret();
     void aPhoneIsRemovedOnTheDesk();
+    void aDeskShowsWhoComesAndGoes();
+    void otherDoorsAreClosedOnTheDesk();
+    void aServerIsMissedOnTheDesk();
+    void aDeskWithoutNetworkSaysSo();
+    void theProgramIsEndedOnTheDesk();
     void aPhoneIsAcceptedByTheUser();
     void aPhoneIsRefusedByTheUser();
+    void aLostNetworkIsShownAndFoundAgain_data();
     void aLostNetworkIsShownAndFoundAgain();
     void aPhoneWithoutNetworkKnowsItAtOnce();
     void aKilledProgramIsFoundAgain();
     void aStoppedServerIsShownAndFoundAgain();
     void whatAPhoneHoldsIsReleasedWhenItGoes();
     void nothingIsRepeatedAfterALoss();
+    void everyViewFitsOnEveryScreen_data();
+    void everyViewFitsOnEveryScreen();
 
 private:
     bool pair();
@@ -100,6 +122,7 @@ void tst_PhoneConnections::init()
 void tst_PhoneConnections::cleanup()
 {
     QVERIFY(phones->setCable(true));
+    QVERIFY(phones->shapeCable(1000));
     if (observer) {
         QVERIFY(waitUntil([this] { return observer->isNothingDown(); }));
     }
@@ -122,7 +145,7 @@ bool tst_PhoneConnections::openDesk()
     deskPage = std::make_unique<PhonePage>(phones->deskBrowser(), PhoneLook::desktop());
     return waitUntil([this] { return QFile::exists(phones->web().pageFile()); }) &&
            deskPage->goTo(u"file://"_s + phones->web().pageFile()) &&
-           deskPage->awaits(PageElement::of(u"#qr svg"_s));
+           deskPage->awaits(PageElement::of(u"#qr"_s));
 }
 
 /// Holds the left button by a finger that rests, and moves on.
@@ -213,12 +236,69 @@ void tst_PhoneConnections::aPhoneIsRemovedOnTheDesk()
     QVERIFY(openDesk());
     QVERIFY(pair());
     QVERIFY(deskPage->tap(PageElement::of(u"#phones button"_s)));
+    QVERIFY(deskPage->tap(PageElement::of(u"#question [value=remove]"_s)));
     QVERIFY(page->await(stateIs(u"door"_s)));
     QVERIFY(page->await(u"document.getElementById('door-reason').textContent.length > 20"_s));
     QVERIFY(page->reload());
     QVERIFY(page->await(stateIs(u"door"_s)));
     QVERIFY(deskPage->await(u"!document.body.innerText.includes('Android')"_s));
     QVERIFY(scene->showsLight(StatusLight::Orange));
+}
+
+void tst_PhoneConnections::aDeskShowsWhoComesAndGoes()
+{
+    QVERIFY(openDesk());
+    QVERIFY(deskPage->await(u"document.querySelectorAll('#phones li').length === 0"_s));
+    QVERIFY(pair());
+    const QString isOn = u"document.querySelector('#phones .lamp.on') !== null"_s;
+    QVERIFY(deskPage->await(isOn));
+    page.reset();
+    QVERIFY(deskPage->await(u"!(%1)"_s.arg(isOn)));
+    QVERIFY(deskPage->await(u"document.querySelectorAll('#phones li').length === 1"_s));
+}
+
+void tst_PhoneConnections::otherDoorsAreClosedOnTheDesk()
+{
+    QVERIFY(openDesk());
+    QVERIFY(deskPage->tap(PageElement::of(u"#closed"_s)));
+    QVERIFY(waitUntil(
+        [this] { return scene->storedSetting(u"listenAddress"_s).toString() == "127.0.0.1"_L1; }));
+    QVERIFY(deskPage->await(u"document.getElementById('closed').checked"_s));
+    // Phones still come in.
+    QVERIFY(pair());
+    QVERIFY(deskPage->tap(PageElement::of(u"#closed"_s)));
+    QVERIFY(waitUntil(
+        [this] { return scene->storedSetting(u"listenAddress"_s).toString().isEmpty(); }));
+}
+
+void tst_PhoneConnections::aServerIsMissedOnTheDesk()
+{
+    QVERIFY(openDesk());
+    QVERIFY(deskPage->await(u"document.getElementById('troubles').textContent === ''"_s));
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+    QVERIFY(deskPage->await(u"document.getElementById('troubles').textContent !== ''"_s));
+    QVERIFY(deskPage->saveScreenshot(u"desk-without-server"_s));
+    QVERIFY(scene->start());
+    QVERIFY(deskPage->await(u"document.getElementById('troubles').textContent === ''"_s));
+}
+
+void tst_PhoneConnections::aDeskWithoutNetworkSaysSo()
+{
+    QVERIFY(openDesk());
+    QVERIFY(phones->setCable(false));
+    QVERIFY(deskPage->awaitsEndOf(PageElement::of(u"#qr"_s)));
+    QVERIFY(deskPage->saveScreenshot(u"desk-without-network"_s));
+    QVERIFY(phones->setCable(true));
+    QVERIFY(deskPage->awaits(PageElement::of(u"#qr"_s)));
+}
+
+void tst_PhoneConnections::theProgramIsEndedOnTheDesk()
+{
+    QVERIFY(openDesk());
+    QVERIFY(deskPage->tap(PageElement::of(u"#quit"_s)));
+    QVERIFY(waitUntil([this] { return !phones->web().isRunning(); }));
+    QVERIFY(!QFile::exists(phones->web().pageFile()));
+    QVERIFY(deskPage->await(u"document.getElementById('main').hidden"_s));
 }
 
 void tst_PhoneConnections::aPhoneIsAcceptedByTheUser()
@@ -229,6 +309,7 @@ void tst_PhoneConnections::aPhoneIsAcceptedByTheUser()
     QVERIFY(question);
     QVERIFY(page->await(stateIs(u"asking"_s)));
     QVERIFY(page->evaluate(IsGreyed).toBool());
+    QVERIFY(page->saveScreenshot(u"phone-asking"_s));
     QVERIFY(scene->clickButton(*question, AcceptButton));
     QVERIFY(page->awaitReady());
     // The user is not asked again.
@@ -247,16 +328,24 @@ void tst_PhoneConnections::aPhoneIsRefusedByTheUser()
     QVERIFY(page->await(u"document.getElementById('door-reason').textContent.length > 20"_s));
 }
 
+void tst_PhoneConnections::aLostNetworkIsShownAndFoundAgain_data()
+{
+    QTest::addColumn<bool>("isSilent");
+    QTest::newRow("the phone has no network") << false;
+    QTest::newRow("all packets are lost") << true;
+}
+
 void tst_PhoneConnections::aLostNetworkIsShownAndFoundAgain()
 {
+    QFETCH(bool, isSilent);
     QVERIFY(pair());
-    for (int turn = 0; turn < 3; ++turn) {
-        QVERIFY(phones->setCable(false));
+    for (int turn = 0; turn < 2; ++turn) {
+        QVERIFY(isSilent ? phones->losePackets() : phones->setCable(false));
         const qint64 lost = timeOf(stateIs(u"lost"_s));
         QVERIFY(page->evaluate(IsGreyed).toBool());
         // Long enough that a browser would wait with another connection.
         QTest::qWait(3'000);
-        QVERIFY(phones->setCable(true));
+        QVERIFY(isSilent ? phones->shapeCable(1000) : phones->setCable(true));
         const qint64 found = timeOf(stateIs(u"ready"_s));
         qInfo("Lost after %lld ms, found again after %lld ms.", lost, found);
         QVERIFY(lost >= 0 && lost < SoonLost / 1ms);
@@ -342,6 +431,54 @@ void tst_PhoneConnections::nothingIsRepeatedAfterALoss()
     QVERIFY(page->gesture(TouchGesture::tap(middleOfPad(), 2)));
     QVERIFY(waitUntil([this] { return observer->pressedButtons().contains("right"); }));
     QCOMPARE(observer->pressedButtons(), QByteArrayList{"right"});
+}
+
+void tst_PhoneConnections::everyViewFitsOnEveryScreen_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<bool>("isDark");
+    QTest::addColumn<int>("textSize");
+    QTest::newRow("small") << QSize(320, 568) << false << 100;
+    QTest::newRow("small-dark") << QSize(320, 568) << true << 100;
+    QTest::newRow("large") << QSize(430, 932) << false << 100;
+    QTest::newRow("large-dark") << QSize(430, 932) << true << 100;
+    QTest::newRow("across") << QSize(844, 390) << false << 100;
+    QTest::newRow("with-its-keyboard") << QSize(390, 440) << false << 100;
+    QTest::newRow("large-text") << QSize(390, 844) << false << 200;
+}
+
+/// And nothing that can be tapped is too small for a finger.
+void tst_PhoneConnections::everyViewFitsOnEveryScreen()
+{
+    QFETCH(QSize, size);
+    QFETCH(bool, isDark);
+    QFETCH(int, textSize);
+    const QString name = QString::fromLatin1(QTest::currentDataTag());
+    QVERIFY(page->resize(size));
+    QVERIFY(page->setDark(isDark));
+    const auto look = [&](const QString &view) {
+        page->evaluate(u"document.documentElement.style.fontSize = '%1%'"_s.arg(textSize));
+        page->saveScreenshot(u"phone-%1-%2"_s.arg(name, view));
+        return page->evaluate(Misfits).toString();
+    };
+    QVERIFY(page->goTo(phones->address()));
+    QVERIFY(page->await(stateIs(u"door"_s)));
+    QCOMPARE(look(u"door"_s), QString());
+    QVERIFY(pair());
+    for (const QString &view : {u"pad"_s, u"keys"_s, u"media"_s, u"exchange"_s, u"settings"_s}) {
+        QVERIFY(page->tap(PageElement::of(u"#tab-"_s + view)));
+        QCOMPARE(look(view), QString());
+    }
+    QVERIFY(page->tap(PageElement::of(u"#tab-pad"_s)));
+    QVERIFY(phones->setCable(false));
+    QVERIFY(page->await(stateIs(u"lost"_s)));
+    QCOMPARE(look(u"lost"_s), QString());
+    QVERIFY(phones->setCable(true));
+    deskPage = std::make_unique<PhonePage>(
+        phones->deskBrowser(), PhoneLook{{size.width() + 600, 800}, 1, isDark, u"de-DE"_s, false});
+    QVERIFY(deskPage->goTo(u"file://"_s + phones->web().pageFile()));
+    QVERIFY(deskPage->awaits(PageElement::of(u"#qr"_s)));
+    QVERIFY(deskPage->saveScreenshot(u"desk-"_s + name));
 }
 
 QTEST_GUILESS_MAIN(tst_PhoneConnections)
