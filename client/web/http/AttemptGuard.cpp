@@ -32,8 +32,11 @@ std::chrono::milliseconds AttemptGuard::addWrong(const QHostAddress &address, Cl
     }
     ++attempts.count;
     attempts.last = now;
-    const int late = std::min(attempts.count, mostAttempts) - freeAttempts;
-    return late > 0 ? 1000ms * (1 << (late - 1)) : 0ms;
+    auto pause = 0ms;
+    for (int late = freeAttempts; late < std::min(attempts.count, mostAttempts); ++late) {
+        pause = pause == 0ms ? 1000ms : 2 * pause;
+    }
+    return pause;
 }
 
 /// Keeps a place free for one more.
