@@ -11,6 +11,10 @@ import { chromium } from "playwright-core";
 
 const limit = Number(process.env.LIMIT_MILLISECONDS ?? 20000);
 
+/** What Chromium says of itself on a phone. */
+const phone = "Mozilla/5.0 (Linux; Android 10; K) AppleWebKit/537.36 (KHTML, like Gecko) " +
+    "Chrome/150.0.0.0 Mobile Safari/537.36";
+
 const browser = await chromium.launch({
     executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium",
     headless: true,
@@ -45,6 +49,17 @@ async function touch(protocol, type, points) {
     await protocol.send("Input.dispatchTouchEvent", { type, touchPoints });
 }
 
+/** Past the page's policy, which lets nobody else evaluate a text. */
+async function evaluate(protocol, expression) {
+    const { result, exceptionDetails } = await protocol.send("Runtime.evaluate", {
+        expression, awaitPromise: true, returnByValue: true,
+    });
+    if (exceptionDetails) {
+        throw new Error(exceptionDetails.exception?.description ?? exceptionDetails.text);
+    }
+    return result.value ?? null;
+}
+
 /** Bytes of all answers as they came over the wire, their heads included. */
 function countBytes(open) {
     open.bytes = 0;
@@ -62,6 +77,7 @@ const commands = {
             colorScheme: dark ? "dark" : "light",
             locale,
             isMobile: mobile,
+            ...(mobile ? { userAgent: phone } : {}),
             hasTouch: mobile,
             acceptDownloads: true,
         });
@@ -98,13 +114,19 @@ const commands = {
         await page.reload({ waitUntil: "load" });
     },
 
-    async evaluate({ expression }, { page }) {
-        return (await page.evaluate(expression)) ?? null;
+    async evaluate({ expression }, { protocol }) {
+        return evaluate(protocol, expression);
     },
 
     /** Waits until the expression is true. */
-    async await({ expression, milliseconds = limit }, { page }) {
-        await page.waitForFunction(expression, null, { timeout: milliseconds, polling: 20 });
+    async await({ expression, milliseconds = limit }, { protocol }) {
+        const end = performance.now() + milliseconds;
+        while (!(await evaluate(protocol, `Boolean(${expression})`))) {
+            if (performance.now() > end) {
+                throw new Error(`never true: ${expression}`);
+            }
+            await sleepUntil(performance.now() + 10);
+        }
     },
 
     /** Waits until the element is seen, or no longer. */
@@ -130,15 +152,15 @@ const commands = {
     },
 
     /** A finger's tap in the middle of it, or a click with the mouse where there are no fingers. */
-    async tap(which, { page }) {
+    async tap(which, { page, protocol }) {
         const element = find(page, which);
-        if ((await page.evaluate("navigator.maxTouchPoints")) === 0) {
+        if ((await evaluate(protocol, "navigator.maxTouchPoints")) === 0) {
             await element.click();
             return;
         }
-        await page.evaluate(awaitClick);
+        await evaluate(protocol, awaitClick);
         await element.tap();
-        await page.evaluate("tapped");
+        await evaluate(protocol, "tapped");
     },
 
     async focus(which, { page }) {
@@ -197,8 +219,8 @@ const commands = {
     },
 
     /** What autocorrection does: another text in place of the last characters. */
-    async replace({ characters, text }, { page, protocol }) {
-        const end = await page.evaluate("document.activeElement.selectionEnd");
+    async replace({ characters, text }, { protocol }) {
+        const end = await evaluate(protocol, "document.activeElement.selectionEnd");
         await protocol.send("Input.imeSetComposition", {
             text, selectionStart: text.length, selectionEnd: text.length,
             replacementStart: end - characters, replacementEnd: end,
@@ -213,17 +235,15 @@ const commands = {
 
     /** Gives files to the chooser that the element opens. */
     async choose({ files, ...which }, { page }) {
-        const chooser = page.waitForEvent("filechooser", { timeout: limit });
-        await find(page, which).click();
-        await (await chooser).setFiles(files);
+        const [chooser] = await Promise.all([page.waitForEvent("filechooser"), find(page, which).click()]);
+        await chooser.setFiles(files);
     },
 
     /** Saves what the element downloads, and answers with its name. */
     async download({ path, ...which }, { page }) {
-        const download = page.waitForEvent("download", { timeout: limit });
-        await find(page, which).click();
-        await (await download).saveAs(path);
-        return (await download).suggestedFilename();
+        const [download] = await Promise.all([page.waitForEvent("download"), find(page, which).click()]);
+        await download.saveAs(path);
+        return download.suggestedFilename();
     },
 
     async offline({ isOffline }, { page }) {

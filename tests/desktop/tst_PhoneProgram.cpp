@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
+#include <QRandomGenerator>
 #include <QTcpServer>
 #include <QTest>
 
@@ -20,12 +21,15 @@ using namespace quillmote;
 
 namespace {
 
-/// A port that was free a moment ago.
+/// A port that was free a moment ago, of those that the system gives to nobody by itself.
 quint16 freePort()
 {
     QTcpServer server;
-    server.listen(QHostAddress::LocalHost);
-    return server.serverPort();
+    quint16 port = 0;
+    do {
+        port = static_cast<quint16>(QRandomGenerator::global()->bounded(20'000, 30'000));
+    } while (!server.listen(QHostAddress::AnyIPv4, port));
+    return port;
 }
 
 QByteArray contentOf(const QString &path)

@@ -56,8 +56,9 @@ QByteArray guards(const QByteArray &socketSource)
            "; base-uri 'none'; form-action 'none'; frame-ancestors 'none'\r\n"
            "X-Content-Type-Options: nosniff\r\n"
            "Referrer-Policy: no-referrer\r\n"
-           "Cross-Origin-Opener-Policy: same-origin\r\n"
-           "Cross-Origin-Resource-Policy: same-origin\r\n"
+           "Cross-Origin-Resource-Policy: same-origin\r\n" +
+           // Without encryption browsers ignore it, and complain.
+           (socketSource.startsWith("wss:") ? "Cross-Origin-Opener-Policy: same-origin\r\n" : "") +
            "Permissions-Policy: camera=(), geolocation=(), microphone=(), payment=(), usb=()\r\n";
 }
 

@@ -8,10 +8,12 @@
 
 namespace quillmote {
 
-/// The QR code of the text: a row of "0" and "1" (dark) for each row of modules.
+/// The QR code of a text, with error correction of level M: rows of "1" (dark) and "0" (light),
+/// without the quiet zone around it. Empty if the text is too long for a code.
 QStringList qrRows(const QString &text);
 
-/// The same as a terminal shows it.
+/// The code with its quiet zone for a terminal that knows 256 colours: two rows in each line. It is
+/// dark on light, whatever colours the terminal has, since not every camera reads the inverse.
 QString qrForTerminal(const QStringList &rows);
 
 } // namespace quillmote

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "web/http/WebDoor.h"
-#include "web/network/NetworkAddresses.h"
+#include "web/network/NetworkChanges.h"
 #include "web/program/Desk.h"
 #include "web/program/PageAddress.h"
 #include "web/program/PairingCodes.h"

@@ -35,6 +35,11 @@ std::function<void()> PseudoTerminal::asStandardStreams() const
     };
 }
 
+QString PseudoTerminal::device() const
+{
+    return QString::fromLocal8Bit(ptsname(screen));
+}
+
 void PseudoTerminal::type(const QByteArray &keys) const
 {
     [[maybe_unused]] const ssize_t written =

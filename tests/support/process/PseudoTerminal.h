@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QString>
 
 #include <functional>
 
@@ -20,6 +21,9 @@ public:
     std::function<void()> asErrorOutput() const;
     /// Makes it all three standard streams.
     std::function<void()> asStandardStreams() const;
+
+    /// The file by which programs open it.
+    QString device() const;
 
     /// What a person types at it.
     void type(const QByteArray &keys) const;

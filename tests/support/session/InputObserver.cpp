@@ -37,7 +37,11 @@ public:
     }
 
     bool isReady() const { return watcher.isConnected(); }
-    void clear() override { watcher.clear(); }
+    void clear() override
+    {
+        watcher.takeFocus();
+        watcher.clear();
+    }
     QPointF pointer() override { return watcher.pointerPosition(); }
     bool isButtonDown() override
     {

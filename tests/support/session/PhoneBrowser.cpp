@@ -22,7 +22,7 @@ PhoneBrowser::PhoneBrowser(const UserSession &session, std::function<void()> las
     environment.remove(u"WAYLAND_DISPLAY"_s);
     environment.insert(u"LIMIT_MILLISECONDS"_s, QString::number(GenerousLimit.count()));
     process.setProcessEnvironment(environment);
-    process.setStandardErrorFile(session.path(u"browser.log"_s), QIODevice::Append);
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.setLastPreparation(std::move(lastPreparation));
     process.start(u"node"_s, {QStringLiteral(BROWSER_DRIVER)});
     if (!waitUntil(
@@ -122,6 +122,7 @@ bool PhonePage::awaitReady(std::chrono::milliseconds limit)
 
 bool PhonePage::setSetting(const QString &name, const QJsonValue &value)
 {
+    // Read when the page is loaded.
     const QByteArray settings =
         QJsonDocument(QJsonObject{{name, value}}).toJson(QJsonDocument::Compact);
     evaluate(u"localStorage.setItem('vorna.settings', '%1')"_s.arg(QString::fromUtf8(settings)));
@@ -175,6 +176,13 @@ bool PhonePage::fill(const PageElement &field, const QString &text)
     QJsonObject fields = field.fields();
     fields.insert(u"text"_s, text);
     return does(u"fill"_s, fields);
+}
+
+bool PhonePage::select(const PageElement &list, const QString &value)
+{
+    QJsonObject fields = list.fields();
+    fields.insert(u"value"_s, value);
+    return does(u"select"_s, fields);
 }
 
 bool PhonePage::choose(const PageElement &element, const QStringList &files)

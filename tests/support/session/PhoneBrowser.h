@@ -103,6 +103,7 @@ public:
     bool tap(const PageElement &element);
     bool gesture(const TouchGesture &gesture);
     bool fill(const PageElement &field, const QString &text);
+    bool select(const PageElement &list, const QString &value);
     bool choose(const PageElement &element, const QStringList &files);
     /// Returns the name that the page gives the file; empty if nothing came.
     QString download(const PageElement &element, const QString &path);

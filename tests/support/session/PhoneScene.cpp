@@ -55,12 +55,25 @@ bool PhoneScene::setCable(bool isPlugged) const
                                   isPlugged ? u"up"_s : u"down"_s});
 }
 
+/// A queue that is too short for any packet.
+bool PhoneScene::losePackets() const
+{
+    return limitCable({u"8bit"_s, u"burst"_s, u"1"_s, u"latency"_s, u"1ms"_s});
+}
+
 bool PhoneScene::shapeCable(int megabitsPerSecond) const
 {
+    return limitCable(
+        {u"%1mbit"_s.arg(megabitsPerSecond), u"burst"_s, u"64kb"_s, u"latency"_s, u"50ms"_s});
+}
+
+bool PhoneScene::limitCable(const QStringList &rate) const
+{
     for (const NetworkHost *host : {&desk(), &pocket()}) {
-        if (!host->run(u"tc"_s, {u"qdisc"_s, u"replace"_s, u"dev"_s, NetworkNamespaces::device(),
-                                 u"root"_s, u"tbf"_s, u"rate"_s, u"%1mbit"_s.arg(megabitsPerSecond),
-                                 u"burst"_s, u"64kb"_s, u"latency"_s, u"50ms"_s})) {
+        if (!host->run(u"tc"_s,
+                       QStringList{u"qdisc"_s, u"replace"_s, u"dev"_s, NetworkNamespaces::device(),
+                                   u"root"_s, u"tbf"_s, u"rate"_s} +
+                           rate)) {
             return false;
         }
     }

@@ -38,8 +38,12 @@ public:
     bool setCable(bool isPlugged) const;
     /// Limits both directions of the cable.
     bool shapeCable(int megabitsPerSecond) const;
+    /// Drops all in both directions, which nobody is told; shapeCable() ends it.
+    bool losePackets() const;
 
 private:
+    bool limitCable(const QStringList &rate) const;
+
     const UserSession &surroundings;
     NetworkNamespaces hosts;
     QByteArray failure;

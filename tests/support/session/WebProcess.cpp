@@ -5,24 +5,20 @@
 
 #include <QRegularExpression>
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 WebProcess::WebProcess(const UserSession &session, const QStringList &arguments,
                        std::function<void()> lastPreparation)
     : redirection(session.path(u"run/quillmote-web/page.html"_s))
 {
     process.setProcessEnvironment(session.environment());
     process.setWorkingDirectory(session.home());
-    process.setLastPreparation(
-        [become = std::move(lastPreparation), takeTerminal = terminal.asStandardStreams()] {
-            become();
-            takeTerminal();
-            // So that it may read from it.
-            ::setsid();
-            ::ioctl(STDIN_FILENO, TIOCSCTTY, 0);
-        });
-    process.start(qEnvironmentVariable("VORNA_QUILLMOTE_WEB"), arguments);
+    process.setStandardInputFile(terminal.device());
+    process.setStandardOutputFile(terminal.device());
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.setLastPreparation(std::move(lastPreparation));
+    // A program may read from a terminal only if that is its session's.
+    process.start(u"setsid"_s,
+                  QStringList{u"--ctty"_s, qEnvironmentVariable("VORNA_QUILLMOTE_WEB")} +
+                      arguments);
     process.waitForStarted();
 }
 

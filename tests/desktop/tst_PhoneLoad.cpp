@@ -1,0 +1,369 @@
+// SPDX-FileCopyrightText: 2026 The VornaServer developers
+// SPDX-License-Identifier: MIT
+
+#include "support/Sample.h"
+#include "support/process/ProcessMemory.h"
+#include "support/process/ProcessTables.h"
+#include "support/session/ServerScene.h"
+#include "support/session/WebProcess.h"
+#include "support/web/RawPeer.h"
+#include "support/web/WebPhone.h"
+#include "support/x11/InputWatcher.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QTcpServer>
+#include <QTest>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using namespace quillmote;
+
+namespace {
+
+constexpr qint64 Mebibyte = 1024 * 1024;
+
+/// The address of those who mean harm; the phone has another one.
+constexpr char Foreign[] = "127.0.0.2";
+
+/// Connections of a crowd.
+constexpr size_t CrowdSize = 500;
+
+/// What memory may grow by while a crowd is there: its connections, with sanitizers.
+constexpr qint64 MostGrowth = 64 * Mebibyte;
+
+/// With sanitizers, beside other tests, and with the attackers on the same two processors.
+constexpr double MostMedian = 50;
+
+quint16 freePort()
+{
+    QTcpServer server;
+    server.listen(QHostAddress::LocalHost);
+    return server.serverPort();
+}
+
+/// Does harm in a thread of its own until it is stopped or destroyed.
+class Attack
+{
+public:
+    using Deed = std::function<void(const std::atomic_bool &isOver)>;
+
+    explicit Attack(Deed deed) : worker([this, act = std::move(deed)] { act(isOver); }) {}
+    ~Attack() { stop(); }
+    Attack(const Attack &) = delete;
+    Attack &operator=(const Attack &) = delete;
+
+    void stop()
+    {
+        isOver = true;
+        if (worker.joinable()) {
+            worker.join();
+        }
+    }
+
+private:
+    std::atomic_bool isOver = false;
+    std::thread worker; // last, so that the rest is there before it runs
+};
+
+/// 500 connections, each of which does something when it is new and again in each round. Whoever is
+/// put out comes back in the next round.
+Attack::Deed crowd(quint16 port, std::function<void(RawPeer &)> begin,
+                   std::function<void(RawPeer &)> goOn, std::chrono::milliseconds pause = 50ms)
+{
+    return [=](const std::atomic_bool &isOver) {
+        std::vector<RawPeer> peers;
+        while (!isOver) {
+            std::erase_if(peers, [](RawPeer &peer) { return peer.hasEnded(); });
+            for (RawPeer &peer : peers) {
+                goOn(peer);
+            }
+            while (peers.size() < CrowdSize && !isOver) {
+                begin(peers.emplace_back(port, Foreign));
+            }
+            std::this_thread::sleep_for(pause);
+        }
+    };
+}
+
+/// One connection after another, as fast as they are accepted.
+Attack::Deed storm(std::function<void()> visit)
+{
+    return [=](const std::atomic_bool &isOver) {
+        while (!isOver) {
+            visit();
+        }
+    };
+}
+
+/// The first message of a handshake with that secret, as it goes over the wire.
+QByteArray firstFrame(Credential credential, const QByteArray &id, const QByteArray &secret)
+{
+    return RawPeer::frame(RawPeer::Binary, Initiator(credential, id, secret).first("{}"));
+}
+
+} // namespace
+
+/// quillmote-web among peers that mean harm: the phone is served, and memory stays as it is.
+class tst_PhoneLoad : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void cleanupTestCase();
+
+    void peersOfAllKindsHoldNobodyUp_data();
+    void peersOfAllKindsHoldNobodyUp();
+
+private:
+    struct Secret
+    {
+        QByteArray id;
+        QByteArray bytes;
+    };
+
+    void startWeb(std::function<void()> lastPreparation = [] {});
+    std::optional<Secret> pair();
+    std::unique_ptr<WebPhone> comeIn(const Secret &secret);
+    Attack::Deed attackOf(const QByteArray &kind) const;
+    /// How long the phone waits for its answers, in milliseconds, and how many come.
+    static Sample answersTo(WebPhone &phone, std::chrono::milliseconds duration);
+    qint64 memory() const { return ProcessMemory::resident(web->processId()); }
+    int descriptors() const
+    {
+        return int(QDir(u"/proc/%1/fd"_s.arg(web->processId())).entryList().size());
+    }
+    bool comesToRest() const;
+
+    std::unique_ptr<ServerScene> scene;
+    std::unique_ptr<WebProcess> web;
+    quint16 port = 0;
+};
+
+void tst_PhoneLoad::initTestCase()
+{
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    QCOMPARE(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    scene = std::make_unique<ServerScene>();
+    QCOMPARE(scene->session().problem(), QByteArray());
+}
+
+void tst_PhoneLoad::init()
+{
+    scene->beginAnew();
+    // Otherwise the sanitizer keeps freed memory, which would look like growth.
+    scene->mutableSession().addVariable(
+        u"ASAN_OPTIONS"_s, QString::fromLocal8Bit(qgetenv("ASAN_OPTIONS")) +
+                               u":quarantine_size_mb=0:thread_local_quarantine_size_kb=0"_s);
+    QVERIFY(scene->start());
+}
+
+void tst_PhoneLoad::cleanup()
+{
+    if (web) {
+        QCOMPARE(web->problemAtEnd(), QByteArray());
+        web.reset();
+    }
+    QVERIFY(scene->waitUntilNothingIsHeld());
+    QCOMPARE(scene->problemAtEnd(), QByteArray());
+}
+
+void tst_PhoneLoad::cleanupTestCase()
+{
+    scene.reset();
+}
+
+void tst_PhoneLoad::startWeb(std::function<void()> lastPreparation)
+{
+    port = freePort();
+    web = std::make_unique<WebProcess>(
+        scene->session(), QStringList{u"--no-open"_s, u"--port"_s, QString::number(port)},
+        std::move(lastPreparation));
+}
+
+/// Makes a phone known.
+std::optional<tst_PhoneLoad::Secret> tst_PhoneLoad::pair()
+{
+    const auto code = OneTimeCode::fromText(web->pairingAddress().section(u'#', 1));
+    WebPhone phone(port);
+    if (!code || !phone.enterByCode(*code)) {
+        return std::nullopt;
+    }
+    const QJsonObject known = phone.sayHello().value("phone"_L1).toObject();
+    const Secret secret{QByteArray::fromHex(known.value("id"_L1).toString().toLatin1()),
+                        QByteArray::fromBase64(known.value("secret"_L1).toString().toLatin1())};
+    return secret.bytes.isEmpty() ? std::nullopt : std::optional(secret);
+}
+
+std::unique_ptr<WebPhone> tst_PhoneLoad::comeIn(const Secret &secret)
+{
+    auto phone = std::make_unique<WebPhone>(port);
+    const bool isIn = phone->enter(Credential::Phone, secret.id, secret.bytes) &&
+                      !phone->sayHello().isEmpty() && phone->waitForServer(u"ready"_s);
+    return isIn ? std::move(phone) : nullptr;
+}
+
+Sample tst_PhoneLoad::answersTo(WebPhone &phone, std::chrono::milliseconds duration)
+{
+    Sample times;
+    QEventLoop loop;
+    QTimer::singleShot(GenerousLimit, &loop, [&loop] { loop.exit(1); });
+    connect(&phone.socket, &QWebSocket::binaryMessageReceived, &loop, [&] {
+        if (!phone.received.empty()) {
+            loop.exit(0);
+        }
+    });
+    const QDeadlineTimer end(duration);
+    while (!end.hasExpired()) {
+        phone.received.clear();
+        QElapsedTimer time;
+        time.start();
+        phone.send("ping");
+        if (loop.exec() != 0) {
+            return {};
+        }
+        times.add(double(time.nsecsElapsed()) / 1e6);
+        runEventLoop(10ms);
+    }
+    return times;
+}
+
+bool tst_PhoneLoad::comesToRest() const
+{
+    return waitUntil([this] {
+        const qint64 before = ProcessTables::processorTicks(web->processId());
+        runEventLoop(500ms);
+        const qint64 ticks = ProcessTables::processorTicks(web->processId()) - before;
+        return double(ticks) / double(sysconf(_SC_CLK_TCK)) < 0.5 / 20;
+    });
+}
+
+Attack::Deed tst_PhoneLoad::attackOf(const QByteArray &kind) const
+{
+    const quint16 to = port;
+    const QByteArray upgrade = RawPeer::upgradeOf(to);
+    const auto nothing = [](RawPeer &) {};
+    const auto at = [](const QByteArray &bytes) {
+        return [bytes](RawPeer &peer) { peer.sendSome(bytes); };
+    };
+    const auto visit = [to](const QByteArray &bytes) {
+        return storm([to, bytes] {
+            RawPeer peer(to, Foreign);
+            peer.sendSome(bytes);
+        });
+    };
+    // Sends these bytes for ever, and reads nothing.
+    const auto flood = [to, upgrade](const QByteArray &begin, const QByteArray &bytes) {
+        return storm([=] {
+            RawPeer peer(to, Foreign, 4096);
+            if (peer.send(upgrade + begin, 1s)) {
+                for (int i = 0; i < 2000 && peer.send(bytes, 100ms); ++i) {
+                }
+            }
+        });
+    };
+    const QByteArray some(64 * 1024, 'x');
+    if (kind == "say nothing") {
+        return crowd(to, nothing, nothing);
+    }
+    if (kind == "half a head") {
+        return crowd(to, at(upgrade.left(60)), nothing);
+    }
+    if (kind == "a byte at a time") {
+        return crowd(to, nothing, at("G"));
+    }
+    if (kind == "a head without end") {
+        return crowd(to, at("GET / HTTP/1.1\r\n"), at("x-" + QByteArray(500, 'x') + ": y\r\n"),
+                     5ms);
+    }
+    if (kind == "sockets that say nothing") {
+        return crowd(to, at(upgrade), nothing);
+    }
+    if (kind == "readers that do not read") {
+        return crowd(
+            to,
+            at("GET /app.js HTTP/1.1\r\nHost: 127.0.0.1:" + QByteArray::number(to) + "\r\n\r\n"),
+            nothing, 5ms);
+    }
+    if (kind == "sockets that come and go") {
+        return visit(upgrade);
+    }
+    if (kind == "wrong secrets") {
+        return visit(upgrade +
+                     firstFrame(Credential::Phone, QByteArray(16, 'i'), QByteArray(32, 's')));
+    }
+    if (kind == "a frame of 64 MiB") {
+        return flood(RawPeer::frame(RawPeer::Binary, some, RawPeer::Whole, 64 * Mebibyte), some);
+    }
+    if (kind == "fragments without end") {
+        return flood(RawPeer::frame(RawPeer::Binary, some, RawPeer::Open),
+                     RawPeer::frame(RawPeer::Continuation, some, RawPeer::Open));
+    }
+    if (kind == "pings that are not read") {
+        return flood({}, RawPeer::frame(RawPeer::Ping, QByteArray(125, 'p')).repeated(500));
+    }
+    return {};
+}
+
+void tst_PhoneLoad::peersOfAllKindsHoldNobodyUp_data()
+{
+    QTest::addColumn<int>("nothing");
+    for (const char *kind : {"say nothing", "half a head", "a byte at a time", "a head without end",
+                             "sockets that say nothing", "readers that do not read",
+                             "sockets that come and go", "wrong secrets", "a frame of 64 MiB",
+                             "fragments without end", "pings that are not read"}) {
+        QTest::addRow("%s", kind) << 0;
+    }
+}
+
+void tst_PhoneLoad::peersOfAllKindsHoldNobodyUp()
+{
+    startWeb();
+    const auto secret = pair();
+    QVERIFY(secret);
+    auto phone = comeIn(*secret);
+    QVERIFY(phone);
+    const Sample before = answersTo(*phone, 1s);
+    const int descriptorsBefore = descriptors();
+    const qint64 memoryBefore = memory();
+    QVERIFY(ProcessMemory::forgetPeak(web->processId()));
+
+    Attack attack(attackOf(QTest::currentDataTag()));
+    runEventLoop(500ms);
+    const Sample during = answersTo(*phone, 3s);
+    QElapsedTimer time;
+    time.start();
+    const auto again = comeIn(*secret);
+    const qint64 entering = time.elapsed();
+    attack.stop();
+    const qint64 grown = ProcessMemory::peak(web->processId()) - memoryBefore;
+    qInfo("Median %.1f ms, 99th percentile %.1f ms, without them %.1f and %.1f ms; memory grew by "
+          "%lld MiB; a phone came in within %lld ms.",
+          during.median(), during.atShare(0.99), before.median(), before.atShare(0.99),
+          grown / Mebibyte, entering);
+    QVERIFY(during.size() > 20);
+    QVERIFY(during.median() < MostMedian);
+    QVERIFY(grown < MostGrowth);
+    QVERIFY2(again, "A phone cannot come in any more.");
+    QVERIFY(waitUntil([&] { return descriptors() <= descriptorsBefore; }));
+    QVERIFY(comesToRest());
+    QVERIFY(again->isOpen());
+}
+
+QTEST_GUILESS_MAIN(tst_PhoneLoad)
+#include "tst_PhoneLoad.moc"
