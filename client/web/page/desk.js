@@ -32,6 +32,7 @@ const link = new Link({ credentials: stored("desk"), name: "" });
 
 let state = null;
 let codePart = { view: codeViews.none };
+let hasAskedForCode = false;
 let codeEnds = 0;
 let addressBefore = ""; // where the server listened before it was closed
 let noticeTimer = null;
@@ -71,9 +72,12 @@ function take(next) {
     askForFirstCode();
 }
 
-/** Who opens the page wants to connect a phone. */
+/** Who opens the page wants to connect a phone. Asks once, also if there is no code then. */
 function askForFirstCode() {
-    if (codePart.view === codeViews.none && document.visibilityState === "visible") {
+    if (codePart.view !== codeViews.none) {
+        hasAskedForCode = false;
+    } else if (!hasAskedForCode && document.visibilityState === "visible") {
+        hasAskedForCode = true;
         ask("code");
     }
 }
@@ -285,6 +289,7 @@ function listenToProgram() {
         if (link.state !== "connected") {
             state = null;
             codePart = { view: codeViews.none };
+            hasAskedForCode = false;
         }
         showAll();
     });

@@ -109,6 +109,11 @@ QByteArray frameHead(quint64 size, bool isLast = true)
     return head;
 }
 
+bool hasAddress(const QHostAddress &address)
+{
+    return QTcpServer().listen(address);
+}
+
 /// The time of the processor that this process has taken.
 std::chrono::microseconds processorTime()
 {
@@ -182,8 +187,11 @@ private slots:
     void aCrowdDoesNotDelayThePhone_data();
     void aCrowdDoesNotDelayThePhone();
     void aLackOfDescriptorsDoesNotSpin();
+    void theDoorIsOpenOnAllAddresses_data();
     void theDoorIsOpenOnAllAddresses();
+    void theLoopbackIsAlwaysOpen_data();
     void theLoopbackIsAlwaysOpen();
+    void otherAddressesAreNotOpen();
     void whatCannotBeOpenedIsExplained();
     void theDoorCanBeOpenedAgain();
     void theDoorCanCloseInTheMiddle();
@@ -339,7 +347,9 @@ void tst_WebDoor::everyAnswerGuardsItsPage()
                  sockets + "; base-uri 'none'; form-action 'none'; frame-ancestors 'none'");
     QCOMPARE(answer.field("x-content-type-options"), QByteArray("nosniff"));
     QCOMPARE(answer.field("referrer-policy"), QByteArray("no-referrer"));
-    QCOMPARE(answer.field("cross-origin-opener-policy"), QByteArray("same-origin"));
+    QCOMPARE(answer.field("cross-origin-resource-policy"), QByteArray("same-origin"));
+    // Browsers complain of it without encryption.
+    QCOMPARE(answer.field("cross-origin-opener-policy"), QByteArray());
     QVERIFY(answer.field("permissions-policy").contains("camera=()"));
     QVERIFY(answer.field("date").endsWith(" GMT"));
 }
@@ -647,34 +657,58 @@ void tst_WebDoor::aLackOfDescriptorsDoesNotSpin()
     QCOMPARE(third.answer().status, 200);
 }
 
+void tst_WebDoor::theDoorIsOpenOnAllAddresses_data()
+{
+    QTest::addColumn<QHostAddress>("loopback");
+    QTest::addColumn<QByteArray>("name");
+    QTest::newRow("IPv4") << QHostAddress(QHostAddress::LocalHost) << QByteArray("127.0.0.1");
+    QTest::newRow("IPv6") << QHostAddress(QHostAddress::LocalHostIPv6) << QByteArray("[::1]");
+}
+
 void tst_WebDoor::theDoorIsOpenOnAllAddresses()
 {
-    for (const auto address : {QHostAddress::LocalHost, QHostAddress::LocalHostIPv6}) {
-        Peer peer(door->port(), QHostAddress(address));
-        const QByteArray name = address == QHostAddress::LocalHost ? "127.0.0.1" : "[::1]";
-        peer.send("GET /desk HTTP/1.1\r\nHost: " + name + ":" + QByteArray::number(door->port()) +
-                  "\r\n\r\n");
-        QCOMPARE(peer.answer().content, QByteArray("for the desktop"));
+    QFETCH(QHostAddress, loopback);
+    QFETCH(QByteArray, name);
+    if (!hasAddress(loopback)) {
+        QSKIP("This machine has no IPv6.");
     }
+    Peer peer(door->port(), loopback);
+    peer.send("GET /desk HTTP/1.1\r\nHost: " + name + ":" + QByteArray::number(door->port()) +
+              "\r\n\r\n");
+    QCOMPARE(peer.answer().content, QByteArray("for the desktop"));
+}
+
+void tst_WebDoor::theLoopbackIsAlwaysOpen_data()
+{
+    theDoorIsOpenOnAllAddresses_data();
 }
 
 void tst_WebDoor::theLoopbackIsAlwaysOpen()
+{
+    QFETCH(QHostAddress, loopback);
+    if (!hasAddress(loopback)) {
+        QSKIP("This machine has no IPv6.");
+    }
+    WebDoorOptions options;
+    options.port = 0;
+    const QList<QHostAddress> others{QHostAddress(u"127.0.0.5"_s),
+                                     QHostAddress(QHostAddress::AnyIPv4)};
+    for (const QHostAddress &address : others) {
+        options.addresses = {address};
+        QCOMPARE(door->open(options), QString());
+        QVERIFY(Peer(door->port(), QHostAddress(u"127.0.0.5"_s)).isConnected());
+        QVERIFY(Peer(door->port(), loopback).isConnected());
+    }
+}
+
+void tst_WebDoor::otherAddressesAreNotOpen()
 {
     WebDoorOptions options;
     options.port = 0;
     options.addresses = {QHostAddress(u"127.0.0.5"_s)};
     QCOMPARE(door->open(options), QString());
-    for (const QString &address : {u"127.0.0.5"_s, u"127.0.0.1"_s, u"::1"_s}) {
-        QVERIFY(Peer(door->port(), QHostAddress(address)).isConnected());
-    }
     Peer other(door->port(), QHostAddress(u"127.0.0.6"_s));
     QVERIFY(waitUntil([&] { return other.socket.error() == QTcpSocket::ConnectionRefusedError; }));
-    // One that is there anyway is not opened twice.
-    options.addresses = {QHostAddress(QHostAddress::AnyIPv4)};
-    QCOMPARE(door->open(options), QString());
-    QVERIFY(Peer(door->port(), QHostAddress(u"::1"_s)).isConnected());
-    options.addresses = {QHostAddress(QHostAddress::AnyIPv4), QHostAddress(QHostAddress::AnyIPv6)};
-    QCOMPARE(door->open(options), QString());
 }
 
 void tst_WebDoor::whatCannotBeOpenedIsExplained()
@@ -747,6 +781,7 @@ void tst_WebDoor::httpsIsServedWithACertificate()
     QCOMPARE(answer.status, 200);
     QCOMPARE(answer.content, QByteArray("a{}"));
     QVERIFY(answer.field("content-security-policy").contains("'self' wss://" + name + ";"));
+    QCOMPARE(answer.field("cross-origin-opener-policy"), QByteArray("same-origin"));
 
     const auto phone = connected();
     QVERIFY(phone);
