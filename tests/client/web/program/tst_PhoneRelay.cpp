@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "client/StandInSessionServer.h"
+#include "client/web/TestCertificate.h"
 #include "support/web/WebPhone.h"
 #include "web/http/AttemptGuard.h"
 #include "web/program/WebService.h"
@@ -99,6 +100,19 @@ private:
         auto window = std::make_unique<WebPhone>(port());
         return window->enter(Credential::Desk, {}, service->deskSecret()) ? std::move(window)
                                                                           : nullptr;
+    }
+    WebArguments withCertificate(const QByteArray &certificate) const
+    {
+        WebArguments arguments = onLoopback();
+        for (const auto &[path, content] : {std::pair(&arguments.certificateFile, certificate),
+                                            std::pair(&arguments.keyFile, TestCertificate::key)}) {
+            *path = config.filePath(QString::number(content.size()) + u".pem"_s);
+            QFile file(*path);
+            if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+                qFatal("The certificate cannot be written.");
+            }
+        }
+        return arguments;
     }
     bool hasRequest(const QString &request) const
     {
@@ -360,6 +374,8 @@ private slots:
         QVERIFY(!known.enterByCode(service->pairingCodes().make()));
         QCOMPARE(known.closeCode(), 4002);
         QVERIFY(known.socket.closeReason().toInt() > 500);
+        // Who did that may be another user of this computer.
+        QVERIFY(deskWindow());
     }
 
     void malformedMessagesCloseTheConnection_data()
@@ -523,6 +539,32 @@ private slots:
                      return shown.value("listenAddress"_L1).toString() == "127.0.0.1"_L1;
                  }).isEmpty());
         QVERIFY(hasRequest(u"listen"_s));
+    }
+
+    void theNameInTheCertificateIsOffered()
+    {
+        service = std::make_unique<WebService>(withCertificate(TestCertificate::certificate));
+        QCOMPARE(service->open(), QString());
+        QVERIFY(service->deskPort() != port());
+        auto window = std::make_unique<WebPhone>(service->deskPort());
+        QVERIFY(window->enter(Credential::Desk, {}, service->deskSecret()));
+        const QJsonObject state = window->nextEvent(u"state"_s);
+        QVERIFY(state.value("https"_L1).toBool());
+        const QString url = u"https://phones.example:%1/"_s.arg(port());
+        QCOMPARE(state.value("addresses"_L1).toArray().at(0).toObject().value("url"_L1).toString(),
+                 url);
+        WebPhone plain(port());
+        QVERIFY(!plain.waitUntilOpen());
+    }
+
+    void certificatesThatCannotBeUsedAreExplained()
+    {
+        WebService broken(withCertificate("no certificate"));
+        QVERIFY2(broken.open().contains("no certificate"_L1), qPrintable(broken.open()));
+        WebArguments withoutKey = withCertificate(TestCertificate::certificate);
+        withoutKey.keyFile = withoutKey.certificateFile;
+        WebService keyless(withoutKey);
+        QVERIFY2(keyless.open().contains("no key"_L1), qPrintable(keyless.open()));
     }
 
     void phonesSurviveARestart()
