@@ -91,7 +91,8 @@ void readText(const QByteArray &bytes)
     const auto again = WireText::fromBytes(text->toBytes());
     Finding::require(again.has_value(), "what was written is refused");
     // The toolkit drops a mark of the byte order at the beginning of any text.
-    if (!bytes.contains("\xef\xbb\xbf")) {
+    constexpr QByteArrayView mark("\xef\xbb\xbf");
+    if (!bytes.contains(mark) && !text->toBytes().contains(mark)) {
         Finding::requireEqual(again->object, text->object, "another object after writing");
     }
     Finding::requireEqual(again->body, text->body, "another body after writing");
