@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 
 std::chrono::seconds AttemptGuard::shutOut(const QHostAddress &address, Clock::time_point now) const
 {
-    const auto found = wrong.constFind(keyOf(address));
+    const auto found = wrong.constFind(computerOf(address));
     if (found == wrong.constEnd() || found->count < mostAttempts) {
         return 0s;
     }
@@ -23,7 +23,7 @@ std::chrono::seconds AttemptGuard::shutOut(const QHostAddress &address, Clock::t
 std::chrono::milliseconds AttemptGuard::addWrong(const QHostAddress &address, Clock::time_point now)
 {
     makeRoom(now);
-    Attempts &attempts = wrong[keyOf(address)];
+    Attempts &attempts = wrong[computerOf(address)];
     // Who was shut out begins anew when that is over.
     const bool isOver = attempts.count >= mostAttempts ? now - attempts.last >= shutOutTime
                                                        : now - attempts.first >= memory;
@@ -32,8 +32,11 @@ std::chrono::milliseconds AttemptGuard::addWrong(const QHostAddress &address, Cl
     }
     ++attempts.count;
     attempts.last = now;
-    const int late = std::min(attempts.count, mostAttempts) - freeAttempts;
-    return late > 0 ? 1000ms * (1 << (late - 1)) : 0ms;
+    auto pause = 0ms;
+    for (int late = freeAttempts; late < std::min(attempts.count, mostAttempts); ++late) {
+        pause = pause == 0ms ? 1000ms : 2 * pause;
+    }
+    return pause;
 }
 
 /// Keeps a place free for one more.
@@ -50,18 +53,6 @@ void AttemptGuard::makeRoom(Clock::time_point now)
             wrong.cbegin(), wrong.cend(),
             [](const Attempts &one, const Attempts &other) { return one.last < other.last; }));
     }
-}
-
-/// An IPv4 address stays as it is, also where it came in by an IPv6 socket.
-QByteArray AttemptGuard::keyOf(const QHostAddress &address)
-{
-    constexpr qsizetype networkSize = 8;
-    const QHostAddress plain = plainAddress(address);
-    if (plain.protocol() == QAbstractSocket::IPv4Protocol) {
-        return QByteArray::number(plain.toIPv4Address());
-    }
-    const Q_IPV6ADDR bytes = plain.toIPv6Address();
-    return QByteArray(reinterpret_cast<const char *>(bytes.c), networkSize).toHex() + ":";
 }
 
 } // namespace quillmote

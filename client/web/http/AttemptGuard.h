@@ -42,7 +42,6 @@ private:
         Clock::time_point last;
     };
 
-    static QByteArray keyOf(const QHostAddress &address);
     void makeRoom(Clock::time_point now);
 
     QHash<QByteArray, Attempts> wrong;

@@ -104,7 +104,12 @@ bool allowsDeflate(const QByteArray &coding)
         return false;
     }
     const QByteArray weight = semicolon < 0 ? "q=1" : coding.mid(semicolon + 1).trimmed();
-    return weight.startsWith("q=") && weight.mid(2).toDouble() > 0;
+    const QByteArrayView number =
+        QByteArrayView(weight).sliced(std::min<qsizetype>(2, weight.size()));
+    const bool isNumber =
+        std::all_of(number.begin(), number.end(), [](char c) { return isDigit(c) || c == '.'; });
+    return weight.startsWith("q=") && isNumber &&
+           std::any_of(number.begin(), number.end(), [](char c) { return c > '0'; });
 }
 
 /// One connection's head, line by line.
@@ -191,10 +196,10 @@ int Head::finish()
 
 int Head::finishUpgrade()
 {
-    const auto key = QByteArray::fromBase64Encoding(fields.webSocketKey.value_or(QByteArray()),
-                                                    QByteArray::AbortOnBase64DecodingErrors);
+    const QByteArray text = fields.webSocketKey.value_or(QByteArray());
+    const auto key = QByteArray::fromBase64Encoding(text, QByteArray::AbortOnBase64DecodingErrors);
     if (request.isHead || !listed(fields.connection).contains("upgrade") || !key ||
-        key.decoded.size() != 16) {
+        text.size() != 24 || key.decoded.size() != 16) {
         return badRequest;
     }
     return fields.webSocketVersion == QByteArray("13") ? 0 : upgradeRequired;

@@ -23,4 +23,16 @@ QHostAddress plainAddress(const QHostAddress &address)
     return plain;
 }
 
+/// An IPv4 address stays as it is, also where it came in by an IPv6 socket.
+QByteArray computerOf(const QHostAddress &address)
+{
+    constexpr qsizetype networkSize = 8;
+    const QHostAddress plain = plainAddress(address);
+    if (plain.protocol() == QAbstractSocket::IPv4Protocol) {
+        return QByteArray::number(plain.toIPv4Address());
+    }
+    const Q_IPV6ADDR bytes = plain.toIPv6Address();
+    return QByteArray(reinterpret_cast<const char *>(bytes.c), networkSize).toHex() + ":";
+}
+
 } // namespace quillmote

@@ -127,8 +127,8 @@ QString WebDoor::open(const WebDoorOptions &options)
 void WebDoor::close()
 {
     listeners.clear();
-    while (!visitors.empty()) {
-        dismiss(visitors.front());
+    while (!visits.empty()) {
+        dismiss(visits.front().visitor);
     }
     if (upgrader) {
         // It may be in the middle of an upgrade.
@@ -155,9 +155,13 @@ QString WebDoor::listenAt(const QHostAddress &address, bool isWanted)
 
 void WebDoor::admit(std::unique_ptr<QTcpSocket> socket)
 {
-    if (visitors.size() == mostVisitors) {
-        dismiss(visitors.front());
+    if (visits.size() == mostVisitors) {
+        const auto leaving = Computers::whoGivesWay(
+            visits.begin(), visits.end(),
+            [](const Visit &visit) -> const auto & { return visit.computer; });
+        dismiss(leaving->visitor);
     }
+    Computers::Share computer = computers.shareOf(socket->peerAddress());
     auto *visitor = new WebVisitor(std::move(socket), patience,
                                    [this](const HttpRequest &request, const WebPassage &passage) {
                                        return answer(request, passage);
@@ -165,7 +169,7 @@ void WebDoor::admit(std::unique_ptr<QTcpSocket> socket)
     visitor->setParent(this);
     connect(visitor, &WebVisitor::upgrading, this, &WebDoor::upgrade);
     connect(visitor, &WebVisitor::over, this, [this, visitor] { dismiss(visitor); });
-    visitors.push_back(visitor);
+    visits.push_back({visitor, std::move(computer)});
 }
 
 void WebDoor::dismiss(WebVisitor *visitor)
@@ -173,7 +177,7 @@ void WebDoor::dismiss(WebVisitor *visitor)
     visitor->stop();
     // Its end may come in the middle of its own work.
     visitor->deleteLater();
-    visitors.remove(visitor);
+    visits.remove_if([visitor](const Visit &visit) { return visit.visitor == visitor; });
 }
 
 HttpAnswer WebDoor::answer(const HttpRequest &request, const WebPassage &passage) const

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "web/http/Computers.h"
 #include "web/http/HostCheck.h"
 #include "web/http/HttpRequest.h"
 #include "web/http/StaticFiles.h"
@@ -51,7 +52,8 @@ class WebDoor : public QObject
     Q_OBJECT
 
 public:
-    /// Connections before their upgrade or answer. Beyond it, the oldest gives way.
+    /// Connections before their upgrade or answer. Beyond it, the oldest one of the computer that
+    /// has most gives way.
     static constexpr size_t mostVisitors = 256;
     /// The longest frame and the longest message of a WebSocket, in bytes.
     static constexpr quint64 longestMessage = 256 * 1024;
@@ -93,7 +95,13 @@ private:
     std::optional<QSslConfiguration> encryption;
     std::vector<std::unique_ptr<WebListener>> listeners;
     std::unique_ptr<QWebSocketServer> upgrader;
-    std::list<WebVisitor *> visitors; // the oldest first
+    struct Visit
+    {
+        WebVisitor *visitor;
+        Computers::Share computer;
+    };
+    Computers computers;
+    std::list<Visit> visits; // the oldest first
 };
 
 } // namespace quillmote

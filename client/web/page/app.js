@@ -39,15 +39,23 @@ const hooks = { vibrate: () => vibrate(20), clicks: beforeClick };
 const pad = new Pad({ pad: element("pad"), strip: element("strip") }, computer, sticky, hooks);
 const mouse = new MouseButtons(element("mouse-buttons"), computer, sticky, beforeClick);
 const transfers = new Transfers(link, () => (isPadInUse() ? gentlePace : fullPace));
-const exchange = new Exchange(element("view-exchange"), link, transfers, settings);
 const needComputer = ["pad", "mouse-buttons", "key-row", "keyboard-button", "view-keys", "media", "show", "slides"].map(element);
 needComputer.push(...document.querySelectorAll(".sends"));
 const status = new StatusLine(element("status-text"), link, needComputer);
 const door = new Door(element("door"), link);
 
-fillViews();
+/** How each view is built when it is shown for the first time; a slow phone begins sooner that way. */
+const builders = {
+    "view-keys": () => keys.fillView(element("view-keys")),
+    "view-media": () => fillMedia(element("view-media"), pressKey),
+    "view-exchange": () => { exchange = new Exchange(element("view-exchange"), link, transfers, settings); },
+    "view-settings": () => connectSettings(element("view-settings"), settings, link),
+};
+let exchange = null;
+
+keys.fillRow(element("key-row"));
 connectKeyboardButton();
-connectTabs(element("tabs"), () => releaseEverything());
+connectTabs(element("tabs"), showView);
 followKeyboard((isOpen) => element("keyboard-button").setAttribute("aria-pressed", String(isOpen)));
 watchPage();
 settings.addEventListener("change", applySettings);
@@ -55,9 +63,8 @@ for (const type of ["state", "server"]) {
     link.addEventListener(type, refresh);
 }
 computer.addEventListener("refusal", (event) => notify(reasonOf(event.detail)));
-applySettings();
-refresh();
 link.start();
+applySettings();
 
 function storage() {
     try {
@@ -67,11 +74,11 @@ function storage() {
     }
 }
 
-function fillViews() {
-    keys.fillRow(element("key-row"));
-    keys.fillView(element("view-keys"));
-    fillMedia(element("view-media"), pressKey);
-    connectSettings(element("view-settings"), settings, link);
+function showView(view) {
+    releaseEverything();
+    builders[view]?.();
+    delete builders[view];
+    exchange?.refresh(computer.isReady);
 }
 
 function isPadInUse() {
@@ -141,7 +148,7 @@ function refresh() {
         field.forget();
     }
     status.refresh();
-    exchange.refresh(computer.isReady);
+    exchange?.refresh(computer.isReady);
     const isOutside = isAtDoor(conditionOf(link));
     if (isOutside) {
         door.refresh();
@@ -157,17 +164,13 @@ function applySettings() {
     translate(document);
     document.body.classList.toggle("left-handed", settings.get("leftHanded"));
     field.suggests = settings.get("suggests");
-    applyAbilities();
-    status.refresh();
-    door.refresh();
+    refresh();
 }
 
 function applyAbilities() {
-    const prefersRest = matchMedia("(prefers-reduced-motion: reduce)").matches;
     const chosen = ["pointerSpeed", "scrollSpeed", "isNatural", "tapToClick", "tapToDrag"];
     pad.options = {
         ...Object.fromEntries(chosen.map((name) => [name, settings.get(name)])),
         canDrag: computer.can("drag"),
-        glides: !prefersRest,
     };
 }

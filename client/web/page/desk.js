@@ -9,6 +9,7 @@ import {
     codeViews,
     drawingOf,
     isClosed,
+    plainAddress,
     troublesOf,
 } from "./deskmodel.js";
 import { languageOf, textsOf } from "./desktexts.js";
@@ -217,7 +218,7 @@ function showPhone(row, { name, connected, address, lastSeen }) {
     row.querySelector(".lamp").classList.toggle("on", connected);
     row.querySelector("b").textContent = name;
     row.querySelector("small").textContent = connected
-        ? text("phones.connected", { address })
+        ? text("phones.connected", { address: plainAddress(address) })
         : seenText(lastSeen);
     row.querySelector("button").setAttribute("aria-label", text("phones.removeLabel", { name }));
 }

@@ -103,6 +103,14 @@ export function codeViewOf(last, before, now) {
 }
 
 /**
+ * An address for people: one of IPv4 has another form where it came in by a socket of IPv6.
+ * @param {string} address
+ */
+export function plainAddress(address) {
+    return address.replace(/^::ffff:(?=\d+\.)/, "");
+}
+
+/**
  * Whether the server listens to this computer only; null if that is not known.
  * @param {object} server
  */

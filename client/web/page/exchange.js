@@ -5,6 +5,7 @@ import { fullAddress } from "./address.js";
 import { copyFrom, getClipboard, setClipboard } from "./clipboard.js";
 import { FileList } from "./filelist.js";
 import { notify, reasonOf } from "./notice.js";
+import { connectFields } from "./settingsview.js";
 import { text } from "./texts.js";
 import { TransferList } from "./transferlist.js";
 
@@ -81,6 +82,7 @@ export class Exchange {
     }
 
     #connectFiles() {
+        connectFields(this.#view, this.#settings);
         const input = this.#part("file-input");
         input.addEventListener("change", () => {
             const opens = this.#settings.get("opensFiles");

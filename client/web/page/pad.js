@@ -17,6 +17,7 @@ export class Pad {
     usedAt = -Infinity;
     #timer = null;
     #frame = null;
+    #reducedMotion = matchMedia("(prefers-reduced-motion: reduce)");
 
     /**
      * @param {{pad: HTMLElement, strip: HTMLElement}} elements the touchpad, and its strip that scrolls
@@ -60,6 +61,9 @@ export class Pad {
         if (!this.#computer.isReady) {
             this.cancel();
             return;
+        }
+        if (type === "start") {
+            this.#gestures.options.glides = !this.#reducedMotion.matches;
         }
         const touches = Array.from(event.changedTouches, (touch) => this.#touchOf(touch));
         const present = Array.from(event.touches)

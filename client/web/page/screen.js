@@ -30,7 +30,6 @@ export function followKeyboard(onChange) {
     viewport?.addEventListener("scroll", follow);
     document.addEventListener("focusin", follow);
     document.addEventListener("focusout", follow);
-    follow();
 }
 
 function isTextField(element) {

@@ -5,21 +5,26 @@ import { notify, reasonOf } from "./notice.js";
 import { text } from "./texts.js";
 
 /**
- * Connects the view of settings: each field that has data-setting, the phone's name, and leaving.
+ * Connects the view of settings: its fields, the phone's name, and leaving.
  * @param {HTMLElement} view
  * @param {object} settings see settings.js
  * @param {object} link see link.js
  */
 export function connectSettings(view, settings, link) {
-    for (const field of view.ownerDocument.querySelectorAll("[data-setting]")) {
-        connectField(field, settings);
-    }
+    connectFields(view, settings);
     connectName(view.querySelector("#phone-name"), settings, link);
     view.querySelector("#leave").addEventListener("click", () => {
         if (confirm(text("settings.leaveQuestion"))) {
             link.request("leave").catch((refusal) => notify(reasonOf(refusal)));
         }
     });
+}
+
+/** Connects each field of a view that has data-setting, the setting's name. */
+export function connectFields(view, settings) {
+    for (const field of view.querySelectorAll("[data-setting]")) {
+        connectField(field, settings);
+    }
 }
 
 function connectField(field, settings) {

@@ -54,7 +54,10 @@ export class TextField {
         field.addEventListener("input", () => this.#onInput());
         field.addEventListener("compositionstart", () => { this.#isComposing = true; });
         field.addEventListener("compositionend", () => this.#onCompositionEnd());
-        field.addEventListener("focus", () => this.#placeCaret());
+        field.addEventListener("focus", () => {
+            this.#placeCaret();
+            this.#hidePadding();
+        });
         field.addEventListener("blur", () => this.forget());
         this.forget();
     }
@@ -84,6 +87,9 @@ export class TextField {
     #hidePadding() {
         const left = paddingOf(this.#field.value);
         this.#field.parentElement.classList.toggle("filled", this.#field.value.length > left);
+        if (document.activeElement !== this.#field) {
+            return; // Measuring takes a slow phone a while, and there is nothing to see yet.
+        }
         this.#field.style.textIndent = `${-left * this.#blankWidth()}px`;
     }
 

@@ -12,9 +12,9 @@ export const de = {
     "state.ready": "Verbunden mit {name}",
     "state.asking": "Bestätigen Sie an {name}, dass dieses Telefon ihn steuern darf.",
     "state.missing": "VornaServer läuft nicht auf {name}. Starten Sie ihn dort.",
-    "state.lost": "{name} ist nicht erreichbar und wird gesucht …",
+    "state.lost": "Verbindung zu {name} verloren, wird gesucht …",
     "state.door": "Nicht verbunden",
-    "name.computer": "der Computer",
+    "name.computer": "dem Computer",
 
     "door.title": "Den Computer von diesem Telefon aus steuern",
     "door.step1": "Öffnen Sie am Computer „Fernsteuerung vom Telefon“.",

@@ -12,7 +12,7 @@ export const en = {
     "state.ready": "Connected to {name}",
     "state.asking": "Confirm on {name} that this phone may control it.",
     "state.missing": "VornaServer is not running on {name}. Start it there.",
-    "state.lost": "{name} is out of reach. Looking for it…",
+    "state.lost": "Connection to {name} lost. Looking for it…",
     "state.door": "Not connected",
     "name.computer": "the computer",
 

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 import { sizeText } from "./amounts.js";
-import { reasonOf } from "./notice.js";
+import { notify, reasonOf } from "./notice.js";
 import { text } from "./texts.js";
 
 /** Shows the transfers of files, with what can be done about each. */
@@ -79,6 +79,9 @@ export class TransferList {
         const { state, name, size, done } = transfer;
         row.name.textContent = name;
         row.about.textContent = aboutOf(transfer);
+        if (state !== row.element.dataset.state && (state === "complete" || state === "failed")) {
+            notify(`${name}: ${aboutOf(transfer)}`);
+        }
         row.bar.setAttribute("aria-label", name);
         row.bar.max = Math.max(size, 1);
         row.bar.value = size === 0 && state === "complete" ? 1 : done;

@@ -4,10 +4,13 @@
 #include "web/program/PageFiles.h"
 
 #include "web/http/WebDoor.h"
+#include "web/program/JoinedModules.h"
 
 #include <QDirIterator>
 #include <QFile>
 #include <QHash>
+
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -39,6 +42,20 @@ QByteArray pathOf(const QString &file)
     return path == "/desk.html"_L1 ? QByteArray("/desk") : path.toLatin1();
 }
 
+std::optional<QByteArray> storedContent(const QString &path)
+{
+    QFile file(folder + u'/' + path);
+    return file.open(QIODevice::ReadOnly) ? std::optional(file.readAll()) : std::nullopt;
+}
+
+/// As the page gets it: a script with all of its modules. The modules are there for themselves,
+/// too.
+QByteArray servedContent(const QString &path, const QByteArray &content)
+{
+    const bool isScript = path == "app.js"_L1 || path == "desk.js"_L1;
+    return isScript ? joinedModules(path, storedContent).value_or(content) : content;
+}
+
 } // namespace
 
 void addPageFiles(WebDoor &door)
@@ -47,9 +64,10 @@ void addPageFiles(WebDoor &door)
     while (files.hasNext()) {
         QFile file(files.next());
         if (file.open(QIODevice::ReadOnly)) {
-            const bool isForDesk = file.fileName().startsWith(folder + "/desk"_L1);
-            door.addFile(
-                {pathOf(file.fileName()), typeOf(file.fileName()), file.readAll(), isForDesk});
+            const QString name = file.fileName();
+            const bool isForDesk = name.startsWith(folder + "/desk"_L1);
+            const QByteArray content = servedContent(name.mid(folder.size() + 1), file.readAll());
+            door.addFile({pathOf(name), typeOf(name), content, isForDesk});
         }
     }
 }

@@ -13,6 +13,7 @@ namespace quillmote {
 struct PhoneRoom::Arrival
 {
     Guest guest;
+    Computers::Share computer;
 };
 
 PhoneRoom::PhoneRoom(WebStore &phoneStore, PairingCodes &pairingCodes, QString socketPath)
@@ -31,11 +32,16 @@ PhoneRoom::~PhoneRoom()
 
 void PhoneRoom::admit(Guest guest)
 {
-    auto arrival = std::make_shared<Arrival>(Arrival{std::move(guest)});
+    auto arrival = std::make_shared<Arrival>();
+    arrival->computer = computers.shareOf(guest.socket->peer());
+    arrival->guest = std::move(guest);
     arrivals.push_back(arrival);
     if (arrivals.size() > mostPhones) {
-        arrivals.front()->guest.socket->close(CloseCode::TooMany);
-        dropArrival(arrivals.front());
+        const auto leaving =
+            Computers::whoGivesWay(arrivals.begin(), arrivals.end(),
+                                   [](const auto &one) -> const auto & { return one->computer; });
+        (*leaving)->guest.socket->close(CloseCode::TooMany);
+        dropArrival(*leaving);
     }
     const std::weak_ptr<Arrival> known = arrival;
     SecureSocket *socket = arrival->guest.socket.get();

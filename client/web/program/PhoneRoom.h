@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "web/http/Computers.h"
 #include "web/program/PairingCodes.h"
 #include "web/program/PhoneSession.h"
 #include "web/program/Reception.h"
@@ -60,6 +61,7 @@ private:
     WebStore &store;
     PairingCodes &codes;
     QString path;
+    Computers computers;
     std::list<std::shared_ptr<Arrival>> arrivals;
     std::vector<std::unique_ptr<PhoneSession>> sessions;
 };

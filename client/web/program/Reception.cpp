@@ -21,6 +21,7 @@ struct Reception::Stranger
 {
     std::unique_ptr<QWebSocket> socket;
     QHostAddress address;
+    Computers::Share computer;
     bool isLocal = false;
     bool hasSpoken = false;
     QTimer *limit =
@@ -44,11 +45,15 @@ Reception::~Reception()
 void Reception::receive(std::unique_ptr<QWebSocket> socket, bool isLocal)
 {
     if (strangers.size() >= mostStrangers) {
-        dismiss(strangers.front(), CloseCode::TooMany);
+        const auto leaving = Computers::whoGivesWay(
+            strangers.begin(), strangers.end(),
+            [](const auto &stranger) -> const auto & { return stranger->computer; });
+        dismiss(*leaving, CloseCode::TooMany);
     }
     auto stranger = std::make_shared<Stranger>();
     stranger->socket = std::move(socket);
     stranger->address = stranger->socket->peerAddress();
+    stranger->computer = computers.shareOf(stranger->address);
     stranger->isLocal = isLocal;
     stranger->limit = new QTimer(this);
     stranger->limit->setSingleShot(true);

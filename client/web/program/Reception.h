@@ -4,6 +4,7 @@
 #pragma once
 
 #include "web/http/AttemptGuard.h"
+#include "web/http/Computers.h"
 #include "web/program/PairingCodes.h"
 #include "web/program/SecureSocket.h"
 #include "web/program/WebStore.h"
@@ -36,7 +37,8 @@ class Reception : public QObject
     Q_OBJECT
 
 public:
-    /// Browsers that have not shown anything yet. The oldest one gives way to another.
+    /// Browsers that have not shown anything yet. Beyond it, the oldest one of the computer
+    /// that has most gives way.
     static constexpr size_t mostStrangers = 64;
     static constexpr std::chrono::seconds timeToShow{5};
 
@@ -66,6 +68,7 @@ private:
     const PairingCodes &codes;
     QByteArray deskSecret;
     AttemptGuard guard;
+    Computers computers;
     std::deque<std::shared_ptr<Stranger>> strangers;
 };
 

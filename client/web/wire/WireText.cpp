@@ -4,6 +4,7 @@
 #include "web/wire/WireText.h"
 
 #include <QJsonDocument>
+#include <QUtf8StringView>
 
 namespace quillmote {
 namespace {
@@ -44,7 +45,7 @@ std::optional<WireText> WireText::fromBytes(const QByteArray &bytes)
     const QByteArray text = bytes.first(std::max<qsizetype>(end, 0));
     // The first character leaves no room for a mark of the byte order, which the toolkit would
     // skip.
-    if (!text.startsWith('{') || isNestedTooDeeply(text)) {
+    if (!text.startsWith('{') || !QUtf8StringView(text).isValidUtf8() || isNestedTooDeeply(text)) {
         return std::nullopt;
     }
     const QJsonDocument document = QJsonDocument::fromJson(text);

@@ -121,6 +121,32 @@ QByteArray RawPeer::receive()
     return all;
 }
 
+QByteArray RawPeer::nextFrame(milliseconds limit)
+{
+    const auto end = steady_clock::now() + limit;
+    while (steady_clock::now() < end) {
+        unread += receive();
+        // Frames of a server have no mask; none that is waited for has more than 64 KiB.
+        const bool isShort = unread.size() >= 2 && unread[1] < 126;
+        const qsizetype head = isShort ? 2 : 4;
+        if (unread.size() >= head) {
+            const qsizetype size =
+                isShort ? unread[1] : qFromBigEndian<quint16>(unread.constData() + 2);
+            if (unread.size() >= head + size) {
+                const bool isBinary = (unread[0] & 0x0f) == Binary;
+                const QByteArray payload = unread.mid(head, size);
+                unread.remove(0, head + size);
+                return isBinary ? payload : QByteArray();
+            }
+        }
+        if (!isConnected()) {
+            break;
+        }
+        waitFor(POLLIN, milliseconds(100));
+    }
+    return {};
+}
+
 bool RawPeer::hasEnded()
 {
     receive();
@@ -135,18 +161,19 @@ QByteArray RawPeer::upgradeOf(quint16 port)
            "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n";
 }
 
-bool RawPeer::upgrade(quint16 port)
+bool RawPeer::finishUpgrade(const QByteArray &rest)
 {
-    if (!send(upgradeOf(port))) {
+    if (!send(rest)) {
         return false;
     }
-    QByteArray answer;
     const auto end = steady_clock::now() + GenerousLimit;
-    while (isConnected() && !answer.contains("\r\n\r\n") && steady_clock::now() < end) {
+    while (isConnected() && !unread.contains("\r\n\r\n") && steady_clock::now() < end) {
         waitFor(POLLIN, milliseconds(100));
-        answer += receive();
+        unread += receive();
     }
-    return answer.startsWith("HTTP/1.1 101");
+    const bool isUpgraded = unread.startsWith("HTTP/1.1 101");
+    unread.remove(0, unread.indexOf("\r\n\r\n") + 4);
+    return isUpgraded;
 }
 
 QByteArray RawPeer::frame(Opcode opcode, const QByteArray &payload, End end, qint64 announced)

@@ -23,10 +23,15 @@ public:
     /// Connects from that address of the loopback interface.
     explicit RawPeer(quint16 port, const char *from = "127.0.0.1", int receiveBuffer = 0);
     ~RawPeer();
-    RawPeer(RawPeer &&other) noexcept : descriptor(std::exchange(other.descriptor, -1)) {}
+    RawPeer(RawPeer &&other) noexcept
+        : descriptor(std::exchange(other.descriptor, -1))
+        , unread(std::move(other.unread))
+    {
+    }
     RawPeer &operator=(RawPeer &&other) noexcept
     {
         std::swap(descriptor, other.descriptor);
+        std::swap(unread, other.unread);
         return *this;
     }
 
@@ -38,13 +43,17 @@ public:
     qsizetype sendSome(QByteArrayView bytes);
     /// What has arrived by now; none of it when nothing has.
     QByteArray receive();
+    /// The payload of the next frame that the other end sends; empty if none comes, or a close.
+    QByteArray nextFrame(std::chrono::milliseconds limit = GenerousLimit);
     /// Whether the other end has closed the connection; forgets what has arrived.
     bool hasEnded();
 
     /// The request by which a page opens its WebSocket.
     static QByteArray upgradeOf(quint16 port);
     /// Sends that request and waits for its answer.
-    bool upgrade(quint16 port);
+    bool upgrade(quint16 port) { return finishUpgrade(upgradeOf(port)); }
+    /// The same with the rest of the request.
+    bool finishUpgrade(const QByteArray &rest);
     /// A frame that announces `announced` bytes, by default those of the payload.
     static QByteArray frame(Opcode opcode, const QByteArray &payload, End end = Whole,
                             qint64 announced = -1);
@@ -54,4 +63,5 @@ private:
     void close();
 
     int descriptor = -1;
+    QByteArray unread;
 };

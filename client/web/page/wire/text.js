@@ -13,7 +13,9 @@ const noBytes = new Uint8Array();
  * @returns {Uint8Array}
  */
 export function writeText(object, body = noBytes) {
-    return concat(utf8(JSON.stringify(object) + "\n"), body);
+    // Some readers drop a mark of the byte order at the beginning of any text.
+    const line = JSON.stringify(object).replaceAll("\ufeff", "\\ufeff");
+    return concat(utf8(line + "\n"), body);
 }
 
 /**

@@ -12,6 +12,7 @@ import {
     codeViewOf,
     drawingOf,
     isClosed,
+    plainAddress,
     troublesOf,
 } from "../../../../client/web/page/deskmodel.js";
 import { languageOf, languages, textsOf } from "../../../../client/web/page/desktexts.js";
@@ -113,6 +114,13 @@ test("the code is followed from state to state", () => {
     assert.deepEqual(codeViewOf(paired, known, known), paired);
     assert.deepEqual(codeViewOf(paired, known, withCode), shown);
     assert.deepEqual(codeViewOf({ view: "over" }, known, known), { view: "over" });
+});
+
+test("an address is shown as people write it", () => {
+    assert.equal(plainAddress("::ffff:192.0.2.7"), "192.0.2.7");
+    assert.equal(plainAddress("192.0.2.7"), "192.0.2.7");
+    assert.equal(plainAddress("::ffff:c000:207"), "::ffff:c000:207");
+    assert.equal(plainAddress("2001:db8::ffff:1"), "2001:db8::ffff:1");
 });
 
 test("the server is closed when it listens to this computer only", () => {

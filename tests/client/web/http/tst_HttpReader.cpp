@@ -167,6 +167,9 @@ void tst_HttpReader::anUpgradeIsReadOrRefused_data()
     QTest::newRow("a short key") << get
                                  << upgrade + connection + "Sec-WebSocket-Key: dGhl\r\n" + version
                                  << 400;
+    QTest::newRow("a key without its end")
+        << get << upgrade + connection + "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ\r\n" + version
+        << 400;
     QTest::newRow("a key that is none")
         << get << upgrade + connection + "Sec-WebSocket-Key: dGhlIHNhbXBs?SBub25jZQ==\r\n" + version
         << 400;
@@ -206,6 +209,9 @@ void tst_HttpReader::compressionIsTakenWhereItIsAllowed_data()
     row("deflate;q=0", false);
     row("deflate;q=0.000", false);
     row("deflate;q=x", false);
+    row("deflate;q=inf", false);
+    row("deflate;q", false);
+    row("deflate;", false);
     row("deflate;x", false);
     row("gzip", false);
     row("deflated", false);

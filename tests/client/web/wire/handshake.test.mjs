@@ -284,6 +284,13 @@ test("a text that is written is read", () => {
     }
 });
 
+test("a mark of the byte order is not written as it is", () => {
+    const text = "\ufeffa\ufeff";
+    const written = writeText({ text });
+    assert.equal(written.indexOf(0xef), -1);
+    assert.equal(readText(written).object.text, text);
+});
+
 test("what is no text is refused", () => {
     for (const bytes of [
         "",

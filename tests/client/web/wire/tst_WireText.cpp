@@ -83,6 +83,7 @@ void tst_WireText::whatIsNoTextIsRefused_data()
     QTest::newRow("a mark of the byte order") << QByteArray("\xef\xbb\xbf{}\n");
     QTest::newRow("a byte that is no UTF-8") << QByteArray("{\"a\":\"\xff\"}\n");
     QTest::newRow("a name that is no UTF-8") << QByteArray("{\"\xc0\xaf\":1}\n");
+    QTest::newRow("a backslash before no UTF-8") << QByteArray("{\"a\":\"\\\xc9u\"}\n");
     QTest::newRow("half a character") << QByteArray("{\"a\":\"\xe2\x82\"}\n");
     QTest::newRow("half of a surrogate pair") << QByteArray("{\"a\":\"\xed\xa0\x80\"}\n");
     QTest::newRow("a zero") << QByteArray("{\"a\":1}\0\n", 9);
