@@ -286,10 +286,11 @@ void tst_PhoneConnections::aDeskWithoutNetworkSaysSo()
 {
     QVERIFY(openDesk());
     QVERIFY(phones->setCable(false));
-    QVERIFY(deskPage->awaitsEndOf(PageElement::of(u"#qr"_s)));
+    QVERIFY(deskPage->awaits(PageElement::of(u"#instead"_s)));
     QVERIFY(deskPage->saveScreenshot(u"desk-without-network"_s));
     QVERIFY(phones->setCable(true));
-    QVERIFY(deskPage->awaits(PageElement::of(u"#qr"_s)));
+    QVERIFY2(deskPage->awaits(PageElement::of(u"#qr"_s)),
+             qPrintable(deskPage->text(PageElement::of(u"body"_s))));
 }
 
 void tst_PhoneConnections::theProgramIsEndedOnTheDesk()

@@ -84,6 +84,9 @@ void dropWhenUntaken(QTcpSocket *socket)
     });
 }
 
+/// Where any port will do, so many are tried.
+constexpr int portsToTry = 10;
+
 } // namespace
 
 WebDoor::WebDoor(QObject *parent, const WebPatience &limits) : QObject(parent), patience(limits) {}
@@ -96,22 +99,15 @@ WebDoor::~WebDoor()
 QString WebDoor::open(const WebDoorOptions &options)
 {
     close();
-    ownPort = options.port;
     encryption.reset();
     if (options.certificate) {
         encryption = configurationOf(*options.certificate);
     }
-    const bool isEverywhere = options.addresses.isEmpty();
-    const QList<QHostAddress> wanted =
-        isEverywhere ? QList{QHostAddress(QHostAddress::Any)} : options.addresses;
-    QString problem;
-    for (const QHostAddress &address : wanted) {
-        problem = problem.isEmpty() ? listenAt(address, true) : problem;
-    }
-    const QList<QHostAddress> others =
-        isEverywhere ? QList<QHostAddress>() : missingLoopback(wanted);
-    for (const QHostAddress &address : others) {
-        problem = problem.isEmpty() ? listenAt(address, false) : problem;
+    QString problem = listenAtAll(options);
+    // A port that is free at one address need not be so at the others.
+    for (int again = 0; options.port == 0 && !problem.isEmpty() && again < portsToTry; ++again) {
+        listeners.clear();
+        problem = listenAtAll(options);
     }
     if (!problem.isEmpty()) {
         close();
@@ -136,6 +132,24 @@ void WebDoor::close()
         upgrader.release()->deleteLater();
     }
     ownPort = 0;
+}
+
+QString WebDoor::listenAtAll(const WebDoorOptions &options)
+{
+    ownPort = options.port;
+    const bool isEverywhere = options.addresses.isEmpty();
+    const QList<QHostAddress> wanted =
+        isEverywhere ? QList{QHostAddress(QHostAddress::Any)} : options.addresses;
+    QString problem;
+    for (const QHostAddress &address : wanted) {
+        problem = problem.isEmpty() ? listenAt(address, true) : problem;
+    }
+    const QList<QHostAddress> others =
+        isEverywhere ? QList<QHostAddress>() : missingLoopback(wanted);
+    for (const QHostAddress &address : others) {
+        problem = problem.isEmpty() ? listenAt(address, false) : problem;
+    }
+    return problem;
 }
 
 /// An address that is not wanted, but useful, need not exist.

@@ -80,6 +80,7 @@ public:
     std::function<void(std::unique_ptr<QWebSocket> socket, bool isLoopback)> onSocket;
 
 private:
+    QString listenAtAll(const WebDoorOptions &options);
     QString listenAt(const QHostAddress &address, bool isWanted);
     void admit(std::unique_ptr<QTcpSocket> socket);
     void dismiss(WebVisitor *visitor);

@@ -9,7 +9,7 @@ namespace quillmote {
 
 QList<OfferedAddress> PageAddress::offered() const
 {
-    const QList<OfferedAddress> all = offeredAddresses();
+    const QList<OfferedAddress> all = addresses();
     if (listening.isEmpty()) {
         return all;
     }

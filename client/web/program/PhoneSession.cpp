@@ -151,6 +151,10 @@ void PhoneSession::take(const WireText &text)
         emit ended();
         return;
     }
+    if (text.object.value("request"_L1).toString() == "ping"_L1) {
+        answerPing(id);
+        return;
+    }
     waitingBytes += text.body.size();
     if (requests.size() >= mostWaiting || waitingBytes > mostWaitingBytes) {
         close(CloseCode::TooMany);
@@ -163,6 +167,18 @@ void PhoneSession::take(const WireText &text)
     request->size = text.body.size();
     requests.push_back(std::move(request));
     passOn();
+}
+
+/// At once, so that the phone knows that the connection works while a long text is typed. The
+/// server gets it, too, as the sign that the phone is there.
+void PhoneSession::answerPing(const QJsonValue &id)
+{
+    if (state == State::Ready && server->underWay() < mostWaiting) {
+        server->send(SessionMessage::ping(), {});
+    }
+    if (socket->unsent() <= mostUnsent) {
+        socket->send({{u"id"_s, id}, {u"ok"_s, true}});
+    }
 }
 
 void PhoneSession::passOn()
@@ -191,8 +207,6 @@ void PhoneSession::serve(const std::shared_ptr<Request> &request)
         emit left();
     } else if (!PhoneRequests::isAllowed(name)) {
         refuse(request, u"unknown-request"_s, u"Phones cannot ask for that."_s);
-    } else if (name == "ping"_L1 && state != State::Ready) {
-        answer(request, {});
     } else if (state != State::Ready) {
         refuse(request, u"not-ready"_s, u"VornaServer cannot be used now."_s);
     } else if (!answerFromCache(request)) {

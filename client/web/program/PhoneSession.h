@@ -55,7 +55,7 @@ signals:
 
 private:
     enum class State { Missing, Asking, Ready };
-    /// A request; answers are sent in the order of the requests.
+    /// A request other than a ping; answers are sent in the order of the requests.
     struct Request
     {
         QJsonValue id;
@@ -67,6 +67,7 @@ private:
     };
 
     void take(const WireText &text);
+    void answerPing(const QJsonValue &id);
     void passOn();
     void serve(const std::shared_ptr<Request> &request);
     void forward(const std::shared_ptr<Request> &request);

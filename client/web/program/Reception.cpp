@@ -89,33 +89,39 @@ void Reception::hear(const std::shared_ptr<Stranger> &stranger, const QByteArray
     if (std::exchange(stranger->hasSpoken, true)) {
         return;
     }
+    const auto introduction = readIntroduction(first);
+    // Other users of this computer have the same address: they must not shut out the desktop's
+    // page.
+    const bool isDesk =
+        introduction && introduction->credential == Credential::Desk && stranger->isLocal;
+    if (isDesk && letIn(stranger, first, deskSecret, {nullptr, Credential::Desk, {}, {}})) {
+        return;
+    }
     const auto wait = guard.shutOut(stranger->address, AttemptGuard::Clock::now());
     if (wait > 0s) {
         dismiss(stranger, CloseCode::ShutOut, QString::number(wait.count()));
         return;
     }
-    const auto introduction = readIntroduction(first);
     if (!introduction) {
         fail(stranger, CloseCode::BrokenMessage);
-        return;
-    }
-    bool isIn = false;
-    if (introduction->credential == Credential::Phone) {
-        const KnownPhone *phone = store.find(introduction->id);
-        isIn = phone &&
-               letIn(stranger, first, phone->secret, {nullptr, Credential::Phone, phone->id, {}});
-    } else if (introduction->credential == Credential::Desk) {
-        isIn = stranger->isLocal &&
-               letIn(stranger, first, deskSecret, {nullptr, Credential::Desk, {}, {}});
-    } else {
-        for (const OneTimeCode &code : codes.valid()) {
-            isIn = isIn ||
-                   letIn(stranger, first, code.secret(), {nullptr, Credential::Code, {}, code});
-        }
-    }
-    if (!isIn) {
+    } else if (!letInPhone(*introduction, stranger, first)) {
         fail(stranger, CloseCode::UnknownSecret);
     }
+}
+
+bool Reception::letInPhone(const Introduction &introduction,
+                           const std::shared_ptr<Stranger> &stranger, const QByteArray &first)
+{
+    if (introduction.credential == Credential::Phone) {
+        const KnownPhone *phone = store.find(introduction.id);
+        return phone &&
+               letIn(stranger, first, phone->secret, {nullptr, Credential::Phone, phone->id, {}});
+    }
+    const std::vector<OneTimeCode> valid =
+        introduction.credential == Credential::Code ? codes.valid() : std::vector<OneTimeCode>();
+    return std::any_of(valid.begin(), valid.end(), [&](const OneTimeCode &code) {
+        return letIn(stranger, first, code.secret(), {nullptr, Credential::Code, {}, code});
+    });
 }
 
 bool Reception::letIn(const std::shared_ptr<Stranger> &stranger, const QByteArray &first,

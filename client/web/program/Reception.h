@@ -57,6 +57,8 @@ private:
     struct Stranger;
 
     void hear(const std::shared_ptr<Stranger> &stranger, const QByteArray &first);
+    bool letInPhone(const Introduction &introduction, const std::shared_ptr<Stranger> &stranger,
+                    const QByteArray &first);
     bool letIn(const std::shared_ptr<Stranger> &stranger, const QByteArray &first,
                const QByteArray &secret, Guest guest);
     void fail(const std::shared_ptr<Stranger> &stranger, CloseCode code);

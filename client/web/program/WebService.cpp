@@ -50,6 +50,8 @@ WebService::WebService(const WebArguments &wanted)
     };
     door.onSocket = receive;
     deskDoor.onSocket = receive;
+    // So that a window that is opened amid a change is told what comes of it.
+    page.addresses = [this] { return network.addresses(); };
     connect(&network, &NetworkChanges::changed, &desk, &Desk::update);
     connect(&server, &ServerWatch::changed, this, [this] {
         if (server.isRunning()) {
