@@ -95,6 +95,7 @@ private slots:
     void theServerIsFoundWithoutAvahi();
     void eachDisplayHasItsOwnServer();
     void anotherUserCannotReachIt();
+    void theServerIsClosedToTheNetworkAndOpened();
     void aKeyTakesLittleTime();
 
 private:
@@ -434,6 +435,26 @@ void tst_QuillmoteSession::anotherUserCannotReachIt()
 }
 
 /// The fastest of several, so that other load on the machine does not count.
+void tst_QuillmoteSession::theServerIsClosedToTheNetworkAndOpened()
+{
+    const auto said = [this](const QByteArray &where) {
+        return "Listens at " + where + ", port " + QByteArray::number(scene->port()) + '\n';
+    };
+    QCOMPARE(run({u"listen"_s}).output, said("all addresses"));
+    QCOMPARE(run({u"listen"_s, u"127.0.0.1"_s}).output, said("127.0.0.1"));
+    QCOMPARE(scene->storedSetting(u"listenAddress"_s).toString(), u"127.0.0.1"_s);
+    const Run noAddress = run({u"listen"_s, u"everywhere"_s});
+    QCOMPARE(noAddress.status, 2);
+    QVERIFY2(noAddress.errors.contains("is no address to listen at"), noAddress.errors.constData());
+    const Run ofOthers = run({u"listen"_s, u"203.0.113.71"_s});
+    QCOMPARE(ofOthers.status, 1);
+    QVERIFY2(ofOthers.errors.contains("cannot listen at 203.0.113.71"),
+             ofOthers.errors.constData());
+    QCOMPARE(run({u"listen"_s}).output, said("127.0.0.1"));
+    QCOMPARE(run({u"listen"_s, u"all"_s}).output, said("all addresses"));
+    QCOMPARE(scene->storedSetting(u"listenAddress"_s).toString(), QString());
+}
+
 void tst_QuillmoteSession::aKeyTakesLittleTime()
 {
     qint64 quickest = 60'000;
