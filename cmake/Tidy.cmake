@@ -10,5 +10,6 @@ add_custom_target(tidy
   USES_TERMINAL
   VERBATIM)
 add_dependencies(tidy ${moc_targets}
-  vornaserver_autogen quillmote_client_autogen vorna_test_support_autogen
+  vornaserver_autogen quillmote_client_autogen quillmote_http_autogen quillmote_network_autogen
+  quillmote_web_autogen vorna_test_support_autogen
   vorna_wayland_protocols vorna_window_protocol)

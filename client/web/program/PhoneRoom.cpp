@@ -114,10 +114,9 @@ void PhoneRoom::serve(const std::shared_ptr<Arrival> &arrival, const KnownPhone 
 /// The socket may be emitting a signal.
 void PhoneRoom::dropArrival(const std::shared_ptr<Arrival> &arrival)
 {
-    const std::shared_ptr<Arrival> leaving = arrival;
-    arrivals.remove(leaving);
-    leaving->guest.socket->disconnect(this);
-    leaving->guest.socket.release()->deleteLater();
+    arrival->guest.socket->disconnect(this);
+    arrival->guest.socket.release()->deleteLater();
+    arrivals.remove(arrival);
 }
 
 void PhoneRoom::end(PhoneSession *session)

@@ -163,19 +163,22 @@ void Reception::fail(const std::shared_ptr<Stranger> &stranger, CloseCode code)
 void Reception::dismiss(const std::shared_ptr<Stranger> &stranger, CloseCode code,
                         const QString &reason)
 {
-    const std::shared_ptr<Stranger> leaving = stranger; // the list may hold the last one
-    leaving->socket->disconnect(this);
-    leaving->socket->close(static_cast<QWebSocketProtocol::CloseCode>(code), reason);
-    forget(leaving);
+    stranger->socket->disconnect(this);
+    stranger->socket->close(static_cast<QWebSocketProtocol::CloseCode>(code), reason);
+    forget(stranger);
 }
 
 void Reception::forget(const std::shared_ptr<Stranger> &stranger)
 {
-    const std::shared_ptr<Stranger> leaving = stranger;
+    const auto found = std::find(strangers.begin(), strangers.end(), stranger);
+    if (found == strangers.end()) {
+        return;
+    }
+    const std::shared_ptr<Stranger> leaving = std::move(*found); // the list may hold the last one
+    strangers.erase(found);
     leaving->limit->disconnect(this);
     leaving->limit->stop();
     leaving->limit->deleteLater();
-    std::erase(strangers, leaving);
     if (leaving->socket) {
         leaving->socket->disconnect(this);
         farewell(std::move(leaving->socket));
