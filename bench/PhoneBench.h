@@ -13,6 +13,8 @@
 class PhoneBench
 {
 public:
+    static inline const QString IsConnected = u"document.body.dataset.state === 'ready'"_s;
+
     PhoneBench(const QString &floorProgram, const QString &downloadFolder) : bench(downloadFolder)
     {
         ServerBench::require(phones.problem().isEmpty(), phones.problem());
@@ -37,15 +39,14 @@ public:
     }
 
     QPointF touchpad(PhonePage &page) { return page.place(PageElement::of(u"#pad"_s)).center(); }
-    static PageElement fileButton() { return PageElement::button(u"Send files"_s); }
+    /// Where files are chosen, once its view is open.
+    static PageElement fileButton() { return PageElement::of(u"#view-exchange label.file"_s); }
 
     PhoneScene &scene() { return phones; }
     const DesktopSession &session() const { return bench.session(); }
     QString floorFile() const { return fileOfFloor; }
 
 private:
-    static inline const QString IsConnected = u"document.body.dataset.state === 'ready'"_s;
-
     void startFloor(const QString &program, const QString &folder)
     {
         fileOfFloor = folder + u"/floor"_s;

@@ -68,6 +68,7 @@ void compare(const QStringList &arguments)
     PhonePage page(bench.scene().phoneBrowser());
     PhonePage floor(bench.scene().phoneBrowser());
     bench.openPage(page);
+    ServerBench::require(page.tap(PageElement::of(u"#tab-exchange"_s)), "the view of files");
     bench.openFloor(floor);
     Sample ofPage;
     Sample ofFloor;

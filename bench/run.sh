@@ -50,6 +50,23 @@ echo "A file of 1 GiB by the session socket, and into socat:"
 echo "1,000 moves of the pointer a second by the session socket, and the least that they take:"
 "$build/bench/session_moves" "$build/bench/floor"
 
+# What Chromium is driven with comes by npm, so it is built only where both are.
+if command -v chromium >/dev/null && command -v npm >/dev/null; then
+    [ $# -gt 0 ] || cmake --build --preset release --target quillmote-web phone_floor phone_file \
+        phone_latency phone_start browser-driver
+    VORNA_QUILLMOTE_WEB=$(readlink -f "$build/quillmote-web")
+    export VORNA_QUILLMOTE_WEB
+
+    echo "A finger's move in the browser of a phone, from there to a pointer event, and with a bare page:"
+    "$build/bench/phone_latency" "$build/bench/phone_floor"
+
+    echo "A file of 200 MB from a phone's page over 100 Mbit/s, and from a bare page:"
+    "$build/bench/phone_file" "$build/bench/phone_floor" /dev/shm
+
+    echo "A phone's page from its first byte until it can be used, on a processor four times slower:"
+    "$build/bench/phone_start" "$build/bench/phone_floor"
+fi
+
 # sway refuses root.
 as_user=tests/support/wayland/as_ordinary_user.sh
 echo "A key on sway, from send to another program's event, and the least that it takes:"

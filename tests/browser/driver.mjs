@@ -85,6 +85,7 @@ const commands = {
         const page = await context.newPage();
         const protocol = await context.newCDPSession(page);
         await protocol.send("Network.enable");
+        await protocol.send("Page.enable");
         const open = { page, protocol, messages: [] };
         countBytes(open);
         page.on("console", (message) => {
@@ -259,6 +260,27 @@ const commands = {
         await protocol.send("Network.emulateNetworkConditions", {
             offline: false, latency, downloadThroughput: download, uploadThroughput: upload,
         });
+    },
+
+    /**
+     * Loads the page anew and answers with the milliseconds from its first byte until the expression
+     * is true, asked in each frame, and with the bytes that came over the wire.
+     */
+    async timeToUsable({ expression }, open) {
+        const { page, protocol } = open;
+        const source = `addEventListener("DOMContentLoaded", () => {
+            const look = () => { ${expression} ? usableAt = performance.now() : requestAnimationFrame(look); };
+            look();
+        }); usableAt = 0;`;
+        const { identifier } = await protocol.send("Page.addScriptToEvaluateOnNewDocument", { source });
+        await protocol.send("Network.clearBrowserCache");
+        open.bytes = 0;
+        await page.reload({ waitUntil: "load" });
+        await commands.await({ expression: "usableAt > 0" }, open);
+        const time = await evaluate(protocol,
+            "usableAt - performance.getEntriesByType('navigation')[0].responseStart");
+        await protocol.send("Page.removeScriptToEvaluateOnNewDocument", { identifier });
+        return { time, bytes: open.bytes };
     },
 
     async resize({ width, height }, { page }) {
