@@ -320,7 +320,7 @@ Sample tst_PhoneLoad::answersTo(WebPhone &phone, std::chrono::milliseconds durat
         phone.received.clear();
         QElapsedTimer time;
         time.start();
-        phone.send("ping");
+        phone.send("screens");
         if (loop.exec() != 0) {
             return {};
         }
@@ -424,14 +424,14 @@ void tst_PhoneLoad::peersOfAllKindsHoldNobodyUp()
     QVERIFY(secret);
     auto phone = comeIn(*secret);
     QVERIFY(phone);
-    const Sample before = answersTo(*phone, 1s);
+    const Sample before = answersTo(*phone, 300ms);
     const int descriptorsBefore = descriptors();
     const qint64 memoryBefore = memory();
     QVERIFY(ProcessMemory::forgetPeak(web->processId()));
 
     Attack attack(attackOf(QTest::currentDataTag()));
     runEventLoop(500ms);
-    const Sample during = answersTo(*phone, 3s);
+    const Sample during = answersTo(*phone, 1s);
     const int mostDescriptors = descriptors();
     QElapsedTimer time;
     time.start();
@@ -443,7 +443,7 @@ void tst_PhoneLoad::peersOfAllKindsHoldNobodyUp()
           "%lld MiB; %d descriptors; a phone came in within %lld ms.",
           during.median(), during.atShare(0.99), before.median(), before.atShare(0.99),
           grown / Mebibyte, mostDescriptors, entering);
-    QVERIFY(during.size() > 20);
+    QVERIFY(during.size() > 5);
     QVERIFY(during.median() < MostMedian);
     QVERIFY(grown < MostGrowth);
     QVERIFY(mostDescriptors < descriptorsBefore + MostConnections);
@@ -577,7 +577,7 @@ void tst_PhoneLoad::phonesThatDoHarmHoldNobodyUp()
         }
     });
     QVERIFY(waitUntil([&] { return asked > 100; }));
-    const Sample during = answersTo(*phone, 3s);
+    const Sample during = answersTo(*phone, 1s);
     attack.stop();
     const qint64 grown = ProcessMemory::peak(web->processId()) - memoryBefore;
     qInfo("%d requests; median %.1f ms, 99th percentile %.1f ms; memory grew by %lld MiB.",

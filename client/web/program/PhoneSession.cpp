@@ -173,12 +173,19 @@ void PhoneSession::take(const WireText &text)
 /// server gets it, too, as the sign that the phone is there.
 void PhoneSession::answerPing(const QJsonValue &id)
 {
-    if (state == State::Ready && server->underWay() < mostWaiting) {
+    if (!pingClock.isValid() || pingClock.hasExpired(1000)) {
+        pingClock.start();
+        pings = 0;
+    }
+    if (++pings > mostPings) {
+        close(CloseCode::TooMany);
+        emit ended();
+        return;
+    }
+    if (state == State::Ready) {
         server->send(SessionMessage::ping(), {});
     }
-    if (socket->unsent() <= mostUnsent) {
-        socket->send({{u"id"_s, id}, {u"ok"_s, true}});
-    }
+    socket->send({{u"id"_s, id}, {u"ok"_s, true}});
 }
 
 void PhoneSession::passOn()

@@ -8,6 +8,7 @@
 #include "web/program/SecureSocket.h"
 #include "web/program/WebStore.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QString>
 #include <QTimer>
@@ -28,6 +29,8 @@ public:
     /// Requests that wait for their answers, and bytes of them. A phone has no reason for more.
     static constexpr size_t mostWaiting = 512;
     static constexpr qint64 mostWaitingBytes = 4 * 1024 * 1024;
+    /// Pings within a second; the page sends one.
+    static constexpr int mostPings = 50;
 
     /// \param socketPath of the server's session socket
     PhoneSession(std::unique_ptr<SecureSocket> socket, KnownPhone phone, QString socketPath);
@@ -92,6 +95,8 @@ private:
     QTimer askingLong;
     std::deque<std::shared_ptr<Request>> requests;
     qint64 waitingBytes = 0;
+    QElapsedTimer pingClock;
+    int pings = 0; // since the clock was started
     ClipboardCache clipboard;
     bool isWelcome = false;
 };

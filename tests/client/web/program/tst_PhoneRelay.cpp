@@ -423,6 +423,20 @@ private slots:
         QCOMPARE(phone->closeCode(), 4003);
     }
 
+    void aPhoneThatPingsWithoutEndIsClosed()
+    {
+        const auto phone = newPhone();
+        for (int count = 0; count < PhoneSession::mostPings; ++count) {
+            phone->send("ping");
+        }
+        phone->ask("rename", {{u"name"_s, u"x"_s}});
+        QVERIFY(phone->isOpen());
+        for (int count = 0; count <= PhoneSession::mostPings; ++count) {
+            phone->send("ping");
+        }
+        QCOMPARE(phone->closeCode(), 4003);
+    }
+
     void aPhoneThatSendsMoreThanIsTakenIsClosed()
     {
         const auto phone = newPhone();
