@@ -116,6 +116,7 @@ void tst_PhoneConnections::init()
     scene->beginAnew();
     QVERIFY(scene->start());
     phones->startWeb();
+    QVERIFY(!phones->web().pairingAddress().isEmpty());
     page = std::make_unique<PhonePage>(phones->phoneBrowser());
 }
 
