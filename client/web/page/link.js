@@ -267,7 +267,7 @@ export class Link extends EventTarget {
 
     /** Null, or why it was not sent. */
     #write(name, fields, body, done) {
-        const id = this.#requests.begin(name, fields, body?.length ?? 0, this.#world.now(), done);
+        const id = this.#requests.begin(name, this.#world.now(), done);
         // An empty body can be told from none only by its size.
         const size = body?.length === 0 ? { body: 0 } : {};
         if (this.#socket.send({ ...fields, ...size, id, request: name }, body ?? noBytes)) {
@@ -408,7 +408,8 @@ export class Link extends EventTarget {
             this.#lose();
             return;
         }
-        if (now - this.#lastPing >= pingPause) {
+        // Pings are answered at once, other requests when they are done.
+        if (this.unanswered > 0 || now - this.#lastPing >= pingPause) {
             this.#ping();
         }
         this.#scheduleTick();

@@ -2,31 +2,9 @@
 // SPDX-License-Identifier: MIT
 
 const patience = 1500;
-/** What the slowest connection carries that is not taken for a broken one. */
-const bytesPerMillisecond = 256;
-/** What the computer may do before it answers, in milliseconds. */
-const ownTime = {
-    applications: 500,
-    "clipboard.get": 1500, // programs have a second to give it, and it has 128 KiB
-    "file.get": 500,
-    "file.put": 1000,
-    open: 1000,
-    text: 1000,
-};
-const timePerCharacter = 30;
-/** What no layout has may be pasted, one stretch after the other. */
-const timePerRareCharacter = 500;
-
-/** How long a request may take at most beyond what every connection does, in milliseconds. */
-function extraPatience(name, fields, bodySize) {
-    const typing = name === "text" ? timeToType(String(fields.text)) : 0;
-    return (ownTime[name] ?? 0) + typing + bodySize / bytesPerMillisecond;
-}
-
-function timeToType(text) {
-    const rare = text.replace(/[ -~]/g, "").length;
-    return text.length * timePerCharacter + rare * timePerRareCharacter;
-}
+/** On a slow connection the pings wait behind the pieces: each has 128 KiB. */
+const patienceWithPieces = 3000;
+const requestsOfPieces = ["clipboard.get", "clipboard.set", "file.get", "file.put"];
 
 /** Why a request was not carried out. */
 export class Refusal extends Error {
@@ -61,19 +39,16 @@ export class Requests {
     /**
      * Begins a request.
      * @param {string} name
-     * @param {object} fields
-     * @param {number} bodySize
      * @param {number} now
      * @param {(refusal: Refusal | null, answer?: {fields: object, body: Uint8Array}) => void} done
      * @returns {number} its id
      */
-    begin(name, fields, bodySize, now, done) {
+    begin(name, now, done) {
         if (this.#waiting.size === 0) {
             this.#quietSince = now;
         }
         this.#lastId += 1;
-        const extra = extraPatience(name, fields, bodySize);
-        this.#waiting.set(this.#lastId, { name, extra, done });
+        this.#waiting.set(this.#lastId, { name, done });
         return this.#lastId;
     }
 
@@ -104,8 +79,10 @@ export class Requests {
 
     /** Whether nothing has come for so long that the connection must be broken. */
     isOverdue(now) {
-        const extra = Math.max(0, ...[...this.#waiting.values()].map((request) => request.extra));
-        return this.#waiting.size > 0 && now - this.#quietSince >= patience + extra;
+        const names = [...this.#waiting.values()].map(({ name }) => name);
+        const hasPieces = names.some((name) => requestsOfPieces.includes(name));
+        const limit = hasPieces ? patienceWithPieces : patience;
+        return this.#waiting.size > 0 && now - this.#quietSince >= limit;
     }
 
     /** The connection has ended. */

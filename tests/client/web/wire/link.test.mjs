@@ -389,17 +389,22 @@ test("a page that was asleep reads first what has come", async () => {
     assert.equal(link.state, "lost");
 });
 
-test("a slow connection that carries a body is not taken for a broken one", async () => {
-    const { link, computer, world } = await begin({ isKnown: true });
-    computer.isSilent = true;
-    for (let piece = 0; piece < 4; piece += 1) {
-        outcome(link.request("file.put", { file: 1 }, new Uint8Array(128 * 1024)));
-    }
-    await world.pass(2900);
-    assert.equal(link.state, "connected");
-    await world.pass(400);
-    assert.equal(link.state, "lost");
-});
+for (const [title, request, fields, body] of [
+    ["to the computer", "file.put", { file: 1 }, new Uint8Array(128 * 1024)],
+    ["from the computer", "file.get", { name: "a" }, null],
+]) {
+    test(`a slow connection that carries pieces is not taken for a broken one: ${title}`, async () => {
+        const { link, computer, world } = await begin({ isKnown: true });
+        computer.isSilent = true;
+        for (let piece = 0; piece < 4; piece += 1) {
+            outcome(link.request(request, fields, body));
+        }
+        await world.pass(2900);
+        assert.equal(link.state, "connected");
+        await world.pass(400);
+        assert.equal(link.state, "lost");
+    });
+}
 
 test("a connection that takes bytes is not taken for a broken one", async () => {
     const { link, computer, world } = await begin({ isKnown: true });
@@ -415,21 +420,39 @@ test("a connection that takes bytes is not taken for a broken one", async () => 
     assert.equal(link.state, "lost");
 });
 
-for (const [title, text, time] of [
-    ["a short one", "abc", 2500],
-    ["a long one", "x".repeat(200), 8400],
-    ["one that no layout has", "😀".repeat(5), 7500],
-]) {
-    test(`a text takes its time to type: ${title}`, async () => {
+for (const phase of [0, 200, 400, 600, 800]) {
+    test(`a text may take minutes to type, since pings are answered: ${phase} ms`, async () => {
         const { link, computer, world } = await begin({ isKnown: true });
-        computer.isSilent = true;
-        outcome(link.request("text", { text }));
-        await world.pass(time);
+        await world.pass(5000 + phase);
+        let delay = 0;
+        computer.answer = ({ id, request }) => {
+            const socket = computer.last;
+            if (request === "ping") {
+                delay = 1000 - delay; // a network that falters
+                world.setTimeout(() => socket.say({ id, ok: true }), delay);
+            }
+        };
+        const typed = link.request("text", { text: "x".repeat(4000) });
+        const { id } = computer.last.received.at(-1).object;
+        await world.pass(180_000);
         assert.equal(link.state, "connected");
-        await world.pass(600);
-        assert.equal(link.state, "lost");
+        assert.equal(link.unanswered, 1);
+        computer.last.say({ id, ok: true });
+        await typed;
     });
 }
+
+test("a computer that falls silent while a text is typed is soon lost", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    computer.answer = ({ id, request }) => (request === "ping" ? { id, ok: true } : undefined);
+    const typed = outcome(link.request("text", { text: "x".repeat(4000) }));
+    await world.pass(30_000);
+    assert.equal(link.state, "connected");
+    computer.isSilent = true;
+    await world.pass(2000);
+    assert.equal(link.state, "lost");
+    assert.equal(await typed, "lost");
+});
 
 test("a network that is gone is noticed at once", async () => {
     const { link, computer, world } = await begin({ isKnown: true });
