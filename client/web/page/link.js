@@ -20,7 +20,7 @@ const pingPause = 1000;
 const longestTick = 1000;
 const firstRetryPause = 300;
 const longestRetryPause = 5000;
-/** A connection that ends sooner counts as one that failed: two pages may drive each other out. */
+/** A connection that ends sooner counts as one that failed. */
 const shortestConnection = 2000;
 const longestShutOut = 15 * 60;
 const noBytes = new Uint8Array();
@@ -100,6 +100,8 @@ export class Link extends EventTarget {
      * - "expired": the code is over; the secret of the desktop's page, too
      * - "shut-out": too many wrong secrets; goes on by itself after `waitSeconds`
      * - "refused": the user has refused this phone
+     * - "elsewhere": another window of this browser has taken the connection over; this one leaves
+     *   it alone until start()
      */
     get state() {
         return this.#state;
@@ -309,6 +311,9 @@ export class Link extends EventTarget {
                 break;
             case closeCodes.refused:
                 this.#giveUp("refused");
+                break;
+            case closeCodes.elsewhere:
+                this.#giveUp("elsewhere");
                 break;
             case closeCodes.shutOut:
                 this.#waitOutside(Number.parseInt(reason, 10));

@@ -15,6 +15,7 @@ export const closeCodes = {
     tooMany: 4003,
     removed: 4004,
     refused: 4005,
+    elsewhere: 4006,
 };
 
 /** A WebSocket with the handshake of docs/handshake.md. Whoever closes it hears no more of it. */

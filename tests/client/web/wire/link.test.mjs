@@ -231,6 +231,55 @@ test("a refused phone does not ask again by itself", async () => {
     assert.equal(link.state, "connected");
 });
 
+test("a window whose place another one takes waits until its user wants it back", async () => {
+    const { link, computer, world, states } = await begin({ isKnown: true });
+    computer.answer = () => undefined;
+    const clicked = outcome(link.request("button"));
+    computer.last.end(4006);
+    assert.equal(await clicked, "lost");
+    assert.deepEqual(states, ["connecting", "connected", "elsewhere"]);
+    for (const isShown of [false, true]) {
+        world.isShown = isShown;
+        await world.happen("visibilitychange");
+        await world.happen("offline");
+        await world.happen("online");
+        await world.pass(60_000);
+    }
+    assert.equal(link.state, "elsewhere");
+    assert.equal(computer.looks, 0);
+    assert.equal(computer.connections.length, 1);
+    assert.equal(world.timers, 0);
+    link.start();
+    await settle();
+    assert.equal(link.state, "connected");
+});
+
+test("a window that nobody sees gives up its place as well", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    world.isShown = false;
+    await world.happen("visibilitychange");
+    computer.last.end(4006);
+    await settle();
+    world.isShown = true;
+    await world.happen("visibilitychange");
+    await world.pass(60_000);
+    assert.equal(link.state, "elsewhere");
+    assert.equal(computer.connections.length, 1);
+});
+
+test("a phone that comes back over a dead connection is not told that it is elsewhere", async () => {
+    const { link, computer, world, states } = await begin({ isKnown: true });
+    computer.isSilent = true;
+    await world.pass(5000);
+    computer.isSilent = false;
+    await world.pass(400);
+    assert.equal(link.state, "connected");
+    computer.connections[0].end(4006); // reaches the phone late
+    await world.pass(1000);
+    assert.equal(link.state, "connected");
+    assert.deepEqual(states, ["connecting", "connected", "lost", "connected"]);
+});
+
 test("answers go to their requests, in whatever order they come", async () => {
     const { link, computer } = await begin({ isKnown: true });
     computer.answer = () => undefined;
@@ -575,7 +624,7 @@ test("a computer that holds its answer back is waited for, but not for ever", as
     assert.equal(link.state, "lost");
 });
 
-test("two pages that drive each other out do it less and less often", async () => {
+test("connections that end at once are made less and less often", async () => {
     const { link, computer, world } = await begin({ isKnown: true });
     for (let second = 0; second < 60; second += 1) {
         if (link.state === "connected") {
