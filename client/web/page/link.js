@@ -16,6 +16,8 @@ const connectionPatience = 3000;
 const answerPatience = 10_000;
 const tickPause = 250;
 const pingPause = 1000;
+/** However long a ping waits, the computer closes a connection from which nothing comes for 10 s. */
+const longestPingPause = 4000;
 /** A page that was asleep for so long has to read first what has come meanwhile. */
 const longestTick = 1000;
 const firstRetryPause = 300;
@@ -76,7 +78,6 @@ export class Link extends EventTarget {
     #lastTick = 0;
     #lastPing = 0;
     #connectedSince = 0;
-    #unsent = 0;
     #retryPause = 0;
 
     /**
@@ -269,7 +270,7 @@ export class Link extends EventTarget {
 
     /** Null, or why it was not sent. */
     #write(name, fields, body, done) {
-        const id = this.#requests.begin(name, this.#world.now(), done);
+        const id = this.#requests.begin(name, body?.length ?? 0, this.#world.now(), done);
         // An empty body can be told from none only by its size.
         const size = body?.length === 0 ? { body: 0 } : {};
         if (this.#socket.send({ ...fields, ...size, id, request: name }, body ?? noBytes)) {
@@ -280,9 +281,10 @@ export class Link extends EventTarget {
     }
 
     #receive(object, body) {
-        this.#requests.hear(this.#world.now());
+        const now = this.#world.now();
+        this.#requests.hear(now);
         if (typeof object.event !== "string") {
-            this.#requests.answer(object, body);
+            this.#requests.answer(object, body, now);
         } else if (object.event === "server") {
             this.#setServer(object);
         } else {
@@ -402,12 +404,9 @@ export class Link extends EventTarget {
 
     #tick() {
         const now = this.#world.now();
-        const wasAsleep = now - this.#lastTick > longestTick;
-        const { unsent } = this.#socket;
-        if (wasAsleep || unsent < this.#unsent) {
+        if (now - this.#lastTick > longestTick) {
             this.#requests.hear(now);
         }
-        this.#unsent = unsent;
         this.#lastTick = now;
         if (this.#requests.isOverdue(now)) {
             this.#lose();
@@ -421,8 +420,9 @@ export class Link extends EventTarget {
     }
 
     #ping() {
-        this.#lastPing = this.#world.now();
-        if (!this.#requests.isPinging) {
+        const now = this.#world.now();
+        if (!this.#requests.isPinging || now - this.#lastPing >= longestPingPause) {
+            this.#lastPing = now;
             this.#write("ping", {}, null, () => {});
         }
     }
@@ -432,7 +432,6 @@ export class Link extends EventTarget {
         this.#world.clearTimeout(this.#tickTimer);
         this.#socket?.close();
         this.#socket = null;
-        this.#unsent = 0;
         this.#requests.lose();
     }
 

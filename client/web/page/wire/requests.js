@@ -2,9 +2,13 @@
 // SPDX-License-Identifier: MIT
 
 const patience = 1500;
-/** On a slow connection the pings wait behind the pieces: each has 128 KiB. */
-const patienceWithPieces = 3000;
+/** On a slow connection pings wait behind pieces of files and of the clipboard. */
 const requestsOfPieces = ["clipboard.get", "clipboard.set", "file.get", "file.put"];
+const largestPiece = 128 * 1024;
+/** Less says nothing of the connection's pace. */
+const smallestPiece = 16 * 1024;
+/** What the largest piece may take before the connection has shown its pace. */
+const firstPieceTime = 2500;
 
 /** Why a request was not carried out. */
 export class Refusal extends Error {
@@ -26,6 +30,9 @@ export class Requests {
     #lastId = 0;
     /** The last sign of life, or when the first request was sent after all had been answered. */
     #quietSince = 0;
+    /** What the largest piece takes, and when one was last answered. */
+    #pieceTime = firstPieceTime;
+    #lastPiece = 0;
 
     /** How many there are, without pings. */
     get count() {
@@ -39,16 +46,17 @@ export class Requests {
     /**
      * Begins a request.
      * @param {string} name
+     * @param {number} bodySize
      * @param {number} now
      * @param {(refusal: Refusal | null, answer?: {fields: object, body: Uint8Array}) => void} done
      * @returns {number} its id
      */
-    begin(name, now, done) {
+    begin(name, bodySize, now, done) {
         if (this.#waiting.size === 0) {
             this.#quietSince = now;
         }
         this.#lastId += 1;
-        this.#waiting.set(this.#lastId, { name, done });
+        this.#waiting.set(this.#lastId, { name, bodySize, since: now, done });
         return this.#lastId;
     }
 
@@ -66,10 +74,14 @@ export class Requests {
      * Ends the request that this is the answer of.
      * @param {object} fields
      * @param {Uint8Array} body
+     * @param {number} now
      */
-    answer(fields, body) {
+    answer(fields, body, now) {
         const request = this.#waiting.get(fields.id);
         this.drop(fields.id);
+        if (request) {
+            this.#learnPace(request.since, Math.max(request.bodySize, body.length), now);
+        }
         if (typeof fields.error === "string") {
             request?.done(new Refusal(fields.error, String(fields.message ?? fields.error)));
         } else {
@@ -81,8 +93,17 @@ export class Requests {
     isOverdue(now) {
         const names = [...this.#waiting.values()].map(({ name }) => name);
         const hasPieces = names.some((name) => requestsOfPieces.includes(name));
-        const limit = hasPieces ? patienceWithPieces : patience;
+        const limit = patience + (hasPieces ? 2 * this.#pieceTime : 0);
         return this.#waiting.size > 0 && now - this.#quietSince >= limit;
+    }
+
+    /** Pieces come one after the other; after a delay some may come together. */
+    #learnPace(since, bytes, now) {
+        if (bytes >= smallestPiece) {
+            const time = ((now - Math.max(since, this.#lastPiece)) * largestPiece) / bytes;
+            this.#pieceTime = Math.max(time, this.#pieceTime / 2);
+            this.#lastPiece = now;
+        }
     }
 
     /** The connection has ended. */

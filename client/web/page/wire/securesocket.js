@@ -45,11 +45,6 @@ export class SecureSocket {
         socket.onclose = ({ code, reason }) => this.#end(code, reason);
     }
 
-    /** How many bytes the browser could not send yet. */
-    get unsent() {
-        return this.#socket.bufferedAmount;
-    }
-
     /**
      * Seals and sends a message. False if it cannot be sent.
      * @param {object} object

@@ -438,35 +438,108 @@ test("a page that was asleep reads first what has come", async () => {
     assert.equal(link.state, "lost");
 });
 
-for (const [title, request, fields, body] of [
-    ["to the computer", "file.put", { file: 1 }, new Uint8Array(128 * 1024)],
-    ["from the computer", "file.get", { name: "a" }, null],
-]) {
-    test(`a slow connection that carries pieces is not taken for a broken one: ${title}`, async () => {
-        const { link, computer, world } = await begin({ isKnown: true });
-        computer.isSilent = true;
-        for (let piece = 0; piece < 4; piece += 1) {
-            outcome(link.request(request, fields, body));
+const pieceSize = 128 * 1024;
+
+/** Requests a piece and makes its answer wait; call what this returns to let it come. */
+function requestPiece({ link, computer }, isUpload, size = pieceSize) {
+    const [name, body] = isUpload ? ["file.put", new Uint8Array(size)] : ["file.get", null];
+    outcome(link.request(name, { offset: 0 }, body));
+    const { id } = computer.last.received.at(-1).object;
+    return () => computer.last.say({ id, ok: true }, new Uint8Array(isUpload ? 0 : size));
+}
+
+for (const isUpload of [true, false]) {
+    const title = isUpload ? "to the computer" : "from the computer";
+
+    test(`pieces may be slow, and pings behind them: ${title}`, async () => {
+        const there = await begin({ isKnown: true });
+        const { link, computer, world, states } = there;
+        computer.answer = () => undefined;
+        const waiting = [1, 2, 3, 4].map(() => requestPiece(there, isUpload));
+        for (let pieces = 0; pieces < 10; pieces += 1) {
+            await world.pass(4000);
+            waiting.shift()();
+            if (pieces === 5) {
+                waiting.shift()(); // after a delay two come together
+            }
+            await settle();
+            waiting.push(requestPiece(there, isUpload));
         }
-        await world.pass(2900);
-        assert.equal(link.state, "connected");
-        await world.pass(400);
+        assert.deepEqual(states, ["connecting", "connected"]);
+        computer.isSilent = true;
+        await world.pass(10_000);
         assert.equal(link.state, "lost");
+    });
+
+    test(`a first piece has its time, but not for ever: ${title}`, async () => {
+        const there = await begin({ isKnown: true });
+        there.computer.answer = () => undefined;
+        requestPiece(there, isUpload);
+        there.computer.isSilent = true;
+        await there.world.pass(6400);
+        assert.equal(there.link.state, "connected");
+        await there.world.pass(400);
+        assert.equal(there.link.state, "lost");
+    });
+
+    test(`small pieces show what a large one takes: ${title}`, async () => {
+        const there = await begin({ isKnown: true });
+        there.computer.answer = () => undefined;
+        for (let pieces = 0; pieces < 4; pieces += 1) {
+            const answer = requestPiece(there, isUpload, pieceSize / 4);
+            await there.world.pass(1000);
+            answer();
+            await settle();
+        }
+        requestPiece(there, isUpload);
+        there.computer.isSilent = true;
+        await there.world.pass(8000);
+        assert.equal(there.link.state, "connected");
+    });
+
+    test(`on a fast connection pieces have less time: ${title}`, async () => {
+        const there = await begin({ isKnown: true });
+        there.computer.answer = () => undefined;
+        for (let pieces = 0; pieces < 10; pieces += 1) {
+            const answer = requestPiece(there, isUpload);
+            await there.world.pass(10);
+            answer();
+            await settle();
+        }
+        requestPiece(there, isUpload);
+        there.computer.isSilent = true;
+        await there.world.pass(1400);
+        assert.equal(there.link.state, "connected");
+        await there.world.pass(500);
+        assert.equal(there.link.state, "lost");
     });
 }
 
-test("a connection that takes bytes is not taken for a broken one", async () => {
-    const { link, computer, world } = await begin({ isKnown: true });
+test("what is short says nothing of the time that a piece takes", async () => {
+    const there = await begin({ isKnown: true });
+    const { link, computer, world } = there;
+    for (let times = 0; times < 10; times += 1) {
+        await link.request("file.put", { name: "a", size: 1000 });
+        await link.request("file.put", { file: 1 }, new Uint8Array(1000));
+    }
+    computer.answer = () => undefined;
+    requestPiece(there, true);
     computer.isSilent = true;
-    outcome(link.request("file.put", { file: 1 }, new Uint8Array(128 * 1024)));
-    computer.last.bufferedAmount = 128 * 1024;
-    for (let second = 0; second < 10; second += 1) {
+    await world.pass(6000);
+    assert.equal(link.state, "connected");
+});
+
+test("a page whose pings wait still shows that it is there", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    computer.answer = () => undefined;
+    outcome(link.request("file.get", { name: "a" }));
+    for (let second = 0; second < 30; second += 1) {
+        computer.last.say({ event: "clipboard" });
         await world.pass(1000);
-        computer.last.bufferedAmount -= 1000;
     }
     assert.equal(link.state, "connected");
-    await world.pass(4000);
-    assert.equal(link.state, "lost");
+    const pings = computer.last.received.filter((text) => nameOf(text) === "ping").length;
+    assert.ok(pings >= 5 && pings <= 9, `${pings} pings`);
 });
 
 for (const phase of [0, 200, 400, 600, 800]) {
