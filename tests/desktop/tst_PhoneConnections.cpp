@@ -70,6 +70,7 @@ private slots:
     void aCodeCanBeTyped();
     void aCodeWorksOnce();
     void aPhoneComesBackWithItsOwnSecret();
+    void aSecondWindowOfAPhoneTakesItsPlace();
     void aPhoneIsRemovedOnTheDesk();
     void aDeskShowsWhoComesAndGoes();
     void otherDoorsAreClosedOnTheDesk();
@@ -230,6 +231,28 @@ void tst_PhoneConnections::aPhoneComesBackWithItsOwnSecret()
     QVERIFY(page->awaitReady());
     QVERIFY(page->goTo(phones->address()));
     QVERIFY(page->awaitReady());
+}
+
+/// And the first one takes it back when its user wants that.
+void tst_PhoneConnections::aSecondWindowOfAPhoneTakesItsPlace()
+{
+    const PageElement here = PageElement::button(u"Use it here"_s);
+    QVERIFY(pair());
+    PhonePage second(phones->phoneBrowser());
+    QVERIFY(second.goTo(phones->address()));
+    const QString stored = u"localStorage['quillmote.phone']"_s;
+    const QString secret = page->evaluate(stored).toString();
+    QVERIFY(!secret.isEmpty());
+    second.evaluate(u"%1 = '%2'"_s.arg(stored, secret));
+    QVERIFY(second.reload());
+    QVERIFY(second.awaitReady());
+    QVERIFY(page->awaits(here));
+    QVERIFY(page->text(PageElement::of(u"#door-reason"_s)).contains(u"in another window"_s));
+    QVERIFY(page->place(PageElement::of(u"#code"_s)).isEmpty());
+    QVERIFY(!second.has(here));
+    QVERIFY(page->tap(here));
+    QVERIFY(page->awaitReady());
+    QVERIFY(second.awaits(here));
 }
 
 void tst_PhoneConnections::aPhoneIsRemovedOnTheDesk()

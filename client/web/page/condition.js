@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
-const atDoor = ["unpaired", "removed", "expired", "shut-out", "refused"];
+const atDoor = ["unpaired", "removed", "expired", "shut-out", "refused", "elsewhere"];
 
 /**
  * What a user is to see of a link: "ready", "asking", "missing", "connecting", "lost", or the
@@ -14,7 +14,7 @@ export function conditionOf(link) {
     return link.server?.state ?? "connecting";
 }
 
-/** Only the user helps: with a code, with patience, or at the computer. */
+/** Only the user helps: with a code, with patience, here or at the computer. */
 export function isAtDoor(condition) {
     return atDoor.includes(condition);
 }

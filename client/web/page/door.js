@@ -5,6 +5,11 @@ import { conditionOf } from "./condition.js";
 import { isCode } from "./link.js";
 import { show } from "./texts.js";
 
+/** For these no code is needed, or none would help. */
+const withoutCode = ["shut-out", "elsewhere"];
+/** What the button to connect again says. */
+const buttons = { refused: "door.again", elsewhere: "door.here" };
+
 /** What a phone shows that has no way in: how to get a code, and a field for it. */
 export class Door {
     #element;
@@ -36,9 +41,11 @@ export class Door {
             const minutes = Math.ceil((this.#link.waitSeconds ?? 0) / 60);
             show(reason, `door.${condition}`, { values: { minutes } });
         }
-        this.#part("#try-again").hidden = condition !== "refused";
+        const button = this.#part("#try-again");
+        button.hidden = !(condition in buttons);
+        show(button, buttons[condition] ?? "door.again");
         for (const part of ["#door-steps", "#code-part"]) {
-            this.#part(part).hidden = condition === "shut-out";
+            this.#part(part).hidden = withoutCode.includes(condition);
         }
     }
 

@@ -16,11 +16,13 @@ const connectionPatience = 3000;
 const answerPatience = 10_000;
 const tickPause = 250;
 const pingPause = 1000;
+/** However long a ping waits, the computer closes a connection from which nothing comes for 10 s. */
+const longestPingPause = 4000;
 /** A page that was asleep for so long has to read first what has come meanwhile. */
 const longestTick = 1000;
 const firstRetryPause = 300;
 const longestRetryPause = 5000;
-/** A connection that ends sooner counts as one that failed: two pages may drive each other out. */
+/** A connection that ends sooner counts as one that failed. */
 const shortestConnection = 2000;
 const longestShutOut = 15 * 60;
 const noBytes = new Uint8Array();
@@ -76,7 +78,6 @@ export class Link extends EventTarget {
     #lastTick = 0;
     #lastPing = 0;
     #connectedSince = 0;
-    #unsent = 0;
     #retryPause = 0;
 
     /**
@@ -100,6 +101,8 @@ export class Link extends EventTarget {
      * - "expired": the code is over; the secret of the desktop's page, too
      * - "shut-out": too many wrong secrets; goes on by itself after `waitSeconds`
      * - "refused": the user has refused this phone
+     * - "elsewhere": another window of this browser has taken the connection over; this one leaves
+     *   it alone until start()
      */
     get state() {
         return this.#state;
@@ -267,7 +270,7 @@ export class Link extends EventTarget {
 
     /** Null, or why it was not sent. */
     #write(name, fields, body, done) {
-        const id = this.#requests.begin(name, fields, body?.length ?? 0, this.#world.now(), done);
+        const id = this.#requests.begin(name, body?.length ?? 0, this.#world.now(), done);
         // An empty body can be told from none only by its size.
         const size = body?.length === 0 ? { body: 0 } : {};
         if (this.#socket.send({ ...fields, ...size, id, request: name }, body ?? noBytes)) {
@@ -278,9 +281,10 @@ export class Link extends EventTarget {
     }
 
     #receive(object, body) {
-        this.#requests.hear(this.#world.now());
+        const now = this.#world.now();
+        this.#requests.hear(now);
         if (typeof object.event !== "string") {
-            this.#requests.answer(object, body);
+            this.#requests.answer(object, body, now);
         } else if (object.event === "server") {
             this.#setServer(object);
         } else {
@@ -309,6 +313,9 @@ export class Link extends EventTarget {
                 break;
             case closeCodes.refused:
                 this.#giveUp("refused");
+                break;
+            case closeCodes.elsewhere:
+                this.#giveUp("elsewhere");
                 break;
             case closeCodes.shutOut:
                 this.#waitOutside(Number.parseInt(reason, 10));
@@ -397,26 +404,25 @@ export class Link extends EventTarget {
 
     #tick() {
         const now = this.#world.now();
-        const wasAsleep = now - this.#lastTick > longestTick;
-        const { unsent } = this.#socket;
-        if (wasAsleep || unsent < this.#unsent) {
+        if (now - this.#lastTick > longestTick) {
             this.#requests.hear(now);
         }
-        this.#unsent = unsent;
         this.#lastTick = now;
         if (this.#requests.isOverdue(now)) {
             this.#lose();
             return;
         }
-        if (now - this.#lastPing >= pingPause) {
+        // Pings are answered at once, other requests when they are done.
+        if (this.unanswered > 0 || now - this.#lastPing >= pingPause) {
             this.#ping();
         }
         this.#scheduleTick();
     }
 
     #ping() {
-        this.#lastPing = this.#world.now();
-        if (!this.#requests.isPinging) {
+        const now = this.#world.now();
+        if (!this.#requests.isPinging || now - this.#lastPing >= longestPingPause) {
+            this.#lastPing = now;
             this.#write("ping", {}, null, () => {});
         }
     }
@@ -426,7 +432,6 @@ export class Link extends EventTarget {
         this.#world.clearTimeout(this.#tickTimer);
         this.#socket?.close();
         this.#socket = null;
-        this.#unsent = 0;
         this.#requests.lose();
     }
 

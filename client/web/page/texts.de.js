@@ -23,11 +23,13 @@ export const de = {
     "door.code": "Code",
     "door.connect": "Verbinden",
     "door.again": "Erneut versuchen",
+    "door.here": "Hier verwenden",
     "door.badCode": "Dieser Code ist nicht vollständig. Er hat 16 Buchstaben und Ziffern.",
     "door.removed": "Dieses Telefon wurde am Computer entfernt. Verbinden Sie es mit einem neuen Code.",
     "door.expired": "Dieser Code gilt nicht mehr. Ein Code gilt einmal und zwei Minuten lang. Holen Sie am Computer einen neuen.",
     "door.shut-out": "Es gab zu viele falsche Codes. Diese Seite versucht es in {minutes} min wieder.",
     "door.refused": "Dieses Telefon wurde am Computer abgelehnt.",
+    "door.elsewhere": "Die Fernsteuerung dieses Telefons ist in einem anderen Fenster geöffnet.",
 
     "pad.label": "Touchpad",
     "pad.hint": "Tippen klickt, mit zwei Fingern rechts. Zwei Finger scrollen. Halten zum Ziehen.",

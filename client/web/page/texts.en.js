@@ -23,11 +23,13 @@ export const en = {
     "door.code": "Code",
     "door.connect": "Connect",
     "door.again": "Try again",
+    "door.here": "Use it here",
     "door.badCode": "This is not a complete code. It has 16 letters and digits.",
     "door.removed": "This phone was removed on the computer. Connect it again with a new code.",
     "door.expired": "This code does not work any more. A code works once, for two minutes. Get a new one on the computer.",
     "door.shut-out": "There were too many wrong codes. This page tries again in {minutes} min.",
     "door.refused": "This phone was refused on the computer.",
+    "door.elsewhere": "This phone’s remote control is open in another window.",
 
     "pad.label": "Touchpad",
     "pad.hint": "Tap to click, with two fingers for the right button. Two fingers scroll. Hold to drag.",

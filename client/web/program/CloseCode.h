@@ -14,6 +14,7 @@ enum class CloseCode {
     TooMany = 4003,       ///< more connections or requests than are served
     Removed = 4004,       ///< the user has removed the phone
     Refused = 4005,       ///< the user has refused the phone
+    Elsewhere = 4006,     ///< the phone has connected again, and this is its old connection
 };
 
 } // namespace quillmote

@@ -82,7 +82,7 @@ void PhoneRoom::hear(const std::shared_ptr<Arrival> &arrival, const WireText &fi
 void PhoneRoom::serve(const std::shared_ptr<Arrival> &arrival, const KnownPhone &phone, bool isNew,
                       const QJsonValue &id)
 {
-    endOf(phone.id, CloseCode::GoingAway);
+    endOf(phone.id, CloseCode::Elsewhere);
     store.markSeen(phone.id);
     std::unique_ptr<SecureSocket> socket = std::move(arrival->guest.socket);
     socket->disconnect(this);

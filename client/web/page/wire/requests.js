@@ -2,31 +2,13 @@
 // SPDX-License-Identifier: MIT
 
 const patience = 1500;
-/** What the slowest connection carries that is not taken for a broken one. */
-const bytesPerMillisecond = 256;
-/** What the computer may do before it answers, in milliseconds. */
-const ownTime = {
-    applications: 500,
-    "clipboard.get": 1500, // programs have a second to give it, and it has 128 KiB
-    "file.get": 500,
-    "file.put": 1000,
-    open: 1000,
-    text: 1000,
-};
-const timePerCharacter = 30;
-/** What no layout has may be pasted, one stretch after the other. */
-const timePerRareCharacter = 500;
-
-/** How long a request may take at most beyond what every connection does, in milliseconds. */
-function extraPatience(name, fields, bodySize) {
-    const typing = name === "text" ? timeToType(String(fields.text)) : 0;
-    return (ownTime[name] ?? 0) + typing + bodySize / bytesPerMillisecond;
-}
-
-function timeToType(text) {
-    const rare = text.replace(/[ -~]/g, "").length;
-    return text.length * timePerCharacter + rare * timePerRareCharacter;
-}
+/** On a slow connection pings wait behind pieces of files and of the clipboard. */
+const requestsOfPieces = ["clipboard.get", "clipboard.set", "file.get", "file.put"];
+const largestPiece = 128 * 1024;
+/** Less says nothing of the connection's pace. */
+const smallestPiece = 16 * 1024;
+/** What the largest piece may take before the connection has shown its pace. */
+const firstPieceTime = 2500;
 
 /** Why a request was not carried out. */
 export class Refusal extends Error {
@@ -48,6 +30,9 @@ export class Requests {
     #lastId = 0;
     /** The last sign of life, or when the first request was sent after all had been answered. */
     #quietSince = 0;
+    /** What the largest piece takes, and when one was last answered. */
+    #pieceTime = firstPieceTime;
+    #lastPiece = 0;
 
     /** How many there are, without pings. */
     get count() {
@@ -61,19 +46,17 @@ export class Requests {
     /**
      * Begins a request.
      * @param {string} name
-     * @param {object} fields
      * @param {number} bodySize
      * @param {number} now
      * @param {(refusal: Refusal | null, answer?: {fields: object, body: Uint8Array}) => void} done
      * @returns {number} its id
      */
-    begin(name, fields, bodySize, now, done) {
+    begin(name, bodySize, now, done) {
         if (this.#waiting.size === 0) {
             this.#quietSince = now;
         }
         this.#lastId += 1;
-        const extra = extraPatience(name, fields, bodySize);
-        this.#waiting.set(this.#lastId, { name, extra, done });
+        this.#waiting.set(this.#lastId, { name, bodySize, since: now, done });
         return this.#lastId;
     }
 
@@ -91,10 +74,14 @@ export class Requests {
      * Ends the request that this is the answer of.
      * @param {object} fields
      * @param {Uint8Array} body
+     * @param {number} now
      */
-    answer(fields, body) {
+    answer(fields, body, now) {
         const request = this.#waiting.get(fields.id);
         this.drop(fields.id);
+        if (request) {
+            this.#learnPace(request.since, Math.max(request.bodySize, body.length), now);
+        }
         if (typeof fields.error === "string") {
             request?.done(new Refusal(fields.error, String(fields.message ?? fields.error)));
         } else {
@@ -104,8 +91,19 @@ export class Requests {
 
     /** Whether nothing has come for so long that the connection must be broken. */
     isOverdue(now) {
-        const extra = Math.max(0, ...[...this.#waiting.values()].map((request) => request.extra));
-        return this.#waiting.size > 0 && now - this.#quietSince >= patience + extra;
+        const names = [...this.#waiting.values()].map(({ name }) => name);
+        const hasPieces = names.some((name) => requestsOfPieces.includes(name));
+        const limit = patience + (hasPieces ? 2 * this.#pieceTime : 0);
+        return this.#waiting.size > 0 && now - this.#quietSince >= limit;
+    }
+
+    /** Pieces come one after the other; after a delay some may come together. */
+    #learnPace(since, bytes, now) {
+        if (bytes >= smallestPiece) {
+            const time = ((now - Math.max(since, this.#lastPiece)) * largestPiece) / bytes;
+            this.#pieceTime = Math.max(time, this.#pieceTime / 2);
+            this.#lastPiece = now;
+        }
     }
 
     /** The connection has ended. */

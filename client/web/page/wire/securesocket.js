@@ -15,6 +15,7 @@ export const closeCodes = {
     tooMany: 4003,
     removed: 4004,
     refused: 4005,
+    elsewhere: 4006,
 };
 
 /** A WebSocket with the handshake of docs/handshake.md. Whoever closes it hears no more of it. */
@@ -42,11 +43,6 @@ export class SecureSocket {
         };
         socket.onmessage = ({ data }) => this.#receive(data);
         socket.onclose = ({ code, reason }) => this.#end(code, reason);
-    }
-
-    /** How many bytes the browser could not send yet. */
-    get unsent() {
-        return this.#socket.bufferedAmount;
     }
 
     /**

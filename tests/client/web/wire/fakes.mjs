@@ -76,7 +76,6 @@ export class Computer {
 
 /** The browser's WebSocket. */
 class FakeSocket {
-    bufferedAmount = 0;
     received = [];
     closedBy = null;
     #computer;

@@ -231,6 +231,55 @@ test("a refused phone does not ask again by itself", async () => {
     assert.equal(link.state, "connected");
 });
 
+test("a window whose place another one takes waits until its user wants it back", async () => {
+    const { link, computer, world, states } = await begin({ isKnown: true });
+    computer.answer = () => undefined;
+    const clicked = outcome(link.request("button"));
+    computer.last.end(4006);
+    assert.equal(await clicked, "lost");
+    assert.deepEqual(states, ["connecting", "connected", "elsewhere"]);
+    for (const isShown of [false, true]) {
+        world.isShown = isShown;
+        await world.happen("visibilitychange");
+        await world.happen("offline");
+        await world.happen("online");
+        await world.pass(60_000);
+    }
+    assert.equal(link.state, "elsewhere");
+    assert.equal(computer.looks, 0);
+    assert.equal(computer.connections.length, 1);
+    assert.equal(world.timers, 0);
+    link.start();
+    await settle();
+    assert.equal(link.state, "connected");
+});
+
+test("a window that nobody sees gives up its place as well", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    world.isShown = false;
+    await world.happen("visibilitychange");
+    computer.last.end(4006);
+    await settle();
+    world.isShown = true;
+    await world.happen("visibilitychange");
+    await world.pass(60_000);
+    assert.equal(link.state, "elsewhere");
+    assert.equal(computer.connections.length, 1);
+});
+
+test("a phone that comes back over a dead connection is not told that it is elsewhere", async () => {
+    const { link, computer, world, states } = await begin({ isKnown: true });
+    computer.isSilent = true;
+    await world.pass(5000);
+    computer.isSilent = false;
+    await world.pass(400);
+    assert.equal(link.state, "connected");
+    computer.connections[0].end(4006); // reaches the phone late
+    await world.pass(1000);
+    assert.equal(link.state, "connected");
+    assert.deepEqual(states, ["connecting", "connected", "lost", "connected"]);
+});
+
 test("answers go to their requests, in whatever order they come", async () => {
     const { link, computer } = await begin({ isKnown: true });
     computer.answer = () => undefined;
@@ -389,47 +438,143 @@ test("a page that was asleep reads first what has come", async () => {
     assert.equal(link.state, "lost");
 });
 
-test("a slow connection that carries a body is not taken for a broken one", async () => {
-    const { link, computer, world } = await begin({ isKnown: true });
-    computer.isSilent = true;
-    for (let piece = 0; piece < 4; piece += 1) {
-        outcome(link.request("file.put", { file: 1 }, new Uint8Array(128 * 1024)));
-    }
-    await world.pass(2900);
-    assert.equal(link.state, "connected");
-    await world.pass(400);
-    assert.equal(link.state, "lost");
-});
+const pieceSize = 128 * 1024;
 
-test("a connection that takes bytes is not taken for a broken one", async () => {
-    const { link, computer, world } = await begin({ isKnown: true });
-    computer.isSilent = true;
-    outcome(link.request("file.put", { file: 1 }, new Uint8Array(128 * 1024)));
-    computer.last.bufferedAmount = 128 * 1024;
-    for (let second = 0; second < 10; second += 1) {
-        await world.pass(1000);
-        computer.last.bufferedAmount -= 1000;
-    }
-    assert.equal(link.state, "connected");
-    await world.pass(4000);
-    assert.equal(link.state, "lost");
-});
+/** Requests a piece and makes its answer wait; call what this returns to let it come. */
+function requestPiece({ link, computer }, isUpload, size = pieceSize) {
+    const [name, body] = isUpload ? ["file.put", new Uint8Array(size)] : ["file.get", null];
+    outcome(link.request(name, { offset: 0 }, body));
+    const { id } = computer.last.received.at(-1).object;
+    return () => computer.last.say({ id, ok: true }, new Uint8Array(isUpload ? 0 : size));
+}
 
-for (const [title, text, time] of [
-    ["a short one", "abc", 2500],
-    ["a long one", "x".repeat(200), 8400],
-    ["one that no layout has", "😀".repeat(5), 7500],
-]) {
-    test(`a text takes its time to type: ${title}`, async () => {
-        const { link, computer, world } = await begin({ isKnown: true });
+for (const isUpload of [true, false]) {
+    const title = isUpload ? "to the computer" : "from the computer";
+
+    test(`pieces may be slow, and pings behind them: ${title}`, async () => {
+        const there = await begin({ isKnown: true });
+        const { link, computer, world, states } = there;
+        computer.answer = () => undefined;
+        const waiting = [1, 2, 3, 4].map(() => requestPiece(there, isUpload));
+        for (let pieces = 0; pieces < 10; pieces += 1) {
+            await world.pass(4000);
+            waiting.shift()();
+            if (pieces === 5) {
+                waiting.shift()(); // after a delay two come together
+            }
+            await settle();
+            waiting.push(requestPiece(there, isUpload));
+        }
+        assert.deepEqual(states, ["connecting", "connected"]);
         computer.isSilent = true;
-        outcome(link.request("text", { text }));
-        await world.pass(time);
-        assert.equal(link.state, "connected");
-        await world.pass(600);
+        await world.pass(10_000);
         assert.equal(link.state, "lost");
     });
+
+    test(`a first piece has its time, but not for ever: ${title}`, async () => {
+        const there = await begin({ isKnown: true });
+        there.computer.answer = () => undefined;
+        requestPiece(there, isUpload);
+        there.computer.isSilent = true;
+        await there.world.pass(6400);
+        assert.equal(there.link.state, "connected");
+        await there.world.pass(400);
+        assert.equal(there.link.state, "lost");
+    });
+
+    test(`small pieces show what a large one takes: ${title}`, async () => {
+        const there = await begin({ isKnown: true });
+        there.computer.answer = () => undefined;
+        for (let pieces = 0; pieces < 4; pieces += 1) {
+            const answer = requestPiece(there, isUpload, pieceSize / 4);
+            await there.world.pass(1000);
+            answer();
+            await settle();
+        }
+        requestPiece(there, isUpload);
+        there.computer.isSilent = true;
+        await there.world.pass(8000);
+        assert.equal(there.link.state, "connected");
+    });
+
+    test(`on a fast connection pieces have less time: ${title}`, async () => {
+        const there = await begin({ isKnown: true });
+        there.computer.answer = () => undefined;
+        for (let pieces = 0; pieces < 10; pieces += 1) {
+            const answer = requestPiece(there, isUpload);
+            await there.world.pass(10);
+            answer();
+            await settle();
+        }
+        requestPiece(there, isUpload);
+        there.computer.isSilent = true;
+        await there.world.pass(1400);
+        assert.equal(there.link.state, "connected");
+        await there.world.pass(500);
+        assert.equal(there.link.state, "lost");
+    });
 }
+
+test("what is short says nothing of the time that a piece takes", async () => {
+    const there = await begin({ isKnown: true });
+    const { link, computer, world } = there;
+    for (let times = 0; times < 10; times += 1) {
+        await link.request("file.put", { name: "a", size: 1000 });
+        await link.request("file.put", { file: 1 }, new Uint8Array(1000));
+    }
+    computer.answer = () => undefined;
+    requestPiece(there, true);
+    computer.isSilent = true;
+    await world.pass(6000);
+    assert.equal(link.state, "connected");
+});
+
+test("a page whose pings wait still shows that it is there", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    computer.answer = () => undefined;
+    outcome(link.request("file.get", { name: "a" }));
+    for (let second = 0; second < 30; second += 1) {
+        computer.last.say({ event: "clipboard" });
+        await world.pass(1000);
+    }
+    assert.equal(link.state, "connected");
+    const pings = computer.last.received.filter((text) => nameOf(text) === "ping").length;
+    assert.ok(pings >= 5 && pings <= 9, `${pings} pings`);
+});
+
+for (const phase of [0, 200, 400, 600, 800]) {
+    test(`a text may take minutes to type, since pings are answered: ${phase} ms`, async () => {
+        const { link, computer, world } = await begin({ isKnown: true });
+        await world.pass(5000 + phase);
+        let delay = 0;
+        computer.answer = ({ id, request }) => {
+            const socket = computer.last;
+            if (request === "ping") {
+                delay = 1000 - delay; // a network that falters
+                world.setTimeout(() => socket.say({ id, ok: true }), delay);
+            }
+        };
+        const typed = link.request("text", { text: "x".repeat(4000) });
+        const { id } = computer.last.received.at(-1).object;
+        await world.pass(180_000);
+        assert.equal(link.state, "connected");
+        assert.equal(link.unanswered, 1);
+        computer.last.say({ id, ok: true });
+        await typed;
+    });
+}
+
+test("a computer that falls silent while a text is typed is soon lost", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    computer.answer = ({ id, request }) => (request === "ping" ? { id, ok: true } : undefined);
+    const typed = outcome(link.request("text", { text: "x".repeat(4000) }));
+    await world.pass(30_000);
+    assert.equal(link.state, "connected");
+    computer.isSilent = true;
+    await world.pass(2000);
+    assert.equal(link.state, "lost");
+    assert.equal(await typed, "lost");
+});
 
 test("a network that is gone is noticed at once", async () => {
     const { link, computer, world } = await begin({ isKnown: true });
@@ -552,7 +697,7 @@ test("a computer that holds its answer back is waited for, but not for ever", as
     assert.equal(link.state, "lost");
 });
 
-test("two pages that drive each other out do it less and less often", async () => {
+test("connections that end at once are made less and less often", async () => {
     const { link, computer, world } = await begin({ isKnown: true });
     for (let second = 0; second < 60; second += 1) {
         if (link.state === "connected") {
