@@ -17,7 +17,8 @@ Installs what is missing, builds with sanitizers and with warnings as errors, an
 
   --desktops    also run the long tests on desktops: 10,000 characters into each program,
                 and GNOME Shell and KWin
-  --browser     also run the tests with Chromium, 410 MB
+  --browser     also run the tests with Chromium, 410 MB; what drives it, playwright-core, is
+                fetched by npm into the build folder, 13 MB
   --no-install  install nothing; if packages are missing, name them and fail
   --help        this text
 
