@@ -20,9 +20,9 @@ struct SessionPlace
     /// The full path of the socket; empty without a runtime folder.
     QString path() const;
 
-    /// Why nothing may be sent to the socket of that path: there is none, or it is not safe. What is
-    /// typed may be a password, so it goes to a server of the same user only; and others must not be
-    /// able to put a socket of their own into the folder. Empty if it can be used.
+    /// Why nothing may be sent to the socket of that path: there is none, or it is not safe. What
+    /// is typed may be a password, so it goes to a server of the same user only; and others must
+    /// not be able to put a socket of their own into the folder. Empty if it can be used.
     static QString reasonAgainst(const QString &path);
 };
 
