@@ -6,6 +6,7 @@
 #include "support/process/ProcessTables.h"
 #include "support/session/ServerScene.h"
 #include "support/session/WebProcess.h"
+#include "support/web/FreePort.h"
 #include "support/web/RawPeer.h"
 #include "support/web/WebPhone.h"
 #include "support/x11/InputWatcher.h"
@@ -15,8 +16,6 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QJsonObject>
-#include <QRandomGenerator>
-#include <QTcpServer>
 #include <QTest>
 
 #include <atomic>
@@ -53,18 +52,6 @@ constexpr int MostConnections = 450;
 /// With sanitizers, beside other tests, and with the attackers on the same processors; otherwise it
 /// is a tenth of that.
 constexpr double MostMedian = 500;
-
-/// A port that is free, and that the system gives to none of the many connections: those of the
-/// last test still count.
-quint16 freePort()
-{
-    QTcpServer server;
-    do {
-        server.listen(QHostAddress::Any,
-                      static_cast<quint16>(QRandomGenerator::global()->bounded(10'000, 30'000)));
-    } while (!server.isListening());
-    return server.serverPort();
-}
 
 /// Does harm in a thread of its own until it is stopped or destroyed.
 class Attack

@@ -4,13 +4,13 @@
 #include "support/session/RecordingOpener.h"
 #include "support/session/ServerScene.h"
 #include "support/session/WebProcess.h"
+#include "support/web/FreePort.h"
 #include "support/web/WebPhone.h"
 #include "support/x11/InputWatcher.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QRandomGenerator>
 #include <QTcpServer>
 #include <QTest>
 
@@ -20,17 +20,6 @@ using namespace Qt::StringLiterals;
 using namespace quillmote;
 
 namespace {
-
-/// A port that was free a moment ago, of those that the system gives to nobody by itself.
-quint16 freePort()
-{
-    QTcpServer server;
-    quint16 port = 0;
-    do {
-        port = static_cast<quint16>(QRandomGenerator::global()->bounded(20'000, 30'000));
-    } while (!server.listen(QHostAddress::AnyIPv4, port));
-    return port;
-}
 
 QByteArray contentOf(const QString &path)
 {

@@ -5,8 +5,6 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QFileInfo>
-#include <QSaveFile>
 
 using namespace Qt::StringLiterals;
 
@@ -15,13 +13,15 @@ namespace {
 
 constexpr QLatin1StringView label = "com.ostrovane.quillmote-web"_L1;
 
-QString agentPath()
+} // namespace
+
+QString SessionEntry::path()
 {
     return QDir::homePath() + u"/Library/LaunchAgents/"_s + label + u".plist"_s;
 }
 
 /// A launch agent that starts with the session; see launchd.plist(5).
-QByteArray agent()
+QByteArray SessionEntry::content()
 {
     return u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>\n"
            "<key>Label</key><string>%1</string>\n"
@@ -30,27 +30,6 @@ QByteArray agent()
            "<key>RunAtLoad</key><true/>\n</dict></plist>\n"_s
                .arg(label, QCoreApplication::applicationFilePath().toHtmlEscaped())
                .toUtf8();
-}
-
-} // namespace
-
-bool SessionEntry::exists()
-{
-    return QFileInfo::exists(agentPath());
-}
-
-QString SessionEntry::set(bool isWanted)
-{
-    const QString path = agentPath();
-    if (!isWanted) {
-        return !exists() || QFile::remove(path) ? QString() : u"%1 cannot be removed."_s.arg(path);
-    }
-    QDir().mkpath(QFileInfo(path).path());
-    QSaveFile file(path);
-    const QByteArray content = agent();
-    const bool isWritten =
-        file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.commit();
-    return isWritten ? QString() : u"%1 cannot be written: %2"_s.arg(path, file.errorString());
 }
 
 } // namespace quillmote
