@@ -20,7 +20,7 @@ namespace {
 bool isTemporary(int descriptor, const ifaddrs &entry)
 {
     in6_ifreq request{};
-    strlcpy(request.ifr_name, entry.ifa_name, sizeof request.ifr_name);
+    qstrncpy(request.ifr_name, entry.ifa_name, sizeof request.ifr_name);
     std::memcpy(&request.ifr_addr, entry.ifa_addr, sizeof request.ifr_addr);
     return ::ioctl(descriptor, SIOCGIFAFLAG_IN6, &request) == 0 &&
            (request.ifr_ifru.ifru_flags6 & (IN6_IFF_TEMPORARY | IN6_IFF_DEPRECATED)) != 0;
