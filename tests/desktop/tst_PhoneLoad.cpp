@@ -42,6 +42,9 @@ constexpr char Foreign[] = "127.0.0.2";
 /// Connections of a crowd.
 constexpr size_t CrowdSize = 500;
 
+/// For a median, however slow the machine is.
+constexpr size_t FewestAnswers = 10;
+
 /// What memory may grow by while a crowd is there: its connections, with sanitizers.
 constexpr qint64 MostGrowth = 64 * Mebibyte;
 
@@ -303,7 +306,7 @@ Sample tst_PhoneLoad::answersTo(WebPhone &phone, std::chrono::milliseconds durat
         }
     });
     const QDeadlineTimer end(duration);
-    while (!end.hasExpired()) {
+    while (!end.hasExpired() || times.size() < FewestAnswers) {
         phone.received.clear();
         QElapsedTimer time;
         time.start();
@@ -430,7 +433,7 @@ void tst_PhoneLoad::peersOfAllKindsHoldNobodyUp()
           "%lld MiB; %d descriptors; a phone came in within %lld ms.",
           during.median(), during.atShare(0.99), before.median(), before.atShare(0.99),
           grown / Mebibyte, mostDescriptors, entering);
-    QVERIFY(during.size() > 5);
+    QVERIFY(during.size() >= FewestAnswers);
     QVERIFY(during.median() < MostMedian);
     QVERIFY(grown < MostGrowth);
     QVERIFY(mostDescriptors < descriptorsBefore + MostConnections);
@@ -569,7 +572,7 @@ void tst_PhoneLoad::phonesThatDoHarmHoldNobodyUp()
     const qint64 grown = ProcessMemory::peak(web->processId()) - memoryBefore;
     qInfo("%d requests; median %.1f ms, 99th percentile %.1f ms; memory grew by %lld MiB.",
           asked.load(), during.median(), during.atShare(0.99), grown / Mebibyte);
-    QVERIFY(during.size() > 3);
+    QVERIFY(during.size() >= FewestAnswers);
     QVERIFY(during.median() < MostMedian);
     QVERIFY(grown < MostGrowth);
     QVERIFY(phone->isOpen());
