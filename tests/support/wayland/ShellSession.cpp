@@ -32,8 +32,8 @@ const QStringList Services{
 };
 const QString Notifications = u"org.gnome.Shell.Notifications"_s;
 
-/// Without animations what is asked for is there at once. On a busy machine a slow program must not be
-/// taken for a hung one: the dialog about it would take the keys.
+/// Without animations what is asked for is there at once. On a busy machine a slow program must not
+/// be taken for a hung one: the dialog about it would take the keys.
 const char GnomeSettings[] = R"([org/gnome/desktop/interface]
 enable-animations=false
 
