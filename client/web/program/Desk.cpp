@@ -6,7 +6,6 @@
 #include "web/program/ServerProgram.h"
 #include "web/program/SessionEntry.h"
 
-#include <QHash>
 #include <QJsonArray>
 #include <QPointer>
 #include <QSysInfo>
@@ -78,6 +77,9 @@ void Desk::update()
         this,
         [this] {
             isUpdateDue = false;
+            if (windows.empty()) {
+                return; // the state takes files and a QR code to tell
+            }
             const QJsonObject told = state();
             for (const auto &window : windows) {
                 window->send(told);

@@ -83,7 +83,9 @@ void PhoneRoom::serve(const std::shared_ptr<Arrival> &arrival, const KnownPhone 
                       const QJsonValue &id)
 {
     endOf(phone.id, CloseCode::Elsewhere);
-    store.markSeen(phone.id);
+    if (!isNew) {
+        store.markSeen(phone.id);
+    }
     std::unique_ptr<SecureSocket> socket = std::move(arrival->guest.socket);
     socket->disconnect(this);
     arrivals.remove(arrival);
@@ -136,12 +138,9 @@ void PhoneRoom::end(PhoneSession *session)
 
 void PhoneRoom::endOf(const QByteArray &phone, CloseCode code)
 {
-    const auto found =
-        std::find_if(sessions.begin(), sessions.end(),
-                     [&phone](const auto &session) { return session->phone().id == phone; });
-    if (found != sessions.end()) {
-        (*found)->close(code);
-        end(found->get());
+    if (PhoneSession *session = sessionOf(phone)) {
+        session->close(code);
+        end(session);
     }
 }
 
@@ -161,10 +160,16 @@ void PhoneRoom::tryServer()
 
 QHostAddress PhoneRoom::addressOf(const QByteArray &phone) const
 {
+    const PhoneSession *session = sessionOf(phone);
+    return session ? session->address() : QHostAddress();
+}
+
+PhoneSession *PhoneRoom::sessionOf(const QByteArray &phone) const
+{
     const auto found =
         std::find_if(sessions.begin(), sessions.end(),
                      [&phone](const auto &session) { return session->phone().id == phone; });
-    return found == sessions.end() ? QHostAddress() : (*found)->address();
+    return found == sessions.end() ? nullptr : found->get();
 }
 
 } // namespace quillmote

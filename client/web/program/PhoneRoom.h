@@ -55,6 +55,8 @@ private:
     void serve(const std::shared_ptr<Arrival> &arrival, const KnownPhone &phone, bool isNew,
                const QJsonValue &id);
     void dropArrival(const std::shared_ptr<Arrival> &arrival);
+    /// Null if it is not connected.
+    PhoneSession *sessionOf(const QByteArray &phone) const;
     void end(PhoneSession *session);
     void endOf(const QByteArray &phone, CloseCode code);
 
