@@ -31,9 +31,11 @@ public:
         ServerBench::require(page.goTo(address) && page.await(IsConnected), "a connected page");
     }
 
-    void openFloor(PhonePage &page)
+    /// With a fragment that tells the bare page what to do otherwise.
+    void openFloor(PhonePage &page, const QString &fragment = {})
     {
-        const QString address = u"http://%1:%2/"_s.arg(phones.desk().address()).arg(floorPort);
+        const QString address =
+            u"http://%1:%2/"_s.arg(phones.desk().address()).arg(floorPort) + fragment;
         ServerBench::require(page.goTo(address) && page.await(u"socket.readyState === 1"_s),
                              "the bare page");
     }

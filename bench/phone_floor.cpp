@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 // The least that a phone's browser needs to move the pointer and to send a file: a page with a bare
-// WebSocket. Four bytes are a move, which is made by XTEST; other messages are pieces of a file,
+// WebSocket. With "#canvas" in its address the finger is on a canvas whose touches the browser does
+// not hold back until the next frame. Four bytes are a move, which is made by XTEST; other messages are pieces of a file,
 // written to the path of the first argument; a text asks how many bytes have come. Writes the
 // port of the page to standard output.
 
@@ -28,6 +29,11 @@ constexpr int MoveSize = 4;
 const char Page[] = R"(<!doctype html><meta charset="utf-8"><title>Floor</title>
 <meta name="viewport" content="width=device-width">
 <body style="margin:0;height:100vh;touch-action:none"><input type="file" aria-label="File"><script>
+if (location.hash === "#canvas") {
+    const canvas = document.body.appendChild(document.createElement("canvas"));
+    canvas.style = "position:fixed;inset:0;width:100%;height:100%";
+    canvas.getContext("2d", { desynchronized: true });
+}
 const socket = new WebSocket(`ws://${location.hostname}:PORT/`);
 socket.binaryType = "arraybuffer";
 let last;

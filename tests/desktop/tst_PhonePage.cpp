@@ -4,10 +4,12 @@
 // What fingers do on the page of a phone, in a real browser, as other programs of the desktop see
 // it.
 
+#include "support/Sample.h"
 #include "support/session/InputObserver.h"
 #include "support/session/PhoneScene.h"
 #include "support/session/TypingDesk.h"
 
+#include <QJsonArray>
 #include <QTest>
 
 using namespace std::chrono_literals;
@@ -35,6 +37,7 @@ private slots:
 
     void aFingerMovesThePointer();
     void slowFingersMoveByPixels();
+    void movesDoNotWaitForFrames();
     void tapsClick_data();
     void tapsClick();
     void twoTapsAreADoubleClick();
@@ -63,6 +66,7 @@ private:
     QPointF middleOfPad() { return page->place(PageElement::of(u"#pad"_s)).center(); }
     bool openView(const QString &tab);
     bool observe();
+    double delayOfMoves();
     bool openProgram();
     bool focusTextField();
     bool programHas(const QString &text);
@@ -135,6 +139,27 @@ bool tst_PhonePage::observe()
     return true;
 }
 
+/// From the moment of a touch until the page knows it, in milliseconds; a median.
+double tst_PhonePage::delayOfMoves()
+{
+    constexpr int Count = 40;
+    const QPointF middle = middleOfPad();
+    const auto toJson = [](const QPointF &place) {
+        return QJsonObject{{u"x"_s, place.x()}, {u"y"_s, place.y()}};
+    };
+    page->evaluate(u"window.delays = []; undefined"_s);
+    // No multiple of a frame, so that the moves come at all its times.
+    page->ask(u"timedMoves"_s, {{u"from"_s, toJson(middle)},
+                                {u"to"_s, toJson(middle + QPointF(40, 60))},
+                                {u"count"_s, Count},
+                                {u"pause"_s, 57}});
+    Sample delays;
+    for (const auto &delay : page->evaluate(u"delays"_s).toArray()) {
+        delays.add(delay.toDouble());
+    }
+    return delays.size() == Count ? delays.median() : -1;
+}
+
 bool tst_PhonePage::openProgram()
 {
     observer.reset();
@@ -184,6 +209,22 @@ void tst_PhonePage::slowFingersMoveByPixels()
     const QPointF way = observer->pointer() - before;
     QVERIFY2(way.x() > 2 && way.x() < 20, QByteArray::number(way.x()).constData());
     QCOMPARE(way.y(), 0.0);
+}
+
+void tst_PhonePage::movesDoNotWaitForFrames()
+{
+    QVERIFY(observe());
+    QVERIFY(page->await(u"document.querySelector('.catcher')"_s));
+    page->evaluate(u"document.getElementById('pad').addEventListener('touchmove', (event) => {"
+                   "    delays.push(performance.now() - event.timeStamp);"
+                   "})"_s);
+    const double delay = delayOfMoves();
+    page->evaluate(
+        u"for (const canvas of document.querySelectorAll('.catcher')) canvas.hidden = true"_s);
+    const double delayWithoutCanvas = delayOfMoves();
+    qInfo("%.1f ms, without the canvas %.1f ms", delay, delayWithoutCanvas);
+    QVERIFY(delay > 0);
+    QVERIFY(delay < 0.8 * delayWithoutCanvas);
 }
 
 void tst_PhonePage::tapsClick_data()

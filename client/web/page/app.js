@@ -30,7 +30,10 @@ const element = (id) => document.getElementById(id);
 
 const settings = new Settings(storage());
 const link = new Link({ credentials: stored(), name: settings.get("name") || phoneName() });
-const computer = new Computer(link, (callback) => requestAnimationFrame(callback));
+const computer = new Computer(link, {
+    now: () => performance.now(),
+    requestFrame: (callback) => requestAnimationFrame(callback),
+});
 const sticky = new StickyKeys();
 const queue = new TextQueue(computer);
 const field = new TextField(element("text-field"), queue, sticky, () => computer.isReady);
@@ -140,7 +143,9 @@ function watchPage() {
 }
 
 function refresh() {
-    if (!computer.isReady) {
+    if (computer.isReady) {
+        globalThis.requestIdleCallback?.(() => pad.takeMovesAtOnce());
+    } else {
         pad.cancel();
         mouse.cancel();
         queue.clear();

@@ -17,12 +17,12 @@ export class Computer extends EventTarget {
 
     /**
      * @param {object} link see link.js
-     * @param {(callback: () => void) => void} requestFrame
+     * @param {object} screen see pacer.js
      */
-    constructor(link, requestFrame) {
+    constructor(link, screen) {
         super();
         this.#link = link;
-        this.#pacer = new Pacer((request, fields) => this.#request(request, fields), requestFrame);
+        this.#pacer = new Pacer((request, fields) => this.#request(request, fields), screen);
         link.addEventListener("state", () => this.#forgetIfAway());
         link.addEventListener("server", () => this.#forgetIfAway());
     }

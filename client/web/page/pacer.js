@@ -4,6 +4,12 @@
 /** So many moves and scrolls may be unanswered; then they add up, so that a slow network gets few and large ones. */
 const mostUnanswered = 4;
 
+/**
+ * A move that comes so many milliseconds after the last one is in another frame. Fewer than a frame
+ * of 60 hertz has, as touches come a little early or late.
+ */
+const otherFrame = 12;
+
 /** The farthest that one message may go. */
 const furthest = { move: 100_000, scroll: 12_000 };
 /** Parts of a unit that a message carries: pixels have fractions, units of the wheel have none. */
@@ -11,23 +17,26 @@ const parts = { move: 100, scroll: 1 };
 
 /**
  * Sends moves and scrolls: the first in a frame at once, what follows in that frame together at the
- * next. Nothing is lost by rounding.
+ * next. It asks for frames only then: touches that are not held back would wait until the browser
+ * has drawn one. Nothing is lost by rounding.
  */
 export class Pacer {
     #pending = null;
     #rest = { move: { dx: 0, dy: 0 }, scroll: { dx: 0, dy: 0 } };
-    #hasSentInFrame = false;
+    #sentAt = -Infinity;
+    #awaitsFrame = false;
     #unanswered = 0;
     /** Answers to what was sent before clear() do not count. */
     #round = 0;
 
     /**
      * @param {(request: "move" | "scroll", fields: {dx: number, dy: number}) => Promise} send
-     * @param {(callback: () => void) => void} requestFrame calls back at the next frame
+     * @param {{now: () => number, requestFrame: (callback: () => void) => void}} screen the time in
+     *     milliseconds, and what calls back at the next frame
      */
-    constructor(send, requestFrame) {
+    constructor(send, screen) {
         this.send = send;
-        this.requestFrame = requestFrame;
+        this.screen = screen;
     }
 
     /** Moves the pointer by pixels. */
@@ -66,8 +75,13 @@ export class Pacer {
     }
 
     #sendIfFree() {
-        if (this.#pending && !this.#hasSentInFrame && this.#unanswered < mostUnanswered) {
+        if (!this.#pending || this.#unanswered >= mostUnanswered || this.#awaitsFrame) {
+            return;
+        }
+        if (this.screen.now() - this.#sentAt >= otherFrame) {
             this.#sendPending();
+        } else {
+            this.#awaitFrame();
         }
     }
 
@@ -78,7 +92,7 @@ export class Pacer {
         if (fields.dx === 0 && fields.dy === 0) {
             return;
         }
-        this.#beginFrame();
+        this.#sentAt = this.screen.now();
         this.#unanswered += 1;
         const round = this.#round;
         const answered = () => this.#answered(round);
@@ -93,14 +107,13 @@ export class Pacer {
         return bounded || 0; // never -0
     }
 
-    #beginFrame() {
-        if (!this.#hasSentInFrame) {
-            this.#hasSentInFrame = true;
-            this.requestFrame(() => {
-                this.#hasSentInFrame = false;
-                this.#sendIfFree();
-            });
-        }
+    #awaitFrame() {
+        this.#awaitsFrame = true;
+        this.screen.requestFrame(() => {
+            this.#awaitsFrame = false;
+            this.#sentAt = -Infinity;
+            this.#sendIfFree();
+        });
     }
 
     #answered(round) {

@@ -6,6 +6,16 @@ import { Gestures } from "./gestures.js";
 /** A finger that lands so near to the edge of the screen holds the phone, in CSS pixels. */
 const edge = 10;
 
+/** The moves of a finger on it are not held back until the next frame. */
+function coverWithCanvas(element) {
+    const canvas = document.createElement("canvas");
+    canvas.className = "catcher";
+    canvas.width = 1;
+    canvas.height = 1;
+    canvas.getContext("2d", { desynchronized: true });
+    element.prepend(canvas);
+}
+
 /** The touchpad: brings the fingers to the gestures, and what these make of them to the desktop. */
 export class Pad {
     #element;
@@ -15,6 +25,7 @@ export class Pad {
     #gestures;
     /** When a finger was last on the pad, in milliseconds of performance.now(). */
     usedAt = -Infinity;
+    #takesMovesAtOnce = false;
     #timer = null;
     #frame = null;
     #reducedMotion = matchMedia("(prefers-reduced-motion: reduce)");
@@ -41,6 +52,18 @@ export class Pad {
     /** The options of gestures.js. */
     set options(options) {
         Object.assign(this.#gestures.options, options);
+    }
+
+    /**
+     * Has the moves of fingers from now on as soon as they are made. Chromium holds them back until
+     * the next frame, 15 ms on average, unless the finger is on a canvas that is drawn without
+     * waiting for frames; so empty ones lie here. They cost time, so they come when the page is ready.
+     */
+    takeMovesAtOnce() {
+        if (!this.#takesMovesAtOnce) {
+            this.#takesMovesAtOnce = true;
+            [this.#element, this.#strip].forEach(coverWithCanvas);
+        }
     }
 
     /** Forgets all fingers and releases what they hold. */

@@ -11,6 +11,7 @@ import { StickyKeys } from "../../../../client/web/page/stickykeys.js";
 import { TextField } from "../../../../client/web/page/textfield.js";
 import { TextQueue } from "../../../../client/web/page/textqueue.js";
 import { FakeLink, settle } from "./FakeLink.mjs";
+import { FakeScreen } from "./FakeScreen.mjs";
 
 /** As much of a text area as the field uses. */
 class FakeArea extends EventTarget {
@@ -26,7 +27,7 @@ class Desk {
     link = new FakeLink();
     sticky = new StickyKeys();
     area = new FakeArea();
-    computer = new Computer(this.link, () => {});
+    computer = new Computer(this.link, new FakeScreen());
 
     constructor() {
         globalThis.document = {

@@ -9,6 +9,7 @@ import { Gestures } from "../../../../client/web/page/gestures.js";
 import { Speed, pointerGain } from "../../../../client/web/page/motion.js";
 import { Pacer } from "../../../../client/web/page/pacer.js";
 import { FakeLink, settle } from "./FakeLink.mjs";
+import { FakeScreen } from "./FakeScreen.mjs";
 
 /** Fingers on a pad, and the actions that come of them. */
 class Hand {
@@ -407,14 +408,13 @@ describe("speed", () => {
 describe("pacer", () => {
     function newPacer() {
         const sent = [];
-        const frames = [];
+        const screen = new FakeScreen();
         const answers = [];
         const pacer = new Pacer((request, { dx, dy }) => {
             sent.push([request, dx, dy]);
             return new Promise((resolve) => { answers.push(resolve); });
-        }, (callback) => frames.push(callback));
-        const frame = () => frames.splice(0).forEach((callback) => callback());
-        return { pacer, sent, frame, answers };
+        }, screen);
+        return { pacer, sent, screen, frame: () => screen.showFrame(), answers };
     }
 
     test("sends the first move of a frame at once and the others together at the next", () => {
@@ -427,6 +427,33 @@ describe("pacer", () => {
         assert.deepEqual(sent, [["move", 1, 0], ["move", 5, 2]]);
         frame();
         assert.equal(sent.length, 2);
+    });
+
+    test("asks for no frames while the moves come with them", () => {
+        const { pacer, sent, screen } = newPacer();
+        for (const wait of [0, 17, 14, 18]) {
+            screen.time += wait;
+            pacer.move(1, 0);
+        }
+        assert.equal(sent.length, 4);
+        assert.deepEqual(screen.wanted, []);
+    });
+
+    test("sends one message a frame from a finger that is felt three times in each", async () => {
+        const { pacer, sent, screen, frame, answers } = newPacer();
+        for (let step = 0; step < 30; step += 1) {
+            pacer.move(1, 0);
+            if (step % 3 === 2) {
+                frame();
+                answers.forEach((answer) => answer());
+                await settle();
+            } else {
+                screen.time += 0.1;
+            }
+        }
+        const sum = sent.reduce((total, [, dx]) => total + dx, 0);
+        assert.equal(sum, 30);
+        assert.ok(sent.length <= 11, `${sent.length} messages`);
     });
 
     test("sends at most four that are unanswered, and then what has added up", async () => {
@@ -481,8 +508,7 @@ describe("pacer", () => {
 describe("the computer", () => {
     function newComputer() {
         const link = new FakeLink();
-        const frames = [];
-        const computer = new Computer(link, (callback) => frames.push(callback));
+        const computer = new Computer(link, new FakeScreen());
         return { link, computer };
     }
 

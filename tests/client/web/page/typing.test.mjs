@@ -10,6 +10,7 @@ import { Stopwatch } from "../../../../client/web/page/stopwatch.js";
 import { deletableUnits, textDifference } from "../../../../client/web/page/textdiff.js";
 import { TextQueue } from "../../../../client/web/page/textqueue.js";
 import { FakeLink, refusal, settle } from "./FakeLink.mjs";
+import { FakeScreen } from "./FakeScreen.mjs";
 
 describe("the difference of two texts", () => {
     const rows = [
@@ -60,7 +61,7 @@ describe("the difference of two texts", () => {
 describe("the queue of texts and keys", () => {
     function newQueue() {
         const link = new FakeLink();
-        const queue = new TextQueue(new Computer(link, () => {}));
+        const queue = new TextQueue(new Computer(link, new FakeScreen()));
         return { link, queue };
     }
 
