@@ -28,21 +28,20 @@ class Share
 public:
     explicit Share(qint64 processId)
         : process(processId)
-        , ticksBefore(ProcessTables::processorTicks(processId))
+        , before(ProcessTables::processorTime(processId))
     {
     }
 
     double now() const
     {
         const std::chrono::duration<double> time = steady_clock::now() - start;
-        const auto ticks =
-            static_cast<double>(ProcessTables::processorTicks(process) - ticksBefore);
-        return 100 * ticks / static_cast<double>(sysconf(_SC_CLK_TCK)) / time.count();
+        const std::chrono::duration<double> used = ProcessTables::processorTime(process) - before;
+        return 100 * (used / time);
     }
 
 private:
     qint64 process;
-    qint64 ticksBefore;
+    std::chrono::nanoseconds before;
     steady_clock::time_point start = steady_clock::now();
 };
 

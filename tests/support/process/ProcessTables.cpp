@@ -10,6 +10,8 @@
 #include <QList>
 #include <QSet>
 
+#include <ctime>
+
 using namespace Qt::StringLiterals;
 
 namespace ProcessTables {
@@ -101,16 +103,15 @@ std::optional<qint64> unreadBytes(quint16 localPort, quint16 remotePort)
     return std::nullopt;
 }
 
-qint64 processorTicks(qint64 processId)
+std::chrono::nanoseconds processorTime(qint64 processId)
 {
-    QFile file(u"/proc/%1/stat"_s.arg(processId));
-    if (!file.open(QIODevice::ReadOnly)) {
-        return 0;
+    clockid_t clock{};
+    timespec time{};
+    if (clock_getcpuclockid(static_cast<pid_t>(processId), &clock) != 0 ||
+        clock_gettime(clock, &time) != 0) {
+        return {};
     }
-    // The name in brackets may hold blanks; user and system time are fields 14 and 15.
-    const QByteArray text = file.readAll();
-    const QList<QByteArray> fields = text.mid(text.lastIndexOf(')') + 2).split(' ');
-    return fields.value(11).toLongLong() + fields.value(12).toLongLong();
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
 bool catches(qint64 processId, int signal)

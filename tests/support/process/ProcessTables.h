@@ -5,9 +5,10 @@
 
 #include <QtGlobal>
 
+#include <chrono>
 #include <optional>
 
-/// What the kernel reports about other processes, read from /proc.
+/// What the kernel reports about other processes, most of it read from /proc.
 namespace ProcessTables {
 
 /// The IPv4 TCP port that the process listens on; nothing while it listens on none.
@@ -17,8 +18,8 @@ std::optional<quint16> listeningPort(qint64 processId);
 /// when there is no such connection.
 std::optional<qint64> unreadBytes(quint16 localPort, quint16 remotePort);
 
-/// Processor time that the process has used, in clock ticks.
-qint64 processorTicks(qint64 processId);
+/// Processor time that all threads of the process have used; 0 if there is no such process.
+std::chrono::nanoseconds processorTime(qint64 processId);
 
 /// Whether the process has a handler for the signal, so that the signal does not simply end it.
 bool catches(qint64 processId, int signal);

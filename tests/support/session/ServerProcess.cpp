@@ -10,7 +10,6 @@
 #include <QTest>
 
 #include <sys/types.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -85,12 +84,10 @@ int ServerProcess::openDescriptors() const
 
 int ServerProcess::processorShare(std::chrono::milliseconds duration) const
 {
-    const qint64 before = ProcessTables::processorTicks(processId());
+    const auto before = ProcessTables::processorTime(processId());
     QTest::qWait(static_cast<int>(duration.count()));
-    const qint64 ticks = ProcessTables::processorTicks(processId()) - before;
-    constexpr qint64 ThousandthsOfMilliseconds = 1000 * 1000;
-    return static_cast<int>(ticks * ThousandthsOfMilliseconds /
-                            (sysconf(_SC_CLK_TCK) * duration.count()));
+    const auto used = ProcessTables::processorTime(processId()) - before;
+    return static_cast<int>(1000 * used / duration);
 }
 
 QByteArray ServerProcess::errorText() const
