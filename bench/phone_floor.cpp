@@ -3,9 +3,9 @@
 
 // The least that a phone's browser needs to move the pointer and to send a file: a page with a bare
 // WebSocket. With "#canvas" in its address the finger is on a canvas whose touches the browser does
-// not hold back until the next frame. Four bytes are a move, which is made by XTEST; other messages are pieces of a file,
-// written to the path of the first argument; a text asks how many bytes have come. Writes the
-// port of the page to standard output.
+// not hold back until the next frame. Four bytes are a move, which is made by XTEST; other messages
+// are pieces of a file, written to the path of the first argument; a text asks how many bytes have
+// come. Writes the port of the page to standard output.
 
 #include <QCoreApplication>
 #include <QFile>

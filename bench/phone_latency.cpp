@@ -3,9 +3,9 @@
 
 // How long a finger's move needs from the browser of a phone to a pointer event at an X client,
 // compared with a page that has a bare WebSocket and a program that only calls XTEST. That page is
-// there twice: as anybody would write it, where the browser holds touches back until the next frame,
-// and with a canvas, where it does not. They take turns in one run, so that other load on the
-// machine affects all of them.
+// there twice: as anybody would write it, where the browser holds touches back until the next
+// frame, and with a canvas, where it does not. They take turns in one run, so that other load on
+// the machine affects all of them.
 //
 // Needs VORNA_SERVER, VORNA_QUILLMOTE_WEB and the bare program as first argument; a second one is
 // the number of moves of a turn, a third the number of turns.

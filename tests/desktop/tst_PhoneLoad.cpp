@@ -234,10 +234,7 @@ private:
     std::unique_ptr<WebPhone> comeIn(const Secret &secret);
     Attack::Deed attackOf(const QByteArray &kind) const;
     Answers answersTo(WebPhone &phone, std::chrono::milliseconds duration) const;
-    std::chrono::nanoseconds work() const
-    {
-        return ProcessTables::processorTime(web->processId());
-    }
+    std::chrono::nanoseconds work() const { return ProcessTables::processorTime(web->processId()); }
     qint64 memory() const { return ProcessMemory::resident(web->processId()); }
     int descriptors() const
     {
