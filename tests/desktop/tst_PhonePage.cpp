@@ -43,6 +43,7 @@ private slots:
     void twoTapsAreADoubleClick();
     void twoFingersScroll_data();
     void twoFingersScroll();
+    void aFingerOnTheStripScrolls();
     void aTapAndAFingerDrag();
     void aFingerThatRestsDrags();
     void aPinchTurnsTheWheelWithControl();
@@ -304,6 +305,24 @@ void tst_PhonePage::twoFingersScroll()
     QCOMPARE(observer->pointer(), before);
     QCOMPARE(observer->pressedButtons(), QByteArrayList());
     QVERIFY(page->setSetting(u"isNatural"_s, true));
+}
+
+void tst_PhonePage::aFingerOnTheStripScrolls()
+{
+    QVERIFY(observe());
+    const QPointF before = observer->pointer();
+    const QPointF place = page->place(PageElement::of(u"#strip"_s)).center();
+    // Up and then to the side, where it is still the finger of the strip.
+    QVERIFY(page->gesture(TouchGesture()
+                              .down(0, place)
+                              .moveAll({0, -120}, 300ms)
+                              .moveAll({-100, 0}, 200ms)
+                              .wait(200ms)
+                              .upAll()));
+    QVERIFY(waitUntil([&] { return observer->wheel().y() >= 1; }));
+    QCOMPARE(observer->wheel().x(), 0.0);
+    QCOMPARE(observer->pointer(), before);
+    QCOMPARE(observer->pressedButtons(), QByteArrayList());
 }
 
 void tst_PhonePage::aTapAndAFingerDrag()
