@@ -8,6 +8,7 @@
 #include "support/session/ServerScene.h"
 
 #include <QElapsedTimer>
+#include <QJsonArray>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -26,7 +27,7 @@ constexpr auto SoonFound = 4s;
 /// Nothing says that no click comes any more.
 constexpr auto TimeForLateClicks = 1s;
 
-const QString IsGreyed = u"document.getElementById('pad').inert"_s;
+const QString IsInert = u"document.getElementById('pad').inert"_s;
 
 /// What of the page is broader than the screen, and which buttons are smaller than a finger.
 const QString Misfits = uR"((() => {
@@ -84,6 +85,7 @@ private slots:
     void aPhoneIsRefusedByTheUser();
     void aLostNetworkIsShownAndFoundAgain_data();
     void aLostNetworkIsShownAndFoundAgain();
+    void anAnswerThatIsMissingIsShown();
     void aPhoneWithoutNetworkKnowsItAtOnce();
     void aKilledProgramIsFoundAgain();
     void aStoppedServerIsShownAndFoundAgain();
@@ -336,7 +338,7 @@ void tst_PhoneConnections::aPhoneIsAcceptedByTheUser()
     const auto question = scene->waitForDialog(u"VornaServer"_s);
     QVERIFY(question);
     QVERIFY(page->await(stateIs(u"asking"_s)));
-    QVERIFY(page->evaluate(IsGreyed).toBool());
+    QVERIFY(page->evaluate(IsInert).toBool());
     QVERIFY(page->saveScreenshot(u"phone-asking"_s));
     QVERIFY(scene->clickButton(*question, AcceptButton));
     QVERIFY(page->awaitReady());
@@ -370,7 +372,7 @@ void tst_PhoneConnections::aLostNetworkIsShownAndFoundAgain()
     for (int turn = 0; turn < 2; ++turn) {
         QVERIFY(isSilent ? phones->losePackets() : phones->setCable(false));
         const qint64 lost = timeOf(stateIs(u"lost"_s));
-        QVERIFY(page->evaluate(IsGreyed).toBool());
+        QVERIFY(page->evaluate(IsInert).toBool());
         // Long enough that a browser would wait with another connection.
         QTest::qWait(3'000);
         QVERIFY(isSilent ? phones->shapeCable(1000) : phones->setCable(true));
@@ -378,8 +380,36 @@ void tst_PhoneConnections::aLostNetworkIsShownAndFoundAgain()
         qInfo("Lost after %lld ms, found again after %lld ms.", lost, found);
         QVERIFY(lost >= 0 && lost < SoonLost / 1ms);
         QVERIFY(found >= 0 && found < SoonFound / 1ms);
-        QVERIFY(!page->evaluate(IsGreyed).toBool());
+        QVERIFY(!page->evaluate(IsInert).toBool());
     }
+}
+
+/// Long before the connection is given up. What the finger does meanwhile may still arrive, so the
+/// page takes it.
+void tst_PhoneConnections::anAnswerThatIsMissingIsShown()
+{
+    QVERIFY(pair());
+    page->evaluate(u"states = [], touched = 0;"
+                   "document.getElementById('pad').addEventListener('touchmove', () => {"
+                   "    touched ||= performance.now();"
+                   "});"
+                   "new MutationObserver(() => {"
+                   "    states.push([document.body.dataset.state, performance.now() - touched,"
+                   "                 document.getElementById('pad').inert]);"
+                   "}).observe(document.body, {attributeFilter: ['data-state']});"_s);
+    QVERIFY(phones->losePackets());
+    QVERIFY(page->gesture(TouchGesture().down(0, middleOfPad()).moveAll({30, 0}, 100ms).upAll()));
+    QVERIFY(page->await(stateIs(u"lost"_s)));
+    const QJsonArray states = page->evaluate(u"states"_s).toArray();
+    QVERIFY(states.size() >= 2);
+    qInfo("Shown after %.0f ms, lost after %.0f ms.", states.first()[1].toDouble(),
+          states.last()[1].toDouble());
+    QCOMPARE(states.first()[0].toString(), u"silent"_s);
+    QCOMPARE(states.first()[2].toBool(), false);
+    QCOMPARE(states.last()[0].toString(), u"lost"_s);
+    QCOMPARE(states.last()[2].toBool(), true);
+    QVERIFY(phones->shapeCable(1000));
+    QVERIFY(page->awaitReady());
 }
 
 /// As after the switch for aeroplanes.
@@ -420,7 +450,7 @@ void tst_PhoneConnections::aStoppedServerIsShownAndFoundAgain()
     QVERIFY(waitUntil([this] { return observer->isNothingDown(); }));
     QVERIFY(page->gesture(TouchGesture().upAll()));
     QVERIFY(page->await(stateIs(u"missing"_s)));
-    QVERIFY(page->evaluate(IsGreyed).toBool());
+    QVERIFY(page->evaluate(IsInert).toBool());
     QVERIFY(page->gesture(TouchGesture::tap(middleOfPad())));
     QVERIFY(scene->start());
     const qint64 found = timeOf(stateIs(u"ready"_s));

@@ -65,6 +65,7 @@ settings.addEventListener("change", applySettings);
 for (const type of ["state", "server"]) {
     link.addEventListener(type, refresh);
 }
+link.addEventListener("doubt", () => status.refresh());
 computer.addEventListener("refusal", (event) => notify(reasonOf(event.detail)));
 link.start();
 applySettings();

@@ -56,7 +56,8 @@ export function isCode(text) {
  * The connection to the computer. Once started it connects, and connects again, until it is
  * stopped. What was under way when a connection ended is never repeated.
  *
- * Events: "state" when `state` has changed; "server" when `server` has; "event" with each other
+ * Events: "state" when `state` has changed; "server" when `server` has; "doubt" when `isDoubtful`
+ * has; "event" with each other
  * event of the computer in its `detail`; "refusal" with {request, error, message} in its `detail`
  * when a posted request was not carried out.
  */
@@ -78,6 +79,7 @@ export class Link extends EventTarget {
     #lastTick = 0;
     #lastPing = 0;
     #connectedSince = 0;
+    #isDoubtful = false;
     #retryPause = 0;
 
     /**
@@ -116,6 +118,11 @@ export class Link extends EventTarget {
     /** For how long the computer does not listen to this phone when the state is "shut-out". */
     get waitSeconds() {
         return this.#waitSeconds;
+    }
+
+    /** Connected, but half a second has passed without an answer; what is sent now may come late. */
+    get isDoubtful() {
+        return this.#isDoubtful;
     }
 
     /** How many requests are under way. */
@@ -283,6 +290,7 @@ export class Link extends EventTarget {
     #receive(object, body) {
         const now = this.#world.now();
         this.#requests.hear(now);
+        this.#setDoubtful(false);
         if (typeof object.event !== "string") {
             this.#requests.answer(object, body, now);
         } else if (object.event === "server") {
@@ -412,6 +420,7 @@ export class Link extends EventTarget {
             this.#lose();
             return;
         }
+        this.#setDoubtful(this.#requests.isDoubtful(now));
         // Pings are answered at once, other requests when they are done.
         if (this.unanswered > 0 || now - this.#lastPing >= pingPause) {
             this.#ping();
@@ -424,6 +433,13 @@ export class Link extends EventTarget {
         if (!this.#requests.isPinging || now - this.#lastPing >= longestPingPause) {
             this.#lastPing = now;
             this.#write("ping", {}, null, () => {});
+        }
+    }
+
+    #setDoubtful(isDoubtful) {
+        if (this.#isDoubtful !== isDoubtful) {
+            this.#isDoubtful = isDoubtful;
+            this.dispatchEvent(new LinkEvent("doubt", isDoubtful));
         }
     }
 
@@ -443,6 +459,7 @@ export class Link extends EventTarget {
     #setState(state) {
         if (this.#state !== state) {
             this.#state = state;
+            this.#setDoubtful(false);
             this.dispatchEvent(new LinkEvent("state", state));
         }
     }

@@ -25,12 +25,20 @@ export class StatusLine {
     /** Shows what is so now. */
     refresh() {
         const condition = conditionOf(this.#link);
-        const state = isAtDoor(condition) ? "door" : condition;
+        const state = this.#stateOf(condition);
         document.body.dataset.state = state;
         const name = this.#link.server?.name || text("name.computer");
         show(this.#line, `state.${state}`, { values: { name } });
         this.#inert.forEach((element) => { element.inert = condition !== "ready"; });
         this.#refreshAbilities();
+    }
+
+    #stateOf(condition) {
+        if (isAtDoor(condition)) {
+            return "door";
+        }
+        // Grey, but not inert: the next answer may be near.
+        return condition === "ready" && this.#link.isDoubtful ? "silent" : condition;
     }
 
     /** Disables what the desktop cannot do: buttons whose data-needs names an ability. */

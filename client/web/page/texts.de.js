@@ -10,6 +10,7 @@ export const de = {
 
     "state.connecting": "Verbindung wird hergestellt …",
     "state.ready": "Verbunden mit {name}",
+    "state.silent": "{name} antwortet nicht …",
     "state.asking": "Bestätigen Sie an {name}, dass dieses Telefon ihn steuern darf.",
     "state.missing": "VornaServer läuft nicht auf {name}. Starten Sie ihn dort.",
     "state.lost": "Verbindung zu {name} verloren, wird gesucht …",

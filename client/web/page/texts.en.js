@@ -10,6 +10,7 @@ export const en = {
 
     "state.connecting": "Connecting…",
     "state.ready": "Connected to {name}",
+    "state.silent": "{name} does not answer…",
     "state.asking": "Confirm on {name} that this phone may control it.",
     "state.missing": "VornaServer is not running on {name}. Start it there.",
     "state.lost": "Connection to {name} lost. Looking for it…",

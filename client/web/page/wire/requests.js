@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The VornaServer developers
 // SPDX-License-Identifier: MIT
 
+/** Nothing comes for so long: the connection may be gone, and must be. */
+const doubt = 500;
 const patience = 1500;
 /** On a slow connection pings wait behind pieces of files and of the clipboard. */
 const requestsOfPieces = ["clipboard.get", "clipboard.set", "file.get", "file.put"];
@@ -89,11 +91,20 @@ export class Requests {
         }
     }
 
+    /** Whether nothing has come for so long that the connection may be broken. */
+    isDoubtful(now) {
+        return this.#isSilentFor(doubt, now);
+    }
+
     /** Whether nothing has come for so long that the connection must be broken. */
     isOverdue(now) {
+        return this.#isSilentFor(patience, now);
+    }
+
+    #isSilentFor(duration, now) {
         const names = [...this.#waiting.values()].map(({ name }) => name);
         const hasPieces = names.some((name) => requestsOfPieces.includes(name));
-        const limit = patience + (hasPieces ? 2 * this.#pieceTime : 0);
+        const limit = duration + (hasPieces ? 2 * this.#pieceTime : 0);
         return this.#waiting.size > 0 && now - this.#quietSince >= limit;
     }
 

@@ -397,6 +397,36 @@ test("a silent computer is lost soon after it should have answered", async () =>
     assert.deepEqual(states, ["connecting", "connected", "lost"]);
 });
 
+test("half a second without an answer raises a doubt, which the next answer ends", async () => {
+    const { link, computer, world, states } = await begin({ isKnown: true });
+    const doubts = [];
+    link.addEventListener("doubt", () => doubts.push(link.isDoubtful));
+    await world.pass(10_000);
+    assert.deepEqual(doubts, []);
+    computer.isSilent = true;
+    link.post("move", { dx: 1, dy: 1 });
+    await world.pass(450);
+    assert.equal(link.isDoubtful, false);
+    await world.pass(350);
+    assert.deepEqual(doubts, [true]);
+    computer.isSilent = false;
+    computer.last.say({ event: "server", state: "ready", name: "den", can: ["key"] });
+    await settle();
+    assert.deepEqual(doubts, [true, false]);
+    assert.deepEqual(states, ["connecting", "connected"]);
+});
+
+test("a connection that is lost is no longer in doubt", async () => {
+    const { link, computer, world } = await begin({ isKnown: true });
+    computer.isSilent = true;
+    link.post("move", { dx: 1, dy: 1 });
+    await world.pass(1000);
+    assert.ok(link.isDoubtful);
+    await world.pass(1000);
+    assert.equal(link.state, "lost");
+    assert.equal(link.isDoubtful, false);
+});
+
 test("pings show that the computer is there, once a second while the page is seen", async () => {
     const { computer, world } = await begin({ isKnown: true });
     const pings = () => computer.last.received.filter((text) => nameOf(text) === "ping").length;
