@@ -119,8 +119,10 @@ bool tst_HandheldOnShell::openWindow()
 {
     window.reset();
     window = std::make_unique<WaylandWindow>(scene->session().displayPath(), true);
-    return waitUntil([this] { return window->isShown() && window->hasFocus(); }) &&
-           PlainKeys::waitForMarker(*handheld, *window);
+    const bool isReady = waitUntil([this] { return window->isShown() && window->hasFocus(); }) &&
+                         PlainKeys::waitForMarker(*handheld, *window);
+    window->clear();
+    return isReady;
 }
 
 bool tst_HandheldOnShell::isSaid(const QString &text) const

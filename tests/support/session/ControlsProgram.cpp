@@ -12,7 +12,7 @@
 namespace {
 
 /// The window manager may be busy with an earlier text's changes of the key map.
-constexpr std::chrono::milliseconds WindowLimit{90'000};
+constexpr std::chrono::milliseconds WindowLimit{180'000};
 constexpr std::chrono::milliseconds BetweenKeys{200};
 
 QString fixture(const char *name)
