@@ -57,6 +57,12 @@ bool RandomText::isAssigned(char32_t character)
     }
 }
 
+/// The ligatures of Lam with Alef.
+bool RandomText::isComposed(char32_t character)
+{
+    return character == 0xfef5 || character == 0xfef7 || character == 0xfef9 || character == 0xfefb;
+}
+
 char32_t RandomText::anywhere()
 {
     switch (random() % 4) {
@@ -74,7 +80,7 @@ char32_t RandomText::anywhere()
 char32_t RandomText::ofAnyPlane(const Filter &isTaken)
 {
     char32_t character = anywhere();
-    while (!isAssigned(character) || !isTaken(character)) {
+    while (!isAssigned(character) || isComposed(character) || !isTaken(character)) {
         character = anywhere();
     }
     return character;

@@ -12,7 +12,7 @@
 class RandomText
 {
 public:
-    /// Whether a program takes a character as it is.
+    /// Whether a program takes a character as it is. None has to take those that are composed.
     using Filter = std::function<bool(char32_t)>;
 
     explicit RandomText(quint32 seed) : random(seed) {}
@@ -26,6 +26,9 @@ public:
     /// A character that stands for something: no control, no half of a pair, none that is private
     /// or has not been assigned.
     static bool isAssigned(char32_t character);
+    /// The locale's table for composing (Compose of en_US.UTF-8) makes two letters of it, in every
+    /// program that reads that table and from whatever keyboard it comes.
+    static bool isComposed(char32_t character);
 
 private:
     char32_t below(char32_t limit) { return static_cast<char32_t>(random() % limit); }

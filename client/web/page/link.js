@@ -57,9 +57,8 @@ export function isCode(text) {
  * stopped. What was under way when a connection ended is never repeated.
  *
  * Events: "state" when `state` has changed; "server" when `server` has; "doubt" when `isDoubtful`
- * has; "event" with each other
- * event of the computer in its `detail`; "refusal" with {request, error, message} in its `detail`
- * when a posted request was not carried out.
+ * has; "event" with each other event of the computer in its `detail`; "refusal" with {request,
+ * error, message} in its `detail` when a posted request was not carried out.
  */
 export class Link extends EventTarget {
     /** The name of this phone, for the next connection. */

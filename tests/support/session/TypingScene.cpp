@@ -107,14 +107,9 @@ QString TypingScene::keyCaps(const QString &layout)
 
 bool TypingScene::isTaken(ControlsProgram::Kind kind, char32_t character)
 {
-    // The locale's table for composing (Compose of en_US.UTF-8) makes two letters of each of these
-    // ligatures in every program that reads it, from whatever keyboard they come.
-    const bool isLamWithAlef =
-        character == 0xfef5 || character == 0xfef7 || character == 0xfef9 || character == 0xfefb;
     // Chromium takes the keysym 0x010007ae for the dead key 0x07ae, an accent, and drops the next
     // character too.
-    const bool isTakenForAccent = kind == ControlsProgram::Kind::Browser && character == 0x07ae;
-    return !isLamWithAlef && !isTakenForAccent;
+    return kind != ControlsProgram::Kind::Browser || character != 0x07ae;
 }
 
 QByteArray TypingScene::type(const QString &text, Hindrance hindrance,
