@@ -33,9 +33,13 @@ const QStringList Services{
 const QString Notifications = u"org.gnome.Shell.Notifications"_s;
 
 /// Without animations what is asked for is there at once. On a busy machine a slow program must not
-/// be taken for a hung one: the dialog about it would take the keys.
+/// be taken for a hung one: the dialog about it would take the keys. Nor must a key be repeated
+/// there because the shell reads its release late.
 const char GnomeSettings[] = R"([org/gnome/desktop/interface]
 enable-animations=false
+
+[org/gnome/desktop/peripherals/keyboard]
+delay=uint32 10000
 
 [org/gnome/mutter]
 check-alive-timeout=uint32 0

@@ -44,7 +44,7 @@ public:
     void end();
 
     /// How long the program in front has for reading the text.
-    std::chrono::milliseconds patience = std::chrono::seconds(2);
+    std::chrono::milliseconds patience = std::chrono::seconds(5);
     /// How long it is left in peace after the last reading.
     std::chrono::milliseconds rest = std::chrono::milliseconds(100);
 
