@@ -12,7 +12,7 @@
 namespace {
 
 /// The window manager may be busy with an earlier text's changes of the key map.
-constexpr std::chrono::milliseconds WindowLimit{180'000};
+constexpr std::chrono::milliseconds WindowLimit{90'000};
 constexpr std::chrono::milliseconds BetweenKeys{200};
 
 QString fixture(const char *name)
@@ -76,7 +76,7 @@ ControlsProgram::ControlsProgram(Kind which, const UserSession &session, Finder 
     // What the session tells the server's sanitizer would make the program slow.
     environment.insert(u"ASAN_OPTIONS"_s, qEnvironmentVariable("ASAN_OPTIONS"));
     process.setProcessEnvironment(environment);
-    process.setStandardErrorFile(session.path(u"controls.log"_s));
+    process.setStandardErrorFile(errorLog());
     QStringList command = commandOf(kind, session, record());
     const QString program = command.takeFirst();
     process.start(program, command);
@@ -88,6 +88,19 @@ bool ControlsProgram::isReady() const
            (!isPainted || isPainted(window().value_or(QRect()))) &&
            (kind != Kind::Browser ||
             waitUntil([this] { return hasTakenKey(); }, WindowLimit, BetweenKeys));
+}
+
+QByteArray ControlsProgram::problem() const
+{
+    const QByteArray errors = " Its errors: " + Folders::fileBytes(errorLog());
+    if (process.state() != QProcess::Running) {
+        return "It has ended with status " + QByteArray::number(process.exitCode()) + '.' + errors;
+    }
+    if (state().isEmpty()) {
+        return "It has not written its state." + errors;
+    }
+    return window() ? "It is in front, and not painted or without keys."
+                    : "It is not in front." + errors;
 }
 
 /// Presses a key that changes nothing. Chromium has the focus before it takes keys: those that come

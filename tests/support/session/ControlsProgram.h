@@ -34,6 +34,8 @@ public:
     /// Waits until its window has the keys and has been painted: programs may take no clicks
     /// before.
     bool isReady() const;
+    /// What it lacks for being ready, in a few words.
+    QByteArray problem() const;
 
     QString text() const { return state().value(QStringLiteral("text")).toString(); }
     bool textHasFocus() const { return state().value(QStringLiteral("textHasFocus")).toBool(); }
@@ -53,6 +55,7 @@ private:
     QJsonObject state() const;
     std::optional<QRect> window() const;
     QPoint middleOfRow(int row) const;
+    QString errorLog() const { return desktop.path(QStringLiteral("controls.log")); }
     QString record() const { return desktop.path(QStringLiteral("controls")); }
 
     const Kind kind;

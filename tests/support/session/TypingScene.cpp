@@ -83,9 +83,18 @@ bool TypingScene::start()
 
 bool TypingScene::open(ControlsProgram::Kind kind)
 {
-    controls.reset();
-    controls = desktop->open(kind);
-    return controls->isReady();
+    const auto tryToOpen = [&] {
+        controls.reset();
+        controls = desktop->open(kind);
+        return controls->isReady();
+    };
+    if (tryToOpen()) {
+        return true;
+    }
+    // On a busy machine one xterm of hundreds did not come to the front. Why is not known, so what
+    // was seen is said.
+    qWarning("The program is opened again. %s", controls->problem().constData());
+    return tryToOpen();
 }
 
 QString TypingScene::keyCaps(const QString &layout)
