@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 
 # Most of what there is to compile are the toolkit's headers. With VORNA_PRECOMPILE they are read
-# once. That a file includes what it uses is shown by the presets that do without.
+# once. That a file includes what it uses is shown by the preset release.
 set(vorna_headers_CORE
   QByteArray QCoreApplication QDir QFile QFileInfo QHash QList QObject QPointer QRegularExpression
   QSettings QSocketNotifier QStandardPaths QString QStringList QTimer QVariant
@@ -28,6 +28,8 @@ function(vorna_precompile target)
   # A Mac's sources in Objective-C++ do without.
   list(TRANSFORM headers REPLACE "(.+)" "$<$<COMPILE_LANGUAGE:CXX>:<\\1$<ANGLE-R>>")
   target_precompile_headers(${target} PRIVATE ${headers})
+  set_property(GLOBAL APPEND PROPERTY vorna_precompiled
+    ${CMAKE_CURRENT_BINARY_DIR}/CMakeFiles/${target}.dir/cmake_pch.hxx.pch)
 endfunction()
 
 # vorna_precompile_like(OTHER TARGET): the target takes the other's, which has the same flags.

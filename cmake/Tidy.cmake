@@ -1,12 +1,16 @@
 # SPDX-FileCopyrightText: 2026 The VornaServer developers
 # SPDX-License-Identifier: MIT
 
-# The target tidy: clang-tidy on every source of ours, one process a source. Nothing of ours is
-# compiled, and nothing that is generated is looked at.
+# The target tidy: clang-tidy on every source of ours. It takes seconds for the toolkit's headers and a
+# moment for a source, so the headers are precompiled and the sources united, also those of tests.
+# Nothing else of ours is compiled, and nothing that is generated is looked at.
 get_property(moc_targets GLOBAL PROPERTY vorna_moc_targets)
+get_property(precompiled GLOBAL PROPERTY vorna_precompiled)
 add_custom_target(tidy
-  COMMAND run-clang-tidy -quiet -p ${CMAKE_BINARY_DIR}
-    "^${CMAKE_SOURCE_DIR}/(src|client|bench|tests)/.*[.]cpp$"
+  COMMAND ${CMAKE_SOURCE_DIR}/scripts/unite_for_tidy.py ${CMAKE_BINARY_DIR} src client bench tests
+  COMMAND run-clang-tidy -quiet -p ${CMAKE_BINARY_DIR}/tidy
+  DEPENDS ${precompiled}
+  WORKING_DIRECTORY ${CMAKE_SOURCE_DIR}
   USES_TERMINAL
   VERBATIM)
 add_dependencies(tidy ${moc_targets}

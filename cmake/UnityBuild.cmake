@@ -4,8 +4,11 @@
 # A source takes less time to compile than the templates and inline functions of the headers that it
 # includes. With VORNA_UNITE a dozen sources of a folder are compiled as one, so these are compiled once
 # for all of them, and an edit still costs two or three seconds. Names in the anonymous namespaces of a
-# folder must differ. The presets that do without show that each source compiles alone.
+# folder must differ. The preset release shows that each source compiles alone.
 set(vorna_united_at_once 12)
+if(VORNA_TIDY)
+  set(vorna_united_at_once 48)
+endif()
 
 # vorna_unite(TARGET [ALONE source...]): unites the target's sources; to be called when all of them are
 # known. Alone stay sources with flags of their own, and those that are named: tests put code of

@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 namespace quillmote {
 namespace {
 
-constexpr qint64 largestFile = 64 * 1024;
+constexpr qint64 largestStore = 64 * 1024;
 
 QByteArray randomBytes(qsizetype size)
 {
@@ -130,7 +130,7 @@ QString WebStore::cleaned(const QString &name)
 
 void WebStore::read()
 {
-    const QByteArray content = PrivateFile::read(path, largestFile);
+    const QByteArray content = PrivateFile::read(path, largestStore);
     const QJsonObject stored = QJsonDocument::fromJson(content).object();
     const int port = stored.value("port"_L1).toInt();
     if (port > 0 && port <= 0xffff) {

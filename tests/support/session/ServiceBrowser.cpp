@@ -14,13 +14,12 @@ QString unescaped(const QByteArray &text)
     QByteArray bytes;
     for (qsizetype i = 0; i < text.size(); ++i) {
         bool isNumber = false;
-        const uint code = text.mid(i + 1, 3).toUInt(&isNumber, 10);
-        if (text[i] != '\\') {
-            bytes += text[i];
-        } else if (isNumber) {
+        const bool isEscaped = text[i] == '\\';
+        const uint code = isEscaped ? text.mid(i + 1, 3).toUInt(&isNumber, 10) : 0;
+        if (isNumber) {
             bytes += static_cast<char>(code);
             i += 3;
-        } else if (++i < text.size()) {
+        } else if (!isEscaped || ++i < text.size()) {
             bytes += text[i];
         }
     }

@@ -6,6 +6,8 @@
 #include "support/Waiting.h"
 #include "support/x11/XcbClient.h"
 
+#include <array>
+#include <cstring>
 #include <functional>
 
 #include <poll.h>
@@ -87,17 +89,18 @@ void PiecewiseOwner::Private::put(xcb_atom_t type, uint8_t format, uint32_t coun
 
 void PiecewiseOwner::Private::notify() const
 {
-    // Every event takes the 32 bytes of the generic one, whatever its own structure holds.
-    const auto event = xcbOwned(
-        static_cast<xcb_selection_notify_event_t *>(std::calloc(1, sizeof(xcb_generic_event_t))));
-    event->response_type = XCB_SELECTION_NOTIFY;
-    event->time = request.time;
-    event->requestor = request.requestor;
-    event->selection = request.selection;
-    event->target = request.target;
-    event->property = request.property;
+    xcb_selection_notify_event_t event{};
+    event.response_type = XCB_SELECTION_NOTIFY;
+    event.time = request.time;
+    event.requestor = request.requestor;
+    event.selection = request.selection;
+    event.target = request.target;
+    event.property = request.property;
+    // Every event takes 32 bytes, whatever its own structure holds.
+    std::array<char, 32> bytes{};
+    std::memcpy(bytes.data(), &event, sizeof event);
     xcb_send_event(connection.get(), false, request.requestor, XCB_EVENT_MASK_NO_EVENT,
-                   reinterpret_cast<const char *>(event.get()));
+                   bytes.data());
     xcb_flush(connection.get());
 }
 
