@@ -8,9 +8,12 @@
 #include "support/KeymapText.h"
 #include "support/MessageRecorder.h"
 #include "support/Waiting.h"
+#include "support/wayland/StandInPrograms.h"
 
 #include <QFile>
+#include <QScopeGuard>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 
 #include <memory>
 #include <optional>
@@ -70,6 +73,7 @@ private slots:
     void keysOfHandheldsArrive();
     void aTextStopsWhenItsOwnerGoes();
     void keysWaitForRoom();
+    void aTextWaitsForAProgramThatDoesNotRead();
     void thePointerIsWhereItWasMoved();
     void thePointerStaysOnTheScreens();
     void afterTwoEdgesThePlaceIsRight();
@@ -570,6 +574,31 @@ void tst_PortalInput::keysWaitForRoom()
     QVERIFY(done < 100);
     QVERIFY(eventually([&] { return done == presses; }));
     QVERIFY(eventually([&] { return scene->record().size() == 2 * presses; }));
+}
+
+void tst_PortalInput::aTextWaitsForAProgramThatDoesNotRead()
+{
+    const QTemporaryDir folder;
+    const StandInSocket socket(QFile::encodeName(folder.filePath(u"wayland-0"_s)));
+    const StandInProgram program(socket);
+    qputenv("WAYLAND_DISPLAY", socket.name());
+    const auto forgetSocket = qScopeGuard([] { qunsetenv("WAYLAND_DISPLAY"); });
+    open();
+    const QString text = QString(u'x').repeated(500);
+    std::optional<bool> isTyped;
+    input().type(text, &context, [&](bool isDone) { isTyped = isDone; });
+    QVERIFY(eventually([this] { return scene->record().size() > 100; }));
+    constexpr int unread = 100'000;
+    QVERIFY(program.get(unread));
+    QTest::qWait(500);
+    const auto taps = scene->record().size();
+    QTest::qWait(500);
+    QCOMPARE(scene->record().size(), taps);
+    QVERIFY(!isTyped);
+    QVERIFY(program.read(unread));
+    QVERIFY(eventually([&] { return isTyped.has_value(); }));
+    QVERIFY(*isTyped);
+    QVERIFY(eventually([&] { return scene->record().size() == 2 * text.size(); }));
 }
 
 void tst_PortalInput::thePointerIsWhereItWasMoved()

@@ -26,6 +26,8 @@ private slots:
     void keysGoBetweenThePartsOfAText();
     void aTextIsTypedFast();
     void aProgramThatStopsForAWhileLosesNothing();
+    void aProgramThatHangsIsNotCutOff();
+    void aProgramThatHangsInTheBackgroundHoldsNothingUp();
     void aTextEndsWithItsContext();
     void textsComeOneAfterTheOther();
     void aTextFailsWhenTheCompositorEnds();
@@ -126,6 +128,7 @@ void tst_WlrootsTyping::aTextIsTypedFast()
     QVERIFY(rate < 8000);
 }
 
+/// Longer than the text takes, which is more than a socket holds.
 void tst_WlrootsTyping::aProgramThatStopsForAWhileLosesNothing()
 {
     const WlrootsScene scene;
@@ -134,7 +137,7 @@ void tst_WlrootsTyping::aProgramThatStopsForAWhileLosesNothing()
     std::optional<bool> done;
     scene.input().type(text, nullptr, [&](bool isDone) { done = isDone; });
     scene.window->stall();
-    QTest::qWait(500);
+    QTest::qWait(5000);
     QVERIFY(!done);
     scene.window->resume();
     QTRY_VERIFY(done && *done);
@@ -142,6 +145,53 @@ void tst_WlrootsTyping::aProgramThatStopsForAWhileLosesNothing()
     QTRY_COMPARE(scene.window->typed().size(), text.size());
     QVERIFY(!scene.window->isCutOff());
     QCOMPARE(scene.window->typed(), text);
+}
+
+void tst_WlrootsTyping::aProgramThatHangsIsNotCutOff()
+{
+    const WlrootsScene scene;
+    QVERIFY(scene.isReady());
+    const QString text = u"Aa"_s.repeated(5000);
+    scene.window->stall();
+    const auto start = TypingBrake::Clock::now();
+    QVERIFY(!scene.type(text));
+    QVERIFY(TypingBrake::Clock::now() - start > TypingBrake::patience);
+    scene.window->resume();
+    scene.window->catchUp();
+    QVERIFY(!scene.window->isCutOff());
+    QVERIFY(scene.window->typed().size() < text.size());
+    scene.window->clear();
+    QVERIFY(scene.type(text));
+    QTRY_COMPARE(scene.window->typed().size(), text.size());
+    QCOMPARE(scene.window->typed(), text);
+}
+
+void tst_WlrootsTyping::aProgramThatHangsInTheBackgroundHoldsNothingUp()
+{
+    WlrootsScene scene;
+    QVERIFY(scene.isReady());
+    const QString text = u"Aa"_s.repeated(5000);
+    scene.window->stall();
+    auto context = std::make_unique<QObject>();
+    scene.input().type(text, context.get(), [](bool) {});
+    const ProgramSockets programs(ProgramSockets::nameFromEnvironment());
+    const auto hasMuchUnread = [](const auto &each) {
+        return each.second > TypingBrake::muchUnread;
+    };
+    QTRY_VERIFY(std::ranges::any_of(programs.unread().value_or(UnreadEvents()), hasMuchUnread));
+    QTest::qWait(500);
+    context.reset();
+
+    const auto hanging = std::move(scene.window);
+    scene.window = std::make_unique<WaylandWindow>(scene.session.display());
+    QVERIFY(scene.isReady());
+    const auto start = TypingBrake::Clock::now();
+    QVERIFY(scene.type(text));
+    QVERIFY(TypingBrake::Clock::now() - start < TypingBrake::patience);
+    QTRY_COMPARE(scene.window->typed().size(), text.size());
+    QCOMPARE(scene.window->typed(), text);
+    hanging->catchUp();
+    QVERIFY(!hanging->isCutOff());
 }
 
 void tst_WlrootsTyping::aTextEndsWithItsContext()

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 
+using namespace std::chrono_literals;
 using Hindrance = TypingScene::Hindrance;
 using Kind = ControlsProgram::Kind;
 Q_DECLARE_METATYPE(TypingScene::Hindrance)
@@ -35,6 +36,16 @@ int characters()
     return std::max(qEnvironmentVariableIntValue("VORNA_CHARACTERS"), FewCharacters);
 }
 
+/// Whether the text is there, though with more between its characters.
+bool isWithin(const QString &text, const QString &arrived)
+{
+    qsizetype next = 0;
+    for (const QChar unit : arrived) {
+        next += next < text.size() && unit == text.at(next) ? 1 : 0;
+    }
+    return next == text.size();
+}
+
 } // namespace
 
 class tst_SessionTyping : public QObject
@@ -50,6 +61,8 @@ private slots:
     void everyCharacterArrives();
     void programsThatAnswerAreNotWaitedFor_data();
     void programsThatAnswerAreNotWaitedFor();
+    void aProgramThatStopsForAWhileLosesNothing_data();
+    void aProgramThatStopsForAWhileLosesNothing();
     void layoutsCanBeSwitchedHalfway_data();
     void layoutsCanBeSwitchedHalfway();
     void layoutsCanBeReplacedHalfway_data();
@@ -155,6 +168,36 @@ void tst_SessionTyping::programsThatAnswerAreNotWaitedFor()
     time.start();
     QCOMPARE(typing->type(text), QByteArray());
     QVERIFY2(time.elapsed() < 8'000, QByteArray::number(time.elapsed()).constData());
+}
+
+void tst_SessionTyping::aProgramThatStopsForAWhileLosesNothing_data()
+{
+    QTest::addColumn<Kind>("kind");
+    for (const auto &[name, kind] : TypingScene::programs()) {
+        QTest::newRow(name.constData()) << kind;
+    }
+}
+
+/// While it stops, more is typed than its socket holds. Through a portal fewer keys fill that. And
+/// there a press and its release are sent apart, so a program that stops between them repeats a
+/// key.
+void tst_SessionTyping::aProgramThatStopsForAWhileLosesNothing()
+{
+    QFETCH(Kind, kind);
+    QVERIFY(typing->desk().useLayout(u"us"_s));
+    QVERIFY(typing->open(kind));
+    const bool isPortal = TypingDesk::isGnome() || TypingDesk::isPlasma();
+    const QString text =
+        RandomText(Seed).ofKeyCaps(isPortal ? 1'000 : 10'000, TypingScene::keyCaps(u"us"_s));
+    bool hasPaused = false;
+    const QByteArray difference =
+        typing->type(text, Hindrance::None, [&] { hasPaused = typing->program().pause(3s); });
+    QVERIFY(hasPaused);
+    if (isPortal) {
+        QVERIFY2(isWithin(text, typing->program().text()), difference.constData());
+    } else {
+        QCOMPARE(difference, QByteArray());
+    }
 }
 
 void tst_SessionTyping::layoutsCanBeSwitchedHalfway_data()

@@ -43,6 +43,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/input/SharedHeldInput.cpp
   platform/linux/input/SpareKeyRecord.cpp
   platform/linux/input/SpareKeys.cpp
+  platform/linux/input/TypingBrake.cpp
   platform/linux/input/TypingKeymap.cpp
   platform/linux/input/TypingPace.cpp
   platform/linux/input/VirtualKeyboard.cpp
@@ -100,6 +101,7 @@ target_sources(vornaserver PRIVATE
   platform/linux/system/SocketSystem.cpp
   platform/linux/wayland/CompositorPatience.cpp
   platform/linux/wayland/KeymapFile.cpp
+  platform/linux/wayland/ProgramSockets.cpp
   platform/linux/wayland/SeatKeymap.cpp
   platform/linux/wayland/WaylandConnection.cpp
   platform/linux/wayland/WaylandHandles.cpp

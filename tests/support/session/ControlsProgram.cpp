@@ -9,6 +9,9 @@
 #include <QDir>
 #include <QJsonDocument>
 
+#include <csignal>
+#include <thread>
+
 namespace {
 
 /// The window manager may be busy with an earlier text's changes of the key map.
@@ -90,10 +93,20 @@ bool ControlsProgram::isReady() const
             waitUntil([this] { return hasTakenKey(); }, WindowLimit, BetweenKeys));
 }
 
+bool ControlsProgram::pause(std::chrono::milliseconds duration) const
+{
+    const auto id = static_cast<pid_t>(state().value(u"process"_s).toInteger());
+    if (id <= 0 || ::kill(id, SIGSTOP) != 0) {
+        return false;
+    }
+    std::this_thread::sleep_for(duration);
+    return ::kill(id, SIGCONT) == 0;
+}
+
 QByteArray ControlsProgram::problem() const
 {
     const QByteArray errors = " Its errors: " + Folders::fileBytes(errorLog());
-    if (process.state() != QProcess::Running) {
+    if (hasEnded()) {
         return "It has ended with status " + QByteArray::number(process.exitCode()) + '.' + errors;
     }
     if (state().isEmpty()) {

@@ -8,6 +8,7 @@
 
 #include <QJsonObject>
 
+#include <chrono>
 #include <functional>
 
 /// A program of somebody else's making with a text that has the focus, and, unless it is a
@@ -34,6 +35,9 @@ public:
     /// Waits until its window has the keys and has been painted: programs may take no clicks
     /// before.
     bool isReady() const;
+    bool hasEnded() const { return process.state() != QProcess::Running; }
+    /// Stops it for a while, as if it were busy; false if it could not be stopped.
+    bool pause(std::chrono::milliseconds duration) const;
     /// What it lacks for being ready, in a few words.
     QByteArray problem() const;
 

@@ -222,7 +222,8 @@ QByteArray TypingScene::drag()
 /// While the server types.
 void TypingScene::reactAt(qsizetype length, std::function<void()> action)
 {
-    waitUntil([&] { return controls->text().size() >= length; }, TypingLimit, 1ms);
+    waitUntil([&] { return controls->text().size() >= length || controls->hasEnded(); },
+              TypingLimit, 1ms);
     action();
 }
 
@@ -231,7 +232,8 @@ void TypingScene::awaitArrival(const QString &text) const
 {
     qsizetype length = -1;
     const auto hasProgress = [&] { return controls->text().size() != length; };
-    while (controls->text() != text && waitUntil(hasProgress, GenerousLimit, 50ms)) {
+    while (controls->text() != text && !controls->hasEnded() &&
+           waitUntil(hasProgress, GenerousLimit, 50ms)) {
         length = controls->text().size();
     }
 }
@@ -253,5 +255,6 @@ QByteArray TypingScene::difference(const QString &text) const
            " units arrived; at " + QByteArray::number(place) + " there is" +
            codes(arrived.sliced(place, std::min<qsizetype>(4, arrived.size() - place))) +
            ", which belongs to " + QByteArray::number(home) + ", and not" +
-           codes(text.sliced(place, std::min<qsizetype>(4, text.size() - place)));
+           codes(text.sliced(place, std::min<qsizetype>(4, text.size() - place))) +
+           (controls->hasEnded() ? ". " + controls->problem() : QByteArray());
 }

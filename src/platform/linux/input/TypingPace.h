@@ -12,7 +12,8 @@ namespace platform {
 /// A compositor cuts off a program that does not read while more is sent to it than its socket
 /// holds: some 208 KiB, of which the system counts about a sixth for itself if the pieces are well
 /// chosen. Programs stop for half a second now and then. In that time this pace makes at most 10 KB
-/// + 150 KB, which leaves room for what else is sent.
+/// + 150 KB, which leaves room for what else is sent. For those that stop for longer there is
+/// TypingBrake, where the system tells of them.
 class TypingPace
 {
 public:

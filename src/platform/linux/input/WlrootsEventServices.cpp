@@ -52,7 +52,8 @@ WlrootsEventServices::WlrootsEventServices(CompositorPatience patience)
     , seat(connection)
     , keyboard(outbox)
     , pointer(connection, outbox, outputs, held.get())
-    , typist(connection, outbox, keyboard)
+    , programs(ProgramSockets::nameFromEnvironment())
+    , typist(connection, outbox, keyboard, [this] { return programs.unread(); })
     , desktopInput(keyboard, pointer, typist, outbox)
 {
     connect(&seat, &SeatKeymap::keymapUsed, this,

@@ -66,6 +66,7 @@ private:
     SharedHeldInput held;
     WlrootsKeyboard keyboard;
     WlrootsPointer pointer;
+    ProgramSockets programs;
     WlrootsTypist typist;
     WlrootsDesktopInput desktopInput;
     std::unique_ptr<InputGuard> guard;

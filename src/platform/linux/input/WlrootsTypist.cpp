@@ -23,11 +23,12 @@ constexpr std::size_t lookahead = 1000;
 } // namespace
 
 WlrootsTypist::WlrootsTypist(WaylandConnection &openConnection, WaylandOutbox &outboxOfConnection,
-                             WlrootsKeyboard &keyboardOfSeat)
+                             WlrootsKeyboard &keyboardOfSeat, TypingBrake::Look lookAtPrograms)
     : connection(openConnection)
     , outbox(outboxOfConnection)
     , keyboard(keyboardOfSeat)
     , pace(TypingPace::Clock::now())
+    , brake(std::move(lookAtPrograms))
 {
     turn.setSingleShot(true);
     turn.setTimerType(Qt::PreciseTimer);
@@ -41,6 +42,9 @@ WlrootsTypist::WlrootsTypist(WaylandConnection &openConnection, WaylandOutbox &o
 
 void WlrootsTypist::type(const QString &text, QObject *context, DesktopInput::Done done)
 {
+    if (texts.empty()) {
+        brake.begin();
+    }
     texts.push_back(
         {printable(text), 0, ++lastNumber, context, context != nullptr, std::move(done)});
     if (!turn.isActive()) {
@@ -71,14 +75,17 @@ void WlrootsTypist::takeTurn()
     if (texts.empty()) {
         return;
     }
-    if (!keyboard.isThere()) {
+    const bool isHeld = brake.holds(TypingBrake::Clock::now());
+    if (!keyboard.isThere() || brake.isHopeless(TypingBrake::Clock::now())) {
         fail();
         return;
     }
-    typeSome();
+    if (!isHeld) {
+        typeSome();
+    }
     finish();
     if (!texts.empty() && outbox.hasRoom()) {
-        turn.start(pace.pause());
+        turn.start(isHeld ? TypingBrake::lookInterval : pace.pause());
     }
 }
 
@@ -113,7 +120,7 @@ void WlrootsTypist::typeNext(Text &text)
     keyboard.useKeymap(place ? &*keymap : nullptr);
     const bool isChange = place ? keyboard.tap(place->keycode, 0, place->group)
                                 : keyboard.tap(key->key.keycode, key->key.modifiers, key->group);
-    pace.spend(TypingPace::bytesPerKey + (isChange ? TypingPace::bytesPerChange : 0));
+    spend(TypingPace::bytesPerKey + (isChange ? TypingPace::bytesPerChange : 0));
     ++text.position;
 }
 
@@ -143,7 +150,13 @@ void WlrootsTypist::makeKeymap(const Text &text)
         keysyms.push_back(keysymOf(character));
     }
     keymap.emplace(keysyms);
-    pace.spend(costOfKeymap);
+    spend(costOfKeymap);
+}
+
+void WlrootsTypist::spend(int bytes)
+{
+    pace.spend(bytes);
+    brake.spend(bytes);
 }
 
 void WlrootsTypist::finish()

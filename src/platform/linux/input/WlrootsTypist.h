@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/DesktopInput.h"
+#include "platform/linux/input/TypingBrake.h"
 #include "platform/linux/input/TypingKeymap.h"
 #include "platform/linux/input/TypingPace.h"
 #include "platform/linux/input/WlrootsKeyboard.h"
@@ -36,7 +37,7 @@ class WlrootsTypist : public QObject
 public:
     /// All must outlive the typist.
     WlrootsTypist(WaylandConnection &openConnection, WaylandOutbox &outboxOfConnection,
-                  WlrootsKeyboard &keyboardOfSeat);
+                  WlrootsKeyboard &keyboardOfSeat, TypingBrake::Look lookAtPrograms);
 
     /// See DesktopInput::type(). It is done once the compositor has passed everything on.
     void type(const QString &text, QObject *context, DesktopInput::Done done);
@@ -63,6 +64,7 @@ private:
     void typeNext(Text &text);
     bool isMoreMissing(const Text &text) const;
     void makeKeymap(const Text &text);
+    void spend(int bytes);
     void finish();
     void confirm(std::uint64_t upTo);
 
@@ -70,6 +72,7 @@ private:
     WaylandOutbox &outbox;
     WlrootsKeyboard &keyboard;
     TypingPace pace;
+    TypingBrake brake;
     std::deque<Text> texts;
     std::deque<Text> unconfirmed;       ///< Typed, but the compositor may not have read them.
     std::optional<TypingKeymap> keymap; ///< Made for the last character that the layout lacked.

@@ -12,12 +12,13 @@ using State = RemoteDesktopPortal::State;
 PortalDesktopInput::PortalDesktopInput(RemoteDesktopPortal &portalOfDesktop,
                                        PortalOutbox &outboxOfPortal,
                                        PortalKeyboard &keyboardOfPortal,
-                                       PortalPointer &pointerOfPortal, Clipboard *clipboard)
+                                       PortalPointer &pointerOfPortal, Clipboard *clipboard,
+                                       TypingBrake::Look lookAtPrograms)
     : portal(portalOfDesktop)
     , outbox(outboxOfPortal)
     , keyboard(keyboardOfPortal)
     , pointer(pointerOfPortal)
-    , typist(keyboardOfPortal, outboxOfPortal, clipboard)
+    , typist(keyboardOfPortal, outboxOfPortal, clipboard, std::move(lookAtPrograms))
 {
 }
 

@@ -22,7 +22,7 @@ public:
     /// They must outlive it. The clipboard, if there is one, types what the layouts lack.
     PortalDesktopInput(RemoteDesktopPortal &portalOfDesktop, PortalOutbox &outboxOfPortal,
                        PortalKeyboard &keyboardOfPortal, PortalPointer &pointerOfPortal,
-                       Clipboard *clipboard);
+                       Clipboard *clipboard, TypingBrake::Look lookAtPrograms);
 
     Abilities abilities() const override;
     Readiness makeReady() override;

@@ -26,7 +26,9 @@ PortalEventServices::PortalEventServices(std::shared_ptr<RemoteDesktopPortal> po
     : screens(std::move(screensOfDesktop))
     , portal(std::move(portalOfDesktop))
     , pointer(outbox, *screens, wheelStep)
-    , desktopInput(*portal, outbox, keyboard, pointer, clipboard)
+    , programs(ProgramSockets::nameFromEnvironment())
+    , desktopInput(*portal, outbox, keyboard, pointer, clipboard,
+                   [this] { return programs.unread(); })
     , asking{translated("The desktop asks whether VornaServer may control the keyboard and the "
                         "pointer. Allow it there; what other devices send is dropped until then.")}
     , refused{translated("The keyboard and the pointer cannot be controlled because that was "

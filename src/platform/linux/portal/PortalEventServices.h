@@ -11,6 +11,7 @@
 #include "platform/linux/portal/PortalOutbox.h"
 #include "platform/linux/portal/PortalPointer.h"
 #include "platform/linux/portal/RemoteDesktopPortal.h"
+#include "platform/linux/wayland/ProgramSockets.h"
 
 #include <QObject>
 #include <QString>
@@ -65,6 +66,7 @@ private:
     PortalLayout layout;
     PortalKeyboard keyboard{outbox, layout};
     PortalPointer pointer;
+    ProgramSockets programs;
     PortalDesktopInput desktopInput;
     Message asking;
     Message refused;

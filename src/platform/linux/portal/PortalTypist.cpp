@@ -7,17 +7,31 @@
 
 namespace platform {
 
+namespace {
+
+/// For the press and the release, which compositors send one by one, and for half as many of Shift:
+/// the system counts each as 768.
+constexpr int bytesPerTap = 3 * 768;
+
+} // namespace
+
 PortalTypist::PortalTypist(PortalKeyboard &keyboardOfPortal, PortalOutbox &outboxOfPortal,
-                           Clipboard *lendingClipboard)
+                           Clipboard *lendingClipboard, TypingBrake::Look lookAtPrograms)
     : keyboard(keyboardOfPortal)
     , outbox(outboxOfPortal)
     , clipboard(lendingClipboard)
     , paster(lendingClipboard, [this] { return pressPasteKey(); })
+    , brake(std::move(lookAtPrograms))
 {
+    held.setSingleShot(true);
+    held.callOnTimeout([this] { onProgress(); });
 }
 
 void PortalTypist::type(const QString &text, QObject *context, DesktopInput::Done done)
 {
+    if (tasks.empty()) {
+        brake.begin();
+    }
     tasks.push_back({text, 0, true, true, {}, {context, std::move(done)}});
     onProgress();
 }
@@ -29,10 +43,27 @@ void PortalTypist::onProgress()
         if (task.caller.isGone() || task.next >= task.text.size()) {
             paster.end();
             finishFront(task.isComplete);
+        } else if (isHeld()) {
+            return;
         } else if (!pasteForeign(task)) {
             typeOne(task);
         }
     }
+}
+
+/// If so, it will be looked again, or everything has failed.
+bool PortalTypist::isHeld()
+{
+    const auto now = TypingBrake::Clock::now();
+    if (!brake.holds(now)) {
+        return false;
+    }
+    if (brake.isHopeless(now)) {
+        fail();
+    } else {
+        held.start(TypingBrake::lookInterval);
+    }
+    return true;
 }
 
 void PortalTypist::fail()
@@ -62,6 +93,7 @@ void PortalTypist::typeOne(Task &task)
     if (!keyboard.tap(character)) {
         task.isComplete = false;
     }
+    brake.spend(bytesPerTap);
 }
 
 /// Whether it begins here, and is being pasted.

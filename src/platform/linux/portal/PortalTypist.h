@@ -5,18 +5,20 @@
 
 #include "platform/DesktopInput.h"
 #include "platform/linux/clipboard/Paster.h"
+#include "platform/linux/input/TypingBrake.h"
 #include "platform/linux/portal/ForeignStretch.h"
 #include "platform/linux/portal/PortalCaller.h"
 #include "platform/linux/portal/PortalKeyboard.h"
 
 #include <QString>
+#include <QTimer>
 
 #include <deque>
 
 namespace platform {
 
 /// Types texts through the desktop's portal, character by character, whenever the portal has
-/// handled what was posted before.
+/// handled what was posted before and programs read what they get.
 ///
 /// What the layouts lack is pasted from the clipboard, line by line, with what is between. Where
 /// that does not work it is skipped; such a text is not done, though the rest of it is typed.
@@ -25,7 +27,7 @@ class PortalTypist
 public:
     /// They must outlive it. Without a clipboard nothing is pasted.
     PortalTypist(PortalKeyboard &keyboardOfPortal, PortalOutbox &outboxOfPortal,
-                 Clipboard *lendingClipboard);
+                 Clipboard *lendingClipboard, TypingBrake::Look lookAtPrograms);
 
     /// As DesktopInput::type().
     void type(const QString &text, QObject *context, DesktopInput::Done done);
@@ -50,6 +52,7 @@ private:
         PortalCaller caller;
     };
 
+    bool isHeld();
     void finishFront(bool isDone);
     void typeOne(Task &task);
     bool pasteForeign(Task &task);
@@ -60,6 +63,8 @@ private:
     const Clipboard *clipboard;
     Paster paster;
     std::deque<Task> tasks;
+    TypingBrake brake;
+    QTimer held; ///< Until the next look.
 };
 
 } // namespace platform
