@@ -13,12 +13,12 @@
 
 namespace platform {
 
-/// Keeps a typist from filling the socket of a Wayland program that does not read, whom the
-/// compositor would cut off. That would end the program, and what its user has not saved.
+/// Keeps a typist from filling the socket of a Wayland program that does not read. The compositor
+/// would cut the program off, which ends it, and its user would lose what is not saved.
 ///
-/// Nobody tells which program has the keys, so it waits for every program that has much unread,
-/// unless that was so when the text began and has not become more since: such a program hangs, and
-/// is not the one that is typed into.
+/// Nobody tells which program has the keys, so the brake waits for every program that has much
+/// unread. The exception is one that had it when the text began and has not got more since: it
+/// hangs, and it is not the one that is typed into.
 class TypingBrake
 {
 public:
