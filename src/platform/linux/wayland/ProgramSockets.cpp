@@ -35,7 +35,7 @@ void takeSocket(const nlmsghdr *message, const QByteArray &socketName, UnreadEve
     if (message->nlmsg_len < NLMSG_LENGTH(sizeof(unix_diag_msg))) {
         return;
     }
-    const auto *socket = static_cast<const unix_diag_msg *>(NLMSG_DATA(message));
+    const auto *socket = reinterpret_cast<const unix_diag_msg *>(message + 1);
     auto length = static_cast<int>(message->nlmsg_len - NLMSG_LENGTH(sizeof *socket));
     unix_diag_rqlen queues{};
     bool isOurs = false;
