@@ -45,7 +45,8 @@ void takeSocket(const nlmsghdr *message, const QByteArray &socketName, UnreadEve
         const auto *data = static_cast<const char *>(RTA_DATA(part));
         if (part->rta_type == UNIX_DIAG_NAME) {
             // With its null byte or without.
-            isOurs = QByteArrayView(data, qstrnlen(data, size)) == socketName;
+            isOurs =
+                QByteArrayView(data, static_cast<qsizetype>(qstrnlen(data, size))) == socketName;
         } else if (part->rta_type == UNIX_DIAG_RQLEN && size >= sizeof queues) {
             std::memcpy(&queues, data, sizeof queues);
         }
